@@ -1,0 +1,69 @@
+# Compiler settings shared by every target of the project.
+add_library(orv_build_settings INTERFACE)
+target_compile_options(orv_build_settings INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -Werror
+  # Clang 14 does not see that a generic lambda uses `this`.
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-unused-lambda-capture>)
+
+if(ORV_SANITIZE)
+  target_compile_options(orv_build_settings INTERFACE
+    -fsanitize=${ORV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(orv_build_settings INTERFACE -fsanitize=${ORV_SANITIZE})
+  # The sanitizers' instrumentation makes GCC 12 see uses that are not there.
+  target_compile_options(orv_build_settings INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized -Wno-tsan>)
+endif()
+
+# orv_layer(NAME DEPENDS LAYER...)
+#
+# Declares one folder of the library as a target that sees only the layers it names. Every layer is
+# compiled once, as objects that both the shipped library and the tests' static one are made of.
+function(orv_layer name)
+  cmake_parse_arguments(ARG "" "" "DEPENDS;PRIVATE" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  if(NOT sources)
+    set(sources ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp)
+    file(TOUCH ${sources})
+  endif()
+  add_library(orv_${name} OBJECT ${sources})
+  target_include_directories(orv_${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(orv_${name} PRIVATE ORV_BUILDING_LIBRARY)
+  target_link_libraries(orv_${name} PRIVATE orv_build_settings ${ARG_PRIVATE})
+  target_link_libraries(orv_${name} PUBLIC orv_public_dependencies)
+  foreach(layer IN LISTS ARG_DEPENDS)
+    target_link_libraries(orv_${name} PUBLIC orv_${layer})
+  endforeach()
+endfunction()
+
+# orv_public_headers(TARGET ENTRY...)
+#
+# The headers of a library that hosts may include: those named, and those of the folders named save what lies
+# in a subfolder. They are installed with the library, and each must compile on its own.
+function(orv_public_headers target)
+  foreach(entry IN LISTS ARGN)
+    if(IS_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/${entry})
+      file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${entry}/*.h)
+    else()
+      set(found ${CMAKE_CURRENT_SOURCE_DIR}/${entry})
+    endif()
+    list(APPEND headers ${found})
+  endforeach()
+  set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+  target_sources(${target} PUBLIC FILE_SET public_headers TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
+    FILES ${headers})
+endfunction()
+
+# orv_limit_exports(TARGET)
+#
+# Lets a shared library show its own names only, and leave nothing open for somebody else to define.
+function(orv_limit_exports target)
+  if(NOT BUILD_SHARED_LIBS)
+    return()
+  endif()
+  set(map ${PROJECT_SOURCE_DIR}/orvnetwork/exports.map)
+  target_link_options(${target} PRIVATE -Wl,--version-script=${map})
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+  if(NOT ORV_SANITIZE)
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
+endfunction()

@@ -1,0 +1,28 @@
+# What `cmake --install` puts where, beside the programs: the libraries, their public headers, a CMake package and pkg-config files.
+include(CMakePackageConfigHelpers)
+
+set(ORV_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/OrvNetwork)
+
+install(TARGETS orvnetwork orvnetwork_testing EXPORT OrvNetworkTargets
+  FILE_SET public_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+install(EXPORT OrvNetworkTargets NAMESPACE OrvNetwork:: DESTINATION ${ORV_CMAKE_DIR})
+configure_package_config_file(cmake/OrvNetworkConfig.cmake.in OrvNetworkConfig.cmake
+  INSTALL_DESTINATION ${ORV_CMAKE_DIR} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(OrvNetworkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/OrvNetworkConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/OrvNetworkConfigVersion.cmake
+  DESTINATION ${ORV_CMAKE_DIR})
+
+# The pkg-config files find their prefix from where they lie, so an installed tree can be moved.
+file(RELATIVE_PATH ORV_PREFIX_FROM_PKGCONFIG
+  /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+if(NOT BUILD_SHARED_LIBS)
+  # A static library leaves it to the host to link what the library itself uses.
+  set(ORV_PKGCONFIG_STATIC_REQUIRES "libssl libcrypto icu-i18n icu-uc libplist-2.0")
+endif()
+foreach(name IN ITEMS orvnetwork orvnetwork-testing)
+  configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
