@@ -1,0 +1,89 @@
+#include <orvnetwork/platform/Console.h>
+
+#include <memory>
+#include <mutex>
+
+#include <unistd.h>
+#include <cerrno>
+#include <ctime>
+
+namespace orv {
+namespace {
+
+using SharedSink = std::shared_ptr<const Console::Sink>;
+
+struct State {
+  std::mutex turn;  // held while a line is written, by the sink too
+  std::mutex sinkMutex;
+  SharedSink sink;
+};
+
+/// Never destroyed: threads may write while the process exits.
+State& state() {
+  static State& instance = *new State;
+  return instance;
+}
+
+thread_local bool insideSink = false;
+
+SharedSink currentSink() {
+  const std::scoped_lock lock(state().sinkMutex);
+  return state().sink;
+}
+
+std::string stamp() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  std::tm local{};
+  localtime_r(&now.tv_sec, &local);
+  char buffer[64];
+  const std::size_t length = std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &local);
+  const std::string milliseconds = std::to_string(1000 + now.tv_nsec / 1'000'000);
+  return std::string(buffer, length) + '.' + milliseconds.substr(1) + ' ';
+}
+
+void writeToStandardError(std::string_view line) {
+  std::string text = stamp();
+  text.append(line).append(1, '\n');
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    const ssize_t written = ::write(STDERR_FILENO, rest.data(), rest.size());
+    if (written > 0) {
+      rest.remove_prefix(static_cast<std::size_t>(written));
+    } else if (written == 0 || errno != EINTR) {
+      return;  // nobody listens; there is no other place to tell it
+    }
+  }
+}
+
+}  // namespace
+
+void Console::write(std::string_view line) {
+  if (insideSink) {
+    return;
+  }
+  try {
+    const std::scoped_lock lock(state().turn);
+    const SharedSink sink = currentSink();
+    if (sink == nullptr) {
+      return writeToStandardError(line);
+    }
+    insideSink = true;
+    try {
+      (*sink)(line);
+    } catch (...) {
+      // What the console cannot take is lost.
+    }
+    insideSink = false;
+  } catch (...) {
+    // Out of memory or of locks: the line is lost.
+  }
+}
+
+void Console::setSink(Sink sink) {
+  SharedSink replacement = sink ? std::make_shared<const Sink>(std::move(sink)) : nullptr;
+  const std::scoped_lock lock(state().sinkMutex);
+  state().sink.swap(replacement);
+}
+
+}  // namespace orv

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <orvnetwork/platform/Export.h>
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace orv {
+
+/// The diagnostic console: one line a message, on standard error with a time stamp unless the host installs
+/// a sink of its own.
+class ORV_EXPORT Console {
+ public:
+  using Sink = std::function<void(std::string_view line)>;
+
+  /// Writes a line (no line feed at its end). Any thread; lines are never mixed.
+  static void write(std::string_view line);
+
+  /// Replaces the place where lines go; an empty sink brings standard error back. The sink is called on the
+  /// thread that writes, one call at a time, without any other lock held; what it writes to the console
+  /// itself is dropped. Any thread.
+  static void setSink(Sink sink);
+};
+
+}  // namespace orv

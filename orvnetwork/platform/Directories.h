@@ -1,0 +1,25 @@
+#pragma once
+
+#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/platform/Types.h>
+
+namespace orv {
+
+/// Search-path codes that name a standard folder of the user.
+inline constexpr int kLibraryDirectoryCode = 5;
+inline constexpr int kDocumentDirectoryCode = 9;
+inline constexpr int kCachesDirectoryCode = 13;
+
+/// Where the user's standard folders are. None of them needs to exist. Any thread.
+class ORV_EXPORT Directories {
+ public:
+  virtual ~Directories() = default;
+  /// The user's home, without a trailing slash.
+  virtual std::string home() = 0;
+  /// The folder for temporary files, always with a trailing slash.
+  virtual std::string temporary() = 0;
+  /// The folder of a search-path code in the user's domain; absent for a code that has none here.
+  virtual OptionalString searchPath(int code) = 0;
+};
+
+}  // namespace orv

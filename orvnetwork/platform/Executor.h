@@ -1,0 +1,36 @@
+#pragma once
+
+#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/platform/Task.h>
+
+#include <concepts>
+#include <exception>
+
+namespace orv {
+
+/// A place where work runs.
+class ORV_EXPORT Executor {
+ public:
+  virtual ~Executor() = default;
+
+  /// Queues `task` and returns at once; the task never runs inside this call. May be called on any thread.
+  /// Tasks start in the order in which they were posted. What a task throws is caught and told on the
+  /// console, and the next task runs all the same.
+  virtual void post(Task task) = 0;
+};
+
+/// Tells the console what `where` has thrown. To be called inside a catch block.
+ORV_EXPORT void reportException(const char* where) noexcept;
+
+/// Runs `function` and keeps what it throws from going further: it is told on the console, after `where`.
+/// For host code that is called from inside the library.
+template <std::invocable Function>
+void runGuarded(const char* where, Function&& function) noexcept {
+  try {
+    function();
+  } catch (...) {
+    reportException(where);
+  }
+}
+
+}  // namespace orv

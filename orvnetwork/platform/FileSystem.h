@@ -1,0 +1,71 @@
+#pragma once
+
+#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/platform/Types.h>
+
+#include <memory>
+#include <system_error>
+#include <vector>
+
+namespace orv {
+
+/// A file that is open for writing, positioned where the next write goes. Used by one thread at a time.
+/// Destroying it closes the file without flushing to the disk.
+class ORV_EXPORT FileHandle {
+ public:
+  virtual ~FileHandle() = default;
+  /// Writes all of `bytes` at the current offset and moves it. False when not all could be written.
+  virtual bool write(std::string_view bytes) = 0;
+  /// The current offset in bytes.
+  virtual std::uint64_t offset() const = 0;
+  /// Moves to the end and returns the offset there.
+  virtual std::uint64_t seekToEnd() = 0;
+  /// Flushes what was written to the disk.
+  virtual bool synchronize() = 0;
+};
+
+enum class Durability {
+  Plain,   ///< the old file or the new one after a crash of the process
+  Durable  ///< the same after a power cut: file and folder are flushed before the call returns
+};
+
+/// The file operations that the library uses. Paths are absolute. No operation throws; what went wrong is
+/// told in `error`, which is cleared on success. Any thread.
+class ORV_EXPORT FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+
+  /// Both follow symbolic links; a dangling link is missing.
+  virtual bool exists(const std::string& path) = 0;
+  virtual bool isDirectory(const std::string& path) = 0;
+
+  /// Makes a folder. With `intermediates`, parents too, and an existing folder is a success; without, anything
+  /// that exists at the path and a missing parent are failures. `mode` is narrowed by the process's umask.
+  virtual bool createDirectory(const std::string& path, bool intermediates, unsigned mode,
+                               std::error_code& error) = 0;
+
+  /// Replaces the file at `path` (a link itself, not its target) by one with these bytes, all or nothing, by a
+  /// temporary file in the same folder. A missing parent or a folder at the path is a failure.
+  virtual bool writeAtomically(const std::string& path, std::string_view bytes, Durability durability,
+                               unsigned mode, std::error_code& error) = 0;
+
+  /// The whole file; absent when it cannot be read.
+  virtual std::optional<std::string> read(const std::string& path, std::error_code& error) = 0;
+
+  /// Removes a file, a link (not its target), or a folder with everything in it.
+  virtual bool remove(const std::string& path, std::error_code& error) = 0;
+
+  /// Renames within one file system, replacing a file at `to`.
+  virtual bool rename(const std::string& from, const std::string& to, std::error_code& error) = 0;
+
+  /// The names in a folder, in no order, hidden ones included; absent when it cannot be listed.
+  virtual std::optional<std::vector<std::string>> list(const std::string& path, std::error_code& error) = 0;
+
+  /// Size in bytes; absent when the item cannot be looked at.
+  virtual std::optional<std::uint64_t> fileSize(const std::string& path) = 0;
+
+  /// Opens an existing file for writing at offset 0 without truncating it; null when there is none.
+  virtual std::unique_ptr<FileHandle> openForWriting(const std::string& path) = 0;
+};
+
+}  // namespace orv

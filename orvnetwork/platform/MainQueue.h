@@ -1,0 +1,50 @@
+#pragma once
+
+#include <orvnetwork/platform/Executor.h>
+
+#include <functional>
+
+namespace orv {
+
+/// The queue of the thread that the host calls main. Every callback and every notification of the library
+/// runs on it, one after another, in the order posted.
+///
+/// A host lends its main thread in one of three ways:
+///  - a program without a loop of its own calls `run()`;
+///  - a program with a loop watches `wakeUpDescriptor()` for reading and calls `drain()` when it is readable;
+///  - a program whose loop takes closures installs a waker that makes the loop call `drain()`.
+///
+/// The first thread that calls `run()`, `drain()` or `claim()` is the main thread for good.
+class ORV_EXPORT MainQueue : public Executor {
+ public:
+  /// The main queue of the platform in use. Any thread.
+  static MainQueue& instance();
+
+  /// Makes the calling thread the main thread without running anything.
+  virtual void claim() = 0;
+
+  /// Whether the calling thread is the main thread. False on every thread while none has been named.
+  virtual bool isCurrent() const = 0;
+
+  /// Runs tasks as they come until `stop()` is called. Main thread only; may be nested.
+  virtual void run() = 0;
+
+  /// Makes the innermost `run()` return after the task that is running. Any thread.
+  virtual void stop() = 0;
+
+  /// Runs the tasks that were waiting when it was called and returns how many ran; what they post waits for
+  /// the next call, so a task that keeps posting cannot hold up the host's loop. Main thread only. May be
+  /// called from inside a task (a modal loop): the tasks that were left over run first.
+  virtual std::size_t drain() = 0;
+
+  /// A descriptor that is readable whenever tasks wait. Watch it level-triggered, for reading only, and never
+  /// read from it: `drain()` does. It stays the same for the life of the process. Any thread.
+  virtual int wakeUpDescriptor() = 0;
+
+  /// Installs a function that is called, on any thread, each time that tasks begin to wait: it must arrange
+  /// for the host's loop to call `drain()` on the main thread soon, and must not call it itself. An empty
+  /// function takes the waker away. When tasks wait already, it is called before this returns.
+  virtual void setWaker(std::function<void()> waker) = 0;
+};
+
+}  // namespace orv

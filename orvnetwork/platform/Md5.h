@@ -1,0 +1,14 @@
+#pragma once
+
+#include <orvnetwork/platform/Export.h>
+
+#include <string>
+#include <string_view>
+
+namespace orv {
+
+/// The MD5 digest of some bytes as 32 lower-case hexadecimal digits. It does not depend on how the system's
+/// cryptography is configured: it works where only approved algorithms are enabled by default. Any thread.
+ORV_EXPORT std::string md5Hex(std::string_view bytes);
+
+}  // namespace orv

@@ -1,0 +1,36 @@
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/native/NativePlatform.h>
+
+#include <atomic>
+#include <mutex>
+
+namespace orv {
+
+namespace {
+
+std::atomic<Platform*> platformInUse{nullptr};
+std::mutex installMutex;
+
+}  // namespace
+
+Platform& Platform::current() {
+  if (auto* platform = platformInUse.load(std::memory_order_acquire)) return *platform;
+  const std::lock_guard lock(installMutex);
+  if (platformInUse.load(std::memory_order_relaxed) == nullptr) {
+    platformInUse.store(makeNativePlatform().release(), std::memory_order_release);
+  }
+  return *platformInUse.load(std::memory_order_relaxed);
+}
+
+bool Platform::install(std::unique_ptr<Platform> platform) {
+  const std::lock_guard lock(installMutex);
+  if (platformInUse.load(std::memory_order_relaxed) != nullptr) return false;
+  platformInUse.store(platform.release(), std::memory_order_release);
+  return true;
+}
+
+MainQueue& MainQueue::instance() {
+  return Platform::current().mainQueue();
+}
+
+}  // namespace orv

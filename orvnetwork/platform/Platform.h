@@ -1,0 +1,54 @@
+#pragma once
+
+#include <orvnetwork/platform/BackgroundDrain.h>
+#include <orvnetwork/platform/Clock.h>
+#include <orvnetwork/platform/DelayService.h>
+#include <orvnetwork/platform/Directories.h>
+#include <orvnetwork/platform/FileSystem.h>
+#include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/Reachability.h>
+#include <orvnetwork/platform/WebSocket.h>
+
+#include <functional>
+#include <memory>
+
+namespace orv {
+
+/// Everything that the library takes from the operating system. Above this interface nothing creates a
+/// thread, reads a clock, opens a socket or touches a file by itself, so a whole life of the library can run
+/// on a simulated platform in virtual time.
+class ORV_EXPORT Platform {
+ public:
+  /// The platform in use: the one installed, else the operating system's, made on first use. Any thread.
+  static Platform& current();
+
+  /// Puts another platform in place. Must be called before anything else of the library is used; false, and
+  /// no effect, when a platform is in use already. An installed platform is never destroyed.
+  static bool install(std::unique_ptr<Platform> platform);
+
+  virtual ~Platform() = default;
+
+  virtual Clock& clock() = 0;
+  virtual MainQueue& mainQueue() = 0;
+  /// The worker pool: tasks start in the order posted and run at the same time where there are threads.
+  virtual Executor& globalQueue() = 0;
+  virtual DelayService& delays() = 0;
+  virtual Reachability& reachability() = 0;
+  virtual FileSystem& files() = 0;
+  virtual Directories& directories() = 0;
+
+  /// 32 bits from a source that is not seeded by the program.
+  virtual std::uint32_t random() = 0;
+  virtual std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) = 0;
+  virtual std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) = 0;
+
+  /// The user's locale (for example "zh_CN") and time zone (for example "Asia/Shanghai"), read at each call.
+  /// "C" and "POSIX" are told as "en_US_POSIX".
+  virtual std::string localeName() = 0;
+  virtual std::string timeZoneName() = 0;
+
+  /// Whether a thread may wait for another one. False in the simulation, where there is one thread.
+  virtual bool canBlock() const { return true; }
+};
+
+}  // namespace orv

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <orvnetwork/platform/Executor.h>
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace orv {
+
+/// Runs tasks one at a time, in the order posted, on another executor. A queue whose target is the main
+/// queue runs on the main thread; one whose target is the worker pool runs on whichever worker is free.
+///
+/// A task may keep its *turn* beyond its own return: the queue stands still until the turn is given back,
+/// and no thread waits meanwhile. That is how "work on this queue, then wait for a callback on main" is
+/// written without a blocked worker. A task that runs a nested main loop keeps its turn the whole time.
+class ORV_EXPORT SerialQueue final : public Executor, public std::enable_shared_from_this<SerialQueue> {
+ public:
+  /// The right to be the task that runs. Given back on destruction or by `release()`, on any thread.
+  class ORV_EXPORT Turn {
+   public:
+    Turn(Turn&&) noexcept = default;
+    Turn& operator=(Turn&& other) noexcept;
+    ~Turn() { release(); }
+    void release();
+
+   private:
+    friend class SerialQueue;
+    explicit Turn(std::shared_ptr<SerialQueue> queue) : queue_(std::move(queue)) {}
+    std::shared_ptr<SerialQueue> queue_;
+  };
+
+  /// A new queue named `label` on `target`, which must outlive it.
+  static std::shared_ptr<SerialQueue> make(std::string label, Executor& target);
+
+  void post(Task task) override;
+
+  /// Like `post`, but the task is handed its turn and the queue goes on only when that is given back.
+  void postKeepingTurn(std::function<void(Turn)> task);
+
+  const std::string& label() const { return label_; }
+
+  /// Tasks that wait or run. Any thread.
+  std::size_t size() const;
+
+ private:
+  struct Entry {
+    Task task;
+    std::function<void(Turn)> keeping;
+  };
+  SerialQueue(std::string label, Executor& target) : label_(std::move(label)), target_(target) {}
+
+  void enqueue(Entry entry);
+  void runNext();
+  void turnEnded();
+
+  const std::string label_;
+  Executor& target_;
+  mutable std::mutex mutex_;
+  std::deque<Entry> entries_;
+  bool busy_ = false;
+};
+
+}  // namespace orv

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <orvnetwork/platform/Error.h>
+#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/platform/Types.h>
+
+#include <any>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace orv {
+
+class WebSocket;
+
+enum class WebSocketState { Connecting = 0, Open = 1, Closing = 2, Closed = 3 };
+
+/// One message of the peer.
+struct WebSocketMessage {
+  std::string payload;
+  bool isText = true;
+  /// What `WebSocketRequest::prepare` made of the payload; empty when there is no such function.
+  std::any prepared;
+};
+
+/// Hears what happens to a socket. Every call comes on the main queue, in the order in which things happened.
+/// A socket reports at most one terminal event (`webSocketFailed` or `webSocketClosed`) and nothing after it.
+/// The delegate is looked up when an event is delivered: once it has been cleared on the main thread nothing
+/// more arrives, not even what was queued before.
+class ORV_EXPORT WebSocketDelegate {
+ public:
+  virtual ~WebSocketDelegate() = default;
+  virtual void webSocketOpened(WebSocket& socket) = 0;
+  virtual void webSocketFailed(WebSocket& socket, const Error& error) = 0;
+  virtual void webSocketReceived(WebSocket& socket, WebSocketMessage message) = 0;
+  virtual void webSocketClosed(WebSocket& socket, int code, const OptionalString& reason, bool wasClean) = 0;
+  virtual void webSocketReceivedPong(WebSocket& socket, std::string payload) = 0;
+};
+
+/// What to connect to, and how.
+struct WebSocketRequest {
+  /// Scheme ws or wss (http and https mean the same); anything else fails after `open()`.
+  OptionalString url;
+  /// Limit for name look-up, TCP, TLS and handshake together.
+  Seconds connectTimeout{60.0};
+  /// Called with each text message on the socket's own thread before the message is queued for the main
+  /// thread, so that costly decoding stays off it. Must not touch anything that belongs to another thread.
+  std::function<std::any(std::string_view payload)> prepare;
+};
+
+/// A WebSocket client for one connection; it cannot be opened twice. Made by `Platform::makeWebSocket`. All
+/// operations may be called on any thread and none of them blocks or calls back. A socket keeps itself alive
+/// until its end, so its owner may drop it at any time.
+class ORV_EXPORT WebSocket {
+ public:
+  virtual ~WebSocket() = default;
+
+  /// Who hears the events; null for nobody. The delegate must outlive the socket or be cleared first. After
+  /// clearing on the main thread nothing is delivered any more; on another thread a delivery may be under way.
+  virtual void setDelegate(WebSocketDelegate* delegate) = 0;
+
+  /// Starts to connect. The outcome comes to the delegate, always after this call has returned.
+  virtual void open() = 0;
+
+  /// Starts the closing handshake, or gives up connecting. A peer that does not answer is cut off after
+  /// some seconds without a word to the delegate.
+  virtual void close() = 0;
+
+  /// Sends one text message. Null, or a socket that is not open, sends nothing. Messages go out whole, in the
+  /// order of the calls; those that wait together are written together.
+  virtual void send(std::shared_ptr<const std::string> text) = 0;
+
+  /// Sends a protocol ping with up to 125 bytes of payload (the rest is cut off).
+  virtual void sendPing(std::string payload) = 0;
+
+  virtual WebSocketState readyState() const = 0;
+};
+
+}  // namespace orv

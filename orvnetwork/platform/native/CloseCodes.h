@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Codes of the WebSocket closing handshake.
+namespace orv::close_codes {
+
+inline constexpr int kNormal = 1000;
+inline constexpr int kGoingAway = 1001;
+inline constexpr int kProtocolError = 1002;
+/// Told for a close frame that has no code.
+inline constexpr int kNone = 1005;
+
+/// The reason told when the peer ended the stream without a close frame.
+inline constexpr const char* kStreamEndReason = "Stream end encountered";
+
+/// Whether a peer may send `code`: those of the protocol that are not reserved, and the free ranges.
+constexpr bool isAllowed(int code) {
+  const bool reserved = code >= 1004 && code <= 1006;
+  return (code >= 1000 && code <= 1011 && !reserved) || (code >= 3000 && code <= 4999);
+}
+
+/// A client's close frame with `code` and no reason.
+inline std::string maskedFrame(int code, std::uint32_t mask) {
+  const auto maskByte = [mask](unsigned i) { return static_cast<char>(mask >> (8 * i) & 0xff); };
+  std::string frame = {'\x88', '\x82', maskByte(0), maskByte(1), maskByte(2), maskByte(3)};
+  frame += static_cast<char>((code >> 8) ^ maskByte(0));
+  frame += static_cast<char>((code & 0xff) ^ maskByte(1));
+  return frame;
+}
+
+}  // namespace orv::close_codes

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <orvnetwork/platform/FileSystem.h>
+#include <orvnetwork/platform/native/FileDescriptor.h>
+
+namespace orv {
+
+/// A file of the operating system, open for writing.
+class NativeFileHandle final : public FileHandle {
+ public:
+  explicit NativeFileHandle(FileDescriptor file) : file_(std::move(file)) {}
+
+  bool write(std::string_view bytes) override;
+  std::uint64_t offset() const override { return offset_; }
+  std::uint64_t seekToEnd() override;
+  bool synchronize() override;
+
+ private:
+  FileDescriptor file_;
+  std::uint64_t offset_ = 0;
+};
+
+}  // namespace orv

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <orvnetwork/platform/MainQueue.h>
+
+#include <atomic>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace orv {
+
+/// The main queue on an event descriptor.
+///
+/// The descriptor is written only when tasks begin to wait while nobody drains, so a burst of posts costs
+/// one system call, and posts from inside a task cost none.
+class NativeMainQueue final : public MainQueue {
+ public:
+  NativeMainQueue();
+  ~NativeMainQueue() override;
+
+  void post(Task task) override;
+  void claim() override;
+  bool isCurrent() const override;
+  void run() override;
+  void stop() override;
+  std::size_t drain() override;
+  int wakeUpDescriptor() override { return descriptor_; }
+  void setWaker(std::function<void()> waker) override;
+
+ private:
+  void takeOverIncoming();
+  void runFirst();
+  void rearm();
+  void signalIfArmed(std::unique_lock<std::mutex>& lock);
+  void waitForSignal();
+
+  const int descriptor_;
+  std::atomic<std::thread::id> mainThread_{};
+  std::atomic<bool> stopRequested_{false};
+
+  std::mutex mutex_;
+  std::deque<Task> incoming_;
+  std::function<void()> waker_;
+  bool armed_ = true;       // nobody drains: the next post has to signal
+  bool signalled_ = false;  // the descriptor is readable
+
+  std::deque<Task> ready_;  // main thread only: taken over from incoming_, in order
+};
+
+}  // namespace orv

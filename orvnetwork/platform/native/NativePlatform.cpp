@@ -1,0 +1,65 @@
+#include <orvnetwork/platform/native/NativeBackgroundDrain.h>
+#include <orvnetwork/platform/native/NativeDelayService.h>
+#include <orvnetwork/platform/native/NativeDirectories.h>
+#include <orvnetwork/platform/native/NativeFileSystem.h>
+#include <orvnetwork/platform/native/NativeMainQueue.h>
+#include <orvnetwork/platform/native/NativePlatform.h>
+#include <orvnetwork/platform/native/NativeReachability.h>
+#include <orvnetwork/platform/native/NativeSettings.h>
+#include <orvnetwork/platform/native/NativeWebSocket.h>
+#include <orvnetwork/platform/native/SystemRandom.h>
+#include <orvnetwork/platform/native/WorkerPool.h>
+
+#include <mutex>
+
+namespace orv {
+
+namespace {
+
+class NativeClock final : public Clock {
+ public:
+  WallTime wallNow() const override { return std::chrono::system_clock::now(); }
+  SteadyTime steadyNow() const override { return std::chrono::steady_clock::now(); }
+};
+
+class NativePlatform final : public Platform {
+ public:
+  Clock& clock() override { return clock_; }
+  MainQueue& mainQueue() override { return mainQueue_; }
+  Executor& globalQueue() override { return workers_; }
+  DelayService& delays() override { return delays_; }
+  FileSystem& files() override { return files_; }
+  Directories& directories() override { return directories_; }
+  std::uint32_t random() override { return systemRandom(); }
+  std::string localeName() override { return nativeLocaleName(); }
+  std::string timeZoneName() override { return nativeTimeZoneName(); }
+
+  Reachability& reachability() override {
+    std::call_once(reachabilityMade_, [this] { reachability_ = makeNativeReachability(mainQueue_); });
+    return *reachability_;
+  }
+  std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) override {
+    return makeNativeWebSocket(std::move(request), mainQueue_);
+  }
+  std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) override {
+    return std::make_unique<NativeBackgroundDrain>(std::move(drain));
+  }
+
+ private:
+  NativeClock clock_;
+  NativeMainQueue mainQueue_;
+  WorkerPool workers_;
+  NativeDelayService delays_;
+  NativeFileSystem files_;
+  NativeDirectories directories_;
+  std::once_flag reachabilityMade_;
+  std::unique_ptr<Reachability> reachability_;
+};
+
+}  // namespace
+
+std::unique_ptr<Platform> makeNativePlatform() {
+  return std::make_unique<NativePlatform>();
+}
+
+}  // namespace orv

@@ -1,0 +1,210 @@
+#include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/ConsoleLog.h>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <memory>
+#include <regex>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace orv;
+
+std::vector<std::string> split(const std::string& text) {
+  std::vector<std::string> lines;
+  std::size_t from = 0;
+  for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', from)) {
+    lines.push_back(text.substr(from, at - from));
+    from = at + 1;
+  }
+  EXPECT_EQ(from, text.size()) << "the last line has no end";
+  return lines;
+}
+
+/// Sends standard error into a file while it lives.
+class CapturedStandardError {
+ public:
+  CapturedStandardError() : saved_(dup(STDERR_FILENO)), file_(open("/tmp", O_TMPFILE | O_RDWR, 0600)) {
+    dup2(file_, STDERR_FILENO);
+  }
+  ~CapturedStandardError() {
+    dup2(saved_, STDERR_FILENO);
+    close(saved_);
+    close(file_);
+  }
+  std::string text() const {
+    std::string bytes(static_cast<std::size_t>(lseek(file_, 0, SEEK_END)), '\0');
+    EXPECT_EQ(pread(file_, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+    return bytes;
+  }
+
+ private:
+  int saved_;
+  int file_;
+};
+
+TEST(Console, WritesLinesWithATimeStampToStandardError) {
+  const CapturedStandardError captured;
+  Console::write("hello 世界");
+  consoleLog("%@ %d", "formatted", 5);
+  const auto lines = split(captured.text());
+  ASSERT_EQ(lines.size(), 2u);
+  const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} (.*))");
+  std::smatch match;
+  ASSERT_TRUE(std::regex_match(lines[0], match, form)) << lines[0];
+  EXPECT_EQ(match[1], "hello 世界");
+  ASSERT_TRUE(std::regex_match(lines[1], match, form)) << lines[1];
+  EXPECT_EQ(match[1], "formatted 5");
+}
+
+TEST(Console, StampsTheLocalTime) {
+  setenv("TZ", "XXX-13:30", 1);
+  tzset();
+  const CapturedStandardError captured;
+  const std::time_t before = std::time(nullptr);
+  Console::write("x");
+  const std::time_t after = std::time(nullptr);
+  std::tm local{};
+  ASSERT_NE(strptime(captured.text().c_str(), "%Y-%m-%d %H:%M:%S", &local), nullptr);
+  const std::time_t stamp = timegm(&local) - (13 * 60 + 30) * 60;
+  EXPECT_GE(stamp, before - 1);
+  EXPECT_LE(stamp, after);
+}
+
+TEST(Console, KeepsLineFeedsInsideAMessage) {
+  const CapturedStandardError captured;
+  Console::write("{\n    a = 1;\n}");
+  const auto lines = split(captured.text());
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[1], "    a = 1;");
+  EXPECT_EQ(lines[2], "}");
+}
+
+TEST(Console, NeverMixesLinesOfDifferentThreads) {
+  const CapturedStandardError captured;
+  constexpr std::size_t kThreads = 4;
+  constexpr std::size_t kLines = 200;
+  std::vector<std::thread> threads;
+  for (std::size_t t = 0; t < kThreads; ++t) {
+    threads.emplace_back([t] {
+      for (std::size_t i = 0; i < kLines; ++i) {
+        Console::write(std::string(6'000, static_cast<char>('a' + t)));
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  const auto lines = split(captured.text());
+  ASSERT_EQ(lines.size(), kThreads * kLines);
+  constexpr std::size_t kStampSize = 24;
+  for (const std::string& line : lines) {
+    ASSERT_EQ(line.size(), kStampSize + 6'000);
+    ASSERT_EQ(line.find_first_not_of(line.back(), kStampSize), std::string::npos);
+  }
+}
+
+TEST(Console, GivesLinesToTheSinkAndNotToStandardError) {
+  const CapturedStandardError captured;
+  std::vector<std::string> lines;
+  Console::setSink([&lines](std::string_view line) { lines.emplace_back(line); });
+  Console::write("one");
+  Console::setSink({});
+  Console::write("two");
+  EXPECT_EQ(lines, std::vector<std::string>{"one"});
+  EXPECT_EQ(split(captured.text()).size(), 1u);
+}
+
+TEST(Console, DropsWhatASinkWritesItself) {
+  std::vector<std::string> lines;
+  Console::setSink([&lines](std::string_view line) {
+    lines.emplace_back(line);
+    Console::write("again: " + std::string(line));
+  });
+  Console::write("one");
+  Console::write("two");
+  EXPECT_EQ(lines, (std::vector<std::string>{"one", "two"}));
+}
+
+TEST(Console, SurvivesASinkThatThrows) {
+  int calls = 0;
+  Console::setSink([&calls](std::string_view) {
+    ++calls;
+    throw std::runtime_error("no room");
+  });
+  EXPECT_NO_THROW(Console::write("one"));
+  EXPECT_NO_THROW(Console::write("two"));
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(Console, ASinkMayReplaceItself) {
+  std::vector<std::string> first;
+  std::vector<std::string> second;
+  auto token = std::make_shared<int>(0);
+  const std::weak_ptr<int> alive = token;
+  Console::setSink([&, token = std::move(token)](std::string_view line) {
+    Console::setSink([&second](std::string_view later) { second.emplace_back(later); });
+    first.emplace_back(line);
+    EXPECT_FALSE(alive.expired());
+  });
+  Console::write("one");
+  EXPECT_TRUE(alive.expired());
+  Console::write("two");
+  EXPECT_EQ(first, std::vector<std::string>{"one"});
+  EXPECT_EQ(second, std::vector<std::string>{"two"});
+}
+
+TEST(Console, CallsTheSinkOnTheWritingThreadOneCallAtATime) {
+  std::atomic<int> running = 0;
+  std::atomic<int> wrong = 0;
+  int calls = 0;  // not atomic: one call at a time
+  static thread_local int mark = 0;
+  Console::setSink([&](std::string_view) {
+    wrong += running.fetch_add(1) != 0 || mark != 1;
+    ++calls;
+    --running;
+  });
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([] {
+      mark = 1;
+      for (int i = 0; i < 500; ++i) {
+        Console::write("x");
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(calls, 2'000);
+  EXPECT_EQ(wrong, 0);
+}
+
+struct Unspeakable {};
+std::string describe(const Unspeakable&) {
+  throw std::runtime_error("no words");
+}
+
+TEST(Console, LogsTheBareFormatWhenAnArgumentCannotDescribeItself) {
+  std::vector<std::string> lines;
+  Console::setSink([&lines](std::string_view line) { lines.emplace_back(line); });
+  consoleLog("value=%@", Unspeakable());
+  EXPECT_EQ(lines, std::vector<std::string>{"value=%@"});
+}
+
+TEST(Console, DiscardsLinesWhenStandardErrorIsClosed) {
+  const int saved = dup(STDERR_FILENO);
+  close(STDERR_FILENO);
+  Console::write("nobody listens");
+  dup2(saved, STDERR_FILENO);
+  close(saved);
+}
+
+}  // namespace
