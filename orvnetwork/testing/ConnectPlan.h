@@ -1,0 +1,36 @@
+#pragma once
+
+#include <orvnetwork/platform/Error.h>
+#include <orvnetwork/platform/Export.h>
+
+namespace orv::testing {
+
+/// What becomes of one attempt to connect. `delay` is what the other side takes to answer, beside the latency of
+/// the network.
+struct ORV_EXPORT ConnectPlan {
+  enum class Outcome { Accept, Fail, NeverAnswer, EndOfStream };
+
+  Outcome outcome = Outcome::Accept;
+  Seconds delay{0};
+  Error error;
+
+  static ConnectPlan accept(Seconds delay = Seconds::zero());
+  /// Nobody listens: "POSIX", ECONNREFUSED.
+  static ConnectPlan refuse(Seconds delay = Seconds::zero());
+  /// There is no way to the server: "POSIX", ENETUNREACH.
+  static ConnectPlan unreachable();
+  /// The server's name is not known: "OrvNameLookup".
+  static ConnectPlan unknownHost();
+  /// No answer at all: the socket fails after the time-out of its request with "OrvWebSocket", 504.
+  static ConnectPlan neverAnswer();
+  /// The server's certificate is refused: "OrvTls".
+  static ConnectPlan failTls(Seconds delay = Seconds::zero());
+  /// The server answers the handshake with another HTTP status than 101: "OrvWebSocket", 2132 for 400 and above,
+  /// else 2133.
+  static ConnectPlan httpStatus(int status, Seconds delay = Seconds::zero());
+  /// The stream ends within the handshake: the socket is closed with 1001, not cleanly.
+  static ConnectPlan endOfStream(Seconds delay = Seconds::zero());
+  static ConnectPlan fail(Error error, Seconds delay = Seconds::zero());
+};
+
+}  // namespace orv::testing

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+
+namespace orv::testing {
+
+/// A small generator of pseudo-random numbers: the same seed gives the same numbers on every machine.
+class SeededRandom {
+ public:
+  explicit SeededRandom(std::uint64_t seed) : state_(seed) {}
+
+  std::uint64_t next() {
+    state_ += 0x9E3779B97F4A7C15U;
+    std::uint64_t mixed = state_;
+    mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9U;
+    mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBU;
+    return mixed ^ (mixed >> 31);
+  }
+
+  /// A number from 0 to `limit` - 1; 0 when `limit` is 0.
+  std::uint64_t below(std::uint64_t limit) { return limit == 0 ? 0 : next() % limit; }
+
+  /// True once in `n` times on average; never when `n` is 0.
+  bool oneIn(std::uint64_t n) { return n != 0 && below(n) == 0; }
+
+ private:
+  std::uint64_t state_;
+};
+
+}  // namespace orv::testing

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <orvnetwork/platform/Directories.h>
+
+#include <map>
+
+namespace orv::testing {
+
+/// Standard folders of a user whose home is "/home/user". All of them can be moved.
+class ORV_EXPORT SimulatedDirectories final : public Directories {
+ public:
+  std::string home() override { return home_; }
+  std::string temporary() override { return temporary_; }
+  /// The folder that was set for the code, else the usual one under the home.
+  OptionalString searchPath(int code) override;
+
+  void setHome(std::string path) { home_ = std::move(path); }
+  /// `path` must end with a slash.
+  void setTemporary(std::string path) { temporary_ = std::move(path); }
+  /// Absent: there is no such folder.
+  void setSearchPath(int code, OptionalString path) { searchPaths_[code] = std::move(path); }
+
+ private:
+  std::string home_ = "/home/user";
+  std::string temporary_ = "/tmp/";
+  std::map<int, OptionalString> searchPaths_;
+};
+
+}  // namespace orv::testing

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/testing/Scheduler.h>
+
+namespace orv::testing {
+
+/// The main queue of the simulation.
+///
+/// The test's own code and the tasks of this queue count as the main thread; tasks of every other lane do not.
+/// Tasks run whenever the simulation runs; `drain()` runs the waiting ones and nothing else, as a host's loop
+/// does. To drive it from a host's loop alone, hold it: `platform.holdMainQueue(true)`.
+class ORV_EXPORT SimulatedMainQueue final : public MainQueue {
+ public:
+  explicit SimulatedMainQueue(std::shared_ptr<Scheduler> scheduler);
+  ~SimulatedMainQueue() override;
+
+  void post(Task task) override;
+  /// Does nothing: the simulation's thread is the main thread from the start.
+  void claim() override {}
+  bool isCurrent() const override { return scheduler_->isMainCurrent(); }
+  /// Runs the simulation, moving time to whatever is due next, until `stop()` or until nothing can happen any
+  /// more.
+  void run() override;
+  void stop() override;
+  std::size_t drain() override;
+  int wakeUpDescriptor() override;
+  void setWaker(std::function<void()> waker) override;
+
+  Lane& lane() { return *lane_; }
+
+ private:
+  class WakeUp;
+  void laneChanged();
+
+  const std::shared_ptr<Scheduler> scheduler_;
+  const std::shared_ptr<Lane> lane_;
+  std::unique_ptr<WakeUp> wakeUp_;  // made when it is first asked for
+  std::function<void()> waker_;
+  bool waiting_ = false;
+  bool stopRequested_ = false;
+  int draining_ = 0;
+};
+
+}  // namespace orv::testing

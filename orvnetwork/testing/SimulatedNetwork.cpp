@@ -1,0 +1,102 @@
+#include <orvnetwork/testing/SimulatedNetwork.h>
+
+#include <orvnetwork/testing/SimulatedWebSocket.h>
+#include <orvnetwork/testing/detail/SimulatedLink.h>
+
+namespace orv::testing {
+
+SimulatedNetwork::SimulatedNetwork(std::shared_ptr<Scheduler> scheduler, Executor& mainQueue)
+    : scheduler_(std::move(scheduler)), mainQueue_(mainQueue), server_(scheduler_) {}
+
+SimulatedNetwork::~SimulatedNetwork() {
+  for (const auto& [id, socket] : live_) {
+    socket->abandon();
+  }
+}
+
+std::shared_ptr<WebSocket> SimulatedNetwork::makeWebSocket(WebSocketRequest request) {
+  const auto id = static_cast<ConnectionId>(sockets_.size()) + 1;
+  SocketRecord record{id, request.url, request.connectTimeout, scheduler_->now(), {}};
+  auto socket = std::make_shared<SimulatedWebSocket>(*this, id, std::move(request));
+  record.socket = socket;
+  sockets_.push_back(std::move(record));
+  return socket;
+}
+
+void SimulatedNetwork::setLatency(Seconds toServer, Seconds toClient) {
+  toServer_ = toServer;
+  toClient_ = toClient;
+  server_.setLatency(toClient);
+}
+
+void SimulatedNetwork::breakLink(ConnectionId id) {
+  const auto found = live_.find(id);
+  if (found != live_.end()) {
+    found->second->setLinkBroken(true);
+  }
+}
+
+void SimulatedNetwork::restoreLink(ConnectionId id) {
+  const auto found = live_.find(id);
+  if (found != live_.end()) {
+    found->second->setLinkBroken(false);
+  }
+}
+
+void SimulatedNetwork::keepAlive(const std::shared_ptr<SimulatedWebSocket>& socket) {
+  live_.emplace(socket->id(), socket);
+}
+
+void SimulatedNetwork::release(ConnectionId id) {
+  live_.erase(id);
+}
+
+bool SimulatedNetwork::nextOperationFails() {
+  ++operations_;
+  if (failIn_ == 0 || --failIn_ > 0) {
+    return false;
+  }
+  ++failures_;
+  return true;
+}
+
+ConnectPlan SimulatedNetwork::nextPlan() {
+  ConnectPlan plan = defaultPlan_;
+  if (!plans_.empty()) {
+    plan = std::move(plans_.front());
+    plans_.pop_front();
+  }
+  return nextOperationFails() ? ConnectPlan::refuse() : plan;
+}
+
+std::shared_ptr<SimulatedLink> SimulatedNetwork::connect(const std::shared_ptr<SimulatedWebSocket>& socket) {
+  auto link = std::make_shared<SimulatedLink>(*scheduler_, socket->id());
+  link->socket = socket;
+  carryOut(nextPlan(), link);
+  return link;
+}
+
+void SimulatedNetwork::carryOut(const ConnectPlan& plan, const std::shared_ptr<SimulatedLink>& link) {
+  const auto answer = [&](auto tell) {
+    link->toClient->push(toServer_ + plan.delay + toClient_, [link, tell] {
+      if (const auto socket = link->socket.lock()) {
+        tell(*socket);
+      }
+    });
+  };
+  switch (plan.outcome) {
+    case ConnectPlan::Outcome::Accept:
+      link->toServer->push(toServer_ + plan.delay, [this, link] { server_.accept(link); });
+      return;
+    case ConnectPlan::Outcome::Fail:
+      answer([error = plan.error](SimulatedWebSocket& socket) { socket.failed(error); });
+      return;
+    case ConnectPlan::Outcome::EndOfStream:
+      answer([](SimulatedWebSocket& socket) { socket.streamEnded(); });
+      return;
+    case ConnectPlan::Outcome::NeverAnswer:
+      return;
+  }
+}
+
+}  // namespace orv::testing

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <orvnetwork/platform/WebSocket.h>
+#include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/testing/Scheduler.h>
+#include <orvnetwork/testing/SimulatedServer.h>
+
+#include <deque>
+#include <map>
+#include <vector>
+
+namespace orv::testing {
+
+class SimulatedWebSocket;
+
+/// A socket that the library has made.
+struct SocketRecord {
+  ConnectionId id = 0;  ///< 1, 2, 3 … in the order in which they were made; also the number of its connection
+  OptionalString url;
+  Seconds connectTimeout{0};
+  SteadyTime madeAt{};
+  std::weak_ptr<WebSocket> socket;
+};
+
+/// The network between the library's sockets and the scripted server. Every attempt to connect is accepted at
+/// once, unless it was planned otherwise:
+///
+///     platform.network().planConnect(ConnectPlan::refuse());          // the next attempt
+///     platform.network().planConnect(ConnectPlan::accept(Seconds(2))); // the one after it
+///
+/// Even without any latency everything is asynchronous.
+class ORV_EXPORT SimulatedNetwork {
+ public:
+  SimulatedNetwork(std::shared_ptr<Scheduler> scheduler, Executor& mainQueue);
+  ~SimulatedNetwork();
+  SimulatedNetwork(const SimulatedNetwork&) = delete;
+  SimulatedNetwork& operator=(const SimulatedNetwork&) = delete;
+
+  SimulatedServer& server() { return server_; }
+  std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request);
+
+  /// Plans the next attempt to connect that has no plan yet.
+  void planConnect(ConnectPlan plan) { plans_.push_back(std::move(plan)); }
+  /// Decides about attempts without a plan of their own.
+  void setDefaultPlan(ConnectPlan plan) { defaultPlan_ = std::move(plan); }
+  std::size_t plansLeft() const { return plans_.size(); }
+
+  /// How long data travels, each way. Zero at the start.
+  void setLatency(Seconds toServer, Seconds toClient);
+
+  /// Stops all data of a connection in both directions without telling anybody, as when a cable is cut. Data
+  /// that the client has sent and nobody acknowledges for 30 s makes its socket fail with ETIMEDOUT.
+  void breakLink(ConnectionId id);
+  /// Heals a broken link: what was under way arrives.
+  void restoreLink(ConnectionId id);
+
+  /// Makes the `n`-th link operation from now fail, 1 being the next; 0 makes none fail. Operations are: an
+  /// attempt to connect (refused), a send or ping (the socket fails), the arrival of a message or pong (reset).
+  ///
+  ///     for (int n = 1; ; ++n) { ...failAtLinkOperation(n)...; if (network.failuresInjected() == 0) break; }
+  void failAtLinkOperation(std::uint64_t n) { failIn_ = n; }
+  std::uint64_t linkOperations() const { return operations_; }
+  std::uint64_t failuresInjected() const { return failures_; }
+
+  /// All sockets made so far, in that order.
+  const std::vector<SocketRecord>& sockets() const { return sockets_; }
+  /// How many sockets were opened and have not come to their end.
+  std::size_t liveSockets() const { return live_.size(); }
+
+ private:
+  friend class SimulatedWebSocket;
+  void keepAlive(const std::shared_ptr<SimulatedWebSocket>& socket);
+  void release(ConnectionId id);
+  std::shared_ptr<SimulatedLink> connect(const std::shared_ptr<SimulatedWebSocket>& socket);
+  ConnectPlan nextPlan();
+  void carryOut(const ConnectPlan& plan, const std::shared_ptr<SimulatedLink>& link);
+  bool nextOperationFails();
+
+  const std::shared_ptr<Scheduler> scheduler_;
+  Executor& mainQueue_;
+  SimulatedServer server_;
+  std::deque<ConnectPlan> plans_;
+  ConnectPlan defaultPlan_;
+  Seconds toServer_{0};
+  Seconds toClient_{0};
+  std::vector<SocketRecord> sockets_;
+  std::map<ConnectionId, std::shared_ptr<SimulatedWebSocket>> live_;
+  std::uint64_t operations_ = 0;
+  std::uint64_t failIn_ = 0;
+  std::uint64_t failures_ = 0;
+};
+
+}  // namespace orv::testing

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <orvnetwork/platform/Reachability.h>
+#include <orvnetwork/testing/Scheduler.h>
+
+namespace orv::testing {
+
+/// A network whose reachability the test decides. It starts as Wi-Fi.
+class ORV_EXPORT SimulatedReachability final : public Reachability {
+ public:
+  SimulatedReachability(Scheduler& scheduler, Executor& mainQueue);
+
+  void setServer(const OptionalString& url) override { server_ = url; }
+  /// The first report follows on its own when the simulation runs, with the status at that moment.
+  void startMonitoring(Callback callback) override;
+  void stopMonitoring() override;
+
+  /// Sets the status and, while monitored, reports it, also when it is the same as before.
+  void report(ReachabilityStatus status);
+  /// Sets the status without a word, for the first report or for a change that the system misses.
+  void setStatus(ReachabilityStatus status);
+  /// Whether the first report is left out, as when the system cannot be asked. False at the start.
+  void withholdFirstReport(bool withhold) { withheld_ = withhold; }
+
+  ReachabilityStatus status() const { return watch_->status; }
+  bool isMonitoring() const { return static_cast<bool>(watch_->callback); }
+  /// The server that the library named last.
+  const OptionalString& server() const { return server_; }
+
+ private:
+  /// Shared with the reports that are under way.
+  struct Watch {
+    ReachabilityStatus status = ReachabilityStatus::WiFi;
+    Callback callback;
+    std::uint64_t generation = 0;  // counts the stops
+  };
+  static void post(Executor& mainQueue, const std::shared_ptr<Watch>& watch);
+
+  Executor& mainQueue_;
+  const std::shared_ptr<Lane> lane_;
+  const std::shared_ptr<Watch> watch_ = std::make_shared<Watch>();
+  OptionalString server_;
+  bool withheld_ = false;
+};
+
+}  // namespace orv::testing

@@ -1,0 +1,289 @@
+#include <orvnetwork/testing/SimulatedWebSocket.h>
+
+#include <orvnetwork/testing/SimulatedNetwork.h>
+#include <orvnetwork/testing/detail/SimulatedLink.h>
+#include <orvnetwork/testing/detail/Utf8.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace orv::testing {
+
+namespace {
+
+// Codes as the platform's own sockets tell them.
+constexpr const char* kErrorDomain = "OrvWebSocket";
+constexpr std::int64_t kBadUrl = -1000;
+constexpr std::int64_t kTimedOut = 504;
+constexpr std::int64_t kWriteFailed = 2145;
+
+constexpr std::size_t kLongestPing = 125;
+
+bool hasKnownScheme(const OptionalString& url) {
+  const auto end = url ? url->find("://") : std::string::npos;
+  if (end == std::string::npos || url->size() == end + 3) {
+    return false;
+  }
+  std::string scheme = url->substr(0, end);
+  std::ranges::transform(scheme, scheme.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+  return scheme == "ws" || scheme == "wss" || scheme == "http" || scheme == "https";
+}
+
+bool isValidCloseCode(int code) {
+  return code >= 1000 && code < 5000 && code != 1004 && code != 1005 && code != 1006 &&
+         (code < 1012 || code >= 3000);
+}
+
+}  // namespace
+
+SimulatedWebSocket::SimulatedWebSocket(SimulatedNetwork& network, int id, WebSocketRequest request)
+    : network_(network),
+      id_(id),
+      request_(std::move(request)),
+      scheduler_(network.scheduler_),
+      lane_(scheduler_->makeLane(LaneKind::Link, "socket " + std::to_string(id))) {}
+
+SimulatedWebSocket::~SimulatedWebSocket() = default;
+
+void SimulatedWebSocket::open() {
+  if (std::exchange(openAsked_, true)) {
+    return;
+  }
+  network_.keepAlive(shared_from_this());
+  lane_->post([self = shared_from_this()] { self->start(); });
+}
+
+void SimulatedWebSocket::start() {
+  if (ended_) {
+    return;
+  }
+  if (!hasKnownScheme(request_.url)) {
+    failed({kErrorDomain, kBadUrl, "The address is not one of a WebSocket server"});
+    return;
+  }
+  link_ = network_.connect(shared_from_this());
+  connectTimer_ = after(request_.connectTimeout, &SimulatedWebSocket::connectTimedOut);
+}
+
+void SimulatedWebSocket::connectTimedOut() {
+  if (state_ == WebSocketState::Connecting) {
+    failed({kErrorDomain, kTimedOut, "Connecting took too long"});
+  }
+}
+
+void SimulatedWebSocket::accepted() {
+  if (ended_ || state_ != WebSocketState::Connecting) {
+    return;
+  }
+  scheduler_->cancel(connectTimer_);
+  state_ = WebSocketState::Open;
+  tellDelegate([this](WebSocketDelegate& delegate) { delegate.webSocketOpened(*this); });
+}
+
+void SimulatedWebSocket::close() {
+  lane_->post([self = shared_from_this()] { self->startClosing(); });
+}
+
+void SimulatedWebSocket::startClosing() {
+  if (state_ == WebSocketState::Open) {
+    state_ = WebSocketState::Closing;
+    pushClose(1000);
+    closeTimer_ = after(kCloseTimeout, &SimulatedWebSocket::end);
+  } else if (state_ == WebSocketState::Connecting && !openAsked_) {
+    openAsked_ = true;
+    end();
+  } else if (state_ == WebSocketState::Connecting) {
+    closed(0, std::nullopt, true);
+  }
+}
+
+void SimulatedWebSocket::send(std::shared_ptr<const std::string> text) {
+  if (text == nullptr || state_ != WebSocketState::Open) {
+    return;
+  }
+  lane_->post([self = shared_from_this(), text = std::move(text)] { self->write(text); });
+}
+
+void SimulatedWebSocket::write(std::shared_ptr<const std::string> text) {
+  if (state_ != WebSocketState::Open) {
+    return;
+  }
+  if (network_.nextOperationFails()) {
+    failed({kErrorDomain, kWriteFailed, "Writing failed"});
+    return;
+  }
+  pushToServer([this, self = shared_from_this(), text] { network_.server_.textArrived(link_, *text); });
+}
+
+void SimulatedWebSocket::sendPing(std::string payload) {
+  if (state_ != WebSocketState::Open) {
+    return;
+  }
+  payload.resize(std::min(payload.size(), kLongestPing));
+  lane_->post([self = shared_from_this(), payload] {
+    if (self->state_ != WebSocketState::Open) {
+      return;
+    }
+    if (self->network_.nextOperationFails()) {
+      self->failed({kErrorDomain, kWriteFailed, "Writing failed"});
+      return;
+    }
+    self->pushToServer([self, payload] { self->network_.server_.pingArrived(self->link_, payload); });
+  });
+}
+
+void SimulatedWebSocket::failed(Error error) {
+  if (ended_) {
+    return;
+  }
+  end();
+  tellDelegate([this, error](WebSocketDelegate& delegate) { delegate.webSocketFailed(*this, error); });
+}
+
+void SimulatedWebSocket::closed(int code, OptionalString reason, bool wasClean) {
+  if (ended_) {
+    return;
+  }
+  end();
+  tellDelegate([this, code, reason, wasClean](WebSocketDelegate& delegate) {
+    delegate.webSocketClosed(*this, code, reason, wasClean);
+  });
+}
+
+void SimulatedWebSocket::streamEnded() {
+  closed(1001, "Stream end encountered", false);
+}
+
+void SimulatedWebSocket::messageArrived(std::string payload, bool isText) {
+  if (ended_) {
+    return;
+  }
+  if (network_.nextOperationFails()) {
+    failed({"POSIX", ECONNRESET, "Connection reset by peer"});
+    return;
+  }
+  if (isText && !isUtf8(payload)) {
+    refuseFrame(1007);
+    return;
+  }
+  auto message = std::make_shared<WebSocketMessage>(WebSocketMessage{std::move(payload), isText, {}});
+  if (isText && request_.prepare) {
+    runGuarded("WebSocket prepare", [&] { message->prepared = request_.prepare(message->payload); });
+  }
+  tellDelegate([this, message](WebSocketDelegate& delegate) {
+    delegate.webSocketReceived(*this, std::move(*message));
+  });
+}
+
+void SimulatedWebSocket::pingArrived(std::string payload) {
+  if (state_ == WebSocketState::Open) {
+    pushToServer([this, self = shared_from_this(), payload] { network_.server_.pongArrived(link_, payload); });
+  }
+}
+
+void SimulatedWebSocket::pongArrived(std::string payload) {
+  if (ended_) {
+    return;
+  }
+  if (network_.nextOperationFails()) {
+    failed({"POSIX", ECONNRESET, "Connection reset by peer"});
+    return;
+  }
+  tellDelegate([this, payload](WebSocketDelegate& delegate) { delegate.webSocketReceivedPong(*this, payload); });
+}
+
+void SimulatedWebSocket::closeArrived(std::optional<int> code, OptionalString reason) {
+  if (ended_) {
+    return;
+  }
+  const bool isValid = !code || isValidCloseCode(*code);
+  const bool isReadable = isValid && (!reason || isUtf8(*reason));
+  if (state_ == WebSocketState::Open) {
+    pushClose(isReadable ? 1000 : 1002);
+  }
+  const bool hasReason = code && isReadable && reason && !reason->empty();
+  closed(code.value_or(1005), hasReason ? reason : std::nullopt, true);
+}
+
+void SimulatedWebSocket::refuseFrame(int code) {
+  if (state_ == WebSocketState::Open) {
+    pushClose(code);
+  }
+  closed(0, std::nullopt, true);
+}
+
+void SimulatedWebSocket::pushClose(int code) {
+  pushToServer([this, self = shared_from_this(), code] { network_.server_.closeArrived(link_, code); });
+}
+
+void SimulatedWebSocket::pushToServer(Task arrival) {
+  link_->toServer->push(network_.toServer_, std::move(arrival));
+  watchAcknowledgement();
+}
+
+void SimulatedWebSocket::setLinkBroken(bool broken) {
+  if (!link_ || ended_) {
+    return;
+  }
+  link_->toServer->setBlocked(broken);
+  link_->toClient->setBlocked(broken);
+  if (broken) {
+    watchAcknowledgement();
+  } else {
+    scheduler_->cancel(std::exchange(acknowledgementTimer_, 0));
+  }
+}
+
+void SimulatedWebSocket::watchAcknowledgement() {
+  const bool isConnected = state_ == WebSocketState::Open || state_ == WebSocketState::Closing;
+  if (isConnected && link_->isBroken() && !link_->toServer->isEmpty() && acknowledgementTimer_ == 0) {
+    acknowledgementTimer_ = after(kUnacknowledgedTimeout, &SimulatedWebSocket::acknowledgementTimedOut);
+  }
+}
+
+void SimulatedWebSocket::acknowledgementTimedOut() {
+  failed({"POSIX", ETIMEDOUT, "Connection timed out"});
+}
+
+DelayService::Handle SimulatedWebSocket::after(Seconds delay, void (SimulatedWebSocket::*action)()) {
+  const auto when = scheduler_->now() + std::chrono::round<std::chrono::nanoseconds>(delay);
+  return scheduler_->runAt(when, *lane_, [self = shared_from_this(), action] { ((*self).*action)(); });
+}
+
+void SimulatedWebSocket::end() {
+  if (std::exchange(ended_, true)) {
+    return;
+  }
+  const auto keepAlive = shared_from_this();
+  state_ = WebSocketState::Closed;
+  for (auto* timer : {&connectTimer_, &closeTimer_, &acknowledgementTimer_}) {
+    scheduler_->cancel(std::exchange(*timer, 0));
+  }
+  if (link_) {
+    link_->toClient->clear();
+    if (link_->isBroken()) {
+      link_->toServer->clear();
+    } else {
+      link_->toServer->push(network_.toServer_, [this, keepAlive] { network_.server_.streamEnded(link_); });
+    }
+  }
+  network_.release(id_);
+}
+
+void SimulatedWebSocket::abandon() {
+  ended_ = true;
+  if (link_) {
+    link_->toClient->clear();
+    link_->toServer->clear();
+  }
+}
+
+void SimulatedWebSocket::tellDelegate(std::function<void(WebSocketDelegate&)> tell) {
+  network_.mainQueue_.post([self = shared_from_this(), tell = std::move(tell)] {
+    if (self->delegate_ != nullptr) {
+      tell(*self->delegate_);
+    }
+  });
+}
+
+}  // namespace orv::testing
