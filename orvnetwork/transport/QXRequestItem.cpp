@@ -1,0 +1,112 @@
+#include <orvnetwork/platform/ConsoleLog.h>
+#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+/// Gives access to the protected constructors, for std::make_shared.
+struct MakeableItem : QXRequestItem {
+  MakeableItem() = default;
+  explicit MakeableItem(const QXRequestItem& other) : QXRequestItem(other) {}
+};
+
+void setIfPresent(json::object& frame, json::string_view key, const OptionalString& text) {
+  if (text) frame.emplace(key, json::string_view(*text));
+}
+
+void setValues(json::object& frame, std::optional<json::object> values) {
+  if (!values) return;
+  // A null at the top level is an absent argument; nulls further down are the caller's own.
+  for (auto member = values->begin(); member != values->end();) {
+    member = member->value().is_null() ? values->stable_erase(member) : member + 1;
+  }
+  frame.emplace("v", std::move(*values));
+}
+
+OptionalString writeFrame(const json::object& frame) {
+  auto written = writeJsonPretty(frame);
+  if (!written.text) consoleLog("conver to json error: dic->%@", written.error);
+  return std::move(written.text);
+}
+
+std::shared_ptr<QXRequestItem> newItem(OptionalString command, CompleteBlock completeBlock,
+                                       TimeoutBlock timeoutBlock) {
+  auto item = std::make_shared<MakeableItem>();
+  item->timestamp = item->genTimestamp();
+  item->command = std::move(command);
+  item->completeBlock = std::move(completeBlock);
+  item->timeoutBlock = std::move(timeoutBlock);
+  return item;
+}
+
+}  // namespace
+
+std::int64_t QXRequestItem::genTimestamp() const {
+  auto& platform = Platform::current();
+  const double seconds = Seconds(platform.clock().wallNow().time_since_epoch()).count();
+  return static_cast<std::int64_t>(seconds * 1000000.0) + static_cast<std::int64_t>(platform.random() % 1000);
+}
+
+std::shared_ptr<QXRequestItem> QXRequestItem::initWithTimeStamp_command_jsonString_completeBlock_timeoutBlock(
+    std::int64_t timestamp, OptionalString command, OptionalString jsonString, CompleteBlock completeBlock,
+    TimeoutBlock timeoutBlock) {
+  auto item = std::make_shared<MakeableItem>();
+  item->timestamp = timestamp;
+  item->command = std::move(command);
+  item->jsonString = std::move(jsonString);
+  item->completeBlock = std::move(completeBlock);
+  item->timeoutBlock = std::move(timeoutBlock);
+  return item;
+}
+
+std::shared_ptr<QXRequestItem> QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
+    OptionalString command, std::optional<json::object> parameters, CompleteBlock completeBlock,
+    TimeoutBlock timeoutBlock) {
+  auto item = newItem(std::move(command), std::move(completeBlock), std::move(timeoutBlock));
+  const auto& link = QXWebSocketMgr::standard();
+  json::object frame;
+  frame.reserve(7);
+  setIfPresent(frame, "c", item->command);
+  frame.emplace("r", "1");
+  setIfPresent(frame, "g", link.globalUUID());
+  frame.emplace("a", "1");
+  frame.emplace("b", formatText("%@.%@", link.appVersion(), link.appBuildVersion()));
+  frame.emplace("s", formatText("%ld", item->timestamp));
+  setValues(frame, std::move(parameters));
+  item->jsonString = writeFrame(frame);
+  return item;
+}
+
+std::shared_ptr<QXRequestItem> QXRequestItem::initWithMeetingCommand_parameters_completeBlock_timeoutBlock(
+    OptionalString command, std::optional<json::object> parameters, CompleteBlock completeBlock,
+    TimeoutBlock timeoutBlock) {
+  auto item = newItem(std::move(command), std::move(completeBlock), std::move(timeoutBlock));
+  json::object frame;
+  frame.reserve(3);
+  setIfPresent(frame, "c", item->command);
+  frame.emplace("s", item->timestamp);
+  setValues(frame, std::move(parameters));
+  consoleLog("上传参数：%@", frame);
+  item->jsonString = writeFrame(frame);
+  if (item->jsonString) {
+    std::erase_if(*item->jsonString, [](char c) { return c == '\n' || c == '\t' || c == ' '; });
+  }
+  return item;
+}
+
+std::shared_ptr<QXRequestItem> QXRequestItem::copyWithZone() const {
+  return std::make_shared<MakeableItem>(*this);
+}
+
+std::string describe(const std::shared_ptr<QXRequestItem>& item) {
+  if (!item) return "(null)";
+  return formatText("<QXRequestItem %@ %ld>", item->command, item->timestamp);
+}
+
+}  // namespace orv

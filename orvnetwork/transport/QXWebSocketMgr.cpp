@@ -1,0 +1,201 @@
+#include <orvnetwork/platform/ConsoleLog.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+#include <orvnetwork/transport/ReplyFrame.h>
+#include <orvnetwork/transport/RequestTable.h>
+
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr Seconds kReconnectPause{1.5};
+
+std::any readFrame(std::string_view message) {
+  return ReplyFrame::read(message);
+}
+
+}  // namespace
+
+QXWebSocketMgr& QXWebSocketMgr::standard() {
+  static auto* const manager = new QXWebSocketMgr;
+  return *manager;
+}
+
+QXWebSocketMgr::QXWebSocketMgr()
+    : requests_(std::make_unique<RequestTable>([this](const auto& item) { transmit(item); },
+                                               [this](const auto& item) { sendRequestItem(item); })) {}
+
+QXWebSocketMgr::~QXWebSocketMgr() = default;
+
+bool QXWebSocketMgr::isNetworkEnable() const {
+  const auto status = networkStatus_.load();
+  return status == ReachabilityStatus::Cellular || status == ReachabilityStatus::WiFi;
+}
+
+bool QXWebSocketMgr::isOpen() const {
+  const std::lock_guard lock(mutex_);
+  return connected_ && webSocket_ && webSocket_->readyState() == WebSocketState::Open;
+}
+
+bool QXWebSocketMgr::isClosed() const {
+  const std::lock_guard lock(mutex_);
+  return !webSocket_ || webSocket_->readyState() == WebSocketState::Closed;
+}
+
+void QXWebSocketMgr::reconnect() {
+  auto& platform = Platform::current();
+  TimerPointer connectTimer, keepAlive;
+  std::shared_ptr<WebSocket> old, fresh;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto now = platform.clock().steadyNow();
+    if (reconnectedAt_ && now - *reconnectedAt_ < kReconnectPause) return;
+    connected_ = false;
+    connectTimer = std::move(connectTimer_);
+    keepAlive = std::move(timer_);
+    reconnectedAt_ = now;
+    reconnectDate_ = platform.clock().wallNow();
+    old = std::move(webSocket_);
+    WebSocketRequest request;
+    request.url = apiServerUrl_;
+    request.prepare = readFrame;
+    fresh = platform.makeWebSocket(std::move(request));
+    webSocket_ = fresh;
+  }
+  if (connectTimer) connectTimer->invalidate();
+  if (keepAlive) keepAlive->invalidate();
+  if (old) {
+    old->setDelegate(nullptr);
+    old->close();
+  }
+  fresh->setDelegate(this);
+  consoleLog("WebSocket opening");
+  fresh->open();
+}
+
+void QXWebSocketMgr::close() {
+  QXFileLog::standard().log("WebSocket closing");
+  connected_ = false;
+  firstConnect_ = false;
+  endTimer(timer_, true);
+  std::shared_ptr<WebSocket> old;
+  {
+    const std::lock_guard lock(mutex_);
+    old = std::move(webSocket_);
+  }
+  if (!old) return;
+  old->setDelegate(nullptr);
+  old->close();
+}
+
+void QXWebSocketMgr::sendPing(const Object&) {
+  if (!isOpen()) {
+    consoleLog("sendPing failed, websocket is not opening!");
+    return;
+  }
+  if (const auto socket = webSocket()) socket->sendPing({});
+}
+
+void QXWebSocketMgr::send(const OptionalString& text) {
+  if (!isOpen()) {
+    QXFileLog::standard().log("send failed, websocket is not opening!");
+    return;
+  }
+  if (text) writeToSocket(std::make_shared<const std::string>(*text), false);
+}
+
+void QXWebSocketMgr::sendRequestItem(const std::shared_ptr<QXRequestItem>& item) {
+  if (!item) return;
+  if (isOpen()) {
+    requests_->submit(item);
+    return;
+  }
+  QXFileLog::standard().log("WebSocket is closed, ignore sendRequestItem:%@", item->command);
+  reconnect();
+  if (item->timeoutBlock) runGuarded("time-out callback", [&] { item->timeoutBlock(item); });
+}
+
+void QXWebSocketMgr::transmit(const std::shared_ptr<QXRequestItem>& item) {
+  if (!isOpen()) {
+    QXFileLog::standard().log("send failed, websocket is not opening!");
+    return;
+  }
+  // The item keeps its text alive while the socket has it: no copy.
+  if (item->jsonString) writeToSocket({item, &*item->jsonString}, false);
+}
+
+void QXWebSocketMgr::autoReconnect() {
+  QXFileLog::standard().log("auto reconnect, retry times: %ld", retryTimes_.load());
+  ++retryTimes_;
+  reconnect();
+}
+
+void QXWebSocketMgr::stopAutoReconnect() {
+  retryTimes_ = 0;
+  endTimer(timer_, false);
+  endTimer(connectTimer_, false);
+  endTimer(firstAutoReconnectTimer_, false);
+  endTimer(secondAutoReconnectTimer_, false);
+  endTimer(loopAutoReconnectTimer_, false);
+}
+
+void QXWebSocketMgr::watchNetworkStatus() {
+  auto& reachability = Platform::current().reachability();
+  reachability.setServer(apiServerUrl());
+  reachability.startMonitoring([this](ReachabilityStatus status) { networkStatusChanged(status); });
+}
+
+void QXWebSocketMgr::networkStatusChanged(ReachabilityStatus status) {
+  const auto number = static_cast<std::int64_t>(status);
+  QXFileLog::standard().log("Network status change: %ld", number);
+  networkStatus_ = status;
+  const json::object userInfo{{WNNetworkNotificationKey_Status, number}};
+  post(QXNotificationReachabilityStatusChange, &userInfo);
+  if (!isNetworkEnable()) {
+    QXFileLog::standard().log("Network is broken, close socket");
+    stopAutoReconnect();
+    close();
+    post(QXNotificationDidAutoReconnectFailed);
+  } else if (isClosed()) {
+    autoReconnect();
+  }
+}
+
+void QXWebSocketMgr::writeToSocket(std::shared_ptr<const std::string> text, bool onlyIfOpen) {
+  const auto socket = webSocket();
+  if (!socket || (onlyIfOpen && socket->readyState() != WebSocketState::Open)) return;
+  socket->send(std::move(text));
+}
+
+bool QXWebSocketMgr::isCurrent(const WebSocket& socket) const {
+  const std::lock_guard lock(mutex_);
+  return webSocket_.get() == &socket;
+}
+
+void QXWebSocketMgr::dropSocket(const WebSocket& socket) {
+  std::shared_ptr<WebSocket> dropped;
+  const std::lock_guard lock(mutex_);
+  // An observer may have put a new socket in its place already.
+  if (webSocket_.get() == &socket) dropped = std::move(webSocket_);
+}
+
+void QXWebSocketMgr::endTimer(TimerPointer& slot, bool clear) {
+  TimerPointer ended;
+  {
+    const std::lock_guard lock(mutex_);
+    ended = slot;
+    if (clear) slot.reset();
+  }
+  if (ended) ended->invalidate();
+}
+
+void QXWebSocketMgr::post(std::string_view name, const json::object* userInfo) const {
+  NotificationCenter::defaultCenter().post(name, this, userInfo);
+}
+
+}  // namespace orv

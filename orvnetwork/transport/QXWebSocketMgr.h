@@ -1,0 +1,165 @@
+#pragma once
+
+#include <orvnetwork/platform/Clock.h>
+#include <orvnetwork/platform/Reachability.h>
+#include <orvnetwork/platform/Timer.h>
+#include <orvnetwork/platform/WebSocket.h>
+#include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/RetrySchedule.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace orv {
+
+class RequestTable;
+struct ReplyFrame;
+
+/// The one WebSocket link to the server.
+///
+/// It opens the link, confirms it by "PING" and "PONG", keeps it alive, comes back on a schedule after a
+/// failure (at once, after 5 s, after 15 s, then every 30 s), follows the network's state, sends requests and
+/// matches replies with them, holds requests that need a session until there is one, and posts the server's
+/// pushes as notifications.
+///
+/// The host sets `apiServerUrl`, `globalUUID`, `appVersion` and `appBuildVersion` and calls
+/// `watchNetworkStatus()`; the first report of a reachable network opens the link.
+///
+/// Every operation may be called on any thread and returns at once. Callbacks of requests and all
+/// notifications come on the main thread; only a request that finds the link closed calls its time-out
+/// callback at once on the caller's thread. The link's states:
+///
+/// | state | means | left by |
+/// |---|---|---|
+/// | idle | no socket | `reconnect` → opening |
+/// | opening | socket connecting | open → confirming; failure or close → retrying |
+/// | confirming | socket open, "PING" sent | "PONG" → up; failure or close → retrying |
+/// | up | `isOpen()` | failure or close → retrying; `close` or loss of the network → idle |
+/// | retrying | no socket, a retry timer runs | timer → opening; loss of the network → idle |
+class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
+ public:
+  /// The one instance, made on first use and never destroyed.
+  static QXWebSocketMgr& standard();
+
+  QXWebSocketMgr(const QXWebSocketMgr&) = delete;
+  QXWebSocketMgr& operator=(const QXWebSocketMgr&) = delete;
+
+  /// @name Set by the host before the link is first opened
+  /// @{
+  /// Address of the server's endpoint, a ws or wss URL. There is no default.
+  OptionalString apiServerUrl() const;
+  void setApiServerUrl(OptionalString url);
+  /// Identifier of this installation: "g" of every frame.
+  OptionalString globalUUID() const;
+  void setGlobalUUID(OptionalString uuid);
+  /// Version and build of the application, joined by a point in "b" of every frame.
+  OptionalString appVersion() const;
+  void setAppVersion(OptionalString version);
+  OptionalString appBuildVersion() const;
+  void setAppBuildVersion(OptionalString build);
+  /// @}
+
+  /// Starts to follow the network's state. Each report is logged and posted as
+  /// `QXNotificationReachabilityStatusChange`; a network that is gone closes the link, one that is there opens
+  /// it when it is closed.
+  void watchNetworkStatus();
+
+  /// The last reported state of the network; `NotReachable` before the first report.
+  ReachabilityStatus networkStatus() const { return networkStatus_; }
+  /// Whether the network was last reported as reachable.
+  bool isNetworkEnable() const;
+  bool isWifiNetwork() const { return networkStatus_ == ReachabilityStatus::WiFi; }
+
+  /// Whether the link is up: the socket is open and the server has confirmed it.
+  bool isOpen() const;
+  /// Whether there is no socket, or a closed one.
+  bool isClosed() const;
+  /// Whether the server has answered "PONG" on this socket.
+  bool connected() const { return connected_; }
+
+  /// Replaces the socket by a new one and opens it. Does nothing within 1.5 s of the last time that it did.
+  void reconnect();
+  /// When `reconnect` last went ahead; absent before.
+  std::optional<WallTime> reconnectDate() const;
+
+  /// Closes the link on purpose: no close notification follows and nothing reconnects by itself.
+  void close();
+
+  /// Sends a protocol-level ping. The argument is ignored. When the link is not open, says so on the console.
+  void sendPing(const Object& ignored = {});
+
+  /// Sends a text as it is. When the link is not open, says so in the log. An absent text sends nothing.
+  void send(const OptionalString& text);
+
+  /// Sends a request. Exactly one of its callbacks is called in the end: the completion callback with the
+  /// reply, or the time-out callback after 10 s; on a link that is not open the time-out callback is called
+  /// before this returns, and the link is asked to reconnect. A reply that says that there is no session
+  /// (code 1000, 1001 or 10031) holds the request until a session is there, and then sends it again.
+  void sendRequestItem(const std::shared_ptr<QXRequestItem>& item);
+
+  /// Whether automatic attempts have been made since the link was last up.
+  bool isAutoReconnecting() const { return retryTimes_ != 0; }
+  std::int64_t retryTimes() const { return retryTimes_; }
+  /// Counts an automatic attempt and reconnects.
+  void autoReconnect();
+  /// Forgets the attempts and ends the keep-alive and retry timers.
+  void stopAutoReconnect();
+
+  /// @name What it holds now, for diagnostics. Exact on the main thread.
+  /// @{
+  std::size_t outstandingRequestCount() const;
+  std::size_t parkedRequestCount() const;
+  std::size_t armedTimeoutCount() const;
+  std::shared_ptr<Timer> timer() const;
+  std::shared_ptr<Timer> connectTimer() const;
+  std::shared_ptr<WebSocket> webSocket() const;
+  /// @}
+
+ private:
+  using TimerPointer = std::shared_ptr<Timer>;
+
+  QXWebSocketMgr();
+  ~QXWebSocketMgr() override;
+
+  // The socket's events. Those of a socket that is no longer the current one are dropped.
+  void webSocketOpened(WebSocket& socket) override;
+  void webSocketFailed(WebSocket& socket, const Error& error) override;
+  void webSocketReceived(WebSocket& socket, WebSocketMessage message) override;
+  void webSocketClosed(WebSocket& socket, int code, const OptionalString& reason, bool wasClean) override;
+  void webSocketReceivedPong(WebSocket& socket, std::string payload) override;
+
+  void sendFirstPing();
+  void startKeepAlive();
+  void receivedPong();
+  void dispatch(std::shared_ptr<const ReplyFrame> frame);
+  void scheduleRetry(const Error& error);
+  void armRetry(TimerPointer& slot, double seconds, std::function<void()> action);
+  void networkStatusChanged(ReachabilityStatus status);
+
+  void transmit(const std::shared_ptr<QXRequestItem>& item);
+  void writeToSocket(std::shared_ptr<const std::string> text, bool onlyIfOpen);
+  bool isCurrent(const WebSocket& socket) const;
+  void dropSocket(const WebSocket& socket);
+  void endTimer(TimerPointer& slot, bool clear);
+  void post(std::string_view name, const json::object* userInfo = nullptr) const;
+
+  std::atomic<bool> firstConnect_{true};
+  std::atomic<bool> connected_{false};
+  std::atomic<ReachabilityStatus> networkStatus_{ReachabilityStatus::NotReachable};
+  std::atomic<std::int64_t> retryTimes_{0};
+
+  // Guards what follows; never held while host code runs.
+  mutable std::mutex mutex_;
+  OptionalString apiServerUrl_, globalUUID_, appVersion_, appBuildVersion_;
+  std::shared_ptr<WebSocket> webSocket_;
+  std::optional<WallTime> reconnectDate_;
+  // The pause between reconnects is measured here: the wall clock may jump.
+  std::optional<SteadyTime> reconnectedAt_;
+  TimerPointer connectTimer_, timer_;
+  TimerPointer firstAutoReconnectTimer_, secondAutoReconnectTimer_, loopAutoReconnectTimer_;
+
+  std::unique_ptr<RequestTable> requests_;
+};
+
+}  // namespace orv

@@ -1,0 +1,172 @@
+// What the socket reports, and what follows from it: confirmation, keep-alive, retries, replies, pushes.
+
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+#include <orvnetwork/transport/ReplyFrame.h>
+#include <orvnetwork/transport/RequestTable.h>
+
+#include <array>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr Seconds kFirstPingInterval{1.0};
+constexpr Seconds kKeepAliveInterval{30.0};
+
+std::shared_ptr<const std::string> pingText() {
+  static const auto* const text = new std::shared_ptr<const std::string>(new std::string("PING"));
+  return *text;
+}
+
+std::shared_ptr<const ReplyFrame> frameOf(const WebSocketMessage& message) {
+  using Prepared = std::shared_ptr<const ReplyFrame>;
+  if (const auto* prepared = std::any_cast<Prepared>(&message.prepared)) return *prepared;
+  if (message.isText) return ReplyFrame::read(message.payload);
+  auto unreadable = std::make_shared<ReplyFrame>();
+  unreadable->error = {"OrvFrame", 3, "a binary message"};
+  return unreadable;
+}
+
+}  // namespace
+
+void QXWebSocketMgr::webSocketOpened(WebSocket& socket) {
+  if (!isCurrent(socket)) return;
+  firstConnect_ = false;
+  stopAutoReconnect();
+  QXFileLog::standard().log("Websocket Connected");
+  Platform::current().mainQueue().post([this] { sendFirstPing(); });
+}
+
+void QXWebSocketMgr::sendFirstPing() {
+  endTimer(connectTimer_, false);
+  auto timer = Timer::schedule(kFirstPingInterval, false, [this] { writeToSocket(pingText(), false); });
+  {
+    const std::lock_guard lock(mutex_);
+    connectTimer_ = timer;
+  }
+  timer->fire();
+}
+
+void QXWebSocketMgr::receivedPong() {
+  QXFileLog::standard().log("Recieve PONG form server, connect server success");
+  if (connected_.exchange(true)) return;
+  post(QXNotificationDidOpen);
+  Platform::current().mainQueue().post([this] { startKeepAlive(); });
+}
+
+void QXWebSocketMgr::startKeepAlive() {
+  endTimer(connectTimer_, true);
+  endTimer(timer_, false);
+  auto timer = Timer::schedule(kKeepAliveInterval, true, [this] { writeToSocket(pingText(), true); });
+  const std::lock_guard lock(mutex_);
+  timer_ = std::move(timer);
+}
+
+void QXWebSocketMgr::webSocketReceived(WebSocket& socket, WebSocketMessage message) {
+  if (!isCurrent(socket)) return;
+  auto frame = frameOf(message);
+  if (frame->isFrame()) {
+    dispatch(std::move(frame));
+  } else if (message.isText && message.payload == "PONG") {
+    receivedPong();
+  } else {
+    QXFileLog::standard().log("websocket parse json error! dic->%@", frame->error);
+  }
+}
+
+void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame) {
+  struct Push {
+    std::string_view command;
+    std::string_view notification;
+  };
+  static constexpr std::array<Push, 4> kPushes{{
+      {"Rooms.Push.Message", QXNotificationPushOrvMessage},
+      // Known and dropped: the reply to the session request tells of other devices.
+      {"User.OtherDevice.Login", {}},
+      {"User.OtherDevice.Logout", QXNotificationLogoutByOtherUser},
+      {"System.Upload.Log", QXNotificationSystemUploadLog},
+  }};
+
+  if (!frame->succeeded()) {
+    QXFileLog::standard().log("请求异常 %@ %@", frame->command, frame->dictionary());
+  }
+  for (const auto& push : kPushes) {
+    if (frame->command != push.command) continue;
+    if (!push.notification.empty()) post(push.notification, &frame->dictionary());
+    return;
+  }
+  requests_->answer(std::move(frame));
+}
+
+void QXWebSocketMgr::webSocketFailed(WebSocket& socket, const Error& error) {
+  if (!isCurrent(socket)) return;
+  QXFileLog::standard().log(":( Websocket Failed With Error %@", error);
+  if (firstConnect_) post(QXNotificationDidAutoReconnectFailed);
+  firstConnect_ = false;
+  endTimer(timer_, false);
+  dropSocket(socket);
+  if (!isNetworkEnable()) {
+    QXFileLog::standard().log("Network is broken, ignore auto reconnect operations");
+    return;
+  }
+  scheduleRetry(error);
+}
+
+void QXWebSocketMgr::scheduleRetry(const Error& error) {
+  switch (retryStepAfter(retryTimes_)) {
+    case RetryStep::Immediate:
+      autoReconnect();
+      break;
+    case RetryStep::First: {
+      endTimer(firstAutoReconnectTimer_, false);
+      const json::object userInfo{{QXNotificationKey_Msg, error.toJson()}};
+      post(QXNotificationDidFailWithError, &userInfo);
+      armRetry(firstAutoReconnectTimer_, kAutoReconnectTimeout_First, [this] { autoReconnect(); });
+      break;
+    }
+    case RetryStep::Second:
+      armRetry(secondAutoReconnectTimer_, kAutoReconnectTimeout_Second, [this] { autoReconnect(); });
+      break;
+    case RetryStep::Loop:
+      armRetry(loopAutoReconnectTimer_, kAutoReconnectTimeout_Loop, [this] {
+        post(QXNotificationDidAutoReconnectFailed);
+        autoReconnect();
+      });
+      break;
+  }
+}
+
+void QXWebSocketMgr::armRetry(TimerPointer& slot, double seconds, std::function<void()> action) {
+  endTimer(slot, false);
+  auto timer = Timer::schedule(Seconds(seconds), false, std::move(action));
+  const std::lock_guard lock(mutex_);
+  slot = std::move(timer);
+}
+
+void QXWebSocketMgr::webSocketClosed(WebSocket& socket, int code, const OptionalString& reason,
+                                     bool wasClean) {
+  if (!isCurrent(socket)) return;
+  QXFileLog::standard().log("WebSocket closed");
+  connected_ = false;
+  firstConnect_ = false;
+  endTimer(timer_, true);
+  dropSocket(socket);
+  json::object userInfo{{"code", code}};
+  // The list of what is told ends at the first thing that is absent.
+  if (reason) {
+    userInfo.emplace("reason", *reason);
+    userInfo.emplace("wasClean", wasClean);
+  }
+  post(QXNotificationDidCloseWithCode, &userInfo);
+  autoReconnect();
+}
+
+void QXWebSocketMgr::webSocketReceivedPong(WebSocket& socket, std::string) {
+  if (isCurrent(socket)) post(QXNotificationDidReceivePong);
+}
+
+}  // namespace orv

@@ -1,0 +1,84 @@
+// Plain accessors of the connection manager.
+
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+#include <orvnetwork/transport/RequestTable.h>
+
+#include <utility>
+
+namespace orv {
+
+OptionalString QXWebSocketMgr::apiServerUrl() const {
+  const std::lock_guard lock(mutex_);
+  return apiServerUrl_;
+}
+
+void QXWebSocketMgr::setApiServerUrl(OptionalString url) {
+  Platform::current().reachability().setServer(url);
+  const std::lock_guard lock(mutex_);
+  apiServerUrl_ = std::move(url);
+}
+
+OptionalString QXWebSocketMgr::globalUUID() const {
+  const std::lock_guard lock(mutex_);
+  return globalUUID_;
+}
+
+void QXWebSocketMgr::setGlobalUUID(OptionalString uuid) {
+  const std::lock_guard lock(mutex_);
+  globalUUID_ = std::move(uuid);
+}
+
+OptionalString QXWebSocketMgr::appVersion() const {
+  const std::lock_guard lock(mutex_);
+  return appVersion_;
+}
+
+void QXWebSocketMgr::setAppVersion(OptionalString version) {
+  const std::lock_guard lock(mutex_);
+  appVersion_ = std::move(version);
+}
+
+OptionalString QXWebSocketMgr::appBuildVersion() const {
+  const std::lock_guard lock(mutex_);
+  return appBuildVersion_;
+}
+
+void QXWebSocketMgr::setAppBuildVersion(OptionalString build) {
+  const std::lock_guard lock(mutex_);
+  appBuildVersion_ = std::move(build);
+}
+
+std::optional<WallTime> QXWebSocketMgr::reconnectDate() const {
+  const std::lock_guard lock(mutex_);
+  return reconnectDate_;
+}
+
+std::shared_ptr<Timer> QXWebSocketMgr::timer() const {
+  const std::lock_guard lock(mutex_);
+  return timer_;
+}
+
+std::shared_ptr<Timer> QXWebSocketMgr::connectTimer() const {
+  const std::lock_guard lock(mutex_);
+  return connectTimer_;
+}
+
+std::shared_ptr<WebSocket> QXWebSocketMgr::webSocket() const {
+  const std::lock_guard lock(mutex_);
+  return webSocket_;
+}
+
+std::size_t QXWebSocketMgr::outstandingRequestCount() const {
+  return requests_->outstandingCount();
+}
+
+std::size_t QXWebSocketMgr::parkedRequestCount() const {
+  return requests_->parkedCount();
+}
+
+std::size_t QXWebSocketMgr::armedTimeoutCount() const {
+  return requests_->armedCount();
+}
+
+}  // namespace orv

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <orvnetwork/platform/Types.h>
+
+namespace orv {
+
+/// Pauses between automatic attempts to reconnect, in seconds.
+inline constexpr double kAutoReconnectTimeout_First = 5.0;
+inline constexpr double kAutoReconnectTimeout_Second = 15.0;
+inline constexpr double kAutoReconnectTimeout_Loop = 30.0;
+
+/// What follows a failure of the link.
+enum class RetryStep { Immediate, First, Second, Loop };
+
+/// The step after a failure, by the number of automatic attempts since the link was last up: at once, after
+/// 5 s, after 15 s, and from then on every 30 s without end.
+constexpr RetryStep retryStepAfter(std::int64_t attempts) {
+  switch (attempts) {
+    case 0:
+      return RetryStep::Immediate;
+    case 1:
+      return RetryStep::First;
+    case 2:
+      return RetryStep::Second;
+    default:
+      return RetryStep::Loop;
+  }
+}
+
+}  // namespace orv
