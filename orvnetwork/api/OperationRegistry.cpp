@@ -1,0 +1,144 @@
+#include <orvnetwork/api/OperationBinding.h>
+#include <orvnetwork/api/OperationRegistry.h>
+#include <orvnetwork/api/QXAPIHelper.h>
+
+#include <algorithm>
+
+namespace orv {
+
+namespace {
+
+// One row an operation: its name, its command, and the names of its arguments.
+#define ORV_OPERATION(name, command, ...) \
+  binding::operation<&QXAPIHelper::name>(#name, command, {__VA_ARGS__})
+
+std::vector<Operation> allOperations() {
+  return {
+      ORV_OPERATION(requestWithCommand_values_completeBlock_timeoutBlock, "", "command", "values"),
+
+      ORV_OPERATION(loginWithMobile_password_completeBlock_timeoutBlock, "User.Post.Login", "mobile",
+                    "password"),
+      ORV_OPERATION(loginWithMobile_code_completeBlock_timeoutBlock, "User.Post.Login", "mobile", "code"),
+      ORV_OPERATION(loginWithSession_token_completeBlock_timeoutBlock, "User.Post.Session", "session",
+                    "token"),
+      ORV_OPERATION(logoutWithCompleteBlock_timeoutBlock, "User.Post.Logout"),
+  };
+}
+
+#undef ORV_OPERATION
+
+bool isInteger(const json::value& value, ArgumentKind kind) {
+  if (kind == ArgumentKind::UnsignedInteger) {
+    return value.is_uint64() || (value.is_int64() && value.get_int64() >= 0);
+  }
+  return value.is_int64() || (value.is_uint64() && value.get_uint64() <= INT64_MAX);
+}
+
+bool fits(const json::value& value, ArgumentKind kind) {
+  switch (kind) {
+    case ArgumentKind::Text:
+      return value.is_string();
+    case ArgumentKind::Any:
+      return true;
+    case ArgumentKind::Dictionary:
+      return value.is_object();
+    case ArgumentKind::Array:
+      return value.is_array();
+    case ArgumentKind::Integer:
+    case ArgumentKind::UnsignedInteger:
+      return isInteger(value, kind);
+    case ArgumentKind::Real:
+      return value.is_number();
+    case ArgumentKind::Flag:
+      return value.is_bool();
+  }
+  return false;
+}
+
+std::string_view kindOf(const Object& value) {
+  if (!value) return "nothing";
+  switch (value->kind()) {
+    case json::kind::string:
+      return "text";
+    case json::kind::object:
+      return "a dictionary";
+    case json::kind::array:
+      return "an array";
+    case json::kind::bool_:
+      return "true or false";
+    case json::kind::null:
+      return "null";
+    default:
+      return "a number";
+  }
+}
+
+std::string expected(const OperationParameter& parameter) {
+  return std::string(nameOf(parameter.kind)) + (parameter.required ? "" : " or null");
+}
+
+}  // namespace
+
+std::string_view nameOf(ArgumentKind kind) {
+  switch (kind) {
+    case ArgumentKind::Text:
+      return "text";
+    case ArgumentKind::Any:
+      return "any value";
+    case ArgumentKind::Dictionary:
+      return "dictionary";
+    case ArgumentKind::Array:
+      return "array";
+    case ArgumentKind::Integer:
+      return "integer";
+    case ArgumentKind::UnsignedInteger:
+      return "unsigned integer";
+    case ArgumentKind::Real:
+      return "number";
+    case ArgumentKind::Flag:
+      return "true or false";
+  }
+  return "";
+}
+
+std::string Operation::signature() const {
+  std::string text = name + " (";
+  for (const auto& parameter : parameters) {
+    if (&parameter != &parameters.front()) text += ", ";
+    text += std::string(parameter.name) + ": " + expected(parameter);
+  }
+  return text + ")";
+}
+
+std::string Operation::invoke(const std::vector<Object>& arguments, CompleteBlock completeBlock,
+                              TimeoutBlock timeoutBlock) const {
+  if (arguments.size() > parameters.size()) {
+    return "at most " + std::to_string(parameters.size()) + " arguments expected, got " +
+           std::to_string(arguments.size()) + ": " + signature();
+  }
+  auto complete = arguments;
+  complete.resize(parameters.size());
+  for (std::size_t i = 0; i < complete.size(); ++i) {
+    const auto& parameter = parameters[i];
+    const auto& value = complete[i];
+    if (value ? fits(*value, parameter.kind) : !parameter.required) continue;
+    return "argument " + std::to_string(i + 1) + " (" + std::string(parameter.name) + ") must be " +
+           expected(parameter) + ", got " + std::string(kindOf(value)) + ": " + signature();
+  }
+  call(complete, std::move(completeBlock), std::move(timeoutBlock));
+  return {};
+}
+
+OperationRegistry::OperationRegistry() : operations_(allOperations()) {}
+
+const OperationRegistry& OperationRegistry::standard() {
+  static const auto* const registry = new OperationRegistry;
+  return *registry;
+}
+
+const Operation* OperationRegistry::find(std::string_view name) const {
+  const auto found = std::ranges::find(operations_, name, &Operation::name);
+  return found == operations_.end() ? nullptr : &*found;
+}
+
+}  // namespace orv
