@@ -1,0 +1,72 @@
+// 100,000 requests outstanding: memory for each beside its frame text, and the cost of arming a time-out.
+
+#include "bench/support/ServerProcess.h"
+
+#include <orvnetwork/orvnetwork.h>
+#include <orvnetwork/transport/TimeoutList.h>
+
+#include <malloc.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+constexpr std::size_t kRequests = 100000;
+
+std::size_t allocatedBytes() {
+  return ::mallinfo2().uordblks;
+}
+
+double armNanoseconds() {
+  constexpr int kArmed = 2000000;
+  orv::TimeoutList list;
+  const auto now = std::chrono::steady_clock::now();
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < kArmed; ++i) list.arm(now + std::chrono::microseconds(i), i);
+  const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - begin;
+  return list.size() == kArmed ? spent.count() / kArmed : -1;
+}
+
+}  // namespace
+
+int main() {
+  bench::ServerProcess server;
+  orv::Console::setSink([](std::string_view) {});
+  auto& main = orv::MainQueue::instance();
+  auto& link = orv::QXWebSocketMgr::standard();
+  link.setApiServerUrl(server.url());
+  link.setGlobalUUID("bench");
+  link.setAppVersion("1.0");
+  link.setAppBuildVersion("1");
+  const auto opened = orv::NotificationCenter::defaultCenter().observe(
+      std::string(orv::QXNotificationDidOpen), [&](const orv::Notification&) { main.stop(); });
+  link.watchNetworkStatus();
+  main.run();
+  server.control(R"({"silence":true})");
+
+  std::size_t texts = 0;
+  std::vector<std::weak_ptr<orv::QXRequestItem>> items;
+  items.reserve(kRequests);
+  const auto before = allocatedBytes();
+  const auto begin = std::chrono::steady_clock::now();
+  for (std::size_t i = 0; i < kRequests; ++i) {
+    auto item = orv::QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
+        "Dev.Echo", orv::json::object{{"roomID", "1234567"}, {"start", i}},
+        [](const auto&, bool, const orv::json::object&) {}, [](const auto&) {});
+    texts += item->jsonString->capacity() + 1;
+    link.sendRequestItem(item);
+  }
+  main.post([&] { main.stop(); });
+  while (link.outstandingRequestCount() < kRequests - kRequests / 100) main.drain();
+  const std::chrono::duration<double, std::micro> spent = std::chrono::steady_clock::now() - begin;
+  // What still waits to be written is the texts' own business; let it go out first.
+  main.run();
+  const auto each = static_cast<double>(allocatedBytes() - before - texts) / kRequests;
+  std::printf("100,000 outstanding: %zu in the table, %.0f bytes each beside the frame text (budget 1024), "
+              "%.1f us to build and send each\n",
+              link.outstandingRequestCount(), each, spent.count() / kRequests);
+  std::printf("arming a time-out: %.0f ns (budget 100)\n", armNanoseconds());
+  return 0;
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "bench/support/MainLoop.h"
+
+#include <boost/json/object.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace bench {
+
+/// The least that a client can be: Beast on an I/O thread, a main queue, Boost.JSON, a map from request to
+/// callback. No time-outs, no log, no reconnects, no sessions. The library is measured against it.
+class BareClient {
+ public:
+  using Callback = std::function<void(const boost::json::object& reply)>;
+
+  BareClient(const std::string& host, unsigned short port, MainLoop& loop);
+  ~BareClient();
+
+  /// Connects and returns when the handshake is done.
+  void connect();
+  /// Main thread.
+  void request(const std::string& command, boost::json::object values, Callback callback);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace bench
