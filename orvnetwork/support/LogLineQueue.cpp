@@ -57,7 +57,7 @@ bool LogLineQueue::appendLine(std::string_view line) {
   return true;
 }
 
-/// Puts down how many lines were lost, before the first one that is not; false when there is no room for both.
+/// Puts down how many lines were lost before the first that is not; false when there is no room for both.
 bool LogLineQueue::tellLostLines(std::size_t nextSize) {
   if (lost_ == 0) return true;
   const std::string text = Batch::lostLinesText(lost_);

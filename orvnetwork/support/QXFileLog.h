@@ -16,7 +16,7 @@ namespace orv {
 /// most, a new one when the running one has passed 2 MiB.
 ///
 /// Lines are queued in memory and written by a thread of the log's own, in the order in which they were
-/// queued; a caller never waits for the disk. The queue is bounded (64 MiB): while it is full, lines are lost,
+/// queued; a caller never waits for the disk. The queue is bounded (64 MiB): while it is full lines are lost,
 /// and a line in the log says how many. Lines that wait when the process exits are written then.
 ///
 /// Every operation may be called on any thread. Those that work on the file itself run on the caller's thread

@@ -168,7 +168,7 @@ DelayService::Handle Scheduler::runAt(SteadyTime when, Executor& executor, Task 
   const auto handle = ++lastHandle_;
   delayed_.emplace(DelayedKey{when, handle}, Delayed{&executor, std::move(task)});
   dueTimes_.emplace(handle, when);
-  if (when <= now_) {
+  if (when <= now_ && timers_ != nullptr) {
     timers_->post([this] { postFirstDue(); });
   }
   return handle;

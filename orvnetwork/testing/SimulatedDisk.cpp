@@ -115,7 +115,7 @@ void SimulatedFileSystem::put(const std::string& path, std::string_view bytes, u
   node->data = bytes;
   node->flushFile();
   place.parent->link(place.name, node);
-  place.parent->flushFolder();
+  place.parent->flushName(place.name);
 }
 
 std::optional<unsigned> SimulatedFileSystem::mode(const std::string& path) const {

@@ -9,8 +9,12 @@ SimulatedNetwork::SimulatedNetwork(std::shared_ptr<Scheduler> scheduler, Executo
     : scheduler_(std::move(scheduler)), mainQueue_(mainQueue), server_(scheduler_) {}
 
 SimulatedNetwork::~SimulatedNetwork() {
-  for (const auto& [id, socket] : live_) {
-    socket->abandon();
+  // What is under way holds its link, and the link holds what is under way.
+  for (const auto& weak : links_) {
+    if (const auto link = weak.lock()) {
+      link->toServer->clear();
+      link->toClient->clear();
+    }
   }
 }
 
@@ -72,6 +76,8 @@ ConnectPlan SimulatedNetwork::nextPlan() {
 std::shared_ptr<SimulatedLink> SimulatedNetwork::connect(const std::shared_ptr<SimulatedWebSocket>& socket) {
   auto link = std::make_shared<SimulatedLink>(*scheduler_, socket->id());
   link->socket = socket;
+  std::erase_if(links_, [](const auto& known) { return known.expired(); });
+  links_.push_back(link);
   carryOut(nextPlan(), link);
   return link;
 }

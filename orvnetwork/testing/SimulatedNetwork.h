@@ -85,6 +85,7 @@ class ORV_EXPORT SimulatedNetwork {
   Seconds toClient_{0};
   std::vector<SocketRecord> sockets_;
   std::map<ConnectionId, std::shared_ptr<SimulatedWebSocket>> live_;
+  std::vector<std::weak_ptr<SimulatedLink>> links_;
   std::uint64_t operations_ = 0;
   std::uint64_t failIn_ = 0;
   std::uint64_t failures_ = 0;

@@ -270,14 +270,6 @@ void SimulatedWebSocket::end() {
   network_.release(id_);
 }
 
-void SimulatedWebSocket::abandon() {
-  ended_ = true;
-  if (link_) {
-    link_->toClient->clear();
-    link_->toServer->clear();
-  }
-}
-
 void SimulatedWebSocket::tellDelegate(std::function<void(WebSocketDelegate&)> tell) {
   network_.mainQueue_.post([self = shared_from_this(), tell = std::move(tell)] {
     if (self->delegate_ != nullptr) {

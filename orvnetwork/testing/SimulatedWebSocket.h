@@ -41,8 +41,6 @@ class ORV_EXPORT SimulatedWebSocket final : public WebSocket,
   /// `code` is absent in a close frame without a body.
   void closeArrived(std::optional<int> code, OptionalString reason);
   void setLinkBroken(bool broken);
-  /// Ends without a word to anybody.
-  void abandon();
 
  private:
   void start();

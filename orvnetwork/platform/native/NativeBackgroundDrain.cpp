@@ -4,10 +4,10 @@
 
 #include <linux/futex.h>
 #include <pthread.h>
-#include <signal.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <system_error>
 
 namespace orv {

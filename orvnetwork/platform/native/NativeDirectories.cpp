@@ -22,7 +22,7 @@ OptionalString pathInVariable(const char* name) {
 }
 
 OptionalString homeInPasswordDatabase() {
-  std::vector<char> buffer(16 * 1024);
+  std::vector<char> buffer(16384);
   passwd entry{};
   passwd* found = nullptr;
   if (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) != 0) return std::nullopt;

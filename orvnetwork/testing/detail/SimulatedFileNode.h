@@ -57,7 +57,16 @@ struct SimulatedFileSystem::Node : std::enable_shared_from_this<Node> {
     changedFrom = data.size();
   }
 
-  /// Makes the names in this folder durable, and the way to it.
+  /// Makes one name in this folder durable, and the way to it.
+  void flushName(const std::string& entry) {
+    flushedEntries[entry] = entries.at(entry);
+    changedNames.erase(entry);
+    if (const auto above = parent.lock()) {
+      above->flushName(name);
+    }
+  }
+
+  /// Makes all names in this folder durable, and the way to it.
   void flushFolder() {
     for (const auto& entry : changedNames) {
       const auto found = entries.find(entry);

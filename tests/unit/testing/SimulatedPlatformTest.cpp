@@ -278,7 +278,7 @@ TEST(SimulatedPlatform, FreesWhatStillWaitsAtItsEnd) {
   {
     SimulatedPlatform platform;
     const auto queue = SerialQueue::make("serial", platform.globalQueue());
-    queue->post([token, queue] {});
+    queue->post([token] {});
     platform.mainQueue().post([token] {});
     platform.delays().runAt(platform.clock().steadyNow() + std::chrono::hours(1), platform.mainQueue(), [token] {});
     EXPECT_EQ(token.use_count(), 4);

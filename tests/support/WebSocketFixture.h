@@ -1,0 +1,105 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <orvnetwork/platform/native/NativeWebSocket.h>
+#include <tests/support/PumpedExecutor.h>
+#include <tests/support/RawPeer.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace orv::test {
+
+/// Writes each event down as a line of text.
+class RecordingDelegate final : public WebSocketDelegate {
+ public:
+  void webSocketOpened(WebSocket& socket) override {
+    stateWhenOpened = socket.readyState();
+    events.emplace_back("opened");
+  }
+  void webSocketFailed(WebSocket& socket, const Error& error) override {
+    stateAtEnd = socket.readyState();
+    lastError = error;
+    events.push_back("failed " + error.domain + " " + std::to_string(error.code));
+  }
+  void webSocketReceived(WebSocket&, WebSocketMessage message) override {
+    events.push_back((message.isText ? "text " : "binary ") + message.payload);
+    prepared.push_back(std::move(message.prepared));
+  }
+  void webSocketClosed(WebSocket& socket, int code, const OptionalString& reason, bool wasClean) override {
+    stateAtEnd = socket.readyState();
+    events.push_back("closed " + std::to_string(code) + " " + reason.value_or("(absent)") +
+                     (wasClean ? " clean" : " unclean"));
+  }
+  void webSocketReceivedPong(WebSocket&, std::string payload) override { events.push_back("pong " + payload); }
+
+  bool has(std::string_view event) const { return std::find(events.begin(), events.end(), event) != events.end(); }
+  bool ended() const {
+    return !events.empty() && (events.back().starts_with("closed") || events.back().starts_with("failed"));
+  }
+
+  std::vector<std::string> events;
+  std::vector<std::any> prepared;
+  Error lastError;
+  WebSocketState stateWhenOpened = WebSocketState::Connecting;
+  WebSocketState stateAtEnd = WebSocketState::Connecting;
+};
+
+using Events = std::vector<std::string>;
+
+/// A socket, its delegate and a listener to connect it to.
+class WebSocketTest : public testing::Test {
+ protected:
+  /// The network thread must be done with the main queue before that goes.
+  void TearDown() override {
+    if (socket != nullptr) {
+      socket->setDelegate(nullptr);
+      socket->close();
+    }
+    eventsAfterAll();
+  }
+
+  /// Makes the socket and starts to connect it to `url`.
+  void start(std::string url) {
+    request.url = std::move(url);
+    socket = makeNativeWebSocket(request, mainQueue, limits);
+    everyPart = socket;
+    socket->setDelegate(&delegate);
+    socket->open();
+  }
+  /// Connects to the listener, up to the opening event.
+  RawPeer openToPeer(std::string_view extra = "") {
+    start(listener.url());
+    RawPeer peer = listener.accept();
+    peer.acceptHandshake(extra);
+    EXPECT_TRUE(waitFor([this] { return !delegate.events.empty(); }));
+    EXPECT_EQ(delegate.events.at(0), "opened");
+    return peer;
+  }
+  void send(std::string text) { socket->send(std::make_shared<const std::string>(std::move(text))); }
+
+  bool waitFor(const std::function<bool()>& condition) { return mainQueue.pumpUntil(condition); }
+  bool waitForEvent(std::string_view event) {
+    return waitFor([&] { return delegate.has(event); });
+  }
+  bool waitForEnd() {
+    return waitFor([this] { return delegate.ended(); });
+  }
+  /// Lets go of the socket, waits until nothing of it is left and returns all events: none can follow.
+  Events eventsAfterAll() {
+    socket.reset();
+    EXPECT_TRUE(waitFor([&] { return everyPart.expired(); }));
+    return delegate.events;
+  }
+
+  PumpedExecutor mainQueue;
+  RecordingDelegate delegate;
+  RawListener listener;
+  WebSocketRequest request;
+  NativeWebSocketLimits limits;
+  std::shared_ptr<WebSocket> socket;
+  std::weak_ptr<WebSocket> everyPart;
+};
+
+}  // namespace orv::test
