@@ -20,6 +20,8 @@ constexpr Seconds kLastWords{1.0};
 /// The write buffer's size is the size of the pieces in which a message is masked.
 constexpr std::size_t kMaskedPiece = std::size_t{16} << 10;
 constexpr std::size_t kLongestPing = 125;
+/// What an event costs beside its payload while it waits for the main thread.
+constexpr std::size_t kEventCost = 128;
 
 /// A time span that a timer can hold.
 std::chrono::steady_clock::duration toTimerSpan(Seconds span) {
@@ -240,10 +242,19 @@ void BeastWebSocket::readNext() {
 void BeastWebSocket::onRead(const error_code& error) {
   if (!error) {
     if (phase_ == Phase::Open) deliverMessage();
-    return readNext();
+    if (!pauseReading()) readNext();
+    return;
   }
   if (phase_ == Phase::Open) onReadingEnded(error);
   if (phase_ == Phase::Parting) stream().part();
+}
+
+/// True when too much waits for the main thread: then the delivery that makes room goes on reading.
+bool BeastWebSocket::pauseReading() {
+  if (undelivered_ <= limits_.undeliveredBytes) return false;
+  readingPaused_ = true;
+  // Room may have been made just before that was to be seen; one of both sides takes the flag back.
+  return undelivered_ > limits_.undeliveredBytes || !readingPaused_.exchange(false);
 }
 
 void BeastWebSocket::deliverMessage() {
@@ -257,7 +268,8 @@ void BeastWebSocket::deliverMessage() {
       message->prepared.reset();  // the receiver decodes for itself and finds out why
     }
   }
-  deliver([message = std::move(message)](WebSocketDelegate& delegate, WebSocket& socket) {
+  const std::size_t size = message->payload.size();
+  deliverIncoming(size, [message = std::move(message)](WebSocketDelegate& delegate, WebSocket& socket) {
     delegate.webSocketReceived(socket, std::move(*message));
   });
 }
@@ -265,9 +277,10 @@ void BeastWebSocket::deliverMessage() {
 void BeastWebSocket::onControlFrame(websocket::frame_type kind, std::string_view payload) {
   if (phase_ != Phase::Open) return;
   if (kind == websocket::frame_type::close) return onCloseFrame();
-  if (kind != websocket::frame_type::pong) return;
-  deliver([payload = std::string(payload)](WebSocketDelegate& delegate, WebSocket& socket) mutable {
-    delegate.webSocketReceivedPong(socket, std::move(payload));
+  if (kind != websocket::frame_type::pong || undelivered_ > limits_.undeliveredBytes) return;
+  auto copy = std::make_unique<std::string>(payload);
+  deliverIncoming(payload.size(), [copy = std::move(copy)](WebSocketDelegate& delegate, WebSocket& socket) {
+    delegate.webSocketReceivedPong(socket, std::move(*copy));
   });
 }
 
@@ -367,6 +380,21 @@ void BeastWebSocket::armDeadline(Seconds delay, Expiry expiry) {
 void BeastWebSocket::disarmDeadline() {
   ++deadlineNumber_;
   deadline_.cancel();
+}
+
+template <typename Call>
+void BeastWebSocket::deliverIncoming(std::size_t size, Call call) {
+  undelivered_ += size + kEventCost;
+  mainQueue_.post([self = shared_from_this(), size, call = std::move(call)]() mutable {
+    self->delivered(size);
+    if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
+  });
+}
+
+void BeastWebSocket::delivered(std::size_t size) {
+  const std::size_t left = undelivered_ -= size + kEventCost;
+  if (left > limits_.undeliveredBytes || !readingPaused_.exchange(false)) return;
+  asio::post(context_, [self = shared_from_this()] { self->readNext(); });
 }
 
 template <typename Call>

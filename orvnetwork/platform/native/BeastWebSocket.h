@@ -68,6 +68,7 @@ class BeastWebSocket final : public WebSocket,
 
   // Receiving.
   void readNext();
+  bool pauseReading();
   void onRead(const error_code& error);
   void deliverMessage();
   void onControlFrame(boost::beast::websocket::frame_type kind, std::string_view payload);
@@ -92,6 +93,10 @@ class BeastWebSocket final : public WebSocket,
   /// Posts `call(delegate, socket)`; it runs if there is a delegate then.
   template <typename Call>
   void deliver(Call call);
+  /// The same for what the peer sent; it counts as undelivered for as long as it waits.
+  template <typename Call>
+  void deliverIncoming(std::size_t size, Call call);
+  void delivered(std::size_t size);
 
   // Shared by all threads.
   Executor& mainQueue_;
@@ -100,6 +105,8 @@ class BeastWebSocket final : public WebSocket,
   std::atomic<WebSocketState> state_{WebSocketState::Connecting};
   std::atomic<bool> opened_{false};
   std::atomic<bool> overflowed_{false};
+  std::atomic<std::size_t> undelivered_{0};
+  std::atomic<bool> readingPaused_{false};
   OutgoingQueue queue_;
 
   // The network thread's.

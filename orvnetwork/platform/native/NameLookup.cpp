@@ -1,9 +1,9 @@
 #include <orvnetwork/platform/native/NameLookup.h>
+#include <orvnetwork/platform/native/ServiceThread.h>
 #include <orvnetwork/platform/native/NativeWebSocket.h>
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <system_error>
 #include <thread>
@@ -55,9 +55,8 @@ void lookUpHost(std::string host, std::uint16_t port, std::function<void(HostAdd
     lookupsUnderWay.fetch_sub(1);
     return done({{}, lookupError(EAI_AGAIN)});
   }
-  // The network thread, which calls this, blocks all signals; the new thread inherits that.
   try {
-    std::thread([host = std::move(host), port, done] {
+    startServiceThread("orv-lookup", [host = std::move(host), port, done] {
       HostAddresses result = resolve(host, port, 0);
       lookupsUnderWay.fetch_sub(1);
       done(std::move(result));

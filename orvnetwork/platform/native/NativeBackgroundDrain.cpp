@@ -1,13 +1,12 @@
 #include <orvnetwork/platform/native/NativeBackgroundDrain.h>
+#include <orvnetwork/platform/native/ServiceThread.h>
 
 #include <orvnetwork/platform/Executor.h>
 
 #include <linux/futex.h>
-#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <system_error>
 
 namespace orv {
@@ -24,29 +23,15 @@ void wakeOne(std::atomic<std::uint32_t>& word) {
   ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 }
 
-/// A thread on which none of the host's signal handlers runs.
-template <typename Function>
-std::thread startThread(Function function) {
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::thread thread;
-  try {
-    thread = std::thread(std::move(function));
-    pthread_setname_np(thread.native_handle(), "orv-drain");
-  } catch (const std::system_error&) {
-    // No thread to be had: the work waits for `runNow`.
-  }
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  return thread;
-}
-
 }  // namespace
 
 NativeBackgroundDrain::NativeBackgroundDrain(std::function<void()> drain, Pace pace)
     : drain_(std::move(drain)), pace_(pace), process_(::getpid()) {
-  thread_ = startThread([this] { loop(); });
+  try {
+    thread_ = startServiceThread("orv-drain", [this] { loop(); });
+  } catch (const std::system_error&) {
+    // No thread to be had: the work waits for `runNow`.
+  }
 }
 
 NativeBackgroundDrain::~NativeBackgroundDrain() {

@@ -1,4 +1,5 @@
 #include <orvnetwork/platform/native/NativeDelayService.h>
+#include <orvnetwork/platform/native/ServiceThread.h>
 
 namespace orv {
 
@@ -17,7 +18,7 @@ DelayService::Handle NativeDelayService::runAt(SteadyTime when, Executor& execut
   const auto entry = entries_.emplace(when, Entry{&executor, std::move(task), handle});
   byHandle_.emplace(handle, entry);
   if (!thread_.joinable()) {
-    thread_ = std::thread([this] { run(); });
+    thread_ = startServiceThread("orv-delays", [this] { run(); });
   } else if (entry == entries_.begin()) {
     changed_.notify_one();
   }

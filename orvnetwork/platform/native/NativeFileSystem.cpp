@@ -83,7 +83,8 @@ bool NativeFileSystem::createDirectory(const std::string& path, bool intermediat
   if (intermediates && errno == ENOENT) {
     const std::string parent(std::filesystem::path(withoutSlashesAtEnd(path)).parent_path());
     if (parent.empty()) return succeedIf(false, error);
-    if (!createDirectory(parent, true, mode, error)) return false;
+    // The mode is the folder's own; its parents, such as the user's documents, are ordinary ones.
+    if (!createDirectory(parent, true, 0777, error)) return false;
     if (make()) return succeedIf(true, error);
   }
   const auto failure = lastError();

@@ -1,5 +1,6 @@
 #include <orvnetwork/platform/native/LoopbackUrl.h>
 #include <orvnetwork/platform/native/NativeReachability.h>
+#include <orvnetwork/platform/native/ServiceThread.h>
 #include <orvnetwork/platform/native/NetworkWatcher.h>
 
 #include <cerrno>
@@ -44,7 +45,7 @@ class NativeReachability final : public Reachability {
   int startThread() {
     if (!watcher_.isUsable()) return EMFILE;
     try {
-      thread_ = std::thread([this] { watcher_.run(); });
+      thread_ = startServiceThread("orv-network", [this] { watcher_.run(); });
       return 0;
     } catch (const std::system_error& error) {
       return error.code().value();

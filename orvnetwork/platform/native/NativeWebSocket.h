@@ -38,6 +38,9 @@ struct NativeWebSocketLimits {
   std::size_t outgoingBytes = std::size_t{256} << 20;
   /// The longest message that is taken; a longer one is a protocol error.
   std::size_t incomingBytes = std::size_t{256} << 20;
+  /// Messages that may wait for the main thread, in bytes, a small sum for each included. Beyond it the socket
+  /// is not read until some are delivered.
+  std::size_t undeliveredBytes = std::size_t{256} << 20;
 };
 
 /// Makes a WebSocket client on the operating system's sockets, with TLS for wss and https. All network work is

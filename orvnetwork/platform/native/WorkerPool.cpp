@@ -1,3 +1,4 @@
+#include <orvnetwork/platform/native/ServiceThread.h>
 #include <orvnetwork/platform/native/WorkerPool.h>
 
 #include <system_error>
@@ -13,7 +14,7 @@ void WorkerPool::post(Task task) {
     return;
   }
   try {
-    std::thread([this] { work(); }).detach();
+    startServiceThread("orv-worker", [this] { work(); }).detach();
     ++threads_;
   } catch (const std::system_error&) {
     // No more threads to be had: a worker that is there takes the task, or the next post tries again.

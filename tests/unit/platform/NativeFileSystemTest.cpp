@@ -80,6 +80,8 @@ TEST_F(NativeFileSystemTest, CreatesFoldersAboveAndAcceptsAnExistingFolder) {
   EXPECT_TRUE(files.createDirectory(folder + "/a/b//c/", true, 0700, error));
   EXPECT_FALSE(error);
   EXPECT_EQ(modeOf(folder + "/a/b/c"), 0700U);
+  EXPECT_EQ(modeOf(folder + "/a/b"), modeOf(folder + "/a"));
+  EXPECT_EQ(modeOf(folder + "/a") & 0700U, 0700U) << "a parent gets an ordinary folder's mode";
   EXPECT_TRUE(files.createDirectory(folder + "/a/b/c", true, 0700, error));
   fs::create_symlink("a", folder + "/link");
   EXPECT_TRUE(files.createDirectory(folder + "/link", true, 0700, error));
