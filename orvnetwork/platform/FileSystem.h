@@ -40,7 +40,8 @@ class ORV_EXPORT FileSystem {
   virtual bool isDirectory(const std::string& path) = 0;
 
   /// Makes a folder. With `intermediates`, parents too, and an existing folder is a success; without, anything
-  /// that exists at the path and a missing parent are failures. `mode` is narrowed by the process's umask.
+  /// that exists at the path and a missing parent are failures. `mode` is the folder's own, narrowed by the
+  /// process's umask; parents that are made get 0777, narrowed likewise.
   virtual bool createDirectory(const std::string& path, bool intermediates, unsigned mode,
                                std::error_code& error) = 0;
 

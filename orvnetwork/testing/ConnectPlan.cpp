@@ -40,7 +40,8 @@ ConnectPlan ConnectPlan::failTls(Seconds delay) {
 
 ConnectPlan ConnectPlan::httpStatus(int status, Seconds delay) {
   const auto code = status >= 400 ? kRefusedByServer : kBadHandshake;
-  return fail({"OrvWebSocket", code, "The server answered with HTTP status " + std::to_string(status)}, delay);
+  return fail({"OrvWebSocket", code, "The server answered with HTTP status " + std::to_string(status)},
+              delay);
 }
 
 ConnectPlan ConnectPlan::endOfStream(Seconds delay) {

@@ -5,8 +5,8 @@
 
 namespace orv::testing {
 
-/// What becomes of one attempt to connect. `delay` is what the other side takes to answer, beside the latency of
-/// the network.
+/// What becomes of one attempt to connect. `delay` is what the other side takes to answer, beside the
+/// latency of the network.
 struct ORV_EXPORT ConnectPlan {
   enum class Outcome { Accept, Fail, NeverAnswer, EndOfStream };
 
@@ -25,8 +25,8 @@ struct ORV_EXPORT ConnectPlan {
   static ConnectPlan neverAnswer();
   /// The server's certificate is refused: "OrvTls".
   static ConnectPlan failTls(Seconds delay = Seconds::zero());
-  /// The server answers the handshake with another HTTP status than 101: "OrvWebSocket", 2132 for 400 and above,
-  /// else 2133.
+  /// The server answers the handshake with another HTTP status than 101: "OrvWebSocket", 2132 for 400 and
+  /// above, else 2133.
   static ConnectPlan httpStatus(int status, Seconds delay = Seconds::zero());
   /// The stream ends within the handshake: the socket is closed with 1001, not cleanly.
   static ConnectPlan endOfStream(Seconds delay = Seconds::zero());

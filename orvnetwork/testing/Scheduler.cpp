@@ -223,7 +223,8 @@ void Scheduler::shutDown() {
 
 void Scheduler::checkThread() const {
   if (&threadMark != thread_) {
-    std::fputs("The simulated platform was used on a second thread; all of a simulation runs on one.\n", stderr);
+    std::fputs("The simulated platform was used on a second thread; all of a simulation runs on one.\n",
+               stderr);
     std::abort();
   }
 }

@@ -66,7 +66,8 @@ class ORV_EXPORT Lane final : public Executor, public std::enable_shared_from_th
 ///     auto lane = platform.scheduler().makeLane(LaneKind::Link, "printer");
 ///     lane->post([] { ... });
 ///
-/// Everything must happen on the thread that made the scheduler; another thread ends the program with a message.
+/// Everything must happen on the thread that made the scheduler; another thread ends the program with a
+/// message.
 class ORV_EXPORT Scheduler final : public std::enable_shared_from_this<Scheduler> {
  public:
   static constexpr std::uint64_t kDefaultStepLimit = 1'000'000;

@@ -5,8 +5,8 @@
 
 namespace orv::testing {
 
-/// The clocks of the simulation. The steady clock is the scheduler's; the wall clock goes at the same pace and
-/// can be set. At the start it is 2024-01-31 08:00:00 UTC.
+/// The clocks of the simulation. The steady clock is the scheduler's; the wall clock goes at the same pace
+/// and can be set. At the start it is 2024-01-31 08:00:00 UTC.
 class ORV_EXPORT SimulatedClock final : public Clock {
  public:
   explicit SimulatedClock(std::shared_ptr<Scheduler> scheduler)

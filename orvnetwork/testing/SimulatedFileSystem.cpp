@@ -1,6 +1,6 @@
 #include <orvnetwork/testing/SimulatedFileSystem.h>
 
-#include <orvnetwork/testing/detail/SimulatedFileNode.h>
+#include <orvnetwork/testing/detail/SimulatedFileHandle.h>
 
 #include <utility>
 
@@ -21,59 +21,6 @@ bool succeed(std::error_code& error) {
 }
 
 }  // namespace
-
-class SimulatedFileSystem::Handle final : public FileHandle {
- public:
-  Handle(SimulatedFileSystem& files, std::shared_ptr<Node> node)
-      : files_(files), node_(std::move(node)), generation_(files.generation_) {
-    ++node_->openHandles;
-  }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  ~Handle() override { --node_->openHandles; }
-
-  bool write(std::string_view bytes) override {
-    auto count = bytes.size();
-    if (files_.begin(FileOperation::HandleWrite)) {
-      count /= 2;
-    }
-    if (isDead()) {
-      return false;
-    }
-    const auto overwritten = std::min<std::uint64_t>(count, node_->data.size() - offset_);
-    if (!files_.hasRoomFor(count - overwritten)) {
-      count = static_cast<std::size_t>(overwritten + files_.freeBytes());
-    }
-    node_->writeAt(offset_, bytes.substr(0, count));
-    offset_ += count;
-    return count == bytes.size();
-  }
-
-  std::uint64_t offset() const override { return offset_; }
-
-  std::uint64_t seekToEnd() override {
-    if (!files_.begin(FileOperation::SeekToEnd) && !isDead()) {
-      offset_ = node_->data.size();
-    }
-    return offset_;
-  }
-
-  bool synchronize() override {
-    if (files_.begin(FileOperation::Synchronize) || isDead()) {
-      return false;
-    }
-    node_->flushFile();
-    return true;
-  }
-
- private:
-  bool isDead() const { return generation_ != files_.generation_; }
-
-  SimulatedFileSystem& files_;
-  const std::shared_ptr<Node> node_;
-  const std::uint64_t generation_;
-  std::size_t offset_ = 0;
-};
 
 SimulatedFileSystem::SimulatedFileSystem(std::uint64_t seed) : random_(seed) {
   root_ = makeNode(true, 0755);
@@ -97,7 +44,10 @@ std::shared_ptr<SimulatedFileSystem::Node> SimulatedFileSystem::makeNode(bool is
 
 SimulatedFileSystem::Place SimulatedFileSystem::locate(const std::string& path) const {
   if (path.empty() || path.front() != '/' || path.find('\0') != std::string::npos) {
-    return {nullptr, {}, nullptr, path.empty() ? std::errc::no_such_file_or_directory : std::errc::invalid_argument};
+    return {nullptr,
+            {},
+            nullptr,
+            path.empty() ? std::errc::no_such_file_or_directory : std::errc::invalid_argument};
   }
   Place place{nullptr, {}, root_, {}};
   for (std::size_t at = 0; at < path.size();) {
@@ -165,7 +115,7 @@ bool SimulatedFileSystem::makeFolder(const std::string& path, bool intermediates
   if (place.parent == nullptr && intermediates && place.error == std::errc::no_such_file_or_directory) {
     const auto end = path.find_last_not_of('/');
     const auto slash = end == std::string::npos ? std::string::npos : path.find_last_of('/', end);
-    if (slash != std::string::npos && slash > 0 && !makeFolder(path.substr(0, slash), true, mode, error)) {
+    if (slash != std::string::npos && slash > 0 && !makeFolder(path.substr(0, slash), true, 0777, error)) {
       return false;
     }
     place = locate(path);
@@ -182,8 +132,8 @@ bool SimulatedFileSystem::makeFolder(const std::string& path, bool intermediates
   return succeed(error);
 }
 
-bool SimulatedFileSystem::writeAtomically(const std::string& path, std::string_view bytes, Durability durability,
-                                          unsigned mode, std::error_code& error) {
+bool SimulatedFileSystem::writeAtomically(const std::string& path, std::string_view bytes,
+                                          Durability durability, unsigned mode, std::error_code& error) {
   if (const auto failure = begin(FileOperation::WriteAtomically)) {
     return fail(*failure, error);
   }
@@ -283,14 +233,15 @@ bool SimulatedFileSystem::rename(const std::string& from, const std::string& to,
   return succeed(error);
 }
 
-std::optional<std::vector<std::string>> SimulatedFileSystem::list(const std::string& path, std::error_code& error) {
+std::optional<std::vector<std::string>> SimulatedFileSystem::list(const std::string& path,
+                                                                  std::error_code& error) {
   const auto failure = begin(FileOperation::List);
   const auto place = locate(path);
   if (failure || place.node == nullptr || !place.node->isFolder || !place.node->isReadable()) {
-    fail(failure                   ? *failure
-         : place.node == nullptr   ? (place.parent ? std::errc::no_such_file_or_directory : place.error)
-         : !place.node->isFolder   ? std::errc::not_a_directory
-                                   : std::errc::permission_denied,
+    fail(failure                 ? *failure
+         : place.node == nullptr ? (place.parent ? std::errc::no_such_file_or_directory : place.error)
+         : !place.node->isFolder ? std::errc::not_a_directory
+                                 : std::errc::permission_denied,
          error);
     return std::nullopt;
   }

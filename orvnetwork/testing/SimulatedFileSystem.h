@@ -43,7 +43,8 @@ enum class Crash {
 ///
 /// A handle that was opened before its file was replaced or removed goes on writing to the old file, which
 /// nobody sees any more. Flushing a folder makes the path to it durable too, as journaling file systems do.
-/// There are no symbolic links. Write permission of folders and files is checked; the owner is always the user.
+/// There are no symbolic links. Write permission of folders and files is checked; the owner is always the
+/// user.
 class ORV_EXPORT SimulatedFileSystem final : public FileSystem {
  public:
   /// `seed` decides about the order in which folders are listed.
@@ -66,8 +67,8 @@ class ORV_EXPORT SimulatedFileSystem final : public FileSystem {
   // Faults.
 
   /// Makes the `n`-th call from now fail with `error`, 1 being the next; 0 makes none fail. All operations
-  /// count. Those that cannot tell an error answer false or absent; a failing write to a handle writes the first
-  /// half of its bytes.
+  /// count. Those that cannot tell an error answer false or absent; a failing write to a handle writes the
+  /// first half of its bytes.
   void failAt(std::uint64_t n, std::errc error = std::errc::io_error);
   /// The same, counting the calls of one operation only.
   void failAt(FileOperation operation, std::uint64_t n, std::errc error = std::errc::io_error);
@@ -79,8 +80,8 @@ class ORV_EXPORT SimulatedFileSystem final : public FileSystem {
   /// How many calls were made to fail; what is out of space or not permitted by itself does not count.
   std::uint64_t failuresInjected() const { return failuresInjected_; }
 
-  /// The sum of all file sizes that fits on the disk; absent (as at the start): no bound. An atomic write needs
-  /// room for the old and the new file together.
+  /// The sum of all file sizes that fits on the disk; absent (as at the start): no bound. An atomic write
+  /// needs room for the old and the new file together.
   void setCapacity(std::optional<std::uint64_t> bytes) { capacity_ = bytes; }
   std::uint64_t usedBytes() const;
 

@@ -7,9 +7,9 @@ namespace orv::testing {
 
 /// The main queue of the simulation.
 ///
-/// The test's own code and the tasks of this queue count as the main thread; tasks of every other lane do not.
-/// Tasks run whenever the simulation runs; `drain()` runs the waiting ones and nothing else, as a host's loop
-/// does. To drive it from a host's loop alone, hold it: `platform.holdMainQueue(true)`.
+/// The test's own code and the tasks of this queue count as the main thread; tasks of every other lane do
+/// not. Tasks run whenever the simulation runs; `drain()` runs the waiting ones and nothing else, as a
+/// host's loop does. To drive it from a host's loop alone, hold it: `platform.holdMainQueue(true)`.
 class ORV_EXPORT SimulatedMainQueue final : public MainQueue {
  public:
   explicit SimulatedMainQueue(std::shared_ptr<Scheduler> scheduler);

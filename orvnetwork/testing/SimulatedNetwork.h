@@ -15,7 +15,8 @@ class SimulatedWebSocket;
 
 /// A socket that the library has made.
 struct SocketRecord {
-  ConnectionId id = 0;  ///< 1, 2, 3 … in the order in which they were made; also the number of its connection
+  /// 1, 2, 3 … in the order in which they were made; also the number of its connection.
+  ConnectionId id = 0;
   OptionalString url;
   Seconds connectTimeout{0};
   SteadyTime madeAt{};
@@ -55,7 +56,8 @@ class ORV_EXPORT SimulatedNetwork {
   void restoreLink(ConnectionId id);
 
   /// Makes the `n`-th link operation from now fail, 1 being the next; 0 makes none fail. Operations are: an
-  /// attempt to connect (refused), a send or ping (the socket fails), the arrival of a message or pong (reset).
+  /// attempt to connect (refused), a send or ping (the socket fails), the arrival of a message or pong
+  /// (reset).
   ///
   ///     for (int n = 1; ; ++n) { ...failAtLinkOperation(n)...; if (network.failuresInjected() == 0) break; }
   void failAtLinkOperation(std::uint64_t n) { failIn_ = n; }

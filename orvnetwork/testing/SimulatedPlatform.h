@@ -23,10 +23,11 @@ namespace orv::testing {
 ///     platform.runFor(orv::Seconds(95));                             // takes microseconds
 ///     EXPECT_EQ(rings, 3);
 ///
-/// Nothing runs by itself: `settle`, `runFor`, `runUntil` and `step` run it, on the calling thread. The test's
-/// own code counts as the main thread. Two runs with one seed and the same calls are the same to the last
-/// task; another seed interleaves main queue, workers, background work, timers and link differently, in every
-/// way that real threads could (tasks themselves are never torn). Print the seed when a test fails.
+/// Nothing runs by itself: `settle`, `runFor`, `runUntil` and `step` run it, on the calling thread. The
+/// test's own code counts as the main thread. Two runs with one seed and the same calls are the same to the
+/// last task; another seed interleaves main queue, workers, background work, timers and link differently,
+/// in every way that real threads could (tasks themselves are never torn). Print the seed when a test
+/// fails.
 ///
 /// Everything must happen on the thread that made the platform.
 class ORV_EXPORT SimulatedPlatform final : public Platform {
@@ -47,18 +48,19 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   /// sees the exact moment at which it was due. Afterwards the clocks have moved by `span`.
   void runFor(Seconds span);
 
-  /// Like `runFor(limit)`, but ends as soon as `done` is true; it is asked after every task. True when it was.
+  /// Like `runFor(limit)`, but ends as soon as `done` is true; it is asked after every task. True when it
+  /// was.
   bool runUntil(const std::function<bool()>& done, Seconds limit);
 
   /// Runs one ready task; false when there is none.
   bool step();
 
-  /// Lets time pass while nothing runs, as when the process is stopped for a while. What became due in between
-  /// is ready afterwards.
+  /// Lets time pass while nothing runs, as when the process is stopped for a while. What became due in
+  /// between is ready afterwards.
   void stall(Seconds span);
 
-  /// Moves the wall clock alone, forwards or back; timers do not notice. A computer that wakes up after a sleep
-  /// looks like this too.
+  /// Moves the wall clock alone, forwards or back; timers do not notice. A computer that wakes up after a
+  /// sleep looks like this too.
   void jumpWallClock(Seconds by);
   void setWallTime(WallTime time) { clock_.setWallTime(time); }
 

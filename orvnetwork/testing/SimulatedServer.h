@@ -49,9 +49,9 @@ struct ReceivedControl {
 ///       server.reply(connection, frame, {{"ret", 0}, {"data", {{"name", "Ann"}}}});
 ///     });
 ///
-/// By itself it answers the text "PING" with "PONG", a protocol ping with a pong and a close frame with a close
-/// frame. Handlers run as tasks of the link, never on the main thread. Operations on a connection that has ended
-/// do nothing.
+/// By itself it answers the text "PING" with "PONG", a protocol ping with a pong and a close frame with a
+/// close frame. Handlers run as tasks of the link, never on the main thread. Operations on a connection
+/// that has ended do nothing.
 class ORV_EXPORT SimulatedServer {
  public:
   explicit SimulatedServer(std::shared_ptr<Scheduler> scheduler);
@@ -65,7 +65,9 @@ class ORV_EXPORT SimulatedServer {
   void setAnswersClose(bool answers) { answersClose_ = answers; }
 
   /// Called with each text that is a JSON object.
-  void onRequest(std::function<void(ConnectionId, const json::object&)> handler) { onRequest_ = std::move(handler); }
+  void onRequest(std::function<void(ConnectionId, const json::object&)> handler) {
+    onRequest_ = std::move(handler);
+  }
   /// Called with each text, before the answer to "PING" and before `onRequest`.
   void onText(std::function<void(ConnectionId, const std::string&)> handler) { onText_ = std::move(handler); }
   void onConnect(std::function<void(ConnectionId)> handler) { onConnect_ = std::move(handler); }
@@ -78,7 +80,9 @@ class ORV_EXPORT SimulatedServer {
   /// What happens to the replies that follow, one after another; when there is none left the chooser decides.
   void faultNextReply(ReplyFault fault) { faults_.push_back(fault); }
   /// Asked about each reply frame; empty: no faults.
-  void setFaultChooser(std::function<ReplyFault(const json::object& reply)> chooser) { chooser_ = std::move(chooser); }
+  void setFaultChooser(std::function<ReplyFault(const json::object& reply)> chooser) {
+    chooser_ = std::move(chooser);
+  }
   /// Sends the replies that `ReplyFault::reorder` holds back.
   void sendHeldReplies(ConnectionId connection);
 
@@ -95,8 +99,8 @@ class ORV_EXPORT SimulatedServer {
   void cutAll();
   /// Resets the connection: the client's socket fails with ECONNRESET.
   void reset(ConnectionId connection);
-  /// From now on the server takes what comes, records it, and answers nothing, not even "PING" or a close frame;
-  /// the connection stays up. False makes it talk again.
+  /// From now on the server takes what comes, records it, and answers nothing, not even "PING" or a close
+  /// frame; the connection stays up. False makes it talk again.
   void setSilent(ConnectionId connection, bool silent = true);
 
   /// The connections that are up, oldest first.

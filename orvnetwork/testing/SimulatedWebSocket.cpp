@@ -25,7 +25,8 @@ bool hasKnownScheme(const OptionalString& url) {
     return false;
   }
   std::string scheme = url->substr(0, end);
-  std::ranges::transform(scheme, scheme.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+  std::ranges::transform(scheme, scheme.begin(),
+                         [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
   return scheme == "ws" || scheme == "wss" || scheme == "http" || scheme == "https";
 }
 
@@ -177,7 +178,8 @@ void SimulatedWebSocket::messageArrived(std::string payload, bool isText) {
 
 void SimulatedWebSocket::pingArrived(std::string payload) {
   if (state_ == WebSocketState::Open) {
-    pushToServer([this, self = shared_from_this(), payload] { network_.server_.pongArrived(link_, payload); });
+    pushToServer(
+        [this, self = shared_from_this(), payload] { network_.server_.pongArrived(link_, payload); });
   }
 }
 
@@ -189,7 +191,8 @@ void SimulatedWebSocket::pongArrived(std::string payload) {
     failed({"POSIX", ECONNRESET, "Connection reset by peer"});
     return;
   }
-  tellDelegate([this, payload](WebSocketDelegate& delegate) { delegate.webSocketReceivedPong(*this, payload); });
+  tellDelegate(
+      [this, payload](WebSocketDelegate& delegate) { delegate.webSocketReceivedPong(*this, payload); });
 }
 
 void SimulatedWebSocket::closeArrived(std::optional<int> code, OptionalString reason) {

@@ -34,8 +34,8 @@ void Pipe::clear() {
 }
 
 void Pipe::deliverNext() {
-  // After `clear` there are more appointments than arrivals, and an early one may carry a later arrival; a link
-  // that was cleared is never used again, so that does not matter.
+  // After `clear` there are more appointments than arrivals, and an early one may carry a later arrival; a
+  // link that was cleared is never used again, so that does not matter.
   if (arrivals_.empty()) {
     return;
   }

@@ -38,8 +38,8 @@ TEST(LinkExample, NoticesALinkThatDiedSilently) {
   EXPECT_EQ(diary.text, "opened; PONG; ");
 
   platform.network().breakLink(platform.server().latest());
-  const auto keepAlive = Timer::schedule(
-      Seconds(30), true, [&] { socket->send(std::make_shared<const std::string>("PING")); });
+  const auto keepAlive =
+      Timer::schedule(Seconds(30), true, [&] { socket->send(std::make_shared<const std::string>("PING")); });
   platform.runFor(Seconds(59));
   EXPECT_EQ(diary.text, "opened; PONG; ");
   platform.runFor(Seconds(1));

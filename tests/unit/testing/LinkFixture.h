@@ -49,7 +49,8 @@ class LinkFixture : public ::testing::Test {
  protected:
   using Events = std::vector<std::string>;
 
-  std::shared_ptr<WebSocket> makeSocket(WebSocketRequest request = {.url = "ws://127.0.0.1:9000/", .prepare = {}}) {
+  std::shared_ptr<WebSocket> makeSocket(WebSocketRequest request = {.url = "ws://127.0.0.1:9000/",
+                                                                    .prepare = {}}) {
     auto made = platform.makeWebSocket(std::move(request));
     made->setDelegate(&listener);
     return made;

@@ -52,7 +52,8 @@ TEST_F(SimulatedFileSystemTest, MakesFoldersWithoutIntermediates) {
 TEST_F(SimulatedFileSystemTest, MakesFoldersWithIntermediates) {
   EXPECT_TRUE(makeFolder("/tmp/a/b/c/", true, 0700));
   EXPECT_TRUE(makeFolder("/tmp/a/b/c", true));
-  EXPECT_EQ(files.mode("/tmp/a/b"), 0700U);
+  EXPECT_EQ(files.mode("/tmp/a/b/c"), 0700U);
+  EXPECT_EQ(files.mode("/tmp/a/b"), 0755U) << "parents are ordinary folders";
   write("/tmp/file", "");
   EXPECT_FALSE(makeFolder("/tmp/file", true));
   EXPECT_TRUE(failedWith(std::errc::file_exists));
@@ -331,7 +332,8 @@ TEST_F(SimulatedFileSystemTest, ATornPowerCutKeepsNamesAndLosesUnflushedBytes) {
   files.put("/tmp/gone", "x");
   files.remove("/tmp/gone", error);
   files.crash(Crash::PowerCutTorn);
-  EXPECT_EQ(files.snapshot(), (std::map<std::string, std::string>{{"/tmp/durable", "kept"}, {"/tmp/durable2", ""}}));
+  EXPECT_EQ(files.snapshot(),
+            (std::map<std::string, std::string>{{"/tmp/durable", "kept"}, {"/tmp/durable2", ""}}));
 }
 
 TEST_F(SimulatedFileSystemTest, RemovalsAndRenamesComeBackAfterAPowerCutUntilTheFolderIsFlushed) {
@@ -339,9 +341,11 @@ TEST_F(SimulatedFileSystemTest, RemovalsAndRenamesComeBackAfterAPowerCutUntilThe
   files.put("/tmp/b", "B");
   files.remove("/tmp/a", error);
   files.rename("/tmp/b", "/tmp/c", error);
-  EXPECT_EQ(files.filesAfter(Crash::PowerCut), (std::map<std::string, std::string>{{"/tmp/a", "A"}, {"/tmp/b", "B"}}));
+  EXPECT_EQ(files.filesAfter(Crash::PowerCut),
+            (std::map<std::string, std::string>{{"/tmp/a", "A"}, {"/tmp/b", "B"}}));
   write("/tmp/d", "D", Durability::Durable);
-  EXPECT_EQ(files.filesAfter(Crash::PowerCut), (std::map<std::string, std::string>{{"/tmp/c", "B"}, {"/tmp/d", "D"}}));
+  EXPECT_EQ(files.filesAfter(Crash::PowerCut),
+            (std::map<std::string, std::string>{{"/tmp/c", "B"}, {"/tmp/d", "D"}}));
 }
 
 TEST_F(SimulatedFileSystemTest, ADurableWriteMakesTheNewFoldersAboveItDurable) {

@@ -23,8 +23,8 @@ Trace runWorkload(SimulatedPlatform& platform) {
     platform.globalQueue().post(say("worker" + n));
     serial->post(say("serial" + n));
     drain->nudge();
-    platform.delays().runAt(platform.clock().steadyNow() + std::chrono::milliseconds(i % 2), platform.mainQueue(),
-                            say("delayed" + n));
+    platform.delays().runAt(platform.clock().steadyNow() + std::chrono::milliseconds(i % 2),
+                            platform.mainQueue(), say("delayed" + n));
   }
   platform.runFor(Seconds(1));
   return trace;
@@ -37,7 +37,8 @@ Trace workloadOfSeed(std::uint64_t seed) {
 
 Trace only(const Trace& trace, std::string_view prefix) {
   Trace kept;
-  std::ranges::copy_if(trace, std::back_inserter(kept), [&](const auto& item) { return item.starts_with(prefix); });
+  std::ranges::copy_if(trace, std::back_inserter(kept),
+                       [&](const auto& item) { return item.starts_with(prefix); });
   return kept;
 }
 
@@ -122,7 +123,8 @@ TEST(SimulatedPlatform, RunsWhatATaskSchedulesWithinTheSameSpan) {
   int rounds = 0;
   std::function<void()> again = [&] {
     ++rounds;
-    platform.delays().runAt(platform.clock().steadyNow() + std::chrono::seconds(1), platform.mainQueue(), again);
+    platform.delays().runAt(platform.clock().steadyNow() + std::chrono::seconds(1), platform.mainQueue(),
+                            again);
   };
   platform.mainQueue().post(again);
   platform.runFor(Seconds(10));
@@ -133,7 +135,8 @@ TEST(SimulatedPlatform, ForgetsACancelledDelayedTask) {
   SimulatedPlatform platform;
   int runs = 0;
   const auto now = platform.clock().steadyNow();
-  const auto later = platform.delays().runAt(now + std::chrono::seconds(1), platform.mainQueue(), [&] { ++runs; });
+  const auto later =
+      platform.delays().runAt(now + std::chrono::seconds(1), platform.mainQueue(), [&] { ++runs; });
   const auto due = platform.delays().runAt(now, platform.mainQueue(), [&] { ++runs; });
   const auto kept = platform.delays().runAt(now, platform.mainQueue(), [&] { runs += 10; });
   platform.delays().cancel(later);
@@ -188,7 +191,8 @@ TEST(SimulatedPlatform, TellsOfALivelockWithTheBusyQueue) {
     platform.settle(1000);
     FAIL() << "no livelock was told";
   } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(), "livelock: 1000 tasks ran at one moment and more are ready; waiting: workers=1");
+    EXPECT_STREQ(error.what(),
+                 "livelock: 1000 tasks ran at one moment and more are ready; waiting: workers=1");
   }
   EXPECT_EQ(platform.stepsRun(), 1000U);
 }
@@ -280,7 +284,8 @@ TEST(SimulatedPlatform, FreesWhatStillWaitsAtItsEnd) {
     const auto queue = SerialQueue::make("serial", platform.globalQueue());
     queue->post([token] {});
     platform.mainQueue().post([token] {});
-    platform.delays().runAt(platform.clock().steadyNow() + std::chrono::hours(1), platform.mainQueue(), [token] {});
+    platform.delays().runAt(platform.clock().steadyNow() + std::chrono::hours(1), platform.mainQueue(),
+                            [token] {});
     EXPECT_EQ(token.use_count(), 4);
   }
   EXPECT_EQ(token.use_count(), 1);

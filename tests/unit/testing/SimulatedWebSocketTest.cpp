@@ -149,14 +149,10 @@ TEST_F(SimulatedWebSocketTest, TellsThatAPeerDroppedTheStreamInsteadOfAnsweringT
 
 TEST_F(SimulatedWebSocketTest, TellsTheCloseFrameOfThePeer) {
   const std::vector<std::tuple<std::optional<int>, OptionalString, std::string, int>> cases = {
-      {1000, "bye", "closed 1000 bye clean", 1000},
-      {1000, std::nullopt, "closed 1000 - clean", 1000},
-      {4321, "own", "closed 4321 own clean", 1000},
-      {std::nullopt, std::nullopt, "closed 1005 - clean", 1000},
-      {999, "x", "closed 999 - clean", 1002},
-      {1005, "x", "closed 1005 - clean", 1002},
-      {1012, "x", "closed 1012 - clean", 1002},
-      {5000, "x", "closed 5000 - clean", 1002},
+      {1000, "bye", "closed 1000 bye clean", 1000}, {1000, std::nullopt, "closed 1000 - clean", 1000},
+      {4321, "own", "closed 4321 own clean", 1000}, {std::nullopt, std::nullopt, "closed 1005 - clean", 1000},
+      {999, "x", "closed 999 - clean", 1002},       {1005, "x", "closed 1005 - clean", 1002},
+      {1012, "x", "closed 1012 - clean", 1002},     {5000, "x", "closed 5000 - clean", 1002},
       {1000, "\xff", "closed 1000 - clean", 1002}};
   for (const auto& [code, reason, event, answer] : cases) {
     connect();
