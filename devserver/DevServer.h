@@ -1,0 +1,126 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "devserver/Counters.h"
+#include "devserver/Faults.h"
+#include "devserver/FrameLog.h"
+#include "devserver/Garbage.h"
+#include "devserver/Peer.h"
+
+namespace orv {
+
+/// Where the server listens, and its bounds.
+struct DevServerOptions {
+  /// Address to listen on. The control answers clients of this machine only, whatever stands here.
+  std::string host = "127.0.0.1";
+  /// 0: a free one, chosen at the first start and kept from then on.
+  std::uint16_t port = 0;
+  /// PEM file with the certificate chain; empty: no TLS. With TLS the control is at https.
+  std::string tlsCertificateFile;
+  /// PEM file with the key; empty: it is in the certificate's file.
+  std::string tlsKeyFile;
+  /// SQLite file that keeps accounts and tokens; empty: they live as long as the object.
+  std::string dataFile;
+  /// Connections of every kind at a time; further ones are reset.
+  std::size_t maxConnections = 1000;
+  /// A longer message ends its connection with close code 1009.
+  std::size_t maxMessageBytes = 32u << 20;
+  /// Output that waits for a client. One that does not read is reset beyond this.
+  std::size_t maxQueuedBytes = 64u << 20;
+  /// Received frames that are kept, by number and by bytes.
+  std::size_t keptFrames = 10'000;
+  std::size_t keptFrameBytes = 64u << 20;
+  /// From TCP's accept to the end of the WebSocket handshake.
+  std::chrono::milliseconds handshakeTimeout{30'000};
+};
+
+/// The embedded classroom server: a WebSocket server with a small school in it that answers like the real
+/// one and misbehaves on request. It works on one thread of its own.
+///
+/// Every operation may be called from any thread, also while the server is stopped. What changes
+/// connections waits until it is done, so that its effect comes before anything that the caller does next.
+class DevServer {
+ public:
+  using Options = DevServerOptions;
+  using Frame = devserver::ReceivedFrame;
+
+  /// Throws std::runtime_error when the data file cannot be used.
+  explicit DevServer(Options options = {});
+  /// Stops the server.
+  ~DevServer();
+  DevServer(const DevServer&) = delete;
+  DevServer& operator=(const DevServer&) = delete;
+
+  /// Listens. Does nothing where it listens already. Throws std::runtime_error with a text for a person when
+  /// the address or the port cannot be had or the certificate cannot be used.
+  void start();
+  /// Closes every connection without a close frame and ends the thread. May be called again. Not from a
+  /// frame listener (throws std::logic_error there).
+  void stop();
+  /// `stop` and `start` on the same port.
+  void restart();
+  bool running() const;
+
+  /// The port that it listens on, or had when it was running; 0 before.
+  std::uint16_t port() const;
+  /// "ws://127.0.0.1:PORT", or "wss://…" with TLS.
+  std::string url() const;
+
+  /// The misbehaviour in force.
+  devserver::Faults& faults();
+
+  // `user` is a user id or a mobile number; empty means every open connection. The results are the numbers
+  // of connections reached.
+
+  /// Sends a push frame {"C":command,"s":now,"v":values}.
+  std::size_t push(std::string_view command, const boost::json::object& values = {},
+                   std::string_view user = {});
+  /// Sends a text frame as it is.
+  std::size_t sendText(std::string_view text, std::string_view user = {});
+  std::size_t sendGarbage(const devserver::Garbage& garbage, std::string_view user = {});
+  std::size_t cut(const devserver::Cut& cut, std::string_view user = {});
+  /// Ends sessions: the next command that needs one is answered by 1001. Tokens stay good.
+  std::size_t expireSessions(std::string_view user = {});
+  /// Ends sessions and drops the tokens: "User.Post.Session" is answered by 2.
+  std::size_t revokeTokens(std::string_view user = {});
+
+  /// The newest frames that came in, oldest first.
+  std::vector<Frame> receivedFrames() const;
+  void clearReceivedFrames();
+  /// The first kept or coming frame that the predicate accepts; absent after `timeout`.
+  std::optional<Frame> waitForFrame(const std::function<bool(const Frame&)>& predicate,
+                                    std::chrono::milliseconds timeout) const;
+  /// Waits until the condition holds. It is asked now and whenever a frame came in, was dealt with or answered,
+  /// or a connection opened or closed. False after `timeout`.
+  bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout) const;
+  /// Called with each frame as it comes in, before it is answered, on the server's thread. An empty function
+  /// ends it.
+  void setFrameListener(std::function<void(const Frame&)> listener);
+
+  /// Open WebSocket connections.
+  std::size_t connectionCount() const;
+  devserver::Counters counters() const;
+
+  /// What `GET /control` answers: connections, counters and faults.
+  boost::json::object state();
+  /// Does what `POST /control` does with this object. Throws std::invalid_argument with a text that names
+  /// what was expected.
+  boost::json::object control(const boost::json::object& request);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace orv
