@@ -154,13 +154,15 @@ TEST_F(NativeWebSocketHandshake, FollowsNoRedirection) {
 }
 
 TEST_F(NativeWebSocketHandshake, AnOrdinaryAnswerIsABadHandshake) {
-  EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"), Events{"failed OrvWebSocket 2133"});
+  EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"),
+            Events{"failed OrvWebSocket 2133"});
 }
 
 TEST_F(NativeWebSocketHandshake, AWrongAcceptKeyIsABadHandshake) {
-  EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                              "Sec-WebSocket-Accept: AAAAAAAAAAAAAAAAAAAAAAAAAAA=\r\n\r\n"),
-            Events{"failed OrvWebSocket 2133"});
+  EXPECT_EQ(
+      eventsAfterAnswer("HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+                        "Sec-WebSocket-Accept: AAAAAAAAAAAAAAAAAAAAAAAAAAA=\r\n\r\n"),
+      Events{"failed OrvWebSocket 2133"});
 }
 
 TEST_F(NativeWebSocketHandshake, AMissingAcceptKeyIsABadHandshake) {
@@ -223,8 +225,8 @@ TEST_F(NativeWebSocketHandshake, TakesFramesThatComeWithALongAnswer) {
   start(listener.url());
   RawPeer peer = listener.accept();
   const std::string cookies = "Set-Cookie: " + std::string(5000, 'c') + "\r\n";
-  peer.send(RawPeer::agreement(peer.readRequest(), cookies) + frameBytes(opcode::kText, std::string(3000, 'm')) +
-            frameBytes(opcode::kText, "second"));
+  peer.send(RawPeer::agreement(peer.readRequest(), cookies) +
+            frameBytes(opcode::kText, std::string(3000, 'm')) + frameBytes(opcode::kText, "second"));
   EXPECT_TRUE(waitForEvent("text second"));
   EXPECT_EQ(delegate.events, (Events{"opened", "text " + std::string(3000, 'm'), "text second"}));
 }

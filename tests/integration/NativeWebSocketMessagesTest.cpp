@@ -51,8 +51,10 @@ TEST_F(NativeWebSocketMessages, WhatWaitsGoesOutInOrderBeforeTheCloseFrame) {
   RawPeer peer = openToPeer();
   constexpr int kCount = 5000;
   for (int i = 0; i < kCount; ++i) {
-    if (i % 2 == 0) send(std::to_string(i) + std::string(1000, '.'));
-    else socket->sendPing(std::to_string(i));
+    if (i % 2 == 0)
+      send(std::to_string(i) + std::string(1000, '.'));
+    else
+      socket->sendPing(std::to_string(i));
   }
   socket->close();
   for (int i = 0; i < kCount; ++i) {
@@ -111,7 +113,8 @@ TEST_F(NativeWebSocketMessages, JoinsFragmentsAroundControlFrames) {
 
 TEST_F(NativeWebSocketMessages, TellsTextFromBytes) {
   RawPeer peer = openToPeer();
-  peer.send(frameBytes(opcode::kBinary, "\xff\x01") + frameBytes(opcode::kText, "") + frameBytes(opcode::kBinary, ""));
+  peer.send(frameBytes(opcode::kBinary, "\xff\x01") + frameBytes(opcode::kText, "") +
+            frameBytes(opcode::kBinary, ""));
   EXPECT_TRUE(waitForEvent("binary "));
   EXPECT_EQ(delegate.events, (Events{"opened", "binary \xff\x01", "text ", "binary "}));
 }
@@ -182,6 +185,33 @@ TEST_F(NativeWebSocketMessages, MoreWaitingTextThanTheBoundAllowsIsAFailure) {
   EXPECT_TRUE(waitForEnd());
   peer.close();
   EXPECT_EQ(eventsAfterAll(), (Events{"opened", "failed OrvWebSocket 2145"}));
+}
+
+TEST_F(NativeWebSocketMessages, IsNotReadWhileTooMuchWaitsForTheMainThread) {
+  limits.undeliveredBytes = 1000;
+  RawPeer peer = openToPeer();
+  constexpr int kCount = 2000;
+  std::string burst;
+  for (int i = 0; i < kCount; ++i) burst += frameBytes(opcode::kText, std::to_string(i));
+  peer.send(burst);
+  // Another socket shares the network thread: while it gets answers, the first one could be read.
+  PumpedExecutor otherQueue;
+  RecordingDelegate own;
+  auto other = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, otherQueue);
+  other->setDelegate(&own);
+  other->open();
+  RawPeer otherPeer = listener.accept();
+  otherPeer.acceptHandshake();
+  ASSERT_TRUE(mainQueue.waitForQueued(5));
+  for (int i = 0; i < 200; ++i) {
+    otherPeer.send(frameBytes(opcode::kPing, ""));
+    ASSERT_TRUE(otherPeer.readFrame().has_value());
+  }
+  EXPECT_LT(mainQueue.queued(), 20u);
+  EXPECT_TRUE(waitForEvent("text " + std::to_string(kCount - 1)));
+  EXPECT_EQ(delegate.events.size(), 1u + kCount);
+  otherPeer.close();
+  EXPECT_TRUE(otherQueue.pumpUntil([&] { return own.ended(); }));
 }
 
 TEST_F(NativeWebSocketMessages, SlowPeersGetEverythingAsLongAsItFits) {

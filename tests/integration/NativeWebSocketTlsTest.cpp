@@ -63,11 +63,12 @@ TEST_F(NativeWebSocketTls, NamesTheHostToTheServer) {
   identity.trust();
   std::string named;
   SSL_CTX_set_tlsext_servername_arg(identity.context(), &named);
-  SSL_CTX_set_tlsext_servername_callback(identity.context(), +[](SSL* session, int*, void* into) {
-    const char* name = SSL_get_servername(session, TLSEXT_NAMETYPE_host_name);
-    *static_cast<std::string*>(into) = name != nullptr ? name : "(none)";
-    return SSL_TLSEXT_ERR_OK;
-  });
+  SSL_CTX_set_tlsext_servername_callback(
+      identity.context(), +[](SSL* session, int*, void* into) {
+        const char* name = SSL_get_servername(session, TLSEXT_NAMETYPE_host_name);
+        *static_cast<std::string*>(into) = name != nullptr ? name : "(none)";
+        return SSL_TLSEXT_ERR_OK;
+      });
   RawPeer peer = openSecurely(identity, "localhost");
   EXPECT_EQ(named, "localhost");
 }
@@ -100,7 +101,8 @@ TEST_F(NativeWebSocketTls, RefusesAnUnknownAuthority) {
   const TlsIdentity identity("DNS:localhost");
   TlsIdentity("DNS:localhost").trust();
   EXPECT_NE(refusal(identity, "localhost").code, X509_V_OK);
-  EXPECT_NE(delegate.lastError.description.find("certificate"), std::string::npos) << delegate.lastError.description;
+  EXPECT_NE(delegate.lastError.description.find("certificate"), std::string::npos)
+      << delegate.lastError.description;
 }
 
 TEST_F(NativeWebSocketTls, RefusesOldVersionsOfTheProtocol) {

@@ -31,6 +31,11 @@ class PumpedExecutor final : public Executor {
     return true;
   }
 
+  std::size_t queued() {
+    const std::lock_guard lock(mutex_);
+    return tasks_.size();
+  }
+
   /// Waits, without running anything, until `count` tasks are queued.
   bool waitForQueued(std::size_t count) {
     std::unique_lock lock(mutex_);

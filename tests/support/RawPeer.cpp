@@ -112,8 +112,7 @@ std::string RawPeer::readRequest() {
 }
 
 std::string RawPeer::agreement(std::string_view request, std::string_view moreHeaders) {
-  const std::string text =
-      headerValue(request, "Sec-WebSocket-Key") + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
+  const std::string text = headerValue(request, "Sec-WebSocket-Key") + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
   std::array<unsigned char, SHA_DIGEST_LENGTH> digest{};
   EVP_Digest(text.data(), text.size(), digest.data(), nullptr, EVP_sha1(), nullptr);
   std::array<unsigned char, 32> encoded{};
@@ -130,9 +129,10 @@ void RawPeer::acceptHandshake(std::string_view extra) {
 void RawPeer::send(std::string_view bytes) {
   while (!bytes.empty()) {
     waitFor(POLLOUT);
-    const auto size = tls_ != nullptr
-                          ? static_cast<ssize_t>(SSL_write(tls_.get(), bytes.data(), static_cast<int>(bytes.size())))
-                          : ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    const auto size =
+        tls_ != nullptr
+            ? static_cast<ssize_t>(SSL_write(tls_.get(), bytes.data(), static_cast<int>(bytes.size())))
+            : ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (size < 0 && errno == EAGAIN) continue;
     if (size <= 0) throwErrno("send");
     bytes.remove_prefix(static_cast<std::size_t>(size));
@@ -153,8 +153,10 @@ std::optional<RawFrame> RawPeer::readFrame() {
   frame.fin = (first[0] & 0x80) != 0;
   frame.masked = (first[1] & 0x80) != 0;
   std::uint64_t size = static_cast<unsigned char>(first[1] & 0x7f);
-  if (size == 126) size = fromBigEndian(readBytes(2));
-  else if (size == 127) size = fromBigEndian(readBytes(8));
+  if (size == 126)
+    size = fromBigEndian(readBytes(2));
+  else if (size == 127)
+    size = fromBigEndian(readBytes(8));
   const std::string key = frame.masked ? readBytes(4) : "";
   frame.payload = readBytes(size);
   if (frame.payload.size() < size) return std::nullopt;
@@ -205,7 +207,8 @@ void RawPeer::waitFor(short events) {
   waitForDescriptor(socket_.get(), events);
 }
 
-RawListener::RawListener(bool listening, int family, const char* host) : socket_(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+RawListener::RawListener(bool listening, int family, const char* host)
+    : socket_(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   sockaddr_storage address{};
   socklen_t size = sizeof(sockaddr_in);
   address.ss_family = static_cast<sa_family_t>(family);
@@ -218,7 +221,8 @@ RawListener::RawListener(bool listening, int family, const char* host) : socket_
   }
   if (bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0) throwErrno("bind");
   if (listening && listen(socket_.get(), 16) != 0) throwErrno("listen");
-  if (getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) throwErrno("getsockname");
+  if (getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
+    throwErrno("getsockname");
   // The port stands at the same place in both kinds of address.
   port_ = ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);
 }

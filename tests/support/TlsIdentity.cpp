@@ -30,7 +30,8 @@ X509* signedCertificate(EVP_PKEY* key, const std::string& names) {
   X509_gmtime_adj(X509_getm_notAfter(certificate), kDay);
   X509_set_pubkey(certificate, key);
   X509_NAME* name = X509_get_subject_name(certificate);
-  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("test"), -1, -1, 0);
+  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("test"), -1, -1,
+                             0);
   X509_set_issuer_name(certificate, name);
   addNames(certificate, names);
   require(X509_sign(certificate, key, EVP_sha256()) > 0, "signing failed");

@@ -32,9 +32,13 @@ class RecordingDelegate final : public WebSocketDelegate {
     events.push_back("closed " + std::to_string(code) + " " + reason.value_or("(absent)") +
                      (wasClean ? " clean" : " unclean"));
   }
-  void webSocketReceivedPong(WebSocket&, std::string payload) override { events.push_back("pong " + payload); }
+  void webSocketReceivedPong(WebSocket&, std::string payload) override {
+    events.push_back("pong " + payload);
+  }
 
-  bool has(std::string_view event) const { return std::find(events.begin(), events.end(), event) != events.end(); }
+  bool has(std::string_view event) const {
+    return std::find(events.begin(), events.end(), event) != events.end();
+  }
   bool ended() const {
     return !events.empty() && (events.back().starts_with("closed") || events.back().starts_with("failed"));
   }

@@ -2,7 +2,6 @@
 #include <orvnetwork/platform/native/CloseCodes.h>
 #include <orvnetwork/platform/native/IoThread.h>
 #include <orvnetwork/platform/native/SystemRandom.h>
-#include <orvnetwork/platform/native/TlsSession.h>
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +11,6 @@ namespace orv {
 namespace {
 
 namespace websocket = boost::beast::websocket;
-namespace http = boost::beast::http;
 
 /// After a failed write, how long what the peer still sent may take to arrive: its close frame says more than
 /// our error does.
@@ -20,8 +18,6 @@ constexpr Seconds kLastWords{1.0};
 /// The write buffer's size is the size of the pieces in which a message is masked.
 constexpr std::size_t kMaskedPiece = std::size_t{16} << 10;
 constexpr std::size_t kLongestPing = 125;
-/// What an event costs beside its payload while it waits for the main thread.
-constexpr std::size_t kEventCost = 128;
 
 /// A time span that a timer can hold.
 std::chrono::steady_clock::duration toTimerSpan(Seconds span) {
@@ -95,103 +91,12 @@ void BeastWebSocket::enqueue(Outgoing item) {
   }
 }
 
-// ---- Connecting
-
-void BeastWebSocket::startConnecting() {
-  if (phase_ != Phase::Idle) return;
-  phase_ = Phase::Connecting;
-  const auto url = parseWebSocketUrl(request_.url.value_or(""));
-  if (!url) return fail(websocket_error::kBadUrl, "not a WebSocket address");
-  armDeadline(request_.connectTimeout, &BeastWebSocket::connectTimedOut);
-  connector_.start(url->host, url->port, deadline_.expiry(), shared_from_this(),
-                   [this, url = *url](const std::optional<Error>& error) { onConnected(url, error); });
-}
-
-void BeastWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Error>& error) {
-  if (phase_ != Phase::Connecting) return;
-  if (error) return fail(*error);
-  error_code ignored;
-  auto& socket = stream().socket();
-  socket.set_option(asio::ip::tcp::no_delay(true), ignored);
-  using UserTimeout = asio::detail::socket_option::integer<IPPROTO_TCP, TCP_USER_TIMEOUT>;
-  const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(limits_.unacknowledged);
-  socket.set_option(UserTimeout(static_cast<int>(limit.count())), ignored);
-  if (url.secure) {
-    startTls(url);
-  } else {
-    startHandshake(url);
-  }
-}
-
-void BeastWebSocket::startTls(const WebSocketUrl& url) {
-  SSL* const session = newTlsSession(url.host);
-  if (session == nullptr) return fail({websocket_error::kTlsDomain, 0, "no TLS session for this host"});
-  stream().startTls(session, [self = shared_from_this(), this, url](const error_code& error) {
-    if (phase_ != Phase::Connecting) return;
-    if (!error) return startHandshake(url);
-    if (error.category() == boost::system::system_category()) return fail(systemError(error));
-    if (error.category() == asio::error::get_ssl_category()) {
-      return fail(tlsHandshakeError(stream().tlsSession(), static_cast<unsigned long>(error.value())));
-    }
-    fail({websocket_error::kTlsDomain, error.value(), "the peer ended the stream during the TLS handshake"});
-  });
-}
-
-void BeastWebSocket::startHandshake(const WebSocketUrl& url) {
-  protocol_.set_option(websocket::stream_base::decorator([url](websocket::request_type& request) {
-    request.set(http::field::origin, url.origin);
-    if (url.authorization) request.set(http::field::authorization, *url.authorization);
-  }));
-  protocol_.async_handshake(response_, url.hostHeader, url.target,
-                            [self = shared_from_this()](const error_code& error) { self->onHandshake(error); });
-}
-
-void BeastWebSocket::onHandshake(const error_code& error) {
-  if (phase_ != Phase::Connecting) return;
-  if (error) return handshakeFailed(error);
-  if (response_.count(http::field::sec_websocket_protocol) > 0) {
-    return fail(websocket_error::kBadHandshake, "the server chose a sub-protocol that was not asked for");
-  }
-  // When close() was quicker, its request is in the queue and ends the attempt.
-  auto expected = WebSocketState::Connecting;
-  if (!state_.compare_exchange_strong(expected, WebSocketState::Open)) return;
-  phase_ = Phase::Open;
-  disarmDeadline();
-  deliver([](WebSocketDelegate& delegate, WebSocket& socket) { delegate.webSocketOpened(socket); });
-  protocol_.text(true);
-  protocol_.control_callback([this](websocket::frame_type kind, boost::beast::string_view payload) {
-    onControlFrame(kind, {payload.data(), payload.size()});
-  });
-  readNext();
-}
-
-void BeastWebSocket::handshakeFailed(const error_code& error) {
-  const HandshakeGate& gate = stream().gate();
-  if (gate.state() == HandshakeGate::State::Refused) {
-    const int status = gate.status().value_or(0);
-    const bool refused = status >= 400;
-    return fail(refused ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake,
-                "the server answered the handshake with HTTP status " + std::to_string(status));
-  }
-  if (stream().sawEnd()) {
-    reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
-    return end();
-  }
-  if (error.category() == boost::system::system_category()) return fail(systemError(error));
-  fail(websocket_error::kBadHandshake, "bad answer to the handshake: " + error.message());
-}
-
-void BeastWebSocket::connectTimedOut() {
-  fail(websocket_error::kTimedOut, "no connection within the time limit");
-}
-
 // ---- Sending
 
 void BeastWebSocket::takeOutgoing() {
   queue_.takeAll(outgoing_);
-  const bool closing = std::any_of(outgoing_.begin(), outgoing_.end(), [](const Outgoing& item) {
-    return item.kind == Outgoing::Kind::Close;
-  });
+  const bool closing = std::any_of(outgoing_.begin(), outgoing_.end(),
+                                   [](const Outgoing& item) { return item.kind == Outgoing::Kind::Close; });
   // From now on the peer must at least take what waits before the close frame.
   if (closing && phase_ == Phase::Open) armDeadline(limits_.closing, &BeastWebSocket::closingLimitReached);
   sendOutgoing();
@@ -234,9 +139,8 @@ void BeastWebSocket::reportWriteError() {
 // ---- Receiving
 
 void BeastWebSocket::readNext() {
-  protocol_.async_read(message_, [self = shared_from_this()](const error_code& error, std::size_t) {
-    self->onRead(error);
-  });
+  protocol_.async_read(
+      message_, [self = shared_from_this()](const error_code& error, std::size_t) { self->onRead(error); });
 }
 
 void BeastWebSocket::onRead(const error_code& error) {
@@ -289,8 +193,8 @@ void BeastWebSocket::onCloseFrame() {
   const websocket::close_reason& peer = protocol_.reason();
   const int code = peer.code == websocket::close_code::none ? close_codes::kNone : peer.code;
   const bool allowed = code == close_codes::kNone || close_codes::isAllowed(code);
-  stream().sealWith(close_codes::maskedFrame(allowed ? close_codes::kNormal : close_codes::kProtocolError,
-                                             systemRandom()));
+  stream().sealWith(
+      close_codes::maskedFrame(allowed ? close_codes::kNormal : close_codes::kProtocolError, systemRandom()));
   OptionalString reason;
   if (allowed && !peer.reason.empty()) reason.emplace(peer.reason.data(), peer.reason.size());
   reportClosed(code, std::move(reason), true);
@@ -331,9 +235,10 @@ void BeastWebSocket::closingLimitReached() {
 
 void BeastWebSocket::fail(Error error) {
   if (takeTerminalEvent()) {
-    deliver([error = std::make_unique<Error>(std::move(error))](WebSocketDelegate& delegate, WebSocket& socket) {
-      delegate.webSocketFailed(socket, *error);
-    });
+    deliver(
+        [error = std::make_unique<Error>(std::move(error))](WebSocketDelegate& delegate, WebSocket& socket) {
+          delegate.webSocketFailed(socket, *error);
+        });
   }
   end();
 }
@@ -372,9 +277,10 @@ void BeastWebSocket::end() {
 void BeastWebSocket::armDeadline(Seconds delay, Expiry expiry) {
   sentWhenArmed_ = stream().sentBytes();
   deadline_.expires_after(toTimerSpan(delay));
-  deadline_.async_wait([self = shared_from_this(), expiry, number = ++deadlineNumber_](const error_code& cancelled) {
-    if (!cancelled && number == self->deadlineNumber_) (self.get()->*expiry)();
-  });
+  deadline_.async_wait(
+      [self = shared_from_this(), expiry, number = ++deadlineNumber_](const error_code& cancelled) {
+        if (!cancelled && number == self->deadlineNumber_) (self.get()->*expiry)();
+      });
 }
 
 void BeastWebSocket::disarmDeadline() {
@@ -382,26 +288,10 @@ void BeastWebSocket::disarmDeadline() {
   deadline_.cancel();
 }
 
-template <typename Call>
-void BeastWebSocket::deliverIncoming(std::size_t size, Call call) {
-  undelivered_ += size + kEventCost;
-  mainQueue_.post([self = shared_from_this(), size, call = std::move(call)]() mutable {
-    self->delivered(size);
-    if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
-  });
-}
-
 void BeastWebSocket::delivered(std::size_t size) {
   const std::size_t left = undelivered_ -= size + kEventCost;
   if (left > limits_.undeliveredBytes || !readingPaused_.exchange(false)) return;
   asio::post(context_, [self = shared_from_this()] { self->readNext(); });
-}
-
-template <typename Call>
-void BeastWebSocket::deliver(Call call) {
-  mainQueue_.post([self = shared_from_this(), call = std::move(call)]() mutable {
-    if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
-  });
 }
 
 }  // namespace orv

@@ -35,6 +35,9 @@ class BeastWebSocket final : public WebSocket,
   WebSocketState readyState() const override { return state_; }
 
  private:
+  /// What an event costs beside its payload while it waits for the main thread.
+  static constexpr std::size_t kEventCost = 128;
+
   using Protocol = boost::beast::websocket::stream<GatheringStream, false>;
   using Expiry = void (BeastWebSocket::*)();
 
@@ -124,5 +127,21 @@ class BeastWebSocket final : public WebSocket,
   std::uint64_t sentWhenArmed_ = 0;
   MessageBuffer message_;
 };
+
+template <typename Call>
+void BeastWebSocket::deliverIncoming(std::size_t size, Call call) {
+  undelivered_ += size + kEventCost;
+  mainQueue_.post([self = shared_from_this(), size, call = std::move(call)]() mutable {
+    self->delivered(size);
+    if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
+  });
+}
+
+template <typename Call>
+void BeastWebSocket::deliver(Call call) {
+  mainQueue_.post([self = shared_from_this(), call = std::move(call)]() mutable {
+    if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
+  });
+}
 
 }  // namespace orv

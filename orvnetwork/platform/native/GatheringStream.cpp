@@ -70,9 +70,8 @@ void GatheringStream::readMore() {
   const asio::mutable_buffer into =
       readsDirectly_ ? readInto_ : asio::mutable_buffer(in_.data() + inEnd_, in_.size() - inEnd_);
   onLowest([this, into](auto& stream) {
-    stream.async_read_some(into, [this, alive = owner_.keepAlive()](const error_code& error, std::size_t size) {
-      onRead(error, size);
-    });
+    stream.async_read_some(into, [this, alive = owner_.keepAlive()](
+                                     const error_code& error, std::size_t size) { onRead(error, size); });
   });
 }
 
@@ -125,6 +124,7 @@ void GatheringStream::endRead(const error_code& error, std::size_t size) {
 
 void GatheringStream::part() {
   parting_ = true;
+  if (writeError_) return owner_.partingEnded();
   flush();
 }
 
@@ -138,10 +138,11 @@ void GatheringStream::discardInput() {
   error_code error;
   socket_.shutdown(Socket::shutdown_send, error);
   if (in_.empty()) in_.resize(kReadBufferSize);
-  socket_.async_read_some(asio::buffer(in_), [this, alive = owner_.keepAlive()](const error_code& end, std::size_t) {
-    if (end) return owner_.partingEnded();
-    discardInput();
-  });
+  socket_.async_read_some(asio::buffer(in_),
+                          [this, alive = owner_.keepAlive()](const error_code& end, std::size_t) {
+                            if (end) return owner_.partingEnded();
+                            discardInput();
+                          });
 }
 
 void GatheringStream::cancel() {

@@ -178,9 +178,8 @@ class GatheringStream {
       });
       return;
     }
-    reading_ = Task([this, done = std::forward<Handler>(handler)]() mutable {
-      std::move(done)(readError_, readSize_);
-    });
+    reading_ = Task(
+        [this, done = std::forward<Handler>(handler)]() mutable { std::move(done)(readError_, readSize_); });
     readInto_ = into;
     readMore();
   }
@@ -219,7 +218,9 @@ class GatheringStream {
   void writeOn();
   void onWritten(const error_code& error, std::size_t size);
 
-  std::size_t readyBytes() const { return gate_.state() == HandshakeGate::State::Passed ? inEnd_ - inBegin_ : 0; }
+  std::size_t readyBytes() const {
+    return gate_.state() == HandshakeGate::State::Passed ? inEnd_ - inBegin_ : 0;
+  }
   std::size_t takeReady(asio::mutable_buffer into);
   void readMore();
   void onRead(error_code error, std::size_t size);

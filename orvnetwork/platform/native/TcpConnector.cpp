@@ -32,11 +32,12 @@ void TcpConnector::start(const std::string& host, std::uint16_t port, Clock::tim
   if (HostAddresses numeric = numericHostAddress(host, port); !numeric.addresses.empty()) {
     return onAddresses(std::move(numeric));
   }
-  lookUpHost(host, port, [this, keep = alive_, executor = socket_.get_executor()](HostAddresses found) mutable {
-    asio::post(executor, [this, keep = std::move(keep), found = std::move(found)]() mutable {
-      onAddresses(std::move(found));
-    });
-  });
+  lookUpHost(host, port,
+             [this, keep = alive_, executor = socket_.get_executor()](HostAddresses found) mutable {
+               asio::post(executor, [this, keep = std::move(keep), found = std::move(found)]() mutable {
+                 onAddresses(std::move(found));
+               });
+             });
 }
 
 void TcpConnector::cancel() {

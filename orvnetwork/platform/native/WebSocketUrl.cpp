@@ -24,7 +24,8 @@ int hexValue(char c) {
 bool hasOnlyUrlCharacters(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
-    if (c <= ' ' || c == '\x7f' || std::string_view("\"<>\\^`{|}").find(c) != std::string_view::npos) return false;
+    if (c <= ' ' || c == '\x7f' || std::string_view("\"<>\\^`{|}").find(c) != std::string_view::npos)
+      return false;
     if (c != '%') continue;
     if (i + 2 >= text.size() || hexValue(text[i + 1]) < 0 || hexValue(text[i + 2]) < 0) return false;
   }
@@ -48,9 +49,9 @@ std::string basicAuthorization(std::string_view userInfo) {
   std::string plain = percentDecoded(userInfo);
   if (userInfo.find(':') == std::string_view::npos) plain += ':';
   std::string encoded((plain.size() + 2) / 3 * 4 + 1, '\0');
-  const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
-                                     reinterpret_cast<const unsigned char*>(plain.data()),
-                                     static_cast<int>(plain.size()));
+  const int length =
+      EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
+                      reinterpret_cast<const unsigned char*>(plain.data()), static_cast<int>(plain.size()));
   encoded.resize(static_cast<std::size_t>(length));
   return "Basic " + encoded;
 }

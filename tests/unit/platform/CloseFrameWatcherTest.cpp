@@ -19,9 +19,11 @@ TEST(CloseFrameWatcher, FindsTheCodeHoweverTheStreamIsCut) {
   const std::string stream = frameBytes(opcode::kText, "hello") + frameBytes(opcode::kText, "") +
                              frameBytes(opcode::kBinary, std::string(300, '\x88')) +
                              frameBytes(opcode::kText, std::string(70'000, '\x88')) +
-                             frameBytes(opcode::kPing, "\x88\x02") + frameBytes(opcode::kText, "masked", 0x80, true) +
+                             frameBytes(opcode::kPing, "\x88\x02") +
+                             frameBytes(opcode::kText, "masked", 0x80, true) +
                              frameBytes(opcode::kClose, closePayload(2999, "reason"));
-  for (const std::size_t pieceSize : {1u, 2u, 3u, 7u, 1536u, 1'000'000u}) EXPECT_EQ(codeAfter(stream, pieceSize), 2999);
+  for (const std::size_t pieceSize : {1u, 2u, 3u, 7u, 1536u, 1'000'000u})
+    EXPECT_EQ(codeAfter(stream, pieceSize), 2999);
 }
 
 TEST(CloseFrameWatcher, HasNoCodeWithoutAWholeOne) {
@@ -32,7 +34,8 @@ TEST(CloseFrameWatcher, HasNoCodeWithoutAWholeOne) {
 }
 
 TEST(CloseFrameWatcher, TellsTheCodeOfTheLastCloseFrame) {
-  const std::string two = frameBytes(opcode::kClose, closePayload(1000)) + frameBytes(opcode::kClose, closePayload(65535));
+  const std::string two =
+      frameBytes(opcode::kClose, closePayload(1000)) + frameBytes(opcode::kClose, closePayload(65535));
   EXPECT_EQ(codeAfter(two, 100), 65535);
   EXPECT_EQ(codeAfter(two + frameBytes(opcode::kClose, "x"), 100), 0);
 }

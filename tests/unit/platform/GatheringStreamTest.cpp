@@ -49,7 +49,8 @@ class GatheringStreamTest : public testing::Test, protected GatheringStream::Own
 
 TEST_F(GatheringStreamTest, WhatIsWrittenStaysUntilItIsFlushedAndThenLeavesTogether) {
   error_code error;
-  for (const char* text : {"one ", "two ", "three"}) stream.write_some(asio::buffer(std::string_view(text)), error);
+  for (const char* text : {"one ", "two ", "three"})
+    stream.write_some(asio::buffer(std::string_view(text)), error);
   EXPECT_EQ(receiveNow(), "");
   EXPECT_EQ(stream.gatheredBytes(), 13u);
   stream.flush();
@@ -129,6 +130,16 @@ TEST_F(GatheringStreamTest, PartingSendsTheRestEndsOurSideAndWaitsForThePeers) {
   EXPECT_FALSE(ended);
   peer.close();
   turnUntil([this] { return ended; });
+}
+
+TEST_F(GatheringStreamTest, PartingEndsAtOnceWhenNothingCanBeWrittenAnyMore) {
+  stream.socket().shutdown(GatheringStream::Socket::shutdown_send);
+  stream.sealWith("last");
+  stream.flush();
+  turnUntil([this] { return !failures.empty(); });
+  EXPECT_FALSE(ended);
+  stream.part();
+  EXPECT_TRUE(ended);
 }
 
 }  // namespace

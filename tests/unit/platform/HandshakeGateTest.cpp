@@ -22,13 +22,15 @@ TEST(HandshakeGate, PassesAnAgreementOnceItsHeaderIsWhole) {
 TEST(HandshakeGate, RefusesEveryOtherStatusWithoutWaitingForABody) {
   for (const int status : {100, 200, 204, 301, 400, 404, 503}) {
     HandshakeGate gate;
-    EXPECT_EQ(gate.look("HTTP/1.1 " + std::to_string(status) + " Text\r\nContent-Length: 100\r\n\r\n"), State::Refused);
+    EXPECT_EQ(gate.look("HTTP/1.1 " + std::to_string(status) + " Text\r\nContent-Length: 100\r\n\r\n"),
+              State::Refused);
     EXPECT_EQ(gate.status(), status);
   }
 }
 
 TEST(HandshakeGate, RefusesWhatIsNotHttpWithoutAStatus) {
-  for (const char* answer : {"\r\n\r\n", "hello\r\n\r\n", "HTTP/1.1\r\n\r\n", "HTTP/1.1 abc\r\n\r\n", "HTTP/1.1 10\r\n\r\n"}) {
+  for (const char* answer :
+       {"\r\n\r\n", "hello\r\n\r\n", "HTTP/1.1\r\n\r\n", "HTTP/1.1 abc\r\n\r\n", "HTTP/1.1 10\r\n\r\n"}) {
     HandshakeGate gate;
     EXPECT_EQ(gate.look(answer), State::Refused) << answer;
     EXPECT_EQ(gate.status(), std::nullopt) << answer;

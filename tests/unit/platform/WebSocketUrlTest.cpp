@@ -11,8 +11,10 @@ WebSocketUrl parsed(std::string_view text) {
 }
 
 TEST(WebSocketUrl, TellsPlainFromSecureByTheSchemeInAnyCase) {
-  for (const char* plain : {"ws://a", "WS://a", "http://a", "Http://a"}) EXPECT_FALSE(parsed(plain).secure) << plain;
-  for (const char* secure : {"wss://a", "WsS://a", "https://a", "HTTPS://a"}) EXPECT_TRUE(parsed(secure).secure) << secure;
+  for (const char* plain : {"ws://a", "WS://a", "http://a", "Http://a"})
+    EXPECT_FALSE(parsed(plain).secure) << plain;
+  for (const char* secure : {"wss://a", "WsS://a", "https://a", "HTTPS://a"})
+    EXPECT_TRUE(parsed(secure).secure) << secure;
 }
 
 TEST(WebSocketUrl, TakesThePortOfTheSchemeWhenNoneIsGiven) {
@@ -68,12 +70,43 @@ TEST(WebSocketUrl, TurnsTheUserIntoBasicAuthorization) {
 }
 
 TEST(WebSocketUrl, RefusesWhatIsNotAWebSocketAddress) {
-  for (const char* bad :
-       {"", "a", "ws:", "ws:a", "ws:/a", "ws://", "ws:///path", "://a", "ftp://a", "wsss://a", "ws://:80", "ws://a:0",
-        "ws://a:65536", "ws://a:99999999999", "ws://a:-1", "ws://a:8x", "ws://a:+8", "ws://a b", "ws://a/ b",
-        "ws://a/\r\nX: y", "ws://a/\xc3\xa9", "ws://\xe4\xbd\xa0", "ws://a/%", "ws://a/%1", "ws://a/%zz", "ws://a%2fb",
-        "ws://[::1", "ws://[::1]x", "ws://[]", "ws://[localhost]", "ws://[::1%25lo]", "ws://::1/", "ws://a/{b}",
-        "ws://a\\b", "ws://u@", " ws://a", "ws://a\t"}) {
+  for (const char* bad : {"",
+                          "a",
+                          "ws:",
+                          "ws:a",
+                          "ws:/a",
+                          "ws://",
+                          "ws:///path",
+                          "://a",
+                          "ftp://a",
+                          "wsss://a",
+                          "ws://:80",
+                          "ws://a:0",
+                          "ws://a:65536",
+                          "ws://a:99999999999",
+                          "ws://a:-1",
+                          "ws://a:8x",
+                          "ws://a:+8",
+                          "ws://a b",
+                          "ws://a/ b",
+                          "ws://a/\r\nX: y",
+                          "ws://a/\xc3\xa9",
+                          "ws://\xe4\xbd\xa0",
+                          "ws://a/%",
+                          "ws://a/%1",
+                          "ws://a/%zz",
+                          "ws://a%2fb",
+                          "ws://[::1",
+                          "ws://[::1]x",
+                          "ws://[]",
+                          "ws://[localhost]",
+                          "ws://[::1%25lo]",
+                          "ws://::1/",
+                          "ws://a/{b}",
+                          "ws://a\\b",
+                          "ws://u@",
+                          " ws://a",
+                          "ws://a\t"}) {
     EXPECT_EQ(parseWebSocketUrl(bad), std::nullopt) << bad;
   }
 }
