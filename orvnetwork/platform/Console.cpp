@@ -82,8 +82,13 @@ void Console::write(std::string_view line) {
 
 void Console::setSink(Sink sink) {
   SharedSink replacement = sink ? std::make_shared<const Sink>(std::move(sink)) : nullptr;
-  const std::scoped_lock lock(state().sinkMutex);
-  state().sink.swap(replacement);
+  {
+    const std::scoped_lock lock(state().sinkMutex);
+    state().sink.swap(replacement);
+  }
+  // A line that is being written on another thread still goes to the old sink: wait for its end.
+  if (insideSink) return;
+  const std::scoped_lock turn(state().turn);
 }
 
 }  // namespace orv

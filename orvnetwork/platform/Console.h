@@ -19,7 +19,8 @@ class ORV_EXPORT Console {
 
   /// Replaces the place where lines go; an empty sink brings standard error back. The sink is called on the
   /// thread that writes, one call at a time, without any other lock held; what it writes to the console
-  /// itself is dropped. Any thread.
+  /// itself is dropped. It must not wait for a thread that uses the library, since that thread may be waiting to
+  /// write a line. Once this has returned the old sink is not called any more. Any thread.
   static void setSink(Sink sink);
 };
 

@@ -29,7 +29,8 @@ class ORV_EXPORT MainQueue : public Executor {
   /// Runs tasks as they come until `stop()` is called. Main thread only; may be nested.
   virtual void run() = 0;
 
-  /// Makes the innermost `run()` return after the task that is running. Any thread.
+  /// Makes the innermost `run()` return after the task that is running; when none runs, the next one returns at
+  /// once. Any thread.
   virtual void stop() = 0;
 
   /// Runs the tasks that were waiting when it was called and returns how many ran; what they post waits for
@@ -43,7 +44,9 @@ class ORV_EXPORT MainQueue : public Executor {
 
   /// Installs a function that is called, on any thread, each time that tasks begin to wait: it must arrange
   /// for the host's loop to call `drain()` on the main thread soon, and must not call it itself. An empty
-  /// function takes the waker away. When tasks wait already, it is called before this returns.
+  /// function takes the waker away. When tasks wait already, it is called before this returns. Once this has
+  /// returned, the function that was installed before is not called any more; a call that runs on another
+  /// thread is waited for.
   virtual void setWaker(std::function<void()> waker) = 0;
 };
 

@@ -8,8 +8,9 @@
 
 namespace orv {
 
-/// What an observer is told.
+/// What an observer is told. All of it lives only as long as the call: copy what is to be kept.
 struct Notification {
+  /// The name under which it was posted.
   std::string_view name;
   /// Who posted it, by identity; null for nobody.
   const void* object = nullptr;

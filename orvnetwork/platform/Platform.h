@@ -28,6 +28,7 @@ class ORV_EXPORT Platform {
 
   virtual ~Platform() = default;
 
+  /// The services, each one object for the life of the platform. Any thread.
   virtual Clock& clock() = 0;
   virtual MainQueue& mainQueue() = 0;
   /// The worker pool: tasks start in the order posted and run at the same time where there are threads.
@@ -39,16 +40,16 @@ class ORV_EXPORT Platform {
 
   /// 32 bits from a source that is not seeded by the program.
   virtual std::uint32_t random() = 0;
+  /// A socket that is not open yet; never null and never an exception: one that cannot be made for want of
+  /// descriptors or threads fails after its `open()`.
   virtual std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) = 0;
+  /// A drain that calls `drain` on a thread of its own.
   virtual std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) = 0;
 
   /// The user's locale (for example "zh_CN") and time zone (for example "Asia/Shanghai"), read at each call.
   /// "C" and "POSIX" are told as "en_US_POSIX".
   virtual std::string localeName() = 0;
   virtual std::string timeZoneName() = 0;
-
-  /// Whether a thread may wait for another one. False in the simulation, where there is one thread.
-  virtual bool canBlock() const { return true; }
 };
 
 }  // namespace orv

@@ -20,11 +20,15 @@ class Describer {
     for (const json::key_value_pair& entry : object) {
       members.push_back(&entry);
     }
-    std::sort(members.begin(), members.end(),
-              [](const auto* left, const auto* right) { return left->key() < right->key(); });
+    // More members than that never all fit: their order is not worth the time.
+    if (members.size() <= kMostSorted) {
+      std::sort(members.begin(), members.end(),
+                [](const auto* left, const auto* right) { return left->key() < right->key(); });
+    }
     append("{\n");
     ++depth_;
     for (const json::key_value_pair* entry : members) {
+      if (isFull()) break;
       indent();
       describeLeaf({entry->key().data(), entry->key().size()});
       append(" = ");
@@ -42,7 +46,7 @@ class Describer {
     }
     append("(\n");
     ++depth_;
-    for (std::size_t at = 0; at < array.size(); ++at) {
+    for (std::size_t at = 0; at < array.size() && !isFull(); ++at) {
       indent();
       describeNested(array[at]);
       append(at + 1 < array.size() ? ",\n" : "\n");
@@ -53,14 +57,16 @@ class Describer {
   }
 
   std::string result() && {
-    if (total_ > out_.size()) {
-      out_ += "\u2026(" + std::to_string(total_ - out_.size()) + " more bytes)";
-    }
+    if (isFull()) out_ += "\u2026(cut)";
     return std::move(out_);
   }
 
  private:
   static constexpr std::size_t kMaxDepth = 64;
+  static constexpr std::size_t kMostSorted = 16384;
+
+  /// Nothing that follows would be seen.
+  bool isFull() const { return isCut_; }
 
   void describeNested(const json::value& value) {
     if (const json::object* object = value.if_object()) {
@@ -80,11 +86,12 @@ class Describer {
     const auto isAlphanumeric = [](char c) {
       return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
     };
-    if (!text.empty() && std::all_of(text.begin(), text.end(), isAlphanumeric)) {
+    const auto seen = text.substr(0, kMaxDescriptionSize);
+    if (!text.empty() && std::all_of(seen.begin(), seen.end(), isAlphanumeric)) {
       return append(text);
     }
     append("\"");
-    for (std::size_t at = 0; at < text.size();) {
+    for (std::size_t at = 0; at < text.size() && !isFull();) {
       const std::size_t length = utf8SequenceLength(text.substr(at));
       if (length > 1) {
         appendUtf16(utf8CodePoint(text.substr(at), length));
@@ -146,14 +153,13 @@ class Describer {
   }
 
   void append(std::string_view text) {
-    total_ += text.size();
-    if (out_.size() < kMaxDescriptionSize) {
-      out_ += text.substr(0, kMaxDescriptionSize - out_.size());
-    }
+    const std::size_t room = kMaxDescriptionSize - out_.size();
+    if (text.size() > room) isCut_ = true;
+    out_ += text.substr(0, room);
   }
 
   std::string out_;
-  std::size_t total_ = 0;
+  bool isCut_ = false;
   std::size_t depth_ = 0;
 };
 

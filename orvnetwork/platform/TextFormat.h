@@ -11,17 +11,16 @@
 /// Fills the slots of a text with arguments. The text is checked when the program is compiled: as many slots
 /// as arguments, each of a kind that fits.
 ///
-/// | slot | takes |
-/// |---|---|
-/// | `%@` | text, JSON values, errors, anything with `std::string describe(const T&)` beside its type, and
-/// optionals, pointers and shared pointers of these; what is absent (JSON null too) reads "(null)" | | `%s` |
-/// text that is never absent | | `%d` | integers of up to 32 bits | | `%ld` `%lu` | integers | | `%02ld` and
-/// the like | the same, padded with zeros to a width | | `%%` | nothing: a percent sign |
+///  - `%@` takes text, JSON values, errors, anything with `std::string describe(const T&)` beside its type, and
+///    optionals, pointers and shared pointers of these; what is absent (JSON null too) reads "(null)".
+///  - `%s` takes text that is never absent.
+///  - `%d` takes integers of up to 32 bits, `%ld` and `%lu` any; `%02ld` and the like pad them with zeros.
+///  - `%%` takes nothing and stands for a percent sign.
 namespace orv {
 
 /// The text of a dictionary or an array for a log: members sorted by key, one a line, 4 blanks a level, text
 /// in quotes when it is not purely alphanumeric, non-ASCII text as \Uxxxx. What exceeds `kMaxDescriptionSize`
-/// bytes is cut and counted at the end. Text, numbers and booleans by themselves come plain. Any thread.
+/// bytes is cut and marked as such. Text, numbers and booleans by themselves come plain. Any thread.
 ORV_EXPORT std::string describe(const json::value& value);
 ORV_EXPORT std::string describe(const json::object& object);
 ORV_EXPORT std::string describe(const json::array& array);

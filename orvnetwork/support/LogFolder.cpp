@@ -90,6 +90,7 @@ bool LogFolder::openNewLogFile() {
   logFilePath_ = path;
   logFiles_ = std::move(names);
   writeFileHandle_ = std::move(handle);
+  oldestRemoved_ = false;
   openedInSecond_.reset();
   if (name == stampName) openedInSecond_ = std::chrono::floor<std::chrono::seconds>(now);
   return true;
@@ -100,7 +101,10 @@ void LogFolder::checkFileSize() {
   if (!handle || handle->offset() <= kRotateAbove) return;
   openNewLogFile();
   const std::vector<std::string> names = logFiles();
-  if (names.size() > kMaxFiles) removeFile(logDirPath(), names.front());
+  if (names.size() <= kMaxFiles) return;
+  removeFile(logDirPath(), names.front());
+  const std::lock_guard lock(mutex_);
+  oldestRemoved_ = true;
 }
 
 void LogFolder::synchronizeFile() {
@@ -144,9 +148,8 @@ std::shared_ptr<SharedFileHandle> LogFolder::writeFileHandle() const {
 
 bool LogFolder::wouldReopenSameFile(WallTime now) const {
   const std::lock_guard lock(mutex_);
-  // The rotation that opened the file may have removed one name that is still in the list.
-  return openedInSecond_ == std::chrono::floor<std::chrono::seconds>(now) &&
-         logFiles_.size() <= kMaxFiles + 1;
+  const std::size_t onDisk = logFiles_.size() - (oldestRemoved_ ? 1 : 0);
+  return openedInSecond_ == std::chrono::floor<std::chrono::seconds>(now) && onDisk <= kMaxFiles;
 }
 
 }  // namespace orv

@@ -47,6 +47,8 @@ class LogFolder {
   std::shared_ptr<SharedFileHandle> writeFileHandle_;
   /// The second whose stamp the open file's name bears, if it was opened in that second.
   std::optional<std::chrono::sys_seconds> openedInSecond_;
+  /// The first of `logFiles_` has been removed since the list was made.
+  bool oldestRemoved_ = false;
 };
 
 /// The size of the item at a path in bytes; 0 when it cannot be looked at.

@@ -5,13 +5,20 @@
 #include <orvnetwork/support/LogFileWriter.h>
 #include <orvnetwork/support/LogLineQueue.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <mutex>
 
 namespace orv {
 
-struct QXFileLog::Implementation final : Executor {
-  Implementation() { folder.open(); }
+namespace {
 
+/// A console sink of the host that logs while the log is being opened, on the thread that opens it.
+thread_local bool isOpening = false;
+
+}  // namespace
+
+struct QXFileLog::Implementation final : Executor {
   void post(Task task) override {
     queue.pushTask(std::move(task));
     drain->nudge();
@@ -19,6 +26,8 @@ struct QXFileLog::Implementation final : Executor {
 
   /// Writes what is queued. One call at a time, on the drain's thread or that of the process's exit.
   void writeQueued() {
+    // What the host's console sink logs while the log is being opened waits until there is a file.
+    if (!isOpen.load(std::memory_order_acquire)) return;
     queue.take().forEach(
         [this](std::string_view message) {
           if (echo.load(std::memory_order_relaxed)) orv::consoleLog("%@", message);
@@ -31,6 +40,13 @@ struct QXFileLog::Implementation final : Executor {
     writer.finish();
   }
 
+  void open() {
+    runGuarded("opening the log", [this] { folder.open(); });
+    isOpen.store(true, std::memory_order_release);
+    drain->nudge();
+  }
+
+  std::atomic<bool> isOpen{false};
   std::atomic<bool> echo{false};
   LogFolder folder;
   LogFileWriter writer{folder};
@@ -40,6 +56,15 @@ struct QXFileLog::Implementation final : Executor {
 
 QXFileLog& QXFileLog::standard() {
   static QXFileLog& log = *new QXFileLog;
+  // Opening tells the console where the log is, and the host's sink may log in its turn: its lines are queued.
+  static std::once_flag opened;
+  if (!isOpening) {
+    std::call_once(opened, [] {
+      isOpening = true;
+      log.implementation_->open();
+      isOpening = false;
+    });
+  }
   return log;
 }
 

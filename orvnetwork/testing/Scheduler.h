@@ -134,7 +134,6 @@ class ORV_EXPORT Scheduler final : public std::enable_shared_from_this<Scheduler
   DelayService::Handle lastHandle_ = 0;
   std::uint64_t steps_ = 0;
   std::uint64_t orderHash_ = 0xCBF29CE484222325U;
-  std::uint64_t lanesMade_ = 0;
 };
 
 }  // namespace orv::testing

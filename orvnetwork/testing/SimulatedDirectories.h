@@ -14,6 +14,10 @@ class ORV_EXPORT SimulatedDirectories final : public Directories {
   /// The folder that was set for the code, else the usual one under the home.
   OptionalString searchPath(int code) override;
 
+  /// Absent unless set.
+  OptionalString executableFolder() override { return executableFolder_; }
+
+  void setExecutableFolder(OptionalString path) { executableFolder_ = std::move(path); }
   void setHome(std::string path) { home_ = std::move(path); }
   /// `path` must end with a slash.
   void setTemporary(std::string path) { temporary_ = std::move(path); }
@@ -23,6 +27,7 @@ class ORV_EXPORT SimulatedDirectories final : public Directories {
  private:
   std::string home_ = "/home/user";
   std::string temporary_ = "/tmp/";
+  OptionalString executableFolder_;
   std::map<int, OptionalString> searchPaths_;
 };
 

@@ -101,7 +101,6 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   /// "en_US_POSIX" and "UTC" unless set.
   std::string localeName() override { return locale_; }
   std::string timeZoneName() override { return timeZone_; }
-  bool canBlock() const override { return false; }
 
  private:
   const std::uint64_t seed_;

@@ -21,12 +21,7 @@ void setIfPresent(json::object& frame, json::string_view key, const OptionalStri
 }
 
 void setValues(json::object& frame, std::optional<json::object> values) {
-  if (!values) return;
-  // A null at the top level is an absent argument; nulls further down are the caller's own.
-  for (auto member = values->begin(); member != values->end();) {
-    member = member->value().is_null() ? values->stable_erase(member) : member + 1;
-  }
-  frame.emplace("v", std::move(*values));
+  if (values) frame.emplace("v", std::move(*values));
 }
 
 OptionalString writeFrame(const json::object& frame) {

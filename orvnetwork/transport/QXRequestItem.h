@@ -30,9 +30,12 @@ class ORV_EXPORT QXRequestItem {
   std::int64_t timestamp = 0;
   /// The dotted command name, for example "User.Post.Login".
   OptionalString command;
-  /// The text that is sent; absent when the values could not be written as JSON.
+  /// The text that is sent; absent when the values could not be written as JSON. Once the item has been sent it
+  /// must not be changed: the network thread reads it without a copy.
   OptionalString jsonString;
+  /// Hears the reply. May be empty.
   CompleteBlock completeBlock;
+  /// Hears that none came. May be empty.
   TimeoutBlock timeoutBlock;
 
   virtual ~QXRequestItem() = default;
@@ -46,7 +49,7 @@ class ORV_EXPORT QXRequestItem {
       TimeoutBlock timeoutBlock);
 
   /// An item with a new identifier and the standard frame: "c", "r", "g", "a", "b", "s" (decimal text) and "v",
-  /// pretty-printed. What is absent is left out of the frame, and so are members of `parameters` that are null.
+  /// pretty-printed. What is absent is left out of the frame; `parameters` goes out as it is, nulls included.
   static std::shared_ptr<QXRequestItem> initWithCommand_parameters_completeBlock_timeoutBlock(
       OptionalString command, std::optional<json::object> parameters, CompleteBlock completeBlock,
       TimeoutBlock timeoutBlock);

@@ -50,7 +50,8 @@ bool QXWebSocketMgr::isClosed() const {
 void QXWebSocketMgr::reconnect() {
   auto& platform = Platform::current();
   TimerPointer connectTimer, keepAlive;
-  std::shared_ptr<WebSocket> old, fresh;
+  std::shared_ptr<WebSocket> old;
+  WebSocketRequest request;
   {
     const std::lock_guard lock(mutex_);
     const auto now = platform.clock().steadyNow();
@@ -61,11 +62,7 @@ void QXWebSocketMgr::reconnect() {
     reconnectedAt_ = now;
     reconnectDate_ = platform.clock().wallNow();
     old = std::move(webSocket_);
-    WebSocketRequest request;
     request.url = apiServerUrl_;
-    request.prepare = readFrame;
-    fresh = platform.makeWebSocket(std::move(request));
-    webSocket_ = fresh;
   }
   if (connectTimer) connectTimer->invalidate();
   if (keepAlive) keepAlive->invalidate();
@@ -73,7 +70,13 @@ void QXWebSocketMgr::reconnect() {
     old->setDelegate(nullptr);
     old->close();
   }
+  request.prepare = readFrame;
+  const auto fresh = platform.makeWebSocket(std::move(request));
   fresh->setDelegate(this);
+  {
+    const std::lock_guard lock(mutex_);
+    webSocket_ = fresh;
+  }
   consoleLog("WebSocket opening");
   fresh->open();
 }
@@ -82,7 +85,7 @@ void QXWebSocketMgr::close() {
   QXFileLog::standard().log("WebSocket closing");
   connected_ = false;
   firstConnect_ = false;
-  endTimer(timer_, true);
+  endAndClearTimer(timer_);
   std::shared_ptr<WebSocket> old;
   {
     const std::lock_guard lock(mutex_);
@@ -106,7 +109,7 @@ void QXWebSocketMgr::send(const OptionalString& text) {
     QXFileLog::standard().log("send failed, websocket is not opening!");
     return;
   }
-  if (text) writeToSocket(std::make_shared<const std::string>(*text), false);
+  if (text) writeToSocket(std::make_shared<const std::string>(*text));
 }
 
 void QXWebSocketMgr::sendRequestItem(const std::shared_ptr<QXRequestItem>& item) {
@@ -126,7 +129,7 @@ void QXWebSocketMgr::transmit(const std::shared_ptr<QXRequestItem>& item) {
     return;
   }
   // The item keeps its text alive while the socket has it: no copy.
-  if (item->jsonString) writeToSocket({item, &*item->jsonString}, false);
+  if (item->jsonString) writeToSocket({item, &*item->jsonString});
 }
 
 void QXWebSocketMgr::autoReconnect() {
@@ -137,11 +140,10 @@ void QXWebSocketMgr::autoReconnect() {
 
 void QXWebSocketMgr::stopAutoReconnect() {
   retryTimes_ = 0;
-  endTimer(timer_, false);
-  endTimer(connectTimer_, false);
-  endTimer(firstAutoReconnectTimer_, false);
-  endTimer(secondAutoReconnectTimer_, false);
-  endTimer(loopAutoReconnectTimer_, false);
+  for (auto* slot : {&timer_, &connectTimer_, &firstAutoReconnectTimer_, &secondAutoReconnectTimer_,
+                     &loopAutoReconnectTimer_}) {
+    endTimer(*slot);
+  }
 }
 
 void QXWebSocketMgr::watchNetworkStatus() {
@@ -166,10 +168,14 @@ void QXWebSocketMgr::networkStatusChanged(ReachabilityStatus status) {
   }
 }
 
-void QXWebSocketMgr::writeToSocket(std::shared_ptr<const std::string> text, bool onlyIfOpen) {
+// A socket that is not open sends nothing.
+void QXWebSocketMgr::writeToSocket(std::shared_ptr<const std::string> text) {
+  if (const auto socket = webSocket()) socket->send(std::move(text));
+}
+
+bool QXWebSocketMgr::hasOpenSocket() const {
   const auto socket = webSocket();
-  if (!socket || (onlyIfOpen && socket->readyState() != WebSocketState::Open)) return;
-  socket->send(std::move(text));
+  return socket && socket->readyState() == WebSocketState::Open;
 }
 
 bool QXWebSocketMgr::isCurrent(const WebSocket& socket) const {
@@ -184,12 +190,21 @@ void QXWebSocketMgr::dropSocket(const WebSocket& socket) {
   if (webSocket_.get() == &socket) dropped = std::move(webSocket_);
 }
 
-void QXWebSocketMgr::endTimer(TimerPointer& slot, bool clear) {
+void QXWebSocketMgr::endTimer(TimerPointer& slot) {
   TimerPointer ended;
   {
     const std::lock_guard lock(mutex_);
     ended = slot;
-    if (clear) slot.reset();
+  }
+  if (ended) ended->invalidate();
+}
+
+void QXWebSocketMgr::endAndClearTimer(TimerPointer& slot) {
+  TimerPointer ended;
+  {
+    const std::lock_guard lock(mutex_);
+    ended = std::move(slot);
+    slot = nullptr;
   }
   if (ended) ended->invalidate();
 }

@@ -69,6 +69,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   ReachabilityStatus networkStatus() const { return networkStatus_; }
   /// Whether the network was last reported as reachable.
   bool isNetworkEnable() const;
+  /// Whether the network was last reported as Wi-Fi (or anything else that is not cellular).
   bool isWifiNetwork() const { return networkStatus_ == ReachabilityStatus::WiFi; }
 
   /// Whether the link is up: the socket is open and the server has confirmed it.
@@ -83,7 +84,9 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// When `reconnect` last went ahead; absent before.
   std::optional<WallTime> reconnectDate() const;
 
-  /// Closes the link on purpose: no close notification follows and nothing reconnects by itself.
+  /// Closes the link on purpose: no close notification follows and no retry is started. One that is armed
+  /// already goes on, and a report of a reachable network opens the link again; `stopAutoReconnect()` ends the
+  /// former.
   void close();
 
   /// Sends a protocol-level ping. The argument is ignored. When the link is not open, says so on the console.
@@ -95,11 +98,14 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// Sends a request. Exactly one of its callbacks is called in the end: the completion callback with the
   /// reply, or the time-out callback after 10 s; on a link that is not open the time-out callback is called
   /// before this returns, and the link is asked to reconnect. A reply that says that there is no session
-  /// (code 1000, 1001 or 10031) holds the request until a session is there, and then sends it again.
+  /// (code 1000, 1001 or 10031) holds the request until a session is there, however long that takes, and then
+  /// sends it again. A request with the identifier of one that is outstanding takes its place, and the earlier
+  /// one's callbacks are never called.
   void sendRequestItem(const std::shared_ptr<QXRequestItem>& item);
 
   /// Whether automatic attempts have been made since the link was last up.
   bool isAutoReconnecting() const { return retryTimes_ != 0; }
+  /// How many of them.
   std::int64_t retryTimes() const { return retryTimes_; }
   /// Counts an automatic attempt and reconnects.
   void autoReconnect();
@@ -111,8 +117,11 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::size_t outstandingRequestCount() const;
   std::size_t parkedRequestCount() const;
   std::size_t armedTimeoutCount() const;
+  /// The timer that keeps the link alive; null before the link was first up and after it was closed.
   std::shared_ptr<Timer> timer() const;
+  /// The timer that sent the first "PING"; null before that and once the link is up.
   std::shared_ptr<Timer> connectTimer() const;
+  /// The current socket, or null.
   std::shared_ptr<WebSocket> webSocket() const;
   /// @}
 
@@ -131,17 +140,19 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
 
   void sendFirstPing();
   void startKeepAlive();
-  void receivedPong();
+  void receivedPong(const WebSocket& socket);
   void dispatch(std::shared_ptr<const ReplyFrame> frame);
   void scheduleRetry(const Error& error);
   void armRetry(TimerPointer& slot, double seconds, std::function<void()> action);
   void networkStatusChanged(ReachabilityStatus status);
 
   void transmit(const std::shared_ptr<QXRequestItem>& item);
-  void writeToSocket(std::shared_ptr<const std::string> text, bool onlyIfOpen);
+  void writeToSocket(std::shared_ptr<const std::string> text);
   bool isCurrent(const WebSocket& socket) const;
+  bool hasOpenSocket() const;
   void dropSocket(const WebSocket& socket);
-  void endTimer(TimerPointer& slot, bool clear);
+  void endTimer(TimerPointer& slot);
+  void endAndClearTimer(TimerPointer& slot);
   void post(std::string_view name, const json::object* userInfo = nullptr) const;
 
   std::atomic<bool> firstConnect_{true};

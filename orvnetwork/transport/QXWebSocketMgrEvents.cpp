@@ -42,8 +42,8 @@ void QXWebSocketMgr::webSocketOpened(WebSocket& socket) {
 }
 
 void QXWebSocketMgr::sendFirstPing() {
-  endTimer(connectTimer_, false);
-  auto timer = Timer::schedule(kFirstPingInterval, false, [this] { writeToSocket(pingText(), false); });
+  endTimer(connectTimer_);
+  auto timer = Timer::schedule(kFirstPingInterval, false, [this] { writeToSocket(pingText()); });
   {
     const std::lock_guard lock(mutex_);
     connectTimer_ = timer;
@@ -51,17 +51,21 @@ void QXWebSocketMgr::sendFirstPing() {
   timer->fire();
 }
 
-void QXWebSocketMgr::receivedPong() {
+void QXWebSocketMgr::receivedPong(const WebSocket& socket) {
   QXFileLog::standard().log("Recieve PONG form server, connect server success");
-  if (connected_.exchange(true)) return;
+  {
+    // In one step: another thread may just have put a new socket in place, which this PONG does not confirm.
+    const std::lock_guard lock(mutex_);
+    if (webSocket_.get() != &socket || connected_.exchange(true)) return;
+  }
   post(QXNotificationDidOpen);
   Platform::current().mainQueue().post([this] { startKeepAlive(); });
 }
 
 void QXWebSocketMgr::startKeepAlive() {
-  endTimer(connectTimer_, true);
-  endTimer(timer_, false);
-  auto timer = Timer::schedule(kKeepAliveInterval, true, [this] { writeToSocket(pingText(), true); });
+  endAndClearTimer(connectTimer_);
+  endTimer(timer_);
+  auto timer = Timer::schedule(kKeepAliveInterval, true, [this] { writeToSocket(pingText()); });
   const std::lock_guard lock(mutex_);
   timer_ = std::move(timer);
 }
@@ -72,7 +76,7 @@ void QXWebSocketMgr::webSocketReceived(WebSocket& socket, WebSocketMessage messa
   if (frame->isFrame()) {
     dispatch(std::move(frame));
   } else if (message.isText && message.payload == "PONG") {
-    receivedPong();
+    receivedPong(socket);
   } else {
     QXFileLog::standard().log("websocket parse json error! dic->%@", frame->error);
   }
@@ -105,10 +109,12 @@ void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame) {
 void QXWebSocketMgr::webSocketFailed(WebSocket& socket, const Error& error) {
   if (!isCurrent(socket)) return;
   QXFileLog::standard().log(":( Websocket Failed With Error %@", error);
+  endTimer(timer_);
   if (firstConnect_) post(QXNotificationDidAutoReconnectFailed);
   firstConnect_ = false;
-  endTimer(timer_, false);
   dropSocket(socket);
+  // An observer that ran the host's loop may have seen the link open again.
+  if (hasOpenSocket()) return;
   if (!isNetworkEnable()) {
     QXFileLog::standard().log("Network is broken, ignore auto reconnect operations");
     return;
@@ -122,9 +128,10 @@ void QXWebSocketMgr::scheduleRetry(const Error& error) {
       autoReconnect();
       break;
     case RetryStep::First: {
-      endTimer(firstAutoReconnectTimer_, false);
+      endTimer(firstAutoReconnectTimer_);
       const json::object userInfo{{QXNotificationKey_Msg, error.toJson()}};
       post(QXNotificationDidFailWithError, &userInfo);
+      if (hasOpenSocket()) return;
       armRetry(firstAutoReconnectTimer_, kAutoReconnectTimeout_First, [this] { autoReconnect(); });
       break;
     }
@@ -141,7 +148,7 @@ void QXWebSocketMgr::scheduleRetry(const Error& error) {
 }
 
 void QXWebSocketMgr::armRetry(TimerPointer& slot, double seconds, std::function<void()> action) {
-  endTimer(slot, false);
+  endTimer(slot);
   auto timer = Timer::schedule(Seconds(seconds), false, std::move(action));
   const std::lock_guard lock(mutex_);
   slot = std::move(timer);
@@ -153,7 +160,7 @@ void QXWebSocketMgr::webSocketClosed(WebSocket& socket, int code, const Optional
   QXFileLog::standard().log("WebSocket closed");
   connected_ = false;
   firstConnect_ = false;
-  endTimer(timer_, true);
+  endAndClearTimer(timer_);
   dropSocket(socket);
   json::object userInfo{{"code", code}};
   // The list of what is told ends at the first thing that is absent.
@@ -162,7 +169,7 @@ void QXWebSocketMgr::webSocketClosed(WebSocket& socket, int code, const Optional
     userInfo.emplace("wasClean", wasClean);
   }
   post(QXNotificationDidCloseWithCode, &userInfo);
-  autoReconnect();
+  if (!hasOpenSocket()) autoReconnect();
 }
 
 void QXWebSocketMgr::webSocketReceivedPong(WebSocket& socket, std::string) {

@@ -18,6 +18,10 @@ namespace orv {
 /// lasts until the callback that it makes has returned: while a callback runs, nothing else of the table
 /// happens, even if the callback runs the host's loop. So no lock guards the table and no thread is switched
 /// for it.
+///
+/// Three things grow with what the host does and are not bounded here, since a request must never be lost: the
+/// table (a request leaves it after 10 s at the latest), the held requests (they wait for a session), and what
+/// arrives while a callback runs the host's loop (it is handled when the callback returns).
 class RequestTable {
  public:
   /// How long a request waits for its reply.

@@ -6,6 +6,7 @@
 #include <boost/asio/io_context.hpp>
 
 #include <exception>
+#include <memory>
 #include <string>
 
 namespace orv {
@@ -19,15 +20,17 @@ void runLoop(boost::asio::io_context& context) {
       context.run();
     } catch (const std::exception& error) {
       Console::write(std::string("network thread: ") + error.what());
+    } catch (...) {
+      Console::write("network thread: unknown exception");
     }
   }
 }
 
 /// One thread runs the loop, which the hint lets it take advantage of: no other thread is ever woken.
 boost::asio::io_context* startLoop() {
-  auto* context = new boost::asio::io_context(BOOST_ASIO_CONCURRENCY_HINT_1);
-  startServiceThread("orv-io", [context] { runLoop(*context); }).detach();
-  return context;
+  auto context = std::make_unique<boost::asio::io_context>(BOOST_ASIO_CONCURRENCY_HINT_1);
+  startServiceThread("orv-io", [loop = context.get()] { runLoop(*loop); }).detach();
+  return context.release();
 }
 
 }  // namespace

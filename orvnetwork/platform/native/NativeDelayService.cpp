@@ -1,5 +1,9 @@
+#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/NativeDelayService.h>
 #include <orvnetwork/platform/native/ServiceThread.h>
+
+#include <string>
+#include <system_error>
 
 namespace orv {
 
@@ -18,11 +22,20 @@ DelayService::Handle NativeDelayService::runAt(SteadyTime when, Executor& execut
   const auto entry = entries_.emplace(when, Entry{&executor, std::move(task), handle});
   byHandle_.emplace(handle, entry);
   if (!thread_.joinable()) {
-    thread_ = startServiceThread("orv-delays", [this] { run(); });
+    startThread();
   } else if (entry == entries_.begin()) {
     changed_.notify_one();
   }
   return handle;
+}
+
+void NativeDelayService::startThread() {
+  try {
+    thread_ = startServiceThread("orv-delays", [this] { run(); });
+  } catch (const std::system_error& error) {
+    // The tasks wait; the next one that is asked for tries again.
+    Console::write(std::string("no thread for delayed tasks: ") + error.what());
+  }
 }
 
 void NativeDelayService::cancel(Handle handle) {

@@ -27,6 +27,7 @@ class NativeDelayService final : public DelayService {
   };
   using Entries = std::multimap<SteadyTime, Entry>;
 
+  void startThread();
   void run();
 
   std::mutex mutex_;

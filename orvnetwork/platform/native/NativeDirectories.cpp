@@ -7,6 +7,9 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <climits>
 #include <cstdlib>
 #include <vector>
 
@@ -60,6 +63,14 @@ OptionalString NativeDirectories::searchPath(int code) {
     default:
       return std::nullopt;
   }
+}
+
+OptionalString NativeDirectories::executableFolder() {
+  std::array<char, PATH_MAX> path;
+  const ssize_t size = ::readlink("/proc/self/exe", path.data(), path.size());
+  if (size <= 0) return std::nullopt;
+  const std::string_view file(path.data(), static_cast<std::size_t>(size));
+  return std::string(file.substr(0, std::max(file.rfind('/'), std::size_t{1})));
 }
 
 std::string NativeDirectories::documents() {

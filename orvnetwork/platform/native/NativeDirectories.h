@@ -12,6 +12,7 @@ class NativeDirectories final : public Directories {
   std::string home() override;
   std::string temporary() override;
   OptionalString searchPath(int code) override;
+  OptionalString executableFolder() override;
 
  private:
   std::string documents();

@@ -1,3 +1,4 @@
+#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/NativeMainQueue.h>
 
 #include <poll.h>
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <iterator>
+#include <string>
 #include <utility>
 
 namespace orv {
@@ -33,8 +35,15 @@ bool NativeMainQueue::isCurrent() const {
   return mainThread_.load(std::memory_order_relaxed) == std::this_thread::get_id();
 }
 
-void NativeMainQueue::run() {
+bool NativeMainQueue::isOnItsThread(const char* operation) {
   claim();
+  if (isCurrent()) return true;
+  Console::write(std::string(operation) + " of the main queue was called on another thread and does nothing there");
+  return false;
+}
+
+void NativeMainQueue::run() {
+  if (!isOnItsThread("run()")) return;
   while (!stopRequested_.exchange(false)) {
     takeOverIncoming();
     while (!ready_.empty() && !stopRequested_.load(std::memory_order_relaxed)) runFirst();
@@ -55,7 +64,7 @@ void NativeMainQueue::stop() {
 }
 
 std::size_t NativeMainQueue::drain() {
-  claim();
+  if (!isOnItsThread("drain()")) return 0;
   takeOverIncoming();
   std::size_t count = 0;
   for (auto waiting = ready_.size(); waiting > 0 && !ready_.empty(); --waiting, ++count) runFirst();
@@ -99,10 +108,19 @@ void NativeMainQueue::signalIfArmed(std::unique_lock<std::mutex>& lock) {
   signalled_ = true;
   const std::uint64_t one = 1;
   [[maybe_unused]] const auto written = ::write(descriptor_, &one, sizeof one);
+  callWaker(lock);
+}
+
+void NativeMainQueue::callWaker(std::unique_lock<std::mutex>& lock) {
   if (!waker_) return;
   const auto waker = waker_;
+  const auto self = std::this_thread::get_id();
+  wakerRunsOn_.push_back(self);
   lock.unlock();
   runGuarded("main queue waker", waker);
+  lock.lock();
+  wakerRunsOn_.erase(std::ranges::find(wakerRunsOn_, self));
+  wakerIdle_.notify_all();
 }
 
 void NativeMainQueue::waitForSignal() {
@@ -113,11 +131,12 @@ void NativeMainQueue::waitForSignal() {
 
 void NativeMainQueue::setWaker(std::function<void()> waker) {
   std::unique_lock lock(mutex_);
-  waker_ = std::move(waker);
-  if (!signalled_ || !waker_) return;
-  const auto call = waker_;
-  lock.unlock();
-  runGuarded("main queue waker", call);
+  waker_.swap(waker);
+  // The old one must not be running any more when its owner thinks it gone.
+  wakerIdle_.wait(lock, [this] {
+    return std::ranges::all_of(wakerRunsOn_, [](auto id) { return id == std::this_thread::get_id(); });
+  });
+  if (signalled_) callWaker(lock);
 }
 
 }  // namespace orv

@@ -3,9 +3,11 @@
 #include <orvnetwork/platform/MainQueue.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace orv {
 
@@ -31,6 +33,8 @@ class NativeMainQueue final : public MainQueue {
   void takeOverIncoming();
   void runFirst();
   void rearm();
+  bool isOnItsThread(const char* operation);
+  void callWaker(std::unique_lock<std::mutex>& lock);
   void signalIfArmed(std::unique_lock<std::mutex>& lock);
   void waitForSignal();
 
@@ -41,6 +45,8 @@ class NativeMainQueue final : public MainQueue {
   std::mutex mutex_;
   std::deque<Task> incoming_;
   std::function<void()> waker_;
+  std::vector<std::thread::id> wakerRunsOn_;
+  std::condition_variable wakerIdle_;
   bool armed_ = true;       // nobody drains: the next post has to signal
   bool signalled_ = false;  // the descriptor is readable
 

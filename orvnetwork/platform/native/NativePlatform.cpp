@@ -1,3 +1,4 @@
+#include <orvnetwork/platform/native/FailedWebSocket.h>
 #include <orvnetwork/platform/native/NativeBackgroundDrain.h>
 #include <orvnetwork/platform/native/NativeDelayService.h>
 #include <orvnetwork/platform/native/NativeDirectories.h>
@@ -10,7 +11,9 @@
 #include <orvnetwork/platform/native/SystemRandom.h>
 #include <orvnetwork/platform/native/WorkerPool.h>
 
+#include <exception>
 #include <mutex>
+#include <system_error>
 
 namespace orv {
 
@@ -39,7 +42,13 @@ class NativePlatform final : public Platform {
     return *reachability_;
   }
   std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) override {
-    return makeNativeWebSocket(std::move(request), mainQueue_);
+    try {
+      return makeNativeWebSocket(std::move(request), mainQueue_);
+    } catch (const std::system_error& error) {
+      return makeFailedWebSocket(mainQueue_, {"POSIX", error.code().value(), error.what()});
+    } catch (const std::exception& error) {
+      return makeFailedWebSocket(mainQueue_, {"OrvWebSocket", 0, error.what()});
+    }
   }
   std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) override {
     return std::make_unique<NativeBackgroundDrain>(std::move(drain));

@@ -9,7 +9,7 @@ namespace orv {
 void WorkerPool::post(Task task) {
   const std::lock_guard lock(mutex_);
   tasks_.push_back(std::move(task));
-  if (tasks_.size() <= idle_ || threads_ == kMostThreads) {
+  if (tasks_.size() <= idle_ || threads_ >= kMostThreads) {
     wake_.notify_one();
     return;
   }

@@ -4,6 +4,7 @@
 #include <poll.h>
 
 #include <atomic>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -144,6 +145,51 @@ TEST(NativeMainQueue, CallsTheWakerAgainWhenADrainLeavesTasks) {
   EXPECT_EQ(calls, 1);
   queue.drain();
   EXPECT_EQ(calls, 2);
+}
+
+TEST(NativeMainQueue, NeverCallsAWakerThatWasTakenAway) {
+  NativeMainQueue queue;
+  queue.claim();
+  std::atomic<bool> done{false};
+  std::thread poster([&] {
+    while (!done) queue.post([] {});
+  });
+  for (int i = 0; i < 2000; ++i) {
+    auto alive = std::make_unique<std::atomic<bool>>(true);
+    queue.setWaker([&flag = *alive] { EXPECT_TRUE(flag); });
+    queue.drain();
+    queue.setWaker(nullptr);
+    *alive = false;
+    alive.reset();  // a late call would touch freed memory
+  }
+  done = true;
+  poster.join();
+}
+
+TEST(NativeMainQueue, LetsAWakerTakeItselfAway) {
+  NativeMainQueue queue;
+  int calls = 0;
+  queue.setWaker([&] {
+    ++calls;
+    queue.setWaker(nullptr);
+  });
+  queue.post([] {});
+  queue.drain();
+  queue.post([] {});
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(NativeMainQueue, DoesNothingOnAnotherThread) {
+  NativeMainQueue queue;
+  queue.claim();
+  bool ran = false;
+  queue.post([&] { ran = true; });
+  std::thread([&] {
+    EXPECT_EQ(queue.drain(), 0u);
+    queue.run();
+  }).join();
+  EXPECT_FALSE(ran);
+  EXPECT_EQ(queue.drain(), 1u);
 }
 
 TEST(NativeMainQueue, GoesOnAfterATaskThatThrows) {

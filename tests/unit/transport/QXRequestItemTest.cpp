@@ -105,9 +105,9 @@ TEST_F(QXRequestItemTest, SendsAnEmptyDictionaryAsOne) {
   EXPECT_TRUE(frameOf(standardItem("a", json::object()))["v"].as_object().empty());
 }
 
-TEST_F(QXRequestItemTest, TakesANullArgumentAsAbsentAndLeavesInnerNullsAlone) {
-  const auto values = json::parse(R"({"a":null,"b":{"c":null},"d":[null],"e":1,"f":null})").as_object();
-  EXPECT_EQ(json::serialize(frameOf(standardItem("x", values))["v"]), R"({"b":{"c":null},"d":[null],"e":1})");
+TEST_F(QXRequestItemTest, LeavesNullsInTheCallersDictionaryAlone) {
+  const auto* text = R"({"a":null,"b":{"c":null},"d":[null],"e":1})";
+  EXPECT_EQ(json::serialize(frameOf(standardItem("x", json::parse(text).as_object()))["v"]), text);
 }
 
 TEST_F(QXRequestItemTest, FramesTheCompactVariantWithThreeMembersAndANumber) {

@@ -1,0 +1,152 @@
+// A short life of the link in which the first link operation fails, then one in which the second does, and so on
+// until there is nothing left to fail. Whatever fails: each request ends exactly once, and nothing is left over.
+
+#include <gtest/gtest.h>
+#include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/platform/Console.h>
+#include <orvnetwork/testing/SimulatedPlatform.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+#include <tests/support/ForkedRun.h>
+
+#include <deque>
+
+namespace orv {
+namespace {
+
+/// Longer than a time-out.
+constexpr Seconds kTimeoutPassed{11};
+/// Longer than the pause between reconnects.
+constexpr Seconds kPausePassed{2};
+
+class ScriptedLife {
+ public:
+  explicit ScriptedLife(std::uint64_t seed) : platform_(testing::SimulatedPlatform::install(seed)) {
+    Console::setSink([](std::string_view) {});
+    platform_.server().onRequest(
+        [this](auto connection, const json::object& frame) { serve(connection, frame); });
+    link_.setApiServerUrl("ws://classroom.test");
+    link_.setGlobalUUID("life");
+  }
+
+  /// Lives through the script and tells what was wrong, a line each.
+  std::string live(std::uint64_t failingOperation) {
+    platform_.network().failAtLinkOperation(failingOperation);
+    link_.watchNetworkStatus();
+    comeUp();
+    openSession("login");
+    for (const char* name : {"Course.One", "Course.Two", "Course.Three"}) ask(name);
+    platform_.runFor(kTimeoutPassed);
+    session_ = false;
+    ask("Course.Parked");
+    platform_.settle();
+    openSession("session");
+    ask("User.Post.Logout");
+    platform_.runFor(kTimeoutPassed);
+    // What still waits for a session gets one.
+    openSession("last session");
+    link_.close();
+    platform_.runFor(Seconds(120));
+    checkLeftovers();
+    return complaints_;
+  }
+
+  std::uint64_t failures() const { return platform_.network().failuresInjected(); }
+
+ private:
+  struct Request {
+    std::string name;
+    int ends = 0;
+    bool success = false;
+  };
+
+  void serve(testing::ConnectionId connection, const json::object& frame) {
+    const std::string_view command = frame.at("c").as_string();
+    if (command == "User.Post.Login" || command == "User.Post.Session") session_ = true;
+    platform_.server().reply(connection, frame, {{"ret", session_ ? 0 : 1001}});
+  }
+
+  /// As a host would: it waits for the link, and asks for it where nothing else does.
+  void comeUp() {
+    for (int tries = 0; tries < 20 && !link_.isOpen(); ++tries) {
+      platform_.runFor(kPausePassed);
+      if (!link_.isOpen()) link_.reconnect();
+      platform_.settle();
+    }
+    if (!link_.isOpen()) complain("the link does not come up again");
+  }
+
+  void openSession(const std::string& name) {
+    for (int tries = 0; tries < 5; ++tries) {
+      comeUp();
+      const Request& request = begin(name);
+      if (name == "login") {
+        QXAPIHelper::loginWithMobile_password_completeBlock_timeoutBlock("138", "secret", completion(),
+                                                                         timeout());
+      } else {
+        QXAPIHelper::loginWithSession_token_completeBlock_timeoutBlock("1", "token", completion(), timeout());
+      }
+      platform_.runFor(kTimeoutPassed);
+      if (request.success) return;
+    }
+    complain("no session");
+  }
+
+  void ask(const std::string& name) {
+    begin(name);
+    QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock(name, std::nullopt, completion(),
+                                                                      timeout());
+  }
+
+  Request& begin(const std::string& name) {
+    platform_.stall(Seconds(0.001));  // keeps identifiers apart
+    return requests_.emplace_back(Request{name});
+  }
+  /// The callbacks of the request that was begun last.
+  CompleteBlock completion() {
+    return [&request = requests_.back()](const auto&, bool success, const auto&) {
+      ++request.ends;
+      request.success = success;
+    };
+  }
+  TimeoutBlock timeout() {
+    return [&request = requests_.back()](const auto&) { ++request.ends; };
+  }
+
+  void checkLeftovers() {
+    for (const auto& request : requests_) {
+      if (request.ends != 1) complain(request.name + " ended " + std::to_string(request.ends) + " times");
+    }
+    if (link_.outstandingRequestCount() != 0) complain("requests are left in the table");
+    if (link_.parkedRequestCount() != 0) complain("requests are still parked");
+    if (link_.armedTimeoutCount() != 0) complain("time-outs are still armed");
+    if (platform_.network().liveSockets() != 0) complain("sockets are left");
+  }
+  void complain(const std::string& text) { complaints_ += text + "\n"; }
+
+  testing::SimulatedPlatform& platform_;
+  QXWebSocketMgr& link_ = QXWebSocketMgr::standard();
+  bool session_ = false;
+  std::deque<Request> requests_;
+  std::string complaints_;
+};
+
+TEST(LinkFailAtNth, EachRequestEndsOnceWhicheverOperationFails) {
+  constexpr std::uint64_t kMost = 200;
+  for (const std::uint64_t seed : {1, 2, 3}) {
+    std::uint64_t n = 1;
+    for (; n <= kMost; ++n) {
+      const std::string told = test::runForked([&] {
+        ScriptedLife life(seed);
+        const std::string complaints = life.live(n);
+        return complaints.empty() && life.failures() == 0 ? "nothing failed" : complaints;
+      });
+      if (told == "nothing failed") break;
+      EXPECT_EQ(told, "") << "seed " << seed << ", operation " << n;
+    }
+    EXPECT_GT(n, 15u) << "connects, sends and arrivals were all made to fail";
+    EXPECT_LE(n, kMost) << "the script comes to its end";
+  }
+}
+
+}  // namespace
+}  // namespace orv
