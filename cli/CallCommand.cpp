@@ -1,0 +1,22 @@
+#include <orvnetwork/platform/Json.h>
+
+#include "cli/Commands.h"
+#include "cli/Request.h"
+#include "cli/SingleRequest.h"
+
+namespace orv::cli {
+
+ExitCode run(const CallCommand& command, const Options& options, Output& output) {
+  std::vector<Object> arguments{Object(command.command)};
+  if (command.values) {
+    const JsonParseResult values = parseJson(*command.values);
+    if (!values.value) return refuse("VALUES is not JSON: " + values.error.text(), output);
+    if (!values.value->is_object()) return refuse("VALUES must be a JSON dictionary", output);
+    arguments.emplace_back(*values.value);
+  }
+  const FoundOperation found = findOperation("requestWithCommand:values:completeBlock:timeoutBlock:");
+  if (found.operation == nullptr) return refuse(found.problem, output);
+  return sendOne(*found.operation, arguments, options, output);
+}
+
+}  // namespace orv::cli

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <orvnetwork/platform/Types.h>
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace orv::cli {
+
+/// What stands before the command.
+struct Options {
+  /// Address of the server; absent: the embedded one.
+  OptionalString server;
+  /// Absent: a random one.
+  OptionalString uuid;
+  std::string appVersion;
+  std::string appBuild = "1";
+  /// Where the documents folder lies; absent: the user's.
+  OptionalString home;
+  /// How long to wait for the link to be up, in seconds.
+  double wait = 10;
+};
+
+struct DemoCommand {};
+struct CallCommand {
+  std::string command;
+  OptionalString values;
+};
+struct InvokeCommand {
+  std::string operation;
+  std::vector<std::string> arguments;
+};
+struct BatchCommand {};
+struct OperationsCommand {
+  std::string filter;
+};
+struct WatchCommand {
+  /// In seconds; absent: until interrupted.
+  std::optional<double> duration;
+};
+struct LogCommand {
+  bool pathOnly = false;
+};
+
+using Command = std::variant<DemoCommand, CallCommand, InvokeCommand, BatchCommand, OperationsCommand,
+                             WatchCommand, LogCommand>;
+
+/// The command line asks for something that the program does not do.
+struct WrongUse {
+  std::string message;
+};
+/// The command line asks for a text, such as the help.
+struct Text {
+  std::string text;
+};
+
+struct Invocation {
+  Options options;
+  Command command;
+};
+
+/// Reads the command line.
+std::variant<Invocation, WrongUse, Text> parseCommandLine(int argc, const char* const* argv);
+
+}  // namespace orv::cli

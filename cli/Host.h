@@ -1,0 +1,70 @@
+#pragma once
+
+#include <devserver/DevServer.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "cli/CommandLine.h"
+#include "cli/Signals.h"
+
+namespace orv::cli {
+
+/// Makes a folder the home of this process, and so the place of the documents folder. To be called before
+/// anything of the library is used. Returns what went wrong, or nothing.
+std::string settleIn(const std::string& home);
+
+/// Sends the console's lines to standard error, without secrets.
+void installConsoleSink();
+
+/// The process as a host of the library: lends it the main thread, starts the embedded server where no other
+/// one is named, sets the link up and listens for signals.
+///
+/// To be made and used on the main thread, after `settleIn`.
+class Host {
+ public:
+  /// Throws std::runtime_error with a text for a person when the embedded server cannot start.
+  explicit Host(const Options& options);
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  /// The address of the server in use.
+  const std::string& url() const { return url_; }
+  /// The embedded server; null when another one is in use.
+  DevServer* server() { return server_.get(); }
+
+  /// Starts to follow the network, which opens the link. Returns at once.
+  void connect();
+  /// Starts to follow the network and waits until the link is up. False after `Options::wait` seconds or when
+  /// interrupted.
+  bool openLink();
+  /// Why `openLink`, or waiting for so many seconds, was in vain.
+  std::string noLinkMessage(std::optional<double> waited = {}) const;
+
+  /// Runs the main queue until the condition holds. It is asked now and after each `notice()`. False after
+  /// `limit` or when interrupted.
+  bool runUntil(const std::function<bool()>& condition, std::optional<Seconds> limit = {});
+  /// Something happened that `runUntil` may be waiting for. Any thread.
+  static void notice();
+
+  /// Whether a signal asked the program to end.
+  bool interrupted() const { return interrupted_; }
+
+ private:
+  std::atomic<bool> interrupted_{false};
+  Signals signals_;
+  double wait_;
+  std::unique_ptr<DevServer> server_;
+  std::string url_;
+  bool linkWasUp_ = false;
+  ObserverToken opened_;
+};
+
+/// Seconds as a person writes them: "10 s", "0.5 s".
+std::string secondsText(double seconds);
+
+}  // namespace orv::cli

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <orvnetwork/platform/Types.h>
+
+#include <string_view>
+
+namespace orv::cli {
+
+/// Standard output. Each line is written at once and whole.
+class Output {
+ public:
+  /// Writes a text and a line feed. False when it cannot be written; nothing is written from then on.
+  bool line(std::string_view text);
+  /// Writes a dictionary as one line of JSON.
+  bool line(const json::object& object);
+  /// Writes a text as it is.
+  bool text(std::string_view text);
+
+  /// Whether something could not be written.
+  bool failed() const { return failure_ != 0; }
+  /// Why, as a number of the system; 0 when all was written.
+  int failure() const { return failure_; }
+  /// Whether standard output is a pipe or a connection that nobody reads any more.
+  static bool abandoned();
+  /// Whether a person sees it in a terminal that knows colours.
+  static bool wantsColours();
+
+ private:
+  int failure_ = 0;
+};
+
+/// Writes to a descriptor until all is written; the number of the error otherwise, or 0.
+int writeAll(int descriptor, std::string_view text);
+
+}  // namespace orv::cli

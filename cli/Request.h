@@ -1,0 +1,52 @@
+#pragma once
+
+#include <orvnetwork/api/OperationRegistry.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/ExitCode.h"
+
+namespace orv::cli {
+
+/// What became of one request: its answer as a line of JSON.
+struct Answer {
+  std::string line;
+  ExitCode code = ExitCode::Success;
+};
+
+/// The answer to what is wrong use; nothing has been sent.
+Answer wrongUse(std::string_view message);
+
+/// The answer to a request that could not be sent, or that nobody answered.
+Answer noReply(std::string_view operation, std::string_view command, std::string_view message);
+
+/// The command that a call of an operation with these arguments sends.
+std::string commandOf(const Operation& operation, const std::vector<Object>& arguments);
+
+/// What is wrong with the arguments for an operation; empty when all is well. Sends nothing.
+std::string checkArguments(const Operation& operation, const std::vector<Object>& arguments);
+
+/// Calls an operation with JSON arguments. `done` is called exactly once, on the main thread: with the reply,
+/// with the time-out, with what is wrong with the arguments, or, where the server holds out for a session,
+/// some time after the time-out. It may be called before this returns. Main thread.
+void request(const Operation& operation, const std::vector<Object>& arguments,
+             std::function<void(Answer)> done);
+
+/// One JSON text of any kind, from a command line.
+struct ArgumentText {
+  Object value;
+  /// What is wrong with the text; empty when all is well. It does not repeat the text.
+  std::string problem;
+};
+ArgumentText readArgument(std::string_view text);
+
+/// The operation of a full keyword form, or a problem that says which ones are near.
+struct FoundOperation {
+  const Operation* operation = nullptr;
+  std::string problem;
+};
+FoundOperation findOperation(std::string_view name);
+
+}  // namespace orv::cli

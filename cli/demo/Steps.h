@@ -1,0 +1,29 @@
+#pragma once
+
+#include "cli/demo/Tour.h"
+
+namespace orv::cli::demo {
+
+/// A password that is tried and must not be found anywhere in the clear.
+inline constexpr const char* kWrongPassword = "open-sesame-4711";
+
+/// The steps of the tour. Each shows one thing, and passes its verdicts on what really happened.
+
+void serverStarts(Tour& tour);
+void linkOpens(Tour& tour);
+void requestIsAnswered(Tour& tour);
+void requestsOverlap(Tour& tour);
+void requestIsHeld(Tour& tour);
+void passwordIsRefused(Tour& tour);
+void userLogsIn(Tour& tour);
+void heldRequestIsSentAgain(Tour& tour);
+void pushesArrive(Tour& tour);
+void otherLoginIsDropped(Tour& tour);
+void garbageIsDropped(Tour& tour);
+void replyIsLost(Tour& tour);
+void linkIsLost(Tour& tour);
+void requestTimesOut(Tour& tour);
+void userLogsOut(Tour& tour);
+void logIsRead(Tour& tour);
+
+}  // namespace orv::cli::demo

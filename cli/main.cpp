@@ -1,0 +1,69 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+
+#include "cli/Commands.h"
+#include "cli/Host.h"
+#include "cli/Secrets.h"
+#include "cli/SingleRequest.h"
+
+namespace {
+
+using namespace orv::cli;
+
+ExitCode runInvocation(const Invocation& invocation, Output& output) {
+  installConsoleSink();
+  if (invocation.options.home) {
+    if (const std::string problem = settleIn(*invocation.options.home); !problem.empty()) {
+      return refuse(problem, output);
+    }
+  }
+  return std::visit([&](const auto& command) { return run(command, invocation.options, output); },
+                    invocation.command);
+}
+
+ExitCode runProgram(int argc, char** argv, Output& output) {
+  const auto parsed = parseCommandLine(argc, argv);
+  if (const auto* text = std::get_if<Text>(&parsed)) {
+    output.text(text->text);
+    return ExitCode::Success;
+  }
+  if (const auto* wrong = std::get_if<WrongUse>(&parsed)) return refuse(hideSecrets(wrong->message), output);
+  try {
+    return runInvocation(std::get<Invocation>(parsed), output);
+  } catch (const std::exception& error) {
+    refuse(hideSecrets(error.what()), output);
+    return ExitCode::NoReply;
+  }
+}
+
+/// Fills the places of standard descriptors that the caller has closed, so that nothing else gets them. They
+/// fail when they are used.
+void fillStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) != -1) continue;
+    // The lowest free number is the one that is missing.
+    [[maybe_unused]] const int filled = ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  fillStandardDescriptors();
+  // A pipe that nobody reads any more is an error of the write, not the program's end.
+  ::signal(SIGPIPE, SIG_IGN);
+  Output output;
+  ExitCode code = runProgram(argc, argv, output);
+  // A reader that has gone has seen what it wanted.
+  if (output.failed() && output.failure() != EPIPE) {
+    writeAll(STDERR_FILENO,
+             std::string("orv: cannot write the answer: ") + std::strerror(output.failure()) + "\n");
+    code = worse(code, ExitCode::WrongUse);
+  }
+  return static_cast<int>(code);
+}

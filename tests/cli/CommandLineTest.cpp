@@ -1,0 +1,122 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "Program.h"
+
+namespace orv::test {
+namespace {
+
+struct Wrong {
+  const char* name;
+  std::vector<std::string> arguments;
+  const char* message;
+};
+
+class WrongUse : public testing::TestWithParam<Wrong> {};
+
+TEST_P(WrongUse, IsToldAsOneLineOfJsonAndExits1) {
+  const Result result = runOrv(GetParam().arguments);
+  EXPECT_EQ(result.exitCode, 1);
+  ASSERT_EQ(result.lines().size(), 1U) << result.out;
+  EXPECT_EQ(result.json(), (boost::json::object{{"outcome", "error"}, {"message", GetParam().message}}));
+  EXPECT_EQ(result.err, "");
+}
+
+constexpr const char* kCommands =
+    "a command is expected: demo, call, invoke, operations, watch or log; see `orv --help`";
+constexpr const char* kTooMany = "too many arguments, or an option after the command; see `orv --help`";
+constexpr const char* kLogin = "loginWithMobile:password:completeBlock:timeoutBlock:";
+
+INSTANTIATE_TEST_SUITE_P(
+    OfTheProgram, WrongUse,
+    testing::Values(
+        Wrong{"NoCommand", {}, kCommands}, Wrong{"UnknownCommand", {"dance"}, kCommands},
+        Wrong{"UnknownOption", {"--color", "call", "Dev.Echo"}, kTooMany},
+        Wrong{"OptionBehindTheCommand", {"call", "Dev.Echo", "--wait", "3"}, kTooMany},
+        Wrong{"WaitThatIsNoNumber",
+              {"--wait", "soon", "call", "Dev.Echo"},
+              "--wait: a number of seconds from 0 to 604800 is expected"},
+        Wrong{"NegativeWait",
+              {"--wait", "-1", "call", "Dev.Echo"},
+              "--wait: a number of seconds from 0 to 604800 is expected"},
+        Wrong{"ServerThatIsNoAddress",
+              {"--server", "http://127.0.0.1:1", "call", "Dev.Echo"},
+              "--server: a ws:// or wss:// address is expected"},
+        Wrong{"HomeThatIsEmpty", {"--home", "", "call", "Dev.Echo"}, "--home: a folder is expected"},
+        Wrong{"HomeThatIsAFile",
+              {"--home", "/dev/null", "call", "Dev.Echo"},
+              "--home /dev/null: Not a directory"},
+        Wrong{"CallWithoutCommand", {"call"}, "COMMAND is required"},
+        Wrong{"CallWithTooMuch", {"call", "Dev.Echo", "{}", "{}"}, kTooMany},
+        Wrong{"CallWithAnArray", {"call", "Dev.Echo", "[1]"}, "VALUES must be a JSON dictionary"},
+        Wrong{"CallWithBrokenJson",
+              {"call", "Dev.Echo", "{\"a\""},
+              "VALUES is not JSON: OrvJson 3840: incomplete JSON at byte 4"},
+        Wrong{"InvokeWithoutOperation",
+              {"invoke"},
+              "invoke: the full keyword form of an operation is expected; see `orv operations`"},
+        Wrong{"InvokeOfNothingKnown", {"invoke", "xyzzy"}, "no operation of this name; see `orv operations`"},
+        Wrong{"InvokeBatchWithOperation",
+              {"invoke", "--batch", kLogin},
+              "invoke --batch takes its operations from standard input only"},
+        Wrong{"InvokeWithTextThatLacksItsQuotes",
+              {"invoke", kLogin,
+               "13800000001"
+               "x"},
+              "argument 1 is not one JSON text (a text needs its quotes: '\"text\"'): "
+              "loginWithMobile:password:completeBlock:timeoutBlock: (mobile: text or null, password: text)"},
+        Wrong{"InvokeWithTwoTextsInOneArgument",
+              {"invoke", kLogin, "\"a\",\"b\""},
+              "argument 1 is not one JSON text (a text needs its quotes: '\"text\"'): "
+              "loginWithMobile:password:completeBlock:timeoutBlock: (mobile: text or null, password: text)"},
+        Wrong{"InvokeWithWrongKind",
+              {"invoke", kLogin, "-5", "\"x\""},
+              "argument 1 (mobile) must be text or null, got a number: "
+              "loginWithMobile:password:completeBlock:timeoutBlock: (mobile: text or null, password: text)"},
+        Wrong{"InvokeWithoutRequiredArgument",
+              {"invoke", kLogin, "\"13800000001\""},
+              "argument 2 (password) must be text, got nothing: "
+              "loginWithMobile:password:completeBlock:timeoutBlock: (mobile: text or null, password: text)"},
+        Wrong{"InvokeWithTooMuch",
+              {"invoke", "logoutWithCompleteBlock:timeoutBlock:", "[1]"},
+              "at most 0 arguments expected, got 1: logoutWithCompleteBlock:timeoutBlock: ()"},
+        Wrong{"WatchForNothing", {"watch", "--for"}, "--for: 1 required SECONDS missing"},
+        Wrong{"DemoElsewhere",
+              {"--server", "ws://127.0.0.1:1", "demo"},
+              "demo runs on the embedded server: leave --server out"},
+        Wrong{"LogThatIsNotThere", {"log"}, "there is no log yet"}),
+    [](const auto& wrong) { return std::string(wrong.param.name); });
+
+TEST(CommandLine, MistypedOperationIsAnsweredWithNearOnes) {
+  const Result result = runOrv({"invoke", "logoutWithCompletBlock:timeoutBlock:"});
+  EXPECT_EQ(result.exitCode, 1);
+  const std::string message(result.json().at("message").as_string());
+  EXPECT_EQ(message.rfind("no operation of this name; near ones: logoutWithCompleteBlock:timeoutBlock:", 0),
+            0U)
+      << message;
+}
+
+TEST(CommandLine, HelpNamesEveryCommandAndExits0) {
+  const Result result = runOrv({"--help"});
+  EXPECT_EQ(result.exitCode, 0);
+  for (const char* name : {"demo", "call", "invoke", "operations", "watch", "log", "--server", "--uuid",
+                           "--app-version", "--app-build", "--home", "--wait"}) {
+    EXPECT_NE(result.out.find(name), std::string::npos) << name;
+  }
+}
+
+TEST(CommandLine, HelpOfACommandTellsItsArguments) {
+  const Result result = runOrv({"invoke", "--help"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_NE(result.out.find("--batch"), std::string::npos) << result.out;
+}
+
+TEST(CommandLine, VersionIsTheProjects) {
+  const Result result = runOrv({"--version"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_TRUE(std::regex_match(result.out, std::regex("orv [0-9]+[.][0-9]+[.][0-9]+\n"))) << result.out;
+}
+
+}  // namespace
+}  // namespace orv::test

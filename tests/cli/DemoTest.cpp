@@ -1,0 +1,78 @@
+#include <devserver/School.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <filesystem>
+
+#include "Program.h"
+
+namespace orv::test {
+namespace {
+
+constexpr const char* kTitles[] = {
+    "The embedded classroom server starts",
+    "The link opens: network, PING, PONG",
+    "A request is answered",
+    "Many requests are under way at once",
+    "A request without a session is held",
+    "A wrong password is refused",
+    "A teacher logs in",
+    "The session is taken up, and the held request goes out again",
+    "Pushes of the server become notifications",
+    "One push is dropped on purpose",
+    "Garbage does no harm",
+    "A reply is lost",
+    "The link is lost and comes back",
+    "The request without a reply times out",
+    "The teacher logs out",
+    "The rolling log has it all",
+};
+
+TEST(Demo, EveryStepDoesWhatItMustWithin25Seconds) {
+  const std::string home = std::string(std::getenv("HOME")) + "/demo";
+  const Result result = runOrv({"--home", home, "demo"});
+  EXPECT_EQ(result.exitCode, 0) << result.out << result.err;
+  EXPECT_LT(result.seconds, 25);
+  EXPECT_EQ(result.out.find("✗"), std::string::npos) << result.out;
+  std::size_t number = 0;
+  const std::string verdicts = result.out.substr(result.out.find("\nVerdicts\n"));
+  for (const char* title : kTitles) {
+    const std::string digits = std::to_string(++number);
+    EXPECT_NE(verdicts.find("✓ " + std::string(3 - 1 - digits.size(), ' ') + digits + "  " + title + "\n"),
+              std::string::npos)
+        << title << "\n"
+        << verdicts;
+  }
+  EXPECT_NE(result.out.find("16 of 16 steps did what they must"), std::string::npos);
+  EXPECT_NE(result.out.find(home), std::string::npos) << "it says where its files are";
+  EXPECT_EQ(result.out.find('\x1b'), std::string::npos) << "colours are for terminals";
+}
+
+TEST(Demo, ShowsNoPasswordAndNoToken) {
+  const Result result = runOrv({"--home", std::string(std::getenv("HOME")) + "/demo", "demo"});
+  ASSERT_NE(result.out.find("\"token\":\"***\""), std::string::npos);
+  ASSERT_NE(result.out.find("\"pwd\":\"***\""), std::string::npos);
+  for (const std::string& text : {result.out, result.err}) {
+    EXPECT_EQ(text.find(":\"" + std::string(devserver::School::kPassword) + '"'), std::string::npos);
+    EXPECT_EQ(text.find("open-sesame-4711"), std::string::npos);
+    EXPECT_EQ(text.find(devserver::md5Hex("open-sesame-4711")), std::string::npos);
+    EXPECT_EQ(text.find(devserver::md5Hex(devserver::School::kPassword)), std::string::npos);
+  }
+}
+
+TEST(Demo, LeavesTheUsersDocumentsAlone) {
+  Program program({"demo"});
+  ASSERT_TRUE(program.waitForOutput("PONG brings it up"));
+  program.signal(SIGINT);
+  const Result result = program.wait();
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_NE(result.out.find(": not run"), std::string::npos) << "a step that did not run has no good verdict";
+  EXPECT_TRUE(std::filesystem::is_empty(std::getenv("HOME")));
+  const auto begin = result.out.find("Home of this run: ") + 18;
+  const std::string home = result.out.substr(begin, result.out.find(' ', begin) - begin);
+  EXPECT_TRUE(std::filesystem::is_directory(home + "/Documents/OrvLog/OrvCourse")) << home;
+  std::filesystem::remove_all(home);
+}
+
+}  // namespace
+}  // namespace orv::test
