@@ -3,6 +3,8 @@ find_package(Threads REQUIRED)
 find_package(Boost 1.81 REQUIRED COMPONENTS json)
 find_package(OpenSSL 3 REQUIRED)
 find_package(ICU 72 REQUIRED COMPONENTS i18n uc)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0>=2.2)
 
 # What a user of the public headers needs: the standard library and Boost.JSON values.
 add_library(orv_public_dependencies INTERFACE)

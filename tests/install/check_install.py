@@ -1,0 +1,80 @@
+#!/usr/bin/env python3
+"""Installs a build, moves the installed tree elsewhere, and builds and runs hosts against it.
+
+Usage: check_install.py BUILD_DIRECTORY COMPILER
+"""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+BUILD, COMPILER = pathlib.Path(sys.argv[1]), sys.argv[2]
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+CONSUMER = pathlib.Path(__file__).resolve().parent / "consumer"
+
+
+def run(*command, env=None):
+    result = subprocess.run([str(part) for part in command], env={**os.environ, **(env or {})},
+                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    if result.returncode != 0:
+        raise AssertionError(f"{command}: exit code {result.returncode}\n{result.stdout}")
+    return result.stdout
+
+
+class InstallTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="orv-install-"))
+        cls.addClassCleanup(shutil.rmtree, cls.folder)
+        run("cmake", "--install", BUILD, "--prefix", cls.folder / "first")
+        cls.prefix = (cls.folder / "first").rename(cls.folder / "moved")
+        cls.library_folder = next(cls.prefix.rglob("pkgconfig")).parent
+        cls.pkg_config = {"PKG_CONFIG_PATH": str(cls.library_folder / "pkgconfig")}
+
+    def flags(self, package):
+        static = [] if list(self.library_folder.glob("liborvnetwork.so")) else ["--static"]
+        return run("pkg-config", *static, "--cflags", "--libs", package, env=self.pkg_config).split()
+
+    def test_find_package(self):
+        build = self.folder / "consumer"
+        run("cmake", "-S", CONSUMER, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
+            f"-DCMAKE_CXX_COMPILER={COMPILER}", "-DCMAKE_BUILD_TYPE=Debug")
+        run("cmake", "--build", build, "-j2")
+        for program in ("host", "host_test"):
+            self.assertIn("done", run(build / program, env={"HOME": str(self.folder)}))
+
+    def test_pkg_config(self):
+        for program, package in (("host", "orvnetwork"), ("host_test", "orvnetwork-testing")):
+            binary = self.folder / f"{program}-pkg-config"
+            run(COMPILER, "-std=c++20", CONSUMER / f"{program}.cpp", "-o", binary, *self.flags(package))
+            self.assertIn("done", run(binary, env={"HOME": str(self.folder),
+                                                   "LD_LIBRARY_PATH": str(self.library_folder)}))
+
+    def test_installed_files_name_no_place_of_the_build(self):
+        texts = list(self.prefix.rglob("*.cmake")) + list(self.prefix.rglob("*.pc"))
+        self.assertGreaterEqual(len(texts), 5)
+        for path in texts:
+            text = path.read_text(encoding="utf-8")
+            for place in (SOURCE, BUILD, self.folder):
+                self.assertNotIn(str(place), text, path)
+        for binary in [*self.library_folder.glob("*.so"), *(self.prefix / "bin").glob("*")]:
+            self.assertNotIn(str(BUILD), run("readelf", "--dynamic", binary), binary)
+
+    def test_installed_headers_are_the_public_ones(self):
+        headers = {path.relative_to(self.prefix / "include").as_posix() for path in self.prefix.rglob("*.h")}
+        self.assertIn("orvnetwork/orvnetwork.h", headers)
+        self.assertIn("orvnetwork/platform/MainQueue.h", headers)
+        self.assertFalse([header for header in headers if "/native/" in header])
+
+    def test_installed_programs_run(self):
+        for program in ("orv", "orv-devserver"):
+            if (BUILD / "cli").is_dir():
+                run(self.prefix / "bin" / program, "--help", env={"HOME": str(self.folder)})
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
