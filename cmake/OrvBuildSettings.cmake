@@ -31,12 +31,13 @@ function(orv_layer name)
   endforeach()
 endfunction()
 
-# orv_public_headers(TARGET ENTRY...)
+# orv_public_headers(TARGET ENTRY... [EXCEPT HEADER...])
 #
 # The headers of a library that hosts may include: those named, and those of the folders named save what lies
-# in a subfolder. They are installed with the library, and each must compile on its own.
+# in a subfolder and what is excepted. They are installed with the library, and each must compile on its own.
 function(orv_public_headers target)
-  foreach(entry IN LISTS ARGN)
+  cmake_parse_arguments(ARG "" "" "EXCEPT" ${ARGN})
+  foreach(entry IN LISTS ARG_UNPARSED_ARGUMENTS)
     if(IS_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/${entry})
       file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${entry}/*.h)
     else()
@@ -44,6 +45,10 @@ function(orv_public_headers target)
     endif()
     list(APPEND headers ${found})
   endforeach()
+  if(ARG_EXCEPT)
+    list(TRANSFORM ARG_EXCEPT PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    list(REMOVE_ITEM headers ${ARG_EXCEPT})
+  endif()
   set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
   target_sources(${target} PUBLIC FILE_SET public_headers TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
     FILES ${headers})

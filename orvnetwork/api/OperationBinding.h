@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/OperationRegistry.h>
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <tuple>
@@ -17,6 +18,19 @@ inline constexpr bool isOptional = false;
 template <typename T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
+/// The moment so many seconds after the beginning of 1970; a fraction counts to the microsecond.
+inline WallTime momentOf(const json::value& seconds) {
+  // The clock's type holds some 292 years either way; what lies beyond is taken as its end.
+  constexpr std::int64_t kFarthest = 9'200'000'000;
+  if (const auto* whole = seconds.if_int64()) {
+    return WallTime(std::chrono::seconds(std::clamp(*whole, -kFarthest, kFarthest)));
+  }
+  constexpr auto kFarthestReal = static_cast<double>(kFarthest);
+  const double clamped = std::clamp(seconds.to_number<double>(), -kFarthestReal, kFarthestReal);
+  const std::chrono::duration<double, std::micro> micros = Seconds(clamped);
+  return WallTime(std::chrono::microseconds(static_cast<std::int64_t>(micros.count())));
+}
+
 template <typename T>
 struct Argument {
   using Type = std::remove_cvref_t<T>;
@@ -24,9 +38,12 @@ struct Argument {
   static constexpr ArgumentKind kind() {
     if constexpr (std::same_as<Type, std::string> || std::same_as<Type, OptionalString>) {
       return ArgumentKind::Text;
-    } else if constexpr (std::same_as<Type, Object>) {
+    } else if constexpr (std::same_as<Type, Object> || std::same_as<Type, RequiredObject>) {
       return ArgumentKind::Any;
-    } else if constexpr (std::same_as<Type, json::object> || std::same_as<Type, std::optional<json::object>>) {
+    } else if constexpr (std::same_as<Type, WallTime> || std::same_as<Type, std::optional<WallTime>>) {
+      return ArgumentKind::Date;
+    } else if constexpr (std::same_as<Type, json::object> ||
+                         std::same_as<Type, std::optional<json::object>>) {
       return ArgumentKind::Dictionary;
     } else if constexpr (std::same_as<Type, json::array> || std::same_as<Type, std::optional<json::array>>) {
       return ArgumentKind::Array;
@@ -48,6 +65,10 @@ struct Argument {
   static Type from(const Object& value) {
     if constexpr (std::same_as<Type, Object>) {
       return value;
+    } else if constexpr (std::same_as<Type, RequiredObject>) {
+      return RequiredObject(*value);
+    } else if constexpr (std::same_as<Type, WallTime>) {
+      return momentOf(*value);
     } else if constexpr (isOptional<Type>) {
       if (!value) return std::nullopt;
       return Argument<typename Type::value_type>::from(value);
@@ -59,6 +80,8 @@ struct Argument {
       return value->get_array();
     } else if constexpr (std::same_as<Type, bool>) {
       return value->get_bool();
+    } else if constexpr (std::same_as<Type, std::uint64_t>) {
+      return value->is_uint64() ? value->get_uint64() : static_cast<std::uint64_t>(value->get_int64());
     } else {
       return value->template to_number<Type>();
     }

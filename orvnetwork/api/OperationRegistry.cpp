@@ -1,37 +1,24 @@
-#include <orvnetwork/api/OperationBinding.h>
 #include <orvnetwork/api/OperationRegistry.h>
-#include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/api/OperationTable.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace orv {
 
 namespace {
 
-// One row an operation: its name, its command, and the names of its arguments.
-#define ORV_OPERATION(name, command, ...) \
-  binding::operation<&QXAPIHelper::name>(#name, command, {__VA_ARGS__})
-
-std::vector<Operation> allOperations() {
-  return {
-      ORV_OPERATION(requestWithCommand_values_completeBlock_timeoutBlock, "", "command", "values"),
-
-      ORV_OPERATION(loginWithMobile_password_completeBlock_timeoutBlock, "User.Post.Login", "mobile",
-                    "password"),
-      ORV_OPERATION(loginWithMobile_code_completeBlock_timeoutBlock, "User.Post.Login", "mobile", "code"),
-      ORV_OPERATION(loginWithSession_token_completeBlock_timeoutBlock, "User.Post.Session", "session",
-                    "token"),
-      ORV_OPERATION(logoutWithCompleteBlock_timeoutBlock, "User.Post.Logout"),
-  };
-}
-
-#undef ORV_OPERATION
-
 bool isInteger(const json::value& value, ArgumentKind kind) {
   if (kind == ArgumentKind::UnsignedInteger) {
-    return value.is_uint64() || (value.is_int64() && value.get_int64() >= 0);
+    return value.is_uint64() || (value.is_int64() && value.get_int64() >= -1);
   }
   return value.is_int64() || (value.is_uint64() && value.get_uint64() <= INT64_MAX);
+}
+
+/// Whether it is a number of seconds that a moment can be told by: the years 1678 to 2261.
+bool isDate(const json::value& value) {
+  constexpr double kGreatest = 9.2e9;
+  return value.is_number() && std::abs(value.to_number<double>()) <= kGreatest;
 }
 
 bool fits(const json::value& value, ArgumentKind kind) {
@@ -51,6 +38,8 @@ bool fits(const json::value& value, ArgumentKind kind) {
       return value.is_number();
     case ArgumentKind::Flag:
       return value.is_bool();
+    case ArgumentKind::Date:
+      return isDate(value);
   }
   return false;
 }
@@ -97,6 +86,8 @@ std::string_view nameOf(ArgumentKind kind) {
       return "number";
     case ArgumentKind::Flag:
       return "true or false";
+    case ArgumentKind::Date:
+      return "date in seconds since 1970";
   }
   return "";
 }

@@ -9,8 +9,9 @@
 
 namespace orv {
 
-/// What an operation takes in one place.
-enum class ArgumentKind { Text, Any, Dictionary, Array, Integer, UnsignedInteger, Real, Flag };
+/// What an operation takes in one place. Integers have 64 bits; for an unsigned one -1 stands for all ones, the
+/// value that some operations take as "leave it alone". A date is a number of seconds since 1970-01-01 00:00 UTC.
+enum class ArgumentKind { Text, Any, Dictionary, Array, Integer, UnsignedInteger, Real, Flag, Date };
 
 /// The kind's name in messages and listings, for example "text".
 ORV_EXPORT std::string_view nameOf(ArgumentKind kind);
@@ -26,7 +27,7 @@ struct OperationParameter {
 struct ORV_EXPORT Operation {
   /// The full keyword form, for example "logoutWithCompleteBlock:timeoutBlock:".
   std::string name;
-  /// The command that it sends; empty when the caller gives it.
+  /// The command that it sends; empty when an argument decides it.
   std::string_view command;
   /// Its arguments in order, without the two callbacks.
   std::vector<OperationParameter> parameters;

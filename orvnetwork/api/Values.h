@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/Types.h>
+#include <orvnetwork/support/QXCommonTools.h>
 
 #include <utility>
 
@@ -10,9 +11,23 @@ namespace orv {
 /// leaves its member out.
 class Values {
  public:
+  Values() = default;
+  /// Begins with members that the caller built; those that are set again keep their places.
+  explicit Values(std::optional<json::object> members) {
+    if (members) members_ = std::move(*members);
+  }
+
   Values& set(json::string_view key, Object value) {
     if (value) members_.insert_or_assign(key, std::move(*value));
     return *this;
+  }
+  /// Sets the text form: a value of any kind stays as it is, and an absent one is "".
+  Values& setText(json::string_view key, const Object& value) {
+    return set(key, QXCommonTools::formatString(value));
+  }
+  /// Leaves the member out for an empty value, too.
+  Values& setIfNotEmpty(json::string_view key, const Object& value) {
+    return QXCommonTools::isEmptyString(value) ? *this : set(key, value);
   }
 
   json::object take() { return std::move(members_); }

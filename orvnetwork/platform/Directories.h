@@ -20,6 +20,8 @@ class ORV_EXPORT Directories {
   virtual std::string temporary() = 0;
   /// The folder of a search-path code in the user's domain; absent for a code that has none here.
   virtual OptionalString searchPath(int code) = 0;
+  /// The folder that the program's file lies in; absent when that cannot be told.
+  virtual OptionalString executableFolder() = 0;
 };
 
 }  // namespace orv

@@ -7,10 +7,12 @@
 
 #include <chrono>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace orv {
@@ -56,6 +58,24 @@ class Object : public std::optional<json::value> {
   Object(Integer number) {
     emplace(number);
   }
+};
+
+/// Any JSON value that must be there: what an operation takes where it passes an argument through that the
+/// command cannot do without. It converts from what `Object` converts from, save what may be absent.
+class RequiredObject {
+ public:
+  template <typename T>
+    requires(std::constructible_from<Object, T> && !std::same_as<std::remove_cvref_t<T>, std::nullopt_t> &&
+             !std::same_as<std::remove_cvref_t<T>, std::nullptr_t> &&
+             !std::derived_from<std::remove_cvref_t<T>, std::optional<json::value>> &&
+             !std::same_as<std::remove_cvref_t<T>, OptionalString> &&
+             !std::same_as<std::remove_cvref_t<T>, RequiredObject>)
+  RequiredObject(T&& value) : object_(std::forward<T>(value)) {}
+
+  operator const Object&() const { return object_; }
+
+ private:
+  Object object_;
 };
 
 }  // namespace orv

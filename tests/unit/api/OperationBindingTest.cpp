@@ -16,27 +16,34 @@ struct Seen {
   std::uint64_t natural = 0;
   double real = 0;
   bool flag = false;
+  Object required;
+  std::optional<WallTime> date;
 } seen;
 
 void everything(const std::string& text, const OptionalString& optionalText, const Object& object,
                 std::optional<json::object> dictionary, const json::array& array, std::int64_t integer,
-                std::uint64_t natural, double real, bool flag, CompleteBlock, TimeoutBlock) {
-  seen = {text, optionalText, object, std::move(dictionary), array, integer, natural, real, flag};
+                std::uint64_t natural, double real, bool flag, const RequiredObject& required,
+                std::optional<WallTime> date, const CompleteBlock&, const TimeoutBlock&) {
+  seen = {text, optionalText, object, std::move(dictionary), array, integer, natural, real,
+          flag, required,     date};
 }
 
 const Operation& operation() {
-  static const auto bound = binding::operation<&everything>(
-      "everything_timeoutBlock", "X",
-      {"text", "optionalText", "object", "dictionary", "array", "integer", "natural", "real", "flag"});
+  static const auto bound =
+      binding::operation<&everything>("everything_timeoutBlock", "X",
+                                      {"text", "optionalText", "object", "dictionary", "array", "integer",
+                                       "natural", "real", "flag", "required", "date"});
   return bound;
 }
 
 std::vector<Object> good() {
-  return {"t", "o", json::value(1.5), json::object{{"k", 1}}, json::array{1}, -7, UINT64_MAX, 3, true};
+  return {"t", "o", json::value(1.5), json::object{{"k", 1}}, json::array{1}, -7, UINT64_MAX, 3, true,
+          8,   1.5};
 }
 
 TEST(OperationBinding, MakesTheKeywordFormOfAName) {
-  EXPECT_EQ(binding::keywordForm("logoutWithCompleteBlock_timeoutBlock"), "logoutWithCompleteBlock:timeoutBlock:");
+  EXPECT_EQ(binding::keywordForm("logoutWithCompleteBlock_timeoutBlock"),
+            "logoutWithCompleteBlock:timeoutBlock:");
   EXPECT_EQ(binding::keywordForm("_update_title"), "_update:title:");
 }
 
@@ -51,10 +58,45 @@ TEST(OperationBinding, HandsEveryKindOfArgumentOver) {
   EXPECT_EQ(seen.natural, UINT64_MAX);
   EXPECT_EQ(seen.real, 3.0);
   EXPECT_TRUE(seen.flag);
+  EXPECT_EQ(*seen.required, json::value(8));
+  EXPECT_EQ(seen.date, WallTime(std::chrono::milliseconds(1500)));
+}
+
+TEST(OperationBinding, ReadsADateAsSecondsSince1970) {
+  const auto dateOf = [](const json::value& seconds) {
+    auto arguments = good();
+    arguments.back() = Object(seconds);
+    seen.date.reset();
+    EXPECT_EQ(operation().invoke(arguments, nullptr, nullptr), "") << seconds;
+    return seen.date.value_or(WallTime()).time_since_epoch();
+  };
+  EXPECT_EQ(dateOf(0), std::chrono::seconds(0));
+  EXPECT_EQ(dateOf(9'200'000'000), std::chrono::seconds(9'200'000'000));
+  EXPECT_EQ(dateOf(-9'200'000'000), std::chrono::seconds(-9'200'000'000));
+  EXPECT_EQ(dateOf(1706661902.345), std::chrono::milliseconds(1'706'661'902'345));
+  EXPECT_EQ(dateOf(UINT64_C(5)), std::chrono::seconds(5));
+  for (const json::value& wrong : {json::value(9'200'000'001), json::value(1e300), json::value(UINT64_MAX),
+                                   json::value("2024-01-31"), json::value(true)}) {
+    auto arguments = good();
+    arguments.back() = Object(wrong);
+    EXPECT_TRUE(operation()
+                    .invoke(arguments, nullptr, nullptr)
+                    .starts_with("argument 11 (date) must be date in seconds since 1970 or null, got "))
+        << wrong;
+  }
+}
+
+TEST(OperationBinding, ReadsMinusOneAsAllOnesOfAnUnsignedInteger) {
+  auto arguments = good();
+  arguments[6] = -1;
+  EXPECT_EQ(operation().invoke(arguments, nullptr, nullptr), "");
+  EXPECT_EQ(seen.natural, UINT64_MAX);
+  arguments[6] = -2;
+  EXPECT_NE(operation().invoke(arguments, nullptr, nullptr), "");
 }
 
 TEST(OperationBinding, KnowsWhatMayBeAbsent) {
-  const std::vector<bool> required{true, false, false, false, true, true, true, true, true};
+  const std::vector<bool> required{true, false, false, false, true, true, true, true, true, true, false};
   for (std::size_t i = 0; i < required.size(); ++i) {
     EXPECT_EQ(operation().parameters[i].required, required[i]) << operation().parameters[i].name;
     auto arguments = good();
@@ -65,15 +107,16 @@ TEST(OperationBinding, KnowsWhatMayBeAbsent) {
 }
 
 TEST(OperationBinding, RefusesEveryOtherKind) {
-  const std::vector<Object> values{"t",  json::value(1.5), json::object(), json::array(),
-                                   -7,   UINT64_MAX,       true};
+  const std::vector<Object> values{"t", json::value(1.5), json::object(), json::array(), -7, UINT64_MAX,
+                                   true};
   // For each argument, which of the values fit.
   const std::vector<std::vector<bool>> fits{
-      {true, false, false, false, false, false, false},  {true, false, false, false, false, false, false},
-      {true, true, true, true, true, true, true},        {false, false, true, false, false, false, false},
-      {false, false, false, true, false, false, false},  {false, false, false, false, true, false, false},
-      {false, false, false, false, false, true, false},  {false, true, false, false, true, true, false},
-      {false, false, false, false, false, false, true},
+      {true, false, false, false, false, false, false}, {true, false, false, false, false, false, false},
+      {true, true, true, true, true, true, true},       {false, false, true, false, false, false, false},
+      {false, false, false, true, false, false, false}, {false, false, false, false, true, false, false},
+      {false, false, false, false, false, true, false}, {false, true, false, false, true, true, false},
+      {false, false, false, false, false, false, true}, {true, true, true, true, true, true, true},
+      {false, true, false, false, true, false, false},
   };
   for (std::size_t i = 0; i < fits.size(); ++i) {
     for (std::size_t k = 0; k < values.size(); ++k) {

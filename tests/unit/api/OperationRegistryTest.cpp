@@ -1,9 +1,11 @@
 #include "../transport/LinkFixture.h"
 
+#include <orvnetwork/api/OperationBinding.h>
 #include <orvnetwork/api/OperationRegistry.h>
 
 #include <boost/json/parse.hpp>
 
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <set>
@@ -29,24 +31,75 @@ class Registry : public LinkFixture {
   }
 };
 
+/// The keyword forms of all operations that the catalogue's headers declare.
+std::multiset<std::string> declaredOperations() {
+  std::multiset<std::string> declared;
+  const std::filesystem::path folder = std::string(ORV_TEST_SOURCE_DIR) + "/../orvnetwork/api";
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    const auto name = entry.path().filename().string();
+    if (!name.starts_with("QXAPIHelper") || !name.ends_with(".h")) continue;
+    std::ifstream file(entry.path());
+    std::stringstream header;
+    header << file.rdbuf();
+    const auto text = header.str();
+    const std::regex declaration(R"(static\s+void\s+(\w+)\()");
+    for (std::sregex_iterator at(text.begin(), text.end(), declaration), end; at != end; ++at) {
+      declared.insert(binding::keywordForm((*at)[1].str()));
+    }
+  }
+  return declared;
+}
+
 TEST_F(Registry, ListsEveryOperationOfTheCatalogueOnce) {
-  std::ifstream file(std::string(ORV_TEST_SOURCE_DIR) + "/../orvnetwork/api/QXAPIHelper.h");
-  std::stringstream header;
-  header << file.rdbuf();
-  const auto text = header.str();
-  const std::regex declaration(R"(static void (\w+)\()");
-  std::set<std::string> declared;
-  for (std::sregex_iterator at(text.begin(), text.end(), declaration), end; at != end; ++at) {
-    auto name = (*at)[1].str();
-    std::replace(name.begin() + 1, name.end(), '_', ':');
-    declared.insert(name + ":");
+  std::multiset<std::string> listed;
+  for (const auto& operation : registry().operations()) listed.insert(operation.name);
+  EXPECT_EQ(listed, declaredOperations());
+  EXPECT_EQ(std::set<std::string>(listed.begin(), listed.end()).size(), 110u)
+      << "109 commands and the generic request";
+  EXPECT_EQ(listed.size(), 110u);
+}
+
+TEST_F(Registry, KeepsNamesAsTheyAreSpelled) {
+  for (const auto* name :
+       {"coursePostUpdate:coverMdiaId:completeBlock:timeoutBlock:",
+        "uploadCourseMeterialItems:fileID:title:images:completeBlock:timeoutBlock:",
+        "deleteCourseMeterialItemsWithID:completeBlock:timeoutBlock:",
+        "getUploadAuthWithParameters:CompleteBlock:timeoutBlock:",
+        "loginGetWechatWebLoginInfoComplete:timeoutBlock:", "enableWeiXinLoginCompleteBlock:timeoutBlock:",
+        "classroomInfoGetItemsCompleteBlock:timeoutBlock:",
+        "courseGetMiniPragmQrcodeWithRoomID:width:completeBlock:timeoutBlock:",
+        "_updateLiveCourseWithRoomID:title:startTime:chargeType:price:registeInfo:coverURL:teacher:teacher2:"
+        "teacherIntro:courseIntro:isCreateCourse:isTest:keltoOpen:completeBlock:timeoutBlock:"}) {
+    EXPECT_NE(registry().find(name), nullptr) << name;
   }
-  std::set<std::string> listed;
-  for (const auto& operation : registry().operations()) {
-    EXPECT_TRUE(listed.insert(operation.name).second) << operation.name << " is listed twice";
+}
+
+TEST_F(Registry, TakesBothSpellingsOfAllOnes) {
+  bringUp();
+  const auto* update =
+      "coursePostUpdate:title:courseType:coursePrice:startTime:teacher:teacherIntro:intro:coverMediaId:"
+      "completeBlock:"
+      "timeoutBlock:";
+  for (const auto* type : {"-1", "18446744073709551615"}) {
+    EXPECT_EQ(invoke(update, std::string(R"(["8","t",)") + type + ",9.9]"), "");
   }
-  EXPECT_GE(declared.size(), 5u);
-  EXPECT_EQ(listed, declared);
+  EXPECT_NE(invoke(update, R"(["8","t",-2,9.9])"), "");
+  settle();
+  const auto sent = server.requests();
+  ASSERT_EQ(sent.size(), 2u);
+  for (const auto& frame : sent) {
+    const auto& values = frame.at("v").as_object();
+    EXPECT_FALSE(values.contains("courseType") || values.contains("coursePrice")) << values;
+  }
+}
+
+TEST_F(Registry, RefusesANullWhereAValueOfAnyKindIsRequired) {
+  bringUp();
+  const auto* name = "getCourseSharecard:completeBlock:timeoutBlock:";
+  EXPECT_EQ(invoke(name, "[null]"),
+            "argument 1 (roomID) must be any value, got nothing: " + registry().find(name)->signature());
+  settle();
+  EXPECT_TRUE(server.requests().empty());
 }
 
 TEST_F(Registry, KnowsNamesAndKindsOfArguments) {
@@ -76,7 +129,8 @@ TEST_F(Registry, GivesEveryOperationNamesForAllItsArguments) {
 }
 
 TEST_F(Registry, FindsNothingUnderAWrongName) {
-  for (const auto* name : {"", "login", "loginWithMobile:password:", "LOGOUTWithCompleteBlock:timeoutBlock:"}) {
+  for (const auto* name :
+       {"", "login", "loginWithMobile:password:", "LOGOUTWithCompleteBlock:timeoutBlock:"}) {
     EXPECT_EQ(registry().find(name), nullptr) << name;
   }
 }
@@ -99,15 +153,17 @@ TEST_F(Registry, SaysWhatIsWrongWithArgumentsAndSendsNothing) {
   bringUp();
   EXPECT_EQ(invoke(kPasswordLogin, R"(["138","abc","x"])"),
             "at most 2 arguments expected, got 3: " + registry().find(kPasswordLogin)->signature());
-  EXPECT_EQ(invoke(kPasswordLogin, R"([138,"abc"])"), "argument 1 (mobile) must be text or null, got a number: " +
-                                                          registry().find(kPasswordLogin)->signature());
-  EXPECT_EQ(invoke(kPasswordLogin, R"(["138",null])"),
-            "argument 2 (password) must be text, got nothing: " + registry().find(kPasswordLogin)->signature());
-  EXPECT_EQ(invoke(kPasswordLogin, R"(["138"])"),
-            "argument 2 (password) must be text, got nothing: " + registry().find(kPasswordLogin)->signature());
+  EXPECT_EQ(invoke(kPasswordLogin, R"([138,"abc"])"),
+            "argument 1 (mobile) must be text or null, got a number: " +
+                registry().find(kPasswordLogin)->signature());
+  EXPECT_EQ(invoke(kPasswordLogin, R"(["138",null])"), "argument 2 (password) must be text, got nothing: " +
+                                                           registry().find(kPasswordLogin)->signature());
+  EXPECT_EQ(invoke(kPasswordLogin, R"(["138"])"), "argument 2 (password) must be text, got nothing: " +
+                                                      registry().find(kPasswordLogin)->signature());
   for (const auto* wrong : {"[]", "1", "\"x\"", "true"}) {
-    EXPECT_NE(invoke("requestWithCommand:values:completeBlock:timeoutBlock:", std::string("[\"x\",") + wrong + "]"),
-              "")
+    EXPECT_NE(
+        invoke("requestWithCommand:values:completeBlock:timeoutBlock:", std::string("[\"x\",") + wrong + "]"),
+        "")
         << wrong;
   }
   settle();
@@ -116,9 +172,9 @@ TEST_F(Registry, SaysWhatIsWrongWithArgumentsAndSendsNothing) {
 
 TEST_F(Registry, HandsTheCallbacksOver) {
   int timeouts = 0;
-  registry()
-      .find("logoutWithCompleteBlock:timeoutBlock:")
-      ->invoke({}, nullptr, [&](const auto&) { ++timeouts; });
+  registry().find("logoutWithCompleteBlock:timeoutBlock:")->invoke({}, nullptr, [&](const auto&) {
+    ++timeouts;
+  });
   EXPECT_EQ(timeouts, 1) << "the link is closed";
 }
 

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <orvnetwork/api/OperationRegistry.h>
+
+#include <vector>
+
+namespace orv {
+
+/// Every operation of `QXAPIHelper`, family by family.
+std::vector<Operation> allOperations();
+
+}  // namespace orv

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/platform/Types.h>
+
+namespace orv {
+
+/// The text of an XML property list reduced to what a parser of little caution can take: tags of dictionaries,
+/// arrays, keys, text, numbers and booleans, nested as `kMaxPropertyListDepth` allows, and character data.
+/// Declarations and comments are gone, and marked character data stands escaped. Absent for any other text; then
+/// `problem` says why. Any thread.
+ORV_EXPORT OptionalString plainPropertyListText(std::string_view text, std::string& problem);
+
+}  // namespace orv
