@@ -3,13 +3,22 @@
 /// The public surface of the library in one include.
 
 #include <orvnetwork/api/OperationRegistry.h>
+#include <orvnetwork/api/Prompts.h>
 #include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/api/QXAPIHelperAccount.h>
+#include <orvnetwork/api/QXAPIHelperClassroom.h>
+#include <orvnetwork/api/QXAPIHelperCourse.h>
+#include <orvnetwork/api/QXAPIHelperCourseList.h>
+#include <orvnetwork/api/QXAPIHelperInteraction.h>
+#include <orvnetwork/api/QXAPIHelperLive.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/MainBundle.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/Types.h>
 #include <orvnetwork/support/QXCommonTools.h>
+#include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/transport/QXNotification.h>

@@ -5,6 +5,7 @@
 
 #include <unicode/ucal.h>
 
+#include <algorithm>
 #include <ctime>
 #include <memory>
 #include <mutex>
@@ -99,20 +100,33 @@ sys_days beginOfWeekBasedYear(int year, int firstWeekday, int minimalDays) {
 
 }  // namespace
 
-LocalTime LocalTime::of(WallTime moment, const std::string& zone) {
-  const auto second = floor<seconds>(moment);
-  const auto local = second + zoneOffset(second.time_since_epoch(), zone);
-  const auto midnight = floor<std::chrono::days>(local);
+LocalTime LocalTime::ofSeconds(std::int64_t secondsSince1970, const std::string& zone) {
+  // The calendar repeats itself, weekdays included, every 400 years; the library's years are 16 bits wide.
+  constexpr std::int64_t kCycleYears = 400;
+  constexpr seconds kCycle = std::chrono::days(146'097);
+  // Where the calendar engine stops, too.
+  constexpr std::int64_t kLast = 183'882'168'921'600;
+  const seconds second(std::clamp(secondsSince1970, -kLast, kLast));
+  const seconds local = second + zoneOffset(second, zone);
+  const std::int64_t cycles = local / kCycle - (local % kCycle < seconds(0) ? 1 : 0);
+  const std::chrono::sys_seconds inCycle(local - cycles * kCycle);
+  const auto midnight = floor<std::chrono::days>(inCycle);
   const std::chrono::year_month_day date(midnight);
-  const std::chrono::hh_mm_ss time(local - midnight);
-  return {.year = static_cast<int>(date.year()),
+  const std::chrono::hh_mm_ss time(inCycle - midnight);
+  return {.year = static_cast<int>(static_cast<int>(date.year()) + cycles * kCycleYears),
           .month = static_cast<int>(static_cast<unsigned>(date.month())),
           .day = static_cast<int>(static_cast<unsigned>(date.day())),
           .hour = static_cast<int>(time.hours().count()),
           .minute = static_cast<int>(time.minutes().count()),
           .second = static_cast<int>(time.seconds().count()),
-          .millisecond = static_cast<int>(floor<milliseconds>(moment - second).count()),
           .weekday = static_cast<int>(std::chrono::weekday(midnight).c_encoding()) + 1};
+}
+
+LocalTime LocalTime::of(WallTime moment, const std::string& zone) {
+  const auto second = floor<seconds>(moment);
+  LocalTime time = ofSeconds(second.time_since_epoch().count(), zone);
+  time.millisecond = static_cast<int>(floor<milliseconds>(moment - second).count());
+  return time;
 }
 
 LocalTime LocalTime::of(WallTime moment) {

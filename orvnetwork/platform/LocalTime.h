@@ -20,6 +20,10 @@ struct ORV_EXPORT LocalTime {
   /// Costs about a microsecond. Any thread.
   static LocalTime of(WallTime moment, const std::string& zone);
 
+  /// The same for whole seconds since 1970-01-01 00:00 UTC, far beyond what a `WallTime` can hold: up to the
+  /// year 5,828,963 either way, where it stops.
+  static LocalTime ofSeconds(std::int64_t secondsSince1970, const std::string& zone);
+
   /// `moment` in the time zone of the platform in use, which is asked at each call. Any thread.
   static LocalTime of(WallTime moment);
 };

@@ -52,7 +52,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& words) {
 void readFrom(FileDescriptor& descriptor, std::string& into) {
   const std::size_t kept = into.size();
   into.resize(kept + 64 * 1024);
-  const ssize_t size = retryOnSignal([&] { return ::read(descriptor.get(), into.data() + kept, into.size() - kept); });
+  const ssize_t size =
+      retryOnSignal([&] { return ::read(descriptor.get(), into.data() + kept, into.size() - kept); });
   into.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
   if (size <= 0) descriptor.close();
 }

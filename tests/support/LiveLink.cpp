@@ -110,9 +110,13 @@ TimeoutBlock LiveLinkTest::timeout(const std::string& command) {
   };
 }
 
-std::shared_ptr<QXRequestItem> LiveLinkTest::send(const std::string& command, std::optional<json::object> values) {
-  auto item = QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
-      command, std::move(values), completion(command), timeout(command));
+std::shared_ptr<QXRequestItem> LiveLinkTest::send(const std::string& command,
+                                                  const std::optional<json::object>& values) {
+  std::shared_ptr<QXRequestItem> item;
+  do {
+    item = QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
+        command, values, completion(command), timeout(command));
+  } while (!identifiers_.insert(item->timestamp).second);
   link.sendRequestItem(item);
   return item;
 }
@@ -161,7 +165,8 @@ LiveLinkTest::Strings LiveLinkTest::logLines() {
   log.opQueue().post([written] { *written = true; });
   EXPECT_TRUE(pumpUntil([&] { return written->load(); }));
   std::error_code error;
-  const std::string text = Platform::current().files().read(log.logFilePath().value_or(""), error).value_or("");
+  const std::string text =
+      Platform::current().files().read(log.logFilePath().value_or(""), error).value_or("");
   Strings lines;
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = std::min(text.find('\n', begin), text.size());

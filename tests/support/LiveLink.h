@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,9 +54,10 @@ class LiveLinkTest : public testing::Test {
   /// Waits until the link is up again after it was lost.
   bool waitUntilReopened() { return waitForPosted(QXNotificationDidOpen) && waitUntilOpen(); }
 
-  /// A request whose outcome is written down as "COMMAND ok", "COMMAND refused" or "COMMAND timeout".
+  /// Sends a request whose outcome is written down as "COMMAND ok", "COMMAND refused" or "COMMAND timeout". Its
+  /// identifier is none that a request before it had: those of requests made within a millisecond may collide.
   std::shared_ptr<QXRequestItem> send(const std::string& command,
-                                      std::optional<json::object> values = json::object());
+                                      const std::optional<json::object>& values = json::object());
   CompleteBlock completion(const std::string& command);
   TimeoutBlock timeout(const std::string& command);
   /// Waits until so many outcomes have been written down.
@@ -80,6 +82,7 @@ class LiveLinkTest : public testing::Test {
   json::object lastReply;
 
  private:
+  std::set<std::int64_t> identifiers_;
   ObserverToken observer_;
 };
 

@@ -36,6 +36,31 @@ TEST(LocalTime, CutsMillisecondsOffAndFloorsBefore1970) {
   EXPECT_EQ(text(LocalTime::of(at(-86'400s - 1ms), "UTC")), "1969-12-30 23:59:59.999 3");
 }
 
+TEST(LocalTime, TellsSecondsFarBeyondAWallTime) {
+  const auto of = [](std::int64_t seconds, const char* zone = "UTC") {
+    const auto time = LocalTime::ofSeconds(seconds, zone);
+    return text(time) + " " + std::to_string(time.weekday);
+  };
+  EXPECT_EQ(of(0), text(LocalTime::of(at(0s), "UTC")) + " 5");
+  EXPECT_EQ(of(-1), text(LocalTime::of(at(-1s), "UTC")) + " 4");
+  for (const std::int64_t seconds : {-9'000'000'000, -62'135'596'800 / 10, 1'706'661'902L, 9'000'000'000}) {
+    EXPECT_EQ(of(seconds, "Asia/Shanghai"),
+              text(LocalTime::of(at(std::chrono::seconds(seconds)), "Asia/Shanghai")) + " " +
+                  std::to_string(LocalTime::of(at(std::chrono::seconds(seconds)), "Asia/Shanghai").weekday));
+  }
+  const auto last = LocalTime::ofSeconds(253'402'300'799, "UTC");
+  EXPECT_EQ(last.year, 9999);
+  EXPECT_EQ(last.month, 12);
+  EXPECT_EQ(last.second, 59);
+  EXPECT_EQ(last.weekday, 6);
+  const auto first = LocalTime::ofSeconds(-62'167'219'200, "UTC");
+  EXPECT_EQ(first.year, 0);
+  EXPECT_EQ(first.month, 1);
+  EXPECT_EQ(first.day, 1);
+  EXPECT_EQ(LocalTime::ofSeconds(INT64_MAX, "UTC").year, 5'828'963);
+  EXPECT_EQ(LocalTime::ofSeconds(INT64_MIN, "UTC").year, -5'825'024);
+}
+
 TEST(LocalTime, KnowsLeapDays) {
   EXPECT_EQ(text(LocalTime::of(at(1'709'164'800s), "UTC")), "2024-02-29 00:00:00.000 5");
   EXPECT_EQ(text(LocalTime::of(at(951'782'400s), "UTC")), "2000-02-29 00:00:00.000 3");

@@ -33,6 +33,12 @@ TEST_F(NativeDirectoriesTest, HomeComesFromThePasswordDatabaseWithoutAUsableVari
   }
 }
 
+TEST_F(NativeDirectoriesTest, ExecutableFolderHoldsTheProgram) {
+  const auto folder = directories.executableFolder();
+  ASSERT_TRUE(folder);
+  EXPECT_EQ(*folder, std::filesystem::read_symlink("/proc/self/exe").parent_path().string());
+}
+
 TEST_F(NativeDirectoriesTest, TemporaryEndsInOneSlash) {
   unsetenv("TMPDIR");
   EXPECT_EQ(directories.temporary(), "/tmp/");
