@@ -18,6 +18,9 @@ namespace {
 
 namespace json = boost::json;
 
+/// How long an end may take on a busy machine; every timer that it could wait for is longer.
+constexpr std::chrono::seconds kPrompt{4};
+
 /// Accepts TCP connections and answers the first bytes of each with a text.
 class PlainServer {
  public:
@@ -120,7 +123,7 @@ TEST(Ending, SignalEndsAWatchThatWaitsForTheLink) {
   program.signal(SIGINT);
   const Result result = program.wait();
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, kPrompt);
 }
 
 TEST(Ending, SignalEndsACallThatWaitsForItsReply) {
@@ -134,7 +137,7 @@ TEST(Ending, SignalEndsACallThatWaitsForItsReply) {
   const auto start = std::chrono::steady_clock::now();
   program.signal(SIGTERM);
   const Result result = program.wait();
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, kPrompt);
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(result.json().at("message"), "interrupted");
 }
@@ -149,7 +152,7 @@ TEST(Ending, LinkThatWasLostMeanwhileDelaysNothing) {
   const auto start = std::chrono::steady_clock::now();
   program.signal(SIGTERM);
   EXPECT_EQ(program.wait().exitCode, 0);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, kPrompt);
 }
 
 TEST(Ending, ReaderThatGoesAwayEndsWatch) {
@@ -194,7 +197,7 @@ TEST(Ending, SignalEndsABatchWhoseInputStaysOpen) {
   program.signal(SIGINT);
   ASSERT_FALSE(program.waitForOutput("nothing comes any more"))
       << "its end is seen without closing its input";
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, kPrompt);
   EXPECT_EQ(program.wait().exitCode, 3);
 }
 

@@ -31,7 +31,8 @@ class ExampleHosts : public testing::Test {
     EXPECT_TRUE(output.starts_with(label)) << output;
     EXPECT_EQ(output.find('\n'), output.size() - 1) << "one line";
     boost::system::error_code error;
-    auto value = json::parse(std::string_view(output).substr(std::min(label.size(), output.size() - 1)), error);
+    auto value =
+        json::parse(std::string_view(output).substr(std::min(label.size(), output.size() - 1)), error);
     EXPECT_FALSE(error) << output;
     return value.is_object() ? value.as_object() : json::object();
   }
@@ -85,7 +86,8 @@ TEST_F(ExampleHosts, PollHostEndsWith2AtAWrongPassword) {
 TEST_F(ExampleHosts, PollHostEndsWhenItsStandardInputDoes) {
   server.faults().dropReplies(devserver::Faults::kForever);
   ChildProgram program(ORV_EXAMPLE_POLL_HOST, {server.url(), "13800000001", "classroom"});
-  ASSERT_TRUE(server.waitForFrame([](const auto& frame) { return frame.text.find("Login") != std::string::npos; }, 60s));
+  ASSERT_TRUE(server.waitForFrame(
+      [](const auto& frame) { return frame.text.find("Login") != std::string::npos; }, 60s));
   program.closeInput();
   const ChildResult result = program.wait();
   EXPECT_EQ(result.exitCode, 1);

@@ -86,6 +86,7 @@ TEST_F(LinkGarbage, ReadsWhatArrivesByteByByte) {
 TEST_F(LinkGarbage, CompletesARequestOnceThoughItsReplyComesThreeTimes) {
   server.faults().duplicateReplies(1, "Dev.Twice", 2);
   send("Dev.Twice");
+  ASSERT_TRUE(waitForOutcomes(1));
   EXPECT_TRUE(echoes());
   EXPECT_EQ(outcomes, (Strings{"Dev.Twice ok", "Dev.Echo ok"}));
   EXPECT_EQ(countLogged("### WebSocket Timeout ### Dev.Twice"), 2u);

@@ -21,8 +21,8 @@ class LinkLife : public test::LiveLinkTest {
 
   void logIn(const char* password = "classroom") {
     const std::size_t before = outcomes.size();
-    QXAPIHelper::loginWithMobile_password_completeBlock_timeoutBlock("13800000001", password, completion("login"),
-                                                                     timeout("login"));
+    QXAPIHelper::loginWithMobile_password_completeBlock_timeoutBlock("13800000001", password,
+                                                                     completion("login"), timeout("login"));
     ASSERT_TRUE(waitForOutcomes(before + 1));
   }
   void takeUpSession(const std::string& uID, const std::string& token) {
@@ -150,7 +150,8 @@ TEST_F(LinkLife, SendsParkedRequestsAgainInOrderOnceThereIsASession) {
   server.clearReceivedFrames();
   takeUpSession(uID, token);
   ASSERT_TRUE(waitForOutcomes(6));
-  EXPECT_EQ(outcomes, (Strings{"login ok", "session ok", "Course.A ok", "Course.B ok", "Course.C ok", "Course.D ok"}));
+  EXPECT_EQ(outcomes,
+            (Strings{"login ok", "session ok", "Course.A ok", "Course.B ok", "Course.C ok", "Course.D ok"}));
   EXPECT_EQ(receivedCommands("Course."), parked);
   std::size_t same = 0;
   for (const auto& frame : server.receivedFrames()) {

@@ -24,8 +24,9 @@ class LinkTimeout : public test::LiveLinkTest {
         }));
   }
   bool received(const std::string& command) {
-    return std::ranges::any_of(server.receivedFrames(),
-                               [&](const auto& frame) { return frame.text.find(command) != std::string::npos; });
+    return std::ranges::any_of(server.receivedFrames(), [&](const auto& frame) {
+      return frame.text.find(command) != std::string::npos;
+    });
   }
 
   DevServer server;

@@ -33,8 +33,8 @@ class LinkTls : public test::LiveLinkTest {
     EXPECT_FALSE(link.isOpen());
     EXPECT_TRUE(link.isClosed());
     EXPECT_EQ(server_->counters().opened, 0u);
-    EXPECT_EQ(names(), (Strings{"QXNotificationReachabilityStatusChange", "QXNotificationDidAutoReconnectFailed",
-                                "QXNotificationDidFailWithError"}));
+    EXPECT_EQ(names(), (Strings{"QXNotificationReachabilityStatusChange",
+                                "QXNotificationDidAutoReconnectFailed", "QXNotificationDidFailWithError"}));
     const auto info = json::parse(lastUserInfo(QXNotificationDidFailWithError));
     const auto& error = info.at("QXNotificationKey_Msg");
     EXPECT_EQ(error.at("domain").as_string(), "OrvTls");

@@ -48,7 +48,8 @@ TEST_F(LinkTrouble, TellsHowTheServerClosedAndComesBackAtOnce) {
   EXPECT_EQ(notifications[0].object, &link);
 
   cutAndComeBack({Cut::Kind::Close, 1000, ""});
-  EXPECT_EQ(lastUserInfo(QXNotificationDidCloseWithCode), R"({"code":1000})") << "the list ends at an absent reason";
+  EXPECT_EQ(lastUserInfo(QXNotificationDidCloseWithCode), R"({"code":1000})")
+      << "the list ends at an absent reason";
 
   cutAndComeBack({Cut::Kind::Close, 0, ""});
   EXPECT_EQ(lastUserInfo(QXNotificationDidCloseWithCode), R"({"code":1005})");
@@ -111,8 +112,8 @@ TEST_F(LinkTrouble, TellsThatTheServerRefusesFromTheStartAndGoesOnTrying) {
   DevServer late(options);
   start("ws://127.0.0.1:" + std::to_string(options.port));
   ASSERT_TRUE(waitForPosted(QXNotificationDidFailWithError));
-  EXPECT_EQ(names(), (Strings{"QXNotificationReachabilityStatusChange", "QXNotificationDidAutoReconnectFailed",
-                              "QXNotificationDidFailWithError"}));
+  EXPECT_EQ(names(), (Strings{"QXNotificationReachabilityStatusChange",
+                              "QXNotificationDidAutoReconnectFailed", "QXNotificationDidFailWithError"}));
   EXPECT_EQ(lastError().at("code").as_int64(), ECONNREFUSED);
   EXPECT_FALSE(lastError().at("description").as_string().empty());
   EXPECT_TRUE(link.isClosed());
@@ -164,7 +165,7 @@ TEST_F(LinkTrouble, TellsThatAServerIsAWebServerOnly) {
 
 TEST_F(LinkTrouble, TellsThatAServerSpeaksSomethingElse) {
   RawListener listener;
-  std::thread server([&] {
+  std::thread peerThread([&] {
     RawPeer peer = listener.accept();
     peer.readRequest();
     peer.send("220 mail.test ESMTP ready\r\n\r\n\x01\x02\x03");
@@ -172,7 +173,7 @@ TEST_F(LinkTrouble, TellsThatAServerSpeaksSomethingElse) {
   });
   start(listener.url());
   EXPECT_TRUE(waitForPosted(QXNotificationDidFailWithError));
-  server.join();
+  peerThread.join();
   EXPECT_EQ(lastError().at("domain").as_string(), "OrvWebSocket");
   EXPECT_EQ(lastError().at("code").as_int64(), 2133);
   EXPECT_TRUE(link.isClosed());
