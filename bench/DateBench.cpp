@@ -41,8 +41,10 @@ double medianCost(int calls, const std::function<std::size_t(Seconds)>& call) {
   std::size_t used = 0;
   for (int done = 0; done < calls; done += kBatch) {
     costs.push_back(nanosecondsOf([&] {
-      for (int i = 0; i < kBatch; ++i) used += call(Seconds(1'706'690'702.0 + 977 * (done + i)));
-    }) / kBatch);
+                      for (int i = 0; i < kBatch; ++i)
+                        used += call(Seconds(1'706'690'702.0 + 977 * (done + i)));
+                    }) /
+                    kBatch);
   }
   if (used == 0) std::exit(EXIT_FAILURE);
   std::nth_element(costs.begin(), costs.begin() + static_cast<std::ptrdiff_t>(costs.size() / 2), costs.end());
@@ -73,19 +75,17 @@ int main(int argc, char** argv) {
   std::printf("%d calls each, locale %s, zone %s\n", calls, locale.c_str(), zone.c_str());
 
   const double first = nanosecondsOf([] { QXDate::now().stringWithFormat(kPattern); });
-  const double fresh = medianCost(calls, [&](Seconds moment) {
-    return writeWithFreshFormatter(locale, zone, moment);
-  });
+  const double fresh =
+      medianCost(calls, [&](Seconds moment) { return writeWithFreshFormatter(locale, zone, moment); });
   const double kept = medianCost(calls, [&](Seconds moment) {
     return orv::DateFormat::withPattern(kPattern, locale, zone).format(moment).size();
   });
-  const double following = medianCost(
-      calls, [](Seconds moment) { return QXDate(moment).stringWithFormat(kPattern).size(); });
-  const double settings = medianCost(calls, [&](Seconds) {
-    return platform.localeName().size() + platform.timeZoneName().size();
-  });
-  const double fields = medianCost(
-      calls, [](Seconds moment) { return static_cast<std::size_t>(QXDate(moment).year()); });
+  const double following =
+      medianCost(calls, [](Seconds moment) { return QXDate(moment).stringWithFormat(kPattern).size(); });
+  const double settings = medianCost(
+      calls, [&](Seconds) { return platform.localeName().size() + platform.timeZoneName().size(); });
+  const double fields =
+      medianCost(calls, [](Seconds moment) { return static_cast<std::size_t>(QXDate(moment).year()); });
   const double adding = medianCost(calls, [](Seconds moment) {
     return static_cast<std::size_t>(QXDate(moment).dateByAddingDays(1).since1970().count());
   });

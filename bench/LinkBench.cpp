@@ -4,6 +4,7 @@
 
 #include "bench/support/BareClient.h"
 #include "bench/support/ServerProcess.h"
+#include "bench/support/UniqueRequests.h"
 
 #include <orvnetwork/orvnetwork.h>
 
@@ -104,14 +105,18 @@ int main(int argc, char** argv) {
   link.watchNetworkStatus();
   main.run();
 
-  const Send ours = [](std::function<void()> answered) {
-    orv::QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock(
+  bench::UniqueRequests requests;
+  const Send ours = [&](std::function<void()> answered) {
+    link.sendRequestItem(requests.make(
         "Dev.Echo", someValues(),
-        [answered = std::move(answered)](const auto&, bool, const json::object&) { answered(); },
+        [&requests, answered = std::move(answered)](const auto& item, bool, const json::object&) {
+          requests.ended(*item);
+          answered();
+        },
         [](const auto&) {
           std::fputs("a request timed out\n", stderr);
           std::abort();
-        });
+        }));
   };
 
   bench::MainLoop loop;

@@ -1,6 +1,7 @@
 // 100,000 requests outstanding: memory for each beside its frame text, and the cost of arming a time-out.
 
 #include "bench/support/ServerProcess.h"
+#include "bench/support/UniqueRequests.h"
 
 #include <orvnetwork/orvnetwork.h>
 #include <orvnetwork/transport/TimeoutList.h>
@@ -47,19 +48,17 @@ int main() {
   server.control(R"({"silence":true})");
 
   std::size_t texts = 0;
-  std::vector<std::weak_ptr<orv::QXRequestItem>> items;
-  items.reserve(kRequests);
+  bench::UniqueRequests requests;
   const auto before = allocatedBytes();
   const auto begin = std::chrono::steady_clock::now();
   for (std::size_t i = 0; i < kRequests; ++i) {
-    auto item = orv::QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
-        "Dev.Echo", orv::json::object{{"roomID", "1234567"}, {"start", i}},
-        [](const auto&, bool, const orv::json::object&) {}, [](const auto&) {});
+    const auto item = requests.make("Dev.Echo", {{"roomID", "1234567"}, {"start", i}},
+                                    [](const auto&, bool, const orv::json::object&) {}, [](const auto&) {});
     texts += item->jsonString->capacity() + 1;
     link.sendRequestItem(item);
   }
   main.post([&] { main.stop(); });
-  while (link.outstandingRequestCount() < kRequests - kRequests / 100) main.drain();
+  while (link.outstandingRequestCount() < kRequests) main.drain();
   const std::chrono::duration<double, std::micro> spent = std::chrono::steady_clock::now() - begin;
   // What still waits to be written is the texts' own business; let it go out first.
   main.run();

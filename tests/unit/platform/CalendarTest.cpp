@@ -53,10 +53,10 @@ TEST(Calendar, KnowsTheHabitsOfWeeks) {
     const char* locale;
     int firstWeekday, minimalDays;
   };
-  for (const Row& row : {Row{"en_US", 1, 1}, Row{"zh_CN", 2, 1}, Row{"zh", 2, 1}, Row{"en_CN", 2, 1},
-                         Row{"en_GB", 2, 4}, Row{"de_DE", 2, 4}, Row{"fr_FR", 2, 4}, Row{"ja_JP", 1, 1},
-                         Row{"zh_TW", 1, 1}, Row{"zh_HK", 1, 1}, Row{"en_US_POSIX", 1, 1},
-                         Row{"zh_CN.UTF-8", 2, 1}, Row{"de_DE@euro", 2, 4}}) {
+  for (const Row& row :
+       {Row{"en_US", 1, 1}, Row{"zh_CN", 2, 1}, Row{"zh", 2, 1}, Row{"en_CN", 2, 1}, Row{"en_GB", 2, 4},
+        Row{"de_DE", 2, 4}, Row{"fr_FR", 2, 4}, Row{"ja_JP", 1, 1}, Row{"zh_TW", 1, 1}, Row{"zh_HK", 1, 1},
+        Row{"en_US_POSIX", 1, 1}, Row{"zh_CN.UTF-8", 2, 1}, Row{"de_DE@euro", 2, 4}}) {
     EXPECT_EQ(calendarOf(row.locale).firstWeekday(), row.firstWeekday) << row.locale;
     EXPECT_EQ(calendarOf(row.locale).minimalDaysInFirstWeek(), row.minimalDays) << row.locale;
   }

@@ -15,9 +15,9 @@ struct Row {
 };
 
 TEST(NumericCompare, CallsTextsEqualWhoseNumbersHaveTheSameValue) {
-  for (const auto& [left, right] : {Row{"a1", "a01"}, Row{"x1y2", "x01y002"}, Row{"1.0", "1.00"},
-                                    Row{"007", "7"}, Row{"-1", "-01"}, Row{"", ""}, Row{"0", "000"},
-                                    Row{"same", "same"}, Row{"课程007", "课程7"}}) {
+  for (const auto& [left, right] :
+       {Row{"a1", "a01"}, Row{"x1y2", "x01y002"}, Row{"1.0", "1.00"}, Row{"007", "7"}, Row{"-1", "-01"},
+        Row{"", ""}, Row{"0", "000"}, Row{"same", "same"}, Row{"课程007", "课程7"}}) {
     EXPECT_TRUE(compareNumerically(left, right) == 0) << left << " " << right;
     EXPECT_TRUE(compareNumerically(right, left) == 0) << left << " " << right;
   }

@@ -51,7 +51,8 @@ TEST(QXCommonToolsTime, WritesTheYearOfTheWeek) {
 
 TEST(QXCommonToolsTime, TimesAtTheEndOfTheNumbersDoNoHarm) {
   DateTestPlatform::install();
-  for (const auto seconds : {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
+  for (const auto seconds :
+       {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
     EXPECT_NE(QXCommonTools::getTimeString(seconds), "");
     EXPECT_NE(QXCommonTools::getMessageTime(seconds), "");
     EXPECT_NE(QXCommonTools::getMMSSFromSS(seconds), "");
@@ -171,7 +172,10 @@ TEST(QXCommonToolsJson, WritesDictionariesAndArraysIndented) {
 TEST(QXCommonToolsJson, TellsTheConsoleWhatCannotBeWritten) {
   const Object unwritable[] = {json::object{{"x", std::numeric_limits<double>::quiet_NaN()}},
                                json::array{std::numeric_limits<double>::infinity()},
-                               "text", 7, nullptr, json::object{{"bad", "\xff"}}};
+                               "text",
+                               7,
+                               nullptr,
+                               json::object{{"bad", "\xff"}}};
   for (const Object& value : unwritable) {
     const ConsoleLines console;
     EXPECT_FALSE(QXCommonTools::DataTOjsonString(value));

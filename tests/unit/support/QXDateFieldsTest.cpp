@@ -124,8 +124,7 @@ TEST(QXDateFields, CalendarDaysAreCountedTheGregorianWay) {
 
 TEST(QXDateFields, ComponentsCountFromTheOtherDateLargestUnitsFirst) {
   DateTestPlatform::install();
-  const CalendarFields fields =
-      utc(2025, 4, 20, 12, 30, 5).componentsWithOffsetFromDate(utc(2024, 3, 1, 10));
+  const CalendarFields fields = utc(2025, 4, 20, 12, 30, 5).componentsWithOffsetFromDate(utc(2024, 3, 1, 10));
   EXPECT_EQ(fields.year, 1);
   EXPECT_EQ(fields.month, 1);
   EXPECT_EQ(fields.weekOfMonth, 2);

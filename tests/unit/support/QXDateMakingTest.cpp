@@ -56,8 +56,7 @@ TEST(QXDateMaking, HoursAndMinutesFromNowAreFixedSpans) {
 
 TEST(QXDateMaking, ReadsATextInTheUsersZone) {
   auto& platform = DateTestPlatform::install("en_US", "Asia/Shanghai");
-  EXPECT_EQ(QXDate::date_WithFormat("2024-01-31 08:05:06", "yyyy-MM-dd HH:mm:ss"),
-            utc(2024, 1, 31, 0, 5, 6));
+  EXPECT_EQ(QXDate::date_WithFormat("2024-01-31 08:05:06", "yyyy-MM-dd HH:mm:ss"), utc(2024, 1, 31, 0, 5, 6));
   platform.setZone("America/New_York");
   EXPECT_EQ(QXDate::date_WithFormat("2024-01-31 08:05:06", "yyyy-MM-dd HH:mm:ss"),
             utc(2024, 1, 31, 13, 5, 6));

@@ -31,10 +31,10 @@ constexpr std::array kMakeAtOnce = std::to_array<MakeAtOnce>({&QXDate::dateTomor
 constexpr std::array kMakeBy = std::to_array<MakeBy>(
     {&QXDate::dateWithDaysFromNow, &QXDate::dateWithDaysBeforeNow, &QXDate::dateWithHoursFromNow,
      &QXDate::dateWithHoursBeforeNow, &QXDate::dateWithMinutesFromNow, &QXDate::dateWithMinutesBeforeNow});
-constexpr std::array kTexts = std::to_array<Text>(
-    {&QXDate::shortString, &QXDate::shortTimeString, &QXDate::shortDateString, &QXDate::mediumString,
-     &QXDate::mediumTimeString, &QXDate::mediumDateString, &QXDate::longString, &QXDate::longTimeString,
-     &QXDate::longDateString});
+constexpr std::array kTexts =
+    std::to_array<Text>({&QXDate::shortString, &QXDate::shortTimeString, &QXDate::shortDateString,
+                         &QXDate::mediumString, &QXDate::mediumTimeString, &QXDate::mediumDateString,
+                         &QXDate::longString, &QXDate::longTimeString, &QXDate::longDateString});
 constexpr std::array kTests = std::to_array<Test>(
     {&QXDate::isToday, &QXDate::isTomorrow, &QXDate::isYesterday, &QXDate::isThisWeek, &QXDate::isNextWeek,
      &QXDate::isLastWeek, &QXDate::isThisMonth, &QXDate::isNextMonth, &QXDate::isLastMonth,
@@ -63,18 +63,17 @@ using OwnForms =
                std::string (QXDate::*)(DateStyle, DateStyle) const,
                std::optional<QXDate> (QXDate::*)(std::string_view) const,
                CalendarFields (QXDate::*)(const QXDate&) const>;
-[[maybe_unused]] constexpr OwnForms kOwnForms{&QXDate::currentCalendar,
-                                              &QXDate::date_WithFormat,
-                                              &QXDate::stringWithFormat,
-                                              &QXDate::stringWithDateStyle_timeStyle,
-                                              &QXDate::dateWithFormatter,
-                                              &QXDate::componentsWithOffsetFromDate};
+[[maybe_unused]] constexpr OwnForms kOwnForms{
+    &QXDate::currentCalendar,   &QXDate::date_WithFormat,
+    &QXDate::stringWithFormat,  &QXDate::stringWithDateStyle_timeStyle,
+    &QXDate::dateWithFormatter, &QXDate::componentsWithOffsetFromDate};
 
 constexpr std::size_t kOperations = 75;
 
 TEST(QXDateOperations, ThereAreSeventyFive) {
   EXPECT_EQ(kMakeAtOnce.size() + kMakeBy.size() + kTexts.size() + kTests.size() + kComparisons.size() +
-                kShifts.size() + kOthers.size() + kDistances.size() + kWholes.size() + std::tuple_size_v<OwnForms>,
+                kShifts.size() + kOthers.size() + kDistances.size() + kWholes.size() +
+                std::tuple_size_v<OwnForms>,
             kOperations);
 }
 

@@ -36,9 +36,8 @@ class PeerCase {
 };
 
 std::vector<PeerCase> casesOfPeer(int seed, int count) {
-  test::ChildProgram peer("/usr/bin/python3",
-                          {"-B", ORV_TEST_SOURCE_DIR "/support/calendar_peer.py", std::to_string(seed),
-                           std::to_string(count)});
+  test::ChildProgram peer("/usr/bin/python3", {"-B", ORV_TEST_SOURCE_DIR "/support/calendar_peer.py",
+                                               std::to_string(seed), std::to_string(count)});
   peer.closeInput();
   const test::ChildResult result = peer.wait(std::chrono::seconds(100));
   EXPECT_EQ(result.exitCode, 0) << result.errors;

@@ -55,8 +55,8 @@ class QXDateProperties : public ::testing::Test {
       const char* locale = kLocales[random_.below(kLocales.size())];
       platform_.setUser(locale, zone);
       const QXDate date = anyDate();
-      SCOPED_TRACE(std::string("seed ") + std::to_string(kSeed) + ", case " + std::to_string(i) + ": " + zone +
-                   " " + locale + " " + std::to_string(date.since1970().count()));
+      SCOPED_TRACE(std::string("seed ") + std::to_string(kSeed) + ", case " + std::to_string(i) + ": " +
+                   zone + " " + locale + " " + std::to_string(date.since1970().count()));
       ASSERT_NO_FATAL_FAILURE(property(date));
     }
   }
@@ -165,13 +165,15 @@ TEST_F(QXDateProperties, MonthsAndYearsAddedKeepTheDayOrTakeTheLast) {
 
 TEST_F(QXDateProperties, BeforeIsTheNegationOfAfter) {
   forEachDate(4000, [&](const QXDate& date) {
-    const QXDate other(date.since1970() + Seconds(static_cast<double>(between(-400'000'000, 400'000'000)) / 8));
+    const QXDate other(date.since1970() +
+                       Seconds(static_cast<double>(between(-400'000'000, 400'000'000)) / 8));
     ASSERT_EQ(date.minutesBeforeDate(other), -date.minutesAfterDate(other));
     ASSERT_EQ(date.hoursBeforeDate(other), -date.hoursAfterDate(other));
     ASSERT_EQ(date.daysBeforeDate(other), -date.daysAfterDate(other));
     ASSERT_EQ(date.minutesAfterDate(other), -other.minutesAfterDate(date));
     ASSERT_EQ(date.isEarlierThanDate(other), other.isLaterThanDate(date));
-    ASSERT_LE(std::abs(date.minutesAfterDate(other)) * 60, std::abs((date.since1970() - other.since1970()).count()));
+    ASSERT_LE(std::abs(date.minutesAfterDate(other)) * 60,
+              std::abs((date.since1970() - other.since1970()).count()));
   });
 }
 
@@ -180,7 +182,8 @@ TEST_F(QXDateProperties, APatternThatKeepsEverythingReadsBackTheSame) {
     // Zones had offsets of odd seconds long ago; those who write them need a letter more.
     ASSERT_EQ(date.dateWithFormatter("yyyy-MM-dd HH:mm:ss.SSS XXXXX"), date);
     const QXDate plain = date.dateWithFormatter("yyyy-MM-dd HH:mm:ss.SSS").value();
-    ASSERT_EQ(plain.stringWithFormat("yyyy-MM-dd HH:mm:ss.SSS"), date.stringWithFormat("yyyy-MM-dd HH:mm:ss.SSS"));
+    ASSERT_EQ(plain.stringWithFormat("yyyy-MM-dd HH:mm:ss.SSS"),
+              date.stringWithFormat("yyyy-MM-dd HH:mm:ss.SSS"));
     ASSERT_TRUE(isSecondOfTwo(date) || plain == date);
   });
 }

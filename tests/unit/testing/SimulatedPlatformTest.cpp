@@ -251,7 +251,6 @@ TEST(SimulatedPlatform, TellsLocaleAndZoneAsSet) {
   platform.setTimeZone("Asia/Shanghai");
   EXPECT_EQ(platform.localeName(), "zh_CN");
   EXPECT_EQ(platform.timeZoneName(), "Asia/Shanghai");
-  EXPECT_FALSE(platform.canBlock());
 }
 
 TEST(SimulatedPlatform, RunsTheLibrarysTimersOnItsClockWhenInstalled) {
