@@ -75,7 +75,6 @@ double pipelined(const Send& send, const RunLoop& run, const std::function<void(
   return kPipelined / std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-
 double median(std::vector<double> values) {
   std::ranges::sort(values);
   return values[values.size() / 2];
@@ -144,7 +143,8 @@ int main(int argc, char** argv) {
   const char* where = oneCpu ? "client and server on one CPU" : "scheduler free";
   std::printf("round trip p50, %s: library %.1f us, bare client %.1f us, ratio %.2f (budget %.2f)\n", where,
               median(latencyOurs), median(latencyBare), median(latencyRatio), oneCpu ? 1.35 : 1.2);
-  std::printf("pipelined, 256 outstanding, %s: library %.0f/s, bare client %.0f/s, ratio %.2f (budget 1.20)\n",
-              where, median(rateOurs), median(rateBare), median(rateRatio));
+  std::printf(
+      "pipelined, 256 outstanding, %s: library %.0f/s, bare client %.0f/s, ratio %.2f (budget 1.20)\n", where,
+      median(rateOurs), median(rateBare), median(rateRatio));
   return 0;
 }

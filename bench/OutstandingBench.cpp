@@ -52,8 +52,9 @@ int main() {
   const auto before = allocatedBytes();
   const auto begin = std::chrono::steady_clock::now();
   for (std::size_t i = 0; i < kRequests; ++i) {
-    const auto item = requests.make("Dev.Echo", {{"roomID", "1234567"}, {"start", i}},
-                                    [](const auto&, bool, const orv::json::object&) {}, [](const auto&) {});
+    const auto item = requests.make(
+        "Dev.Echo", {{"roomID", "1234567"}, {"start", i}}, [](const auto&, bool, const orv::json::object&) {},
+        [](const auto&) {});
     texts += item->jsonString->capacity() + 1;
     link.sendRequestItem(item);
   }
@@ -63,9 +64,10 @@ int main() {
   // What still waits to be written is the texts' own business; let it go out first.
   main.run();
   const auto each = static_cast<double>(allocatedBytes() - before - texts) / kRequests;
-  std::printf("100,000 outstanding: %zu in the table, %.0f bytes each beside the frame text (budget 1024), "
-              "%.1f us to build and send each\n",
-              link.outstandingRequestCount(), each, spent.count() / kRequests);
+  std::printf(
+      "100,000 outstanding: %zu in the table, %.0f bytes each beside the frame text (budget 1024), "
+      "%.1f us to build and send each\n",
+      link.outstandingRequestCount(), each, spent.count() / kRequests);
   std::printf("arming a time-out: %.0f ns (budget 100)\n", armNanoseconds());
   return 0;
 }

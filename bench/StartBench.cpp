@@ -55,9 +55,10 @@ constexpr const char* kKey = "dGhlIHNhbXBsZSBub25jZQ==";
 int rawProcess(unsigned short port) {
   unsigned short bound = 0;
   const int socket = loopbackSocket(port, false, bound);
-  const std::string request = "GET / HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                              "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: " +
-                              std::string(kKey) + "\r\n\r\n";
+  const std::string request =
+      "GET / HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+      "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: " +
+      std::string(kKey) + "\r\n\r\n";
   ::send(socket, request.data(), request.size(), 0);
   readUntil(socket, "\r\n\r\n");
   const unsigned char ping[] = {0x81, 0x84, 0, 0, 0, 0, 'P', 'I', 'N', 'G'};
@@ -90,9 +91,10 @@ double startToFrame(std::vector<std::string> arguments, int listener) {
   if (::posix_spawn(&pid, argv[0], nullptr, nullptr, argv.data(), environ) != 0) std::abort();
   const int client = ::accept(listener, nullptr, nullptr);
   const auto request = readUntil(client, "\r\n\r\n");
-  const std::string answer = "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                             "Sec-WebSocket-Accept: " +
-                             acceptFor(request) + "\r\n\r\n";
+  const std::string answer =
+      "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+      "Sec-WebSocket-Accept: " +
+      acceptFor(request) + "\r\n\r\n";
   ::send(client, answer.data(), answer.size(), 0);
   char frame[10];
   for (std::size_t got = 0; got < sizeof frame;) {
@@ -124,8 +126,9 @@ int main(int argc, char** argv) {
         startToFrame({ORV_MINIMAL_PROGRAM, "ws://127.0.0.1:" + std::to_string(port)}, listener));
     raw.push_back(startToFrame({argv[0], "--raw", std::to_string(port)}, listener));
   }
-  std::printf("process start to first PING, p50: library %.1f ms, raw process %.1f ms, difference %.1f ms "
-              "(budget 15)\n",
-              median(library), median(raw), median(library) - median(raw));
+  std::printf(
+      "process start to first PING, p50: library %.1f ms, raw process %.1f ms, difference %.1f ms "
+      "(budget 15)\n",
+      median(library), median(raw), median(library) - median(raw));
   return 0;
 }

@@ -89,7 +89,10 @@ void request(const Operation& operation, const std::vector<Object>& arguments,
         waiting->end(complete(waiting->operation, *item, success, reply));
       },
       [waiting](const auto& item) {
-        if (!item) return waiting->end(noReply(waiting->operation, "", "nothing was sent: there is nothing to ask for"));
+        if (!item) {
+          return waiting->end(
+              noReply(waiting->operation, "", "nothing was sent: there is nothing to ask for"));
+        }
         // A request that finds the link closed hears of it before it has returned.
         waiting->end(noReply(waiting->operation, item->command.value_or(""),
                              waiting->sending ? "the link is not open" : "no reply within 10 s"));

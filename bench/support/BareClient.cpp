@@ -88,8 +88,10 @@ void BareClient::connect() {
 void BareClient::request(const std::string& command, json::object values, Callback callback) {
   const auto id = ++impl_->lastId;
   impl_->callbacks.emplace(id, std::move(callback));
-  const json::object frame{{"c", command}, {"r", "1"}, {"g", "bench"},           {"a", "1"},
-                           {"b", "1.0.1"}, {"s", std::to_string(id)}, {"v", std::move(values)}};
+  const json::object frame{{"c", command},          {"r", "1"},
+                           {"g", "bench"},          {"a", "1"},
+                           {"b", "1.0.1"},          {"s", std::to_string(id)},
+                           {"v", std::move(values)}};
   asio::post(impl_->io, [impl = impl_.get(), text = json::serialize(frame)]() mutable {
     impl->outgoing.push_back(std::move(text));
     if (impl->outgoing.size() == 1) impl->write();

@@ -53,9 +53,10 @@ void ServerProcess::control(const std::string& json) const {
   address.sin_family = AF_INET;
   address.sin_port = htons(port_);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  const std::string request = "POST /control HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n"
-                              "Content-Type: application/json\r\nContent-Length: " +
-                              std::to_string(json.size()) + "\r\n\r\n" + json;
+  const std::string request =
+      "POST /control HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n"
+      "Content-Type: application/json\r\nContent-Length: " +
+      std::to_string(json.size()) + "\r\n\r\n" + json;
   std::string answer;
   if (::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
       ::send(socket, request.data(), request.size(), 0) == static_cast<ssize_t>(request.size())) {

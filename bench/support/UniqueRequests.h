@@ -13,10 +13,11 @@ namespace bench {
 class UniqueRequests {
  public:
   std::shared_ptr<orv::QXRequestItem> make(const char* command, const orv::json::object& values,
-                                           const orv::CompleteBlock& complete, const orv::TimeoutBlock& timeout) {
+                                           const orv::CompleteBlock& complete,
+                                           const orv::TimeoutBlock& timeout) {
     for (;;) {
-      auto item = orv::QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(command, values,
-                                                                                            complete, timeout);
+      auto item = orv::QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
+          command, values, complete, timeout);
       if (outstanding_.insert(item->timestamp).second) return item;
     }
   }

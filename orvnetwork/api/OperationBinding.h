@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/api/OperationRegistry.h>
+#include <orvnetwork/support/QXDate.h>
 
 #include <algorithm>
 #include <concepts>
@@ -18,19 +19,6 @@ inline constexpr bool isOptional = false;
 template <typename T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
-/// The moment so many seconds after the beginning of 1970; a fraction counts to the microsecond.
-inline WallTime momentOf(const json::value& seconds) {
-  // The clock's type holds some 292 years either way; what lies beyond is taken as its end.
-  constexpr std::int64_t kFarthest = 9'200'000'000;
-  if (const auto* whole = seconds.if_int64()) {
-    return WallTime(std::chrono::seconds(std::clamp(*whole, -kFarthest, kFarthest)));
-  }
-  constexpr auto kFarthestReal = static_cast<double>(kFarthest);
-  const double clamped = std::clamp(seconds.to_number<double>(), -kFarthestReal, kFarthestReal);
-  const std::chrono::duration<double, std::micro> micros = Seconds(clamped);
-  return WallTime(std::chrono::microseconds(static_cast<std::int64_t>(micros.count())));
-}
-
 template <typename T>
 struct Argument {
   using Type = std::remove_cvref_t<T>;
@@ -40,7 +28,7 @@ struct Argument {
       return ArgumentKind::Text;
     } else if constexpr (std::same_as<Type, Object> || std::same_as<Type, RequiredObject>) {
       return ArgumentKind::Any;
-    } else if constexpr (std::same_as<Type, WallTime> || std::same_as<Type, std::optional<WallTime>>) {
+    } else if constexpr (std::same_as<Type, QXDate> || std::same_as<Type, std::optional<QXDate>>) {
       return ArgumentKind::Date;
     } else if constexpr (std::same_as<Type, json::object> ||
                          std::same_as<Type, std::optional<json::object>>) {
@@ -67,8 +55,8 @@ struct Argument {
       return value;
     } else if constexpr (std::same_as<Type, RequiredObject>) {
       return RequiredObject(*value);
-    } else if constexpr (std::same_as<Type, WallTime>) {
-      return momentOf(*value);
+    } else if constexpr (std::same_as<Type, QXDate>) {
+      return QXDate(Seconds(value->to_number<double>()));
     } else if constexpr (isOptional<Type>) {
       if (!value) return std::nullopt;
       return Argument<typename Type::value_type>::from(value);

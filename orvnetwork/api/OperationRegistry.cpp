@@ -2,7 +2,6 @@
 #include <orvnetwork/api/OperationTable.h>
 
 #include <algorithm>
-#include <cmath>
 
 namespace orv {
 
@@ -13,12 +12,6 @@ bool isInteger(const json::value& value, ArgumentKind kind) {
     return value.is_uint64() || (value.is_int64() && value.get_int64() >= -1);
   }
   return value.is_int64() || (value.is_uint64() && value.get_uint64() <= INT64_MAX);
-}
-
-/// Whether it is a number of seconds that a moment can be told by: the years 1678 to 2261.
-bool isDate(const json::value& value) {
-  constexpr double kGreatest = 9.2e9;
-  return value.is_number() && std::abs(value.to_number<double>()) <= kGreatest;
 }
 
 bool fits(const json::value& value, ArgumentKind kind) {
@@ -35,11 +28,10 @@ bool fits(const json::value& value, ArgumentKind kind) {
     case ArgumentKind::UnsignedInteger:
       return isInteger(value, kind);
     case ArgumentKind::Real:
+    case ArgumentKind::Date:
       return value.is_number();
     case ArgumentKind::Flag:
       return value.is_bool();
-    case ArgumentKind::Date:
-      return isDate(value);
   }
   return false;
 }

@@ -87,8 +87,8 @@ void QXAPIHelperCourseList::courseGetItems_liveType_start_limit_draft_completeBl
 void QXAPIHelperCourseList::
     filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
         const RequiredObject& classroomID, std::int64_t liveType, std::int64_t start, std::int64_t limit,
-        bool draft, std::int64_t uID, const OptionalString& keyword, std::optional<WallTime> toTime,
-        std::optional<WallTime> fromTime, CompleteBlock completeBlock, TimeoutBlock timeoutBlock) {
+        bool draft, std::int64_t uID, const OptionalString& keyword, const std::optional<QXDate>& toTime,
+        const std::optional<QXDate>& fromTime, CompleteBlock completeBlock, TimeoutBlock timeoutBlock) {
   Values values = classroomCourses(classroomID, liveType, start, limit, draft);
   if (uID > 0) values.set("uID", uID);
   values.setIfNotEmpty("keyword", keyword);

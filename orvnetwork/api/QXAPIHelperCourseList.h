@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/Export.h>
+#include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
 namespace orv {
@@ -80,8 +81,8 @@ class ORV_EXPORT QXAPIHelperCourseList {
   static void
   filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
       const RequiredObject& classroomID, std::int64_t liveType, std::int64_t start, std::int64_t limit,
-      bool draft, std::int64_t uID, const OptionalString& keyword, std::optional<WallTime> toTime,
-      std::optional<WallTime> fromTime, CompleteBlock completeBlock, TimeoutBlock timeoutBlock);
+      bool draft, std::int64_t uID, const OptionalString& keyword, const std::optional<QXDate>& toTime,
+      const std::optional<QXDate>& fromTime, CompleteBlock completeBlock, TimeoutBlock timeoutBlock);
 
   /// "Course.Get.Income": what courses brought in.
   /// @param start index of the first row wanted

@@ -41,8 +41,9 @@ std::string minuteText(std::uint64_t secondsSince1970) {
   return text.data();
 }
 
-std::string secondText(WallTime moment) {
-  const LocalTime time = LocalTime::of(moment);
+std::string secondText(const QXDate& moment) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(moment.since1970()).count();
+  const LocalTime time = LocalTime::ofSeconds(seconds, Platform::current().timeZoneName());
   std::array<char, 96> text;
   std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year, time.month, time.day,
                 time.hour, time.minute, time.second);

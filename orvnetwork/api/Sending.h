@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/api/Values.h>
+#include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
 #include <string_view>
@@ -21,6 +22,6 @@ std::string applicationVersion();
 /// A moment as "2024-01-31 08:45" in the time zone in use, whatever the locale.
 std::string minuteText(std::uint64_t secondsSince1970);
 /// A moment as "2024-01-31 08:45:02" likewise.
-std::string secondText(WallTime moment);
+std::string secondText(const QXDate& moment);
 
 }  // namespace orv

@@ -41,7 +41,9 @@ bool areCountable(const CalendarFields& fields) {
   constexpr std::int64_t kMaxYear = 4'000'000;
   constexpr std::int64_t kMaxMonth = 1'000'000;
   constexpr std::int64_t kMaxOther = 100'000'000;
-  const auto within = [](std::int64_t value, std::int64_t limit) { return value >= -limit && value <= limit; };
+  const auto within = [](std::int64_t value, std::int64_t limit) {
+    return value >= -limit && value <= limit;
+  };
   return within(fields.year, kMaxYear) && within(fields.month, kMaxMonth) && within(fields.day, kMaxOther) &&
          within(fields.hour, kMaxOther) && within(fields.minute, kMaxOther) &&
          within(fields.second, kMaxOther);

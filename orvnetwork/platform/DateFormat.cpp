@@ -26,8 +26,7 @@ DateFormatPool::Lease lease(const detail::DateFormatKey& key) {
 }  // namespace
 
 DateFormat DateFormat::withPattern(std::string_view pattern, std::string locale, std::string zone) {
-  return DateFormat(
-      {.pattern = std::string(pattern), .locale = std::move(locale), .zone = std::move(zone)});
+  return DateFormat({.pattern = std::string(pattern), .locale = std::move(locale), .zone = std::move(zone)});
 }
 
 DateFormat DateFormat::withPattern(std::string_view pattern) {

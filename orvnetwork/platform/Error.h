@@ -11,9 +11,7 @@ struct Error {
   std::string description;
 
   /// The error as a dictionary with "domain", "code" and "description", for a notification's user info.
-  json::object toJson() const {
-    return {{"domain", domain}, {"code", code}, {"description", description}};
-  }
+  json::object toJson() const { return {{"domain", domain}, {"code", code}, {"description", description}}; }
   /// The error as one line: `domain code: description`.
   std::string text() const { return domain + " " + std::to_string(code) + ": " + description; }
 

@@ -13,9 +13,8 @@ class Task {
  public:
   Task() = default;
   template <typename Function>
-    requires(!std::same_as<std::remove_cvref_t<Function>, Task> &&
-             std::is_invocable_v<std::remove_cvref_t<Function>&>)
-  Task(Function&& function) {
+  requires(!std::same_as<std::remove_cvref_t<Function>, Task> &&
+           std::is_invocable_v<std::remove_cvref_t<Function>&>) Task(Function&& function) {
     using Stored = std::remove_cvref_t<Function>;
     if constexpr (fitsInline<Stored>) {
       ::new (static_cast<void*>(storage_)) Stored(std::forward<Function>(function));
@@ -50,16 +49,15 @@ class Task {
   static constexpr std::size_t kInlineSize = 6 * sizeof(void*);
 
   template <typename F>
-  static constexpr bool fitsInline = sizeof(F) <= kInlineSize && alignof(F) <= alignof(void*) &&
-                                     std::is_nothrow_move_constructible_v<F>;
+  static constexpr bool fitsInline = sizeof(F) <= kInlineSize &&
+                                     alignof(F) <= alignof(void*) && std::is_nothrow_move_constructible_v<F>;
   template <typename F>
-  static constexpr Operations inlineOperations = {
-      [](void* at) { (*static_cast<F*>(at))(); },
-      [](void* from, void* to) noexcept {
-        ::new (to) F(std::move(*static_cast<F*>(from)));
-        static_cast<F*>(from)->~F();
-      },
-      [](void* at) noexcept { static_cast<F*>(at)->~F(); }};
+  static constexpr Operations inlineOperations = {[](void* at) { (*static_cast<F*>(at))(); },
+                                                  [](void* from, void* to) noexcept {
+                                                    ::new (to) F(std::move(*static_cast<F*>(from)));
+                                                    static_cast<F*>(from)->~F();
+                                                  },
+                                                  [](void* at) noexcept { static_cast<F*>(at)->~F(); }};
   template <typename F>
   static constexpr Operations heapOperations = {
       [](void* at) { (**static_cast<F**>(at))(); },

@@ -59,7 +59,8 @@ class ScheduledTimer final : public Timer, public std::enable_shared_from_this<S
  private:
   void arm() {
     auto& platform = Platform::current();
-    handle_ = platform.delays().runAt(due_, platform.mainQueue(), [self = shared_from_this()] { self->onDue(); });
+    handle_ =
+        platform.delays().runAt(due_, platform.mainQueue(), [self = shared_from_this()] { self->onDue(); });
   }
 
   void onDue() {

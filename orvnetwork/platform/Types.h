@@ -54,10 +54,7 @@ class Object : public std::optional<json::value> {
   Object(bool flag) { emplace(flag); }
   Object(double number) { emplace(number); }
   template <std::integral Integer>
-    requires(!std::same_as<Integer, bool>)
-  Object(Integer number) {
-    emplace(number);
-  }
+  requires(!std::same_as<Integer, bool>) Object(Integer number) { emplace(number); }
 };
 
 /// Any JSON value that must be there: what an operation takes where it passes an argument through that the
@@ -65,12 +62,12 @@ class Object : public std::optional<json::value> {
 class RequiredObject {
  public:
   template <typename T>
-    requires(std::constructible_from<Object, T> && !std::same_as<std::remove_cvref_t<T>, std::nullopt_t> &&
-             !std::same_as<std::remove_cvref_t<T>, std::nullptr_t> &&
-             !std::derived_from<std::remove_cvref_t<T>, std::optional<json::value>> &&
-             !std::same_as<std::remove_cvref_t<T>, OptionalString> &&
-             !std::same_as<std::remove_cvref_t<T>, RequiredObject>)
-  RequiredObject(T&& value) : object_(std::forward<T>(value)) {}
+  requires(std::constructible_from<Object, T> && !std::same_as<std::remove_cvref_t<T>, std::nullopt_t> &&
+           !std::same_as<std::remove_cvref_t<T>, std::nullptr_t> &&
+           !std::derived_from<std::remove_cvref_t<T>, std::optional<json::value>> &&
+           !std::same_as<std::remove_cvref_t<T>, OptionalString> &&
+           !std::same_as<std::remove_cvref_t<T>, RequiredObject>) RequiredObject(T&& value)
+      : object_(std::forward<T>(value)) {}
 
   operator const Object&() const { return object_; }
 

@@ -83,10 +83,9 @@ void RequestTable::expireDue(std::vector<std::int64_t> due, std::size_t next, Se
     break;
   }
   if (next == due.size()) return;
-  Platform::current().mainQueue().post(
-      [this, due = std::move(due), next, turn = std::move(turn)]() mutable {
-        expireDue(std::move(due), next, std::move(turn));
-      });
+  Platform::current().mainQueue().post([this, due = std::move(due), next, turn = std::move(turn)]() mutable {
+    expireDue(std::move(due), next, std::move(turn));
+  });
 }
 
 void RequestTable::expire(const ItemPointer& item) {

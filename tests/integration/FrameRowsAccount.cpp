@@ -10,8 +10,8 @@ const FrameRows& accountRows() {
        R"({"b":1,"a":[null,true,"文"]})"},
       {"requestWithCommand:values:completeBlock:timeoutBlock:", R"(["A.B",null])", "A.B", ""},
       {"requestWithCommand:values:completeBlock:timeoutBlock:", R"(["A.B",{}])", "A.B", "{}"},
-      {"requestWithCommand:values:completeBlock:timeoutBlock:", R"(["A.B",{"null":null,"nested":{"in":null}}])",
-       "A.B", R"({"null":null,"nested":{"in":null}})"},
+      {"requestWithCommand:values:completeBlock:timeoutBlock:",
+       R"(["A.B",{"null":null,"nested":{"in":null}}])", "A.B", R"({"null":null,"nested":{"in":null}})"},
 
       {"loginWithMobile:password:completeBlock:timeoutBlock:", R"(["13800000001","abc"])", "User.Post.Login",
        R"({"phone":"13800000001","dev":1,"imei":"ios","pwd":"900150983cd24fb0d6963f7d28e17f72","guid":"live-uuid"})"},

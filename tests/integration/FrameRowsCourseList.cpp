@@ -54,6 +54,9 @@ const FrameRows& courseListRows() {
       {kFilter, R"([7,2,0,30,true,0,null,-0.5,-2208988800.25])", "Course.Get.Items",
        R"({"classroomID":7,"start":0,"liveType":2,"limit":30,"draft":true,)"
        R"("toTime":"1970-01-01 07:59:59","fromTime":"1900-01-01 08:05:42"})"},
+      {kFilter, R"([7,2,0,30,true,0,null,253402272000,253402271999])", "Course.Get.Items",
+       R"({"classroomID":7,"start":0,"liveType":2,"limit":30,"draft":true,)"
+       R"("toTime":"10000-01-01 00:00:00","fromTime":"9999-12-31 23:59:59"})"},
       {"getCourseIncome:limit:completeBlock:timeoutBlock:", "[0,30]", "Course.Get.Income",
        R"({"start":0,"limit":30})"},
       {"getMyfollow:start:limit:completeBlock:timeoutBlock:", R"(["88",0,30])", "Course.User.Myfollow",

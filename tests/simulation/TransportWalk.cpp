@@ -169,9 +169,12 @@ void TransportWalk::serve(testing::ConnectionId connection, const json::object& 
   } else {
     return;  // no answer
   }
-  static const std::vector<ReplyFault> kFaults{ReplyFault::drop(),      ReplyFault::late(Seconds(3)),
-                                               ReplyFault::late(Seconds(9.9999)), ReplyFault::late(Seconds(15)),
-                                               ReplyFault::duplicate(), ReplyFault::reorder(),
+  static const std::vector<ReplyFault> kFaults{ReplyFault::drop(),
+                                               ReplyFault::late(Seconds(3)),
+                                               ReplyFault::late(Seconds(9.9999)),
+                                               ReplyFault::late(Seconds(15)),
+                                               ReplyFault::duplicate(),
+                                               ReplyFault::reorder(),
                                                ReplyFault::wrongTimestamp(-1000000000)};
   if (oneIn(4)) server_.faultNextReply(kFaults[static_cast<std::size_t>(pick(7))]);
 }
@@ -202,12 +205,13 @@ void TransportWalk::disturbLink() {
       platform_.network().setLatency(Seconds(pick(100) / 1000.0), Seconds(pick(100) / 1000.0));
       break;
     default: {
-      const std::vector<ConnectPlan> plans{ConnectPlan::refuse(),        ConnectPlan::refuse(Seconds(2)),
-                                           ConnectPlan::neverAnswer(),   ConnectPlan::unreachable(),
-                                           ConnectPlan::failTls(),       ConnectPlan::httpStatus(503),
-                                           ConnectPlan::endOfStream(),   ConnectPlan::accept(Seconds(4))};
+      const std::vector<ConnectPlan> plans{ConnectPlan::refuse(),      ConnectPlan::refuse(Seconds(2)),
+                                           ConnectPlan::neverAnswer(), ConnectPlan::unreachable(),
+                                           ConnectPlan::failTls(),     ConnectPlan::httpStatus(503),
+                                           ConnectPlan::endOfStream(), ConnectPlan::accept(Seconds(4))};
       for (int i = pick(4); i >= 0; --i) {
-        platform_.network().planConnect(plans[static_cast<std::size_t>(pick(static_cast<int>(plans.size())))]);
+        platform_.network().planConnect(
+            plans[static_cast<std::size_t>(pick(static_cast<int>(plans.size())))]);
       }
     }
   }
@@ -219,13 +223,21 @@ void TransportWalk::disturbNetwork() {
     return;
   }
   const bool there = !oneIn(4);
-  platform_.reachability().report(there ? (oneIn(3) ? ReachabilityStatus::Cellular : ReachabilityStatus::WiFi)
-                                        : (oneIn(3) ? ReachabilityStatus::Unknown : ReachabilityStatus::NotReachable));
+  platform_.reachability().report(
+      there ? (oneIn(3) ? ReachabilityStatus::Cellular : ReachabilityStatus::WiFi)
+            : (oneIn(3) ? ReachabilityStatus::Unknown : ReachabilityStatus::NotReachable));
 }
 
 void TransportWalk::sendGarbage() {
-  static const std::vector<std::string> kTexts{"",           "[]",  "{",      "PONG",  "{\"C\":1,\"s\":{},\"v\":{}}",
-                                               "{\"v\":[]}", "\xff", "{\"s\":\"1\"}", "null",
+  static const std::vector<std::string> kTexts{"",
+                                               "[]",
+                                               "{",
+                                               "PONG",
+                                               "{\"C\":1,\"s\":{},\"v\":{}}",
+                                               "{\"v\":[]}",
+                                               "\xff",
+                                               "{\"s\":\"1\"}",
+                                               "null",
                                                R"({"C":"Rooms.Push.Message","s":"0","v":{"ret":1001}})",
                                                R"({"C":"User.OtherDevice.Login","s":"0","v":{}})",
                                                R"({"C":"User.Post.Session","s":"0","v":{"ret":0}})"};
@@ -284,7 +296,8 @@ void TransportWalk::checkAtRest() {
   if (platform_.network().liveSockets() > 2) complain("sockets pile up");
   for (const auto& [timestamp, request] : requests_) {
     if (request.ends != 1) {
-      complain(request.command + " " + std::to_string(timestamp) + " ended " + std::to_string(request.ends) + " times");
+      complain(request.command + " " + std::to_string(timestamp) + " ended " + std::to_string(request.ends) +
+               " times");
     }
   }
   const auto logged = [this](std::string_view start) { return logged_[std::string(start)]; };
@@ -299,7 +312,8 @@ std::string TransportWalk::summary() const {
          std::to_string(tableTimeouts_) + " timed out, " + std::to_string(immediateTimeouts_) +
          " on a closed link, " + std::to_string(opens_) + " times open, " +
          std::to_string(platform_.network().sockets().size()) + " sockets, " +
-         std::to_string(platform_.elapsed().count()) + " s, " + std::to_string(platform_.stepsRun()) + " tasks";
+         std::to_string(platform_.elapsed().count()) + " s, " + std::to_string(platform_.stepsRun()) +
+         " tasks";
 }
 
 }  // namespace orv

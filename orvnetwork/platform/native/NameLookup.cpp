@@ -1,6 +1,6 @@
 #include <orvnetwork/platform/native/NameLookup.h>
-#include <orvnetwork/platform/native/ServiceThread.h>
 #include <orvnetwork/platform/native/NativeWebSocket.h>
+#include <orvnetwork/platform/native/ServiceThread.h>
 
 #include <atomic>
 #include <cerrno>

@@ -38,7 +38,8 @@ bool NativeMainQueue::isCurrent() const {
 bool NativeMainQueue::isOnItsThread(const char* operation) {
   claim();
   if (isCurrent()) return true;
-  Console::write(std::string(operation) + " of the main queue was called on another thread and does nothing there");
+  Console::write(std::string(operation) +
+                 " of the main queue was called on another thread and does nothing there");
   return false;
 }
 

@@ -1,7 +1,7 @@
 #include <orvnetwork/platform/native/LoopbackUrl.h>
 #include <orvnetwork/platform/native/NativeReachability.h>
-#include <orvnetwork/platform/native/ServiceThread.h>
 #include <orvnetwork/platform/native/NetworkWatcher.h>
+#include <orvnetwork/platform/native/ServiceThread.h>
 
 #include <cerrno>
 #include <mutex>

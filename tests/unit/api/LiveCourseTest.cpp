@@ -23,7 +23,7 @@ class LiveCourse : public LinkFixture {
   std::string span(std::int64_t to, std::int64_t from) {
     QXAPIHelper::
         filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
-            "7", 2, 0, 30, false, 0, {}, WallTime(seconds(to)), WallTime(seconds(from)), nullptr, nullptr);
+            "7", 2, 0, 30, false, 0, {}, QXDate(seconds(to)), QXDate(seconds(from)), nullptr, nullptr);
     const auto values = lastValues();
     return std::string(std::string_view(values.at("fromTime").as_string())) + " to " +
            std::string(std::string_view(values.at("toTime").as_string()));

@@ -29,22 +29,24 @@ class ApiHelper : public LinkFixture {
 
 TEST_F(ApiHelper, LogsInWithTheDigestOfThePasswordOnly) {
   bringUp();
-  QXAPIHelper::loginWithMobile_password_completeBlock_timeoutBlock("13800000001", "abc", complete(), timeout());
+  QXAPIHelper::loginWithMobile_password_completeBlock_timeoutBlock("13800000001", "abc", complete(),
+                                                                   timeout());
   EXPECT_EQ(lastSent(), R"(User.Post.Login {"phone":"13800000001","dev":1,"imei":"ios",)"
                         R"("pwd":"900150983cd24fb0d6963f7d28e17f72","guid":"uuid-1"})");
 }
 
 TEST_F(ApiHelper, HashesAPasswordUpToItsFirstZeroByte) {
   bringUp();
-  QXAPIHelper::loginWithMobile_password_completeBlock_timeoutBlock("1", std::string("abc\0def", 7), complete(),
-                                                                   timeout());
+  QXAPIHelper::loginWithMobile_password_completeBlock_timeoutBlock("1", std::string("abc\0def", 7),
+                                                                   complete(), timeout());
   EXPECT_NE(lastSent().find("900150983cd24fb0d6963f7d28e17f72"), std::string::npos);
 }
 
 TEST_F(ApiHelper, LogsInWithACode) {
   bringUp();
   QXAPIHelper::loginWithMobile_code_completeBlock_timeoutBlock("138", "4711", complete(), timeout());
-  EXPECT_EQ(lastSent(), R"(User.Post.Login {"phone":"138","dev":1,"imei":"ios","scode":"4711","guid":"uuid-1"})");
+  EXPECT_EQ(lastSent(),
+            R"(User.Post.Login {"phone":"138","dev":1,"imei":"ios","scode":"4711","guid":"uuid-1"})");
 }
 
 TEST_F(ApiHelper, SendsTheSessionsFirstArgumentAsTheUser) {
@@ -83,7 +85,8 @@ TEST_F(ApiHelper, SendsAGenericRequestWithNothingAdded) {
                                                                       timeout());
     return lastSent();
   };
-  EXPECT_EQ(request("Course.Wall.like", json::object{{"id", 5}, {"t", "文"}}), R"(Course.Wall.like {"id":5,"t":"文"})");
+  EXPECT_EQ(request("Course.Wall.like", json::object{{"id", 5}, {"t", "文"}}),
+            R"(Course.Wall.like {"id":5,"t":"文"})");
   EXPECT_EQ(request("a", json::object()), "a {}");
   EXPECT_EQ(request("a", std::nullopt), "a");
 }

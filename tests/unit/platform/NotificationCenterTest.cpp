@@ -44,7 +44,8 @@ TEST(NotificationCenter, FiltersByTheIdentityOfThePoster) {
   const std::string one = "same";
   const std::string two = "same";
   int calls = 0;
-  const auto token = center.observe("x", [&](const Notification&) { ++calls; }, &one);
+  const auto token = center.observe(
+      "x", [&](const Notification&) { ++calls; }, &one);
   center.post("x", &two);
   center.post("x");
   EXPECT_EQ(calls, 0);

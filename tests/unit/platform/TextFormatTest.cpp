@@ -178,8 +178,7 @@ TEST(TextFormat, EscapesTextInsideDictionaries) {
 TEST(TextFormat, CutsVeryLongDescriptionsAndSaysSo) {
   const json::object object = {{"k", json::string(100'000, 'x')}};
   const std::string whole = "{\n    k = " + std::string(100'000, 'x') + ";\n}";
-  EXPECT_EQ(describe(object),
-            whole.substr(0, kMaxDescriptionSize) + "…(cut)");
+  EXPECT_EQ(describe(object), whole.substr(0, kMaxDescriptionSize) + "…(cut)");
   const json::object fits = {{"k", json::string(kMaxDescriptionSize - 13, 'x')}};
   EXPECT_EQ(describe(fits).size(), kMaxDescriptionSize);
   EXPECT_EQ(describe(fits).back(), '}');

@@ -12,9 +12,22 @@ TEST_F(BadInput, IsLoggedAndDropped) {
   bringUp();
   const auto item = send("a");
   settle();
-  const Strings texts{"",          "pong",     "PONG ",        "\"PONG\"", "hello",           "12",
-                      "null",      "[]",       "[{\"s\":1}]",  "{",        "{\"C\":\"a\"}}",  R"({"v":[]})",
-                      R"({"v":1})", "{\"a\":1e400}", std::string(10000, '['), std::string("{\"a\":\"\0\"}", 9)};
+  const Strings texts{"",
+                      "pong",
+                      "PONG ",
+                      "\"PONG\"",
+                      "hello",
+                      "12",
+                      "null",
+                      "[]",
+                      "[{\"s\":1}]",
+                      "{",
+                      "{\"C\":\"a\"}}",
+                      R"({"v":[]})",
+                      R"({"v":1})",
+                      "{\"a\":1e400}",
+                      std::string(10000, '['),
+                      std::string("{\"a\":\"\0\"}", 9)};
   for (const auto& text : texts) server.send(1, text);
   settle();
   EXPECT_EQ(countLoggedStart(kParseError), texts.size());

@@ -110,9 +110,9 @@ TEST_F(LinkConfirmation, EndsTheKeepAliveWithTheLink) {
 TEST_F(LinkConfirmation, LogsItsLife) {
   bringUp();
   link.close();
-  EXPECT_EQ(logLines(), (Strings{"Network status change: 2", "auto reconnect, retry times: 0",
-                                 "Websocket Connected", "Recieve PONG form server, connect server success",
-                                 "WebSocket closing"}));
+  EXPECT_EQ(logLines(),
+            (Strings{"Network status change: 2", "auto reconnect, retry times: 0", "Websocket Connected",
+                     "Recieve PONG form server, connect server success", "WebSocket closing"}));
   EXPECT_EQ(console.back(), "WebSocket opening");
 }
 

@@ -7,8 +7,8 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
+#include <boost/json/serialize.hpp>
 
 #include <string>
 #include <vector>
@@ -54,7 +54,8 @@ class LinkFixture : public ::testing::Test {
     server.clearRecords();
   }
 
-  std::shared_ptr<QXRequestItem> makeItem(std::string command, std::optional<json::object> values = json::object()) {
+  std::shared_ptr<QXRequestItem> makeItem(std::string command,
+                                          std::optional<json::object> values = json::object()) {
     return QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
         command, std::move(values),
         [this, command](const auto& item, bool success, const json::object& reply) {
@@ -83,9 +84,10 @@ class LinkFixture : public ::testing::Test {
   }
   /// Lets the server answer every request with these values.
   void answerAll(json::object values) {
-    server.onRequest([this, values = std::move(values)](testing::ConnectionId connection, const json::object& frame) {
-      server.reply(connection, frame, values);
-    });
+    server.onRequest(
+        [this, values = std::move(values)](testing::ConnectionId connection, const json::object& frame) {
+          server.reply(connection, frame, values);
+        });
   }
 
   Strings names() const {

@@ -69,9 +69,8 @@ TEST_F(Push, ArrivesInOrderWithTheOthers) {
   bringUp();
   std::vector<std::int64_t> numbers;
   const auto token = NotificationCenter::defaultCenter().observe(
-      std::string(QXNotificationPushOrvMessage), [&](const Notification& posted) {
-        numbers.push_back(posted.userInfo->at("v").at("n").as_int64());
-      });
+      std::string(QXNotificationPushOrvMessage),
+      [&](const Notification& posted) { numbers.push_back(posted.userInfo->at("v").at("n").as_int64()); });
   for (int i = 0; i < 20; ++i) server.push(1, "Rooms.Push.Message", {{"n", i}});
   settle();
   ASSERT_EQ(numbers.size(), 20u);

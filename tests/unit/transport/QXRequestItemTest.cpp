@@ -3,9 +3,9 @@
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <gtest/gtest.h>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
-#include <gtest/gtest.h>
 
 #include <limits>
 #include <memory>
@@ -69,8 +69,12 @@ TEST_F(QXRequestItemTest, FramesACommandWithAllMembersInOrderAndOfTheirKinds) {
   platform.queueRandom({0});
   const auto item = standardItem("User.Post.Login", json::object{{"phone", "138"}, {"dev", 1}});
   const auto frame = frameOf(item);
-  const json::object expected{{"c", "User.Post.Login"}, {"r", "1"}, {"g", "uuid-1"}, {"a", "1"},
-                              {"b", "2.3.1.57"}, {"s", "1706661902345678"},
+  const json::object expected{{"c", "User.Post.Login"},
+                              {"r", "1"},
+                              {"g", "uuid-1"},
+                              {"a", "1"},
+                              {"b", "2.3.1.57"},
+                              {"s", "1706661902345678"},
                               {"v", {{"phone", "138"}, {"dev", 1}}}};
   EXPECT_EQ(json::serialize(frame), json::serialize(expected));
 }
@@ -133,7 +137,8 @@ TEST_F(QXRequestItemTest, ShowsTheCompactFramesDictionaryOnTheConsole) {
 }
 
 TEST_F(QXRequestItemTest, KeepsAnItemWithoutTextWhenTheValuesCannotBeWritten) {
-  for (const double bad : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+  for (const double bad :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
     console.clear();
     const auto item = standardItem("x", json::object{{"n", bad}});
     EXPECT_EQ(item->jsonString, std::nullopt);
@@ -154,7 +159,8 @@ TEST_F(QXRequestItemTest, StoresGivenFieldsAsTheyAre) {
   int completed = 0;
   int timedOut = 0;
   const auto item = QXRequestItem::initWithTimeStamp_command_jsonString_completeBlock_timeoutBlock(
-      -5, "c", "text", [&](const auto&, bool, const auto&) { ++completed; }, [&](const auto&) { ++timedOut; });
+      -5, "c", "text", [&](const auto&, bool, const auto&) { ++completed; },
+      [&](const auto&) { ++timedOut; });
   EXPECT_EQ(item->timestamp, -5);
   EXPECT_EQ(item->command, "c");
   EXPECT_EQ(item->jsonString, "text");
@@ -181,7 +187,9 @@ TEST_F(QXRequestItemTest, CopiesIntoTheSameRequestAgain) {
 TEST_F(QXRequestItemTest, CopiesIntoTheReceiversOwnClass) {
   struct TaggedItem : QXRequestItem {
     int tag = 7;
-    std::shared_ptr<QXRequestItem> copyWithZone() const override { return std::make_shared<TaggedItem>(*this); }
+    std::shared_ptr<QXRequestItem> copyWithZone() const override {
+      return std::make_shared<TaggedItem>(*this);
+    }
   };
   const std::shared_ptr<QXRequestItem> item = std::make_shared<TaggedItem>();
   const auto copy = std::dynamic_pointer_cast<TaggedItem>(item->copyWithZone());
@@ -195,8 +203,8 @@ TEST_F(QXRequestItemTest, KeepsTextsAsTheyAre) {
 }
 
 TEST_F(QXRequestItemTest, KeepsNumbersAtTheEdges) {
-  const auto values = json::object{{"min", INT64_MIN}, {"max", INT64_MAX}, {"umax", UINT64_MAX}, {"price", 9.9},
-                                   {"flag", true}};
+  const auto values = json::object{
+      {"min", INT64_MIN}, {"max", INT64_MAX}, {"umax", UINT64_MAX}, {"price", 9.9}, {"flag", true}};
   EXPECT_EQ(json::serialize(frameOf(standardItem("x", values))["v"].at("min")), "-9223372036854775808");
   EXPECT_EQ(json::value(frameOf(standardItem("x", values))["v"]), json::value(values));
   EXPECT_NE(standardItem("x", values)->jsonString->find("\"price\" : 9.9,"), std::string::npos);

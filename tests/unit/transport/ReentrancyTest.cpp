@@ -8,7 +8,8 @@ namespace {
 // What callbacks and observers of a host may do from inside.
 class Reentrancy : public LinkFixture {
  protected:
-  std::shared_ptr<QXRequestItem> itemThat(std::function<void()> completes, std::function<void()> timesOut = {}) {
+  std::shared_ptr<QXRequestItem> itemThat(std::function<void()> completes,
+                                          std::function<void()> timesOut = {}) {
     return QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
         "outer", json::object(), [completes](const auto&, bool, const auto&) { completes(); },
         [timesOut](const auto&) {
@@ -150,16 +151,16 @@ TEST_F(Reentrancy, ATimeoutStartsWhenASlowCallbackLetsGoOfTheTable) {
 
 TEST_F(Reentrancy, AnObserverMaySendWhenTheLinkOpens) {
   answerAll({{"ret", 0}});
-  const auto token = NotificationCenter::defaultCenter().observe(
-      std::string(QXNotificationDidOpen), [&](const Notification&) { send("hello"); });
+  const auto token = NotificationCenter::defaultCenter().observe(std::string(QXNotificationDidOpen),
+                                                                 [&](const Notification&) { send("hello"); });
   link.watchNetworkStatus();
   settle();
   EXPECT_EQ(outcomes, Strings{"hello ok"});
 }
 
 TEST_F(Reentrancy, AnObserverMayCloseTheLinkWhenItOpens) {
-  const auto token = NotificationCenter::defaultCenter().observe(
-      std::string(QXNotificationDidOpen), [&](const Notification&) { link.close(); });
+  const auto token = NotificationCenter::defaultCenter().observe(std::string(QXNotificationDidOpen),
+                                                                 [&](const Notification&) { link.close(); });
   link.watchNetworkStatus();
   runFor(100);
   EXPECT_TRUE(link.isClosed());

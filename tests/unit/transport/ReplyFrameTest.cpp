@@ -8,7 +8,8 @@ namespace orv {
 namespace {
 
 TEST(ReplyFrame, ReadsCommandIdentifierAndResultCode) {
-  const auto frame = ReplyFrame::read(R"({"C":"User.Post.Login","s":"1706661902345678","v":{"ret":5,"err":"no"}})");
+  const auto frame =
+      ReplyFrame::read(R"({"C":"User.Post.Login","s":"1706661902345678","v":{"ret":5,"err":"no"}})");
   ASSERT_TRUE(frame->isFrame());
   EXPECT_EQ(frame->command, "User.Post.Login");
   EXPECT_EQ(frame->timestamp, 1706661902345678);
@@ -54,8 +55,9 @@ TEST(ReplyFrame, TakesWrongKindsAsAbsent) {
 }
 
 TEST(ReplyFrame, RefusesWhatIsNotAFrame) {
-  for (const auto* text : {"", "PONG", "\"PONG\"", "12", "null", "[]", "[{}]", "{", "{\"a\":1}x", R"({"v":[]})",
-                           R"({"v":"text"})", R"({"v":1})", R"({"v":false})", "{\"a\":\"\xff\"}"}) {
+  for (const auto* text :
+       {"", "PONG", "\"PONG\"", "12", "null", "[]", "[{}]", "{", "{\"a\":1}x", R"({"v":[]})",
+        R"({"v":"text"})", R"({"v":1})", R"({"v":false})", "{\"a\":\"\xff\"}"}) {
     const auto frame = ReplyFrame::read(text);
     EXPECT_FALSE(frame->isFrame()) << text;
     EXPECT_FALSE(frame->error.description.empty()) << text;
@@ -70,7 +72,8 @@ TEST(ReplyFrame, RefusesDeepNestingWithoutHarm) {
 }
 
 TEST(ReplyFrame, ReadsAFrameOfSixteenMegabytes) {
-  const auto frame = ReplyFrame::read(R"({"C":"a","s":"5","v":{"data":")" + std::string(16 << 20, 'x') + "\"}}");
+  const auto frame =
+      ReplyFrame::read(R"({"C":"a","s":"5","v":{"data":")" + std::string(16 << 20, 'x') + "\"}}");
   ASSERT_TRUE(frame->isFrame());
   EXPECT_EQ(frame->timestamp, 5);
   EXPECT_EQ(frame->dictionary().at("v").at("data").as_string().size(), std::size_t{16} << 20);

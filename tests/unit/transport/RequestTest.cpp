@@ -21,7 +21,8 @@ TEST_F(Request, CompletesWithTheWholeReplyFrame) {
   answer(item, {{"ret", 0}, {"data", {{"title", "代数"}}}});
   settle();
   EXPECT_EQ(outcomes, Strings{"Course.Get.Info ok"});
-  EXPECT_EQ(json::serialize(lastReply), "{\"C\":\"Course.Get.Info\",\"s\":\"" + std::to_string(item->timestamp) +
+  EXPECT_EQ(json::serialize(lastReply), "{\"C\":\"Course.Get.Info\",\"s\":\"" +
+                                            std::to_string(item->timestamp) +
                                             "\",\"v\":{\"ret\":0,\"data\":{\"title\":\"代数\"}}}");
   EXPECT_EQ(link.outstandingRequestCount(), 0u);
 }
