@@ -86,7 +86,7 @@ class ORV_EXPORT QXAPIHelperLive {
                                                             TimeoutBlock timeoutBlock);
 
   /// "Course.Post.wall" (with a lower-case last word on purpose): a line that flies over the picture. It is
-  /// a post on the course's wall with fixed marks: file type 1, issue 0, duration 1.
+  /// a post on the course's wall with fixed marks: "fileType" 1, "issue" 0, "duration" 1.
   /// @param content its text; may be absent
   /// @param roomID the room; may be absent
   static void livePostBarrage_roomID_completeBlock_timeoutBlock(const OptionalString& content,
