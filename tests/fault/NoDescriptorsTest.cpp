@@ -7,6 +7,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+// The undefined behaviour sanitizer opens a pipe to look at an object and takes the lack of one for a bad object.
+#if !defined(__SANITIZE_ADDRESS__)
+
 namespace orv {
 namespace {
 
@@ -37,3 +40,5 @@ TEST(NoDescriptors, ARequestStillTimesOutAndTheLinkComesUpLater) {
 
 }  // namespace
 }  // namespace orv
+
+#endif
