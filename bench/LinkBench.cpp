@@ -1,6 +1,6 @@
 // Round trip and pipelined rate of the library beside a bare client, on the same server in another process.
 //
-//   LinkBench [--one-cpu]      --one-cpu pins client and server to CPU 0
+// Run it under `taskset --cpu-list 0` to have client and server on one CPU.
 
 #include "bench/support/BareClient.h"
 #include "bench/support/ServerProcess.h"
@@ -14,7 +14,6 @@
 #include <chrono>
 #include <cstdio>
 #include <functional>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -82,15 +81,11 @@ double median(std::vector<double> values) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const bool oneCpu = argc > 1 && std::string_view(argv[1]) == "--one-cpu";
-  if (oneCpu) {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(0, &set);
-    ::sched_setaffinity(0, sizeof set, &set);
-  }
-  bench::ServerProcess server(oneCpu ? 0 : -1);
+int main() {
+  cpu_set_t set;
+  ::sched_getaffinity(0, sizeof set, &set);
+  const bool oneCpu = CPU_COUNT(&set) == 1;
+  bench::ServerProcess server;
 
   orv::Console::setSink([](std::string_view) {});
   auto& main = orv::MainQueue::instance();

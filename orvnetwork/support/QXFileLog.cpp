@@ -56,6 +56,7 @@ struct QXFileLog::Implementation final : Executor {
 
 QXFileLog& QXFileLog::standard() {
   static QXFileLog& log = *new QXFileLog;
+  if (log.implementation_->isOpen.load(std::memory_order_acquire)) return log;
   // Opening tells the console where the log is, and the host's sink may log in its turn: its lines are queued.
   static std::once_flag opened;
   if (!isOpening) {
