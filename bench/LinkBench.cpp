@@ -3,6 +3,7 @@
 // Run it under `taskset --cpu-list 0` to have client and server on one CPU.
 
 #include "bench/support/BareClient.h"
+#include "bench/support/OpenLink.h"
 #include "bench/support/ServerProcess.h"
 #include "bench/support/UniqueRequests.h"
 
@@ -87,17 +88,9 @@ int main() {
   const bool oneCpu = CPU_COUNT(&set) == 1;
   bench::ServerProcess server;
 
-  orv::Console::setSink([](std::string_view) {});
+  bench::openLink(server.url());
   auto& main = orv::MainQueue::instance();
   auto& link = orv::QXWebSocketMgr::standard();
-  link.setApiServerUrl(server.url());
-  link.setGlobalUUID("bench");
-  link.setAppVersion("1.0");
-  link.setAppBuildVersion("1");
-  const auto opened = orv::NotificationCenter::defaultCenter().observe(
-      std::string(orv::QXNotificationDidOpen), [&](const orv::Notification&) { main.stop(); });
-  link.watchNetworkStatus();
-  main.run();
 
   bench::UniqueRequests requests;
   const Send ours = [&](std::function<void()> answered) {

@@ -1,5 +1,6 @@
 // 100,000 requests outstanding: memory for each beside its frame text, and the cost of arming a time-out.
 
+#include "bench/support/OpenLink.h"
 #include "bench/support/ServerProcess.h"
 #include "bench/support/UniqueRequests.h"
 
@@ -34,17 +35,9 @@ double armNanoseconds() {
 
 int main() {
   bench::ServerProcess server;
-  orv::Console::setSink([](std::string_view) {});
+  bench::openLink(server.url());
   auto& main = orv::MainQueue::instance();
   auto& link = orv::QXWebSocketMgr::standard();
-  link.setApiServerUrl(server.url());
-  link.setGlobalUUID("bench");
-  link.setAppVersion("1.0");
-  link.setAppBuildVersion("1");
-  const auto opened = orv::NotificationCenter::defaultCenter().observe(
-      std::string(orv::QXNotificationDidOpen), [&](const orv::Notification&) { main.stop(); });
-  link.watchNetworkStatus();
-  main.run();
   server.control(R"({"silence":true})");
 
   std::size_t texts = 0;
