@@ -5,10 +5,11 @@
 
 namespace orv {
 
-/// The text of an XML property list reduced to what a parser of little caution can take: tags of dictionaries,
-/// arrays, keys, text, numbers and booleans, nested as `kMaxPropertyListDepth` allows, and character data.
-/// Declarations and comments are gone, and marked character data stands escaped. Absent for any other text; then
-/// `problem` says why. Any thread.
+/// The text of an XML property list reduced to what a parser of little caution can take: tags of
+/// dictionaries, arrays, keys, text, numbers and booleans, each where it may stand and nested as
+/// `kMaxPropertyListDepth` allows, and character data. Blanks between elements, declarations, comments and
+/// attributes are gone, marked character data stands escaped, and numbers have plain decimal digits that fit.
+/// Absent for any other text; then `problem` says why. Any thread.
 ORV_EXPORT OptionalString plainPropertyListText(std::string_view text, std::string& problem);
 
 }  // namespace orv

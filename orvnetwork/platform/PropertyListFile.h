@@ -1,0 +1,37 @@
+#pragma once
+
+#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/platform/FileSystem.h>
+#include <orvnetwork/platform/Types.h>
+
+namespace orv {
+
+/// Permissions of a file for which nothing else is asked, narrowed by the process's umask.
+inline constexpr unsigned kOrdinaryFileMode = 0666;
+
+/// The dictionary that a property-list file holds. Absent when there is no file or an empty one, when it
+/// cannot be read, when it is damaged, and when it holds something else than a dictionary. All but the first
+/// two are told on the console, one line each. Changes nothing on the disk. Any thread.
+ORV_EXPORT std::optional<json::object> readDictionaryFile(const std::string& path);
+/// The same for a file that holds an array.
+ORV_EXPORT std::optional<json::array> readArrayFile(const std::string& path);
+
+/// The same for a file that is going to be written: one that is damaged, or holds something else, is first
+/// renamed to its name with ".damaged" at the end, in the place of an older one of that name, so that what
+/// may still be saved of it is not lost. A file that merely cannot be read stays where it is. Any thread.
+ORV_EXPORT std::optional<json::object> readDictionaryFileSettingAside(const std::string& path);
+ORV_EXPORT std::optional<json::array> readArrayFileSettingAside(const std::string& path);
+
+/// Writes a property list to a file, which is the old one or the new one at every moment; where half-written
+/// files would be allowed, nothing else is to be seen either. False when the value cannot be stored (see
+/// `writePropertyList`) or the disk refuses; then the old file is untouched, and the console is told the
+/// reason in one line. `mode` holds the permissions of the new file, narrowed by the process's umask. Any
+/// thread.
+ORV_EXPORT bool writePropertyListFile(const std::string& path, const json::value& value,
+                                      Durability durability, unsigned mode = kOrdinaryFileMode);
+ORV_EXPORT bool writePropertyListFile(const std::string& path, const json::object& dictionary,
+                                      Durability durability, unsigned mode = kOrdinaryFileMode);
+ORV_EXPORT bool writePropertyListFile(const std::string& path, const json::array& array,
+                                      Durability durability, unsigned mode = kOrdinaryFileMode);
+
+}  // namespace orv

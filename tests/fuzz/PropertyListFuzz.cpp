@@ -1,0 +1,56 @@
+// Whatever the bytes: reading ends, and what was read can be written and reads back as the same value.
+
+#include <orvnetwork/platform/JsonEquality.h>
+#include <orvnetwork/platform/PropertyList.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+using namespace orv;
+
+void require(bool condition, const char* what) {
+  if (!condition) {
+    std::fprintf(stderr, "broken: %s\n", what);
+    std::abort();
+  }
+}
+
+/// The kind of a value and of all that it holds, for numbers keep theirs.
+bool sameKinds(const json::value& left, const json::value& right) {
+  if (left.kind() != right.kind()) return false;
+  if (const json::array* items = left.if_array()) {
+    for (std::size_t at = 0; at < items->size(); ++at) {
+      if (!sameKinds((*items)[at], right.get_array()[at])) return false;
+    }
+  } else if (const json::object* members = left.if_object()) {
+    for (const json::key_value_pair& member : *members) {
+      if (!sameKinds(member.value(), right.get_object().at(member.key()))) return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  const PropertyListResult result = readPropertyList({reinterpret_cast<const char*>(data), size});
+  if (!result.value) {
+    require(!result.error.description.empty(), "a failure says why");
+    return 0;
+  }
+  const PropertyListWriteResult written = writePropertyList(*result.value);
+  if (!written.text) {
+    // A few shared objects may stand for more than a text may have.
+    require(written.error.description.ends_with("is too large for a property list"),
+            "what was read can be written");
+    return 0;
+  }
+  const PropertyListResult again = readPropertyList(*written.text);
+  require(again.value.has_value(), "what was written can be read");
+  require(sameJson(*result.value, *again.value), "what was written reads as the same value");
+  require(sameKinds(*result.value, *again.value), "what was written reads as the same kinds");
+  require(hashOfJson(*result.value) == hashOfJson(*again.value), "equal values have equal hashes");
+  return 0;
+}
