@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 #include <unistd.h>
 #include <cerrno>
@@ -25,6 +27,13 @@ State& state() {
 }
 
 thread_local bool insideSink = false;
+
+/// The lines of this thread that wait for its holds to go.
+struct HeldLines {
+  std::size_t holds = 0;
+  std::vector<std::string> lines;
+};
+thread_local HeldLines held;
 
 SharedSink currentSink() {
   const std::scoped_lock lock(state().sinkMutex);
@@ -63,6 +72,10 @@ void Console::write(std::string_view line) {
     return;
   }
   try {
+    if (held.holds > 0) {
+      held.lines.emplace_back(line);
+      return;
+    }
     const std::scoped_lock lock(state().turn);
     const SharedSink sink = currentSink();
     if (sink == nullptr) {
@@ -89,6 +102,16 @@ void Console::setSink(Sink sink) {
   // A line that is being written on another thread still goes to the old sink: wait for its end.
   if (insideSink) return;
   const std::scoped_lock turn(state().turn);
+}
+
+Console::Hold::Hold() {
+  ++held.holds;
+}
+
+Console::Hold::~Hold() {
+  if (--held.holds > 0) return;
+  // The sink may bring about further lines.
+  for (const std::string& line : std::exchange(held.lines, {})) write(line);
 }
 
 }  // namespace orv

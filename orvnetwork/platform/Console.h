@@ -22,6 +22,16 @@ class ORV_EXPORT Console {
   /// itself is dropped. It must not wait for a thread that uses the library, since that thread may be waiting to
   /// write a line. Once this has returned the old sink is not called any more. Any thread.
   static void setSink(Sink sink);
+
+  /// While one exists on a thread, what that thread writes waits; it is written when the last one on the thread goes.
+  /// For those who hold a lock that the sink, being the host's, must not meet.
+  class ORV_EXPORT Hold {
+   public:
+    Hold();
+    ~Hold();
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+  };
 };
 
 }  // namespace orv

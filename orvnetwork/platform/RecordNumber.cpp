@@ -3,11 +3,10 @@
 
 #include <algorithm>
 #include <array>
+#include <clocale>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
-
-#include <locale.h>
-#include <stdlib.h>
 
 namespace orv {
 

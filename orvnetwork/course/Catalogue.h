@@ -1,0 +1,106 @@
+#pragma once
+
+#include <orvnetwork/course/CourseRequest.h>
+#include <orvnetwork/course/KeyList.h>
+#include <orvnetwork/course/RecencyQueue.h>
+#include <orvnetwork/course/RecordCache.h>
+#include <orvnetwork/course/RecordFiles.h>
+#include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/platform/Property.h>
+#include <orvnetwork/platform/Semaphore.h>
+#include <orvnetwork/platform/SerialQueue.h>
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace orv {
+
+/// The live courses are kept in a list for each of these statuses.
+inline constexpr std::size_t kLiveStatuses = 6;
+
+/// What the course manager holds. `dataSemaphore` guards it as a whole; besides, each part of it is safe by itself, so
+/// that counts and the like can be read without the semaphore.
+///
+/// The lists of a user's catalogue are read from their files when they are first needed: a worker reads them soon
+/// after the catalogue was opened, and whoever needs them sooner reads them himself. So the thread that changes
+/// the user, the main one as a rule, never waits for the disk.
+struct Catalogue {
+  Property<bool> containTest;
+
+  KeyList cloudList, localList;
+  RecordCache cloudCache, localCache;
+  RecencyQueue queue;
+  Property<OptionalString> lastValidCourse;
+  RecordFiles cloudFiles{Durability::Plain};
+  RecordFiles localFiles{Durability::Durable};
+
+  std::array<KeyList, kLiveStatuses> liveLists;
+  RecordCache liveCache;
+  RecencyQueue liveQueue;
+  Property<OptionalString> lastValidLiveCourse;
+  RecordFiles liveFiles{Durability::Plain};
+
+  /// Requests that wait, oldest first.
+  Property<std::vector<CourseRequest>> requests, liveRequests;
+
+  std::atomic<std::int64_t> currentUserID = -1;
+  Property<OptionalString> currentClassroomID;
+
+  Property<std::shared_ptr<Semaphore>> dataSemaphore, requestSemaphore, liveRequestSemaphore;
+  std::atomic<Executor*> workers = nullptr;
+  /// Where replies are merged, in the order in which they came.
+  std::shared_ptr<SerialQueue> merges;
+
+  /// Keeps an observer registered for good.
+  void observe(ObserverToken token);
+
+  /// Forgets everything that belongs to a user, and notes where the files of the next one are: `base` is the folder
+  /// of the catalogue below the user's documents. The requests that waited are handed back, for their callbacks
+  /// to be destroyed where no lock is held.
+  std::vector<CourseRequest> open(std::string base);
+  /// Makes the folders and reads the lists, unless that has been done.
+  void ensureLoaded();
+
+  /// The live lists as they are kept in their file.
+  json::array liveListsValue() const;
+  /// Whether the list of a status holds a live course; no status without a list does.
+  bool liveListHolds(std::uint64_t status, std::string_view key) const {
+    return status < kLiveStatuses && liveLists[status].contains(key);
+  }
+
+ private:
+  void load();
+  void loadLocalList();
+  void loadCloudList();
+  void loadLiveLists();
+
+  std::mutex loading_;
+  std::atomic<bool> loadPending_ = false;
+  std::string base_;
+  std::mutex observing_;
+  std::vector<ObserverToken> observers_;
+};
+
+/// Holds the catalogue for one operation: takes `dataSemaphore`, and gives the same one back in the end.
+///
+/// What is told on the console meanwhile is told afterwards, when nothing is locked any more.
+class CatalogueLock {
+ public:
+  explicit CatalogueLock(Catalogue& catalogue) : semaphore_(catalogue.dataSemaphore.get()) {
+    semaphore_->wait();
+    catalogue.ensureLoaded();
+  }
+  ~CatalogueLock() { semaphore_->signal(); }
+  CatalogueLock(const CatalogueLock&) = delete;
+  CatalogueLock& operator=(const CatalogueLock&) = delete;
+
+ private:
+  const Console::Hold console_;
+  const std::shared_ptr<Semaphore> semaphore_;
+};
+
+}  // namespace orv

@@ -1,0 +1,137 @@
+// Where a course's files lie, and the two lists beside its recorded pieces.
+
+#include <orvnetwork/course/OrvCourseModel.h>
+#include <orvnetwork/platform/ConsoleLog.h>
+#include <orvnetwork/platform/LooseRead.h>
+#include <orvnetwork/platform/PathText.h>
+#include <orvnetwork/platform/PropertyList.h>
+#include <orvnetwork/platform/PropertyListFile.h>
+#include <orvnetwork/support/QXDate.h>
+#include <orvnetwork/support/QXPathManager.h>
+
+#include <algorithm>
+
+namespace orv {
+
+namespace {
+
+constexpr unsigned kOwnerOnlyMode = 0700;
+
+const QXPathManager& paths() {
+  return QXPathManager::sharedManager();
+}
+
+/// Makes a folder of a course under the documents. The course's own comes first: made on the way to a deeper one it
+/// would be open to other users.
+OptionalString makeFolder(const std::string& course, std::string_view name) {
+  if (!paths().createFolderWithSuffix_domain(course, kDocumentDirectoryCode)) return std::nullopt;
+  return paths().createFolderWithSuffix_domain(appendPathComponent(course, name), kDocumentDirectoryCode);
+}
+
+/// A file in a folder of a course, whether or not the folder can be made.
+std::string fileInFolder(const std::string& course, std::string_view name, std::string_view file) {
+  FileSystem& files = paths().defaultMgr();
+  const std::string folder = appendPathComponent(course, name);
+  if (!files.exists(folder)) {
+    std::error_code ignored;
+    files.createDirectory(course, true, kOwnerOnlyMode, ignored);
+    files.createDirectory(folder, true, kOwnerOnlyMode, ignored);
+  }
+  return appendPathComponent(folder, file);
+}
+
+/// Writes what exists nowhere but on this device. Says nothing of a failure: the caller has a line of its own.
+template <typename Value>
+bool writeDurably(const std::string& path, const Value& value) {
+  const PropertyListWriteResult list = writePropertyList(value);
+  std::error_code ignored;
+  return list.text && paths().defaultMgr().writeAtomically(path, *list.text, Durability::Durable,
+                                                           kOrdinaryFileMode, ignored);
+}
+
+/// Files from elsewhere may hold anything; what is no count is 0.
+std::uint64_t countOf(const json::value* stored) {
+  if (stored != nullptr && stored->is_uint64()) return stored->get_uint64();
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(looseInt64(stored), 0));
+}
+
+/// Whether nothing is lost when a new file is written here.
+bool isMissingOrEmpty(const std::string& path) {
+  std::error_code error;
+  const OptionalString bytes = paths().defaultMgr().read(path, error);
+  return bytes ? bytes->empty() : error == std::errc::no_such_file_or_directory;
+}
+
+/// The pieces listed so far; absent when there are some that cannot be read.
+std::optional<json::array> piecesIn(const std::string& path) {
+  auto pieces = readArrayFileSettingAside(path);
+  if (!pieces && isMissingOrEmpty(path)) pieces.emplace();
+  return pieces;
+}
+
+bool addPiece(const OptionalString& folder, std::string_view name, double duration) {
+  if (!folder) return false;
+  const std::string path = appendPathComponent(*folder, "list.plist");
+  auto pieces = piecesIn(path);
+  if (!pieces) return false;
+  pieces->push_back({{"duration", duration}, {"name", json::string_view(name.data(), name.size())}});
+  return writeDurably(path, *pieces);
+}
+
+}  // namespace
+
+std::string OrvCourseModel::fileName() const {
+  return formatText("%ld-%ld", classroomID.get(), roomID.get());
+}
+
+std::string OrvCourseModel::courseFolder() const {
+  return formatText("%@/%@", paths().documentDirectory(), fileName());
+}
+
+OptionalString OrvCourseModel::generateMp4Folder() const {
+  return makeFolder(fileName(), "mp4");
+}
+
+OptionalString OrvCourseModel::generateMp4TempFolder() const {
+  OptionalString folder = generateMp4Folder();
+  if (!folder) return std::nullopt;
+  *folder = appendPathComponent(*folder, "temp");
+  return paths().createFolderWithPath(folder) ? folder : std::nullopt;
+}
+
+OptionalString OrvCourseModel::generateCaptureFolder() const {
+  return makeFolder(fileName(), "capture");
+}
+
+std::string OrvCourseModel::imageCachePathForIndex(std::uint64_t index) const {
+  return fileInFolder(courseFolder(), "snapshots", formatText("%lu.png", index));
+}
+
+std::string OrvCourseModel::actionPath() const {
+  return fileInFolder(courseFolder(), "plist", "action.plist");
+}
+
+OptionalString OrvCourseModel::mp4Path() const {
+  const OptionalString folder = generateMp4Folder();
+  const auto names = paths().filesAtPath_hasSuffix(folder, "mp4");
+  if (!names || names->size() != 1) return std::nullopt;
+  return appendPathComponent(*folder, names->front());
+}
+
+std::string OrvCourseModel::generateMp4FileName() const {
+  const std::string day = QXDate::now().stringWithFormat("yyMMdd");
+  const OptionalString folder = generateMp4Folder();
+  const std::string path = folder ? appendPathComponent(*folder, "indexInfo.plist") : "";
+  json::object counts;
+  if (folder) counts = readDictionaryFileSettingAside(path).value_or(json::object());
+  const std::uint64_t count = countOf(member(counts, day)) + 1;
+  counts.insert_or_assign(day, count);
+  if (!folder || !writeDurably(path, counts)) consoleLog("write to file ERROR");
+  return formatText("%@-%lu.mp4", day, count);
+}
+
+void OrvCourseModel::addNewMp4_duration(std::string_view name, double duration) const {
+  if (!addPiece(generateMp4Folder(), name, duration)) consoleLog("Error with writing file");
+}
+
+}  // namespace orv

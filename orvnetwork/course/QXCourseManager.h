@@ -1,0 +1,280 @@
+#pragma once
+
+#include <orvnetwork/course/CourseRequest.h>
+#include <orvnetwork/course/OrvCourseModel.h>
+#include <orvnetwork/platform/Executor.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/platform/Semaphore.h>
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace orv {
+
+struct Catalogue;
+struct PageProgress;
+class RecordCache;
+class RecordFiles;
+
+/// How many recorded and local courses, and how many live ones, are kept in memory after a check.
+inline constexpr std::int64_t MaxCourseCountInMem = 60;
+/// How often the loading of a page is tried.
+inline constexpr std::int64_t MaxRetryCount = 3;
+
+/// The courses of the user who is signed in, and of their classroom: those recorded on this device, those recorded in
+/// the cloud, and the live ones by status.
+///
+/// Each of these collections is an ordered list of keys (a course's key is its room's number in decimal), the
+/// records that are in memory, and a file for every record, from which a record that has left the memory comes
+/// back. Each pair of user and classroom has a catalogue of its own on the disk. Cloud and live lists are loaded
+/// from the server page by page as ranges of them are asked for; local courses exist on this device only and are
+/// written durably.
+///
+/// Operations may be called on any thread. Where nothing else is said they wait for `dataSemaphore`, which
+/// guards the whole catalogue, and work on the caller's thread. Records are shared with the caller: the manager
+/// updates them in place. Callbacks of requests run on `queue()`, with nothing locked.
+class ORV_EXPORT QXCourseManager final {
+ public:
+  using Course = std::shared_ptr<OrvCourseModel>;
+  using Courses = std::map<std::string, Course>;
+  using Keys = std::vector<std::string>;
+  /// Hears what became of an update: the course, or null.
+  using UpdateHandler = std::function<void(const Course& course)>;
+
+  /// The one instance, made on first use and never destroyed.
+  static QXCourseManager& getInstance();
+  /// The same instance.
+  static QXCourseManager& allocWithZone() { return getInstance(); }
+  QXCourseManager& copy() { return *this; }
+  QXCourseManager& mutableCopy() { return *this; }
+  /// Sets the manager up as it was when it was made: fresh semaphores, no user, no waiting requests, the observers
+  /// registered once more, and the catalogue of the current user loaded. `getInstance` has done it once.
+  QXCourseManager& init();
+
+  QXCourseManager(const QXCourseManager&) = delete;
+  QXCourseManager& operator=(const QXCourseManager&) = delete;
+
+  /// @name Local courses
+  /// Courses whose `roomID` is not above 0, or that are not marked `orv_local`, are ignored, save by `deleteLocalCourse`.
+  /// A file that cannot be written is told on the console; the memory keeps the change.
+  /// @{
+
+  /// A new course for a recording on this device, in no list yet. Its number is free now; only `addLocalCourse`
+  /// takes it.
+  Course createLocalCourse();
+  /// Puts a course in front of the list and on the disk. True when it was not in the list before.
+  bool addLocalCourse(const Course& course);
+  /// Moves a course of the list to its front and writes it; one that is not in the list is ignored.
+  void refreshLocalCourse(const Course& course);
+  /// Writes a course of the list and leaves it in its place.
+  void saveLocalCourse(const Course& course);
+  /// Removes a course from the list and the disk, with its record file and its folder, also when it is not in the
+  /// list.
+  void deleteLocalCourse(const Course& course);
+  /// The same for a course of the list.
+  void deleteLocalCourseWithRoomID(std::int64_t roomID);
+  /// The course of the list with this number, from memory or from its file; null when there is none.
+  Course getLocalCourseWithRoomID(std::int64_t roomID);
+  /// The course at an index of the list; null when there is none.
+  Course getLocalCourseWithIndex(std::uint64_t index);
+  /// Does not wait for `dataSemaphore`.
+  std::uint64_t getLocalCourseCount() const;
+
+  /// @}
+  /// @name Recorded courses in the cloud
+  /// @{
+
+  /// Asks for `count` courses of the list from the index `start` on, and for the pages of 30 that are missing; with
+  /// `force` for all pages of the range, whatever the list holds. Up to three attempts are made for a page.
+  /// @param coursesBlock hears (true, number of courses of the range that there are) on `queue()`, after which
+  ///   `getRecordCourseWithIndex` gives them; (false, -1), at once and on the caller's thread, when the link is not
+  ///   open, nobody is signed in, or the user has no classroom. A request that waits when the link is lost goes on
+  ///   with the next one that is made; one that waits when the user or the classroom changes is dropped, and
+  ///   its callback never called.
+  void getCoursesWithStartIndex_count_force_coursesBlock(std::uint64_t start, std::uint64_t count, bool force,
+                                                         CoursesBlock coursesBlock);
+  Course getRecordCourseWithIndex(std::uint64_t index);
+  /// Does not wait for `dataSemaphore`.
+  std::uint64_t getRecordCourseCount() const;
+  /// Takes a changed record of a course of the cloud or local list into memory.
+  void refreshRecordCourse(const Course& course);
+  /// Removes a course from the cloud list and its record from memory and the disk. The server is not told. Always
+  /// true.
+  bool deleteCloudCourse(const Course& course);
+
+  /// @}
+  /// @name Live courses
+  /// Courses whose `liveType` is neither 1 nor 3 are ignored.
+  /// @{
+
+  /// Puts a course into the list of its `status`: by start time, ascending in status 1 and descending in all others,
+  /// those without a start time first. It leaves the list that it was in before.
+  void addLiveCourse(const Course& course);
+  /// Writes a course that is in the list of its status.
+  void refreshLiveCourse(const Course& course);
+  /// Removes a course from all lists, the memory and the disk. Always true.
+  bool deleteLiveCourse(const Course& course);
+  /// The course, if it is in memory.
+  Course getLiveCourseWithRoomID(std::int64_t roomID);
+  /// Does not wait for `dataSemaphore`. 0 for a status that has no list.
+  std::uint64_t getLiveCourseCountWithStatus(std::uint64_t status) const;
+  /// The index of a course in the list of its status; -1 when it is not there.
+  std::int64_t getIndexOfLiveCourse(const Course& course);
+  Course getLiveCourseWithIndex_courseStatus(std::uint64_t index, std::uint64_t status);
+  /// As `getCoursesWithStartIndex_count_force_coursesBlock`, for the list of a status. A status other than 1, 2 and 3
+  /// is refused with (false, -1) too.
+  ///
+  /// A reply that arrives after the user's classroom has changed stops the loading of live pages for the rest of
+  /// the process.
+  void getLiveCoursesWithStartIndex_count_courseStatus_force_coursesBlock(std::uint64_t start,
+                                                                          std::uint64_t count,
+                                                                          std::uint64_t status, bool force,
+                                                                          CoursesBlock coursesBlock);
+
+  /// @}
+  /// @name All courses
+  /// @{
+
+  /// Whether a course with the number of this one is in memory, among the local and the recorded ones. Does not wait
+  /// for `dataSemaphore`.
+  bool containCourse(const Course& course) const;
+  /// Gets a live course anew from the server, and takes it into memory and onto the disk where it is in a list.
+  /// @param handler hears the course, or null: at once for a course that is not live or has no number and while
+  ///   the link is not open, else on the main thread.
+  void updateCourse_withHandler(const Course& course, UpdateHandler handler);
+
+  /// Changes over to the catalogue of the current user and classroom, unless it is that already. Requests that
+  /// wait are dropped and their callbacks never called. Runs by itself on `QXNotificationDidChangeUserInfo`.
+  void reload();
+  /// Removes from this device the local courses whose publishing the server confirms. Runs by itself on
+  /// `QXNotificationPushOrvMessage`.
+  void receivedWebsocketMessage(const Notification& notification);
+  /// To be called, or registered, by the host when a course has been created ("roomID" in the user info): removes
+  /// its local copy, and after a second loads 30 courses anew; whatever comes of that,
+  /// `QXNotificationCourseListChanged` is then posted on the main thread.
+  void courseCreateFinishedNotification(const Notification& notification);
+
+  /// Passed on to the server with requests for live courses; false at first.
+  bool containTest() const;
+  void setContainTest(bool containTest);
+
+  /// @}
+  /// @name Steps of the above, for callers that hold `dataSemaphore`
+  /// @{
+  void refreshRecordCourse_keepFront(const Course& course, bool keepFront);
+  void dequeueRecoedCourse_isLocal(const std::string& key, bool isLocal);
+  void removeOverMuchRecordCourse();
+  void refreshLiveCourse_key_keepFront(const Course& course, const OptionalString& key, bool keepFront);
+  void removeOverMuchLiveCourse();
+  /// @}
+  /// @name Steps of the paging. They take the semaphores themselves.
+  /// @{
+
+  /// Answers the requests that can be answered and starts the loading of the next page that is wanted. Always false.
+  bool checkCourseRequestPage_arriveLastPage_retryCount(std::int64_t page, bool arriveLastPage,
+                                                        std::int64_t retryCount);
+  /// Loads a page (from 1 on) unless one is being loaded.
+  void loadRecordCourseWithPage_retryCount(std::int64_t page, std::int64_t retryCount);
+  /// The same for live courses. Always true.
+  bool checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(std::int64_t page,
+                                                                         std::uint64_t status,
+                                                                         bool arriveLastPage,
+                                                                         std::int64_t retryCount);
+  void loadLiveCourseWithPage_courseStatus_retryCount(std::int64_t page, std::uint64_t status,
+                                                      std::int64_t retryCount);
+  /// @}
+  /// @name State. Getters give copies and do not wait for `dataSemaphore`; setters replace.
+  /// @{
+  Courses cloudCourseDict() const;
+  void setCloudCourseDict(const Courses& courses);
+  Courses localCourseDict() const;
+  void setLocalCourseDict(const Courses& courses);
+  Keys cloudCourseList() const;
+  void setCloudCourseList(const Keys& keys);
+  Keys localCourseList() const;
+  void setLocalCourseList(const Keys& keys);
+  /// The records in memory, the most recently used first: "l-" or "c-" and the key.
+  Keys courseQueue() const;
+  void setCourseQueue(const Keys& keys);
+  /// The last course that the server has confirmed in the current pass over the cloud list.
+  OptionalString lastValidCourse() const;
+  void setLastValidCourse(OptionalString key);
+  /// Taken while a page of recorded courses is being loaded.
+  std::shared_ptr<Semaphore> reqRecordSemaphore() const;
+  void setReqRecordSemaphore(std::shared_ptr<Semaphore> semaphore);
+  std::shared_ptr<Semaphore> dataSemaphore() const;
+  void setDataSemaphore(std::shared_ptr<Semaphore> semaphore);
+  std::vector<CourseRequest> requestRecordList() const;
+  void setRequestRecordList(std::vector<CourseRequest> requests);
+  /// Where pages are dealt with and callbacks run.
+  Executor& queue() const;
+  void setQueue(Executor& queue);
+  OptionalString localCourseFolder() const;
+  void setLocalCourseFolder(OptionalString folder);
+  OptionalString cloudCourseFolder() const;
+  void setCloudCourseFolder(OptionalString folder);
+  OptionalString localCourseListFile() const;
+  void setLocalCourseListFile(OptionalString file);
+  OptionalString cloudCourseListFile() const;
+  void setCloudCourseListFile(OptionalString file);
+  /// Number of the user whose catalogue is loaded; -1 before any, 0 for nobody.
+  std::int64_t currentUserID() const;
+  void setCurrentUserID(std::int64_t userID);
+  OptionalString currentClassroomID() const;
+  void setCurrentClassroomID(OptionalString classroomID);
+  Courses liveCourseDict() const;
+  void setLiveCourseDict(const Courses& courses);
+  /// Six lists, by status.
+  std::vector<Keys> liveCourseList() const;
+  void setLiveCourseList(const std::vector<Keys>& lists);
+  Keys liveCourseQueue() const;
+  void setLiveCourseQueue(const Keys& keys);
+  OptionalString lastValidLiveCourse() const;
+  void setLastValidLiveCourse(OptionalString key);
+  /// Taken while a page of live courses is being loaded.
+  std::shared_ptr<Semaphore> reqLiveSemaphore() const;
+  void setReqLiveSemaphore(std::shared_ptr<Semaphore> semaphore);
+  std::vector<CourseRequest> requestLiveList() const;
+  void setRequestLiveList(std::vector<CourseRequest> requests);
+  OptionalString liveCourseFolder() const;
+  void setLiveCourseFolder(OptionalString folder);
+  OptionalString liveCourseListFile() const;
+  void setLiveCourseListFile(OptionalString file);
+  /// @}
+
+ private:
+  QXCourseManager();
+  ~QXCourseManager();
+
+  struct LivePage {
+    std::int64_t page = 0;
+    std::uint64_t status = 0;
+  };
+
+  // The caller of these holds the catalogue.
+  void putInFront(const std::string& key, const Course& course);
+  void removeLocal(const std::string& key, const Course& course);
+  Course recordOf(const std::string& key, const RecordCache& cache, const RecordFiles& files);
+  void insertLive(const std::string& key, const OrvCourseModel& course, std::uint64_t status);
+  Course liveRecordOf(const std::string& key);
+  void answerRecordRequests(const PageProgress& progress);
+  std::int64_t collectRecorded(const CourseRequest& request);
+  std::optional<std::int64_t> nextRecordPage();
+  void answerLiveRequests(const PageProgress& progress, std::uint64_t loaded);
+  void removeRecordRequest(const CourseRequest& request);
+  std::int64_t collectLive(const CourseRequest& request);
+  std::optional<LivePage> nextLivePage();
+
+  // These take it themselves.
+  void retryRecordPage(std::int64_t page, std::int64_t retriesLeft);
+  bool mergeRecordPage(std::int64_t page, const json::array& items);
+  void retryLivePage(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft);
+  void postLiveCheck(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft);
+  void takeUpdate(const Course& course, const json::value& data);
+  bool mergeLiveCoursePage(std::int64_t page, std::uint64_t status, const json::array& items);
+
+  std::unique_ptr<Catalogue> catalogue_;
+};
+
+}  // namespace orv

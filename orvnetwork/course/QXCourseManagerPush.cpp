@@ -1,0 +1,94 @@
+#include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/course/Catalogue.h>
+#include <orvnetwork/course/CourseKey.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/platform/ConsoleLog.h>
+#include <orvnetwork/platform/LooseRead.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/QXNotification.h>
+
+namespace orv {
+
+namespace {
+
+constexpr std::uint64_t kRecordedCourse = 2;
+constexpr std::uint64_t kHandedOverForPublishing = 1;
+constexpr std::chrono::seconds kPauseAfterCreation{1};
+constexpr std::uint64_t kCoursesAfterCreation = 30;
+
+/// The rooms whose publishing a push confirms.
+std::vector<std::int64_t> confirmedRooms(const json::object* frame) {
+  std::vector<std::int64_t> rooms;
+  const json::array* const items = looseArray(member(looseObject(member(frame, "v")), "data"));
+  if (items == nullptr) return rooms;
+  for (const json::value& item : *items) {
+    const json::object* const data = looseObject(member(looseObject(&item), "data"));
+    if (looseInt64(member(data, "code")) == 0) rooms.push_back(looseInt64(member(data, "roomID")));
+  }
+  return rooms;
+}
+
+void postListChanged() {
+  Platform::current().mainQueue().post(
+      [] { NotificationCenter::defaultCenter().post(QXNotificationCourseListChanged); });
+}
+
+}  // namespace
+
+void QXCourseManager::receivedWebsocketMessage(const Notification& notification) {
+  consoleLog("%@", notification.userInfo);
+  for (const std::int64_t room : confirmedRooms(notification.userInfo)) {
+    Course published;
+    {
+      const CatalogueLock lock(*catalogue_);
+      published = catalogue_->localCache.findIf([room](const OrvCourseModel& course) {
+        return course.publishStatus == kHandedOverForPublishing && course.orv_cloudRoomID == room;
+      });
+    }
+    if (published != nullptr) deleteLocalCourse(published);
+  }
+}
+
+void QXCourseManager::courseCreateFinishedNotification(const Notification& notification) {
+  deleteLocalCourseWithRoomID(looseInt64(member(notification.userInfo, "roomID")));
+  Platform& platform = Platform::current();
+  platform.delays().runAt(platform.clock().steadyNow() + kPauseAfterCreation, platform.globalQueue(), [this] {
+    // The range begins at the number of local courses, on purpose.
+    getCoursesWithStartIndex_count_force_coursesBlock(getLocalCourseCount(), kCoursesAfterCreation, true,
+                                                      [](bool, std::int64_t) { postListChanged(); });
+  });
+}
+
+void QXCourseManager::updateCourse_withHandler(const Course& course, UpdateHandler handler) {
+  const auto tell = [handler = std::move(handler)](const Course& result) {
+    if (handler) runGuarded("the handler of a course's update", [&] { handler(result); });
+  };
+  if (course == nullptr || course->roomID <= 0 || (course->liveType != 1 && course->liveType != 3)) {
+    return tell(nullptr);
+  }
+  QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock(
+      courseKey(course->roomID),
+      [this, course, tell](const auto&, bool success, const json::object& reply) {
+        const json::object* const values = looseObject(member(reply, "v"));
+        const json::value* const error = member(values, "err");
+        if (!success || (error != nullptr && !error->is_null())) return tell(nullptr);
+        // The main thread waits neither for the catalogue nor for the disk.
+        const json::value* const data = member(values, "data");
+        catalogue_->merges->post([this, course, tell, data = data != nullptr ? json::value(*data) : nullptr] {
+          takeUpdate(course, data);
+          Platform::current().mainQueue().post([course, tell] { tell(course); });
+        });
+      },
+      [tell](const auto&) { tell(nullptr); });
+}
+
+void QXCourseManager::takeUpdate(const Course& course, const json::value& data) {
+  course->merge(&data);
+  if (course->liveType == kRecordedCourse) {
+    refreshRecordCourse(course);
+  } else {
+    refreshLiveCourse(course);
+  }
+}
+
+}  // namespace orv

@@ -1,0 +1,46 @@
+#include <orvnetwork/course/Catalogue.h>
+#include <orvnetwork/course/FolderName.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/platform/LooseRead.h>
+#include <orvnetwork/platform/TextFormat.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
+namespace orv {
+
+namespace {
+
+/// The folder of a user's catalogue, below the documents folder. What the server calls the user and the classroom
+/// cannot lead out of it.
+std::string baseFolder(const std::shared_ptr<OrvUserInfoModel>& user) {
+  if (user == nullptr) return "orv_course/public";
+  return formatText("orv_course/%@/%@", folderName(formatText("%@", user->uID.get())),
+                    folderName(formatText("%@", user->classroom.get())));
+}
+
+}  // namespace
+
+void QXCourseManager::reload() {
+  QXUserInfoMgr& users = QXUserInfoMgr::getInstance();
+  std::vector<CourseRequest> dropped;  // Their callbacks are destroyed when nothing is locked any more.
+  Catalogue& catalogue = *catalogue_;
+  {
+    const auto semaphore = catalogue.dataSemaphore.get();
+    semaphore->wait();
+    const std::shared_ptr<OrvUserInfoModel> user = users.userInfo();
+    const OptionalString uID = user != nullptr ? user->uID.get() : std::nullopt;
+    const OptionalString classroom = user != nullptr ? user->classroom.get() : std::nullopt;
+    const std::int64_t userID = uID ? int64FromText(*uID) : 0;
+    const bool changed =
+        userID != catalogue.currentUserID || !classroom || catalogue.currentClassroomID.get() != classroom;
+    if (changed) {
+      dropped = catalogue.open(baseFolder(user));
+      catalogue.currentUserID = userID;
+      catalogue.currentClassroomID = classroom;
+    }
+    semaphore->signal();
+    if (!changed) return;
+  }
+  queue().post([&catalogue] { catalogue.ensureLoaded(); });
+}
+
+}  // namespace orv

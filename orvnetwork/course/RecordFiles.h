@@ -1,0 +1,56 @@
+#pragma once
+
+#include <orvnetwork/course/OrvCourseModel.h>
+#include <orvnetwork/platform/FileSystem.h>
+
+#include <atomic>
+#include <mutex>
+#include <unordered_set>
+#include <vector>
+
+namespace orv {
+
+/// The files of one collection of courses: a folder with a file for each record, named by its key, and the file of
+/// the list of keys beside them.
+///
+/// Writing is atomic, and durable where it is asked for. What fails is told on the console and changes nothing
+/// on the disk. Without a folder nothing is found and nothing written. Of what is written durably nothing is lost that
+/// was there before: damaged files, and a list that could not be read, are set aside before they are written over. Any
+/// thread; each operation is whole.
+class RecordFiles {
+ public:
+  explicit RecordFiles(Durability durability) : durability_(durability) {}
+
+  /// Where the records and the list are.
+  OptionalString folder() const;
+  void setFolder(OptionalString folder);
+  OptionalString listFile() const;
+  void setListFile(OptionalString file);
+
+  /// The record of a key; null when there is no file, or none that holds anything.
+  std::shared_ptr<OrvCourseModel> read(std::string_view key) const;
+  bool write(std::string_view key, const OrvCourseModel& course) const;
+  void remove(std::string_view key) const;
+  bool exists(std::string_view key) const;
+  using Names = std::unordered_set<std::string>;
+  /// The names of all that lies in the folder, one look for many `isIn`; absent when that cannot be told.
+  std::optional<Names> names() const;
+  static bool isIn(const Names& names, std::string_view key);
+
+  /// The list; absent when there is none. A damaged one is set aside.
+  std::optional<json::array> readList() const;
+  bool writeList(const std::vector<std::string>& keys) const;
+  bool writeList(const json::array& list) const;
+
+ private:
+  OptionalString pathOf(std::string_view key) const;
+
+  const Durability durability_;
+  mutable std::mutex mutex_;
+  OptionalString folder_;
+  OptionalString listFile_;
+  /// The list's file holds something, but it could not be read.
+  mutable std::atomic<bool> unreadList_ = false;
+};
+
+}  // namespace orv

@@ -1,0 +1,40 @@
+#include <orvnetwork/course/CourseKey.h>
+#include <orvnetwork/course/RecordPageEffects.h>
+
+namespace orv {
+
+void RecordPageEffects::take(std::size_t item, const std::string& key, bool known) {
+  const QXCourseManager::Course course = recordOf(item, key, known);
+  if (course != nullptr) catalogue_.cloudFiles.write(key, *course);
+}
+
+QXCourseManager::Course RecordPageEffects::recordOf(std::size_t item, const std::string& key, bool known) {
+  const json::object& values = items_[item].get_object();
+  if (known) {
+    if (QXCourseManager::Course cached = catalogue_.cloudCache.find(key)) {
+      cached->merge(values);
+      return cached;
+    }
+  }
+  QXCourseManager::Course course =
+      known ? catalogue_.cloudFiles.read(key) : makeRecord<OrvCourseModel>(values);
+  if (course == nullptr) return nullptr;
+  if (known) course->merge(values);
+  manager_.refreshRecordCourse_keepFront(course, false);
+  return course;
+}
+
+void RecordPageEffects::dropVanished(const std::string& key) {
+  // A record that is not in memory is taken for room 0, on purpose: its file stays.
+  const QXCourseManager::Course course = catalogue_.cloudCache.find(key);
+  const std::string dropped = courseKey(course != nullptr ? course->roomID.get() : 0);
+  catalogue_.cloudCache.remove(dropped);
+  catalogue_.cloudFiles.remove(dropped);
+}
+
+void RecordPageEffects::trim(const std::string& key) {
+  catalogue_.cloudCache.remove(key);
+  catalogue_.cloudFiles.remove(key);
+}
+
+}  // namespace orv

@@ -1,0 +1,207 @@
+#include "RepeatedRead.h"
+
+#include <orvnetwork/course/KeyList.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <list>
+#include <random>
+
+namespace orv {
+namespace {
+
+using Keys = std::vector<std::string>;
+
+Keys numbered(std::size_t count) {
+  Keys keys;
+  for (std::size_t i = 0; i < count; ++i) keys.push_back(std::to_string(i));
+  return keys;
+}
+
+TEST(KeyList, IsEmptyAtFirst) {
+  KeyList list;
+  EXPECT_EQ(list.size(), 0u);
+  EXPECT_EQ(list.at(0), std::nullopt);
+  EXPECT_EQ(list.roomIDAt(0), std::nullopt);
+  EXPECT_FALSE(list.contains(""));
+  EXPECT_EQ(list.indexOf("1"), KeyList::npos);
+  EXPECT_EQ(list.firstRoomBelow(100, 0), KeyList::npos);
+  EXPECT_EQ(list.lastRoomAbove(-100, 0), KeyList::npos);
+  list.removeLast();
+  list.removeAt(0);
+  EXPECT_FALSE(list.remove("1"));
+  EXPECT_EQ(list.snapshot(), Keys{});
+}
+
+TEST(KeyList, InsertsInFrontOfThePosition) {
+  KeyList list;
+  list.append("2");
+  list.insert(0, "1");
+  list.insert(2, "4");
+  list.insert(2, "3");
+  EXPECT_EQ(list.snapshot(), (Keys{"1", "2", "3", "4"}));
+  EXPECT_EQ(list.size(), 4u);
+  EXPECT_EQ(list.at(2), "3");
+  EXPECT_EQ(list.at(4), std::nullopt);
+}
+
+TEST(KeyList, AppendsForAPositionBehindTheEnd) {
+  KeyList list;
+  list.insert(7, "1");
+  list.insert(KeyList::npos, "2");
+  EXPECT_EQ(list.snapshot(), (Keys{"1", "2"}));
+}
+
+TEST(KeyList, HoldsAKeyMoreThanOnce) {
+  KeyList list;
+  list.assign({"7", "8", "7", "9", "7"});
+  EXPECT_EQ(list.indexOf("7"), 0u);
+  EXPECT_EQ(list.indexOf("7", 4), 0u) << "of several the first one counts, whatever the hint";
+  list.removeAt(0);
+  EXPECT_TRUE(list.contains("7"));
+  EXPECT_EQ(list.indexOf("7", 3), 1u);
+  list.removeLast();
+  EXPECT_TRUE(list.contains("7"));
+  list.removeAt(1);
+  EXPECT_FALSE(list.contains("7"));
+  EXPECT_EQ(list.snapshot(), (Keys{"8", "9"}));
+}
+
+TEST(KeyList, RemovesAKeyWhereverItStands) {
+  KeyList list;
+  list.assign({"7", "8", "7", "9", "7"});
+  EXPECT_TRUE(list.remove("7"));
+  EXPECT_FALSE(list.contains("7"));
+  EXPECT_FALSE(list.remove("7"));
+  EXPECT_EQ(list.snapshot(), (Keys{"8", "9"}));
+  EXPECT_TRUE(list.remove("8", 1));
+  EXPECT_EQ(list.snapshot(), Keys{"9"});
+  EXPECT_EQ(list.size(), 1u);
+}
+
+TEST(KeyList, FindsAKeyFromAnyHint) {
+  KeyList list;
+  list.assign(numbered(50));
+  for (std::size_t index = 0; index < 50; ++index) {
+    for (const std::size_t hint :
+         {std::size_t{0}, std::size_t{20}, std::size_t{49}, std::size_t{50}, KeyList::npos}) {
+      EXPECT_EQ(list.indexOf(std::to_string(index), hint), index) << "hint " << hint;
+    }
+  }
+}
+
+TEST(KeyList, ReadsTheRoomsThatItsKeysName) {
+  KeyList list;
+  list.assign({"50", "-4", "007", "x"});
+  EXPECT_EQ(list.roomIDAt(0), 50);
+  EXPECT_EQ(list.roomIDAt(1), -4);
+  EXPECT_EQ(list.roomIDAt(2), 7);
+  EXPECT_EQ(list.roomIDAt(3), 0);
+  EXPECT_EQ(list.roomIDAt(4), std::nullopt);
+}
+
+TEST(KeyList, FindsTheNextLowerRoomForward) {
+  KeyList list;
+  list.assign({"50", "40", "30", "40", "20"});
+  EXPECT_EQ(list.firstRoomBelow(45, 0), 1u);
+  EXPECT_EQ(list.firstRoomBelow(40, 0), 2u) << "an equal room is not below";
+  EXPECT_EQ(list.firstRoomBelow(40, 3), 4u);
+  EXPECT_EQ(list.firstRoomBelow(20, 0), KeyList::npos);
+  EXPECT_EQ(list.firstRoomBelow(99, 5), KeyList::npos);
+}
+
+TEST(KeyList, FindsTheNextHigherRoomBackward) {
+  KeyList list;
+  list.assign({"50", "40", "30", "40", "20"});
+  EXPECT_EQ(list.lastRoomAbove(35, 4), 3u);
+  EXPECT_EQ(list.lastRoomAbove(35, 2), 1u);
+  EXPECT_EQ(list.lastRoomAbove(35, 3), 3u) << "the place itself counts";
+  EXPECT_EQ(list.lastRoomAbove(40, 3), 0u) << "an equal room is not above";
+  EXPECT_EQ(list.lastRoomAbove(50, 4), KeyList::npos);
+  EXPECT_EQ(list.lastRoomAbove(10, 99), 4u) << "a place behind the end starts at the end";
+}
+
+TEST(KeyList, ReplacesAllItsKeys) {
+  KeyList list;
+  list.assign({"1", "2"});
+  list.assign({"3", "1", "3"});
+  EXPECT_FALSE(list.contains("2"));
+  EXPECT_EQ(list.snapshot(), (Keys{"3", "1", "3"}));
+  list.assign(list.snapshot());
+  EXPECT_EQ(list.snapshot(), (Keys{"3", "1", "3"}));
+  list.clear();
+  EXPECT_EQ(list.size(), 0u);
+  EXPECT_FALSE(list.contains("3"));
+}
+
+TEST(KeyList, BehavesLikeAPlainVectorOnRandomWalks) {
+  std::mt19937 random(20240207);
+  KeyList list;
+  Keys plain;
+  for (int step = 0; step < 30000; ++step) {
+    const std::string key = std::to_string(random() % 60);
+    const std::size_t place = random() % 40;
+    switch (random() % 6) {
+      case 0:
+      case 1:
+        list.insert(place, key);
+        plain.insert(plain.begin() + static_cast<std::ptrdiff_t>(std::min(place, plain.size())), key);
+        break;
+      case 2:
+        list.append(key);
+        plain.push_back(key);
+        break;
+      case 3:
+        list.remove(key, place);
+        std::erase(plain, key);
+        break;
+      case 4:
+        list.removeAt(place);
+        if (place < plain.size()) plain.erase(plain.begin() + static_cast<std::ptrdiff_t>(place));
+        break;
+      default:
+        list.removeLast();
+        if (!plain.empty()) plain.pop_back();
+    }
+    ASSERT_EQ(list.snapshot(), plain) << "step " << step;
+    ASSERT_EQ(list.size(), plain.size());
+    const auto found = std::find(plain.begin(), plain.end(), key);
+    const auto index = static_cast<std::size_t>(found - plain.begin());
+    ASSERT_EQ(list.contains(key), found != plain.end());
+    ASSERT_EQ(list.indexOf(key, place), found == plain.end() ? KeyList::npos : index);
+  }
+}
+
+TEST(KeyList, IsReadWhileItIsChanged) {
+  KeyList list;
+  list.assign(numbered(100));
+  std::atomic<bool> done = false;
+  // Each has a thread of its own, so that no operation hides behind the lock of another.
+  std::list<RepeatedRead> readers;
+  readers.emplace_back(done, [&] { EXPECT_LE(list.size(), 101u); });
+  readers.emplace_back(done, [&] { EXPECT_TRUE(list.at(99)); });
+  readers.emplace_back(done, [&] { EXPECT_TRUE(list.contains("0")); });
+  readers.emplace_back(done, [&] { EXPECT_EQ(list.indexOf("0", 50), 0u); });
+  readers.emplace_back(done, [&] { EXPECT_TRUE(list.roomIDAt(99)); });
+  readers.emplace_back(done, [&] { EXPECT_EQ(list.firstRoomBelow(1, 0), 0u); });
+  readers.emplace_back(done, [&] { EXPECT_EQ(list.lastRoomAbove(-1, 0), 0u); });
+  readers.emplace_back(done, [&] { EXPECT_LE(list.snapshot().size(), 101u); });
+  const auto hasReadOften = [](const RepeatedRead& reader) { return reader.hasReadOften(); };
+  for (int round = 0; !std::all_of(readers.begin(), readers.end(), hasReadOften); ++round) {
+    list.insert(50, std::to_string(1000 + round));
+    list.removeLast();
+    list.insert(50, "passing");
+    list.remove("passing", 50);
+    list.insert(50, "by");
+    list.removeAt(50);
+    if (round % 100 == 0) list.assign(list.snapshot());
+    std::this_thread::yield();
+  }
+  done = true;
+  readers.clear();
+  EXPECT_EQ(list.size(), 100u);
+}
+
+}  // namespace
+}  // namespace orv
