@@ -10,6 +10,7 @@
 #include <orvnetwork/platform/PropertyListFile.h>
 
 #include <poll.h>
+#include <time.h>
 
 #include <algorithm>
 #include <chrono>
@@ -33,8 +34,16 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-/// The longest that one run of the main queue took.
+/// The longest that one run of the main queue took, by the clock and by the processor's time. Other programs
+/// that want the processor are in the former only.
 double longestHold = 0;
+double longestWork = 0;
+
+double threadMicroseconds() {
+  ::timespec used{};
+  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+  return static_cast<double>(used.tv_sec) * 1e6 + static_cast<double>(used.tv_nsec) / 1e3;
+}
 
 void pumpUntil(const bool& done) {
   auto& main = MainQueue::instance();
@@ -42,8 +51,10 @@ void pumpUntil(const bool& done) {
     ::pollfd wait{main.wakeUpDescriptor(), POLLIN, 0};
     ::poll(&wait, 1, 1000);
     const auto begin = Ticks::now();
+    const double before = threadMicroseconds();
     main.drain();
     longestHold = std::max(longestHold, microsecondsSince(begin));
+    longestWork = std::max(longestWork, threadMicroseconds() - before);
   }
 }
 
@@ -110,7 +121,7 @@ void measure(const char* what, std::uint64_t courses, const std::string& folder)
   const std::int64_t page = static_cast<std::int64_t>(listed / 60) + 1;
   const std::string frame = getPageOnly(page);
   std::vector<double> whole, exchange, hand;
-  longestHold = 0;
+  longestHold = longestWork = 0;
   for (int round = 0; round < kRounds; ++round) {
     auto begin = Ticks::now();
     getCourses(static_cast<std::uint64_t>(page - 1) * 30, 30);
@@ -133,7 +144,8 @@ void measure(const char* what, std::uint64_t courses, const std::string& folder)
       "answered %.0f us, by hand %.0f us: %.2f x (budget 2)\n",
       what, static_cast<unsigned long long>(listed), frame.size(), median(whole), median(exchange), own,
       median(hand), own / median(hand));
-  std::printf("%s: main thread held for at most %.0f us (budget 2000)\n", what, longestHold);
+  std::printf("%s: main thread held for at most %.0f us, %.0f us of them its own work (budget 2000)\n", what,
+              longestHold, longestWork);
   std::printf("%s: %zu records in memory\n", what, QXCourseManager::getInstance().cloudCourseDict().size());
 }
 
@@ -150,8 +162,10 @@ int main() {
   server.control(R"({"course":"add","count":9900})");
   const auto begin = Ticks::now();
   const std::int64_t found = getCourses(0, 10'000);
-  std::printf("a whole pass: %lld courses in %.0f ms, main thread held for at most %.0f us\n",
-              static_cast<long long>(found), microsecondsSince(begin) / 1000, longestHold);
+  std::printf(
+      "a whole pass: %lld courses in %.0f ms, main thread held for at most %.0f us, %.0f us of them its own "
+      "work\n",
+      static_cast<long long>(found), microsecondsSince(begin) / 1000, longestHold, longestWork);
   measure("10,000 courses", 10'000, folder);
   return 0;
 }

@@ -27,8 +27,8 @@ bool holdsSomething(const std::string& path) {
 bool setAside(const std::string& path) {
   const std::string aside = path + ".damaged";
   std::error_code error;
-  const bool done = Platform::current().files().rename(path, aside, error) ||
-                    error == std::errc::no_such_file_or_directory;
+  const bool done =
+      Platform::current().files().rename(path, aside, error) || error == std::errc::no_such_file_or_directory;
   consoleLog("%@ could not be read and %@ %@", path, done ? "is now named" : "cannot be renamed", aside);
   return done;
 }

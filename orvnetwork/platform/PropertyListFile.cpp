@@ -59,6 +59,12 @@ std::optional<Root> readFile(const std::string& path, const char* kind, Damaged 
   return std::nullopt;
 }
 
+/// Looking is cheaper than replacing by much: most records of a page that is loaded again are as they were.
+bool holdsAlready(const std::string& path, std::string_view text) {
+  std::error_code error;
+  return Platform::current().files().read(path, error) == text;
+}
+
 template <typename Value>
 bool writeFile(const std::string& path, const Value& value, Durability durability, unsigned mode) {
   const PropertyListWriteResult list = writePropertyList(value);
@@ -66,6 +72,8 @@ bool writeFile(const std::string& path, const Value& value, Durability durabilit
     consoleLog("%@ cannot be written: %@", path, list.error.description);
     return false;
   }
+  // What is in the file need not have reached the disk.
+  if (durability == Durability::Plain && holdsAlready(path, *list.text)) return true;
   std::error_code error;
   if (!Platform::current().files().writeAtomically(path, *list.text, durability, mode, error)) {
     consoleLog("%@ cannot be written: %@", path, error.message());

@@ -25,8 +25,8 @@ ORV_EXPORT std::optional<json::array> readArrayFileSettingAside(const std::strin
 /// Writes a property list to a file, which is the old one or the new one at every moment; where half-written
 /// files would be allowed, nothing else is to be seen either. False when the value cannot be stored (see
 /// `writePropertyList`) or the disk refuses; then the old file is untouched, and the console is told the
-/// reason in one line. `mode` holds the permissions of the new file, narrowed by the process's umask. Any
-/// thread.
+/// reason in one line. A file that holds the value already is left alone, unless it is to be durable. `mode` holds
+/// the permissions of the new file, narrowed by the process's umask. Any thread.
 ORV_EXPORT bool writePropertyListFile(const std::string& path, const json::value& value,
                                       Durability durability, unsigned mode = kOrdinaryFileMode);
 ORV_EXPORT bool writePropertyListFile(const std::string& path, const json::object& dictionary,

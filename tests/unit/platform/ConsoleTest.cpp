@@ -191,6 +191,38 @@ TEST(Console, CallsTheSinkOnTheWritingThreadOneCallAtATime) {
   EXPECT_EQ(wrong, 0);
 }
 
+TEST(Console, LinesOfAThreadThatHoldsThemWaitForTheLastHoldToGo) {
+  std::vector<std::string> lines;
+  Console::setSink([&lines](std::string_view line) { lines.emplace_back(line); });
+  {
+    const Console::Hold outer;
+    Console::write("1");
+    {
+      const Console::Hold inner;
+      Console::write("2");
+    }
+    std::thread([] { Console::write("another thread's"); }).join();
+    EXPECT_EQ(lines, std::vector<std::string>{"another thread's"});
+  }
+  Console::write("3");
+  EXPECT_EQ(lines, (std::vector<std::string>{"another thread's", "1", "2", "3"}));
+}
+
+TEST(Console, HoldOfTheSinksOwnDoesNoHarm) {
+  std::vector<std::string> lines;
+  Console::setSink([&lines](std::string_view line) {
+    const Console::Hold hold;
+    Console::write("from the sink");
+    lines.emplace_back(line);
+  });
+  {
+    const Console::Hold hold;
+    Console::write("1");
+    Console::write("2");
+  }
+  EXPECT_EQ(lines, (std::vector<std::string>{"1", "2"}));
+}
+
 struct Unspeakable {};
 std::string describe(const Unspeakable&) {
   throw std::runtime_error("no words");

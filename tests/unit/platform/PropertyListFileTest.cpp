@@ -182,6 +182,19 @@ TEST_F(PropertyListFile, KeepsADamagedFileWhicheverCallFails) {
   }
 }
 
+TEST_F(PropertyListFile, LeavesAFileAloneThatHoldsTheValueAlready) {
+  const auto writings = [this] { return files.calls(FileOperation::WriteAtomically); };
+  ASSERT_TRUE(writePropertyListFile(kFile, kOld, Durability::Plain));
+  const std::uint64_t before = writings();
+  EXPECT_TRUE(writePropertyListFile(kFile, kOld, Durability::Plain));
+  EXPECT_EQ(writings(), before);
+  EXPECT_TRUE(writePropertyListFile(kFile, kNew, Durability::Plain));
+  EXPECT_EQ(writings(), before + 1);
+  EXPECT_TRUE(writePropertyListFile(kFile, kNew, Durability::Durable))
+      << "what is there need not be on the disk";
+  EXPECT_EQ(writings(), before + 2);
+}
+
 TEST_F(PropertyListFile, LeavesTheOldFileOnAFullDisk) {
   ASSERT_TRUE(writePropertyListFile(kFile, kOld, Durability::Plain));
   files.setCapacity(files.usedBytes() + 10);

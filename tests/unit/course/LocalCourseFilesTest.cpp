@@ -1,0 +1,456 @@
+#include <orvnetwork/platform/PropertyList.h>
+
+#include "tests/unit/course/LocalFixture.h"
+
+namespace orv {
+
+namespace {
+
+using testing::Crash;
+using testing::FileOperation;
+
+class LocalCourseFiles : public LocalFixture {
+ protected:
+  bool consoleTold(std::string_view part) const {
+    return std::ranges::any_of(console,
+                               [part](const std::string& line) { return line.find(part) != line.npos; });
+  }
+  static std::optional<std::string> titleInMemory(std::int64_t room) {
+    const Course course = courses().getLocalCourseWithRoomID(room);
+    return course != nullptr ? course->title.get() : std::nullopt;
+  }
+  /// A catalogue of its own.
+  void openCatalogue(std::uint64_t number) {
+    QXUserInfoMgr::getInstance().setUserInfo(makeUser(std::to_string(number)));
+    settle();
+  }
+};
+
+// What the files hold --------------------------------------------------------------------------------------------
+
+TEST_F(LocalCourseFiles, ListIsAPropertyListOfKeysInOrder) {
+  addRooms(1, 2);
+  const std::string text = platform.files().contents(listPath()).value();
+  EXPECT_EQ(text, writePropertyList(json::array{"2", "1"}).text);
+  EXPECT_EQ(platform.files().mode(listPath()), 0600u);
+}
+
+TEST_F(LocalCourseFiles, RecordIsItsJsonForm) {
+  const Course course = makeLocal(7, "<一> & \"二\"");
+  course->orv_createInfo = json::object{{"pages", json::array{1, 2.5, true}}, {"note", "…"}};
+  course->orv_cloudRoomID = -1;
+  course->coursePrice = 9.9F;
+  course->orv_vectorDuration = 12.5;
+  course->setDuration(61);
+  courses().addLocalCourse(course);
+  EXPECT_EQ(platform.files().contents(recordPath(7)), writePropertyList(course->jsonObject()).text);
+  EXPECT_EQ(platform.files().mode(recordPath(7)), 0600u);
+  startAnew();
+  const Course read = courses().getLocalCourseWithRoomID(7);
+  ASSERT_NE(read, nullptr);
+  EXPECT_EQ(read->jsonObject(), course->jsonObject());
+  EXPECT_EQ(read->orv_createInfo.get(), course->orv_createInfo.get());
+  EXPECT_EQ(read->duration(), 61);
+}
+
+TEST_F(LocalCourseFiles, ReadingWritesNothing) {
+  addRooms(1, 3);
+  startAnew();
+  const auto before = platform.files().snapshot();
+  const auto writes = platform.files().calls(FileOperation::WriteAtomically);
+  courses().getLocalCourseCount();
+  courses().getLocalCourseWithIndex(0);
+  courses().getLocalCourseWithRoomID(1);
+  courses().removeOverMuchRecordCourse();
+  settle();
+  EXPECT_EQ(platform.files().snapshot(), before);
+  EXPECT_EQ(platform.files().calls(FileOperation::WriteAtomically), writes);
+}
+
+TEST_F(LocalCourseFiles, CourseThatAPropertyListCannotHoldStaysInMemoryAndTheConsoleIsTold) {
+  add(1, "old");
+  const Course course = makeLocal(1, "new");
+  course->orv_createInfo = json::object{{"nothing", nullptr}};
+  EXPECT_FALSE(courses().addLocalCourse(course));
+  EXPECT_EQ(courses().getLocalCourseWithRoomID(1), course);
+  EXPECT_EQ(titleOnDisk(1), "old");
+  EXPECT_TRUE(consoleTold("1.plist cannot be written"));
+  EXPECT_TRUE(courses().addLocalCourse(makeLocal(2, std::string("a\0b", 3))));
+  EXPECT_FALSE(hasRecord(2));
+  EXPECT_EQ(listOnDisk(), (Keys{"2", "1"}));
+}
+
+// What is missing or damaged -------------------------------------------------------------------------------------
+
+TEST_F(LocalCourseFiles, MissingRecordLeavesTheKey) {
+  addRooms(1, 2);
+  std::error_code error;
+  platform.files().remove(recordPath(1), error);
+  startAnew();
+  EXPECT_EQ(courses().getLocalCourseWithIndex(1), nullptr);
+  EXPECT_EQ(courses().getLocalCourseWithRoomID(1), nullptr);
+  EXPECT_EQ(courses().getLocalCourseCount(), 2u);
+  EXPECT_TRUE(courses().courseQueue().empty());
+  EXPECT_EQ(listOnDisk(), (Keys{"2", "1"}));
+}
+
+TEST_F(LocalCourseFiles, EmptyRecordIsNone) {
+  addRooms(1, 2);
+  startAnew();
+  putRecord("1", {});
+  platform.files().put(recordPath(2), "");
+  for (std::uint64_t index = 0; index < 2; ++index)
+    EXPECT_EQ(courses().getLocalCourseWithIndex(index), nullptr);
+  EXPECT_EQ(courses().getLocalCourseWithRoomID(1), nullptr);
+  EXPECT_EQ(courses().getLocalCourseCount(), 2u);
+}
+
+TEST_F(LocalCourseFiles, RecordOfOneFieldIsARecord) {
+  putList({"1"});
+  putRecord("1", {{"title", "only this"}});
+  startAnew();
+  const Course course = courses().getLocalCourseWithIndex(0);
+  ASSERT_NE(course, nullptr);
+  EXPECT_EQ(course->title, "only this");
+  EXPECT_TRUE(courses().localCourseDict().empty()) << "without a number it is not taken into memory";
+}
+
+TEST_F(LocalCourseFiles, DamagedRecordIsSetAside) {
+  addRooms(1, 2);
+  startAnew();
+  platform.files().put(recordPath(1), "<plist>half");
+  EXPECT_EQ(courses().getLocalCourseWithIndex(1), nullptr);
+  EXPECT_EQ(platform.files().contents(recordPath(1) + ".damaged"), "<plist>half");
+  EXPECT_FALSE(hasRecord(1));
+  EXPECT_EQ(courses().getLocalCourseCount(), 2u);
+  EXPECT_NE(courses().getLocalCourseWithIndex(0), nullptr);
+}
+
+TEST_F(LocalCourseFiles, DamagedRecordIsSetAsideBeforeItIsWrittenOver) {
+  addRooms(1, 3);
+  startAnew();
+  for (std::int64_t room = 1; room <= 3; ++room) platform.files().put(recordPath(room), "half");
+  courses().addLocalCourse(makeLocal(1, "new"));
+  courses().saveLocalCourse(makeLocal(2, "new"));
+  courses().refreshLocalCourse(makeLocal(3, "new"));
+  for (std::int64_t room = 1; room <= 3; ++room) {
+    EXPECT_EQ(platform.files().contents(recordPath(room) + ".damaged"), "half") << room;
+    EXPECT_EQ(titleOnDisk(room), "new");
+  }
+}
+
+TEST_F(LocalCourseFiles, DamagedListIsSetAsideAndANewOneBegins) {
+  addRooms(1, 2);
+  const std::string whole = platform.files().contents(listPath()).value();
+  for (const std::string& damaged : {whole.substr(0, whole.size() / 2), std::string("no list"),
+                                     writePropertyList(json::object{{"a", 1}}).text.value()}) {
+    platform.files().put(listPath(), damaged);
+    startAnew();
+    EXPECT_EQ(courses().getLocalCourseCount(), 0u);
+    EXPECT_EQ(platform.files().contents(listPath() + ".damaged"), damaged);
+    add(3);
+    EXPECT_EQ(listOnDisk(), Keys{"3"});
+    EXPECT_EQ(platform.files().contents(listPath() + ".damaged"), damaged);
+    EXPECT_TRUE(hasRecord(1)) << "what was listed is still there";
+  }
+}
+
+TEST_F(LocalCourseFiles, ListThatCannotBeReadIsSetAsideBeforeItIsWrittenOver) {
+  addRooms(1, 2);
+  const std::string whole = platform.files().contents(listPath()).value();
+  startAnew();
+  platform.files().failAt(FileOperation::Read, 1);
+  EXPECT_EQ(courses().getLocalCourseCount(), 0u);
+  EXPECT_EQ(platform.files().contents(listPath()), whole)
+      << "it stays where it is as long as nothing is written";
+  EXPECT_FALSE(platform.files().contents(listPath() + ".damaged"));
+  add(3);
+  EXPECT_EQ(platform.files().contents(listPath() + ".damaged"), whole);
+  EXPECT_EQ(listOnDisk(), Keys{"3"});
+  add(4);
+  EXPECT_EQ(platform.files().contents(listPath() + ".damaged"), whole) << "it is set aside once";
+}
+
+TEST_F(LocalCourseFiles, ListThatCannotBeReadNorSetAsideIsNotWrittenOver) {
+  addRooms(1, 2);
+  const std::string whole = platform.files().contents(listPath()).value();
+  platform.files().setMode(listPath(), 0);
+  startAnew();
+  platform.files().failAlways(FileOperation::Rename);
+  add(3);
+  platform.files().clearFailures();
+  EXPECT_EQ(platform.files().contents(listPath()), whole);
+  EXPECT_EQ(courses().localCourseList(), Keys{"3"});
+  EXPECT_TRUE(consoleTold("localCourse.plist could not be read and cannot be renamed"));
+  platform.files().setMode(listPath(), 0600);
+  startAnew();
+  EXPECT_EQ(courses().localCourseList(), (Keys{"2", "1"}));
+}
+
+TEST_F(LocalCourseFiles, MissingListIsSimplyBegun) {
+  add(1);
+  EXPECT_EQ(listOnDisk(), Keys{"1"});
+  EXPECT_FALSE(platform.files().contents(listPath() + ".damaged"));
+  platform.files().put(listPath(), "");
+  startAnew();
+  EXPECT_EQ(courses().getLocalCourseCount(), 0u);
+  add(2);
+  EXPECT_EQ(listOnDisk(), Keys{"2"});
+  EXPECT_FALSE(platform.files().contents(listPath() + ".damaged"));
+}
+
+TEST_F(LocalCourseFiles, RepeatedKeysCountOnceAndWhatIsNoTextNotAtAll) {
+  putList({"3", "4", "3", 5, json::array{"6"}, json::object{}, true, "4", "", ""});
+  startAnew();
+  EXPECT_EQ(courses().localCourseList(), (Keys{"3", "4", ""}));
+  EXPECT_EQ(courses().getLocalCourseCount(), 3u);
+}
+
+// Keys that somebody else has written ----------------------------------------------------------------------------
+
+TEST_F(LocalCourseFiles, KeysCannotLeadOutOfTheFolder) {
+  const std::string outside = folder().substr(0, folder().rfind('/'));
+  platform.files().put(outside + "/x.plist", "stays");
+  platform.files().put("/etc/x.plist", "stays");
+  const json::array keys{"../x", "/etc/x", "..", ".", "", "a/b", std::string(300, 'k'), "../../../../etc/x"};
+  putList(keys);
+  startAnew();
+  EXPECT_EQ(courses().getLocalCourseCount(), keys.size());
+  for (std::uint64_t index = 0; index <= keys.size(); ++index) {
+    EXPECT_EQ(courses().getLocalCourseWithIndex(index), nullptr) << index;
+  }
+  EXPECT_EQ(platform.files().contents(outside + "/x.plist"), "stays");
+  EXPECT_EQ(platform.files().contents("/etc/x.plist"), "stays");
+  EXPECT_FALSE(platform.files().contents(outside + "/x.plist.damaged"));
+  EXPECT_FALSE(platform.files().contents("/etc/x.plist.damaged"));
+}
+
+TEST_F(LocalCourseFiles, KeyWithTheNameOfTheListDoesNotLeadToIt) {
+  putList({"localCourse", "1"});
+  putRecord("1", {{"roomID", 1}, {"orv_local", true}});
+  startAnew();
+  EXPECT_EQ(courses().getLocalCourseWithIndex(0), nullptr);
+  EXPECT_EQ(listOnDisk(), (Keys{"localCourse", "1"}));
+  EXPECT_FALSE(platform.files().contents(listPath() + ".damaged"));
+  EXPECT_NE(courses().getLocalCourseWithIndex(1), nullptr);
+}
+
+TEST_F(LocalCourseFiles, RecordThatSaysItIsAnotherCourseIsGivenAndNotTakenIntoMemory) {
+  putList({"1"});
+  putRecord("1", {{"roomID", 2}, {"orv_local", true}, {"classroomID", 3}});
+  startAnew();
+  const Course course = courses().getLocalCourseWithRoomID(1);
+  ASSERT_NE(course, nullptr);
+  EXPECT_EQ(course->roomID, 2);
+  EXPECT_TRUE(courses().localCourseDict().empty());
+  platform.files().put("/home/user/Documents/3-2/film", "x");
+  courses().deleteLocalCourseWithRoomID(1);
+  EXPECT_FALSE(hasRecord(1));
+  EXPECT_FALSE(platform.files().contents("/home/user/Documents/3-2/film"))
+      << "its folder is what the record says";
+}
+
+// A disk that refuses --------------------------------------------------------------------------------------------
+
+TEST_F(LocalCourseFiles, MemoryKeepsWhatAFolderThatCannotBeWrittenDoesNotTake) {
+  add(1, "old");
+  platform.files().setMode(folder(), 0500);
+  EXPECT_TRUE(courses().addLocalCourse(makeLocal(2)));
+  courses().saveLocalCourse(makeLocal(1, "new"));
+  EXPECT_EQ(courses().localCourseList(), (Keys{"2", "1"}));
+  EXPECT_EQ(titleInMemory(1), "new");
+  EXPECT_EQ(titleOnDisk(1), "old");
+  EXPECT_EQ(listOnDisk(), Keys{"1"});
+  EXPECT_TRUE(consoleTold("2.plist cannot be written"));
+  EXPECT_TRUE(consoleTold("localCourse.plist cannot be written"));
+  courses().deleteLocalCourseWithRoomID(1);
+  EXPECT_EQ(courses().localCourseList(), Keys{"2"});
+  EXPECT_TRUE(hasRecord(1));
+  platform.files().setMode(folder(), 0700);
+  courses().saveLocalCourse(courses().getLocalCourseWithIndex(0));
+  EXPECT_EQ(listOnDisk(), Keys{"2"});
+  EXPECT_TRUE(hasRecord(2));
+}
+
+TEST_F(LocalCourseFiles, CatalogueWhoseFolderCannotBeMadeWorksInMemory) {
+  platform.files().failAlways(FileOperation::CreateDirectory);
+  openCatalogue(7);
+  EXPECT_EQ(courses().localCourseFolder(), std::nullopt);
+  EXPECT_EQ(courses().localCourseListFile(), std::nullopt);
+  const Course course = add(1);
+  EXPECT_EQ(courses().getLocalCourseWithIndex(0), course);
+  courses().dequeueRecoedCourse_isLocal("1", true);
+  EXPECT_EQ(courses().getLocalCourseWithIndex(0), nullptr);
+  courses().deleteLocalCourse(course);
+  EXPECT_EQ(courses().getLocalCourseCount(), 0u);
+  EXPECT_TRUE(consoleTold("createFolderWithSuffix:domain:] 165"));
+}
+
+TEST_F(LocalCourseFiles, FullDiskLeavesWhatWasThereAndTakesMoreOnceThereIsRoom) {
+  addRooms(1, 3);
+  const auto before = platform.files().snapshot();
+  platform.files().setCapacity(platform.files().usedBytes() + 10);
+  EXPECT_TRUE(courses().addLocalCourse(makeLocal(4, "new")));
+  courses().saveLocalCourse(makeLocal(1, "new"));
+  EXPECT_EQ(platform.files().snapshot(), before);
+  EXPECT_EQ(courses().localCourseList(), (Keys{"4", "3", "2", "1"}));
+  EXPECT_EQ(titleInMemory(1), "new");
+  EXPECT_TRUE(consoleTold("No space left"));
+  platform.files().setCapacity(std::nullopt);
+  courses().refreshLocalCourse(courses().getLocalCourseWithRoomID(4));
+  courses().saveLocalCourse(courses().getLocalCourseWithRoomID(1));
+  startAnew();
+  EXPECT_EQ(courses().localCourseList(), (Keys{"4", "3", "2", "1"}));
+  EXPECT_EQ(titleInMemory(4), "new");
+  EXPECT_EQ(titleInMemory(1), "new");
+}
+
+TEST_F(LocalCourseFiles, ConsoleIsToldWhenNothingIsLocked) {
+  std::vector<std::uint64_t> counts;
+  Console::setSink([&counts](std::string_view) {
+    counts.push_back(courses().getLocalCourseCount());
+    courses().getLocalCourseWithIndex(0);  // Would never return.
+  });
+  add(1);
+  platform.files().setMode(folder(), 0500);
+  courses().addLocalCourse(makeLocal(2));
+  EXPECT_EQ(counts, (std::vector<std::uint64_t>{2, 2}));
+  platform.files().setMode(folder(), 0700);
+  platform.files().put(listPath(), "damaged");
+  counts.clear();
+  startAnew();
+  EXPECT_EQ(courses().getLocalCourseCount(), 0u);
+  EXPECT_EQ(counts, std::vector<std::uint64_t>{0});
+  Console::setSink(nullptr);
+}
+
+// One call fails; and everything stops at once -------------------------------------------------------------------
+
+/// Does one of several things with rooms 1 to 6; returns the room that it touched.
+std::int64_t doSomething(std::uint64_t step) {
+  const auto room = static_cast<std::int64_t>(step * 5 % 6 + 1);
+  const auto course = std::make_shared<OrvCourseModel>();
+  course->orv_local = true;
+  course->roomID = room;
+  course->publishStatus = 99;
+  course->title = "step " + std::to_string(step);
+  auto& manager = QXCourseManager::getInstance();
+  switch (step % 7) {
+    case 3:
+      manager.saveLocalCourse(course);
+      break;
+    case 4:
+      manager.refreshLocalCourse(course);
+      break;
+    case 5:
+      manager.deleteLocalCourseWithRoomID(room);
+      break;
+    case 6:
+      manager.deleteLocalCourse(course);
+      break;
+    default:
+      manager.addLocalCourse(course);
+  }
+  return room;
+}
+
+using Titles = std::map<std::string, OptionalString>;
+
+/// What the manager gives for each course of its list.
+Titles titles() {
+  Titles all;
+  auto& manager = QXCourseManager::getInstance();
+  for (const auto& key : manager.localCourseList()) {
+    const auto course = manager.getLocalCourseWithRoomID(std::stoll(key));
+    all[key] = course != nullptr ? course->title.get() : OptionalString("missing");
+  }
+  return all;
+}
+
+TEST_F(LocalCourseFiles, OneFailingCallHarmsOnlyTheCourseThatItWasFor) {
+  constexpr std::uint64_t kSteps = 28;
+  bool failed = true;
+  std::uint64_t n = 1;
+  for (; failed && n < 500; ++n) {
+    openCatalogue(n);
+    courses().getLocalCourseCount();
+    platform.files().resetCounters();
+    platform.files().failAt(n);
+    for (std::uint64_t step = 0; step < kSteps; ++step) {
+      const Titles before = titles();
+      const auto failures = platform.files().failuresInjected();
+      const std::string touched = std::to_string(doSomething(step));
+      const Titles after = titles();
+      if (platform.files().failuresInjected() == failures) continue;
+      for (const Crash crash : {Crash::Process, Crash::PowerCut, Crash::PowerCutTorn}) {
+        // Before the next step writes the list again.
+        platform.files().crash(crash);
+        startAnew();
+        Titles loaded = titles();
+        for (const auto& [key, title] : before) {
+          if (key == touched) continue;
+          EXPECT_EQ(after.at(key), title) << "call " << n;
+          ASSERT_TRUE(loaded.contains(key)) << "call " << n << ", course " << key;
+          EXPECT_EQ(loaded.at(key), title) << "call " << n;
+        }
+        for (const auto& [key, title] : loaded) {
+          if (key != touched) {
+            EXPECT_TRUE(before.contains(key)) << "call " << n << ", course " << key;
+          }
+        }
+      }
+      break;
+    }
+    failed = platform.files().failuresInjected() > 0;
+    platform.files().clearFailures();
+  }
+  EXPECT_GT(n, 40u);
+  EXPECT_LT(n, 500u);
+}
+
+TEST_F(LocalCourseFiles, WhatWasDoneSurvivesAPowerCutAtAnyMoment) {
+  for (const Crash crash : {Crash::Process, Crash::PowerCut, Crash::PowerCutTorn}) {
+    for (std::uint64_t stop = 1; stop < 30; ++stop) {
+      openCatalogue(1000 * stop + static_cast<std::uint64_t>(crash));
+      for (std::uint64_t step = 0; step < stop; ++step) doSomething(step);
+      const Titles before = titles();
+      const Keys order = courses().localCourseList();
+      platform.files().crash(crash);
+      startAnew();
+      // The user is stored anew by the next start; here the catalogue is opened again by hand.
+      openCatalogue(1);
+      openCatalogue(1000 * stop + static_cast<std::uint64_t>(crash));
+      EXPECT_EQ(courses().localCourseList(), order) << stop;
+      EXPECT_EQ(titles(), before) << stop;
+    }
+  }
+}
+
+TEST_F(LocalCourseFiles, DiskThatStopsInTheMiddleOfAnOperationLosesNothingThatWasThere) {
+  // The disk takes `taken` more calls of the operation, then none; then the power goes.
+  for (std::uint64_t catalogue = 1; catalogue < 40; ++catalogue) {
+    openCatalogue(catalogue);
+    for (std::uint64_t step = 0; step < catalogue / 2; ++step) doSomething(step);
+    const Titles before = titles();
+    if (catalogue % 2 == 0) {
+      platform.files().failAlways();
+    } else {
+      platform.files().failAt(FileOperation::WriteAtomically, 2);  // the record is written, the list is not
+    }
+    const std::string touched = std::to_string(doSomething(catalogue / 2));
+    platform.files().crash(Crash::PowerCut);
+    platform.files().clearFailures();
+    openCatalogue(100'000);
+    openCatalogue(catalogue);
+    const Titles loaded = titles();
+    for (const auto& [key, title] : before) {
+      if (key == touched) continue;
+      ASSERT_TRUE(loaded.contains(key)) << catalogue;
+      EXPECT_EQ(loaded.at(key), title) << catalogue;
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace orv
