@@ -1,158 +1,162 @@
-#include "devserver/CommandTable.h"
-
 #include <utility>
+
+#include "devserver/CommandTable.h"
 
 namespace orv::devserver {
 
 namespace {
 
-json::object missing(std::string_view what) {
-  return refusal(result::kMissingValue, "missing or not usable: " + std::string(what));
+void checkCode(const Values& values, std::string_view key = "scode") {
+  if (values.text(key, "") != School::kVerificationCode) {
+    throw Refused(result::kWrongCode, "wrong verification code");
+  }
 }
 
-json::object member(std::string_view key, json::value value) {
-  json::object object;
-  object.emplace(json::string_view(key.data(), key.size()), std::move(value));
-  return object;
+[[noreturn]] void refusePassword() {
+  throw Refused(result::kWrongPassword, "wrong password");
 }
 
-json::object wrongCode() {
-  return refusal(result::kWrongCode, "wrong verification code");
+[[noreturn]] void refuseNumber() {
+  throw Refused(result::kNoSuchAccount, "no account has this number");
 }
 
-json::object signIn(CommandContext& context, const Account& account) {
-  context.session = {account.uID, context.school.issueToken(account)};
-  return success(account.data(context.session.token));
+/// Opens the session; a user's other connections hear of a new one.
+void openSession(CommandContext& context, const Account& account, std::string token) {
+  Session& session = context.session;
+  const bool isNew = session.uID != account.uID;
+  if (isNew && session.lastUser != account.uID) session = {};
+  session.uID = account.uID;
+  session.token = std::move(token);
+  session.since = std::chrono::steady_clock::now();
+  if (isNew) {
+    context.push("User.OtherDevice.Login", {{"uID", account.uID}, {"addtime", secondsNow()}},
+                 context.otherDevices());
+  }
 }
 
-json::object login(CommandContext& context) {
-  const json::object& values = context.request.values;
-  const std::string phone = textValue(values, "phone"), digest = textValue(values, "pwd"),
-                    code = textValue(values, "scode");
-  if (phone.empty()) return missing("phone");
-  if (digest.empty() && code.empty()) return missing("pwd or scode");
-  const Account* account = context.school.findByPhone(phone);
-  if (account == nullptr) return refusal(result::kNoSuchAccount, "no account has this number");
-  if (!digest.empty()) {
-    if (digest != account->passwordDigest) return refusal(result::kWrongPassword, "wrong password");
-  } else if (code != School::kVerificationCode) {
-    return wrongCode();
+json::value signIn(CommandContext& context, const Account& account) {
+  openSession(context, account, context.school.accounts().issueToken(account.uID));
+  return userData(context, account);
+}
+
+json::value login(CommandContext& context) {
+  const std::string phone = context.values.text("phone"), digest = context.values.text("pwd", "");
+  if (digest.empty() && !context.values.has("scode")) refuseValue("pwd or scode");
+  const auto account = context.school.accounts().findByPhone(phone);
+  if (!account) refuseNumber();
+  if (digest.empty()) {
+    checkCode(context.values);
+  } else if (digest != account->passwordDigest) {
+    refusePassword();
   }
   return signIn(context, *account);
 }
 
-json::object refreshSession(CommandContext& context) {
-  const std::string uID = textValue(context.request.values, "uID"),
-                    token = textValue(context.request.values, "token");
-  const Account* account = context.school.findByToken(token);
-  if (account == nullptr || account->uID != uID) {
-    return refusal(result::kSessionOver, "the session is over: sign in again");
+json::value refreshSession(CommandContext& context) {
+  const std::string token = context.values.text("token", "");
+  const auto account = context.school.accounts().findByToken(token);
+  if (!account || account->uID != context.values.text("uID", "")) {
+    throw Refused(result::kSessionOver, "the session is over: sign in again");
   }
-  context.session = {uID, token};
-  return success(account->data(token));
+  openSession(context, *account, token);
+  return userData(context, *account);
 }
 
-json::object logout(CommandContext& context) {
-  context.school.dropToken(context.session.token);
+json::value logout(CommandContext& context) {
+  context.school.accounts().dropToken(context.session.token);
   context.session = {};
-  return success(json::object());
+  return json::object();
 }
 
-json::object logoutOthers(CommandContext& context) {
-  context.school.dropTokens(context.session.uID, context.session.token);
+json::value logoutOthers(CommandContext& context) {
+  context.school.accounts().dropTokens(context.session.uID, context.session.token);
+  context.push("User.OtherDevice.Logout", {{"uID", context.session.uID}, {"addtime", secondsNow()}},
+               context.otherDevices());
   context.endOtherSessions = true;
-  return success(json::object());
+  return json::object();
 }
 
-json::object sendCode(CommandContext& context) {
-  if (textValue(context.request.values, "phone").empty()) return missing("phone");
-  return success(json::object());
+json::value sendCode(CommandContext& context) {
+  context.values.text("phone");
+  return json::object{{"expire", 300}, {"interval", 60}};
 }
 
-json::object registerAccount(CommandContext& context) {
-  const json::object& values = context.request.values;
+Account enrol(CommandContext& context, Account account) {
+  auto enrolled = context.school.accounts().enrol(std::move(account));
+  if (!enrolled) throw Refused(result::kSchoolFull, "the school is full");
+  return *std::move(enrolled);
+}
+
+json::value registerAccount(CommandContext& context) {
   Account account;
-  account.phone = textValue(values, "phone");
-  account.passwordDigest = textValue(values, "pass");
-  if (account.phone.empty()) return missing("phone");
-  if (account.passwordDigest.empty()) return missing("pass");
-  if (textValue(values, "scode") != School::kVerificationCode) return wrongCode();
-  if (context.school.findByPhone(account.phone) != nullptr) {
-    return refusal(result::kPhoneTaken, "the number already has an account");
+  account.phone = context.values.text("phone");
+  account.passwordDigest = context.values.text("pass");
+  checkCode(context.values);
+  if (context.school.accounts().findByPhone(account.phone)) {
+    throw Refused(result::kPhoneTaken, "the number already has an account");
   }
-  account.profile = {{"nick", textValue(values, "nick")}, {"gender", 0}, {"role", 0}, {"teacher", 0}};
-  const Account* enrolled = context.school.enrol(std::move(account));
-  if (enrolled == nullptr) return refusal(result::kSchoolFull, "the school is full");
-  return signIn(context, *enrolled);
+  account.profile = usualProfile(context.values.text("nick", ""));
+  return signIn(context, enrol(context, std::move(account)));
 }
 
-json::object externalIdentity(CommandContext& context) {
-  const json::object& values = context.request.values;
-  const std::string openID = textValue(values, "openid");
-  if (openID.empty()) return missing("openid");
-  const Account* account = context.school.findByOpenID(openID);
-  if (account == nullptr) {
-    Account fresh;
-    fresh.openID = openID;
-    fresh.profile = {{"nick", textValue(values, "nickname")},
-                     {"userpic", textValue(values, "headimgurl")},
-                     {"gender", 0},
-                     {"role", 0},
-                     {"teacher", 0}};
-    account = context.school.enrol(std::move(fresh));
-  }
-  if (account == nullptr) return refusal(result::kSchoolFull, "the school is full");
-  return signIn(context, *account);
+json::value externalIdentity(CommandContext& context) {
+  const std::string openID = context.values.text("openid");
+  auto account = context.school.accounts().findByOpenID(openID);
+  if (account) return signIn(context, *account);
+  Account fresh;
+  fresh.openID = openID;
+  fresh.profile = usualProfile(context.values.text("nickname", ""));
+  fresh.profile["userpic"] = context.values.text("headimgurl", "");
+  fresh.profile["gender"] = numberIn(context.request.values, "sex");
+  return signIn(context, enrol(context, std::move(fresh)));
 }
 
 /// "type" 0 changes by the old digest; 1 resets by a verification code, which travels under "opwd".
-json::object changePassword(CommandContext& context) {
-  const json::object& values = context.request.values;
-  const std::string digest = textValue(values, "npwd"), proof = textValue(values, "opwd");
-  if (digest.empty()) return missing("npwd");
-  const bool reset = textValue(values, "type") == "1";
-  Account* account = reset ? context.school.findByPhone(textValue(values, "phone"))
-                           : context.school.findByID(context.session.uID);
-  if (account == nullptr) return refusal(result::kNoSuchAccount, "no account has this number");
-  if (reset && proof != School::kVerificationCode) return wrongCode();
-  if (!reset && proof != account->passwordDigest) return refusal(result::kWrongPassword, "wrong password");
+json::value changePassword(CommandContext& context) {
+  const std::string digest = context.values.text("npwd");
+  const bool reset = context.values.number("type", 0) == 1;
+  auto account = reset ? context.school.accounts().findByPhone(context.values.text("phone"))
+                       : std::optional(context.account());
+  if (!account) refuseNumber();
+  if (reset) {
+    checkCode(context.values, "opwd");
+  } else if (context.values.text("opwd") != account->passwordDigest) {
+    refusePassword();
+  }
   account->passwordDigest = digest;
-  context.school.save(*account);
-  return success(json::object());
+  context.school.accounts().save(*account);
+  return json::object();
 }
 
 /// "type" 1 proves the present number; every other type moves the account to the number given.
-json::object changePhone(CommandContext& context) {
-  const json::object& values = context.request.values;
-  const std::string phone = textValue(values, "phone");
-  if (phone.empty()) return missing("phone");
-  if (textValue(values, "scode") != School::kVerificationCode) return wrongCode();
-  Account* account = context.school.findByID(context.session.uID);
-  if (account == nullptr) return refusal(result::kNoSession, "no session: sign in first");
-  Account* holder = context.school.findByPhone(phone);
-  if (textValue(values, "type") == "1") {
-    return holder == account ? success(member("token", json::string(context.session.token)))
-                             : refusal(result::kNoSuchAccount, "not the number of this account");
+json::value changePhone(CommandContext& context) {
+  const std::string phone = context.values.text("phone");
+  checkCode(context.values);
+  Account account = context.account();
+  if (context.values.number("type", 2) == 1) {
+    if (phone != account.phone) throw Refused(result::kNoSuchAccount, "not the number of this account");
+    return member("token", context.session.token);
   }
-  if (holder != nullptr && holder != account) {
-    return refusal(result::kPhoneTaken, "the number already has an account");
+  const auto holder = context.school.accounts().findByPhone(phone);
+  if (holder && holder->uID != account.uID) {
+    throw Refused(result::kPhoneTaken, "the number already has an account");
   }
-  account->phone = phone;
-  context.school.save(*account);
-  return success(member("phone", json::string(phone)));
+  account.phone = phone;
+  context.school.accounts().save(account);
+  return member("phone", phone);
 }
 
-/// A command that stores one value of the request in the user's profile.
-CommandTable::Command storeInProfile(std::string key) {
-  return [key](CommandContext& context) {
-    const json::value* value = context.request.values.if_contains(key);
-    if (value == nullptr) return missing(key);
-    Account* account = context.school.findByID(context.session.uID);
-    if (account == nullptr) return refusal(result::kNoSession, "no session: sign in first");
-    account->profile[key] = *value;
-    context.school.save(*account);
-    return success(member(key, *value));
-  };
+json::value changeNick(CommandContext& context) {
+  const std::string nick = context.values.text("nick");
+  context.school.accounts().setInProfile(context.session.uID, "nick", json::string(nick));
+  return member("nick", nick);
+}
+
+json::value changeGender(CommandContext& context) {
+  const std::int64_t gender = context.values.number("gender");
+  if (gender < 0) refuseValue("gender");
+  context.school.accounts().setInProfile(context.session.uID, "gender", gender);
+  return member("gender", gender);
 }
 
 }  // namespace
@@ -167,8 +171,8 @@ void addAccountCommands(CommandTable& table) {
   table.add("User.Post.Passport", externalIdentity);
   table.add("User.Post.Cpwd", changePassword);
   table.add("User.Post.Phone", changePhone);
-  table.add("User.Post.Cnick", storeInProfile("nick"));
-  table.add("User.Post.Gender", storeInProfile("gender"));
+  table.add("User.Post.Cnick", changeNick);
+  table.add("User.Post.Gender", changeGender);
 }
 
 }  // namespace orv::devserver

@@ -1,51 +1,53 @@
 #pragma once
 
-#include <boost/json/object.hpp>
-
 #include <functional>
 #include <map>
 #include <string>
-#include <string_view>
+#include <vector>
 
-#include "devserver/RequestFrame.h"
-#include "devserver/School.h"
-#include "devserver/Session.h"
+#include "devserver/CommandContext.h"
 
 namespace orv::devserver {
 
-/// What one command works on.
-struct CommandContext {
-  School& school;
-  Session& session;  ///< of the connection that the request came on
-  const RequestFrame& request;
-  bool endOtherSessions = false;  ///< set by the command: the user's other connections lose their sessions
-};
-
-/// The commands that the server carries out, by name. A command without an entry is echoed.
+/// The commands that the server carries out, by name.
 class CommandTable {
  public:
-  /// Returns "v" of the reply.
-  using Command = std::function<json::object(CommandContext&)>;
+  /// Returns "data" of the reply; throws Refused.
+  using Command = std::function<json::value(CommandContext&)>;
 
-  CommandTable();
+  /// `echoUnknown`: a command that the table does not have is echoed instead of refused.
+  explicit CommandTable(bool echoUnknown);
 
   /// True where a connection without a session is refused with 1001.
   bool needsSession(const RequestFrame& request) const;
-  /// Carries the request out, the session rule included.
+  /// Carries the request out as one transaction, and returns "v" of the reply. A refused one leaves the
+  /// school, the session and the pushes as they were.
   json::object run(CommandContext& context) const;
   void add(std::string name, Command command);
+  /// The names, in alphabetical order.
+  std::vector<std::string> names() const;
 
  private:
+  const bool echoUnknown_;
   std::map<std::string, Command, std::less<>> commands_;
 };
 
-/// Account and session commands.
+// The families, each in a file of its own.
 void addAccountCommands(CommandTable& table);
-
-/// {"command":…,"values":…as received}
-json::object echo(const RequestFrame& request);
-
-/// The text under `key`, or the decimal text of a whole number there; empty for anything else.
-std::string textValue(const json::object& values, std::string_view key);
+void addBillingCommands(CommandTable& table);
+void addClassroomCommands(CommandTable& table);
+void addCorporationCommands(CommandTable& table);
+void addCourseCommands(CommandTable& table);
+void addCourseListCommands(CommandTable& table);
+void addEnrolmentCommands(CommandTable& table);
+void addInteractionCommands(CommandTable& table);
+void addLiveRoomCommands(CommandTable& table);
+void addMaterialCommands(CommandTable& table);
+void addPlayCommands(CommandTable& table);
+void addReplayCommands(CommandTable& table);
+void addSettingCommands(CommandTable& table);
+void addTeacherCommands(CommandTable& table);
+void addUploadCommands(CommandTable& table);
+void addVendorCommands(CommandTable& table);
 
 }  // namespace orv::devserver

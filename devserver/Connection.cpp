@@ -20,19 +20,45 @@ std::string_view view(beast::string_view text) {
   return {text.data(), text.size()};
 }
 
+std::string_view field(const http::request<http::string_body>& request, http::field name) {
+  return view(request[name]);
+}
+
 /// Reads and drops everything until the peer goes away.
 class Stall : public LinkCore::Waiter {
  public:
-  Stall(LinkCore& core, std::shared_ptr<void> owner) : core_(core), owner_(std::move(owner)) {}
+  Stall(LinkCore& core, std::shared_ptr<void> owner, std::function<void()> onEnd)
+      : core_(core), owner_(std::move(owner)), onEnd_(std::move(onEnd)) {}
   void ready() override {
     core_.consumeInput(core_.input().size());
-    if (core_.inputEnd()) return core_.close();
-    core_.awaitInput(std::make_unique<Stall>(core_, std::move(owner_)));
+    if (!core_.inputEnd()) {
+      return core_.awaitInput(std::make_unique<Stall>(core_, std::move(owner_), std::move(onEnd_)));
+    }
+    core_.close();
+    if (onEnd_) onEnd_();
   }
 
  private:
   LinkCore& core_;
   std::shared_ptr<void> owner_;
+  std::function<void()> onEnd_;
+};
+
+/// The rest of an answer whose length nobody knows.
+class BodyStream : public HttpStream {
+ public:
+  explicit BodyStream(std::shared_ptr<LinkCore> core) : core_(std::move(core)) {}
+  void write(std::string_view bytes) override { core_->write(bytes); }
+  std::size_t waiting() const override { return core_->waiting(); }
+  void setOnDrained(std::function<void()> callback) override { core_->setOnDrained(std::move(callback)); }
+  void setOnClosed(std::function<void()> callback) override { onClosed_ = std::move(callback); }
+  void close() {
+    if (auto callback = std::exchange(onClosed_, nullptr)) callback();
+  }
+
+ private:
+  std::shared_ptr<LinkCore> core_;
+  std::function<void()> onClosed_;
 };
 
 }  // namespace
@@ -43,6 +69,7 @@ Connection::Connection(Socket socket, net::ssl::context* tls, const NetworkOptio
       faults_(faults),
       events_(events),
       core_(std::make_shared<LinkCore>(std::move(socket), tls, faults.wire(), options.maxQueuedBytes)),
+      tls_(tls != nullptr),
       deadline_(core_->executor()) {
   fromThisMachine_ = core_->fromThisMachine();
   core_->setOnOverflow([&events] { events.slowReaderCut(); });
@@ -80,29 +107,55 @@ void Connection::readHead() {
 
 void Connection::onHead(error_code error) {
   if (core_->ended()) return;
-  if (error == http::error::header_limit) return answerHttp(431, "Request Header Fields Too Large", "{}");
-  if (error == http::error::body_limit) return answerHttp(413, "Content Too Large", "{}");
+  if (error == http::error::header_limit) return answerProblem(431, "Request Header Fields Too Large");
+  if (error == http::error::body_limit) return answerProblem(413, "Content Too Large");
   if (error.category() == http::make_error_code(http::error::bad_version).category() &&
       error != http::error::end_of_stream && error != http::error::partial_message) {
-    return answerHttp(400, "Bad Request", R"({"err":"not HTTP"})");
+    return answerProblem(400, "Bad Request", R"({"err":"not HTTP"})");
   }
   if (error) return core_->close();
 
   Request request = parser_->release();
   parser_.reset();
-  if (websocket::is_upgrade(request)) return admit(std::move(request));
-  const HttpAnswer answer =
-      events_.http(view(request.method_string()), view(request.target()), request.body(), fromThisMachine_);
-  answerHttp(answer.status, view(http::obsolete_reason(http::int_to_status(answer.status))), answer.body);
+  websocket::is_upgrade(request) ? admit(std::move(request)) : onRequest(request);
 }
 
-void Connection::answerHttp(unsigned status, std::string_view reason, std::string_view body) {
-  std::string head = "HTTP/1.1 " + std::to_string(status) + " " + std::string(reason) +
-                     "\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) +
-                     "\r\nConnection: close\r\n\r\n";
-  core_->write(head, body);
+void Connection::onRequest(const Request& request) {
+  HttpRequest plain;
+  plain.method = view(request.method_string());
+  plain.target = view(request.target());
+  plain.body = request.body();
+  plain.host = field(request, http::field::host);
+  plain.origin = field(request, http::field::origin);
+  plain.fetchSite = view(request["Sec-Fetch-Site"]);
+  plain.lastEvent = view(request["Last-Event-ID"]);
+  plain.tls = tls_;
+  plain.fromThisMachine = fromThisMachine_;
+  const HttpAnswer answer = events_.http(plain);
+  if (answer.stream) return streamHttp(answer);
+  answerHttp(answer.status, view(http::obsolete_reason(http::int_to_status(answer.status))), answer);
+}
+
+void Connection::answerHttp(unsigned status, std::string_view reason, const HttpAnswer& answer) {
+  const std::string head = "HTTP/1.1 " + std::to_string(status) + " " + std::string(reason) +
+                           "\r\nContent-Type: " + answer.contentType +
+                           "\r\nContent-Length: " + std::to_string(answer.body.size()) +
+                           "\r\nConnection: close\r\n" + answer.head + "\r\n";
+  core_->write(head, answer.body);
   deadline_.cancel();
   core_->finish(true);
+}
+
+void Connection::answerProblem(unsigned status, std::string_view reason, std::string_view body) {
+  answerHttp(status, reason, {.body = std::string(body)});
+}
+
+void Connection::streamHttp(const HttpAnswer& answer) {
+  core_->write("HTTP/1.1 200 OK\r\nContent-Type: " + answer.contentType + "\r\nConnection: close\r\n" +
+               answer.head + "\r\n");
+  auto stream = std::make_shared<BodyStream>(core_);
+  answer.stream(stream);
+  stall([stream] { stream->close(); });
 }
 
 void Connection::admit(Request request) {
@@ -116,7 +169,7 @@ void Connection::admit(Request request) {
     case ConnectionMode::Stall:
       return stall();
     case ConnectionMode::Reject:
-      return answerHttp(admission.httpStatus, "Rejected", R"({"err":"a fault that was asked for"})");
+      return answerProblem(admission.httpStatus, "Rejected", R"({"err":"a fault that was asked for"})");
   }
   core_->exposeToFaults();
   // Whatever came behind the request head belongs to the WebSocket.
@@ -133,9 +186,9 @@ void Connection::admit(Request request) {
   });
 }
 
-void Connection::stall() {
+void Connection::stall(std::function<void()> onEnd) {
   deadline_.cancel();
-  Stall(*core_, shared_from_this()).ready();
+  Stall(*core_, shared_from_this(), std::move(onEnd)).ready();
 }
 
 void Connection::readMessage() {

@@ -5,6 +5,7 @@
 #include <boost/beast/http/string_body.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -41,8 +42,11 @@ class Connection : public Peer, public std::enable_shared_from_this<Connection> 
   void readHead();
   void onHead(error_code error);
   void admit(Request request);
-  void answerHttp(unsigned status, std::string_view reason, std::string_view body);
-  void stall();
+  void onRequest(const Request& request);
+  void answerHttp(unsigned status, std::string_view reason, const HttpAnswer& answer);
+  void answerProblem(unsigned status, std::string_view reason, std::string_view body = "{}");
+  void streamHttp(const HttpAnswer& answer);
+  void stall(std::function<void()> onEnd = {});
   void readMessage();
   void onMessage(error_code error);
   void endAfter(std::chrono::milliseconds time);
@@ -52,6 +56,7 @@ class Connection : public Peer, public std::enable_shared_from_this<Connection> 
   Faults& faults_;
   NetworkEvents& events_;
   std::shared_ptr<LinkCore> core_;
+  const bool tls_;
   bool fromThisMachine_ = false;
   Timer deadline_;
   beast::flat_buffer buffer_;

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "devserver/ControlActions.h"
 #include "devserver/ControlFields.h"
 
 namespace orv::devserver {
@@ -18,9 +19,6 @@ namespace {
 
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kDay = 24 * 60 * 60 * 1000;
-
-/// An action that was read whole and can no longer fail; its result is the number of connections reached.
-using Action = std::function<std::size_t()>;
 
 Action setting(std::function<void()> set) {
   return [set = std::move(set)] {
@@ -137,19 +135,24 @@ Action readAction(Engine& engine, Faults& faults, ControlFields& fields) {
   if (fields.has("revoke")) {
     return [user = fields.text("revoke"), &engine] { return engine.revokeTokens(user == "all" ? "" : user); };
   }
+  if (fields.has("course")) return readCourseAction(engine, fields);
+  if (fields.has("sessionLifetime")) {
+    const std::chrono::milliseconds lifetime(fields.number("sessionLifetime", 0, kDay));
+    return setting([=, &engine] { engine.setSessionLifetime(lifetime); });
+  }
   if (fields.has("clear")) {
     if (!fields.flag("clear")) throw std::invalid_argument("\"clear\": expected true");
     return setting([&faults] { faults.clear(); });
   }
   throw std::invalid_argument(
       "expected one of the members \"fault\" \"push\" \"cut\" \"garbage\" \"silence\" \"expire\" \"revoke\" "
-      "\"clear\"");
+      "\"course\" \"sessionLifetime\" \"clear\"");
 }
 
 HttpAnswer failure(unsigned status, std::string_view text) {
   json::object answer;
   answer.emplace("err", json::string_view(text.data(), text.size()));
-  return {status, json::serialize(answer)};
+  return {.status = status, .body = json::serialize(answer)};
 }
 
 }  // namespace
@@ -168,20 +171,21 @@ json::object Control::apply(const json::object& request) {
   ControlFields fields(request);
   const Action action = readAction(engine_, faults_, fields);
   fields.end();
-  const std::size_t affected = action();
+  Outcome outcome = action();
   json::object answer = state();
-  answer.emplace("affected", affected);
+  answer.emplace("affected", outcome.affected);
+  for (auto& [key, value] : outcome.more) answer[key] = std::move(value);
   return answer;
 }
 
 HttpAnswer Control::answer(std::string_view method, std::string_view body) {
-  if (method == "GET") return {200, json::serialize(state())};
+  if (method == "GET") return {.body = json::serialize(state())};
   if (method != "POST") return failure(405, "expected GET or POST");
   json::error_code error;
   const json::value request = json::parse({body.data(), body.size()}, error);
   if (error || !request.is_object()) return failure(400, "expected a JSON object");
   try {
-    return {200, json::serialize(apply(request.get_object()))};
+    return {.body = json::serialize(apply(request.get_object()))};
   } catch (const std::invalid_argument& problem) {
     return failure(400, problem.what());
   }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "devserver/Control.h"
+#include "devserver/CourseDesk.h"
 #include "devserver/Engine.h"
 #include "devserver/Network.h"
 
@@ -19,10 +20,11 @@ struct DevServer::Impl {
   explicit Impl(Options given)
       : options(std::move(given)),
         log(options.keptFrames, options.keptFrameBytes),
-        engine(faults, log, options.dataFile) {
+        engine(faults, log, options.dataFile, options.echo, options.sessionLifetime) {
     port = options.port;
     engine.setControl(
         [this](std::string_view method, std::string_view body) { return control.answer(method, body); });
+    engine.page().feed().setState([this] { return control.state(); });
   }
 
   NetworkOptions networkOptions() const {
@@ -48,6 +50,8 @@ struct DevServer::Impl {
     auto result = task.get_future();
     return result.get();
   }
+
+  CourseDesk desk() { return CourseDesk(engine.school()); }
 
   const Options options;
   std::atomic<std::uint16_t> port{0};
@@ -105,6 +109,10 @@ std::string DevServer::url() const {
          std::to_string(port());
 }
 
+std::string DevServer::pageUrl() const {
+  return "http" + url().substr(2) + "/";
+}
+
 Faults& DevServer::faults() {
   return impl_->faults;
 }
@@ -131,6 +139,39 @@ std::size_t DevServer::expireSessions(std::string_view user) {
 
 std::size_t DevServer::revokeTokens(std::string_view user) {
   return impl_->run([&] { return impl_->engine.revokeTokens(user); });
+}
+
+std::int64_t DevServer::addCourse(const json::object& fields) {
+  return impl_->run([&] { return impl_->desk().add(fields); });
+}
+
+std::vector<std::int64_t> DevServer::addCourses(std::size_t count, const json::object& fields) {
+  return impl_->run([&] { return impl_->desk().add(count, fields); });
+}
+
+void DevServer::changeCourse(std::int64_t roomID, const json::object& fields) {
+  impl_->run([&] { impl_->desk().change(roomID, fields); });
+}
+
+void DevServer::removeCourse(std::int64_t roomID) {
+  impl_->run([&] { impl_->desk().remove(roomID); });
+}
+
+std::optional<json::object> DevServer::course(std::int64_t roomID) {
+  return impl_->run([&] { return impl_->engine.school().courses().find(roomID); });
+}
+
+std::size_t DevServer::pushCourses(const std::vector<std::int64_t>& roomIDs, int code,
+                                   std::string_view user) {
+  return push("Rooms.Push.Message", roomMessage(roomIDs, code), user);
+}
+
+void DevServer::setSessionLifetime(std::chrono::milliseconds lifetime) {
+  impl_->run([&] { impl_->engine.setSessionLifetime(lifetime); });
+}
+
+std::vector<std::string> DevServer::commands() const {
+  return impl_->engine.commands().names();
 }
 
 std::vector<DevServer::Frame> DevServer::receivedFrames() const {

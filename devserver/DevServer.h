@@ -30,7 +30,7 @@ struct DevServerOptions {
   std::string tlsCertificateFile;
   /// PEM file with the key; empty: it is in the certificate's file.
   std::string tlsKeyFile;
-  /// SQLite file that keeps accounts and tokens; empty: they live as long as the object.
+  /// SQLite file that keeps the school; empty: it lives as long as the object.
   std::string dataFile;
   /// Connections of every kind at a time; further ones are reset.
   std::size_t maxConnections = 1000;
@@ -41,6 +41,10 @@ struct DevServerOptions {
   /// Received frames that are kept, by number and by bytes.
   std::size_t keptFrames = 10'000;
   std::size_t keptFrameBytes = 64u << 20;
+  /// Commands that the server does not know are echoed, as "Dev.…" always are, instead of refused.
+  bool echo = false;
+  /// Sessions end by themselves this long after the sign-in or its refresh; 0: never. Tokens stay good.
+  std::chrono::milliseconds sessionLifetime{0};
   /// From TCP's accept to the end of the WebSocket handshake.
   std::chrono::milliseconds handshakeTimeout{30'000};
 };
@@ -76,6 +80,8 @@ class DevServer {
   std::uint16_t port() const;
   /// "ws://127.0.0.1:PORT", or "wss://…" with TLS.
   std::string url() const;
+  /// Where a browser finds the page that shows what passes: "http://127.0.0.1:PORT/", or "https://…" with TLS.
+  std::string pageUrl() const;
 
   /// The misbehaviour in force.
   devserver::Faults& faults();
@@ -94,6 +100,26 @@ class DevServer {
   std::size_t expireSessions(std::string_view user = {});
   /// Ends sessions and drops the tokens: "User.Post.Session" is answered by 2.
   std::size_t revokeTokens(std::string_view user = {});
+
+  // The courses of the school, which are there for every command at once. `fields` are the members under which
+  // clients read a course; those left out are as in any recorded course of classroom 5001. Everything throws
+  // std::invalid_argument for what is not there or not possible, and std::runtime_error when it cannot be kept.
+
+  /// Adds one course, and returns its room id. A "roomID" among the fields is taken, and must be free.
+  std::int64_t addCourse(const boost::json::object& fields = {});
+  /// Adds many as one change, numbered in their titles, and returns their room ids in ascending order.
+  std::vector<std::int64_t> addCourses(std::size_t count, const boost::json::object& fields = {});
+  /// Sets members, such as "status", "title", "publishStatus" or "liveStatus"; null removes one.
+  void changeCourse(std::int64_t roomID, const boost::json::object& fields);
+  void removeCourse(std::int64_t roomID);
+  /// The course as "Course.Get.Items" lists it; absent when there is none.
+  std::optional<boost::json::object> course(std::int64_t roomID);
+  /// Pushes "Rooms.Push.Message" with an item {"data":{"roomID":…,"code":…}} for each room.
+  std::size_t pushCourses(const std::vector<std::int64_t>& roomIDs, int code = 0, std::string_view user = {});
+  /// Sessions end by themselves this long after the sign-in or its refresh; 0: never.
+  void setSessionLifetime(std::chrono::milliseconds lifetime);
+  /// The commands that are carried out, in alphabetical order.
+  std::vector<std::string> commands() const;
 
   /// The newest frames that came in, oldest first.
   std::vector<Frame> receivedFrames() const;

@@ -5,6 +5,8 @@
 
 #include <utility>
 
+#include "devserver/page/HttpGuard.h"
+
 namespace orv::devserver {
 
 namespace {
@@ -12,9 +14,14 @@ namespace {
 /// Replies that may be held or delayed at a time; what comes beyond is thrown away.
 constexpr std::size_t kMaxWaitingReplies = 200'000;
 
-std::int64_t microsecondsNow() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return std::chrono::duration_cast<std::chrono::microseconds>(now).count();
+std::chrono::microseconds since(std::chrono::steady_clock::time_point time) {
+  return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - time);
+}
+
+HttpAnswer problem(unsigned status, std::string_view text) {
+  json::object answer;
+  answer.emplace("err", json::string_view(text.data(), text.size()));
+  return {.status = status, .body = json::serialize(answer)};
 }
 
 json::value spoilt(TimestampFault kind) {
@@ -31,36 +38,47 @@ json::value spoilt(TimestampFault kind) {
 
 }  // namespace
 
-Engine::Engine(Faults& faults, FrameLog& log, const std::string& dataFile)
-    : faults_(faults), log_(log), school_(dataFile) {}
+Engine::Engine(Faults& faults, FrameLog& log, const std::string& dataFile, bool echoUnknown,
+               std::chrono::milliseconds sessionLifetime)
+    : faults_(faults),
+      log_(log),
+      school_(dataFile),
+      commands_(echoUnknown),
+      sessionLifetime_(sessionLifetime) {}
 
 Engine::~Engine() = default;
 
 void Engine::started(Network& network) {
   network_ = &network;
+  page_.feed().started(network);
   thread_ = std::this_thread::get_id();
 }
 
 void Engine::stopped() {
   network_ = nullptr;
+  page_.feed().stopped();
   thread_ = std::thread::id();
   held_.clear();
   delayed_ = 0;
   connectionCount_ = 0;
-  peers_.clear();
+  crowd_.clear();
 }
 
 void Engine::opened(std::shared_ptr<Peer> peer) {
-  peer->id = ++lastPeer_;
-  peers_.emplace(peer->id, std::move(peer));
+  peer->since = std::chrono::system_clock::now();
+  crowd_.add(peer);
+  show(*peer, Kind::Opened);
   ++counters_.opened;
-  connectionCount_ = peers_.size();
+  connectionCount_ = crowd_.size();
   log_.touch();
 }
 
 void Engine::closed(Peer& peer) {
-  peers_.erase(peer.id);
-  connectionCount_ = peers_.size();
+  show(peer, Kind::Closed);
+  const Session session = peer.session;
+  crowd_.remove(peer);
+  connectionCount_ = crowd_.size();
+  tellRoomsOfLoss(session);
   log_.touch();
 }
 
@@ -70,177 +88,182 @@ void Engine::turnedAway() {
 }
 
 void Engine::received(Peer& peer, std::string_view payload, bool binary) {
+  const auto asked = std::chrono::steady_clock::now();
   const bool silent = faults_.silent();
   ++counters_.framesReceived;
   const bool ping = !binary && payload == "PING";
   if (ping) ++counters_.pings;
   log_.add(peer.id, binary, payload);
-  if (silent) return;
+  if (silent) {
+    return show(peer,
+                ping     ? Kind::Ping
+                : binary ? Kind::BinaryIn
+                         : Kind::Unread,
+                payload, PassedFrame::kUnanswered);
+  }
   if (ping) {
-    answerPing(peer);
+    answerPing(peer, payload, asked);
   } else if (binary) {
     ++counters_.malformed;
+    show(peer, Kind::BinaryIn, payload);
   } else {
-    answerRequest(peer, payload);
+    answerRequest(peer, payload, asked);
   }
   log_.touchIfAwaited();
 }
 
-void Engine::answerPing(Peer& peer) {
-  if (auto answer = faults_.pingAnswer()) peer.sendText(*answer);
+void Engine::answerPing(Peer& peer, std::string_view ping, SteadyTime asked) {
+  const auto answer = faults_.pingAnswer();
+  show(peer, Kind::Ping, ping, answer ? 0u : PassedFrame::kUnanswered);
+  if (!answer) return;
+  peer.sendText(*answer);
+  PassedFrame frame;
+  frame.kind = Kind::Pong;
+  frame.sinceRequest = since(asked);
+  if (*answer != "PONG") frame.faults = PassedFrame::kWrongAnswer;
+  show(peer, std::move(frame), *answer);
 }
 
-void Engine::answerRequest(Peer& peer, std::string_view text) {
+void Engine::answerRequest(Peer& peer, std::string_view text, SteadyTime asked) {
   ParsedFrame parsed = parseRequestFrame(text);
   if (!parsed.request) {
     ++counters_.malformed;
+    show(peer, Kind::Malformed, text);
     if (!parsed.timestamp.is_null()) {
-      reply(peer, "", std::move(parsed.timestamp), refusal(parsed.code, parsed.problem));
+      reply(peer, {.asked = asked}, std::move(parsed.timestamp), refusal(parsed.code, parsed.problem));
     }
     return;
   }
   ++counters_.requests;
   RequestFrame& request = *parsed.request;
-  json::object values = carryOut(peer, request);
-  reply(peer, request.command, std::move(request.timestamp), std::move(values));
-}
-
-json::object Engine::carryOut(Peer& peer, const RequestFrame& request) {
-  if (auto failure = faults_.takeFailure(request.command)) return refusal(failure->code, failure->text);
+  PassedFrame frame;
+  frame.kind = Kind::Request;
+  frame.command = request.command;
+  show(peer, std::move(frame), text);
+  Reply answer{.command = request.command, .asked = asked};
+  endSessionThatLasted(peer);
+  if (auto failure = faults_.takeFailure(request.command)) {
+    answer.faults |= PassedFrame::kErrorCode;
+    return reply(peer, std::move(answer), std::move(request.timestamp),
+                 refusal(failure->code, failure->text));
+  }
   if (!peer.session.open() && commands_.needsSession(request)) ++counters_.refusedNoSession;
-  CommandContext context{school_, peer.session, request};
+  CommandContext context(school_, crowd_, peer, request);
   json::object values = commands_.run(context);
-  if (context.endOtherSessions) endOtherSessions(peer);
-  return values;
+  reply(peer, std::move(answer), std::move(request.timestamp), std::move(values));
+  settle(peer, context);
 }
 
-void Engine::reply(Peer& peer, const std::string& command, json::value timestamp, json::object values) {
-  const Faults::ReplyPlan plan = faults_.planReply(command);
+/// Ends a session that has lasted for its time.
+void Engine::endSessionThatLasted(Peer& peer) {
+  if (sessionLifetime_.count() == 0 || !peer.session.open()) return;
+  if (std::chrono::steady_clock::now() - peer.session.since >= sessionLifetime_) peer.session.end();
+}
+
+/// Makes what a command did known: its session, and to others.
+void Engine::settle(Peer& peer, CommandContext& context) {
+  peer.session = std::move(context.session);
+  for (const Push& push : context.pushes) sendPush(push);
+  if (!context.endOtherSessions) return;
+  for (const auto& other : crowd_.others(peer.session.uID, peer.id)) other->session.end();
+}
+
+void Engine::reply(Peer& peer, Reply reply, json::value timestamp, json::object values) {
+  const Faults::ReplyPlan plan = faults_.planReply(reply.command);
+  if (const json::value* code = values.if_contains("ret"); code != nullptr && code->is_int64()) {
+    reply.code = static_cast<int>(code->get_int64());
+  }
+  reply.copies = plan.copies;
+  if (plan.timestamp) {
+    timestamp = spoilt(*plan.timestamp);
+    reply.faults |= PassedFrame::kWrongStamp;
+  }
+  reply.text = frameText(reply.command, std::move(timestamp), std::move(values));
   if (plan.drop) {
     ++counters_.repliesDropped;
-    return;
+    return showReply(peer, reply, PassedFrame::kDropped);
   }
-  if (plan.timestamp) timestamp = spoilt(*plan.timestamp);
-  std::string text = frameText(command, std::move(timestamp), std::move(values));
-  if (plan.hold || plan.delay.count() > 0) return deliverLater(peer, std::move(text), plan);
-  deliver(peer, text, plan.copies);
+  if (plan.hold || plan.delay.count() > 0) return deliverLater(peer, std::move(reply), plan);
+  deliver(peer, reply);
 }
 
-void Engine::deliver(Peer& peer, const std::string& text, std::size_t copies) {
-  for (std::size_t i = 0; i < copies; ++i) {
-    peer.sendText(text);
+void Engine::deliver(Peer& peer, const Reply& reply) {
+  for (std::size_t i = 0; i < reply.copies; ++i) {
+    peer.sendText(reply.text);
     ++counters_.repliesSent;
+    showReply(peer, reply, i == 0 ? 0u : PassedFrame::kCopy);
   }
   log_.touchIfAwaited();
 }
 
-void Engine::deliverLater(Peer& peer, std::string text, const Faults::ReplyPlan& plan) {
+void Engine::deliverLater(Peer& peer, Reply reply, const Faults::ReplyPlan& plan) {
+  reply.faults |= plan.hold ? PassedFrame::kReordered : PassedFrame::kDelayed;
   if (held_.size() + delayed_ >= kMaxWaitingReplies) {
     ++counters_.repliesDropped;
+    showReply(peer, reply, PassedFrame::kDropped);
   } else if (plan.hold) {
-    held_.push_back({handle(peer), std::move(text), plan.copies});
+    held_.push_back({crowd_.find(peer.id), std::move(reply)});
   } else {
     ++delayed_;
-    network_->runAfter(plan.delay, [this, weak = handle(peer), text = std::move(text), copies = plan.copies] {
-      --delayed_;
-      if (auto target = weak.lock()) deliver(*target, text, copies);
-    });
+    network_->runAfter(plan.delay,
+                       [this, weak = std::weak_ptr(crowd_.find(peer.id)), reply = std::move(reply)] {
+                         --delayed_;
+                         if (auto target = weak.lock()) deliver(*target, reply);
+                       });
   }
   if (plan.releaseHeld) releaseHeld();
 }
 
 void Engine::releaseHeld() {
   std::vector<Held> held = std::exchange(held_, {});
-  for (auto reply = held.rbegin(); reply != held.rend(); ++reply) {
-    if (auto peer = reply->peer.lock()) deliver(*peer, reply->text, reply->copies);
+  for (auto kept = held.rbegin(); kept != held.rend(); ++kept) {
+    if (auto peer = kept->peer.lock()) deliver(*peer, kept->reply);
   }
 }
 
-void Engine::endOtherSessions(const Peer& keeper) {
-  for (const auto& peer : select(keeper.session.uID)) {
-    if (peer->id == keeper.id) continue;
-    peer->session = {};
-    peer->sendText(frameText("User.OtherDevice.Logout", microsecondsNow(), {}));
-    ++counters_.pushesSent;
-  }
+void Engine::showReply(const Peer& peer, const Reply& reply, unsigned faults) {
+  PassedFrame frame;
+  frame.kind = Kind::Reply;
+  frame.command = reply.command;
+  frame.code = reply.code;
+  frame.sinceRequest = since(reply.asked);
+  frame.faults = reply.faults | faults;
+  show(peer, std::move(frame), reply.text);
 }
 
-std::weak_ptr<Peer> Engine::handle(const Peer& peer) const {
-  auto found = peers_.find(peer.id);
-  return found == peers_.end() ? std::weak_ptr<Peer>() : std::weak_ptr<Peer>(found->second);
+void Engine::show(const Peer& peer, Kind kind, std::string_view payload, unsigned faults) {
+  PassedFrame frame;
+  frame.kind = kind;
+  frame.faults = faults;
+  show(peer, std::move(frame), payload);
 }
 
-std::vector<std::shared_ptr<Peer>> Engine::select(std::string_view user) {
-  std::string uID(user);
-  if (!user.empty()) {
-    if (const Account* account = school_.findByIDOrPhone(user)) uID = account->uID;
-  }
-  std::vector<std::shared_ptr<Peer>> selected;
-  for (const auto& [id, peer] : peers_) {
-    if (uID.empty() || peer->session.uID == uID) selected.push_back(peer);
-  }
-  return selected;
+void Engine::show(const Peer& peer, PassedFrame frame, std::string_view payload) {
+  frame.connection = peer.id;
+  frame.user = peer.session.uID;
+  page_.feed().add(std::move(frame), payload);
 }
 
-std::size_t Engine::push(std::string_view command, const json::object& values, std::string_view user) {
-  return sendText(frameText(command, microsecondsNow(), values), user);
+Crowd::Peers Engine::select(std::string_view user) {
+  if (user.empty()) return crowd_.all();
+  const auto account = school_.accounts().findByIDOrPhone(user);
+  return crowd_.of(account ? account->uID : std::string(user));
 }
 
-std::size_t Engine::sendText(std::string_view text, std::string_view user) {
-  const auto peers = select(user);
-  for (const auto& peer : peers) {
-    peer->sendText(text);
-    ++counters_.pushesSent;
-  }
-  return peers.size();
+json::value Engine::nickOf(const Peer& peer) {
+  const auto account = school_.accounts().findByID(peer.session.uID);
+  return json::value(json::string(account ? account->nick() : std::string()));
 }
 
-std::size_t Engine::sendGarbage(const Garbage& garbage, std::string_view user) {
-  const auto peers = select(user);
-  for (const auto& peer : peers) {
-    switch (garbage.form) {
-      case Garbage::Form::Text:
-        peer->sendText(garbage.payload);
-        break;
-      case Garbage::Form::Binary:
-        peer->sendBinary(garbage.payload);
-        break;
-      case Garbage::Form::Wire:
-        peer->sendWire(garbage.payload);
-        break;
-    }
-  }
-  return peers.size();
-}
-
-std::size_t Engine::cut(const Cut& cut, std::string_view user) {
-  const auto peers = select(user);
-  for (const auto& peer : peers) peer->cut(cut);
-  return peers.size();
-}
-
-std::size_t Engine::expireSessions(std::string_view user) {
-  std::size_t ended = 0;
-  for (const auto& peer : select(user)) {
-    if (!peer->session.open()) continue;
-    peer->session = {};
-    ++ended;
-  }
-  return ended;
-}
-
-std::size_t Engine::revokeTokens(std::string_view user) {
-  if (user.empty()) {
-    school_.dropAllTokens();
-  } else if (const Account* account = school_.findByIDOrPhone(user)) {
-    school_.dropTokens(account->uID);
-  }
-  return expireSessions(user);
-}
-
-json::array Engine::describePeers() const {
+json::array Engine::describePeers() {
+  using Seconds = std::chrono::duration<double>;
   json::array list;
-  for (const auto& [id, peer] : peers_) list.push_back(json::object{{"id", id}, {"uID", peer->session.uID}});
+  for (const auto& peer : crowd_.all()) {
+    list.push_back(json::object{{"id", peer->id},
+                                {"uID", peer->session.uID},
+                                {"nick", nickOf(*peer)},
+                                {"since", Seconds(peer->since.time_since_epoch()).count()}});
+  }
   return list;
 }
 
@@ -261,11 +284,12 @@ Counters Engine::counters() const {
   return snapshot;
 }
 
-HttpAnswer Engine::http(std::string_view method, std::string_view target, std::string_view body,
-                        bool fromThisMachine) {
-  if (target != "/control") return {404, R"({"err":"expected a WebSocket, or /control"})"};
-  if (!fromThisMachine) return {403, R"({"err":"the control is for this machine only"})"};
-  return control_ ? control_(method, body) : HttpAnswer{404, R"({"err":"no control"})"};
+HttpAnswer Engine::http(const HttpRequest& request) {
+  if (!request.fromThisMachine) return problem(403, "this address is for this machine only");
+  if (const auto reason = foreignRequest(request); !reason.empty()) return problem(403, reason);
+  if (auto answer = page_.answer(request)) return *answer;
+  if (request.target == "/control" && control_) return control_(request.method, request.body);
+  return problem(404, "expected a WebSocket, the page at /, or /control");
 }
 
 }  // namespace orv::devserver

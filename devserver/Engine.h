@@ -3,10 +3,11 @@
 #include <boost/json/object.hpp>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -14,11 +15,13 @@
 
 #include "devserver/CommandTable.h"
 #include "devserver/Counters.h"
+#include "devserver/Crowd.h"
 #include "devserver/Faults.h"
 #include "devserver/FrameLog.h"
 #include "devserver/Garbage.h"
 #include "devserver/Network.h"
 #include "devserver/School.h"
+#include "devserver/page/Page.h"
 
 namespace orv::devserver {
 
@@ -26,7 +29,8 @@ namespace orv::devserver {
 /// except where said otherwise.
 class Engine : public NetworkEvents {
  public:
-  Engine(Faults& faults, FrameLog& log, const std::string& dataFile);
+  Engine(Faults& faults, FrameLog& log, const std::string& dataFile, bool echoUnknown,
+         std::chrono::milliseconds sessionLifetime);
   ~Engine() override;
 
   /// True on the I/O thread of the network that runs. Any thread.
@@ -51,8 +55,12 @@ class Engine : public NetworkEvents {
   void releaseHeld();
 
   School& school() { return school_; }
-  /// Each open connection: {"id":…,"uID":…}.
-  json::array describePeers() const;
+  const CommandTable& commands() const { return commands_; }
+  /// Sessions end by themselves this long after the sign-in; 0: never.
+  void setSessionLifetime(std::chrono::milliseconds lifetime) { sessionLifetime_ = lifetime; }
+  Page& page() { return page_; }
+  /// Each open connection: {"id":…,"uID":…,"nick":…,"since":…}, the last in seconds since 1970.
+  json::array describePeers();
 
   // Any thread.
   std::size_t connectionCount() const { return connectionCount_; }
@@ -62,38 +70,54 @@ class Engine : public NetworkEvents {
   void opened(std::shared_ptr<Peer> peer) override;
   void closed(Peer& peer) override;
   void received(Peer& peer, std::string_view payload, bool binary) override;
-  HttpAnswer http(std::string_view method, std::string_view target, std::string_view body,
-                  bool fromThisMachine) override;
+  HttpAnswer http(const HttpRequest& request) override;
   void tcpAccepted() override { ++counters_.tcpAccepted; }
   void turnedAway() override;
   void slowReaderCut() override { ++counters_.slowReadersCut; }
 
  private:
+  using Kind = PassedFrame::Kind;
+  using SteadyTime = std::chrono::steady_clock::time_point;
+  struct Reply {
+    std::string command{};
+    std::string text{};
+    std::optional<int> code{};
+    SteadyTime asked{};
+    std::size_t copies = 1;
+    unsigned faults = 0;  ///< bits of PassedFrame::Fault
+  };
   struct Held {
     std::weak_ptr<Peer> peer;
-    std::string text;
-    std::size_t copies;
+    Reply reply;
   };
 
-  void answerPing(Peer& peer);
-  void answerRequest(Peer& peer, std::string_view text);
-  json::object carryOut(Peer& peer, const RequestFrame& request);
-  void reply(Peer& peer, const std::string& command, json::value timestamp, json::object values);
-  void deliver(Peer& peer, const std::string& text, std::size_t copies);
-  void deliverLater(Peer& peer, std::string text, const Faults::ReplyPlan& plan);
-  void endOtherSessions(const Peer& keeper);
-  std::vector<std::shared_ptr<Peer>> select(std::string_view user);
-  std::weak_ptr<Peer> handle(const Peer& peer) const;
+  void answerPing(Peer& peer, std::string_view ping, SteadyTime asked);
+  void answerRequest(Peer& peer, std::string_view text, SteadyTime asked);
+  void reply(Peer& peer, Reply reply, json::value timestamp, json::object values);
+  void deliver(Peer& peer, const Reply& reply);
+  void deliverLater(Peer& peer, Reply reply, const Faults::ReplyPlan& plan);
+  void showReply(const Peer& peer, const Reply& reply, unsigned faults);
+  // What passes is shown on the page.
+  void show(const Peer& peer, Kind kind, std::string_view payload = {}, unsigned faults = 0);
+  void show(const Peer& peer, PassedFrame frame, std::string_view payload);
+  void endSessionThatLasted(Peer& peer);
+  void settle(Peer& peer, CommandContext& context);
+  void sendPush(const Push& push);
+  void tellRoomsOfLoss(const Session& session);
+  json::value nickOf(const Peer& peer);
+  void sendPush(Peer& peer, std::string_view text);
+  Crowd::Peers select(std::string_view user);
 
   Faults& faults_;
   FrameLog& log_;
   School school_;
   CommandTable commands_;
   ControlAnswer control_;
+  Page page_;
   Network* network_ = nullptr;
   std::atomic<std::thread::id> thread_{};
-  std::map<std::uint64_t, std::shared_ptr<Peer>> peers_;
-  std::uint64_t lastPeer_ = 0;
+  Crowd crowd_;
+  std::chrono::milliseconds sessionLifetime_;
   std::vector<Held> held_;
   std::size_t delayed_ = 0;
   std::atomic<std::size_t> connectionCount_{0};

@@ -101,8 +101,7 @@ void LinkCore::wake() {
 
 void LinkCore::write(std::string_view head, std::string_view body) {
   if (ended()) return;
-  const std::size_t waiting = out_.size() + (sending_.size() - sent_);
-  if (waiting + head.size() + body.size() > maxQueued_) {
+  if (waiting() + head.size() + body.size() > maxQueued_) {
     if (onOverflow_) onOverflow_();
     return reset();
   }
@@ -164,6 +163,7 @@ void LinkCore::onWritten(error_code error, std::size_t size) {
   sent_ = 0;
   if (sending_.capacity() > kKeptCapacity) sending_.shrink_to_fit();
   flush();
+  if (!writing_ && onDrained_) onDrained_();
 }
 
 void LinkCore::finish(bool goodbye) {

@@ -60,6 +60,10 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
   /// Queues bytes, in one piece. The link is reset when more than the bound waits; then `onOverflow` has run.
   void write(std::string_view head, std::string_view body = {});
   void setOnOverflow(std::function<void()> callback) { onOverflow_ = std::move(callback); }
+  /// Bytes that have been queued and not been taken by the socket.
+  std::size_t waiting() const { return out_.size() + (sending_.size() - sent_); }
+  /// Called whenever everything that was queued has been taken by the socket.
+  void setOnDrained(std::function<void()> callback) { onDrained_ = std::move(callback); }
   /// Byte-level faults apply from now on.
   void exposeToFaults() { exposed_ = true; }
 
@@ -93,6 +97,7 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
   WireFaults::Meter meter_;
   Timer lingering_;
   std::function<void()> onOverflow_;
+  std::function<void()> onDrained_;
 
   std::vector<char> in_;
   std::size_t inFirst_ = 0, inLast_ = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -35,6 +36,7 @@ class Peer {
   virtual void cut(const Cut& cut) = 0;
 
   std::uint64_t id = 0;  ///< unique in the life of the server object
+  std::chrono::system_clock::time_point since;
   Session session;
 };
 

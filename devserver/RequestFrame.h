@@ -21,7 +21,16 @@ inline constexpr int kWrongCode = 1103;      ///< the verification code is anoth
 inline constexpr int kMissingValue = 1104;   ///< a value that the command needs is absent or of a wrong kind
 inline constexpr int kPhoneTaken = 1105;     ///< the mobile number already has an account
 inline constexpr int kSchoolFull = 1106;     ///< no further account is taken
-inline constexpr int kNoCommand = 9001;      ///< the frame has no "c", or one that is not text
+inline constexpr int kNoSuchClassroom = 1201;     ///< no classroom has this id
+inline constexpr int kNoSuchCourse = 1202;        ///< no course or room has this id
+inline constexpr int kNotAllowed = 1203;          ///< not for this user
+inline constexpr int kWrongState = 1204;          ///< not while the room or the course is as it is
+inline constexpr int kNoSuchThing = 1205;         ///< no message, replay, file, vendor … has this id
+inline constexpr int kTooMany = 1206;             ///< the school holds as many of these as it may
+inline constexpr int kSilenced = 1207;            ///< the user may not speak in this room
+inline constexpr int kUnknownCommand = 9000;      ///< no command has this name
+inline constexpr int kStoreFailed = 9004;         ///< the data file could not be read or written
+inline constexpr int kNoCommand = 9001;           ///< the frame has no "c", or one that is not text
 inline constexpr int kValuesNotObject = 9002;     ///< "v" is there and is not an object
 inline constexpr int kTimestampWrongKind = 9003;  ///< "s" is neither text nor a number
 }  // namespace result

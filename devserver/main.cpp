@@ -27,6 +27,7 @@ int serve(orv::DevServer::Options options) {
   orv::DevServer server(std::move(options));
   server.start();
   std::cout << "listening " << server.url() << std::endl;
+  std::cerr << "orv-devserver: " << server.pageUrl() << " shows what passes" << std::endl;
   int signal = 0;
   sigwait(&signals, &signal);
   server.stop();
@@ -37,12 +38,14 @@ int serve(orv::DevServer::Options options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("The embedded classroom server. It listens on 127.0.0.1; GET and POST /control steer it.");
+  CLI::App app(
+      "The embedded classroom server. It listens on 127.0.0.1. The page at http://127.0.0.1:PORT/ shows what "
+      "passes; GET and POST /control steer it.");
   app.name("orv-devserver");
   orv::DevServer::Options options;
   std::vector<std::string> tls;
   app.add_option("--port", options.port, "Port to listen on; 0: a free one")->check(CLI::Range(0, 65535));
-  app.add_option("--data", options.dataFile, "SQLite file that keeps accounts and tokens");
+  app.add_option("--data", options.dataFile, "SQLite file that keeps the school");
   app.add_option("--tls", tls, "Serve TLS with this certificate chain and key (PEM)")
       ->expected(2)
       ->type_name("CERT KEY");

@@ -38,7 +38,7 @@ TEST_F(Accounts, WrongLoginsAreRefusedWithCodeAndText) {
   const auto reply = attempt({{"phone", "13800000001"}, {"dev", 1}});
   EXPECT_EQ(code(reply), 1104);
   EXPECT_FALSE(errorText(reply).empty());
-  EXPECT_EQ(code(client.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(client.request("Course.Get.Coming", {})), 1001);
 }
 
 TEST_F(Accounts, CommandsThatNeedASessionAreRefusedWithoutOne) {
@@ -64,12 +64,12 @@ TEST_F(Accounts, TokenRestoresTheSessionOnAnotherConnection) {
     token = data(login(client)).at("token").as_string();
   }
   RawClient client = open();
-  EXPECT_EQ(code(client.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(client.request("Course.Get.Coming", {})), 1001);
   const auto reply = client.request("User.Post.Session", {{"uID", "100001"}, {"token", token}});
   ASSERT_EQ(code(reply), 0);
   EXPECT_EQ(data(reply).at("nick"), "林老师");
   EXPECT_EQ(data(reply).at("token"), token);
-  EXPECT_EQ(code(client.request("Course.Get.Items", {})), 0);
+  EXPECT_EQ(code(client.request("Course.Get.Coming", {})), 0);
 }
 
 TEST_F(Accounts, TokensOutliveARestart) {
@@ -87,14 +87,14 @@ TEST_F(Accounts, SessionIsOverWhereTokenOrUserIsAnother) {
   EXPECT_EQ(code(other.request("User.Post.Session", {{"uID", "100001"}, {"token", "nonsense"}})), 2);
   EXPECT_EQ(code(other.request("User.Post.Session", {{"uID", "100002"}, {"token", token}})), 2);
   EXPECT_EQ(code(other.request("User.Post.Session", {})), 2);
-  EXPECT_EQ(code(other.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(other.request("Course.Get.Coming", {})), 1001);
 }
 
 TEST_F(Accounts, LogoutEndsTheSessionAndTheToken) {
   RawClient client = open();
   const json::string token = data(login(client)).at("token").as_string();
   EXPECT_EQ(code(client.request("User.Post.Logout", {})), 0);
-  EXPECT_EQ(code(client.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(client.request("Course.Get.Coming", {})), 1001);
   EXPECT_EQ(code(client.request("User.Post.Session", {{"uID", "100001"}, {"token", token}})), 2);
 }
 
@@ -102,11 +102,12 @@ TEST_F(Accounts, LogoutOfOtherDevicesEndsTheirSessionsAndTellsThem) {
   RawClient here = open(), there = open();
   const json::string token = data(login(there)).at("token").as_string();
   login(here);
+  EXPECT_EQ(there.receiveObject().at("C"), "User.OtherDevice.Login");
   EXPECT_EQ(code(here.request("User.Post.Logoutother", {})), 0);
   EXPECT_EQ(there.receiveObject().at("C"), "User.OtherDevice.Logout");
-  EXPECT_EQ(code(there.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(there.request("Course.Get.Coming", {})), 1001);
   EXPECT_EQ(code(there.request("User.Post.Session", {{"uID", "100001"}, {"token", token}})), 2);
-  EXPECT_EQ(code(here.request("Course.Get.Items", {})), 0);
+  EXPECT_EQ(code(here.request("Course.Get.Coming", {})), 0);
 }
 
 TEST_F(Accounts, RegistrationMakesAnAccountOnce) {
@@ -198,14 +199,16 @@ TEST(AccountsInAFile, FileThatIsNoDatabaseIsRefusedWithItsName) {
 
 TEST(School, AnAccountKeepsItsNewestTokens) {
   devserver::School school;
-  const devserver::Account& account = *school.findByPhone("13800000001");
+  devserver::Accounts& accounts = school.accounts();
   std::vector<std::string> tokens;
-  for (std::size_t i = 0; i <= devserver::School::kMaxTokensOfAccount; ++i) {
-    tokens.push_back(school.issueToken(account));
+  for (std::int64_t i = 0; i <= devserver::Accounts::kMaxTokensOfAccount; ++i) {
+    tokens.push_back(accounts.issueToken("100001"));
   }
-  EXPECT_EQ(school.findByToken(tokens.front()), nullptr);
-  EXPECT_EQ(school.findByToken(tokens[1]), &account);
-  EXPECT_EQ(school.findByToken(tokens.back()), &account);
+  const std::string other = accounts.issueToken("100002");
+  EXPECT_FALSE(accounts.findByToken(tokens.front()));
+  EXPECT_EQ(accounts.findByToken(tokens[1])->uID, "100001");
+  EXPECT_EQ(accounts.findByToken(tokens.back())->uID, "100001");
+  EXPECT_EQ(accounts.findByToken(other)->uID, "100002");
 }
 
 TEST(School, DigestOfThePasswordIsMd5) {

@@ -78,7 +78,7 @@ TEST_F(ControlOverHttp, PushesCutsAndExpiresTellHowManyTheyReached) {
   EXPECT_EQ(answer.at("affected"), 1);
   EXPECT_EQ(client.receiveObject().at("v").at("type"), 3);
   EXPECT_EQ(control(one("expire", "all")).at("affected"), 1);
-  EXPECT_EQ(code(client.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(client.request("Course.Get.Coming", {})), 1001);
   EXPECT_EQ(control(one("revoke", "100001")).at("affected"), 0);
   EXPECT_EQ(code(client.request("User.Post.Session", {{"uID", "100001"}, {"token", token}})), 2);
   EXPECT_EQ(control({{"garbage", "binary"}, {"hex", "00ff"}}).at("affected"), 2);
@@ -111,7 +111,7 @@ TEST_F(ControlOverHttp, OtherMethodsAndAddressesAreRefused) {
   int status = 0;
   RawClient::http(server.port(), "PUT", "/control", "{}", status);
   EXPECT_EQ(status, 405);
-  RawClient::http(server.port(), "GET", "/", "", status);
+  RawClient::http(server.port(), "GET", "/nowhere", "", status);
   EXPECT_EQ(status, 404);
   RawClient::http(server.port(), "POST", "/control", std::string(2u << 20, ' '), status);
   EXPECT_EQ(status, 413);

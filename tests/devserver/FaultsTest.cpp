@@ -103,7 +103,7 @@ TEST_F(ReplyFaults, FailedRequestsAreNotCarriedOut) {
   const auto reply = login(client);
   EXPECT_EQ(code(reply), 1000);
   EXPECT_EQ(errorText(reply), "nobody");
-  EXPECT_EQ(code(client.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(client.request("Course.Get.Coming", {})), 1001);
   EXPECT_EQ(code(login(client)), 0);
 }
 
@@ -135,19 +135,19 @@ TEST_F(ReplyFaults, ExpiredSessionGivesNoSessionUntilItIsRefreshed) {
   const json::string token = data(login(teacher)).at("token").as_string();
   login(student, "13900000001");
   EXPECT_EQ(server.expireSessions("100001"), 1u);
-  EXPECT_EQ(code(teacher.request("Course.Get.Items", {})), 1001);
-  EXPECT_EQ(code(student.request("Course.Get.Items", {})), 0);
+  EXPECT_EQ(code(teacher.request("Course.Get.Coming", {})), 1001);
+  EXPECT_EQ(code(student.request("Course.Get.Coming", {})), 0);
   EXPECT_EQ(code(teacher.request("User.Post.Session", {{"uID", "100001"}, {"token", token}})), 0);
-  EXPECT_EQ(code(teacher.request("Course.Get.Items", {})), 0);
+  EXPECT_EQ(code(teacher.request("Course.Get.Coming", {})), 0);
   EXPECT_EQ(server.expireSessions(), 2u);
-  EXPECT_EQ(code(student.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(student.request("Course.Get.Coming", {})), 1001);
 }
 
 TEST_F(ReplyFaults, RevokedTokenEndsTheSessionForGood) {
   RawClient client = open();
   const json::string token = data(login(client)).at("token").as_string();
   EXPECT_EQ(server.revokeTokens("13800000001"), 1u);
-  EXPECT_EQ(code(client.request("Course.Get.Items", {})), 1001);
+  EXPECT_EQ(code(client.request("Course.Get.Coming", {})), 1001);
   EXPECT_EQ(code(client.request("User.Post.Session", {{"uID", "100001"}, {"token", token}})), 2);
 }
 

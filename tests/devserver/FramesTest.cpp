@@ -49,13 +49,29 @@ TEST_F(Frames, FrameWithoutValuesIsARequest) {
   EXPECT_FALSE(data(reply).contains("values"));
 }
 
-TEST_F(Frames, OtherCommandsWithASessionAreEchoed) {
+TEST_F(Frames, UnknownCommandsAreRefusedByName) {
   RawClient client = open();
+  EXPECT_EQ(code(client.request("Course.Get.Weather", {})), 1001);
   login(client);
-  const auto reply = client.request("Course.Get.Info", {{"course", "77"}, {"n", 1}});
-  EXPECT_EQ(code(reply), 0);
-  EXPECT_EQ(data(reply).at("command"), "Course.Get.Info");
-  EXPECT_EQ(data(reply).at("values").at("course"), "77");
+  const auto reply = client.request("Course.Get.Weather", {{"course", "77"}, {"n", 1}});
+  EXPECT_EQ(code(reply), 9000);
+  EXPECT_NE(errorText(reply).find("Course.Get.Weather"), std::string::npos);
+  EXPECT_EQ(code(client.request("Course.Post.Wall", {})), 9000) << "names are case-sensitive";
+}
+
+TEST(FramesWithEcho, UnknownCommandsAreEchoedWhereThatIsAskedFor) {
+  DevServer::Options options;
+  options.echo = true;
+  DevServer server(options);
+  server.start();
+  RawClient client = RawClient::open(server.port());
+  EXPECT_EQ(client.request("Course.Get.Weather", {}).at("v").at("ret"), 1001);
+  client.request("User.Post.Login", {{"phone", "13800000001"}, {"scode", "123456"}});
+  const auto reply = client.request("Course.Get.Weather", {{"course", "77"}, {"n", 1}});
+  EXPECT_EQ(reply.at("v").at("ret"), 0);
+  EXPECT_EQ(reply.at("v").at("data").at("command"), "Course.Get.Weather");
+  EXPECT_EQ(reply.at("v").at("data").at("values").at("course"), "77");
+  EXPECT_EQ(client.request("Course.Get.Info", {{"course", "77"}, {"n", 1}}).at("v").at("ret"), 1104);
 }
 
 TEST_F(Frames, MalformedFramesAreAnsweredWhereATimestampIsThereAndElseCounted) {

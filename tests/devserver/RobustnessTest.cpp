@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/devserver/EventReader.h"
 #include "tests/devserver/ServerTest.h"
 
 namespace orv::test {
@@ -256,6 +257,20 @@ TEST_F(OverTls, EchoesPushesAndIsControlled) {
   server.cut({.kind = devserver::Cut::Kind::Close});
   EXPECT_EQ(client.receive()->opcode, 8);
   server.stop();
+}
+
+TEST_F(OverTls, ServesThePageAndItsEvents) {
+  DevServer server(options());
+  server.start();
+  EXPECT_EQ(server.pageUrl(), "https://127.0.0.1:" + std::to_string(server.port()) + "/");
+  int status = 0;
+  EXPECT_EQ(RawClient::http(server.port(), "GET", "/", "", status, true).substr(0, 15), "<!doctype html>");
+  EXPECT_EQ(status, 200);
+  const std::string host = "127.0.0.1:" + std::to_string(server.port());
+  EventReader events(server.port(), "Origin: https://" + host + "\r\n", true);
+  EXPECT_EQ(events.next().name, "hello");
+  EventReader foreign(server.port(), "Origin: http://" + host + "\r\n", true);
+  EXPECT_NE(foreign.head().find(" 403 "), std::string::npos);
 }
 
 TEST_F(OverTls, PlainAndBrokenClientsDoNoHarm) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "devserver/DevServer.h"
 #include "tests/devserver/RawClient.h"
@@ -18,6 +19,10 @@ namespace json = boost::json;
 using namespace std::chrono_literals;
 
 inline constexpr auto kPatience = RawClient::kPatience;
+inline constexpr const char* kTeacher = "13800000001";        ///< uID 100001, classroom 5001
+inline constexpr const char* kSecondTeacher = "13800000002";  ///< uID 100002, classroom 5002
+inline constexpr const char* kStudent = "13900000001";        ///< uID 100004
+inline constexpr const char* kSecondStudent = "13900000002";  ///< uID 100005
 /// MD5 of "classroom".
 inline constexpr const char* kDigest = "c756662595bb0948d9bbe352fef1c53a";
 
@@ -42,6 +47,24 @@ class ServerTest : public testing::Test {
     return std::string(reply.at("v").at("err").as_string().c_str());
   }
   static const json::object& data(const json::object& reply) { return reply.at("v").at("data").as_object(); }
+
+  /// A list in a reply, which has to be a success.
+  static json::array list(const json::object& reply) {
+    EXPECT_EQ(code(reply), 0) << json::serialize(reply);
+    return code(reply) == 0 ? reply.at("v").at("data").as_array() : json::array();
+  }
+  /// One member of each object in a list.
+  static std::vector<std::int64_t> numbers(const json::array& list, std::string_view key) {
+    std::vector<std::int64_t> numbers;
+    for (const auto& item : list) numbers.push_back(item.as_object().at(key).to_number<std::int64_t>());
+    return numbers;
+  }
+  /// A connection on which a user has signed in.
+  RawClient signedIn(const char* phone = kTeacher) {
+    RawClient client = open();
+    EXPECT_EQ(code(login(client, phone)), 0);
+    return client;
+  }
 
   static void send(RawClient& client, const char* timestamp, const char* command = "Dev.Echo") {
     client.sendText(RawClient::standardFrame(command, {}, timestamp));

@@ -139,7 +139,8 @@ TEST_F(LinkLife, SendsParkedRequestsAgainInOrderOnceThereIsASession) {
   logIn();
   const std::string uID = replied("uID"), token = replied("token");
   server.expireSessions();
-  const Strings parked{"Course.A", "Course.B", "Course.C", "Course.D"};
+  const Strings parked{"Course.Get.Coming", "Course.User.Mycourse", "Course.Get.Income",
+                       "Course.Replay.Courselist"};
   std::vector<std::shared_ptr<QXRequestItem>> items;
   for (const auto& command : parked) items.push_back(send(command));
   ASSERT_TRUE(pumpUntil([&] { return link.parkedRequestCount() == parked.size(); }));
@@ -150,8 +151,8 @@ TEST_F(LinkLife, SendsParkedRequestsAgainInOrderOnceThereIsASession) {
   server.clearReceivedFrames();
   takeUpSession(uID, token);
   ASSERT_TRUE(waitForOutcomes(6));
-  EXPECT_EQ(outcomes,
-            (Strings{"login ok", "session ok", "Course.A ok", "Course.B ok", "Course.C ok", "Course.D ok"}));
+  EXPECT_EQ(outcomes, (Strings{"login ok", "session ok", "Course.Get.Coming ok", "Course.User.Mycourse ok",
+                               "Course.Get.Income ok", "Course.Replay.Courselist ok"}));
   EXPECT_EQ(receivedCommands("Course."), parked);
   std::size_t same = 0;
   for (const auto& frame : server.receivedFrames()) {

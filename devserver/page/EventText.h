@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "devserver/page/PassedFrame.h"
+
+namespace orv::devserver {
+
+/// The frame as the stream of events carries it: one line of JSON, secrets hidden, valid UTF-8. See
+/// docs/devserver.md for its members.
+std::string eventText(const PassedFrame& frame);
+
+}  // namespace orv::devserver

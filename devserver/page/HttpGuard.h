@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string_view>
+
+#include "devserver/Network.h"
+
+namespace orv::devserver {
+
+/// Why a request that a browser was made to send by a page of someone else is refused; empty: it may go on.
+/// The host that it names has to be this machine, which keeps out names that were led here, and the page that
+/// it comes from, where it tells one, has to be the server's own.
+std::string_view foreignRequest(const HttpRequest& request);
+
+}  // namespace orv::devserver
