@@ -7,7 +7,7 @@
 
 #include <orvnetwork/orvnetwork.h>
 #include <orvnetwork/platform/Json.h>
-#include <orvnetwork/platform/PropertyListFile.h>
+#include <orvnetwork/platform/PropertyList.h>
 
 #include <poll.h>
 #include <time.h>
@@ -108,14 +108,29 @@ double byHand(const std::string& frame, const std::string& folder) {
   const auto parsed = parseJson(frame);
   for (const json::value& item : parsed.value->at("v").at("data").as_array()) {
     const auto course = makeRecord<OrvCourseModel>(&item);
-    writePropertyListFile(folder + "/" + std::to_string(course->roomID.get()) + ".plist",
-                          course->jsonObject(), Durability::Plain);
+    const auto text = writePropertyList(course->jsonObject()).text;
+    std::error_code error;
+    Platform::current().files().writeAtomically(
+        folder + "/" + std::to_string(course->roomID.get()) + ".plist", *text, Durability::Plain, 0600,
+        error);
   }
   return microsecondsSince(begin);
 }
 
-void measure(const char* what, std::uint64_t courses, const std::string& folder) {
+/// Removes the record files of a page, so that each has to be written.
+void removeFiles(const std::string& frame, const std::string& folder) {
+  for (const json::value& item : parseJson(frame).value->at("v").at("data").as_array()) {
+    std::filesystem::remove(folder + "/" + std::to_string(item.at("roomID").to_number<std::int64_t>()) +
+                            ".plist");
+  }
+}
+
+/// How the files of a page are found when it comes.
+enum class Files { Missing, AsTheyWere };
+
+void measure(const char* what, Files files, std::uint64_t courses, const std::string& folder) {
   getCourses(0, courses);
+  const std::string cloud = QXCourseManager::getInstance().cloudCourseFolder().value_or("");
   const std::uint64_t listed = QXCourseManager::getInstance().getRecordCourseCount();
   constexpr int kRounds = 41;
   const std::int64_t page = static_cast<std::int64_t>(listed / 60) + 1;
@@ -123,6 +138,10 @@ void measure(const char* what, std::uint64_t courses, const std::string& folder)
   std::vector<double> whole, exchange, hand;
   longestHold = longestWork = 0;
   for (int round = 0; round < kRounds; ++round) {
+    if (files == Files::Missing) {
+      removeFiles(frame, cloud);
+      removeFiles(frame, folder);
+    }
     auto begin = Ticks::now();
     getCourses(static_cast<std::uint64_t>(page - 1) * 30, 30);
     whole.push_back(microsecondsSince(begin));
@@ -158,7 +177,8 @@ int main() {
   const std::string folder = QXPathManager::sharedManager().documentDirectory() + "/by_hand";
   std::filesystem::create_directories(folder);
   server.control(R"({"course":"add","count":60})");
-  measure("100 courses", 100, folder);
+  measure("100 courses, all files to be written", Files::Missing, 100, folder);
+  measure("100 courses, nothing new", Files::AsTheyWere, 100, folder);
   server.control(R"({"course":"add","count":9900})");
   const auto begin = Ticks::now();
   const std::int64_t found = getCourses(0, 10'000);
@@ -166,6 +186,7 @@ int main() {
       "a whole pass: %lld courses in %.0f ms, main thread held for at most %.0f us, %.0f us of them its own "
       "work\n",
       static_cast<long long>(found), microsecondsSince(begin) / 1000, longestHold, longestWork);
-  measure("10,000 courses", 10'000, folder);
+  measure("10,000 courses, all files to be written", Files::Missing, 10'000, folder);
+  measure("10,000 courses, nothing new", Files::AsTheyWere, 10'000, folder);
   return 0;
 }

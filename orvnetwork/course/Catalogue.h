@@ -22,12 +22,33 @@ namespace orv {
 /// The live courses are kept in a list for each of these statuses.
 inline constexpr std::size_t kLiveStatuses = 6;
 
+/// Requests that wait, oldest first. Each reading gives a copy that is made outside of every lock of this class, since it
+/// copies what the host's callbacks hold. There are as many as the host makes and as the rules leave waiting.
+class RequestList {
+ public:
+  std::vector<CourseRequest> get() const {
+    const auto requests = requests_.get();
+    return requests != nullptr ? *requests : std::vector<CourseRequest>();
+  }
+  void set(std::vector<CourseRequest> requests) {
+    requests_ = std::make_shared<const std::vector<CourseRequest>>(std::move(requests));
+  }
+  operator std::vector<CourseRequest>() const { return get(); }
+  RequestList& operator=(std::vector<CourseRequest> requests) {
+    set(std::move(requests));
+    return *this;
+  }
+
+ private:
+  Property<std::shared_ptr<const std::vector<CourseRequest>>> requests_;
+};
+
 /// What the course manager holds. `dataSemaphore` guards it as a whole; besides, each part of it is safe by itself, so
 /// that counts and the like can be read without the semaphore.
 ///
 /// The lists of a user's catalogue are read from their files when they are first needed: a worker reads them soon
 /// after the catalogue was opened, and whoever needs them sooner reads them himself. So the thread that changes
-/// the user, the main one as a rule, never waits for the disk.
+/// the user, the main one as a rule, reads no list; it waits for the operation that holds the catalogue, if one does.
 struct Catalogue {
   Property<bool> containTest;
 
@@ -44,8 +65,7 @@ struct Catalogue {
   Property<OptionalString> lastValidLiveCourse;
   RecordFiles liveFiles{Durability::Plain};
 
-  /// Requests that wait, oldest first.
-  Property<std::vector<CourseRequest>> requests, liveRequests;
+  RequestList requests, liveRequests;
 
   std::atomic<std::int64_t> currentUserID = -1;
   Property<OptionalString> currentClassroomID;
@@ -62,6 +82,8 @@ struct Catalogue {
   /// of the catalogue below the user's documents. The requests that waited are handed back, for their callbacks
   /// to be destroyed where no lock is held.
   std::vector<CourseRequest> open(std::string base);
+  /// How many catalogues have been opened. What was begun for one must not be finished in the next.
+  std::uint64_t opened() const { return opened_; }
   /// Makes the folders and reads the lists, unless that has been done.
   void ensureLoaded();
 
@@ -73,14 +95,16 @@ struct Catalogue {
   }
 
  private:
-  void load();
-  void loadLocalList();
-  void loadCloudList();
-  void loadLiveLists();
+  struct Lists;
+  void publish(Lists& lists);
 
+  /// Held while lists are read. Taken before `opening_`.
   std::mutex loading_;
   std::atomic<bool> loadPending_ = false;
+  /// Guards what follows, and is never held while the disk is waited for.
+  std::mutex opening_;
   std::string base_;
+  std::atomic<std::uint64_t> opened_ = 0;
   std::mutex observing_;
   std::vector<ObserverToken> observers_;
 };
@@ -90,17 +114,20 @@ struct Catalogue {
 /// What is told on the console meanwhile is told afterwards, when nothing is locked any more.
 class CatalogueLock {
  public:
-  explicit CatalogueLock(Catalogue& catalogue) : semaphore_(catalogue.dataSemaphore.get()) {
-    semaphore_->wait();
+  explicit CatalogueLock(Catalogue& catalogue) : held_(loaded(catalogue)) {
+    // Once more, should another catalogue have been opened since.
     catalogue.ensureLoaded();
   }
-  ~CatalogueLock() { semaphore_->signal(); }
-  CatalogueLock(const CatalogueLock&) = delete;
-  CatalogueLock& operator=(const CatalogueLock&) = delete;
 
  private:
+  /// Before the semaphore is taken, so that the disk is not waited for while the catalogue is held.
+  static std::shared_ptr<Semaphore> loaded(Catalogue& catalogue) {
+    catalogue.ensureLoaded();
+    return catalogue.dataSemaphore;
+  }
+
   const Console::Hold console_;
-  const std::shared_ptr<Semaphore> semaphore_;
+  const SemaphoreHold held_;
 };
 
 }  // namespace orv

@@ -79,6 +79,15 @@ void KeyList::removeLast() {
   publishSize();
 }
 
+void KeyList::swap(KeyList& other) {
+  if (&other == this) return;
+  const std::scoped_lock lock(mutex_, other.mutex_);
+  uses_.swap(other.uses_);
+  order_.swap(other.order_);
+  publishSize();
+  other.publishSize();
+}
+
 void KeyList::assign(const std::vector<std::string>& keys) {
   const std::lock_guard lock(mutex_);
   order_.clear();

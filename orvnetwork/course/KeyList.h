@@ -56,6 +56,8 @@ class KeyList {
   void removeLast();
   void clear() { assign({}); }
 
+  /// Changes places with another list, at once however long they are.
+  void swap(KeyList& other);
   /// Puts other keys in the place of all.
   void assign(const std::vector<std::string>& keys);
   std::vector<std::string> snapshot() const;

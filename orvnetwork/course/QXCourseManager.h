@@ -268,11 +268,13 @@ class ORV_EXPORT QXCourseManager final {
 
   // These take it themselves.
   void retryRecordPage(std::int64_t page, std::int64_t retriesLeft);
-  bool mergeRecordPage(std::int64_t page, const json::array& items);
+  /// `opened` tells for which catalogue the page came; for another one nothing is done.
+  bool mergeRecordPage(std::int64_t page, const json::array& items, std::uint64_t opened);
   void retryLivePage(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft);
   void postLiveCheck(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft);
   void takeUpdate(const Course& course, const json::value& data);
-  bool mergeLiveCoursePage(std::int64_t page, std::uint64_t status, const json::array& items);
+  bool mergeLiveCoursePage(std::int64_t page, std::uint64_t status, const json::array& items,
+                           std::uint64_t opened);
 
   std::unique_ptr<Catalogue> catalogue_;
 };

@@ -77,6 +77,7 @@ bool QXCourseManager::deleteLiveCourse(const Course& course) {
 void QXCourseManager::refreshLiveCourse_key_keepFront(const Course& course, const OptionalString& key,
                                                       bool keepFront) {
   if (course == nullptr || course->roomID <= 0) return;
+  catalogue_->ensureLoaded();
   const std::string name = key ? *key : courseKey(course->roomID);
   if (!catalogue_->liveListHolds(course->status, name)) return;
   catalogue_->liveCache.set(name, course);
@@ -103,9 +104,12 @@ std::uint64_t QXCourseManager::getLiveCourseCountWithStatus(std::uint64_t status
 }
 
 std::int64_t QXCourseManager::getIndexOfLiveCourse(const Course& course) {
-  if (course == nullptr || course->status >= kLiveStatuses) return -1;
+  if (course == nullptr) return -1;
+  const std::uint64_t status =
+      course->status;  // Once: the server may change it while the catalogue is waited for.
+  if (status >= kLiveStatuses) return -1;
   const CatalogueLock lock(*catalogue_);
-  const std::size_t index = catalogue_->liveLists[course->status].indexOf(courseKey(course->roomID));
+  const std::size_t index = catalogue_->liveLists[status].indexOf(courseKey(course->roomID));
   return index == KeyList::npos ? -1 : static_cast<std::int64_t>(index);
 }
 

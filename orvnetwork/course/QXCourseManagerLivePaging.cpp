@@ -156,8 +156,9 @@ void QXCourseManager::loadLiveCourseWithPage_courseStatus_retryCount(std::int64_
         if (!success || values == nullptr) return retryLivePage(page, status, left);
         const json::array* const items = looseArray(member(values, "data"));
         catalogue_->merges->post(
-            [this, page, status, left, courses = items != nullptr ? json::array(*items) : json::array()] {
-              const bool lastPage = mergeLiveCoursePage(page, status, courses);
+            [this, page, status, left, opened = catalogue_->opened(),
+             courses = items != nullptr ? json::array(*items, json::storage_ptr()) : json::array()] {
+              const bool lastPage = mergeLiveCoursePage(page, status, courses, opened);
               checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(page, status, lastPage, left);
             });
       },
@@ -178,13 +179,16 @@ void QXCourseManager::postLiveCheck(std::int64_t page, std::uint64_t status, std
   });
 }
 
-bool QXCourseManager::mergeLiveCoursePage(std::int64_t page, std::uint64_t status, const json::array& items) {
+bool QXCourseManager::mergeLiveCoursePage(std::int64_t page, std::uint64_t status, const json::array& items,
+                                          std::uint64_t opened) {
   QXFileLog& fileLog = QXFileLog::standard();
   fileLog.log("拉取课程(状态 %d)个数: %d", static_cast<int>(status), static_cast<int>(items.size()));
   LivePageEffects effects(*this, *catalogue_, items);
   PageMergeResult result;
   {
     const CatalogueLock lock(*catalogue_);
+    // The user has changed since the page came.
+    if (catalogue_->opened() != opened) return false;
     OptionalString cursor = catalogue_->lastValidLiveCourse;
     result = mergeLivePage(catalogue_->liveLists, status, cursor, page, items, effects);
     catalogue_->lastValidLiveCourse = cursor;

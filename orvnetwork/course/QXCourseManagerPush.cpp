@@ -23,7 +23,9 @@ std::vector<std::int64_t> confirmedRooms(const json::object* frame) {
   if (items == nullptr) return rooms;
   for (const json::value& item : *items) {
     const json::object* const data = looseObject(member(looseObject(&item), "data"));
-    if (looseInt64(member(data, "code")) == 0) rooms.push_back(looseInt64(member(data, "roomID")));
+    const std::int64_t room = looseInt64(member(data, "roomID"));
+    // Room 0 is what a course has that has no copy in the cloud: no push can confirm that one.
+    if (room > 0 && looseInt64(member(data, "code")) == 0) rooms.push_back(room);
   }
   return rooms;
 }
@@ -74,10 +76,11 @@ void QXCourseManager::updateCourse_withHandler(const Course& course, UpdateHandl
         if (!success || (error != nullptr && !error->is_null())) return tell(nullptr);
         // The main thread waits neither for the catalogue nor for the disk.
         const json::value* const data = member(values, "data");
-        catalogue_->merges->post([this, course, tell, data = data != nullptr ? json::value(*data) : nullptr] {
-          takeUpdate(course, data);
-          Platform::current().mainQueue().post([course, tell] { tell(course); });
-        });
+        catalogue_->merges->post(
+            [this, course, tell, data = data != nullptr ? json::value(*data, json::storage_ptr()) : nullptr] {
+              takeUpdate(course, data);
+              Platform::current().mainQueue().post([course, tell] { tell(course); });
+            });
       },
       [tell](const auto&) { tell(nullptr); });
 }

@@ -36,6 +36,7 @@ void QXCourseManager::refreshRecordCourse(const Course& course) {
 
 void QXCourseManager::refreshRecordCourse_keepFront(const Course& course, bool keepFront) {
   if (course == nullptr || course->roomID <= 0) return;
+  catalogue_->ensureLoaded();
   const std::string key = courseKey(course->roomID);
   std::string entry;
   if (!course->orv_local && catalogue_->cloudList.contains(key)) {
@@ -55,11 +56,13 @@ void QXCourseManager::refreshRecordCourse_keepFront(const Course& course, bool k
 }
 
 void QXCourseManager::dequeueRecoedCourse_isLocal(const std::string& key, bool isLocal) {
+  catalogue_->ensureLoaded();
   (isLocal ? catalogue_->localCache : catalogue_->cloudCache).remove(key);
   catalogue_->queue.remove(isLocal ? localQueueKey(key) : cloudQueueKey(key));
 }
 
 void QXCourseManager::removeOverMuchRecordCourse() {
+  catalogue_->ensureLoaded();
   CatalogueRecords records(*catalogue_);
   evictRecordCourses(catalogue_->queue, records);
 }

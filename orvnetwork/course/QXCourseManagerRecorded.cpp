@@ -113,8 +113,9 @@ void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std
             const json::array* const items = looseArray(member(looseObject(member(reply, "v")), "data"));
             if (!success || items == nullptr) return retryRecordPage(page, left);
             // The main thread only copies the page; the rest is the workers'.
-            catalogue_->merges->post([this, page, left, courses = json::array(*items)] {
-              const bool lastPage = mergeRecordPage(page, courses);
+            catalogue_->merges->post([this, page, left, opened = catalogue_->opened(),
+                                      courses = json::array(*items, json::storage_ptr())] {
+              const bool lastPage = mergeRecordPage(page, courses, opened);
               checkCourseRequestPage_arriveLastPage_retryCount(page, lastPage, left);
             });
           },
@@ -131,8 +132,10 @@ void QXCourseManager::retryRecordPage(std::int64_t page, std::int64_t retriesLef
   });
 }
 
-bool QXCourseManager::mergeRecordPage(std::int64_t page, const json::array& items) {
+bool QXCourseManager::mergeRecordPage(std::int64_t page, const json::array& items, std::uint64_t opened) {
   const CatalogueLock lock(*catalogue_);
+  // The user has changed since the page came.
+  if (catalogue_->opened() != opened) return false;
   RecordPageEffects effects(*this, *catalogue_, items);
   OptionalString cursor = catalogue_->lastValidCourse;
   const PageMergeResult result = mergeCloudPage(catalogue_->cloudList, cursor, page, items, effects);

@@ -24,21 +24,17 @@ void QXCourseManager::reload() {
   std::vector<CourseRequest> dropped;  // Their callbacks are destroyed when nothing is locked any more.
   Catalogue& catalogue = *catalogue_;
   {
-    const auto semaphore = catalogue.dataSemaphore.get();
-    semaphore->wait();
+    const SemaphoreHold held(catalogue.dataSemaphore);
     const std::shared_ptr<OrvUserInfoModel> user = users.userInfo();
     const OptionalString uID = user != nullptr ? user->uID.get() : std::nullopt;
     const OptionalString classroom = user != nullptr ? user->classroom.get() : std::nullopt;
     const std::int64_t userID = uID ? int64FromText(*uID) : 0;
     const bool changed =
         userID != catalogue.currentUserID || !classroom || catalogue.currentClassroomID.get() != classroom;
-    if (changed) {
-      dropped = catalogue.open(baseFolder(user));
-      catalogue.currentUserID = userID;
-      catalogue.currentClassroomID = classroom;
-    }
-    semaphore->signal();
     if (!changed) return;
+    dropped = catalogue.open(baseFolder(user));
+    catalogue.currentUserID = userID;
+    catalogue.currentClassroomID = classroom;
   }
   queue().post([&catalogue] { catalogue.ensureLoaded(); });
 }

@@ -35,6 +35,15 @@ bool setAside(const std::string& path) {
 
 }  // namespace
 
+void RecordFiles::follow(const RecordFiles& other) {
+  OptionalString folder = other.folder();
+  OptionalString file = other.listFile();
+  const std::lock_guard lock(mutex_);
+  folder_.swap(folder);
+  listFile_.swap(file);
+  unreadList_ = other.unreadList_.load();
+}
+
 OptionalString RecordFiles::folder() const {
   const std::lock_guard lock(mutex_);
   return folder_;

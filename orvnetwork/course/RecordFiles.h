@@ -21,6 +21,8 @@ class RecordFiles {
  public:
   explicit RecordFiles(Durability durability) : durability_(durability) {}
 
+  /// Goes to where the other one is, with what that knows of its list.
+  void follow(const RecordFiles& other);
   /// Where the records and the list are.
   OptionalString folder() const;
   void setFolder(OptionalString folder);

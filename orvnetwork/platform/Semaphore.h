@@ -4,7 +4,9 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <memory>
 #include <mutex>
+#include <utility>
 
 namespace orv {
 
@@ -27,6 +29,20 @@ class ORV_EXPORT Semaphore {
   std::mutex mutex_;
   std::condition_variable signalled_;
   std::int64_t value_;
+};
+
+/// Takes one of a semaphore for its own life.
+class SemaphoreHold {
+ public:
+  explicit SemaphoreHold(std::shared_ptr<Semaphore> semaphore) : semaphore_(std::move(semaphore)) {
+    semaphore_->wait();
+  }
+  ~SemaphoreHold() { semaphore_->signal(); }
+  SemaphoreHold(const SemaphoreHold&) = delete;
+  SemaphoreHold& operator=(const SemaphoreHold&) = delete;
+
+ private:
+  const std::shared_ptr<Semaphore> semaphore_;
 };
 
 }  // namespace orv

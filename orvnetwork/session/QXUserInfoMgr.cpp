@@ -119,6 +119,10 @@ std::optional<QXUserInfoMgr::Replacement> QXUserInfoMgr::replaceIfCurrent(const 
   return replace(std::move(user));
 }
 
+bool QXUserInfoMgr::wantsClassroom(const UserPointer& user) {
+  return user != nullptr && user->classroom.get() && !user->classroominfo.get();
+}
+
 // With `mutex_` held, so that the file's order is the memory's.
 QXUserInfoMgr::Replacement QXUserInfoMgr::replace(UserPointer user) {
   Replacement replacement;
@@ -144,13 +148,11 @@ void QXUserInfoMgr::carryOut(const Replacement& replacement, Writing writing) {
     QXWebSocketMgr::standard().close();
     QXWebSocketMgr::standard().reconnect();
   }
-  const bool needsClassroom =
-      replacement.user && replacement.user->classroom.get() && !replacement.user->classroominfo.get();
-  if (!replacement.isChange && !needsClassroom) return;
-  runOnMain([this, user = replacement.user, isChange = replacement.isChange, needsClassroom] {
+  if (!replacement.isChange && !wantsClassroom(replacement.user)) return;
+  runOnMain([this, user = replacement.user, isChange = replacement.isChange] {
     if (isChange) NotificationCenter::defaultCenter().post(QXNotificationDidChangeUserInfo);
-    // An observer may have stored somebody else.
-    if (needsClassroom && userInfo() == user) refreshClassroomInfo();
+    // An observer may have changed the user, or stored somebody else.
+    if (wantsClassroom(user) && userInfo() == user) refreshClassroomInfo();
   });
 }
 

@@ -139,6 +139,8 @@ class ORV_EXPORT QXUserInfoMgr final {
 
   Replacement replace(UserPointer user);
   std::optional<Replacement> replaceIfCurrent(const UserPointer& expected, UserPointer user);
+  /// Whether a user names a classroom whose record is not there.
+  static bool wantsClassroom(const UserPointer& user);
   void carryOut(const Replacement& replacement, Writing writing);
   /// Stores the user that is stored, as it is now; false when it is not any more.
   bool storeAgain(const UserPointer& user);

@@ -22,7 +22,7 @@ class CourseFixture : public LinkFixture {
     auto user = std::make_shared<OrvUserInfoModel>();
     user->uID = std::move(uID);
     user->token = "token";
-    user->classroom = std::move(classroom);
+    user->classroom = classroom;
     user->classroominfo = makeRecord<OrvClassroomInfo>({{"id", classroom}, {"title", "五年级一班"}});
     return user;
   }

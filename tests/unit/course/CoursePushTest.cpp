@@ -107,11 +107,11 @@ TEST_F(CoursePush, OneCourseLeavesForEachItem) {
   EXPECT_EQ(courses().localCourseList().size(), 0u);
 }
 
-TEST_F(CoursePush, ItemThatNamesNoRoomConfirmsTheCourseWithoutOne) {
+TEST_F(CoursePush, ItemThatNamesNoRoomConfirmsNothing) {
   signIn();
   addLocal(7, 0);
-  push(json::array{json::object{}});
-  EXPECT_EQ(courses().localCourseList(), Keys{});
+  push(json::array{json::object{}, 5, json::object{{"data", json::object{{"roomID", 0}, {"code", 0}}}}});
+  EXPECT_EQ(courses().localCourseList(), Keys{"7"});
 }
 
 TEST_F(CoursePush, PushesOfOtherShapesAreHarmless) {

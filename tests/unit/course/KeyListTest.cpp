@@ -135,6 +135,22 @@ TEST(KeyList, ReplacesAllItsKeys) {
   EXPECT_FALSE(list.contains("3"));
 }
 
+TEST(KeyList, ChangesPlacesWithAnother) {
+  KeyList one, other;
+  one.assign({"1", "2", "1"});
+  other.assign({"9"});
+  one.swap(other);
+  EXPECT_EQ(one.snapshot(), Keys{"9"});
+  EXPECT_EQ(one.size(), 1u);
+  EXPECT_EQ(other.snapshot(), (Keys{"1", "2", "1"}));
+  EXPECT_EQ(other.size(), 3u);
+  EXPECT_EQ(other.indexOf("2"), 1u);
+  EXPECT_TRUE(other.remove("1"));
+  EXPECT_EQ(other.roomIDAt(0), 2) << "what is known of each key went with it";
+  other.swap(other);
+  EXPECT_EQ(other.snapshot(), Keys{"2"});
+}
+
 TEST(KeyList, BehavesLikeAPlainVectorOnRandomWalks) {
   std::mt19937 random(20240207);
   KeyList list;

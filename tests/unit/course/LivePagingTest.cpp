@@ -534,14 +534,58 @@ TEST_F(LivePaging, ShortPageCutsOffWhatLiesBehindIt) {
   }
 }
 
+TEST_F(LivePaging, VanishedCourseLeavesListMemoryAndDiskUnderItsOwnRoom) {
+  listLive(2, 1, 4);
+  signIn();
+  getLiveCourses(0, 4, 2);
+  courses().getLiveCourseWithRoomID(1)->roomID = 77;
+  courses().setLiveCourseDict({{"1", courses().getLiveCourseWithRoomID(1)},
+                               {"77", courses().getLiveCourseWithRoomID(2)},
+                               {"2", courses().getLiveCourseWithRoomID(2)}});
+  // What is no course has a place all the same, and what stands in it is gone.
+  live[2] = {nullptr, courseItem(2, 1, 2), courseItem(3, 1, 2), courseItem(4, 1, 2)};
+  courses().loadLiveCourseWithPage_courseStatus_retryCount(1, 2, 3);
+  settle();
+  EXPECT_EQ(list(2), (Keys{"2", "3", "4"}));
+  EXPECT_TRUE(isLiveInMemory(1));
+  EXPECT_TRUE(hasLiveFile(1));
+  EXPECT_FALSE(isLiveInMemory(77));
+}
+
+TEST_F(LivePaging, FileOfAVanishedCourseThatIsNotInMemoryStays) {
+  listLive(2, 1, 4);
+  signIn();
+  getLiveCourses(0, 4, 2);
+  auto records = courses().liveCourseDict();
+  records.erase("1");
+  courses().setLiveCourseDict(records);
+  live[2] = {nullptr, courseItem(2, 1, 2), courseItem(3, 1, 2), courseItem(4, 1, 2)};
+  courses().loadLiveCourseWithPage_courseStatus_retryCount(1, 2, 3);
+  settle();
+  EXPECT_EQ(list(2), (Keys{"2", "3", "4"}));
+  EXPECT_TRUE(hasLiveFile(1));
+}
+
+TEST_F(LivePaging, VanishedCourseInMemoryLosesItsFile) {
+  listLive(2, 1, 4);
+  signIn();
+  getLiveCourses(0, 4, 2);
+  live[2] = {nullptr, courseItem(2, 1, 2), courseItem(3, 1, 2), courseItem(4, 1, 2)};
+  courses().loadLiveCourseWithPage_courseStatus_retryCount(1, 2, 3);
+  settle();
+  EXPECT_FALSE(hasLiveFile(1));
+  EXPECT_FALSE(isLiveInMemory(1));
+  EXPECT_EQ(std::ranges::count(courses().liveCourseQueue(), "1"), 1);
+}
+
 TEST_F(LivePaging, EmptyPageCutsNothingAndLeavesTheListFile) {
   listLive(2, 1, 10);
   signIn();
   getLiveCourses(0, 30, 2);
-  const auto before = platform.files().inode(*courses().liveCourseListFile());
+  writePropertyListFile(*courses().liveCourseListFile(), json::array{"as it was"}, Durability::Plain);
   live[2].clear();
   EXPECT_EQ(getLiveCourses(0, 30, 2, true), (Answer{true, 10}));
-  EXPECT_EQ(platform.files().inode(*courses().liveCourseListFile()), before);
+  EXPECT_EQ(liveListFile(), json::array{"as it was"});
   EXPECT_TRUE(hasLiveFile(1));
 }
 

@@ -82,6 +82,16 @@ TEST_F(RecordQueue, RecordedCourseComesFromItsFileAndIntoTheQueue) {
   EXPECT_EQ(courses().courseQueue(), (Keys{"c-2", "c-1", "c-9"})) << "in memory, so the queue is left alone";
 }
 
+TEST_F(RecordQueue, StepsForCallersThatHoldTheSemaphoreReadTheListsToo) {
+  add(1);
+  startAnew();
+  const auto semaphore = courses().dataSemaphore();
+  semaphore->wait();
+  courses().refreshRecordCourse_keepFront(makeLocal(1), true);
+  semaphore->signal();
+  EXPECT_EQ(courses().courseQueue(), Keys{"l-1"});
+}
+
 TEST_F(RecordQueue, DequeuingLeavesListsAndFiles) {
   add(1);
   fillCloud(1, 1);
