@@ -2,6 +2,7 @@
 
 #include <orvnetwork/course/CourseRequest.h>
 #include <orvnetwork/course/KeyList.h>
+#include <orvnetwork/course/LivePageMerge.h>
 #include <orvnetwork/course/RecencyQueue.h>
 #include <orvnetwork/course/RecordCache.h>
 #include <orvnetwork/course/RecordFiles.h>
@@ -18,9 +19,6 @@
 #include <vector>
 
 namespace orv {
-
-/// The live courses are kept in a list for each of these statuses.
-inline constexpr std::size_t kLiveStatuses = 6;
 
 /// Requests that wait, oldest first. Each reading gives a copy that is made outside of every lock of this class, since it
 /// copies what the host's callbacks hold. There are as many as the host makes and as the rules leave waiting.
@@ -59,7 +57,7 @@ struct Catalogue {
   RecordFiles cloudFiles{Durability::Plain};
   RecordFiles localFiles{Durability::Durable};
 
-  std::array<KeyList, kLiveStatuses> liveLists;
+  LiveKeyLists liveLists;
   RecordCache liveCache;
   RecencyQueue liveQueue;
   Property<OptionalString> lastValidLiveCourse;

@@ -3,9 +3,15 @@
 
 namespace orv {
 
+namespace {
+
+constexpr auto kMost = static_cast<std::size_t>(MaxCourseCountInMem);
+
+}  // namespace
+
 void evictRecordCourses(RecencyQueue& queue, CachedRecords& records) {
   // One more entry is looked at than are queued.
-  for (std::size_t looked = 0; queue.size() > kMaxCourseCountInMemory && looked <= queue.size(); ++looked) {
+  for (std::size_t looked = 0; queue.size() > kMost && looked <= queue.size(); ++looked) {
     const OptionalString entry = queue.last();
     if (!entry) return;
     const std::string key(courseKeyOfQueueKey(*entry));
@@ -25,7 +31,7 @@ void evictRecordCourses(RecencyQueue& queue, CachedRecords& records) {
 }
 
 void evictLiveCourses(RecencyQueue& queue, const std::function<void(const std::string& key)>& evict) {
-  while (queue.size() > kMaxCourseCountInMemory) {
+  while (queue.size() > kMost) {
     const OptionalString key = queue.last();
     if (!key) return;
     evict(*key);

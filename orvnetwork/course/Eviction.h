@@ -1,13 +1,11 @@
 #pragma once
 
+#include <orvnetwork/course/CourseLimits.h>
 #include <orvnetwork/course/RecencyQueue.h>
 
 #include <functional>
 
 namespace orv {
-
-/// How many records are kept in memory: of local and recorded courses together, and of live courses.
-inline constexpr std::size_t kMaxCourseCountInMemory = 60;
 
 /// The records in memory of the local and of the recorded courses, by course key.
 class CachedRecords {

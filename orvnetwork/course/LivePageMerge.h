@@ -6,8 +6,10 @@
 
 namespace orv {
 
+/// Live courses have one of these statuses, from 0 on.
+inline constexpr std::size_t kLiveStatuses = 6;
 /// One list of live courses for each status.
-using LiveKeyLists = std::array<KeyList, 6>;
+using LiveKeyLists = std::array<KeyList, kLiveStatuses>;
 
 /// What merging a page of live courses does beside changing the lists, in the order of the merge and with the
 /// lists as they are at that moment. The effects must leave the lists alone.

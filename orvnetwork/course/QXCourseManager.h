@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/course/CourseLimits.h>
 #include <orvnetwork/course/CourseRequest.h>
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/platform/Executor.h>
@@ -16,11 +17,6 @@ struct Catalogue;
 struct PageProgress;
 class RecordCache;
 class RecordFiles;
-
-/// How many recorded and local courses, and how many live ones, are kept in memory after a check.
-inline constexpr std::int64_t MaxCourseCountInMem = 60;
-/// How often the loading of a page is tried.
-inline constexpr std::int64_t MaxRetryCount = 3;
 
 /// The courses of the user who is signed in, and of their classroom: those recorded on this device, those recorded in
 /// the cloud, and the live ones by status.

@@ -1,4 +1,5 @@
 #include <orvnetwork/course/Catalogue.h>
+#include <orvnetwork/course/CourseCodes.h>
 #include <orvnetwork/course/CourseKey.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/Platform.h>
@@ -8,9 +9,6 @@ namespace orv {
 
 namespace {
 
-/// What a course that was just made has for its `publishStatus`.
-constexpr std::uint64_t kNewLocalCourse = 99;
-constexpr std::uint64_t kRecordedCourse = 2;
 /// Local courses are numbered by the clock, below this.
 constexpr std::int64_t kLocalRoomIDs = 1'000'000;
 

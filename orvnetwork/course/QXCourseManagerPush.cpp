@@ -1,5 +1,6 @@
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/Catalogue.h>
+#include <orvnetwork/course/CourseCodes.h>
 #include <orvnetwork/course/CourseKey.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/ConsoleLog.h>
@@ -11,8 +12,6 @@ namespace orv {
 
 namespace {
 
-constexpr std::uint64_t kRecordedCourse = 2;
-constexpr std::uint64_t kHandedOverForPublishing = 1;
 constexpr std::chrono::seconds kPauseAfterCreation{1};
 constexpr std::uint64_t kCoursesAfterCreation = 30;
 

@@ -1,4 +1,5 @@
 #include <orvnetwork/course/Catalogue.h>
+#include <orvnetwork/course/CourseCodes.h>
 #include <orvnetwork/course/CourseKey.h>
 #include <orvnetwork/course/Eviction.h>
 #include <orvnetwork/course/QXCourseManager.h>
@@ -6,9 +7,6 @@
 namespace orv {
 
 namespace {
-
-/// What a local course has for its `publishStatus` as long as it may leave the memory.
-constexpr std::uint64_t kNewLocalCourse = 99;
 
 class CatalogueRecords final : public CachedRecords {
  public:

@@ -1,5 +1,6 @@
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/Catalogue.h>
+#include <orvnetwork/course/CourseCodes.h>
 #include <orvnetwork/course/PageAnswers.h>
 #include <orvnetwork/course/PageItems.h>
 #include <orvnetwork/course/PageRequest.h>
@@ -9,12 +10,6 @@
 #include <orvnetwork/platform/LooseRead.h>
 
 namespace orv {
-
-namespace {
-
-constexpr std::int64_t kRecordedCourses = 2;
-
-}  // namespace
 
 void QXCourseManager::getCoursesWithStartIndex_count_force_coursesBlock(std::uint64_t start,
                                                                         std::uint64_t count, bool force,
@@ -106,8 +101,8 @@ void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std
   const std::int64_t left = retryCount - 1;
   QXAPIHelper::
       filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
-          user->classroom, kRecordedCourses, page, kCoursePageSize, false, user->uID, std::nullopt,
-          std::nullopt, std::nullopt,
+          user->classroom, static_cast<std::int64_t>(kRecordedCourse), page, kCoursePageSize, false,
+          user->uID, std::nullopt, std::nullopt, std::nullopt,
           [this, inFlight, page, left](const auto&, bool success, const json::object& reply) {
             inFlight->signal();
             const json::array* const items = looseArray(member(looseObject(member(reply, "v")), "data"));

@@ -81,6 +81,18 @@ TEST_F(LocalCourseFaults, FullDiskLeavesWhatWasThereAndTakesMoreOnceThereIsRoom)
   EXPECT_EQ(titleInMemory(1), "new");
 }
 
+TEST_F(LocalCourseFaults, RecordIsWrittenBeforeTheListThatNamesIt) {
+  add(1);
+  platform.files().failAt(FileOperation::WriteAtomically, 2);
+  add(2);
+  EXPECT_TRUE(hasRecord(2));
+  EXPECT_EQ(listOnDisk(), Keys{"1"});
+  platform.files().failAt(FileOperation::WriteAtomically, 2);
+  courses().refreshLocalCourse(makeLocal(1, "new"));
+  EXPECT_EQ(titleOnDisk(1), "new");
+  EXPECT_EQ(listOnDisk(), Keys{"1"});
+}
+
 TEST_F(LocalCourseFaults, ConsoleIsToldWhenNothingIsLocked) {
   std::vector<std::uint64_t> counts;
   Console::setSink([&counts](std::string_view) {
