@@ -20,7 +20,7 @@
 namespace orv {
 namespace {
 
-constexpr int kKills = 200;
+constexpr int kKills = 300;
 constexpr auto kLongest = std::chrono::seconds(30);
 
 std::string localFolder() {
@@ -128,7 +128,7 @@ std::string load(const Model& model) {
 
 void killAtSomeMoment(pid_t child, std::mt19937& random) {
   // The moment is what is random here, not a wait for something.
-  timespec moment{0, static_cast<long>(random() % 15'000) * 1000L};
+  timespec moment{0, static_cast<long>(random() % 60'000) * 1000L};
   ::sigset_t none;
   ::sigemptyset(&none);
   ::pselect(0, nullptr, nullptr, nullptr, &moment, &none);
@@ -173,7 +173,7 @@ TEST(LocalCourseKill, EveryCourseThatWasAddedIsThereWheneverTheProcessIsKilled) 
     if (version == 0) model.halfDeleted.insert(model.open->room);
     model.open.reset();
   }
-  EXPECT_GT(model.latest, round) << "hardly anything was done";
+  EXPECT_FALSE(model.certain.empty()) << "nothing was ever done";
   std::cout << round << " kills, " << model.latest << " operations begun" << std::endl;
 }
 
