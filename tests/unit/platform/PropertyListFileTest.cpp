@@ -213,7 +213,7 @@ TEST_F(PropertyListFile, OutlivesAPowerCutWhenItIsDurable) {
 TEST_F(PropertyListFile, HasThePermissionsThatWereAskedFor) {
   ASSERT_TRUE(writePropertyListFile(kFile, kOld, Durability::Plain, 0600));
   EXPECT_EQ(files.mode(kFile), 0600u);
-  ASSERT_TRUE(writePropertyListFile(kFile, kOld, Durability::Plain));
+  ASSERT_TRUE(writePropertyListFile(kFile, kNew, Durability::Plain));
   EXPECT_EQ(files.mode(kFile), 0644u) << "narrowed by the umask";
 }
 
