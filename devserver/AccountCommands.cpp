@@ -6,12 +6,6 @@ namespace orv::devserver {
 
 namespace {
 
-void checkCode(const Values& values, std::string_view key = "scode") {
-  if (values.text(key, "") != School::kVerificationCode) {
-    throw Refused(result::kWrongCode, "wrong verification code");
-  }
-}
-
 [[noreturn]] void refusePassword() {
   throw Refused(result::kWrongPassword, "wrong password");
 }
@@ -20,11 +14,23 @@ void checkCode(const Values& values, std::string_view key = "scode") {
   throw Refused(result::kNoSuchAccount, "no account has this number");
 }
 
+/// Tells the rooms that the connection is in that its user goes.
+void leaveRooms(CommandContext& context) {
+  const Session& session = context.session;
+  const std::string& user = session.open() ? session.uID : session.lastUser;
+  for (const std::int64_t room : session.rooms) {
+    context.tellRoom(room, room_event::kLeft, {{"uID", user}, {"lost", false}});
+  }
+}
+
 /// Opens the session; a user's other connections hear of a new one.
 void openSession(CommandContext& context, const Account& account, std::string token) {
   Session& session = context.session;
   const bool isNew = session.uID != account.uID;
-  if (isNew && session.lastUser != account.uID) session = {};
+  if (isNew && session.lastUser != account.uID) {
+    leaveRooms(context);
+    session = {};
+  }
   session.uID = account.uID;
   session.token = std::move(token);
   session.since = std::chrono::steady_clock::now();
@@ -45,7 +51,7 @@ json::value login(CommandContext& context) {
   const auto account = context.school.accounts().findByPhone(phone);
   if (!account) refuseNumber();
   if (digest.empty()) {
-    checkCode(context.values);
+    context.checkCode("scode");
   } else if (digest != account->passwordDigest) {
     refusePassword();
   }
@@ -64,6 +70,7 @@ json::value refreshSession(CommandContext& context) {
 
 json::value logout(CommandContext& context) {
   context.school.accounts().dropToken(context.session.token);
+  leaveRooms(context);
   context.session = {};
   return json::object();
 }
@@ -81,22 +88,14 @@ json::value sendCode(CommandContext& context) {
   return json::object{{"expire", 300}, {"interval", 60}};
 }
 
-Account enrol(CommandContext& context, Account account) {
-  auto enrolled = context.school.accounts().enrol(std::move(account));
-  if (!enrolled) throw Refused(result::kSchoolFull, "the school is full");
-  return *std::move(enrolled);
-}
-
 json::value registerAccount(CommandContext& context) {
   Account account;
   account.phone = context.values.text("phone");
   account.passwordDigest = context.values.text("pass");
-  checkCode(context.values);
-  if (context.school.accounts().findByPhone(account.phone)) {
-    throw Refused(result::kPhoneTaken, "the number already has an account");
-  }
+  context.checkCode("scode");
+  context.checkPhoneIsFree(account.phone);
   account.profile = usualProfile(context.values.text("nick", ""));
-  return signIn(context, enrol(context, std::move(account)));
+  return signIn(context, context.enrol(std::move(account)));
 }
 
 json::value externalIdentity(CommandContext& context) {
@@ -107,8 +106,8 @@ json::value externalIdentity(CommandContext& context) {
   fresh.openID = openID;
   fresh.profile = usualProfile(context.values.text("nickname", ""));
   fresh.profile["userpic"] = context.values.text("headimgurl", "");
-  fresh.profile["gender"] = numberIn(context.request.values, "sex");
-  return signIn(context, enrol(context, std::move(fresh)));
+  fresh.profile["gender"] = context.values.number("sex", 0);
+  return signIn(context, context.enrol(std::move(fresh)));
 }
 
 /// "type" 0 changes by the old digest; 1 resets by a verification code, which travels under "opwd".
@@ -119,7 +118,7 @@ json::value changePassword(CommandContext& context) {
                        : std::optional(context.account());
   if (!account) refuseNumber();
   if (reset) {
-    checkCode(context.values, "opwd");
+    context.checkCode("opwd");
   } else if (context.values.text("opwd") != account->passwordDigest) {
     refusePassword();
   }
@@ -131,16 +130,13 @@ json::value changePassword(CommandContext& context) {
 /// "type" 1 proves the present number; every other type moves the account to the number given.
 json::value changePhone(CommandContext& context) {
   const std::string phone = context.values.text("phone");
-  checkCode(context.values);
+  context.checkCode("scode");
   Account account = context.account();
   if (context.values.number("type", 2) == 1) {
     if (phone != account.phone) throw Refused(result::kNoSuchAccount, "not the number of this account");
     return member("token", context.session.token);
   }
-  const auto holder = context.school.accounts().findByPhone(phone);
-  if (holder && holder->uID != account.uID) {
-    throw Refused(result::kPhoneTaken, "the number already has an account");
-  }
+  if (phone != account.phone) context.checkPhoneIsFree(phone);
   account.phone = phone;
   context.school.accounts().save(account);
   return member("phone", phone);

@@ -49,9 +49,7 @@ json::value createPage(CommandContext& context) {
   const json::object fields{{"title", values.text("title")},
                             {"description", values.text("description")},
                             {"phone", values.text("phone")}};
-  if (values.text("code") != School::kVerificationCode) {
-    throw Refused(result::kWrongCode, "wrong verification code");
-  }
+  context.checkCode("code");
   return make(context, fields);
 }
 

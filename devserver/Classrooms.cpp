@@ -95,6 +95,11 @@ std::int64_t Classrooms::role(std::int64_t id, std::int64_t uID) {
       .value_or(0);
 }
 
+bool Classrooms::isTeacher(std::int64_t id, std::int64_t uID) {
+  const std::int64_t place = role(id, uID);
+  return place != 0 && place < member_role::kStudent;
+}
+
 void Classrooms::addMember(std::int64_t id, std::int64_t uID, std::int64_t role) {
   database_.run("INSERT OR REPLACE INTO members(classroomID, uID, role) VALUES(?, ?, ?)", {id, uID, role});
 }

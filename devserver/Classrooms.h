@@ -34,6 +34,8 @@ class Classrooms {
   std::int64_t owner(std::int64_t id);
   /// The user's role; 0: no member.
   std::int64_t role(std::int64_t id, std::int64_t uID);
+  /// Whether the user owns the classroom or teaches in it.
+  bool isTeacher(std::int64_t id, std::int64_t uID);
   void addMember(std::int64_t id, std::int64_t uID, std::int64_t role);
 
  private:

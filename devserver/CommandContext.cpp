@@ -39,6 +39,31 @@ json::object CommandContext::ownCourse(std::string_view key) {
   return found;
 }
 
+void CommandContext::checkCode(std::string_view key) const {
+  if (values.text(key, "") != School::kVerificationCode) {
+    throw Refused(result::kWrongCode, "wrong verification code");
+  }
+}
+
+void CommandContext::checkPhoneIsFree(std::string_view phone) {
+  if (school.accounts().findByPhone(phone)) {
+    throw Refused(result::kPhoneTaken, "the number already has an account");
+  }
+}
+
+Account CommandContext::enrol(Account account) {
+  auto enrolled = school.accounts().enrol(std::move(account));
+  if (!enrolled) throw Refused(result::kSchoolFull, "the school is full");
+  return *std::move(enrolled);
+}
+
+std::int64_t CommandContext::ownClassroom(std::int64_t classroomID) {
+  if (!school.classrooms().isTeacher(classroomID, uID())) {
+    throw Refused(result::kNotAllowed, "only for the teachers of a classroom");
+  }
+  return classroomID;
+}
+
 bool CommandContext::isTeacherOf(const json::object& course) {
   const std::int64_t roomID = numberIn(course, "roomID"), classroom = numberIn(course, "classroomID");
   return school.courses().isTeacher(roomID, uID()) ||

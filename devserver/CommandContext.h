@@ -72,6 +72,14 @@ class CommandContext {
   /// The same, for those who teach it only.
   json::object ownCourse(std::string_view key = "roomID");
   bool isTeacherOf(const json::object& course);
+  /// Refuses where the verification code under `key` is not the right one.
+  void checkCode(std::string_view key) const;
+  /// Refuses where an account has the mobile number already.
+  void checkPhoneIsFree(std::string_view phone);
+  /// Takes a new account; refuses when the school is full.
+  Account enrol(Account account);
+  /// The classroom, if the user who asks teaches in it; refuses otherwise.
+  std::int64_t ownClassroom(std::int64_t classroomID);
 
   const Crowd& crowd() const { return crowd_; }
   /// Connections of the user that has signed in, but this one.

@@ -14,36 +14,31 @@ json::value registerDemo(CommandContext& context) {
   account.phone = values.text("contactphone");
   account.passwordDigest = values.text("passwd");
   const std::string title = values.text("classroomname");
-  if (values.text("code") != School::kVerificationCode) {
-    throw Refused(result::kWrongCode, "wrong verification code");
-  }
-  if (context.school.accounts().findByPhone(account.phone)) {
-    throw Refused(result::kPhoneTaken, "the number already has an account");
-  }
+  context.checkCode("code");
+  context.checkPhoneIsFree(account.phone);
   checkBound(context, "SELECT count(*) FROM corporations", {}, kMaxCorporations);
   account.profile = usualProfile(title);
   account.profile["role"] = account.profile["teacher"] = 1;
-  auto enrolled = context.school.accounts().enrol(std::move(account));
-  if (!enrolled) throw Refused(result::kSchoolFull, "the school is full");
+  account = context.enrol(std::move(account));
 
   const std::string token = randomToken();
   context.database().run("INSERT INTO corporations(token, doc) VALUES(?, ?)",
                          {token, member("title", title)});
   const std::int64_t corporation = context.database().lastId();
   const std::int64_t classroom =
-      context.school.classrooms().add(enrolled->id(), {{"title", title},
-                                                       {"phone", enrolled->phone},
-                                                       {"corpID", std::to_string(corporation)},
-                                                       {"isCorp", true},
-                                                       {"demo", true}});
+      context.school.classrooms().add(account.id(), {{"title", title},
+                                                     {"phone", account.phone},
+                                                     {"corpID", std::to_string(corporation)},
+                                                     {"isCorp", true},
+                                                     {"demo", true}});
   context.database().run("UPDATE corporations SET doc = json_set(doc, '$.classroomID', ?) WHERE id = ?",
                          {classroom, corporation});
-  enrolled->profile["classroom"] = std::to_string(classroom);
-  enrolled->profile["corpID"] = corporation;
-  enrolled->profile["corpType"] = 1;
-  context.school.accounts().save(*enrolled);
+  account.profile["classroom"] = std::to_string(classroom);
+  account.profile["corpID"] = corporation;
+  account.profile["corpType"] = 1;
+  context.school.accounts().save(account);
   return {
-      {"corpID", corporation}, {"classroomID", classroom}, {"uID", enrolled->uID}, {"corpTempToken", token}};
+      {"corpID", corporation}, {"classroomID", classroom}, {"uID", account.uID}, {"corpTempToken", token}};
 }
 
 /// The token is good once.
@@ -59,6 +54,8 @@ json::value link(CommandContext& context) {
   if (context.school.classrooms().role(classroom, account.id()) == 0) {
     context.school.classrooms().addMember(classroom, account.id(), member_role::kTeacher);
   }
+  if (account.classroom() == 0) account.profile["classroom"] = std::to_string(classroom);
+  account.profile["role"] = account.profile["teacher"] = 1;
   account.profile["corpID"] = corporation;
   account.profile["corpType"] = 1;
   context.school.accounts().save(account);

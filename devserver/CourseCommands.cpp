@@ -45,20 +45,14 @@ json::object fieldsOf(const Values& values) {
 /// The cover is a picture's address, an uploaded file, or only told to be there.
 void takeCover(const Values& values, json::object& fields) {
   const json::value* cover = values.all().if_contains("cover");
-  if (cover != nullptr && cover->is_string()) fields["coverUrl"] = *cover;
+  if (cover != nullptr && cover->is_string() && !cover->get_string().empty()) {
+    fields["cover"] = 1;
+    fields["coverUrl"] = *cover;
+  }
   if (cover != nullptr && cover->is_bool()) fields["cover"] = cover->get_bool() ? 1 : 0;
   if (!values.has("coverMediaId")) return;
   fields["cover"] = 1;
   fields["coverUrl"] = address("file/" + values.text("coverMediaId") + ".jpg");
-}
-
-std::int64_t classroomFor(CommandContext& context, const Account& account) {
-  const std::int64_t id = context.values.idIfAny("classroomID").value_or(account.classroom());
-  const std::int64_t role = context.school.classrooms().role(id, account.id());
-  if (role == 0 || role == member_role::kStudent) {
-    throw Refused(result::kNotAllowed, "courses are for teachers of a classroom");
-  }
-  return id;
 }
 
 /// A recorded course that has both of its files is published, and its owner's connections hear of it.
@@ -86,7 +80,7 @@ json::value create(CommandContext& context) {
   const std::int64_t liveType = values.number("liveType", live_type::kRecorded);
   if (liveType < live_type::kLive || liveType > live_type::kLiveWithVideo) refuseValue("liveType");
   const bool recorded = liveType == live_type::kRecorded;
-  fields["classroomID"] = classroomFor(context, account);
+  fields["classroomID"] = context.ownClassroom(values.idIfAny("classroomID").value_or(account.classroom()));
   fields["liveType"] = liveType;
   fields["status"] = recorded ? course_status::kRecorded : course_status::kComing;
   fields["uID"] = account.id();

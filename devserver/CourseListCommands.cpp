@@ -1,4 +1,5 @@
 #include "devserver/CommandTable.h"
+#include "devserver/Rooms.h"
 
 namespace orv::devserver {
 
@@ -73,15 +74,11 @@ json::value myFollows(CommandContext& context) {
   return context.school.courses().list(filter);
 }
 
-bool isMarked(CommandContext& context, const char* sql, std::int64_t roomID) {
-  return context.database().number(sql, {roomID, context.uID()}).has_value();
-}
-
 json::value info(CommandContext& context) {
   json::object course = context.course();
   const std::int64_t roomID = numberIn(course, "roomID");
-  course["enrolled"] = isMarked(context, "SELECT 1 FROM enrolments WHERE roomID = ? AND uID = ?", roomID);
-  course["followed"] = isMarked(context, "SELECT 1 FROM follows WHERE roomID = ? AND uID = ?", roomID);
+  course["enrolled"] = isIn(context, "enrolments", roomID);
+  course["followed"] = isIn(context, "follows", roomID);
   course["onlineCnt"] = context.crowd().usersIn(roomID).size();
   return course;
 }

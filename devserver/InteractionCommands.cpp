@@ -55,11 +55,9 @@ json::value comments(CommandContext& context) {
 json::value count(CommandContext& context) {
   const json::object course = context.course();
   const std::int64_t roomID = numberIn(course, "roomID");
-  const auto wallCount =
-      context.database().number("SELECT count(*) FROM messages WHERE roomID = ?", {roomID});
   return {{"roomID", roomID},
           {"onlineCnt", context.crowd().usersIn(roomID).size()},
-          {"wallCnt", wallCount.value_or(0)},
+          {"wallCnt", messageCount(context, roomID)},
           {"viewCnt", course.at("viewCnt")},
           {"enrolmentCnt", course.at("enrolmentCnt")}};
 }
@@ -81,7 +79,7 @@ json::value post(CommandContext& context) {
   const std::int64_t roomID = numberIn(context.course(), "roomID");
   const json::object content = contentOf(context.values);
   Database& data = context.database();
-  if (data.number("SELECT 1 FROM forbidden WHERE roomID = ? AND uID = ?", {roomID, context.uID()})) {
+  if (isIn(context, "forbidden", roomID)) {
     throw Refused(result::kSilenced, "this user may not speak in this room");
   }
   const auto answered = context.values.idIfAny("commentID");

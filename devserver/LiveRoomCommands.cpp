@@ -16,15 +16,12 @@ bool isOnAir(const json::object& course) {
 json::value createRoom(CommandContext& context) {
   context.values.text("appType");
   const Account account = context.account();
-  const std::int64_t role = context.school.classrooms().role(account.classroom(), account.id());
-  if (role == 0 || role == member_role::kStudent) {
-    throw Refused(result::kNotAllowed, "rooms are for teachers of a classroom");
-  }
+  const std::int64_t classroom = context.ownClassroom(account.classroom());
   const std::int64_t roomID = context.school.courses().add({{"title", account.nick() + "的直播间"},
                                                             {"liveType", live_type::kLive},
                                                             {"status", course_status::kComing},
                                                             {"publishStatus", 0},
-                                                            {"classroomID", account.classroom()},
+                                                            {"classroomID", classroom},
                                                             {"uID", account.id()},
                                                             {"nick", account.nick()},
                                                             {"teacher", account.nick()}});
@@ -64,9 +61,7 @@ void checkEntry(CommandContext& context, const json::object& course) {
     throw Refused(result::kWrongState, "the course is over");
   const bool charged = numberIn(course, "courseType") == 2 && realIn(course, "coursePrice") > 0;
   const std::int64_t roomID = numberIn(course, "roomID");
-  if (charged && !context.isTeacherOf(course) &&
-      !context.database().number("SELECT 1 FROM enrolments WHERE roomID = ? AND uID = ?",
-                                 {roomID, context.uID()})) {
+  if (charged && !context.isTeacherOf(course) && !isIn(context, "enrolments", roomID)) {
     throw Refused(result::kNotAllowed, "this course is for those who have enrolled");
   }
 }
@@ -85,10 +80,7 @@ json::value enter(CommandContext& context) {
                      {{"uID", context.session.uID}, {"nick", context.account().nick()}});
   }
   json::object entered = *context.school.courses().find(roomID);
-  entered["forbidden"] =
-      context.database()
-          .number("SELECT 1 FROM forbidden WHERE roomID = ? AND uID = ?", {roomID, context.uID()})
-          .has_value();
+  entered["forbidden"] = isIn(context, "forbidden", roomID);
   return entered;
 }
 
@@ -128,7 +120,7 @@ json::value stat(CommandContext& context) {
   for (const char* key : {"viewCnt", "enrolmentCnt", "liveStatus", "liveStartTime", "liveTime"}) {
     stat[key] = course.at(key);
   }
-  stat["wallCnt"] = data.number("SELECT count(*) FROM messages WHERE roomID = ?", {roomID}).value_or(0);
+  stat["wallCnt"] = messageCount(context, roomID);
   stat["likeCnt"] =
       data.number("SELECT count(*) FROM likes WHERE wallID IN (SELECT id FROM messages WHERE roomID = ?)",
                   {roomID})

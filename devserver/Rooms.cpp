@@ -20,6 +20,15 @@ void keepReplay(CommandContext& context, const json::object& course, std::int64_
 
 }  // namespace
 
+bool isIn(CommandContext& context, const char* table, std::int64_t roomID) {
+  const std::string sql = "SELECT 1 FROM " + std::string(table) + " WHERE roomID = ? AND uID = ?";
+  return context.database().number(sql, {roomID, context.uID()}).has_value();
+}
+
+std::int64_t messageCount(CommandContext& context, std::int64_t roomID) {
+  return context.database().number("SELECT count(*) FROM messages WHERE roomID = ?", {roomID}).value_or(0);
+}
+
 void checkLive(const json::object& course) {
   if (numberIn(course, "liveType") == live_type::kRecorded) {
     throw Refused(result::kWrongState, "a recorded course has no broadcasts");

@@ -11,6 +11,12 @@ json::object endBroadcast(CommandContext& context, const json::object& course);
 /// Tells everybody in the room, and the connections of those who have enrolled, but not the one that asks.
 void tellAudience(CommandContext& context, std::int64_t roomID, int code, const json::object& fields = {});
 
+/// Whether the table, which is one of users of rooms, has the user who asks for this room.
+bool isIn(CommandContext& context, const char* table, std::int64_t roomID);
+
+/// How much was said in the room, answers included.
+std::int64_t messageCount(CommandContext& context, std::int64_t roomID);
+
 /// Refuses a recorded course where a room for broadcasts is needed.
 void checkLive(const json::object& course);
 

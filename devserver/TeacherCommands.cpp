@@ -70,8 +70,7 @@ json::value changeRole(CommandContext& context) {
   const std::int64_t roomID = numberIn(course, "roomID"), teacher = context.values.id("teacherID"),
                      role = context.values.number("role");
   if (role < 0) refuseValue("role");
-  const std::int64_t place = context.school.classrooms().role(numberIn(course, "classroomID"), teacher);
-  if (place == 0 || place == member_role::kStudent) {
+  if (!context.school.classrooms().isTeacher(numberIn(course, "classroomID"), teacher)) {
     throw Refused(result::kNotAllowed, "not a teacher of the course's classroom");
   }
   context.database().run("INSERT OR REPLACE INTO courseTeachers(roomID, uID, role) VALUES(?, ?, ?)",

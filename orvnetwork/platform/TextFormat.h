@@ -19,7 +19,7 @@
 namespace orv {
 
 /// The text of a dictionary or an array for a log: members sorted by key, one a line, 4 blanks a level, text
-/// in quotes when it is not purely alphanumeric, non-ASCII text as \Uxxxx. What exceeds `kMaxDescriptionSize`
+/// in quotes when it is not purely alphanumeric, non-ASCII text as `\Uxxxx`. What exceeds `kMaxDescriptionSize`
 /// bytes is cut and marked as such. Text, numbers and booleans by themselves come plain. Any thread.
 ORV_EXPORT std::string describe(const json::value& value);
 ORV_EXPORT std::string describe(const json::object& object);

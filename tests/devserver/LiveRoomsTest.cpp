@@ -68,6 +68,25 @@ TEST_F(LiveRooms, OwnBroadcastAndAllBroadcastsAreListed) {
   EXPECT_EQ(data(student.request("Live.Room.Get.Live", {})).at("liveStatus"), 0);
 }
 
+TEST_F(LiveRooms, WhoSignsOutOrInAsAnotherLeavesTheRooms) {
+  RawClient teacher = signedIn(), student = signedIn(kStudent);
+  const std::int64_t id = create(teacher);
+  ASSERT_EQ(ask(teacher, "Live.Room.Post.Start", room(id)), 0);
+  for (const char* next : {"", kSecondStudent}) {
+    ASSERT_EQ(code(login(student, kStudent)), 0);
+    ASSERT_EQ(ask(student, "Live.Room.Post.Enter", room(id)), 0);
+    EXPECT_EQ(event(teacher).at("code"), 1);
+    const auto reply =
+        *next == '\0' ? student.request("User.Post.Logout", {}) : login(student, kSecondStudent);
+    ASSERT_EQ(code(reply), 0);
+    const json::object left = event(teacher);
+    EXPECT_EQ(left.at("code"), 2);
+    EXPECT_EQ(left.at("uID"), "100004");
+    EXPECT_EQ(left.at("lost"), false);
+    EXPECT_EQ(data(teacher.request("Course.Get.Row", room(id))).at("onlineCnt"), 1);
+  }
+}
+
 TEST_F(LiveRooms, ThoseInTheRoomHearOfEachOther) {
   RawClient teacher = signedIn(), student = signedIn(kStudent), outsider = signedIn(kSecondStudent);
   const std::int64_t id = create(teacher);

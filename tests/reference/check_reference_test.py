@@ -1,0 +1,47 @@
+#!/usr/bin/env python3
+"""Plants comments that the reference cannot be made of and sees that each one is found."""
+
+import pathlib
+import sys
+import tempfile
+import unittest
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).parent))
+import check_reference  # noqa: E402
+
+SETTINGS = (pathlib.Path(__file__).parents[2] / "Doxyfile").read_text(encoding="utf-8")
+
+
+def found(header):
+    """The warnings about a tree that holds one header."""
+    with tempfile.TemporaryDirectory() as folder:
+        root = pathlib.Path(folder)
+        (root / "orvnetwork").mkdir()
+        (root / "docs").mkdir()
+        (root / "README.md").write_text("# Title\n", encoding="utf-8")
+        (root / "Doxyfile").write_text(SETTINGS, encoding="utf-8")
+        (root / "orvnetwork" / "A.h").write_text("#pragma once\n/// A file.\n/// @file\n\n" + header,
+                                                 encoding="utf-8")
+        return check_reference.warnings(root)
+
+
+class CheckReferenceTest(unittest.TestCase):
+    def test_good_comment(self):
+        self.assertEqual(found("/// Adds.\n/// @param one a number\nint add(int one);\n"), [])
+
+    def test_parameter_that_is_not_there(self):
+        self.assertIn("two", " ".join(found("/// Adds.\n/// @param two a number\nint add(int one);\n")))
+
+    def test_unknown_command(self):
+        self.assertIn("nonsense", " ".join(found("/// Adds by \\nonsense.\nint add(int one);\n")))
+
+    def test_link_to_nowhere(self):
+        self.assertIn("Nowhere", " ".join(found("/// Adds as @ref Nowhere does.\nint add(int one);\n")))
+
+    def test_mark_without_end(self):
+        self.assertTrue(found("/// Adds.\n/// @{\nint add(int one);\n"))
+
+
+if __name__ == "__main__":
+    unittest.main()
