@@ -151,9 +151,9 @@ class Batch {
 
 }  // namespace
 
-ExitCode run(const BatchCommand&, const Options& options, Output& output) {
-  Host host(options);
-  Batch batch(output);
+ExitCode run(const BatchCommand&, Context& context) {
+  Host& host = context.host();
+  Batch batch(context.output);
   // Without a link each request is answered so; what is wrong with a line is told all the same.
   host.openLink();
   if (!host.interrupted()) batch.read(STDIN_FILENO);

@@ -6,17 +6,17 @@
 
 namespace orv::cli {
 
-ExitCode run(const CallCommand& command, const Options& options, Output& output) {
+ExitCode run(const CallCommand& command, Context& context) {
   std::vector<Object> arguments{Object(command.command)};
   if (command.values) {
     const JsonParseResult values = parseJson(*command.values);
-    if (!values.value) return refuse("VALUES is not JSON: " + values.error.text(), output);
-    if (!values.value->is_object()) return refuse("VALUES must be a JSON dictionary", output);
+    if (!values.value) return refuse("VALUES is not JSON: " + values.error.text(), context.output);
+    if (!values.value->is_object()) return refuse("VALUES must be a JSON dictionary", context.output);
     arguments.emplace_back(*values.value);
   }
   const FoundOperation found = findOperation("requestWithCommand:values:completeBlock:timeoutBlock:");
-  if (found.operation == nullptr) return refuse(found.problem, output);
-  return sendOne(*found.operation, arguments, options, output);
+  if (found.operation == nullptr) return refuse(found.problem, context.output);
+  return sendOne(*found.operation, arguments, context);
 }
 
 }  // namespace orv::cli

@@ -25,7 +25,14 @@ struct Parsed {
   bool batch = false;
   OperationsCommand operations;
   double duration = 0;
+  CoursesCommand courses;
+  std::uint64_t status = 0;
+  LocalCreateCommand localCreate;
+  std::string title;
+  LocalAddCommand localAdd;
+  LocalDeleteCommand localDelete;
   LogCommand log;
+  LoginCommand login;
 };
 
 std::string checkSeconds(const std::string& text) {
@@ -96,13 +103,46 @@ struct Grammar {
         ->type_name("SECONDS")
         ->check(checkSeconds);
 
+    courses = app.add_subcommand("courses", "Courses of the stored user's classroom, loaded from the server");
+    courses->add_option("--start", parsed.courses.start, "Index of the first one")->capture_default_str();
+    courses->add_option("--count", parsed.courses.count, "How many")->capture_default_str();
+    courses->add_flag("--force", parsed.courses.force, "Load what is there already, too");
+    courses
+        ->add_option("--status", parsed.status, "Live courses of this status, in the place of recorded ones")
+        ->check(CLI::Range(1, 3));
+
+    local = app.add_subcommand("local", "Courses recorded on this device");
+    local->require_subcommand(1);
+    localList = local->add_subcommand("list", "Print them");
+    localCreate = local->add_subcommand("create", "Create new ones and add them");
+    localCreate->add_option("--title", parsed.title, "Their title");
+    localCreate->add_option("--count", parsed.localCreate.count, "How many")
+        ->check(CLI::Range(1, 100'000))
+        ->capture_default_str();
+    localAdd = local->add_subcommand("add", "Add one, or put one in front");
+    localAdd->add_option("RECORD", parsed.localAdd.record, "One JSON dictionary with \"roomID\"")->required();
+    localDelete = local->add_subcommand("delete", "Delete some, with their recordings");
+    localDelete->add_option("ROOMID", parsed.localDelete.roomIDs, "Their numbers")->required();
+
     log = app.add_subcommand("log", "Print the newest file of the rolling log");
     log->add_flag("--path", parsed.log.pathOnly, "Print its path only");
+
+    login = app.add_subcommand("login", "Log in and keep the user; the password is asked for");
+    login->add_option("MOBILE", parsed.login.mobile, "Mobile number of the account")->required();
+    login->add_flag("--code", parsed.login.byCode, "Ask for a verification code instead of the password");
+
+    whoami = app.add_subcommand("whoami", "Print the stored user; with --server, ask for the latest");
+
+    shell = app.add_subcommand("shell", "All of this on one link, line by line");
+
+    logout = app.add_subcommand("logout", "Log the stored user out and forget them");
   }
 
   CLI::App app;
   CLI::App *demo = nullptr, *call = nullptr, *invoke = nullptr, *operations = nullptr, *watch = nullptr,
-           *log = nullptr;
+           *log = nullptr, *courses = nullptr, *local = nullptr, *localList = nullptr, *localCreate = nullptr,
+           *localAdd = nullptr, *localDelete = nullptr, *login = nullptr, *whoami = nullptr,
+           *logout = nullptr, *shell = nullptr;
 };
 
 OptionalString ifGiven(const CLI::App& app, const std::string& name, const std::string& value) {
@@ -125,7 +165,22 @@ std::variant<Invocation, WrongUse, Text> choose(const Grammar& grammar, Parsed& 
     return with(parsed.call);
   }
   if (grammar.operations->parsed()) return with(parsed.operations);
+  if (grammar.courses->parsed()) {
+    if (grammar.courses->count("--status") > 0) parsed.courses.status = parsed.status;
+    return with(parsed.courses);
+  }
+  if (grammar.localList->parsed()) return with(LocalListCommand{});
+  if (grammar.localCreate->parsed()) {
+    parsed.localCreate.title = ifGiven(*grammar.localCreate, "--title", parsed.title);
+    return with(parsed.localCreate);
+  }
+  if (grammar.localAdd->parsed()) return with(parsed.localAdd);
+  if (grammar.localDelete->parsed()) return with(parsed.localDelete);
+  if (grammar.shell->parsed()) return with(ShellCommand{});
   if (grammar.log->parsed()) return with(parsed.log);
+  if (grammar.login->parsed()) return with(parsed.login);
+  if (grammar.whoami->parsed()) return with(WhoamiCommand{});
+  if (grammar.logout->parsed()) return with(LogoutCommand{});
   if (grammar.watch->parsed()) {
     WatchCommand watch;
     if (grammar.watch->count("--for") > 0) watch.duration = parsed.duration;
@@ -160,7 +215,10 @@ std::variant<Invocation, WrongUse, Text> parseCommandLine(int argc, const char* 
     return WrongUse{"too many arguments, or an option after the command; see `orv --help`"};
   } catch (const CLI::RequiredError& error) {
     if (!grammar.app.get_subcommands().empty()) return WrongUse{error.what()};
-    return WrongUse{"a command is expected: demo, call, invoke, operations, watch or log; see `orv --help`"};
+    return WrongUse{
+        "a command is expected: demo, shell, call, invoke, operations, watch, courses, local, log, login, "
+        "whoami "
+        "or logout; see `orv --help`"};
   } catch (const CLI::ParseError& error) {
     return WrongUse{error.what()};
   }

@@ -39,12 +39,40 @@ struct WatchCommand {
   /// In seconds; absent: until interrupted.
   std::optional<double> duration;
 };
+struct CoursesCommand {
+  std::uint64_t start = 0;
+  std::uint64_t count = 30;
+  bool force = false;
+  /// Of live courses, the list wanted; absent: recorded courses.
+  std::optional<std::uint64_t> status;
+};
+struct LocalListCommand {};
+struct LocalCreateCommand {
+  OptionalString title;
+  std::uint64_t count = 1;
+};
+struct LocalAddCommand {
+  std::string record;
+};
+struct LocalDeleteCommand {
+  std::vector<std::int64_t> roomIDs;
+};
+struct ShellCommand {};
 struct LogCommand {
   bool pathOnly = false;
 };
+struct LoginCommand {
+  std::string mobile;
+  /// Whether a verification code is asked for instead of the password.
+  bool byCode = false;
+};
+struct WhoamiCommand {};
+struct LogoutCommand {};
 
-using Command = std::variant<DemoCommand, CallCommand, InvokeCommand, BatchCommand, OperationsCommand,
-                             WatchCommand, LogCommand>;
+using Command =
+    std::variant<DemoCommand, CallCommand, InvokeCommand, BatchCommand, OperationsCommand, WatchCommand,
+                 LogCommand, LoginCommand, WhoamiCommand, LogoutCommand, CoursesCommand, LocalListCommand,
+                 LocalCreateCommand, LocalAddCommand, LocalDeleteCommand, ShellCommand>;
 
 /// The command line asks for something that the program does not do.
 struct WrongUse {

@@ -6,6 +6,7 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <signal.h>
 #include <sys/random.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <utility>
 
 #include "cli/Output.h"
 #include "cli/Secrets.h"
@@ -22,6 +24,8 @@
 namespace orv::cli {
 
 namespace {
+
+constexpr Seconds kAskAgainEvery{0.5};
 
 /// A random identifier in the usual form of 8-4-4-4-12 hexadecimal digits.
 std::string randomIdentifier() {
@@ -77,8 +81,11 @@ std::string secondsText(double seconds) {
 }
 
 Host::Host(const Options& options)
-    : signals_([this] {
+    : signals_([this](int number) {
+        if (number != SIGINT) terminated_ = true;
         interrupted_ = true;
+        // A prompt waits for tasks, not for notices.
+        MainQueue::instance().post([] {});
         notice();
       }),
       wait_(options.wait) {
@@ -91,10 +98,7 @@ Host::Host(const Options& options)
     url_ = server_->url();
   }
   opened_ = NotificationCenter::defaultCenter().observe(std::string(QXNotificationDidOpen),
-                                                        [this](const Notification&) {
-                                                          linkWasUp_ = true;
-                                                          notice();
-                                                        });
+                                                        [](const Notification&) { notice(); });
   auto& manager = QXWebSocketMgr::standard();
   manager.setApiServerUrl(url_);
   manager.setGlobalUUID(options.uuid ? *options.uuid : randomIdentifier());
@@ -105,12 +109,31 @@ Host::Host(const Options& options)
 Host::~Host() = default;
 
 void Host::connect() {
+  if (std::exchange(isConnected_, true)) return;
   QXWebSocketMgr::standard().watchNetworkStatus();
 }
 
 bool Host::openLink() {
+  const auto isUp = [] { return QXWebSocketMgr::standard().isOpen(); };
+  linkWasUp_ = isUp();
+  if (linkWasUp_) return true;
+  // The library's own schedule may have a long time to go, or have ended; somebody waits now.
+  const auto again = isConnected_ ? Timer::schedule(kAskAgainEvery, true,
+                                                    [] {
+                                                      if (QXWebSocketMgr::standard().isClosed())
+                                                        QXWebSocketMgr::standard().reconnect();
+                                                    })
+                                  : nullptr;
   connect();
-  return runUntil([this] { return linkWasUp_; }, Seconds(wait_));
+  const bool up = runUntil(isUp, Seconds(wait_));
+  if (again) again->invalidate();
+  return up;
+}
+
+void Host::forgetInterruption() {
+  if (terminated_) return;
+  interrupted_ = false;
+  signals_.forget();
 }
 
 std::string Host::noLinkMessage(std::optional<double> waited) const {

@@ -37,9 +37,9 @@ class Host {
   /// The embedded server; null when another one is in use.
   DevServer* server() { return server_.get(); }
 
-  /// Starts to follow the network, which opens the link. Returns at once.
+  /// Starts to follow the network, which opens the link; once only. Returns at once.
   void connect();
-  /// Starts to follow the network and waits until the link is up. False after `Options::wait` seconds or when
+  /// Starts to follow the network and waits until the link is up, if it is not. False after `Options::wait` seconds or when
   /// interrupted.
   bool openLink();
   /// Why `openLink`, or waiting for so many seconds, was in vain.
@@ -51,15 +51,24 @@ class Host {
   /// Something happened that `runUntil` may be waiting for. Any thread.
   static void notice();
 
-  /// Whether a signal asked the program to end.
+  /// Whether `openLink` found the link up, as a command before left it.
+  bool linkWasUp() const { return linkWasUp_; }
+
+  /// Whether a signal asked the program to end what it does.
   bool interrupted() const { return interrupted_; }
+  /// Whether it was another signal than SIGINT, which asks for the end of the program in every case.
+  bool terminated() const { return terminated_; }
+  /// SIGINT has been dealt with, and the program goes on.
+  void forgetInterruption();
 
  private:
   std::atomic<bool> interrupted_{false};
+  std::atomic<bool> terminated_{false};
   Signals signals_;
   double wait_;
   std::unique_ptr<DevServer> server_;
   std::string url_;
+  bool isConnected_ = false;
   bool linkWasUp_ = false;
   ObserverToken opened_;
 };

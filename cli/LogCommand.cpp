@@ -32,7 +32,8 @@ std::optional<std::filesystem::path> newestLogFile() {
 
 }  // namespace
 
-ExitCode run(const LogCommand& command, const Options&, Output& output) {
+ExitCode run(const LogCommand& command, Context& context) {
+  Output& output = context.output;
   const auto path = newestLogFile();
   if (!path) return refuse("there is no log yet", output);
   if (command.pathOnly) {

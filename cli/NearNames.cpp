@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::size_t kMaxSuggestions = 3;
 constexpr std::size_t kMaxComparedLength = 200;
+/// Fewer characters are common to too many names.
+constexpr std::size_t kTellingBeginning = 8;
 
 std::string folded(std::string_view text) {
   std::string result(text.substr(0, kMaxComparedLength));
@@ -20,8 +22,13 @@ std::string folded(std::string_view text) {
   return result;
 }
 
-/// The number of characters to insert, remove or replace to make one text of the other.
-std::size_t distance(std::string_view a, std::string_view b) {
+std::size_t commonBeginning(std::string_view a, std::string_view b) {
+  return static_cast<std::size_t>(std::ranges::mismatch(a, b).in1 - a.begin());
+}
+
+}  // namespace
+
+std::size_t editDistance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
   for (std::size_t i = 0; i < a.size(); ++i) {
@@ -35,8 +42,6 @@ std::size_t distance(std::string_view a, std::string_view b) {
   return row.back();
 }
 
-}  // namespace
-
 bool holds(std::string_view text, std::string_view part) {
   return folded(text).find(folded(part)) != std::string::npos;
 }
@@ -46,10 +51,14 @@ std::vector<std::string> nearNames(std::string_view wrong, const OperationRegist
   std::vector<std::pair<std::size_t, std::string>> candidates;
   for (const Operation& operation : registry.operations()) {
     const std::string known = folded(operation.name);
-    const std::size_t far = distance(name, known);
+    const std::size_t far = editDistance(name, known);
     const bool part = !name.empty() && (holds(known, name) || holds(operation.command, name));
     // A part of a name always counts; a mistyped name differs in less than a third of itself.
-    if (part || far * 3 < std::max(name.size(), known.size())) candidates.emplace_back(far, operation.name);
+    // So does a name that is right to begin with: the rest may be missing.
+    const std::size_t begun = commonBeginning(name, known);
+    if (part || (begun >= kTellingBeginning && begun * 2 >= name.size()) ||
+        far * 3 < std::max(name.size(), known.size()))
+      candidates.emplace_back(far, operation.name);
   }
   std::ranges::stable_sort(candidates, {}, &std::pair<std::size_t, std::string>::first);
   std::vector<std::string> names;

@@ -22,10 +22,10 @@ json::object describeOperation(const Operation& operation) {
 
 }  // namespace
 
-ExitCode run(const OperationsCommand& command, const Options&, Output& output) {
+ExitCode run(const OperationsCommand& command, Context& context) {
   for (const Operation& operation : OperationRegistry::standard().operations()) {
     if (!holds(operation.name, command.filter) && !holds(operation.command, command.filter)) continue;
-    output.line(describeOperation(operation));
+    context.output.line(describeOperation(operation));
   }
   return ExitCode::Success;
 }

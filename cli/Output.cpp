@@ -27,7 +27,7 @@ int writeAll(int descriptor, std::string_view text) {
 }
 
 bool Output::text(std::string_view text) {
-  if (failure_ == 0) failure_ = writeAll(STDOUT_FILENO, text);
+  if (failure_ == 0) failure_ = writer_ ? writer_(text) : writeAll(STDOUT_FILENO, text);
   return failure_ == 0;
 }
 

@@ -2,11 +2,12 @@
 
 #include <orvnetwork/platform/Types.h>
 
+#include <functional>
 #include <string_view>
 
 namespace orv::cli {
 
-/// Standard output. Each line is written at once and whole.
+/// Standard output, or what takes its place. Each line is written at once and whole.
 class Output {
  public:
   /// Writes a text and a line feed. False when it cannot be written; nothing is written from then on.
@@ -15,6 +16,10 @@ class Output {
   bool line(const json::object& object);
   /// Writes a text as it is.
   bool text(std::string_view text);
+
+  /// Gives the texts to a function in the place of standard output; an empty one ends that. It returns the number of
+  /// an error, or 0.
+  void redirect(std::function<int(std::string_view text)> writer) { writer_ = std::move(writer); }
 
   /// Whether something could not be written.
   bool failed() const { return failure_ != 0; }
@@ -26,6 +31,7 @@ class Output {
   static bool wantsColours();
 
  private:
+  std::function<int(std::string_view)> writer_;
   int failure_ = 0;
 };
 

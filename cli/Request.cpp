@@ -19,11 +19,6 @@ constexpr Seconds kHeldAfter{12};
 constexpr std::string_view kHeldMessage =
     "waiting for a session: the server wants a log-in first, and the request is held until one succeeds";
 
-std::string writeLine(const json::object& object) {
-  if (auto text = writeJsonCompact(object).text) return *std::move(text);
-  return {};
-}
-
 Answer complete(std::string_view operation, const QXRequestItem& item, bool success,
                 const json::object& reply) {
   const json::object answer{{"operation", operation},
@@ -56,6 +51,11 @@ struct Waiting {
 
 }  // namespace
 
+std::string writeLine(const json::object& object) {
+  if (auto text = writeJsonCompact(object).text) return *std::move(text);
+  return {};
+}
+
 Answer wrongUse(std::string_view message) {
   return {writeLine({{"outcome", "error"}, {"message", message}}), ExitCode::WrongUse};
 }
@@ -79,13 +79,16 @@ std::string checkArguments(const Operation& operation, const std::vector<Object>
 }
 
 void request(const Operation& operation, const std::vector<Object>& arguments,
-             std::function<void(Answer)> done) {
+             std::function<void(Answer)> done,
+             std::function<void(bool success, const json::object& reply)> seen) {
   const auto waiting = std::make_shared<Waiting>();
   waiting->operation = operation.name;
   waiting->done = std::move(done);
   const std::string problem = operation.invoke(
       arguments,
-      [waiting](const auto& item, bool success, const json::object& reply) {
+      [waiting, seen = std::move(seen)](const auto& item, bool success, const json::object& reply) {
+        // A request that was held and given up may be answered later.
+        if (seen && waiting->done) seen(success, reply);
         waiting->end(complete(waiting->operation, *item, success, reply));
       },
       [waiting](const auto& item) {

@@ -16,6 +16,9 @@ struct Answer {
   ExitCode code = ExitCode::Success;
 };
 
+/// A dictionary as a line of JSON; empty when it is nested too deep to be written.
+std::string writeLine(const json::object& object);
+
 /// The answer to what is wrong use; nothing has been sent.
 Answer wrongUse(std::string_view message);
 
@@ -30,9 +33,11 @@ std::string checkArguments(const Operation& operation, const std::vector<Object>
 
 /// Calls an operation with JSON arguments. `done` is called exactly once, on the main thread: with the reply,
 /// with the time-out, with what is wrong with the arguments, or, where the server holds out for a session,
-/// some time after the time-out. It may be called before this returns. Main thread.
+/// some time after the time-out. It may be called before this returns. `seen`, if there is one, is called with the
+/// whole reply before that. Main thread.
 void request(const Operation& operation, const std::vector<Object>& arguments,
-             std::function<void(Answer)> done);
+             std::function<void(Answer)> done,
+             std::function<void(bool success, const json::object& reply)> seen = {});
 
 /// One JSON text of any kind, from a command line.
 struct ArgumentText {

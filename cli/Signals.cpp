@@ -12,6 +12,8 @@ namespace {
 
 constexpr int kExitBySecondSignal = 130;
 
+std::atomic<void (*)()> putRightAtEnd{nullptr};
+
 sigset_t watchedSignals() {
   sigset_t set;
   sigemptyset(&set);
@@ -23,7 +25,7 @@ sigset_t watchedSignals() {
 
 }  // namespace
 
-Signals::Signals(std::function<void()> interrupted) : interrupted_(std::move(interrupted)) {
+Signals::Signals(std::function<void(int)> interrupted) : interrupted_(std::move(interrupted)) {
   const sigset_t set = watchedSignals();
   ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
   thread_ = std::thread([this] { listen(); });
@@ -35,15 +37,21 @@ Signals::~Signals() {
   thread_.join();
 }
 
+void Signals::beforeAbruptEnd(void (*putRight)()) {
+  putRightAtEnd = putRight;
+}
+
 void Signals::listen() {
   const sigset_t set = watchedSignals();
-  bool first = true;
   while (true) {
     int number = 0;
     if (::sigwait(&set, &number) != 0) continue;
     if (ending_) return;
-    if (!std::exchange(first, false)) ::_exit(kExitBySecondSignal);
-    interrupted_();
+    if (!first_.exchange(false)) {
+      if (void (*const putRight)() = putRightAtEnd) putRight();
+      ::_exit(kExitBySecondSignal);
+    }
+    interrupted_(number);
   }
 }
 

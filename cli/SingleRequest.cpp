@@ -1,5 +1,6 @@
 #include "cli/SingleRequest.h"
 
+#include <memory>
 #include <optional>
 
 #include "cli/Host.h"
@@ -9,28 +10,28 @@ namespace orv::cli {
 
 namespace {
 
-Answer ask(const Operation& operation, const std::vector<Object>& arguments, const Options& options) {
+Answer ask(const Operation& operation, const std::vector<Object>& arguments, Context& context) {
   // Wrong arguments need no link to be told.
   if (const std::string problem = checkArguments(operation, arguments); !problem.empty())
     return wrongUse(problem);
-  Host host(options);
+  Host& host = context.host();
   const std::string command = commandOf(operation, arguments);
   if (!host.openLink()) return noReply(operation.name, command, host.noLinkMessage());
-  std::optional<Answer> answer;
-  request(operation, arguments, [&answer](Answer ended) {
-    answer = std::move(ended);
+  // A request that was interrupted may be answered when nobody waits any more.
+  const auto answer = std::make_shared<std::optional<Answer>>();
+  request(operation, arguments, [answer](Answer ended) {
+    *answer = std::move(ended);
     Host::notice();
   });
-  if (host.runUntil([&answer] { return answer.has_value(); })) return *std::move(answer);
+  if (host.runUntil([&answer] { return answer->has_value(); })) return **std::move(answer);
   return noReply(operation.name, command, "interrupted");
 }
 
 }  // namespace
 
-ExitCode sendOne(const Operation& operation, const std::vector<Object>& arguments, const Options& options,
-                 Output& output) {
-  const Answer answer = ask(operation, arguments, options);
-  output.line(answer.line);
+ExitCode sendOne(const Operation& operation, const std::vector<Object>& arguments, Context& context) {
+  const Answer answer = ask(operation, arguments, context);
+  context.output.line(answer.line);
   return answer.code;
 }
 

@@ -4,15 +4,13 @@
 
 #include <vector>
 
-#include "cli/CommandLine.h"
+#include "cli/Context.h"
 #include "cli/ExitCode.h"
-#include "cli/Output.h"
 
 namespace orv::cli {
 
 /// Opens the link, sends one request and prints its answer.
-ExitCode sendOne(const Operation& operation, const std::vector<Object>& arguments, const Options& options,
-                 Output& output);
+ExitCode sendOne(const Operation& operation, const std::vector<Object>& arguments, Context& context);
 
 /// Prints what is wrong with how the program was called.
 ExitCode refuse(std::string_view message, Output& output);

@@ -1,5 +1,7 @@
+#include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Timer.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 
 #include <unistd.h>
@@ -24,8 +26,13 @@ json::object describeNotification(const Notification& notification) {
 
 }  // namespace
 
-ExitCode run(const WatchCommand& command, const Options& options, Output& output) {
-  Host host(options);
+ExitCode run(const WatchCommand& command, Context& context) {
+  Host& host = context.host();
+  const Options& options = context.options;
+  Output& output = context.output;
+  // They follow the link and the pushes and post notifications of their own.
+  QXUserInfoMgr::getInstance();
+  QXCourseManager::getInstance();
   bool linkWasUp = false;
   const auto token = NotificationCenter::defaultCenter().observe({}, [&](const Notification& notification) {
     linkWasUp |= notification.name == QXNotificationDidOpen;

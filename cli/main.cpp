@@ -22,8 +22,8 @@ ExitCode runInvocation(const Invocation& invocation, Output& output) {
       return refuse(problem, output);
     }
   }
-  return std::visit([&](const auto& command) { return run(command, invocation.options, output); },
-                    invocation.command);
+  Context context(invocation.options, output);
+  return std::visit([&](const auto& command) { return run(command, context); }, invocation.command);
 }
 
 ExitCode runProgram(int argc, char** argv, Output& output) {

@@ -14,7 +14,7 @@ namespace orv::cli {
 
 namespace {
 
-/// The tour lasts about 12 s; what has not begun by then is not run.
+/// The tour lasts about 14 s; what has not begun by then is not run.
 constexpr double kLatestStart = 20;
 
 struct Step {
@@ -24,7 +24,7 @@ struct Step {
   bool needed = false;
 };
 
-constexpr std::array<Step, 16> kSteps{{
+constexpr std::array<Step, 20> kSteps{{
     {"The embedded classroom server starts", demo::serverStarts, true},
     {"The link opens: network, PING, PONG", demo::linkOpens, true},
     {"A request is answered", demo::requestIsAnswered},
@@ -32,15 +32,19 @@ constexpr std::array<Step, 16> kSteps{{
     {"A request without a session is held", demo::requestIsHeld, true},
     {"A wrong password is refused", demo::passwordIsRefused},
     {"A teacher logs in", demo::userLogsIn},
-    {"The session is taken up, and the held request goes out again", demo::heldRequestIsSentAgain},
+    {"The session is renewed, and the held request goes out again", demo::heldRequestIsSentAgain},
+    {"The catalogue is loaded, page by page", demo::catalogueIsLoaded},
+    {"A course is recorded, published and confirmed", demo::courseIsPublished},
+    {"A lesson is held, from its creation to its end", demo::lessonIsHeld},
+    {"Another device signs in", demo::otherDeviceSignsIn},
     {"Pushes of the server become notifications", demo::pushesArrive},
-    {"One push is dropped on purpose", demo::otherLoginIsDropped},
     {"Garbage does no harm", demo::garbageIsDropped},
     {"A reply is lost", demo::replyIsLost, true},
     {"The link is lost and comes back", demo::linkIsLost},
     {"The request without a reply times out", demo::requestTimesOut},
     {"The teacher logs out", demo::userLogsOut},
     {"The rolling log has it all", demo::logIsRead},
+    {"What is on the disk", demo::diskIsShown},
 }};
 
 std::string makeTemporaryHome() {
@@ -66,12 +70,13 @@ void runSteps(demo::Tour& tour) {
 
 }  // namespace
 
-ExitCode run(const DemoCommand&, const Options& options, Output& output) {
+ExitCode run(const DemoCommand&, Context& context) {
+  const Options& options = context.options;
   const std::string home = options.home ? *options.home : makeTemporaryHome();
   if (!options.home) settleIn(home);
-  Host host(options);
-  demo::Stage stage(output);
-  stage.title("OrvNetwork: a tour of the library on its embedded server, over a real WebSocket");
+  Host& host = context.host();
+  demo::Stage stage(context.output);
+  stage.title("OrvNetwork: a tour of the library on its embedded server");
   stage.note("Home of this run: " + home +
              (options.home ? "" : " (a temporary one, left for you to look at)"));
   stage.note("Times are seconds since the start. Passwords and tokens are shown as ***.");

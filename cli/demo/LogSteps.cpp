@@ -41,7 +41,8 @@ void logIsRead(Tour& tour) {
       "#WebSocketWithBlock# TIMEOUT ",
   };
   const std::string text = tour.logText();
-  tour.stage.note("The last entries of " + QXFileLog::standard().logFilePath().value_or("(no file)"));
+  const std::string path = QXFileLog::standard().logFilePath().value_or("(no file)");
+  tour.stage.note("The last entries of " + path.substr(path.rfind('/') + 1) + ":");
   for (const std::string_view line : lastEntries(text, kShownLines)) tour.stage.row(Row::Log, line);
   std::size_t found = 0;
   for (const std::string_view expected : kExpected) found += text.find(expected) != std::string::npos ? 1 : 0;

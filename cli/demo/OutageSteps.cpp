@@ -46,6 +46,7 @@ void replyIsLost(Tour& tour) {
 void linkIsLost(Tour& tour) {
   tour.pause(tour.attempts().empty() ? 0 : tour.attempts().back() + kReconnectPause - tour.stage.elapsed());
   const std::size_t attemptsBefore = tour.attempts().size();
+  const std::size_t sessionsBefore = tour.frames("User.Post.Session").size();
   const double killed = tour.stage.elapsed();
   tour.stage.row(Row::Server, "is killed");
   tour.server.stop();
@@ -73,10 +74,13 @@ void linkIsLost(Tour& tour) {
   tour.stage.verdict("retries come at once and 5 s later",
                      made == 2 && near(first, 0) && near(second, kFirstRetry),
                      made < 2 ? std::to_string(made) + " retries" : offset(first) + ", " + offset(second));
+  const bool renewed = tour.wait([&] { return tour.frames("User.Post.Session").size() > sessionsBefore; });
   tour.stage.verdict(
       "the server is back and so is the link",
       up && QXWebSocketMgr::standard().isOpen() && QXWebSocketMgr::standard().retryTimes() == 0,
       up ? "up at " + offset(tour.stage.elapsed() - killed) : "not up");
+  tour.stage.verdict("the session is renewed by itself", renewed,
+                     renewed ? "User.Post.Session" : "not asked for");
 }
 
 void requestTimesOut(Tour& tour) {

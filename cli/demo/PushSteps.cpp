@@ -43,19 +43,6 @@ void pushesArrive(Tour& tour) {
   }
 }
 
-void otherLoginIsDropped(Tour& tour) {
-  const std::size_t before = tour.notifications().size();
-  tour.stage.row(Row::Server, "pushes User.OtherDevice.Login, then Rooms.Push.Message");
-  const std::size_t reached = tour.server.push("User.OtherDevice.Login");
-  tour.server.push("Rooms.Push.Message");
-  tour.wait([&] { return tour.count(QXNotificationPushOrvMessage) >= 2; });
-  const std::size_t posted = tour.notifications().size() - before;
-  tour.stage.verdict(
-      "the first posts nothing, the second one notification",
-      reached == 1 && posted == 1 && tour.notifications().back().name == QXNotificationPushOrvMessage,
-      std::to_string(posted) + " posted");
-}
-
 void garbageIsDropped(Tour& tour) {
   using devserver::Garbage;
   const std::size_t before = tour.notifications().size();

@@ -2,7 +2,12 @@
 
 #include <devserver/School.h>
 #include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include <fstream>
 
 #include "cli/demo/Steps.h"
 
@@ -10,8 +15,7 @@ namespace orv::cli::demo {
 
 namespace {
 
-constexpr const char* kTeacher = "13800000001";
-constexpr const char* kHeldCommand = "Classroom.Get.Motto";
+constexpr const char* kHeldCommand = "Classroom.Get.Items";
 
 std::shared_ptr<Call> logIn(Tour& tour, const std::string& password) {
   auto call = tour.begin("User.Post.Login");
@@ -73,15 +77,26 @@ void userLogsIn(Tour& tour) {
   tour.token = textOf(call->data(), "token");
   tour.stage.verdict("the reply names the user and a token",
                      call->success && !tour.uID.empty() && !tour.token.empty(), "user " + tour.uID);
+  // From here on the managers follow the link, the user and the pushes by themselves.
+  auto& users = QXUserInfoMgr::getInstance();
+  QXCourseManager::getInstance();
+  const json::object data = call->data();
+  users.setUserInfo(makeRecord<OrvUserInfoModel>(data));
+  tour.stage.verdict("the user is stored, and everybody is told",
+                     users.isLogined() && tour.count(QXNotificationDidChangeUserInfo) == 1,
+                     users.isLogined() ? users.userInfo()->nick.get().value_or("") : "nobody");
   tour.stage.verdict("a log-in alone sends nothing anew: the request is still held",
                      parkedCount() == 1 && !tour.parked->ended(), std::to_string(parkedCount()) + " held");
 }
 
 void heldRequestIsSentAgain(Tour& tour) {
-  const auto call = takeUpSession(tour);
+  QXUserInfoMgr::getInstance().startRefreshSession();
   const bool answered = tour.wait([&] { return tour.parked->ended(); });
   const auto frames = tour.frames(kHeldCommand);
-  tour.stage.verdict("the session is taken up", call->completed == 1 && call->success, code(*call));
+  tour.stage.verdict("the session is renewed, now and then every 120 s",
+                     tour.frames("User.Post.Session").size() == 1 &&
+                         QXUserInfoMgr::getInstance().autoLogintimer() != nullptr,
+                     std::to_string(tour.frames("User.Post.Session").size()) + " frame");
   const bool same = frames.size() == 2 && frames[0].text == frames[1].text;
   tour.stage.verdict("the held request went out again, the very same frame", same,
                      std::to_string(frames.size()) + " frames");
@@ -93,13 +108,22 @@ void heldRequestIsSentAgain(Tour& tour) {
 }
 
 void userLogsOut(Tour& tour) {
-  const auto again = takeUpSession(tour);
-  tour.stage.verdict("on the new link the session is taken up again", again->completed == 1 && again->success,
-                     code(*again));
   const auto call = tour.begin("User.Post.Logout");
   QXAPIHelper::logoutWithCompleteBlock_timeoutBlock(tour.onComplete(call), tour.onTimeout(call));
   tour.wait([&] { return call->ended(); });
   tour.stage.verdict("the log-out succeeds", call->completed == 1 && call->success, code(*call));
+  const std::size_t opened = tour.count(QXNotificationDidOpen);
+  auto& users = QXUserInfoMgr::getInstance();
+  users.setUserInfo(nullptr);
+  const bool afresh = tour.wait([&] { return tour.count(QXNotificationDidOpen) > opened; });
+  std::ifstream file(users.userInfoPlist().value_or(""));
+  const std::string text((std::istreambuf_iterator<char>(file)), {});
+  tour.stage.verdict(
+      "nobody is stored any more, and the link is a fresh one",
+      afresh && !users.isLogined() && !text.empty() && text.find(tour.token) == std::string::npos,
+      users.isLogined() ? "somebody" : "nobody");
+  tour.stage.verdict("the courses are the public ones", QXCourseManager::getInstance().currentUserID() == 0,
+                     "user " + std::to_string(QXCourseManager::getInstance().currentUserID()));
   const auto late = takeUpSession(tour);
   tour.stage.verdict("the token is worth nothing from then on: code 2, told and not held",
                      late->completed == 1 && !late->success && late->code() == 2 && parkedCount() == 0,

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "cli/Secrets.h"
+#include "cli/TextWidth.h"
 
 namespace orv::cli::demo {
 
@@ -14,7 +15,9 @@ namespace {
 
 constexpr std::string_view kBold = "1", kDim = "2", kRed = "1;31", kGreen = "32", kYellow = "33",
                            kBlue = "34", kCyan = "36", kMagenta = "35";
-constexpr std::size_t kRowWidth = 84;
+constexpr std::size_t kWidth = 80;
+constexpr std::size_t kRowWidth = 53;
+constexpr std::size_t kIndent = 4;
 constexpr std::size_t kRowLines = 2;
 /// In front of the second line of a row.
 constexpr std::size_t kRowIndent = 26;
@@ -42,34 +45,66 @@ Label labelOf(Row kind) {
       return {"link        ", kYellow};
     case Row::Log:
       return {"log         ", kDim};
+    case Row::Catalogue:
+      return {"catalogue   ", kGreen};
+    case Row::Guest:
+      return {"somebody    ", kYellow};
   }
   return {"", ""};
 }
 
 /// How many bytes of the text go on a line: whole characters, and up to a blank or a comma where one is near.
-std::size_t lineLength(std::string_view text) {
-  std::size_t characters = 0, end = 0, breakAt = 0;
+std::size_t lineLength(std::string_view text, std::size_t width) {
+  std::size_t used = 0, end = 0, breakAt = 0;
   for (; end < text.size(); ++end) {
-    const bool begins = (static_cast<unsigned char>(text[end]) & 0xC0) != 0x80;
-    if (begins && ++characters > kRowWidth) break;
+    used += textWidth(text.substr(end, 1));
+    if (used > width) break;
     if (text[end] == ' ' || text[end] == ',') breakAt = end + 1;
   }
-  return end < text.size() && end - breakAt < kRowWidth / 3 ? breakAt : end;
+  return end < text.size() && end - breakAt < width / 2 ? breakAt : end;
+}
+
+/// The text without blanks at its end.
+std::string_view trimmed(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+/// The text on as many lines as it takes, each but the first behind blanks.
+std::string folded(std::string_view text, std::size_t width, std::size_t indent) {
+  std::string shown;
+  while (!text.empty()) {
+    if (!shown.empty()) shown += "\n" + std::string(indent, ' ');
+    const std::size_t length = std::max<std::size_t>(lineLength(text, width), 1);
+    shown += trimmed(text.substr(0, length));
+    text.remove_prefix(length);
+  }
+  return shown;
+}
+
+/// The text with single blanks in the place of line feeds and many blanks.
+std::string squeezed(std::string_view text) {
+  std::string shown;
+  for (const char c : text) {
+    const bool blank = c == '\n' || c == '\r' || c == '\t' || c == ' ';
+    if (!blank) {
+      shown += c;
+    } else if (!shown.empty() && shown.back() != ' ') {
+      shown += ' ';
+    }
+  }
+  return shown;
 }
 
 /// The text on few lines, and cut after them.
-std::string wrapped(std::string text) {
-  std::ranges::replace_if(
-      text, [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
+std::string cut(std::string_view text, std::size_t lines) {
   std::string shown;
-  std::string_view rest = text;
-  for (std::size_t line = 0; line < kRowLines && !rest.empty(); ++line) {
+  for (std::size_t line = 0; line < lines && !text.empty(); ++line) {
     if (line > 0) shown += "\n" + std::string(kRowIndent, ' ');
-    const std::size_t length = lineLength(rest);
-    shown += rest.substr(0, length);
-    rest.remove_prefix(length);
+    const std::size_t length = lineLength(text, kRowWidth);
+    shown += trimmed(text.substr(0, length));
+    text.remove_prefix(length);
   }
-  return rest.empty() ? shown : shown + "…";
+  return text.empty() ? shown : shown + "…";
 }
 
 std::string padded(std::string text, std::size_t width) {
@@ -107,7 +142,7 @@ void Stage::step(std::string_view text) {
 }
 
 void Stage::note(std::string_view text) {
-  output_.line("    " + hideSecrets(text));
+  output_.line(std::string(kIndent, ' ') + folded(hideSecrets(text), kWidth - kIndent, kIndent));
 }
 
 void Stage::block(std::string_view text) {
@@ -124,16 +159,26 @@ void Stage::row(Row kind, std::string_view text) {
   const Label label = labelOf(kind);
   // Hidden first: a cut text may lack what shows where a secret ends.
   output_.line("    " + painted(kDim, padded(decimal(elapsed(), 3), 6)) + "  " +
-               painted(label.style, label.text) + "  " + wrapped(hideSecrets(text)));
+               painted(label.style, label.text) + "  " +
+               cut(squeezed(hideSecrets(text)), kind == Row::Console ? 1 : kRowLines));
+}
+
+void Stage::file(const std::string& name, const std::string& size) {
+  const std::size_t used = 2 * kIndent + textWidth(name) + textWidth(size);
+  const std::string gap(used + 1 < kWidth ? kWidth - used : 1, ' ');
+  output_.line(std::string(kIndent, ' ') + name + (size.empty() ? "" : gap + painted(kDim, size)));
 }
 
 void Stage::verdict(std::string_view expected, bool reached, std::string_view seen) {
   (reached ? steps_.back().reached : steps_.back().missed) += 1;
   const std::string mark = reached ? painted(kGreen, "✓") : painted(kRed, "✗");
-  std::string line = "    " + mark + " " + std::string(expected);
-  if (!seen.empty())
-    line += painted(kDim, " (" + std::string(reached ? "" : "seen: ") + hideSecrets(seen) + ")");
-  output_.line(line);
+  const std::string found =
+      seen.empty() ? "" : "(" + std::string(reached ? "" : "seen: ") + hideSecrets(seen) + ")";
+  const std::size_t indent = kIndent + 2;
+  const bool onOneLine = indent + textWidth(expected) + 1 + textWidth(found) <= kWidth;
+  output_.line(
+      "    " + mark + " " + folded(expected, kWidth - indent, indent) +
+      (found.empty() ? "" : (onOneLine ? " " : "\n" + std::string(indent, ' ')) + painted(kDim, found)));
 }
 
 bool Stage::endStep() {

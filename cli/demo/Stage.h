@@ -19,6 +19,8 @@ enum class Row {
   Server,        ///< something done to the server
   Link,          ///< an attempt to open the link
   Log,           ///< a line of the rolling log
+  Catalogue,     ///< what the course manager holds
+  Guest,         ///< what somebody else asks the server for
 };
 
 /// Where the tour is shown: numbered steps, rows with the time at which things happened, and verdicts. No secret
@@ -38,6 +40,8 @@ class Stage {
   void row(Row kind, std::string_view text);
   /// Rows are left out while this is on.
   void setQuiet(bool quiet) { quiet_ = quiet; }
+  /// A file with its size, or a folder.
+  void file(const std::string& name, const std::string& size);
   /// What was expected, whether it came, and what was seen.
   void verdict(std::string_view expected, bool reached, std::string_view seen);
   /// Ends the step. Whether all its verdicts were good.

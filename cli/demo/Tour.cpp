@@ -59,7 +59,8 @@ Tour::Tour(Host& usedHost, Stage& usedStage) : host(usedHost), stage(usedStage),
       {}, [this](const Notification& notification) { posted(notification); });
   Console::setSink([this](std::string_view line) {
     MainQueue::instance().post([this, text = std::string(line)] {
-      stage.row(Row::Console, text);
+      // What requests and pushes hold is shown with them.
+      if (!text.starts_with('{')) stage.row(Row::Console, text);
       lookAtLink();
     });
   });
@@ -150,6 +151,8 @@ void Tour::received(const std::string& text) {
   if (const auto parsed = parseJson(text); parsed.value && parsed.value->is_object()) {
     frame.json = parsed.value->get_object();
   }
+  // The application names itself in every request.
+  if (!frame.json.empty() && !frame.json.contains("g")) return;
   stage.row(Row::ToServer, shortForm(frame));
   frames_.push_back(std::move(frame));
   Host::notice();

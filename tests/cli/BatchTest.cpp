@@ -114,7 +114,7 @@ TEST(Batch, RequestHeldForASessionIsSentAgainByALaterLogIn) {
   program.write(generic("User.Post.Login", {{"phone", "13800000001"}, {"scode", "123456"}}));
   ASSERT_TRUE(program.waitForOutput("\n"));
   server.expireSessions();
-  program.write(generic("Classroom.Get.Motto", {}));
+  program.write(generic("Classroom.Get.Items", {}));
   ASSERT_TRUE(
       server.waitUntil([&] { return server.counters().refusedNoSession == 1; }, std::chrono::seconds(5)));
   const std::string token = [&] {
@@ -127,7 +127,7 @@ TEST(Batch, RequestHeldForASessionIsSentAgainByALaterLogIn) {
   const Result result = program.wait();
   EXPECT_EQ(result.exitCode, 0) << result.out;
   ASSERT_EQ(result.lines().size(), 3U);
-  EXPECT_EQ(result.json(1).at("command"), "Classroom.Get.Motto");
+  EXPECT_EQ(result.json(1).at("command"), "Classroom.Get.Items");
   EXPECT_EQ(result.json(1).at("success"), true);
   EXPECT_EQ(result.json(2).at("command"), "User.Post.Session");
 }

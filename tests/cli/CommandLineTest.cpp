@@ -24,7 +24,8 @@ TEST_P(WrongUse, IsToldAsOneLineOfJsonAndExits1) {
 }
 
 constexpr const char* kCommands =
-    "a command is expected: demo, call, invoke, operations, watch or log; see `orv --help`";
+    "a command is expected: demo, shell, call, invoke, operations, watch, courses, local, log, login, whoami "
+    "or logout; see `orv --help`";
 constexpr const char* kTooMany = "too many arguments, or an option after the command; see `orv --help`";
 constexpr const char* kLogin = "loginWithMobile:password:completeBlock:timeoutBlock:";
 
@@ -100,8 +101,9 @@ TEST(CommandLine, MistypedOperationIsAnsweredWithNearOnes) {
 TEST(CommandLine, HelpNamesEveryCommandAndExits0) {
   const Result result = runOrv({"--help"});
   EXPECT_EQ(result.exitCode, 0);
-  for (const char* name : {"demo", "call", "invoke", "operations", "watch", "log", "--server", "--uuid",
-                           "--app-version", "--app-build", "--home", "--wait"}) {
+  for (const char* name :
+       {"demo", "call", "invoke", "operations", "watch", "log", "login", "whoami", "logout", "--server",
+        "--uuid", "--app-version", "--app-build", "--home", "--wait"}) {
     EXPECT_NE(result.out.find(name), std::string::npos) << name;
   }
 }

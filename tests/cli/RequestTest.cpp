@@ -103,12 +103,12 @@ TEST(Call, ReplyThatNeverComesIsATimeoutAfter10SecondsAndExits3) {
 }
 
 TEST(Call, RequestThatIsHeldForASessionIsGivenUp) {
-  const Result result = runOrv({"call", "Classroom.Get.Motto", "{}"});
+  const Result result = runOrv({"call", "Classroom.Get.Items", "{}"});
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(
       result.json(),
       (json::object{{"operation", kGeneric},
-                    {"command", "Classroom.Get.Motto"},
+                    {"command", "Classroom.Get.Items"},
                     {"outcome", "timeout"},
                     {"message",
                      "waiting for a session: the server wants a log-in first, and the request is held until "

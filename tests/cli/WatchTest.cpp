@@ -63,6 +63,28 @@ TEST(Watch, KeepsTheLinkThroughALoss) {
                           {"userInfo", {{"code", 4001}, {"reason", "so long"}, {"wasClean", true}}}}));
 }
 
+TEST(Watch, PrintsWhatTheManagersPostForTheStoredUser) {
+  DevServer server;
+  server.start();
+  ASSERT_EQ(runOrv({"--server", server.url(), "login", "13800000001"}, "classroom\n").exitCode, 0);
+  ASSERT_TRUE(server.waitUntil([&] { return server.connectionCount() == 0; }, std::chrono::seconds(20)));
+  {
+    Program program({"--server", server.url(), "watch"});
+    // The session is renewed, so that the user's pushes come here.
+    ASSERT_TRUE(server.waitUntil([&] { return server.push("Rooms.Push.Message", {}, "13800000001") == 1; },
+                                 std::chrono::seconds(20)));
+    ASSERT_TRUE(program.waitForOutput("QXNotificationPushOrvMessage"));
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait().exitCode, 0);
+  }
+  server.revokeTokens();
+  Program program({"--server", server.url(), "watch"});
+  ASSERT_TRUE(
+      program.waitForOutput(R"({"notification":"QXNotificationUserInfoInvalidate","userInfo":null})"));
+  program.signal(SIGTERM);
+  EXPECT_EQ(program.wait().exitCode, 0);
+}
+
 TEST(Watch, WithoutALinkExits3AndTellsWhyOnStandardError) {
   const Result result = runOrv({"--server", "ws://127.0.0.1:1", "--wait", "0.3", "watch"});
   EXPECT_EQ(result.exitCode, 3);

@@ -1,0 +1,49 @@
+#include "cli/StoredUser.h"
+
+#include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXNotification.h>
+
+namespace orv::cli {
+
+UserRequest requestAsUser(Host& host, const Operation& operation, const std::vector<Object>& arguments) {
+  // Outlives this call: a request that was held may still be answered when nobody waits any more.
+  struct State {
+    UserRequest result;
+    bool answered = false;
+    bool refused = false;
+  };
+  const auto state = std::make_shared<State>();
+  const auto invalid = NotificationCenter::defaultCenter().observe(
+      std::string(QXNotificationUserInfoInvalidate), [state](const Notification&) {
+        state->refused = true;
+        Host::notice();
+      });
+  // On a link that has been up for a while nothing is renewed by itself.
+  if (host.linkWasUp()) QXUserInfoMgr::getInstance().refresheSession();
+  // The library's own session request is waiting on the main queue: this one goes after it, else it would be refused for
+  // want of a session and sent twice.
+  MainQueue::instance().post([state, operation, arguments] {
+    request(
+        operation, arguments,
+        [state](Answer answer) {
+          state->result.answer = std::move(answer);
+          state->answered = true;
+          Host::notice();
+        },
+        [state](bool success, const json::object& reply) {
+          state->result.outcome = UserRequest::Outcome::Answered;
+          state->result.success = success;
+          state->result.reply = reply;
+        });
+  });
+  if (!host.runUntil([&] { return state->answered || state->refused; })) {
+    state->result.answer = noReply(operation.name, commandOf(operation, arguments), "interrupted");
+  } else if (!state->answered) {
+    state->result.outcome = UserRequest::Outcome::SessionRefused;
+  }
+  return state->result;
+}
+
+}  // namespace orv::cli

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace orv::cli {
+
+/// About as many columns of a terminal as a text takes: Chinese characters take two, others one.
+constexpr std::size_t textWidth(std::string_view text) {
+  std::size_t width = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    // The bytes behind the first one of a character do not count; from U+2E80 on characters are wide.
+    if ((byte & 0xC0) != 0x80) width += byte >= 0xE3 ? 2 : 1;
+  }
+  return width;
+}
+
+}  // namespace orv::cli

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <orvnetwork/platform/WebSocket.h>
+
+#include <string>
+#include <vector>
+
+#include "cli/demo/Tour.h"
+
+namespace orv::cli::demo {
+
+/// Somebody else at the server: a link of their own, without the library. Main thread.
+class Guest : private WebSocketDelegate {
+ public:
+  Guest(Tour& tour, std::string name);
+  ~Guest() override;
+  Guest(const Guest&) = delete;
+  Guest& operator=(const Guest&) = delete;
+
+  /// Opens the link and signs in.
+  bool signIn(const std::string& mobile);
+  /// Sends a request and waits for its reply; whether it succeeded.
+  bool ask(const std::string& command, const json::object& values);
+  /// Frames that came without being asked for, newest last.
+  const std::vector<json::object>& pushes() const { return pushes_; }
+  void leave();
+
+ private:
+  void webSocketOpened(WebSocket&) override;
+  void webSocketFailed(WebSocket&, const Error&) override {}
+  void webSocketReceived(WebSocket&, WebSocketMessage message) override;
+  void webSocketClosed(WebSocket&, int, const OptionalString&, bool) override {}
+  void webSocketReceivedPong(WebSocket&, std::string) override {}
+
+  Tour& tour_;
+  const std::string name_;
+  std::shared_ptr<WebSocket> socket_;
+  bool isOpen_ = false;
+  std::int64_t lastRequest_ = 0;
+  std::int64_t lastReply_ = 0;
+  bool succeeded_ = false;
+  std::vector<json::object> pushes_;
+};
+
+}  // namespace orv::cli::demo
