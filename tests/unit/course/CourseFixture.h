@@ -3,6 +3,8 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
+#include <algorithm>
+
 #include "tests/unit/transport/LinkFixture.h"
 
 namespace orv {
@@ -86,8 +88,8 @@ class CourseFixture : public LinkFixture {
   static json::object page(const json::array& list, std::int64_t number, std::int64_t limit) {
     json::array items;
     const std::int64_t pages = std::ssize(list) / limit + 1;
-    for (std::int64_t i = (number - 1) * limit; number <= pages && i < number * limit && i < std::ssize(list);
-         ++i) {
+    const std::int64_t first = (std::min(number, pages + 1) - 1) * limit;
+    for (std::int64_t i = first; i < first + limit && i < std::ssize(list); ++i) {
       items.push_back(list[static_cast<std::size_t>(i)]);
     }
     return {{"ret", 0}, {"data", std::move(items)}};

@@ -18,10 +18,6 @@ class LiveCourses : public PagingFixture {
                   std::int64_t startTimeEnable = 1) {
     courses().addLiveCourse(liveCourse(room, status, startTime, startTimeEnable));
   }
-  static Keys list(std::size_t status) { return courses().liveCourseList().at(status); }
-  static bool isLiveInMemory(std::int64_t room) {
-    return courses().liveCourseDict().contains(std::to_string(room));
-  }
   /// Leaves the records on the disk only.
   static void forgetRecords() {
     courses().setLiveCourseDict({});

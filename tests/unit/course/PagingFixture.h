@@ -112,11 +112,25 @@ class PagingFixture : public CourseFixture {
     return courses().cloudCourseDict().contains(std::to_string(room));
   }
 
+  static Keys list(std::size_t status) { return courses().liveCourseList().at(status); }
+  static bool isLiveInMemory(std::int64_t room) {
+    return courses().liveCourseDict().contains(std::to_string(room));
+  }
+  /// What the log says of live courses.
+  Strings courseLines() {
+    Strings lines;
+    for (const auto& line : logLines()) {
+      if (line.find("拉取课程") != std::string::npos) lines.push_back(line);
+    }
+    return lines;
+  }
+
   /// A record that is the caller's own.
   static QXCourseManager::Course makeCourse(const json::object& item) {
     return makeRecord<OrvCourseModel>(item);
   }
 
+  const json::object kRefused{{"ret", 5}, {"err", "no"}};
   Strings answers;
   std::vector<json::object> held;
   std::vector<std::optional<json::object>> scripted;

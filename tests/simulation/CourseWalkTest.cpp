@@ -1,0 +1,44 @@
+#include "CourseWalk.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <iostream>
+
+namespace orv {
+namespace {
+
+// ORV_WALK_SEED=n walks from another seed, ORV_WALK_STEPS=n goes further.
+std::uint64_t fromEnvironment(const char* name, std::uint64_t otherwise) {
+  const char* text = std::getenv(name);
+  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+}
+
+class CourseWalkTest : public ::testing::TestWithParam<std::uint64_t> {
+ protected:
+  static void walk(CourseWalk::Changes changes) {
+    const auto seed = fromEnvironment("ORV_WALK_SEED", GetParam());
+    const auto steps = fromEnvironment("ORV_WALK_STEPS", 12500);
+    std::cout << "seed " << seed << ", " << steps << " steps" << std::endl;
+    // Never destroyed: the library may call back until the process ends.
+    auto& walk = *new CourseWalk(seed, changes);
+    for (std::uint64_t i = 0; i < steps && walk.complaints().empty(); ++i) walk.step();
+    if (walk.complaints().empty()) walk.comeToRest();
+    if (walk.complaints().empty()) walk.checkAgainstServer();
+    std::cout << walk.summary() << std::endl;
+    for (const auto& complaint : walk.complaints()) ADD_FAILURE() << "seed " << seed << ": " << complaint;
+  }
+};
+
+TEST_P(CourseWalkTest, CatalogueComesToWhatTheServerLists) {
+  walk(CourseWalk::Changes::Calm);
+}
+
+TEST_P(CourseWalkTest, RequestsEndOnceThoughUsersChangeAtAnyTime) {
+  walk(CourseWalk::Changes::Wild);
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, CourseWalkTest, ::testing::Values(1, 2, 3, 4));
+
+}  // namespace
+}  // namespace orv
