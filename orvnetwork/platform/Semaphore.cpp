@@ -4,8 +4,12 @@ namespace orv {
 
 void Semaphore::wait() {
   std::unique_lock lock(mutex_);
-  signalled_.wait(lock, [this] { return value_ > 0; });
-  --value_;
+  if (value_ > 0) {
+    --value_;
+    return;
+  }
+  const std::uint64_t ticket = nextTicket_++;
+  granted_.wait(lock, [&] { return ticket < served_; });
 }
 
 bool Semaphore::tryWait() {
@@ -17,8 +21,13 @@ bool Semaphore::tryWait() {
 
 void Semaphore::signal() {
   const std::lock_guard lock(mutex_);
-  ++value_;
-  signalled_.notify_one();
+  if (served_ == nextTicket_) {
+    ++value_;
+    return;
+  }
+  // It goes to the one that has waited longest without being free in between.
+  ++served_;
+  granted_.notify_all();
 }
 
 }  // namespace orv

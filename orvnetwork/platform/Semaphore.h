@@ -11,7 +11,8 @@
 namespace orv {
 
 /// A counting semaphore. It belongs to no thread: what one thread has taken another may give back. It is not
-/// re-entrant. Any thread.
+/// re-entrant. Those that wait are served in the order in which they came, so that none waits for ever beside
+/// one that takes it again and again. Any thread.
 class ORV_EXPORT Semaphore {
  public:
   explicit Semaphore(std::int64_t value) : value_(value) {}
@@ -27,8 +28,12 @@ class ORV_EXPORT Semaphore {
 
  private:
   std::mutex mutex_;
-  std::condition_variable signalled_;
+  std::condition_variable granted_;
+  /// What can be taken at once. Never above 0 while somebody waits.
   std::int64_t value_;
+  /// Those that wait hold the tickets from `served_` on, up to, but not including, `nextTicket_`.
+  std::uint64_t nextTicket_ = 0;
+  std::uint64_t served_ = 0;
 };
 
 /// Takes one of a semaphore for its own life.
