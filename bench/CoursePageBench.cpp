@@ -136,6 +136,8 @@ void measure(const char* what, Files files, std::uint64_t courses, const std::st
   const std::int64_t page = static_cast<std::int64_t>(listed / 60) + 1;
   const std::string frame = getPageOnly(page);
   std::vector<double> whole, exchange, hand;
+  // A course whose file goes while it is not in memory would be lost.
+  getCourses(static_cast<std::uint64_t>(page - 1) * 30, 30);
   longestHold = longestWork = 0;
   for (int round = 0; round < kRounds; ++round) {
     if (files == Files::Missing) {
