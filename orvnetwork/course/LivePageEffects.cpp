@@ -1,4 +1,4 @@
-#include <orvnetwork/course/CourseKey.h>
+#include <orvnetwork/course/CourseLookup.h>
 #include <orvnetwork/course/LivePageEffects.h>
 #include <orvnetwork/platform/TextFormat.h>
 
@@ -21,11 +21,7 @@ void LivePageEffects::storeRecord(std::size_t, const std::string& key) {
 }
 
 void LivePageEffects::dropVanished(const std::string& key) {
-  // A record that is not in memory is taken for room 0, on purpose: its file stays.
-  const QXCourseManager::Course course = catalogue_.liveCache.find(key);
-  const std::string dropped = courseKey(course != nullptr ? course->roomID.get() : 0);
-  catalogue_.liveCache.remove(dropped);
-  catalogue_.liveFiles.remove(dropped);
+  dropVanishedRecord(catalogue_.liveCache, catalogue_.liveFiles, key);
 }
 
 void LivePageEffects::trim(const std::string& key) {

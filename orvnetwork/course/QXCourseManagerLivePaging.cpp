@@ -1,5 +1,6 @@
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/Catalogue.h>
+#include <orvnetwork/course/CourseLookup.h>
 #include <orvnetwork/course/LivePageEffects.h>
 #include <orvnetwork/course/PageAnswers.h>
 #include <orvnetwork/course/PageItems.h>
@@ -105,8 +106,7 @@ std::int64_t QXCourseManager::collectLive(const CourseRequest& request) {
   for (std::uint64_t index = range.first; index < range.end; ++index) {
     const OptionalString key = list.at(index);
     if (!key) break;
-    Course course = catalogue_->liveCache.find(*key);
-    if (course == nullptr) course = catalogue_->liveFiles.read(*key);
+    const Course course = cachedOrRead(catalogue_->liveCache, catalogue_->liveFiles, *key);
     if (course == nullptr) continue;
     refreshLiveCourse_key_keepFront(course, key, true);
     ++found;

@@ -1,6 +1,7 @@
 #include <orvnetwork/course/Catalogue.h>
 #include <orvnetwork/course/CourseCodes.h>
 #include <orvnetwork/course/CourseKey.h>
+#include <orvnetwork/course/CourseLookup.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXPathManager.h>
@@ -79,8 +80,7 @@ void QXCourseManager::deleteLocalCourseWithRoomID(std::int64_t roomID) {
   const CatalogueLock lock(*catalogue_);
   const std::string key = courseKey(roomID);
   if (roomID <= 0 || !catalogue_->localList.contains(key)) return;
-  Course course = catalogue_->localCache.find(key);
-  if (course == nullptr) course = catalogue_->localFiles.read(key);
+  const Course course = cachedOrRead(catalogue_->localCache, catalogue_->localFiles, key);
   removeLocal(key, course);
 }
 
@@ -97,8 +97,7 @@ QXCourseManager::Course QXCourseManager::getLocalCourseWithRoomID(std::int64_t r
   const CatalogueLock lock(*catalogue_);
   const std::string key = courseKey(roomID);
   if (roomID <= 0 || !catalogue_->localList.contains(key)) return nullptr;
-  Course course = catalogue_->localCache.find(key);
-  if (course == nullptr) course = catalogue_->localFiles.read(key);
+  const Course course = cachedOrRead(catalogue_->localCache, catalogue_->localFiles, key);
   refreshRecordCourse_keepFront(course, true);
   return course;
 }

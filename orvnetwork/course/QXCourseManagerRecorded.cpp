@@ -1,6 +1,7 @@
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/Catalogue.h>
 #include <orvnetwork/course/CourseCodes.h>
+#include <orvnetwork/course/CourseLookup.h>
 #include <orvnetwork/course/PageAnswers.h>
 #include <orvnetwork/course/PageItems.h>
 #include <orvnetwork/course/PageRequest.h>
@@ -70,8 +71,7 @@ std::int64_t QXCourseManager::collectRecorded(const CourseRequest& request) {
   for (std::uint64_t index = range.first; index < range.end; ++index) {
     const OptionalString key = catalogue_->cloudList.at(index);
     if (!key) break;
-    Course course = catalogue_->cloudCache.find(*key);
-    if (course == nullptr) course = catalogue_->cloudFiles.read(*key);
+    const Course course = cachedOrRead(catalogue_->cloudCache, catalogue_->cloudFiles, *key);
     if (course == nullptr) continue;
     refreshRecordCourse_keepFront(course, true);
     ++found;

@@ -1,4 +1,4 @@
-#include <orvnetwork/course/CourseKey.h>
+#include <orvnetwork/course/CourseLookup.h>
 #include <orvnetwork/course/RecordPageEffects.h>
 
 namespace orv {
@@ -25,11 +25,7 @@ QXCourseManager::Course RecordPageEffects::recordOf(std::size_t item, const std:
 }
 
 void RecordPageEffects::dropVanished(const std::string& key) {
-  // A record that is not in memory is taken for room 0, on purpose: its file stays.
-  const QXCourseManager::Course course = catalogue_.cloudCache.find(key);
-  const std::string dropped = courseKey(course != nullptr ? course->roomID.get() : 0);
-  catalogue_.cloudCache.remove(dropped);
-  catalogue_.cloudFiles.remove(dropped);
+  dropVanishedRecord(catalogue_.cloudCache, catalogue_.cloudFiles, key);
 }
 
 void RecordPageEffects::trim(const std::string& key) {
