@@ -2,12 +2,12 @@
 // and writing the same page by hand; with 100 and with 10,000 courses in the list. And how long the main thread was
 // held by the library meanwhile.
 
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/PropertyList.h>
+#include <orvnetwork/orvnetwork.h>
+
 #include "bench/support/OpenLink.h"
 #include "bench/support/ServerProcess.h"
-
-#include <orvnetwork/orvnetwork.h>
-#include <orvnetwork/platform/Json.h>
-#include <orvnetwork/platform/PropertyList.h>
 
 #include <poll.h>
 #include <time.h>

@@ -2,12 +2,12 @@
 //
 // Run it under `taskset --cpu-list 0` to have client and server on one CPU.
 
+#include <orvnetwork/orvnetwork.h>
+
 #include "bench/support/BareClient.h"
 #include "bench/support/OpenLink.h"
 #include "bench/support/ServerProcess.h"
 #include "bench/support/UniqueRequests.h"
-
-#include <orvnetwork/orvnetwork.h>
 
 #include <sched.h>
 

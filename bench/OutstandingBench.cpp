@@ -1,11 +1,11 @@
 // 100,000 requests outstanding: memory for each beside its frame text, and the cost of arming a time-out.
 
+#include <orvnetwork/orvnetwork.h>
+#include <orvnetwork/transport/detail/TimeoutList.h>
+
 #include "bench/support/OpenLink.h"
 #include "bench/support/ServerProcess.h"
 #include "bench/support/UniqueRequests.h"
-
-#include <orvnetwork/orvnetwork.h>
-#include <orvnetwork/transport/TimeoutList.h>
 
 #include <malloc.h>
 

@@ -6,11 +6,11 @@
 // records, merging the page into records that are there, and what becomes of them afterwards (JSON dictionaries,
 // property-list texts). The hand-written mapper fills plain structs by looking each key up in the parsed dictionary.
 
-#include "support/CoursePage.h"
-
 #include <orvnetwork/course/OrvCourseModel.h>
-#include <orvnetwork/platform/Json.h>
-#include <orvnetwork/platform/PropertyList.h>
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/PropertyList.h>
+
+#include "support/CoursePage.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,17 +1,17 @@
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Timer.h>
+
+#include "cli/Commands.h"
+#include "cli/Host.h"
+#include "cli/LineReader.h"
+#include "cli/Request.h"
 
 #include <unistd.h>
 
 #include <deque>
 #include <memory>
 #include <optional>
-
-#include "cli/Commands.h"
-#include "cli/Host.h"
-#include "cli/LineReader.h"
-#include "cli/Request.h"
 
 namespace orv::cli {
 

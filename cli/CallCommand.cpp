@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
 
 #include "cli/Commands.h"
 #include "cli/Request.h"

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <functional>
-#include <memory>
-
 #include "cli/CommandLine.h"
 #include "cli/Host.h"
 #include "cli/Output.h"
 #include "cli/SecretInput.h"
+
+#include <functional>
+#include <memory>
 
 namespace orv::cli {
 

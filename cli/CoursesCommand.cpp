@@ -5,11 +5,11 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <algorithm>
-
 #include "cli/Commands.h"
 #include "cli/ProgressBar.h"
 #include "cli/StoredUser.h"
+
+#include <algorithm>
 
 namespace orv::cli {
 

@@ -6,6 +6,9 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include "cli/Output.h"
+#include "cli/Secrets.h"
+
 #include <signal.h>
 #include <sys/random.h>
 #include <sys/time.h>
@@ -17,9 +20,6 @@
 #include <ctime>
 #include <filesystem>
 #include <utility>
-
-#include "cli/Output.h"
-#include "cli/Secrets.h"
 
 namespace orv::cli {
 

@@ -1,15 +1,16 @@
 #pragma once
 
-#include <devserver/DevServer.h>
 #include <orvnetwork/platform/NotificationCenter.h>
+
+#include "cli/CommandLine.h"
+#include "cli/Signals.h"
+
+#include <devserver/DevServer.h>
 
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
-
-#include "cli/CommandLine.h"
-#include "cli/Signals.h"
 
 namespace orv::cli {
 

@@ -1,16 +1,16 @@
 #include <orvnetwork/course/QXCourseManager.h>
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/PathText.h>
 #include <orvnetwork/platform/MainQueue.h>
-#include <orvnetwork/platform/PathText.h>
 #include <orvnetwork/platform/PropertyListFile.h>
-
-#include <set>
-#include <unordered_set>
-#include <vector>
 
 #include "cli/Commands.h"
 #include "cli/ProgressBar.h"
 #include "cli/SingleRequest.h"
+
+#include <set>
+#include <unordered_set>
+#include <vector>
 
 namespace orv::cli {
 

@@ -1,14 +1,14 @@
-#include <orvnetwork/platform/Types.h>
+#include <orvnetwork/data/Types.h>
 #include <orvnetwork/support/QXPathManager.h>
+
+#include "cli/Commands.h"
+#include "cli/Secrets.h"
+#include "cli/SingleRequest.h"
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
-
-#include "cli/Commands.h"
-#include "cli/Secrets.h"
-#include "cli/SingleRequest.h"
 
 namespace orv::cli {
 

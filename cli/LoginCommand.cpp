@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/LooseRead.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"

@@ -1,6 +1,6 @@
 #include "cli/Output.h"
 
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
 
 #include <poll.h>
 #include <unistd.h>

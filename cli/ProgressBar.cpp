@@ -1,10 +1,10 @@
 #include "cli/ProgressBar.h"
 
+#include "cli/Output.h"
+
 #include <unistd.h>
 
 #include <algorithm>
-
-#include "cli/Output.h"
 
 namespace orv::cli {
 

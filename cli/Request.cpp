@@ -1,13 +1,13 @@
 #include "cli/Request.h"
 
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include "cli/NearNames.h"
+
 #include <memory>
 #include <utility>
-
-#include "cli/NearNames.h"
 
 namespace orv::cli {
 

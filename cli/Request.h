@@ -2,11 +2,11 @@
 
 #include <orvnetwork/api/OperationRegistry.h>
 
+#include "cli/ExitCode.h"
+
 #include <functional>
 #include <string>
 #include <vector>
-
-#include "cli/ExitCode.h"
 
 namespace orv::cli {
 

@@ -2,14 +2,14 @@
 
 #include <orvnetwork/platform/MainQueue.h>
 
+#include "cli/LineReader.h"
+#include "cli/Output.h"
+#include "cli/Signals.h"
+
 #include <termios.h>
 #include <unistd.h>
 
 #include <memory>
-
-#include "cli/LineReader.h"
-#include "cli/Output.h"
-#include "cli/Signals.h"
 
 namespace orv::cli {
 

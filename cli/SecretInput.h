@@ -1,9 +1,9 @@
 #pragma once
 
+#include "cli/Host.h"
+
 #include <optional>
 #include <string>
-
-#include "cli/Host.h"
 
 namespace orv::cli {
 

@@ -1,10 +1,10 @@
 #include "cli/SingleRequest.h"
 
-#include <memory>
-#include <optional>
-
 #include "cli/Host.h"
 #include "cli/Request.h"
+
+#include <memory>
+#include <optional>
 
 namespace orv::cli {
 

@@ -2,10 +2,10 @@
 
 #include <orvnetwork/api/OperationRegistry.h>
 
-#include <vector>
-
 #include "cli/Context.h"
 #include "cli/ExitCode.h"
+
+#include <vector>
 
 namespace orv::cli {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include "cli/Host.h"
 #include "cli/Request.h"
+
+#include <optional>
 
 namespace orv::cli {
 

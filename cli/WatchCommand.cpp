@@ -4,12 +4,12 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 
+#include "cli/Commands.h"
+#include "cli/Host.h"
+
 #include <unistd.h>
 
 #include <algorithm>
-
-#include "cli/Commands.h"
-#include "cli/Host.h"
 
 namespace orv::cli {
 

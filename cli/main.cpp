@@ -1,3 +1,8 @@
+#include "cli/Commands.h"
+#include "cli/Host.h"
+#include "cli/Secrets.h"
+#include "cli/SingleRequest.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -5,11 +10,6 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
-
-#include "cli/Commands.h"
-#include "cli/Host.h"
-#include "cli/Secrets.h"
-#include "cli/SingleRequest.h"
 
 namespace {
 

@@ -23,21 +23,20 @@ function(orv_layer name)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
   add_library(orv_${name} OBJECT ${sources})
   target_include_directories(orv_${name} PUBLIC ${PROJECT_SOURCE_DIR})
-  target_compile_definitions(orv_${name} PRIVATE ORV_BUILDING_LIBRARY)
   target_link_libraries(orv_${name} PRIVATE orv_build_settings ${ARG_PRIVATE})
   target_link_libraries(orv_${name} PUBLIC orv_public_dependencies)
   foreach(layer IN LISTS ARG_DEPENDS)
     target_link_libraries(orv_${name} PUBLIC orv_${layer})
   endforeach()
+  orv_use_precompiled(orv_${name} orv_library_headers)
 endfunction()
 
-# orv_public_headers(TARGET ENTRY... [EXCEPT HEADER...])
+# orv_public_headers(TARGET ENTRY...)
 #
-# The headers of a library that hosts may include: those named, and those of the folders named save what lies
-# in a subfolder and what is excepted. They are installed with the library, and each must compile on its own.
+# The headers of a library that hosts may include: those named, and those of the folders named. What lies in a
+# subfolder of these is private. They are installed with the library, and each must compile on its own.
 function(orv_public_headers target)
-  cmake_parse_arguments(ARG "" "" "EXCEPT" ${ARGN})
-  foreach(entry IN LISTS ARG_UNPARSED_ARGUMENTS)
+  foreach(entry IN LISTS ARGN)
     if(IS_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/${entry})
       file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${entry}/*.h)
     else()
@@ -45,10 +44,6 @@ function(orv_public_headers target)
     endif()
     list(APPEND headers ${found})
   endforeach()
-  if(ARG_EXCEPT)
-    list(TRANSFORM ARG_EXCEPT PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-    list(REMOVE_ITEM headers ${ARG_EXCEPT})
-  endif()
   set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
   target_sources(${target} PUBLIC FILE_SET public_headers TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
     FILES ${headers})

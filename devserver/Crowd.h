@@ -1,13 +1,13 @@
 #pragma once
 
+#include "devserver/net/Peer.h"
+
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "devserver/Peer.h"
 
 namespace orv::devserver {
 

@@ -1,16 +1,16 @@
 #include "devserver/DevServer.h"
 
+#include "devserver/Engine.h"
+#include "devserver/control/Control.h"
+#include "devserver/net/Network.h"
+#include "devserver/school/CourseDesk.h"
+
 #include <atomic>
 #include <exception>
 #include <future>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
-
-#include "devserver/Control.h"
-#include "devserver/CourseDesk.h"
-#include "devserver/Engine.h"
-#include "devserver/Network.h"
 
 namespace orv {
 

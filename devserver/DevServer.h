@@ -1,5 +1,11 @@
 #pragma once
 
+#include "devserver/Counters.h"
+#include "devserver/Faults.h"
+#include "devserver/FrameLog.h"
+#include "devserver/Garbage.h"
+#include "devserver/net/Peer.h"
+
 #include <boost/json/object.hpp>
 
 #include <chrono>
@@ -11,12 +17,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "devserver/Counters.h"
-#include "devserver/Faults.h"
-#include "devserver/FrameLog.h"
-#include "devserver/Garbage.h"
-#include "devserver/Peer.h"
 
 namespace orv {
 

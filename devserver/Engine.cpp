@@ -1,11 +1,11 @@
 #include "devserver/Engine.h"
 
+#include "devserver/page/HttpGuard.h"
+
 #include <boost/json/array.hpp>
 #include <boost/json/serialize.hpp>
 
 #include <utility>
-
-#include "devserver/page/HttpGuard.h"
 
 namespace orv::devserver {
 

@@ -1,5 +1,15 @@
 #pragma once
 
+#include "devserver/Counters.h"
+#include "devserver/Crowd.h"
+#include "devserver/Faults.h"
+#include "devserver/FrameLog.h"
+#include "devserver/Garbage.h"
+#include "devserver/commands/CommandTable.h"
+#include "devserver/net/Network.h"
+#include "devserver/page/Page.h"
+#include "devserver/school/School.h"
+
 #include <boost/json/object.hpp>
 
 #include <atomic>
@@ -12,16 +22,6 @@
 #include <string_view>
 #include <thread>
 #include <vector>
-
-#include "devserver/CommandTable.h"
-#include "devserver/Counters.h"
-#include "devserver/Crowd.h"
-#include "devserver/Faults.h"
-#include "devserver/FrameLog.h"
-#include "devserver/Garbage.h"
-#include "devserver/Network.h"
-#include "devserver/School.h"
-#include "devserver/page/Page.h"
 
 namespace orv::devserver {
 

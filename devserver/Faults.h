@@ -1,5 +1,7 @@
 #pragma once
 
+#include "devserver/net/WireFaults.h"
+
 #include <boost/json/object.hpp>
 
 #include <atomic>
@@ -12,8 +14,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "devserver/WireFaults.h"
 
 namespace orv::devserver {
 

@@ -1,3 +1,5 @@
+#include "devserver/DevServer.h"
+
 #include <CLI/CLI.hpp>
 
 #include <csignal>
@@ -7,8 +9,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "devserver/DevServer.h"
 
 namespace {
 

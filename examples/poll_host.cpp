@@ -6,7 +6,6 @@
 #include <orvnetwork/orvnetwork.h>
 
 #include <boost/json/serialize.hpp>
-
 #include <poll.h>
 #include <unistd.h>
 

@@ -13,13 +13,13 @@
 #include <orvnetwork/api/QXAPIHelperLive.h>
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/data/Record.h>
+#include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/MainBundle.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/Record.h>
-#include <orvnetwork/platform/Types.h>
 #include <orvnetwork/session/OrvClassroomInfo.h>
 #include <orvnetwork/session/OrvOtherDeviceLoginInfo.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>

@@ -1,6 +1,6 @@
 #include "CoursePage.h"
 
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
 
 #include <algorithm>
 #include <random>

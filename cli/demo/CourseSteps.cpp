@@ -2,15 +2,15 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/QXCourseManager.h>
-#include <orvnetwork/platform/LooseRead.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/transport/QXNotification.h>
+
+#include "cli/demo/Steps.h"
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-
-#include "cli/demo/Steps.h"
 
 namespace orv::cli::demo {
 

@@ -1,3 +1,7 @@
+#include "cli/Commands.h"
+#include "cli/Host.h"
+#include "cli/demo/Steps.h"
+
 #include <unistd.h>
 
 #include <array>
@@ -5,10 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-
-#include "cli/Commands.h"
-#include "cli/Host.h"
-#include "cli/demo/Steps.h"
 
 namespace orv::cli {
 

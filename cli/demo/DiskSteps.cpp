@@ -2,11 +2,11 @@
 
 #include <orvnetwork/support/QXPathManager.h>
 
+#include "cli/demo/Steps.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <map>
-
-#include "cli/demo/Steps.h"
 
 namespace orv::cli::demo {
 

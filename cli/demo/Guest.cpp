@@ -1,9 +1,10 @@
 #include "cli/demo/Guest.h"
 
-#include <devserver/School.h>
-#include <orvnetwork/platform/Json.h>
-#include <orvnetwork/platform/LooseRead.h>
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/Platform.h>
+
+#include <devserver/school/School.h>
 
 namespace orv::cli::demo {
 

@@ -2,10 +2,10 @@
 
 #include <orvnetwork/platform/WebSocket.h>
 
+#include "cli/demo/Tour.h"
+
 #include <string>
 #include <vector>
-
-#include "cli/demo/Tour.h"
 
 namespace orv::cli::demo {
 

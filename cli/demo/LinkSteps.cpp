@@ -3,10 +3,10 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include "cli/demo/Steps.h"
+
 #include <algorithm>
 #include <chrono>
-
-#include "cli/demo/Steps.h"
 
 namespace orv::cli::demo {
 

@@ -2,16 +2,16 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/QXCourseManager.h>
-#include <orvnetwork/platform/LooseRead.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 
-#include <algorithm>
-#include <array>
-
 #include "cli/demo/Guest.h"
 #include "cli/demo/Steps.h"
+
+#include <algorithm>
+#include <array>
 
 namespace orv::cli::demo {
 

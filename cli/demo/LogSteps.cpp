@@ -2,11 +2,11 @@
 
 #include <orvnetwork/support/QXFileLog.h>
 
+#include "cli/demo/Steps.h"
+
 #include <algorithm>
 #include <array>
 #include <vector>
-
-#include "cli/demo/Steps.h"
 
 namespace orv::cli::demo {
 

@@ -3,9 +3,9 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <cmath>
-
 #include "cli/demo/Steps.h"
+
+#include <cmath>
 
 namespace orv::cli::demo {
 

@@ -1,15 +1,16 @@
 // Who is logged in, and what waits until somebody is.
 
-#include <devserver/School.h>
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <fstream>
-
 #include "cli/demo/Steps.h"
+
+#include <devserver/school/School.h>
+
+#include <fstream>
 
 namespace orv::cli::demo {
 

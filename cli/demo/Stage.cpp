@@ -1,13 +1,13 @@
 #include "cli/demo/Stage.h"
 
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
+
+#include "cli/Secrets.h"
+#include "cli/TextWidth.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-
-#include "cli/Secrets.h"
-#include "cli/TextWidth.h"
 
 namespace orv::cli::demo {
 

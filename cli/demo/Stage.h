@@ -1,11 +1,11 @@
 #pragma once
 
+#include "cli/Output.h"
+
 #include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "cli/Output.h"
 
 namespace orv::cli::demo {
 

@@ -1,8 +1,8 @@
 #include "cli/demo/Tour.h"
 
 #include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/Json.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>

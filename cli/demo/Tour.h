@@ -4,12 +4,12 @@
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
+#include "cli/Host.h"
+#include "cli/demo/Stage.h"
+
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "cli/Host.h"
-#include "cli/demo/Stage.h"
 
 namespace orv::cli::demo {
 

@@ -2,11 +2,11 @@
 
 #include <orvnetwork/api/OperationRegistry.h>
 
+#include "cli/shell/Words.h"
+
 #include <algorithm>
 #include <map>
 #include <set>
-
-#include "cli/shell/Words.h"
 
 namespace orv::cli {
 

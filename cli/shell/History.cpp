@@ -1,13 +1,13 @@
 #include "cli/shell/History.h"
 
+#include "cli/Output.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
-
-#include "cli/Output.h"
 
 namespace orv::cli {
 

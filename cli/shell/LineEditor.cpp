@@ -1,5 +1,8 @@
 #include "cli/shell/LineEditor.h"
 
+#include "cli/Output.h"
+#include "cli/Signals.h"
+
 #include <histedit.h>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -11,9 +14,6 @@
 #include <cerrno>
 #include <clocale>
 #include <cwchar>
-
-#include "cli/Output.h"
-#include "cli/Signals.h"
 
 namespace orv::cli {
 

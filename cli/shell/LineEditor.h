@@ -1,13 +1,13 @@
 #pragma once
 
+#include "cli/shell/Completion.h"
+
 #include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "cli/shell/Completion.h"
 
 namespace orv::cli {
 

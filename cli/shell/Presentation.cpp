@@ -1,10 +1,10 @@
 #include "cli/shell/Presentation.h"
 
-#include <orvnetwork/platform/Json.h>
-
-#include <algorithm>
+#include <orvnetwork/data/Json.h>
 
 #include "cli/TextWidth.h"
+
+#include <algorithm>
 
 namespace orv::cli {
 

@@ -1,17 +1,17 @@
 #include "cli/shell/Shell.h"
 
 #include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/Json.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
-
-#include <algorithm>
 
 #include "cli/Commands.h"
 #include "cli/NearNames.h"
 #include "cli/Request.h"
 #include "cli/Secrets.h"
 #include "cli/SingleRequest.h"
+
+#include <algorithm>
 
 namespace orv::cli {
 

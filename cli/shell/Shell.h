@@ -2,14 +2,14 @@
 
 #include <orvnetwork/platform/NotificationCenter.h>
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "cli/Context.h"
 #include "cli/ExitCode.h"
 #include "cli/shell/Completion.h"
 #include "cli/shell/Words.h"
+
+#include <functional>
+#include <string>
+#include <vector>
 
 namespace orv::cli {
 

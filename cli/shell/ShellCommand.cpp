@@ -1,14 +1,9 @@
-#include <orvnetwork/platform/Json.h>
+#include "cli/shell/Shell.h"
+
+#include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
-
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdlib>
-#include <deque>
 
 #include "cli/Commands.h"
 #include "cli/LineReader.h"
@@ -17,7 +12,13 @@
 #include "cli/shell/History.h"
 #include "cli/shell/LineEditor.h"
 #include "cli/shell/Presentation.h"
-#include "cli/shell/Shell.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <deque>
 
 namespace orv::cli {
 

@@ -1,12 +1,12 @@
 #include "cli/shell/Words.h"
 
 #include <orvnetwork/api/OperationRegistry.h>
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
+
+#include "cli/Secrets.h"
 
 #include <algorithm>
 #include <array>
-
-#include "cli/Secrets.h"
 
 namespace orv::cli {
 

@@ -1,12 +1,12 @@
 #include "devserver/page/EventFeed.h"
 
+#include "devserver/page/EventText.h"
+
 #include <boost/json/serialize.hpp>
 
 #include <charconv>
 #include <chrono>
 #include <utility>
-
-#include "devserver/page/EventText.h"
 
 namespace orv::devserver {
 

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "devserver/net/Network.h"
+#include "devserver/page/FrameHistory.h"
+#include "devserver/page/PassedFrame.h"
+
 #include <boost/json/object.hpp>
 
 #include <cstddef>
@@ -9,10 +13,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "devserver/Network.h"
-#include "devserver/page/FrameHistory.h"
-#include "devserver/page/PassedFrame.h"
 
 namespace orv::devserver {
 

@@ -1,5 +1,7 @@
 #include "devserver/page/EventText.h"
 
+#include "devserver/page/Secrets.h"
+
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/parse.hpp>
@@ -8,8 +10,6 @@
 #include <algorithm>
 #include <string_view>
 #include <utility>
-
-#include "devserver/page/Secrets.h"
 
 namespace orv::devserver {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "devserver/page/PassedFrame.h"
+
+#include <string>
 
 namespace orv::devserver {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "devserver/page/PassedFrame.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <string_view>
-
-#include "devserver/page/PassedFrame.h"
 
 namespace orv::devserver {
 

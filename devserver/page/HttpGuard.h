@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string_view>
+#include "devserver/net/Network.h"
 
-#include "devserver/Network.h"
+#include <string_view>
 
 namespace orv::devserver {
 

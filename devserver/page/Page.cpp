@@ -1,9 +1,9 @@
 #include "devserver/page/Page.h"
 
+#include "devserver/page/PageFiles.h"
+
 #include <string>
 #include <utility>
-
-#include "devserver/page/PageFiles.h"
 
 namespace orv::devserver {
 

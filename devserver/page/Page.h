@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
-#include "devserver/Network.h"
+#include "devserver/net/Network.h"
 #include "devserver/page/EventFeed.h"
+
+#include <optional>
 
 namespace orv::devserver {
 

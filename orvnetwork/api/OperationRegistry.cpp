@@ -1,5 +1,6 @@
-#include <orvnetwork/api/OperationRegistry.h>
-#include <orvnetwork/api/OperationTable.h>
+#include "orvnetwork/api/OperationRegistry.h"
+
+#include <orvnetwork/api/detail/OperationTable.h>
 
 #include <algorithm>
 

@@ -1,4 +1,5 @@
-#include <orvnetwork/api/QXAPIHelper.h>
+#include "orvnetwork/api/QXAPIHelper.h"
+
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <utility>

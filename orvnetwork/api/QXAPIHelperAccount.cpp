@@ -1,7 +1,8 @@
 // Account and session commands.
 
-#include <orvnetwork/api/QXAPIHelperAccount.h>
-#include <orvnetwork/api/Sending.h>
+#include "orvnetwork/api/QXAPIHelperAccount.h"
+
+#include <orvnetwork/api/detail/Sending.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/support/QXCommonTools.h>
 

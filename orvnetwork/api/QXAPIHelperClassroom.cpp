@@ -1,7 +1,8 @@
 // Classroom, corporation, material and upload commands.
 
-#include <orvnetwork/api/QXAPIHelperClassroom.h>
-#include <orvnetwork/api/Sending.h>
+#include "orvnetwork/api/QXAPIHelperClassroom.h"
+
+#include <orvnetwork/api/detail/Sending.h>
 #include <orvnetwork/support/QXCommonTools.h>
 
 #include <utility>

@@ -1,7 +1,8 @@
 // Commands that make, change, finish and delete a course.
 
-#include <orvnetwork/api/QXAPIHelperCourse.h>
-#include <orvnetwork/api/Sending.h>
+#include "orvnetwork/api/QXAPIHelperCourse.h"
+
+#include <orvnetwork/api/detail/Sending.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXCommonTools.h>

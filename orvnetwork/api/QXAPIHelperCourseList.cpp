@@ -1,7 +1,8 @@
 // Course lists and course details.
 
-#include <orvnetwork/api/QXAPIHelperCourseList.h>
-#include <orvnetwork/api/Sending.h>
+#include "orvnetwork/api/QXAPIHelperCourseList.h"
+
+#include <orvnetwork/api/detail/Sending.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 
 #include <utility>

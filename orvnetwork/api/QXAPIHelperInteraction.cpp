@@ -1,7 +1,8 @@
 // Wall, comments, teachers, play control and replays of a course.
 
-#include <orvnetwork/api/QXAPIHelperInteraction.h>
-#include <orvnetwork/api/Sending.h>
+#include "orvnetwork/api/QXAPIHelperInteraction.h"
+
+#include <orvnetwork/api/detail/Sending.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/support/QXCommonTools.h>
 

@@ -1,7 +1,8 @@
 // Live room, replay and vendor commands.
 
-#include <orvnetwork/api/QXAPIHelperLive.h>
-#include <orvnetwork/api/Sending.h>
+#include "orvnetwork/api/QXAPIHelperLive.h"
+
+#include <orvnetwork/api/detail/Sending.h>
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/course/CourseRequest.h>
+#include "orvnetwork/course/CourseRequest.h"
 
 #include <limits>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <orvnetwork/platform/Export.h>
-#include <orvnetwork/platform/Types.h>
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
 
 #include <functional>
 

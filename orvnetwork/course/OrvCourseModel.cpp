@@ -1,5 +1,6 @@
-#include <orvnetwork/course/OrvCourseModel.h>
-#include <orvnetwork/platform/RecordField.h>
+#include "orvnetwork/course/OrvCourseModel.h"
+
+#include <orvnetwork/data/RecordField.h>
 
 #include <typeinfo>
 

@@ -1,10 +1,11 @@
 // Where a course's files lie, and the two lists beside its recorded pieces.
 
-#include <orvnetwork/course/OrvCourseModel.h>
+#include "orvnetwork/course/OrvCourseModel.h"
+
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/PathText.h>
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/LooseRead.h>
-#include <orvnetwork/platform/PathText.h>
-#include <orvnetwork/platform/PropertyList.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/support/QXPathManager.h>

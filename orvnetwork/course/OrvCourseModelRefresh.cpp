@@ -1,8 +1,9 @@
+#include "orvnetwork/course/OrvCourseModel.h"
+
 #include <orvnetwork/api/QXAPIHelper.h>
-#include <orvnetwork/course/OrvCourseModel.h>
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/platform/Executor.h>
-#include <orvnetwork/platform/LooseRead.h>
-#include <orvnetwork/platform/TextFormat.h>
 
 #include <utility>
 

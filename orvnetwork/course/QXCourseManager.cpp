@@ -1,5 +1,6 @@
-#include <orvnetwork/course/Catalogue.h>
-#include <orvnetwork/course/QXCourseManager.h>
+#include "orvnetwork/course/QXCourseManager.h"
+
+#include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>

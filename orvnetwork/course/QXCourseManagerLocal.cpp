@@ -1,8 +1,9 @@
-#include <orvnetwork/course/Catalogue.h>
-#include <orvnetwork/course/CourseCodes.h>
-#include <orvnetwork/course/CourseKey.h>
-#include <orvnetwork/course/CourseLookup.h>
-#include <orvnetwork/course/QXCourseManager.h>
+#include "orvnetwork/course/QXCourseManager.h"
+
+#include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
+#include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/course/detail/CourseLookup.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXPathManager.h>
 

@@ -1,10 +1,11 @@
+#include "orvnetwork/course/QXCourseManager.h"
+
 #include <orvnetwork/api/QXAPIHelper.h>
-#include <orvnetwork/course/Catalogue.h>
-#include <orvnetwork/course/CourseCodes.h>
-#include <orvnetwork/course/CourseKey.h>
-#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
+#include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/LooseRead.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/transport/QXNotification.h>
 

@@ -1,14 +1,15 @@
+#include "orvnetwork/course/QXCourseManager.h"
+
 #include <orvnetwork/api/QXAPIHelper.h>
-#include <orvnetwork/course/Catalogue.h>
-#include <orvnetwork/course/CourseCodes.h>
-#include <orvnetwork/course/CourseLookup.h>
-#include <orvnetwork/course/PageAnswers.h>
-#include <orvnetwork/course/PageItems.h>
-#include <orvnetwork/course/PageRequest.h>
-#include <orvnetwork/course/PagingUser.h>
-#include <orvnetwork/course/QXCourseManager.h>
-#include <orvnetwork/course/RecordPageEffects.h>
-#include <orvnetwork/platform/LooseRead.h>
+#include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
+#include <orvnetwork/course/detail/CourseLookup.h>
+#include <orvnetwork/course/detail/PageAnswers.h>
+#include <orvnetwork/course/detail/PageItems.h>
+#include <orvnetwork/course/detail/PageRequest.h>
+#include <orvnetwork/course/detail/PagingUser.h>
+#include <orvnetwork/course/detail/RecordPageEffects.h>
+#include <orvnetwork/data/LooseRead.h>
 
 namespace orv {
 

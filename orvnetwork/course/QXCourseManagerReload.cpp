@@ -1,8 +1,9 @@
-#include <orvnetwork/course/Catalogue.h>
-#include <orvnetwork/course/FolderName.h>
-#include <orvnetwork/course/QXCourseManager.h>
-#include <orvnetwork/platform/LooseRead.h>
-#include <orvnetwork/platform/TextFormat.h>
+#include "orvnetwork/course/QXCourseManager.h"
+
+#include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/FolderName.h>
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 namespace orv {

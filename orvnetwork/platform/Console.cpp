@@ -1,13 +1,13 @@
-#include <orvnetwork/platform/Console.h>
+#include "orvnetwork/platform/Console.h"
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
-
-#include <unistd.h>
-#include <cerrno>
-#include <ctime>
 
 namespace orv {
 namespace {

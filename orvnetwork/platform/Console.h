@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/data/Export.h>
 
 #include <functional>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/TextFormat.h>
 
 namespace orv {
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/Executor.h>
-#include <orvnetwork/platform/Types.h>
 
 namespace orv {
 

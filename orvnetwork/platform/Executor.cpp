@@ -1,5 +1,6 @@
+#include "orvnetwork/platform/Executor.h"
+
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/Executor.h>
 
 namespace orv {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <orvnetwork/platform/Export.h>
-#include <orvnetwork/platform/Task.h>
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Task.h>
 
 #include <concepts>
 #include <exception>

@@ -1,9 +1,10 @@
+#include "orvnetwork/platform/MainBundle.h"
+
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/PathText.h>
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/LooseRead.h>
-#include <orvnetwork/platform/MainBundle.h>
-#include <orvnetwork/platform/PathText.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/PropertyList.h>
 
 #include <mutex>
 

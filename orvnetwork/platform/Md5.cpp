@@ -1,10 +1,11 @@
-#include <orvnetwork/platform/Md5.h>
-#include <orvnetwork/platform/native/OpenSslInit.h>
+#include "orvnetwork/platform/Md5.h"
 
-#include <memory>
+#include <orvnetwork/platform/native/websocket/OpenSslInit.h>
 
 #include <openssl/evp.h>
 #include <openssl/provider.h>
+
+#include <memory>
 
 namespace orv {
 namespace {

@@ -1,5 +1,6 @@
+#include "orvnetwork/platform/NotificationCenter.h"
+
 #include <orvnetwork/platform/Executor.h>
-#include <orvnetwork/platform/NotificationCenter.h>
 
 #include <algorithm>
 #include <condition_variable>

@@ -1,4 +1,5 @@
-#include <orvnetwork/platform/Platform.h>
+#include "orvnetwork/platform/Platform.h"
+
 #include <orvnetwork/platform/native/NativePlatform.h>
 
 #include <atomic>

@@ -1,7 +1,8 @@
+#include "orvnetwork/platform/PropertyListFile.h"
+
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/PropertyList.h>
-#include <orvnetwork/platform/PropertyListFile.h>
 
 namespace orv {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/FileSystem.h>
-#include <orvnetwork/platform/Types.h>
 
 namespace orv {
 

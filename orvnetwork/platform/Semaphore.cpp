@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/Semaphore.h>
+#include "orvnetwork/platform/Semaphore.h"
 
 namespace orv {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/data/Export.h>
 
 #include <condition_variable>
 #include <cstdint>

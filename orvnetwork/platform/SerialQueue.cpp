@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/SerialQueue.h>
+#include "orvnetwork/platform/SerialQueue.h"
 
 #include <utility>
 

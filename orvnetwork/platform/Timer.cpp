@@ -1,5 +1,6 @@
+#include "orvnetwork/platform/Timer.h"
+
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/Timer.h>
 
 #include <algorithm>
 #include <atomic>

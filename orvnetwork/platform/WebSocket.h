@@ -1,8 +1,8 @@
 #pragma once
 
-#include <orvnetwork/platform/Error.h>
-#include <orvnetwork/platform/Export.h>
-#include <orvnetwork/platform/Types.h>
+#include <orvnetwork/data/Error.h>
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
 
 #include <any>
 #include <functional>

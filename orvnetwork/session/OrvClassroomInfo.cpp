@@ -1,5 +1,6 @@
-#include <orvnetwork/platform/RecordField.h>
-#include <orvnetwork/session/OrvClassroomInfo.h>
+#include "orvnetwork/session/OrvClassroomInfo.h"
+
+#include <orvnetwork/data/RecordField.h>
 
 namespace orv {
 

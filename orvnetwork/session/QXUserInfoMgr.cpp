@@ -1,8 +1,9 @@
-#include <orvnetwork/platform/JsonEquality.h>
-#include <orvnetwork/platform/PathText.h>
+#include "orvnetwork/session/QXUserInfoMgr.h"
+
+#include <orvnetwork/data/JsonEquality.h>
+#include <orvnetwork/data/PathText.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/session/QXUserInfoMgr.h>
-#include <orvnetwork/session/UserFile.h>
+#include <orvnetwork/session/detail/UserFile.h>
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>

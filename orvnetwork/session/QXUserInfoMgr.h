@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/data/Export.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>

@@ -1,11 +1,12 @@
 // What the manager asks the server: the session, again and again, and the classroom.
 
+#include "orvnetwork/session/QXUserInfoMgr.h"
+
 #include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/data/JsonEquality.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/JsonEquality.h>
-#include <orvnetwork/platform/LooseRead.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>

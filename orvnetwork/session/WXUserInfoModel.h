@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/platform/Record.h>
+#include <orvnetwork/data/Record.h>
 
 namespace orv {
 

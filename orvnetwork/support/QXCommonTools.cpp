@@ -1,11 +1,11 @@
-#include <orvnetwork/support/QXCommonTools.h>
+#include "orvnetwork/support/QXCommonTools.h"
 
-#include <orvnetwork/platform/Calendar.h>
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/NumericCompare.h>
+#include <orvnetwork/dates/Calendar.h>
+#include <orvnetwork/dates/DateFormat.h>
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/DateFormat.h>
-#include <orvnetwork/platform/Json.h>
 #include <orvnetwork/platform/Md5.h>
-#include <orvnetwork/platform/NumericCompare.h>
 #include <orvnetwork/platform/Platform.h>
 
 namespace orv {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <orvnetwork/platform/Calendar.h>
-#include <orvnetwork/platform/DateFormat.h>
-#include <orvnetwork/platform/Export.h>
-#include <orvnetwork/platform/Types.h>
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
+#include <orvnetwork/dates/Calendar.h>
+#include <orvnetwork/dates/DateFormat.h>
 
 #include <compare>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/support/QXDate.h>
+#include "orvnetwork/support/QXDate.h"
 
 #include <orvnetwork/platform/Platform.h>
 

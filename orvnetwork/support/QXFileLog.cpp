@@ -1,9 +1,9 @@
-#include <orvnetwork/support/QXFileLog.h>
+#include "orvnetwork/support/QXFileLog.h"
 
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/support/LogFileWriter.h>
-#include <orvnetwork/support/LogLineQueue.h>
+#include <orvnetwork/support/detail/LogFileWriter.h>
+#include <orvnetwork/support/detail/LogLineQueue.h>
 
 #include <atomic>
 #include <cstdlib>

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/TextFormat.h>
+#include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/Executor.h>
-#include <orvnetwork/platform/Export.h>
 #include <orvnetwork/platform/FileSystem.h>
-#include <orvnetwork/platform/TextFormat.h>
-#include <orvnetwork/platform/Types.h>
 
 #include <memory>
 #include <string_view>

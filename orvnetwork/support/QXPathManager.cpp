@@ -1,9 +1,9 @@
-#include <orvnetwork/support/QXPathManager.h>
+#include "orvnetwork/support/QXPathManager.h"
 
+#include <orvnetwork/data/PathText.h>
+#include <orvnetwork/data/TextOrder.h>
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/PathText.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/TextOrder.h>
 
 #include <algorithm>
 

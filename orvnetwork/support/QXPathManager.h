@@ -1,9 +1,9 @@
 #pragma once
 
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/Directories.h>
-#include <orvnetwork/platform/Export.h>
 #include <orvnetwork/platform/FileSystem.h>
-#include <orvnetwork/platform/Types.h>
 
 namespace orv {
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/ConnectPlan.h>
+#include "orvnetwork/testing/ConnectPlan.h"
 
 #include <cerrno>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <orvnetwork/platform/Error.h>
-#include <orvnetwork/platform/Export.h>
+#include <orvnetwork/data/Error.h>
+#include <orvnetwork/data/Export.h>
 
 namespace orv::testing {
 

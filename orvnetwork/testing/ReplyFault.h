@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/platform/Types.h>
+#include <orvnetwork/data/Types.h>
 
 namespace orv::testing {
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/Scheduler.h>
+#include "orvnetwork/testing/Scheduler.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/SimulatedBackgroundDrain.h>
+#include "orvnetwork/testing/SimulatedBackgroundDrain.h"
 
 namespace orv::testing {
 

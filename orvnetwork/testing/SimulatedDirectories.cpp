@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/SimulatedDirectories.h>
+#include "orvnetwork/testing/SimulatedDirectories.h"
 
 namespace orv::testing {
 

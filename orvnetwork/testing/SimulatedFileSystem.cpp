@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/SimulatedFileSystem.h>
+#include "orvnetwork/testing/SimulatedFileSystem.h"
 
 #include <orvnetwork/testing/detail/SimulatedFileHandle.h>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/SimulatedMainQueue.h>
+#include "orvnetwork/testing/SimulatedMainQueue.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>

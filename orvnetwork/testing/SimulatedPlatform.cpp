@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/SimulatedPlatform.h>
+#include "orvnetwork/testing/SimulatedPlatform.h"
 
 #include <orvnetwork/testing/SimulatedBackgroundDrain.h>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/SimulatedReachability.h>
+#include "orvnetwork/testing/SimulatedReachability.h"
 
 namespace orv::testing {
 

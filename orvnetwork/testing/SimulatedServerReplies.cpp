@@ -1,6 +1,6 @@
 // How the simulated server answers requests, and how it gets that wrong.
 
-#include <orvnetwork/testing/SimulatedServer.h>
+#include "orvnetwork/testing/SimulatedServer.h"
 
 #include <boost/json/serialize.hpp>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/SimulatedWebSocket.h>
+#include "orvnetwork/testing/SimulatedWebSocket.h"
 
 #include <orvnetwork/testing/SimulatedNetwork.h>
 #include <orvnetwork/testing/detail/SimulatedLink.h>

@@ -1,7 +1,8 @@
+#include "orvnetwork/transport/QXRequestItem.h"
+
+#include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/Json.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <utility>

@@ -1,11 +1,12 @@
+#include "orvnetwork/transport/QXWebSocketMgr.h"
+
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXNotification.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
-#include <orvnetwork/transport/ReplyFrame.h>
-#include <orvnetwork/transport/RequestTable.h>
+#include <orvnetwork/transport/detail/ReplyFrame.h>
+#include <orvnetwork/transport/detail/RequestTable.h>
 
 #include <utility>
 

@@ -1,8 +1,9 @@
 // Plain accessors of the connection manager.
 
+#include "orvnetwork/transport/QXWebSocketMgr.h"
+
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
-#include <orvnetwork/transport/RequestTable.h>
+#include <orvnetwork/transport/detail/RequestTable.h>
 
 #include <utility>
 

@@ -1,11 +1,10 @@
 // `invoke --batch`.
 
-#include <devserver/DevServer.h>
-#include <gtest/gtest.h>
+#include "Program.h"
 
 #include <boost/json/serialize.hpp>
-
-#include "Program.h"
+#include <devserver/DevServer.h>
+#include <gtest/gtest.h>
 
 namespace orv::test {
 namespace {

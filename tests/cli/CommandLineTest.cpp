@@ -1,8 +1,8 @@
+#include "Program.h"
+
 #include <gtest/gtest.h>
 
 #include <regex>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

@@ -1,17 +1,16 @@
 // `courses`.
 
+#include "Program.h"
+#include "Terminal.h"
+
+#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <boost/json/parse.hpp>
-
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-
-#include "Program.h"
-#include "Terminal.h"
 
 namespace orv::test {
 namespace {

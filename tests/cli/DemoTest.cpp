@@ -1,11 +1,11 @@
+#include "Program.h"
+
 #include <cli/TextWidth.h>
-#include <devserver/School.h>
+#include <devserver/school/School.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
 #include <filesystem>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

@@ -1,5 +1,7 @@
 // What the program does where there is no link, and how it ends.
 
+#include "Program.h"
+
 #include <arpa/inet.h>
 #include <devserver/DevServer.h>
 #include <gtest/gtest.h>
@@ -10,8 +12,6 @@
 
 #include <atomic>
 #include <thread>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

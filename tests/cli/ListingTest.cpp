@@ -1,11 +1,11 @@
 // `operations` and `log`.
 
+#include "Program.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

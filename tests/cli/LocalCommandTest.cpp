@@ -1,17 +1,16 @@
 // `local list`, `create`, `add` and `delete`.
 
+#include "Program.h"
+
+#include <boost/json/array.hpp>
+#include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 
-#include <boost/json/array.hpp>
-#include <boost/json/serialize.hpp>
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

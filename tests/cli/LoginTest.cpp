@@ -1,20 +1,19 @@
 // `login`, `whoami` and `logout`.
 
+#include "Program.h"
+#include "Terminal.h"
+
+#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
-#include <devserver/School.h>
+#include <devserver/school/School.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
-
-#include <boost/json/parse.hpp>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-
-#include "Program.h"
-#include "Terminal.h"
 
 namespace orv::test {
 namespace {

@@ -1,5 +1,6 @@
 #include "Program.h"
 
+#include <boost/json/parse.hpp>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <boost/json/parse.hpp>
 #include <cerrno>
 #include <cstdlib>
 #include <stdexcept>

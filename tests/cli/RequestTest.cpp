@@ -1,14 +1,13 @@
 // `call` and `invoke` with one request.
 
-#include <devserver/DevServer.h>
-#include <devserver/School.h>
-#include <gtest/gtest.h>
+#include "Program.h"
 
 #include <boost/json/parse.hpp>
+#include <devserver/DevServer.h>
+#include <devserver/school/School.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

@@ -1,14 +1,14 @@
 // Passwords, codes and tokens stay out of what the program shows.
 
+#include "Program.h"
+
 #include <cli/Secrets.h>
 #include <devserver/DevServer.h>
-#include <devserver/School.h>
+#include <devserver/school/School.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

@@ -1,5 +1,7 @@
 // `shell` in a terminal.
 
+#include "Terminal.h"
+
 #include <devserver/DevServer.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -7,8 +9,6 @@
 
 #include <filesystem>
 #include <fstream>
-
-#include "Terminal.h"
 
 namespace orv::test {
 namespace {

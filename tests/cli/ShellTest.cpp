@@ -1,5 +1,7 @@
 // `shell` with its lines from a pipe, and the parts that it is made of.
 
+#include "Program.h"
+
 #include <cli/shell/Completion.h>
 #include <cli/shell/History.h>
 #include <cli/shell/Presentation.h>
@@ -12,8 +14,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

@@ -1,8 +1,8 @@
+#include "Program.h"
+
 #include <devserver/DevServer.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-
-#include "Program.h"
 
 namespace orv::test {
 namespace {

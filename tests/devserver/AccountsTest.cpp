@@ -1,4 +1,4 @@
-#include "devserver/School.h"
+#include "devserver/school/School.h"
 #include "tests/devserver/ServerTest.h"
 
 namespace orv::test {

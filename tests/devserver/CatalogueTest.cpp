@@ -1,12 +1,12 @@
 // Every command of the catalogue has its answer.
 
+#include "tests/devserver/ServerTest.h"
+
 #include <fstream>
 #include <random>
 #include <regex>
 #include <set>
 #include <sstream>
-
-#include "tests/devserver/ServerTest.h"
 
 namespace orv::test {
 namespace {

@@ -1,11 +1,11 @@
 // Lists of courses: pages, filters and orders, and what a course in them looks like.
 
+#include "tests/devserver/ServerTest.h"
+
 #include <algorithm>
 #include <ctime>
 #include <optional>
 #include <set>
-
-#include "tests/devserver/ServerTest.h"
 
 namespace orv::test {
 namespace {

@@ -1,10 +1,10 @@
 // Courses: made, changed, published and deleted by clients, and by those who steer the server.
 
+#include "tests/devserver/ServerTest.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
-
-#include "tests/devserver/ServerTest.h"
 
 namespace orv::test {
 namespace {

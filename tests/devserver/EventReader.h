@@ -1,14 +1,14 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "tests/devserver/RawClient.h"
+
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "tests/devserver/RawClient.h"
 
 namespace orv::test {
 

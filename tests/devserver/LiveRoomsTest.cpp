@@ -1,8 +1,8 @@
 // The life of a live room, and what those in it hear of each other.
 
-#include <set>
-
 #include "tests/devserver/ServerTest.h"
+
+#include <set>
 
 namespace orv::test {
 namespace {

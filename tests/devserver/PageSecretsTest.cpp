@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
+#include "devserver/page/Secrets.h"
+
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
-
-#include "devserver/page/Secrets.h"
+#include <gtest/gtest.h>
 
 namespace orv::devserver {
 namespace {

@@ -1,8 +1,8 @@
-#include <regex>
-#include <thread>
-
 #include "tests/devserver/EventReader.h"
 #include "tests/devserver/ServerTest.h"
+
+#include <regex>
+#include <thread>
 
 namespace orv::test {
 namespace {

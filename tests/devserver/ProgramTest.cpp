@@ -1,9 +1,9 @@
+#include "tests/devserver/ServerProcess.h"
+#include "tests/devserver/ServerTest.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include "tests/devserver/ServerProcess.h"
-#include "tests/devserver/ServerTest.h"
 
 namespace orv::test {
 namespace {

@@ -1,6 +1,8 @@
 #include "tests/devserver/RawClient.h"
 
 #include <arpa/inet.h>
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -8,8 +10,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 
 #include <array>
 #include <cerrno>

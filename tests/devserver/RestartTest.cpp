@@ -1,12 +1,12 @@
 // The program is killed in the middle of its work, again and again; its data file stays whole.
 
+#include "tests/devserver/ServerProcess.h"
+#include "tests/devserver/ServerTest.h"
+
 #include <sched.h>
 #include <sqlite3.h>
 
 #include <filesystem>
-
-#include "tests/devserver/ServerProcess.h"
-#include "tests/devserver/ServerTest.h"
 
 namespace orv::test {
 namespace {

@@ -1,3 +1,6 @@
+#include "tests/devserver/EventReader.h"
+#include "tests/devserver/ServerTest.h"
+
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
@@ -10,9 +13,6 @@
 #include <random>
 #include <thread>
 #include <vector>
-
-#include "tests/devserver/EventReader.h"
-#include "tests/devserver/ServerTest.h"
 
 namespace orv::test {
 namespace {

@@ -1,17 +1,17 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "devserver/DevServer.h"
+#include "tests/devserver/RawClient.h"
+
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include "devserver/DevServer.h"
-#include "tests/devserver/RawClient.h"
 
 namespace orv::test {
 

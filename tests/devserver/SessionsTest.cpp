@@ -1,10 +1,10 @@
 // What sign-in replies tell about the user, the classroom and the user's other devices.
 
+#include "tests/devserver/ServerTest.h"
+
 #include <sqlite3.h>
 
 #include <set>
-
-#include "tests/devserver/ServerTest.h"
 
 namespace orv::test {
 namespace {

@@ -1,11 +1,12 @@
 // The rolling log and the path manager on a disk on which the first call fails, then the second, and so on until
 // there is nothing left to fail.
 
-#include <gtest/gtest.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
+
+#include <gtest/gtest.h>
 #include <tests/support/ForkedRun.h>
 
 #include <functional>

@@ -1,11 +1,12 @@
 // A short life of the link in which the first link operation fails, then one in which the second does, and so on
 // until there is nothing left to fail. Whatever fails: each request ends exactly once, and nothing is left over.
 
-#include <gtest/gtest.h>
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include <gtest/gtest.h>
 #include <tests/support/ForkedRun.h>
 
 #include <deque>

@@ -1,10 +1,11 @@
 // Local courses of a process that is killed while it adds and deletes them.
 
-#include <gtest/gtest.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/PropertyListFile.h>
+
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <tests/support/ForkedRun.h>
 #include <unistd.h>

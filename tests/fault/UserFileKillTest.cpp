@@ -1,12 +1,13 @@
 // The user file of a process that is killed while it stores, and of one whose disk fails.
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/MainQueue.h>
-#include <orvnetwork/platform/PropertyList.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <tests/support/ForkedRun.h>

@@ -1,8 +1,8 @@
 // Whatever the bytes: reading ends, and what was read can be written and reads back as the same value.
 
-#include <orvnetwork/platform/Json.h>
-#include <orvnetwork/platform/LooseRead.h>
-#include <orvnetwork/platform/TextFormat.h>
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/TextFormat.h>
 
 #include <cmath>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // Whatever the bytes: reading ends, and what was read can be written and reads back as the same value.
 
-#include <orvnetwork/platform/JsonEquality.h>
-#include <orvnetwork/platform/PropertyList.h>
+#include <orvnetwork/data/JsonEquality.h>
+#include <orvnetwork/data/PropertyList.h>
 
 #include <cstdio>
 #include <cstdlib>

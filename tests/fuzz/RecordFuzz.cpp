@@ -2,9 +2,9 @@
 // writes fills an equal one, and merging it into the record itself changes nothing.
 
 #include <orvnetwork/course/OrvCourseModel.h>
-#include <orvnetwork/platform/Json.h>
-#include <orvnetwork/platform/JsonEquality.h>
-#include <orvnetwork/platform/PropertyList.h>
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/JsonEquality.h>
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>
 #include <orvnetwork/session/WXUserInfoModel.h>
 

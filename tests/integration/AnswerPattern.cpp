@@ -1,6 +1,5 @@
-#include <tests/integration/AnswerPattern.h>
-
 #include <boost/json/serialize.hpp>
+#include <tests/integration/AnswerPattern.h>
 
 #include <algorithm>
 #include <ctime>

@@ -1,9 +1,10 @@
 // Ten thousand recorded courses on real sockets and real files, asked for by two threads at once.
 
-#include <devserver/DevServer.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+
+#include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 
 #include <atomic>

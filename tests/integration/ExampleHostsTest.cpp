@@ -4,10 +4,9 @@
 
 #ifdef ORV_EXAMPLE_MINIMAL
 
+#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
 #include <tests/support/ChildProgram.h>
-
-#include <boost/json/parse.hpp>
 
 #include <optional>
 

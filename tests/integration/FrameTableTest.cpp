@@ -1,16 +1,16 @@
 // Every operation of the catalogue, called by its name as a tool would, and judged by what a server received on one
 // connection: command, keys, their order, the kinds of values, and which are left out.
 
-#include <devserver/DevServer.h>
 #include <orvnetwork/api/OperationRegistry.h>
-#include <orvnetwork/platform/LocalTime.h>
+#include <orvnetwork/dates/LocalTime.h>
 #include <orvnetwork/platform/Platform.h>
-#include <tests/integration/FrameTable.h>
-#include <tests/support/LiveLink.h>
-#include <tests/support/PeerProcess.h>
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <devserver/DevServer.h>
+#include <tests/integration/FrameTable.h>
+#include <tests/support/LiveLink.h>
+#include <tests/support/PeerProcess.h>
 
 #include <array>
 #include <cstdio>

@@ -1,11 +1,11 @@
 // The link on real sockets while all goes well: it comes up, asks, is answered, and hears pushes.
 
-#include <devserver/DevServer.h>
 #include <orvnetwork/api/QXAPIHelper.h>
-#include <tests/support/LiveLink.h>
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <devserver/DevServer.h>
+#include <tests/support/LiveLink.h>
 
 #include <algorithm>
 #include <array>

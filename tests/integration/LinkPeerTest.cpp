@@ -3,12 +3,12 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/support/QXFileLog.h>
-#include <sys/stat.h>
-#include <tests/support/LiveLink.h>
-#include <tests/support/PeerProcess.h>
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <sys/stat.h>
+#include <tests/support/LiveLink.h>
+#include <tests/support/PeerProcess.h>
 
 #include <cstdlib>
 #include <filesystem>

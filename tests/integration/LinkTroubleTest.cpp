@@ -1,10 +1,9 @@
 // What ends a link on real sockets, what is told about it, and how the link comes back.
 
+#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 #include <tests/support/RawPeer.h>
-
-#include <boost/json/parse.hpp>
 
 #include <cerrno>
 #include <thread>

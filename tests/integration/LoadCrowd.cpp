@@ -1,10 +1,9 @@
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
 #include <poll.h>
 #include <tests/integration/LoadClient.h>
 #include <tests/integration/LoadCrowd.h>
 #include <tests/support/RawPeer.h>
-
-#include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 
 #include <algorithm>
 #include <atomic>

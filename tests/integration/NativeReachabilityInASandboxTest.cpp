@@ -1,8 +1,9 @@
+#include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/native/network/NativeReachability.h>
+
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
-#include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/native/NativeReachability.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>

@@ -1,5 +1,6 @@
+#include <orvnetwork/platform/native/network/NativeReachability.h>
+
 #include <gtest/gtest.h>
-#include <orvnetwork/platform/native/NativeReachability.h>
 #include <tests/support/NetworkNamespace.h>
 #include <tests/support/PumpedExecutor.h>
 #include <unistd.h>

@@ -1,9 +1,8 @@
+#include <netdb.h>
 #include <tests/support/NetworkNamespace.h>
 #include <tests/support/WebSocketFixture.h>
 
 #include <cerrno>
-
-#include <netdb.h>
 
 namespace orv {
 namespace {

@@ -1,14 +1,14 @@
 // Every operation of the catalogue, called by its name over one connection to the embedded server, in the order of a
 // story: what one row makes, later ones find. The answers are judged, not only that there are some.
 
-#include <devserver/DevServer.h>
 #include <orvnetwork/api/OperationRegistry.h>
-#include <tests/integration/AnswerPattern.h>
-#include <tests/integration/AnswerTable.h>
-#include <tests/support/LiveLink.h>
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <devserver/DevServer.h>
+#include <tests/integration/AnswerPattern.h>
+#include <tests/integration/AnswerTable.h>
+#include <tests/support/LiveLink.h>
 
 #include <cstdlib>
 #include <ctime>

@@ -1,9 +1,10 @@
 // A password goes in, and everything that a whole run leaves behind is searched for it.
 
-#include <devserver/DevServer.h>
 #include <orvnetwork/api/OperationRegistry.h>
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/platform/Console.h>
+
+#include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 
 #include <cstdlib>

@@ -1,14 +1,14 @@
 // The server's program is killed in the middle of everything and started again on the same file and port.
 
-#include <devserver/DevServer.h>
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+
+#include <boost/json/serialize.hpp>
+#include <devserver/DevServer.h>
 #include <tests/devserver/RawClient.h>
 #include <tests/devserver/ServerProcess.h>
 #include <tests/support/LiveLink.h>
-
-#include <boost/json/serialize.hpp>
 
 #include <filesystem>
 

@@ -1,14 +1,14 @@
 // The logged-in user on real sockets, with the embedded server.
 
-#include <devserver/DevServer.h>
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
-#include <sys/stat.h>
-#include <tests/support/LiveLink.h>
 
 #include <boost/json/parse.hpp>
+#include <devserver/DevServer.h>
+#include <sys/stat.h>
+#include <tests/support/LiveLink.h>
 
 namespace orv {
 namespace {

@@ -3,9 +3,11 @@
 
 Usage: check_layering.py ROOT
 
-- Folders of the library depend downwards only; the embedded server knows nothing of the library.
-- Public headers show the standard library, Boost.JSON and each other.
-- Above the platform folder nothing has threads, clocks, sockets, files or randomness of its own.
+- Folders of the library depend downwards only; the embedded server knows nothing of it but the values in data/.
+- A header in a subfolder of its layer is private to the layer. Public headers show the standard library, Boost.JSON
+  and each other.
+- A source includes its own header first, in quotes; in the library all others stand in angle brackets.
+- Outside the platform folder nothing has threads, clocks, sockets, files or randomness of its own.
 - Tests never sleep.
 - No file is longer than the bound.
 """
@@ -17,15 +19,9 @@ import sys
 MAX_LINES = 400
 
 # What each folder may include, besides itself.
-MAY_INCLUDE = {
-    "orvnetwork/platform": [],
-    "orvnetwork/support": ["platform"],
-    "orvnetwork/transport": ["support", "platform"],
-    "orvnetwork/api": ["transport", "support", "platform"],
-    "orvnetwork/session": ["api", "transport", "support", "platform"],
-    "orvnetwork/course": ["session", "api", "transport", "support", "platform"],
-    "orvnetwork/testing": ["support", "platform"],
-}
+LAYERS = ["data", "platform", "dates", "support", "transport", "api", "session", "course"]
+MAY_INCLUDE = {f"orvnetwork/{layer}": LAYERS[:floor] for floor, layer in enumerate(LAYERS)}
+MAY_INCLUDE["orvnetwork/testing"] = ["data", "platform", "dates", "support"]
 
 STANDARD_HEADERS = set("""
 algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
@@ -50,9 +46,15 @@ PLATFORM_ONLY_CODE = re.compile(r"""
 """, re.VERBOSE)
 SLEEP = re.compile(r"\b(?:sleep_for|sleep_until|usleep|nanosleep)\s*\(|(?<![\w.>])sleep\s*\(\s*\d")
 
+# Libraries of other makers that one folder may use besides the platform: folder -> first part of the include.
+LIBRARIES = {"orvnetwork/data": ("plist/", "locale.h"), "orvnetwork/dates": ("unicode/",)}
+
 # Breaches with a reason: (path, text of the breach) -> why.
 WAKE_UP = "a host's loop watches a real descriptor, in virtual time too"
 ALLOWED = {
+    ("orvnetwork/dates/LocalTime.cpp", "orvnetwork/platform/native/NativeSettings.h is private to its folder"):
+        "the C library's zone is asked first",
+    ("orvnetwork/dates/LocalTime.cpp", "only the platform may include <ctime>"): "the C library's zone is asked first",
     ("orvnetwork/testing/SimulatedMainQueue.cpp", "only the platform may include <sys/eventfd.h>"): WAKE_UP,
     ("orvnetwork/testing/SimulatedMainQueue.cpp", "only the platform may include <unistd.h>"): WAKE_UP,
 }
@@ -101,7 +103,26 @@ def check_library_include(folder, path, include, public):
         return None
     if include in STANDARD_HEADERS and include not in PLATFORM_ONLY_STANDARD:
         return None
+    if include.startswith(LIBRARIES.get(folder, ())) and LIBRARIES.get(folder):
+        return None
     return f"only the platform may include <{include}>"
+
+
+def is_own_header(path, include):
+    """Whether a source's name is its header's, or begins with it: QXDateFields.cpp belongs to QXDate.h."""
+    header = pathlib.PurePosixPath(include)
+    return (path.suffix == ".cpp" and header.suffix == ".h" and header.parent == pathlib.PurePosixPath(path.parent)
+            and re.fullmatch(re.escape(header.stem) + "([A-Z]\\w*)?", path.stem) is not None)
+
+
+def check_quotes(path, match):
+    """What is wrong with the form of an include in the library, or None."""
+    first = INCLUDE.search(match.string)
+    own = is_own_header(path, match.group(2))
+    if match.group(1) == '"':
+        return None if own and match.start() == first.start() else "includes are written <orvnetwork/...>"
+    same_name = own and pathlib.PurePosixPath(match.group(2)).stem == path.stem
+    return "a source's own header comes first, in quotes" if same_name else None
 
 
 def check_includes(path, text):
@@ -112,9 +133,9 @@ def check_includes(path, text):
         breach = None
         if path.parts[0] == "orvnetwork":
             public = path.suffix == ".h" and not is_private(path.as_posix())
-            breach = ("includes are written <orvnetwork/...>" if match.group(1) == '"' else
-                      check_library_include(folder, path, include, public))
-        elif folder == "devserver" and include.startswith(("orvnetwork/", "cli/", "tests/")):
+            breach = check_quotes(path, match) or check_library_include(folder, path, include, public)
+        elif folder == "devserver" and include.startswith(("orvnetwork/", "cli/", "tests/")) and (
+                not include.startswith("orvnetwork/data/") or is_private(include)):
             breach = f"the embedded server includes {include}"
         elif folder in ("cli", "examples") and is_private(include):
             breach = f"a host includes the private {include}"

@@ -30,7 +30,7 @@ class CheckLayeringTest(unittest.TestCase):
         self.assertEqual(found(name, text), [], f"{name}: {text!r}")
 
     def test_includes_that_point_upwards(self):
-        for layer, higher in [("platform", "support"), ("support", "transport"), ("transport", "api"),
+        for layer, higher in [("data", "platform"), ("platform", "dates"), ("dates", "support"), ("support", "transport"), ("transport", "api"),
                               ("api", "session"), ("session", "course"), ("testing", "transport"),
                               ("platform", "testing"), ("course", "testing")]:
             self.assert_breach(f"orvnetwork/{layer}/A.cpp", f"#include <orvnetwork/{higher}/B.h>\n")
@@ -44,8 +44,10 @@ class CheckLayeringTest(unittest.TestCase):
     def test_includes_of_programs(self):
         self.assert_breach("orvnetwork/api/A.cpp", "#include <devserver/Server.h>\n")
         self.assert_breach("orvnetwork/api/A.cpp", '#include "QXAPIHelper.h"\n')
-        self.assert_breach("devserver/A.cpp", "#include <orvnetwork/platform/Json.h>\n")
-        self.assert_breach("cli/A.cpp", "#include <orvnetwork/platform/native/NativeMainQueue.h>\n")
+        self.assert_breach("devserver/A.cpp", "#include <orvnetwork/platform/Console.h>\n")
+        self.assert_breach("devserver/A.cpp", "#include <orvnetwork/data/detail/Decimal.h>\n")
+        self.assert_clean("devserver/A.cpp", "#include <orvnetwork/data/Utf8.h>\n")
+        self.assert_breach("cli/A.cpp", "#include <orvnetwork/platform/native/threads/NativeMainQueue.h>\n")
         self.assert_breach("orvnetwork/orvnetwork.h", "#include <orvnetwork/testing/Simulation.h>\n")
         self.assert_clean("cli/A.cpp", "#include <orvnetwork/orvnetwork.h>\n#include <devserver/Server.h>\n")
         self.assert_clean("orvnetwork/orvnetwork.h", "#include <orvnetwork/api/QXAPIHelper.h>\n")
@@ -56,14 +58,18 @@ class CheckLayeringTest(unittest.TestCase):
             self.assert_clean("orvnetwork/platform/A.cpp", f"#include <{header}>\n")
             self.assert_clean("orvnetwork/platform/native/A.h", f"#include <{header}>\n")
         self.assert_breach("orvnetwork/platform/A.h", "#include <orvnetwork/platform/native/B.h>\n")
+        self.assert_breach("orvnetwork/course/A.h", "#include <orvnetwork/course/detail/B.h>\n")
+        self.assert_breach("orvnetwork/course/A.cpp", "#include <orvnetwork/data/detail/B.h>\n")
         self.assert_breach("orvnetwork/testing/A.h", "#include <orvnetwork/testing/detail/B.h>\n")
         self.assert_clean("orvnetwork/testing/A.cpp", "#include <orvnetwork/testing/detail/B.h>\n")
         self.assert_clean("orvnetwork/api/A.h", "#include <string>\n#include <boost/json/value.hpp>\n")
 
     def test_headers_that_only_the_platform_may_use(self):
         for header in ("thread", "fstream", "filesystem", "random", "sys/socket.h", "unistd.h", "boost/asio.hpp",
-                       "boost/beast.hpp", "openssl/ssl.h", "condition_variable"):
+                       "boost/beast.hpp", "openssl/ssl.h", "unicode/ucal.h", "condition_variable"):
             self.assert_breach("orvnetwork/transport/A.cpp", f"#include <{header}>\n")
+            self.assert_breach("orvnetwork/data/A.cpp", f"#include <{header}>\n")
+        self.assert_clean("orvnetwork/dates/icu/A.h", "#include <unicode/ucal.h>\n")
         self.assert_clean("orvnetwork/transport/A.cpp", "#include <mutex>\n#include <boost/json.hpp>\n")
 
     def test_code_that_only_the_platform_may_have(self):
@@ -81,6 +87,15 @@ class CheckLayeringTest(unittest.TestCase):
                      'log("std::thread");', "QXFileLog::open(a);", "int n = 1'000'000;  // ok", "void open();",
                      "clock.steadyNow();", "Foo::read(b);", 'auto s = R"(fopen(a))";'):
             self.assert_clean("orvnetwork/api/A.cpp", code + "\n")
+
+    def test_own_header(self):
+        self.assert_clean("orvnetwork/api/A.cpp", '#include "orvnetwork/api/A.h"\n#include <orvnetwork/api/B.h>\n')
+        self.assert_clean("orvnetwork/api/AbcFields.cpp", '#include "orvnetwork/api/Abc.h"\n')
+        self.assert_breach("orvnetwork/api/A.cpp", '#include "orvnetwork/api/B.h"\n')
+        self.assert_breach("orvnetwork/api/A.cpp", '#include "orvnetwork/data/A.h"\n')
+        self.assert_breach("orvnetwork/api/A.cpp", '#include <string>\n#include "orvnetwork/api/A.h"\n', line=3)
+        self.assert_breach("orvnetwork/api/A.cpp", "#include <orvnetwork/api/A.h>\n")
+        self.assert_breach("orvnetwork/api/A.h", '#include "orvnetwork/api/B.h"\n')
 
     def test_lines_are_counted_through_comments(self):
         self.assert_breach("orvnetwork/api/A.cpp", "/* one\n two */\nstd::thread t;\n", line=4)

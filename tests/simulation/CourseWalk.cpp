@@ -1,7 +1,7 @@
 #include "CourseWalk.h"
 
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/LooseRead.h>
 
 #include <numeric>
 #include <stdexcept>

@@ -1,10 +1,10 @@
 // What must hold during the walk and at its end.
 
+#include "CourseWalk.h"
+
 #include <orvnetwork/platform/PropertyListFile.h>
 
 #include <algorithm>
-
-#include "CourseWalk.h"
 
 namespace orv {
 

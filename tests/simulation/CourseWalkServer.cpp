@@ -1,9 +1,9 @@
 // The server and the network of the walk.
 
-#include <orvnetwork/platform/LooseRead.h>
-#include <orvnetwork/platform/TextFormat.h>
-
 #include "CourseWalk.h"
+
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/TextFormat.h>
 
 namespace orv {
 

@@ -1,6 +1,6 @@
 #include "LocalCourseWalk.h"
 
-#include <orvnetwork/platform/PropertyList.h>
+#include <orvnetwork/data/PropertyList.h>
 
 namespace orv {
 

@@ -1,5 +1,6 @@
-#include <fcntl.h>
 #include <orvnetwork/platform/native/FileDescriptor.h>
+
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <tests/support/ForkedRun.h>
 #include <unistd.h>

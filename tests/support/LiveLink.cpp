@@ -2,10 +2,10 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
-#include <poll.h>
-#include <tests/support/LiveLink.h>
 
 #include <boost/json/serialize.hpp>
+#include <poll.h>
+#include <tests/support/LiveLink.h>
 
 #include <algorithm>
 #include <atomic>

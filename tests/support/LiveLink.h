@@ -1,11 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <boost/json/object.hpp>
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <functional>

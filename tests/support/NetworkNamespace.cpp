@@ -1,7 +1,8 @@
+#include <orvnetwork/platform/native/network/NetlinkSocket.h>
+
 #include <fcntl.h>
 #include <linux/if.h>
 #include <linux/rtnetlink.h>
-#include <orvnetwork/platform/native/NetlinkSocket.h>
 #include <sched.h>
 #include <spawn.h>
 #include <sys/mman.h>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/native/FileDescriptor.h>
+
 #include <sys/types.h>
 
 #include <chrono>

@@ -1,7 +1,13 @@
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <openssl/evp.h>
 #include <openssl/sha.h>
 #include <openssl/ssl.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <tests/support/RawPeer.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -9,13 +15,6 @@
 #include <cstring>
 #include <stdexcept>
 #include <system_error>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace orv::test {
 

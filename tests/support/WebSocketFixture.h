@@ -1,7 +1,8 @@
 #pragma once
 
+#include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
+
 #include <gtest/gtest.h>
-#include <orvnetwork/platform/native/NativeWebSocket.h>
 #include <tests/support/PumpedExecutor.h>
 #include <tests/support/RawPeer.h>
 

@@ -1,15 +1,16 @@
-#include <orvnetwork/platform/native/FailedWebSocket.h>
-#include <orvnetwork/platform/native/NativeBackgroundDrain.h>
-#include <orvnetwork/platform/native/NativeDelayService.h>
-#include <orvnetwork/platform/native/NativeDirectories.h>
-#include <orvnetwork/platform/native/NativeFileSystem.h>
-#include <orvnetwork/platform/native/NativeMainQueue.h>
-#include <orvnetwork/platform/native/NativePlatform.h>
-#include <orvnetwork/platform/native/NativeReachability.h>
+#include "orvnetwork/platform/native/NativePlatform.h"
+
 #include <orvnetwork/platform/native/NativeSettings.h>
-#include <orvnetwork/platform/native/NativeWebSocket.h>
 #include <orvnetwork/platform/native/SystemRandom.h>
-#include <orvnetwork/platform/native/WorkerPool.h>
+#include <orvnetwork/platform/native/files/NativeDirectories.h>
+#include <orvnetwork/platform/native/files/NativeFileSystem.h>
+#include <orvnetwork/platform/native/network/NativeReachability.h>
+#include <orvnetwork/platform/native/threads/NativeBackgroundDrain.h>
+#include <orvnetwork/platform/native/threads/NativeDelayService.h>
+#include <orvnetwork/platform/native/threads/NativeMainQueue.h>
+#include <orvnetwork/platform/native/threads/WorkerPool.h>
+#include <orvnetwork/platform/native/websocket/FailedWebSocket.h>
+#include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 
 #include <exception>
 #include <mutex>

@@ -1,6 +1,6 @@
-#include <orvnetwork/platform/native/NativeSettings.h>
+#include "orvnetwork/platform/native/NativeSettings.h"
 
-#include <orvnetwork/platform/native/NativeFileSystem.h>
+#include <orvnetwork/platform/native/files/NativeFileSystem.h>
 
 #include <unistd.h>
 

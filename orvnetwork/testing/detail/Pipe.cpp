@@ -1,4 +1,4 @@
-#include <orvnetwork/testing/detail/Pipe.h>
+#include "orvnetwork/testing/detail/Pipe.h"
 
 #include <algorithm>
 

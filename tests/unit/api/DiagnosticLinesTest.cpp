@@ -1,10 +1,10 @@
 // What the catalogue's operations tell the console, and what they answer without the server.
 
-#include "../transport/LinkFixture.h"
-
 #include <orvnetwork/api/OperationRegistry.h>
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/platform/MainBundle.h>
+
+#include "../transport/LinkFixture.h"
 
 #include <boost/json/parse.hpp>
 

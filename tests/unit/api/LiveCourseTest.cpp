@@ -1,8 +1,8 @@
 // The dates and the diagnostic lines of the catalogue, in virtual time and in many zones.
 
-#include "../transport/LinkFixture.h"
-
 #include <orvnetwork/api/QXAPIHelper.h>
+
+#include "../transport/LinkFixture.h"
 
 namespace orv {
 namespace {

@@ -1,4 +1,4 @@
-#include <orvnetwork/api/OperationBinding.h>
+#include <orvnetwork/api/detail/OperationBinding.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "../transport/LinkFixture.h"
-
-#include <orvnetwork/api/OperationBinding.h>
 #include <orvnetwork/api/OperationRegistry.h>
+#include <orvnetwork/api/detail/OperationBinding.h>
+
+#include "../transport/LinkFixture.h"
 
 #include <boost/json/parse.hpp>
 

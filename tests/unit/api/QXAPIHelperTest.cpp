@@ -1,7 +1,7 @@
-#include "../transport/LinkFixture.h"
-
 #include <orvnetwork/api/Prompts.h>
 #include <orvnetwork/api/QXAPIHelper.h>
+
+#include "../transport/LinkFixture.h"
 
 namespace orv {
 namespace {

@@ -1,7 +1,7 @@
-#include <orvnetwork/api/Values.h>
+#include <orvnetwork/api/detail/Values.h>
 
-#include <gtest/gtest.h>
 #include <boost/json/serialize.hpp>
+#include <gtest/gtest.h>
 
 namespace orv {
 namespace {

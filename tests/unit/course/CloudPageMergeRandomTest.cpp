@@ -1,9 +1,9 @@
+#include <orvnetwork/course/detail/CloudPageMerge.h>
+
 #include "PageGenerator.h"
 
-#include <orvnetwork/course/CloudPageMerge.h>
-
-#include <gtest/gtest.h>
 #include <boost/json/serialize.hpp>
+#include <gtest/gtest.h>
 
 namespace orv {
 namespace {

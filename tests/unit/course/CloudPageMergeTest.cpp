@@ -1,6 +1,6 @@
-#include "PageNotation.h"
+#include <orvnetwork/course/detail/CloudPageMerge.h>
 
-#include <orvnetwork/course/CloudPageMerge.h>
+#include "PageNotation.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <orvnetwork/course/OrvCourseModel.h>
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/PropertyList.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <gtest/gtest.h>

@@ -3,9 +3,9 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
-#include <algorithm>
-
 #include "tests/unit/transport/LinkFixture.h"
+
+#include <algorithm>
 
 namespace orv {
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/course/CourseKey.h>
+#include <orvnetwork/course/detail/CourseKey.h>
 
 #include <gtest/gtest.h>
 

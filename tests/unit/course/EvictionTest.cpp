@@ -1,5 +1,5 @@
-#include <orvnetwork/course/CourseKey.h>
-#include <orvnetwork/course/Eviction.h>
+#include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/course/detail/Eviction.h>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/course/FolderName.h>
+#include <orvnetwork/course/detail/FolderName.h>
 
 #include <gtest/gtest.h>
 

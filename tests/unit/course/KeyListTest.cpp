@@ -1,6 +1,6 @@
-#include "RepeatedRead.h"
+#include <orvnetwork/course/detail/KeyList.h>
 
-#include <orvnetwork/course/KeyList.h>
+#include "RepeatedRead.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/course/LiveInsertion.h>
+#include <orvnetwork/course/detail/LiveInsertion.h>
 
 #include <gtest/gtest.h>
 

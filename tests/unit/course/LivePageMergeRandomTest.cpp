@@ -1,9 +1,9 @@
+#include <orvnetwork/course/detail/LivePageMerge.h>
+
 #include "PageGenerator.h"
 
-#include <orvnetwork/course/LivePageMerge.h>
-
-#include <gtest/gtest.h>
 #include <boost/json/serialize.hpp>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 

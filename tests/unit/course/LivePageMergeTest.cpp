@@ -1,6 +1,6 @@
-#include "PageNotation.h"
+#include <orvnetwork/course/detail/LivePageMerge.h>
 
-#include <orvnetwork/course/LivePageMerge.h>
+#include "PageNotation.h"
 
 #include <gtest/gtest.h>
 

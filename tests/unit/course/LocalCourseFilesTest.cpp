@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/PropertyList.h>
+#include <orvnetwork/data/PropertyList.h>
 
 #include "tests/unit/course/LocalFixture.h"
 

@@ -1,13 +1,13 @@
 // A course's files on the real disk: what others read in them, and what threads do to them.
 
-#include "../support/FilesTestPlatform.h"
-
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/platform/PropertyListFile.h>
-#include <tests/support/ChildProgram.h>
+
+#include "../support/FilesTestPlatform.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <tests/support/ChildProgram.h>
 
 #include <set>
 #include <thread>

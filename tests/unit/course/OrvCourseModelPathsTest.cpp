@@ -1,6 +1,6 @@
-#include "CourseFilesFixture.h"
-
 #include <orvnetwork/support/QXPathManager.h>
+
+#include "CourseFilesFixture.h"
 
 #include <limits>
 

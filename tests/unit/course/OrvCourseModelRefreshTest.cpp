@@ -1,6 +1,6 @@
-#include "../transport/LinkFixture.h"
-
 #include <orvnetwork/course/OrvCourseModel.h>
+
+#include "../transport/LinkFixture.h"
 
 #include <stdexcept>
 

@@ -1,8 +1,8 @@
 #include <orvnetwork/course/OrvCourseModel.h>
-#include <orvnetwork/platform/Json.h>
-#include <orvnetwork/platform/PropertyList.h>
-#include <orvnetwork/platform/RecordMapping.h>
-#include <orvnetwork/platform/TextFormat.h>
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/PropertyList.h>
+#include <orvnetwork/data/RecordMapping.h>
+#include <orvnetwork/data/TextFormat.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/course/KeyList.h>
+#include <orvnetwork/course/detail/KeyList.h>
 
 #include <sstream>
 #include <string>

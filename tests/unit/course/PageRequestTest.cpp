@@ -1,4 +1,4 @@
-#include <orvnetwork/course/PageRequest.h>
+#include <orvnetwork/course/detail/PageRequest.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "RepeatedRead.h"
+#include <orvnetwork/course/detail/RecencyQueue.h>
 
-#include <orvnetwork/course/RecencyQueue.h>
+#include "RepeatedRead.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/course/RecordCache.h>
+#include <orvnetwork/course/detail/RecordCache.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include <orvnetwork/course/RecordFiles.h>
+#include <orvnetwork/course/detail/RecordFiles.h>
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/PropertyList.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 

@@ -1,14 +1,12 @@
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 
-#include <gtest/gtest.h>
-
-#include <chrono>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <regex>
 #include <stdexcept>

@@ -1,5 +1,5 @@
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/PropertyList.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 

@@ -1,7 +1,7 @@
-#include <orvnetwork/platform/Json.h>
-#include <orvnetwork/platform/PropertyList.h>
-#include <orvnetwork/platform/RecordMapping.h>
-#include <orvnetwork/platform/TextFormat.h>
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/PropertyList.h>
+#include <orvnetwork/data/RecordMapping.h>
+#include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/session/OrvClassroomInfo.h>
 
 #include <gtest/gtest.h>

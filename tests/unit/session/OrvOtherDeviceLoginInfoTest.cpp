@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/Json.h>
+#include <orvnetwork/data/Json.h>
 #include <orvnetwork/session/OrvOtherDeviceLoginInfo.h>
 
 #include <gtest/gtest.h>

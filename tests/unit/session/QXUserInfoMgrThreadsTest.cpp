@@ -1,12 +1,13 @@
 // The user on real threads.
 
-#include <gtest/gtest.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
+
+#include <gtest/gtest.h>
 #include <poll.h>
 
 #include <atomic>

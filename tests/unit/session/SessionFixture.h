@@ -1,7 +1,8 @@
 #pragma once
 
-#include <orvnetwork/platform/PropertyList.h>
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include <tests/unit/transport/LinkFixture.h>
 
 #include <deque>

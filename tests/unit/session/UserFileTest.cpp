@@ -1,6 +1,6 @@
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/PropertyList.h>
-#include <orvnetwork/session/UserFile.h>
+#include <orvnetwork/session/detail/UserFile.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/native/NativeDirectories.h>
-#include <orvnetwork/platform/native/NativeFileSystem.h>
+#include <orvnetwork/platform/native/files/NativeDirectories.h>
+#include <orvnetwork/platform/native/files/NativeFileSystem.h>
 
 #include <atomic>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include <orvnetwork/support/LogLineQueue.h>
+#include <orvnetwork/support/detail/LogLineQueue.h>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/support/LogStamp.h>
+#include <orvnetwork/support/detail/LogStamp.h>
 
 #include "FilesTestPlatform.h"
 

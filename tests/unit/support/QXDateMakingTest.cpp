@@ -1,10 +1,9 @@
+#include <orvnetwork/dates/icu/IcuPools.h>
 #include <orvnetwork/support/QXDate.h>
 
-#include <orvnetwork/platform/dates/IcuPools.h>
+#include <gtest/gtest.h>
 #include <tests/support/CivilTime.h>
 #include <tests/support/DateTestPlatform.h>
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>

@@ -1,10 +1,9 @@
 #include <orvnetwork/support/QXDate.h>
-
 #include <orvnetwork/testing/SeededRandom.h>
-#include <tests/support/CivilTime.h>
-#include <tests/support/DateTestPlatform.h>
 
 #include <gtest/gtest.h>
+#include <tests/support/CivilTime.h>
+#include <tests/support/DateTestPlatform.h>
 
 #include <array>
 #include <cmath>

@@ -1,8 +1,7 @@
 // The log on the real platform: what whole programs find in their files.
 
-#include <orvnetwork/support/QXFileLog.h>
-
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/support/QXFileLog.h>
 
 #include <gtest/gtest.h>
 #include <signal.h>

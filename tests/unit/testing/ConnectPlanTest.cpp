@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/native/NativeWebSocket.h>
+#include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 #include <orvnetwork/testing/ConnectPlan.h>
 
 #include <gtest/gtest.h>

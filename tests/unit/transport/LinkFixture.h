@@ -7,8 +7,8 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <gtest/gtest.h>
 #include <boost/json/serialize.hpp>
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>

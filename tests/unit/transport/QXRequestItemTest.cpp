@@ -3,9 +3,9 @@
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <gtest/gtest.h>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <gtest/gtest.h>
 
 #include <limits>
 #include <memory>

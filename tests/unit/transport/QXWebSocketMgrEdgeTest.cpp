@@ -1,6 +1,6 @@
-#include "LinkFixture.h"
-
 #include <orvnetwork/platform/MainQueue.h>
+
+#include "LinkFixture.h"
 
 #include <algorithm>
 #include <thread>

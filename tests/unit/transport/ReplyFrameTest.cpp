@@ -1,4 +1,4 @@
-#include <orvnetwork/transport/ReplyFrame.h>
+#include <orvnetwork/transport/detail/ReplyFrame.h>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <orvnetwork/transport/TimeoutList.h>
+#include <orvnetwork/transport/detail/TimeoutList.h>
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,247 @@
+#include "devserver/net/Connection.h"
+
+#include <boost/beast/http/read.hpp>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+
+namespace orv::devserver {
+
+namespace {
+
+constexpr std::uint32_t kMaxHeadBytes = 16u << 10;
+constexpr std::uint64_t kMaxBodyBytes = 1u << 20;
+/// Time for the peer to take part in the closing handshake.
+constexpr std::chrono::seconds kCloseTime{2};
+
+std::string_view view(beast::string_view text) {
+  return {text.data(), text.size()};
+}
+
+std::string_view field(const http::request<http::string_body>& request, http::field name) {
+  return view(request[name]);
+}
+
+/// Reads and drops everything until the peer goes away.
+class Stall : public LinkCore::Waiter {
+ public:
+  Stall(LinkCore& core, std::shared_ptr<void> owner, std::function<void()> onEnd)
+      : core_(core), owner_(std::move(owner)), onEnd_(std::move(onEnd)) {}
+  void ready() override {
+    core_.consumeInput(core_.input().size());
+    if (!core_.inputEnd()) {
+      return core_.awaitInput(std::make_unique<Stall>(core_, std::move(owner_), std::move(onEnd_)));
+    }
+    core_.close();
+    if (onEnd_) onEnd_();
+  }
+
+ private:
+  LinkCore& core_;
+  std::shared_ptr<void> owner_;
+  std::function<void()> onEnd_;
+};
+
+/// The rest of an answer whose length nobody knows.
+class BodyStream : public HttpStream {
+ public:
+  explicit BodyStream(std::shared_ptr<LinkCore> core) : core_(std::move(core)) {}
+  void write(std::string_view bytes) override { core_->write(bytes); }
+  std::size_t waiting() const override { return core_->waiting(); }
+  void setOnDrained(std::function<void()> callback) override { core_->setOnDrained(std::move(callback)); }
+  void setOnClosed(std::function<void()> callback) override { onClosed_ = std::move(callback); }
+  void close() {
+    if (auto callback = std::exchange(onClosed_, nullptr)) callback();
+  }
+
+ private:
+  std::shared_ptr<LinkCore> core_;
+  std::function<void()> onClosed_;
+};
+
+}  // namespace
+
+Connection::Connection(Socket socket, net::ssl::context* tls, const NetworkOptions& options, Faults& faults,
+                       NetworkEvents& events)
+    : options_(options),
+      faults_(faults),
+      events_(events),
+      core_(std::make_shared<LinkCore>(std::move(socket), tls, faults.wire(), options.maxQueuedBytes)),
+      tls_(tls != nullptr),
+      deadline_(core_->executor()) {
+  fromThisMachine_ = core_->fromThisMachine();
+  core_->setOnOverflow([&events] { events.slowReaderCut(); });
+}
+
+void Connection::start() {
+  endAfter(options_.handshakeTimeout);
+  core_->handshake([self = shared_from_this()](error_code error) {
+    if (error) return self->core_->close();
+    self->readHead();
+  });
+}
+
+void Connection::abandon() {
+  deadline_.cancel();
+  core_->abandon();
+}
+
+void Connection::endAfter(std::chrono::milliseconds time) {
+  deadline_.expires_after(time);
+  deadline_.async_wait([weak = weak_from_this()](error_code error) {
+    if (error) return;
+    if (auto self = weak.lock()) self->core_->close();
+  });
+}
+
+void Connection::readHead() {
+  parser_.emplace();
+  parser_->header_limit(kMaxHeadBytes);
+  parser_->body_limit(kMaxBodyBytes);
+  webSocket_.emplace(Link(core_));
+  http::async_read(webSocket_->next_layer(), buffer_, *parser_,
+                   [self = shared_from_this()](error_code error, std::size_t) { self->onHead(error); });
+}
+
+void Connection::onHead(error_code error) {
+  if (core_->ended()) return;
+  if (error == http::error::header_limit) return answerProblem(431, "Request Header Fields Too Large");
+  if (error == http::error::body_limit) return answerProblem(413, "Content Too Large");
+  if (error.category() == http::make_error_code(http::error::bad_version).category() &&
+      error != http::error::end_of_stream && error != http::error::partial_message) {
+    return answerProblem(400, "Bad Request", R"({"err":"not HTTP"})");
+  }
+  if (error) return core_->close();
+
+  Request request = parser_->release();
+  parser_.reset();
+  websocket::is_upgrade(request) ? admit(std::move(request)) : onRequest(request);
+}
+
+void Connection::onRequest(const Request& request) {
+  HttpRequest plain;
+  plain.method = view(request.method_string());
+  plain.target = view(request.target());
+  plain.body = request.body();
+  plain.host = field(request, http::field::host);
+  plain.origin = field(request, http::field::origin);
+  plain.fetchSite = view(request["Sec-Fetch-Site"]);
+  plain.lastEvent = view(request["Last-Event-ID"]);
+  plain.tls = tls_;
+  plain.fromThisMachine = fromThisMachine_;
+  const HttpAnswer answer = events_.http(plain);
+  if (answer.stream) return streamHttp(answer);
+  answerHttp(answer.status, view(http::obsolete_reason(http::int_to_status(answer.status))), answer);
+}
+
+void Connection::answerHttp(unsigned status, std::string_view reason, const HttpAnswer& answer) {
+  const std::string head = "HTTP/1.1 " + std::to_string(status) + " " + std::string(reason) +
+                           "\r\nContent-Type: " + answer.contentType +
+                           "\r\nContent-Length: " + std::to_string(answer.body.size()) +
+                           "\r\nConnection: close\r\n" + answer.head + "\r\n";
+  core_->write(head, answer.body);
+  deadline_.cancel();
+  core_->finish(true);
+}
+
+void Connection::answerProblem(unsigned status, std::string_view reason, std::string_view body) {
+  answerHttp(status, reason, {.body = std::string(body)});
+}
+
+void Connection::streamHttp(const HttpAnswer& answer) {
+  core_->write("HTTP/1.1 200 OK\r\nContent-Type: " + answer.contentType + "\r\nConnection: close\r\n" +
+               answer.head + "\r\n");
+  auto stream = std::make_shared<BodyStream>(core_);
+  answer.stream(stream);
+  stall([stream] { stream->close(); });
+}
+
+void Connection::admit(Request request) {
+  const Faults::Admission admission = faults_.admission();
+  if (admission.mode != ConnectionMode::Accept) events_.turnedAway();
+  switch (admission.mode) {
+    case ConnectionMode::Accept:
+      break;
+    case ConnectionMode::Refuse:
+      return core_->reset();
+    case ConnectionMode::Stall:
+      return stall();
+    case ConnectionMode::Reject:
+      return answerProblem(admission.httpStatus, "Rejected", R"({"err":"a fault that was asked for"})");
+  }
+  core_->exposeToFaults();
+  // Whatever came behind the request head belongs to the WebSocket.
+  const auto rest = buffer_.data();
+  core_->unread({static_cast<const char*>(rest.data()), rest.size()});
+  buffer_.clear();
+  webSocket_->read_message_max(options_.maxMessageBytes);
+  webSocket_->async_accept(request, [self = shared_from_this()](error_code error) {
+    if (error || self->core_->ended()) return self->core_->finish(true);
+    self->deadline_.cancel();
+    self->open_ = true;
+    self->events_.opened(self);
+    self->readMessage();
+  });
+}
+
+void Connection::stall(std::function<void()> onEnd) {
+  deadline_.cancel();
+  Stall(*core_, shared_from_this(), std::move(onEnd)).ready();
+}
+
+void Connection::readMessage() {
+  webSocket_->async_read(
+      buffer_, [self = shared_from_this()](error_code error, std::size_t) { self->onMessage(error); });
+}
+
+void Connection::onMessage(error_code error) {
+  if (!error) {
+    const auto payload = buffer_.data();
+    const std::string_view bytes(static_cast<const char*>(payload.data()), payload.size());
+    if (!closing_) events_.received(*this, bytes, webSocket_->got_binary());
+    buffer_.consume(buffer_.size());
+    if (buffer_.capacity() > (1u << 20)) buffer_.shrink_to_fit();
+    return readMessage();
+  }
+  open_ = false;
+  events_.closed(*this);
+  core_->finish(true);
+}
+
+void Connection::cut(const Cut& cut) {
+  switch (cut.kind) {
+    case Cut::Kind::Fin:
+      return core_->finish(false);
+    case Cut::Kind::Reset:
+      return core_->reset();
+    case Cut::Kind::Close:
+      break;
+  }
+  if (!open_ || std::exchange(closing_, true)) return;
+  endAfter(kCloseTime);
+  websocket::close_reason reason;
+  reason.code = cut.code;
+  reason.reason.assign(cut.reason.data(), std::min(cut.reason.size(), reason.reason.max_size()));
+  webSocket_->async_close(reason, [self = shared_from_this()](error_code) { self->deadline_.cancel(); });
+}
+
+void Connection::sendWire(std::string_view bytes) {
+  if (!closing_) core_->write(bytes);
+}
+
+/// Servers' frames carry no mask, so that a frame is a head of 2, 4 or 10 bytes and the payload as it is.
+void Connection::sendFrame(unsigned char opcode, std::string_view payload) {
+  if (closing_) return;
+  std::array<char, 10> head{static_cast<char>(opcode)};
+  const std::size_t size = payload.size();
+  const std::size_t lengthBytes = size < 126 ? 0 : size < 65'536 ? 2 : 8;
+  head[1] = static_cast<char>(lengthBytes == 0 ? size : lengthBytes == 2 ? 126u : 127u);
+  for (std::size_t i = 0; i < lengthBytes; ++i) {
+    head[2 + i] = static_cast<char>(size >> (8 * (lengthBytes - 1 - i)));
+  }
+  core_->write({head.data(), 2 + lengthBytes}, payload);
+}
+
+}  // namespace orv::devserver

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "devserver/Faults.h"
+#include "devserver/net/Link.h"
+#include "devserver/net/Network.h"
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace orv::devserver {
+
+namespace http = boost::beast::http;
+namespace websocket = boost::beast::websocket;
+
+/// One connection from TCP on: TLS, one HTTP request, and then either its answer or the WebSocket.
+/// I/O thread only. It keeps itself alive by what it waits for.
+class Connection : public Peer, public std::enable_shared_from_this<Connection> {
+ public:
+  Connection(Socket socket, net::ssl::context* tls, const NetworkOptions& options, Faults& faults,
+             NetworkEvents& events);
+
+  void start();
+  /// Drops everything without telling anybody; for the end of the server.
+  void abandon();
+
+  void sendText(std::string_view text) override { sendFrame(0x81, text); }
+  void sendBinary(std::string_view bytes) override { sendFrame(0x82, bytes); }
+  void sendWire(std::string_view bytes) override;
+  void cut(const Cut& cut) override;
+
+ private:
+  using WebSocket = websocket::stream<Link, false>;
+  using Request = http::request<http::string_body>;
+
+  void readHead();
+  void onHead(error_code error);
+  void admit(Request request);
+  void onRequest(const Request& request);
+  void answerHttp(unsigned status, std::string_view reason, const HttpAnswer& answer);
+  void answerProblem(unsigned status, std::string_view reason, std::string_view body = "{}");
+  void streamHttp(const HttpAnswer& answer);
+  void stall(std::function<void()> onEnd = {});
+  void readMessage();
+  void onMessage(error_code error);
+  void endAfter(std::chrono::milliseconds time);
+  void sendFrame(unsigned char opcode, std::string_view payload);
+
+  const NetworkOptions& options_;
+  Faults& faults_;
+  NetworkEvents& events_;
+  std::shared_ptr<LinkCore> core_;
+  const bool tls_;
+  bool fromThisMachine_ = false;
+  Timer deadline_;
+  beast::flat_buffer buffer_;
+  std::optional<http::request_parser<http::string_body>> parser_;
+  std::optional<WebSocket> webSocket_;
+  bool open_ = false, closing_ = false;
+};
+
+}  // namespace orv::devserver

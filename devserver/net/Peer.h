@@ -1,0 +1,43 @@
+#pragma once
+
+#include "devserver/Session.h"
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace orv::devserver {
+
+/// How a connection is cut.
+struct Cut {
+  enum class Kind {
+    Fin,    ///< TCP end of stream without a close frame
+    Reset,  ///< TCP reset; output that is still waiting is lost
+    Close,  ///< close frame, then the closing handshake
+  };
+  Kind kind = Kind::Fin;
+  std::uint16_t code = 1000;  ///< close code; 0: a close frame without a body
+  std::string reason{};       ///< at most 123 bytes of UTF-8
+};
+
+/// One open WebSocket connection as the logic of the server sees it. I/O thread only.
+class Peer {
+ public:
+  virtual ~Peer() = default;
+
+  /// Sends one text frame. The bytes go out as they are, valid UTF-8 or not.
+  virtual void sendText(std::string_view text) = 0;
+  /// Sends one binary frame.
+  virtual void sendBinary(std::string_view bytes) = 0;
+  /// Puts bytes on the wire that need not be a frame at all.
+  virtual void sendWire(std::string_view bytes) = 0;
+  /// Ends the connection.
+  virtual void cut(const Cut& cut) = 0;
+
+  std::uint64_t id = 0;  ///< unique in the life of the server object
+  std::chrono::system_clock::time_point since;
+  Session session;
+};
+
+}  // namespace orv::devserver

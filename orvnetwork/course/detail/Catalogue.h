@@ -1,0 +1,131 @@
+#pragma once
+
+#include <orvnetwork/course/CourseRequest.h>
+#include <orvnetwork/course/detail/KeyList.h>
+#include <orvnetwork/course/detail/LivePageMerge.h>
+#include <orvnetwork/course/detail/RecencyQueue.h>
+#include <orvnetwork/course/detail/RecordCache.h>
+#include <orvnetwork/course/detail/RecordFiles.h>
+#include <orvnetwork/data/Property.h>
+#include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/platform/Semaphore.h>
+#include <orvnetwork/platform/SerialQueue.h>
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace orv {
+
+/// Requests that wait, oldest first. Each reading gives a copy that is made outside of every lock of this class, since it
+/// copies what the host's callbacks hold. There are as many as the host makes and as the rules leave waiting.
+class RequestList {
+ public:
+  std::vector<CourseRequest> get() const {
+    const auto requests = requests_.get();
+    return requests != nullptr ? *requests : std::vector<CourseRequest>();
+  }
+  void set(std::vector<CourseRequest> requests) {
+    requests_ = std::make_shared<const std::vector<CourseRequest>>(std::move(requests));
+  }
+  operator std::vector<CourseRequest>() const { return get(); }
+  RequestList& operator=(std::vector<CourseRequest> requests) {
+    set(std::move(requests));
+    return *this;
+  }
+
+ private:
+  Property<std::shared_ptr<const std::vector<CourseRequest>>> requests_;
+};
+
+/// What the course manager holds. `dataSemaphore` guards it as a whole; besides, each part of it is safe by itself, so
+/// that counts and the like can be read without the semaphore.
+///
+/// The lists of a user's catalogue are read from their files when they are first needed: a worker reads them soon
+/// after the catalogue was opened, and whoever needs them sooner reads them himself. So the thread that changes
+/// the user, the main one as a rule, reads no list; it waits for the operation that holds the catalogue, if one does.
+struct Catalogue {
+  Property<bool> containTest;
+
+  KeyList cloudList, localList;
+  RecordCache cloudCache, localCache;
+  RecencyQueue queue;
+  Property<OptionalString> lastValidCourse;
+  RecordFiles cloudFiles{Durability::Plain};
+  RecordFiles localFiles{Durability::Durable};
+
+  LiveKeyLists liveLists;
+  RecordCache liveCache;
+  RecencyQueue liveQueue;
+  Property<OptionalString> lastValidLiveCourse;
+  RecordFiles liveFiles{Durability::Plain};
+
+  RequestList requests, liveRequests;
+
+  std::atomic<std::int64_t> currentUserID = -1;
+  Property<OptionalString> currentClassroomID;
+
+  Property<std::shared_ptr<Semaphore>> dataSemaphore, requestSemaphore, liveRequestSemaphore;
+  std::atomic<Executor*> workers = nullptr;
+  /// Where replies are merged, in the order in which they came.
+  std::shared_ptr<SerialQueue> merges;
+
+  /// Keeps an observer registered for good.
+  void observe(ObserverToken token);
+
+  /// Forgets everything that belongs to a user, and notes where the files of the next one are: `base` is the folder
+  /// of the catalogue below the user's documents. The requests that waited are handed back, for their callbacks
+  /// to be destroyed where no lock is held.
+  std::vector<CourseRequest> open(std::string base);
+  /// How many catalogues have been opened. What was begun for one must not be finished in the next.
+  std::uint64_t opened() const { return opened_; }
+  /// Makes the folders and reads the lists, unless that has been done.
+  void ensureLoaded();
+
+  /// The live lists as they are kept in their file.
+  json::array liveListsValue() const;
+  /// Whether the list of a status holds a live course; no status without a list does.
+  bool liveListHolds(std::uint64_t status, std::string_view key) const {
+    return status < kLiveStatuses && liveLists[status].contains(key);
+  }
+
+ private:
+  struct Lists;
+  void publish(Lists& lists);
+
+  /// Held while lists are read. Taken before `opening_`.
+  std::mutex loading_;
+  std::atomic<bool> loadPending_ = false;
+  /// Guards what follows, and is never held while the disk is waited for.
+  std::mutex opening_;
+  std::string base_;
+  std::atomic<std::uint64_t> opened_ = 0;
+  std::mutex observing_;
+  std::vector<ObserverToken> observers_;
+};
+
+/// Holds the catalogue for one operation: takes `dataSemaphore`, and gives the same one back in the end.
+///
+/// What is told on the console meanwhile is told afterwards, when nothing is locked any more.
+class CatalogueLock {
+ public:
+  explicit CatalogueLock(Catalogue& catalogue) : held_(loaded(catalogue)) {
+    // Once more, should another catalogue have been opened since.
+    catalogue.ensureLoaded();
+  }
+
+ private:
+  /// Before the semaphore is taken, so that the disk is not waited for while the catalogue is held.
+  static std::shared_ptr<Semaphore> loaded(Catalogue& catalogue) {
+    catalogue.ensureLoaded();
+    return catalogue.dataSemaphore;
+  }
+
+  const Console::Hold console_;
+  const SemaphoreHold held_;
+};
+
+}  // namespace orv

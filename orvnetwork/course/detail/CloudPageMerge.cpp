@@ -1,0 +1,63 @@
+#include "orvnetwork/course/detail/CloudPageMerge.h"
+
+#include <orvnetwork/course/detail/PageItems.h>
+#include <orvnetwork/data/LooseRead.h>
+
+namespace orv {
+
+namespace {
+
+bool isListed(const json::object& course) {
+  const std::int64_t status = looseInt64(member(course, "status"));
+  const std::int64_t published = looseInt64(member(course, "publishStatus"));
+  return status != 4 && (status != 5 || published == 1 || published == 3);
+}
+
+/// Where a new course belongs that is expected at an index of the list.
+std::size_t placeByRoom(const KeyList& list, std::size_t expected, std::int64_t roomID) {
+  if (list.roomIDAt(expected) > roomID) {
+    const std::size_t below = list.firstRoomBelow(roomID, expected);
+    return below == KeyList::npos ? list.size() - 1 : below - 1;
+  }
+  const std::size_t above = list.lastRoomAbove(roomID, expected);
+  return above == KeyList::npos ? 0 : above;
+}
+
+/// Inserts a new course and says for which place.
+std::int64_t insertNew(KeyList& list, const PageItems& items, std::size_t item, const std::string& key) {
+  const std::int64_t expected = items.position(item);
+  if (expected >= static_cast<std::int64_t>(list.size())) {
+    list.append(key);
+    return expected;
+  }
+  const std::size_t place = placeByRoom(list, static_cast<std::size_t>(expected), items.roomID(item));
+  list.insert(place, key);
+  return static_cast<std::int64_t>(place);
+}
+
+}  // namespace
+
+PageMergeResult mergeCloudPage(KeyList& list, OptionalString& cursor, std::int64_t page,
+                               const json::array& data, CloudMergeEffects& effects) {
+  const PageItems items(page, data);
+  PagePass pass(list, cursor, page, effects);
+  for (std::size_t item = 0; item < items.size(); ++item) {
+    const json::object* course = items.course(item);
+    if (course == nullptr || !isListed(*course)) continue;
+    const std::string key = items.key(item);
+    const std::size_t known = list.indexOf(key, pass.hint());
+    const bool isKnown = known != KeyList::npos;
+    const std::int64_t position =
+        isKnown ? static_cast<std::int64_t>(known) : insertNew(list, items, item, key);
+    effects.take(item, key, isKnown);
+    pass.confirm(key, position);
+  }
+  if (items.empty()) {
+    pass.trimTo(0);
+  } else if (items.isLastPage()) {
+    pass.trimBehindLast();
+  }
+  return {.lastPage = items.isLastPage(), .writeList = !items.empty()};
+}
+
+}  // namespace orv

@@ -1,0 +1,134 @@
+#include "orvnetwork/course/detail/KeyList.h"
+
+#include <orvnetwork/course/detail/CourseKey.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace orv {
+
+bool KeyList::contains(std::string_view key) const {
+  const std::lock_guard lock(mutex_);
+  return uses_.contains(key);
+}
+
+OptionalString KeyList::at(std::size_t index) const {
+  const std::lock_guard lock(mutex_);
+  if (index >= order_.size()) return std::nullopt;
+  return order_[index]->first;
+}
+
+std::size_t KeyList::indexOf(std::string_view key, std::size_t hint) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = uses_.find(key);
+  return found == uses_.end() ? npos : find(&*found, hint);
+}
+
+std::optional<std::int64_t> KeyList::roomIDAt(std::size_t index) const {
+  const std::lock_guard lock(mutex_);
+  if (index >= order_.size()) return std::nullopt;
+  return order_[index]->second.roomID;
+}
+
+std::size_t KeyList::firstRoomBelow(std::int64_t roomID, std::size_t from) const {
+  const std::lock_guard lock(mutex_);
+  for (std::size_t index = from; index < order_.size(); ++index) {
+    if (order_[index]->second.roomID < roomID) return index;
+  }
+  return npos;
+}
+
+std::size_t KeyList::lastRoomAbove(std::int64_t roomID, std::size_t from) const {
+  const std::lock_guard lock(mutex_);
+  for (std::size_t end = from < order_.size() ? from + 1 : order_.size(); end > 0; --end) {
+    if (order_[end - 1]->second.roomID > roomID) return end - 1;
+  }
+  return npos;
+}
+
+void KeyList::insert(std::size_t position, std::string_view key) {
+  const std::lock_guard lock(mutex_);
+  insertLocked(position, key);
+  publishSize();
+}
+
+bool KeyList::remove(std::string_view key, std::size_t hint) {
+  const std::lock_guard lock(mutex_);
+  const auto found = uses_.find(key);
+  if (found == uses_.end()) return false;
+  if (found->second.count == 1) {
+    removeAtLocked(find(&*found, hint));
+  } else {
+    std::erase(order_, &*found);
+    uses_.erase(found);
+  }
+  publishSize();
+  return true;
+}
+
+void KeyList::removeAt(std::size_t index) {
+  const std::lock_guard lock(mutex_);
+  if (index >= order_.size()) return;
+  removeAtLocked(index);
+  publishSize();
+}
+
+void KeyList::removeLast() {
+  const std::lock_guard lock(mutex_);
+  if (order_.empty()) return;
+  removeAtLocked(order_.size() - 1);
+  publishSize();
+}
+
+void KeyList::swap(KeyList& other) {
+  if (&other == this) return;
+  const std::scoped_lock lock(mutex_, other.mutex_);
+  uses_.swap(other.uses_);
+  order_.swap(other.order_);
+  publishSize();
+  other.publishSize();
+}
+
+void KeyList::assign(const std::vector<std::string>& keys) {
+  const std::lock_guard lock(mutex_);
+  order_.clear();
+  uses_.clear();
+  for (const std::string& key : keys) insertLocked(npos, key);
+  publishSize();
+}
+
+std::vector<std::string> KeyList::snapshot() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string> keys;
+  keys.reserve(order_.size());
+  for (const Key* key : order_) keys.push_back(key->first);
+  return keys;
+}
+
+/// The first index of a key that is in the list.
+std::size_t KeyList::find(const Key* key, std::size_t hint) const {
+  // Only one occurrence can be looked for from the middle: of several the first one is wanted.
+  const std::size_t start = key->second.count > 1 ? 0 : std::min(hint, order_.size() - 1);
+  for (std::size_t below = start, above = start;;) {
+    if (order_[above] == key) return above;
+    if (order_[below] == key) return below;
+    if (above + 1 < order_.size()) ++above;
+    if (below > 0) --below;
+  }
+}
+
+void KeyList::insertLocked(std::size_t position, std::string_view key) {
+  auto use = uses_.find(key);
+  if (use == uses_.end()) use = uses_.emplace(key, Use{0, roomIDOfKey(key)}).first;
+  ++use->second.count;
+  const std::size_t index = std::min(position, order_.size());
+  order_.insert(order_.begin() + static_cast<std::ptrdiff_t>(index), &*use);
+}
+
+void KeyList::removeAtLocked(std::size_t index) {
+  Key* key = order_[index];
+  order_.erase(order_.begin() + static_cast<std::ptrdiff_t>(index));
+  if (--key->second.count == 0) uses_.erase(uses_.find(key->first));
+}
+
+}  // namespace orv

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <orvnetwork/course/detail/CloudPageMerge.h>
+
+#include <array>
+
+namespace orv {
+
+/// Live courses have one of these statuses, from 0 on.
+inline constexpr std::size_t kLiveStatuses = 6;
+/// One list of live courses for each status.
+using LiveKeyLists = std::array<KeyList, kLiveStatuses>;
+
+/// What merging a page of live courses does beside changing the lists, in the order of the merge and with the
+/// lists as they are at that moment. The effects must leave the lists alone.
+class LiveMergeEffects : public DroppedCourses {
+ public:
+  /// Makes the record of the item at an index of the page, or brings it up to date. `known` tells that the key
+  /// is in the list of the page's status.
+  /// @return whether the record was in memory: then the course leaves the list of another status that it is in
+  virtual bool findRecord(std::size_t item, const std::string& key, bool known) = 0;
+
+  /// Stores that record. Its key is in no list that the merge knows of: it was taken out and is not yet back
+  /// in its place.
+  virtual void storeRecord(std::size_t item, const std::string& key) = 0;
+
+ protected:
+  ~LiveMergeEffects() = default;
+};
+
+/// Merges a page of live courses of one status into their lists. The courses stand one behind the other in the
+/// order of the server. What lies behind the last page is cut off, but an empty page cuts nothing. What is no
+/// dictionary is passed over.
+///
+/// @param lists  changed in place: the list of `status`, and those that a course leaves for it
+/// @param status 0 to 5; a page of another one changes nothing
+/// @param cursor key of the course that was confirmed last in this pass; none at its start
+/// @param page   counts from 1
+PageMergeResult mergeLivePage(LiveKeyLists& lists, std::size_t status, OptionalString& cursor,
+                              std::int64_t page, const json::array& items, LiveMergeEffects& effects);
+
+}  // namespace orv

@@ -1,0 +1,49 @@
+#include "orvnetwork/course/detail/PageItems.h"
+
+#include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/data/JsonEquality.h>
+
+#include <limits>
+
+namespace orv {
+
+namespace {
+
+const json::value* roomOf(const json::value& item) {
+  return member(item.if_object(), "roomID");
+}
+
+}  // namespace
+
+PageItems::PageItems(std::int64_t page, const json::array& items)
+    : page_(page < 1 ? 1 : page), items_(items) {
+  rooms_.reserve(items.size());
+  for (const json::value& item : items) {
+    const json::value* room = roomOf(item);
+    rooms_.push_back(room == nullptr ? 0 : hashOfJson(*room));
+  }
+}
+
+std::string PageItems::key(std::size_t index) const {
+  return courseKey(roomID(index));
+}
+
+std::int64_t PageItems::roomID(std::size_t index) const {
+  return looseInt64(roomOf(items_[index]));
+}
+
+std::int64_t PageItems::position(std::size_t index) const {
+  constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+  const auto inPage = static_cast<std::int64_t>(firstEqual(index));
+  const std::int64_t pagesBefore = page_ - 1;
+  return pagesBefore > (kMax - inPage) / kCoursePageSize ? kMax : pagesBefore * kCoursePageSize + inPage;
+}
+
+std::size_t PageItems::firstEqual(std::size_t index) const {
+  for (std::size_t earlier = 0; earlier < index; ++earlier) {
+    if (rooms_[earlier] == rooms_[index] && sameJson(items_[earlier], items_[index])) return earlier;
+  }
+  return index;
+}
+
+}  // namespace orv

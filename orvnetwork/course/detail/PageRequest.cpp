@@ -1,0 +1,74 @@
+#include "orvnetwork/course/detail/PageRequest.h"
+
+#include <orvnetwork/course/detail/PageItems.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace orv {
+
+namespace {
+
+constexpr auto kPageSize = static_cast<std::uint64_t>(kCoursePageSize);
+constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+
+bool isRangeServed(const CourseRequest& request, bool canContinue, std::uint64_t listCount) {
+  const std::uint64_t covered = request.force ? request.endIndex.value_or(0) : listCount;
+  return covered >= request.need() || !canContinue;
+}
+
+NextPage nextPageOfRange(const CourseRequest& request, std::uint64_t listCount) {
+  NextPage next;
+  next.startsPass = !request.endIndex.has_value();
+  if (request.force) {
+    const std::uint64_t base = request.endIndex.value_or(*request.start / kPageSize * kPageSize);
+    next.endIndex = base > kMost - kPageSize ? kMost : base + kPageSize;
+    next.page = static_cast<std::int64_t>(*next.endIndex / kPageSize);
+  } else {
+    const std::uint64_t page = listCount / kPageSize + 1;
+    next.page = static_cast<std::int64_t>(page);
+    next.endIndex = page * kPageSize;
+  }
+  return next;
+}
+
+}  // namespace
+
+PageVerdict judgePageRequest(const CourseRequest& request, const PageProgress& progress,
+                             std::uint64_t listCount) {
+  if (request.isRange()) {
+    const bool isServed = isRangeServed(request, progress.canContinue(), listCount);
+    return isServed ? PageVerdict::serve : PageVerdict::wait;
+  }
+  if (!request.page || *request.page < 1) return PageVerdict::refuse;
+  const bool isTold = progress.retriesLeft < 1 || *request.page == progress.page;
+  return isTold ? PageVerdict::tellPage : PageVerdict::wait;
+}
+
+PageVerdict judgeLivePageRequest(const CourseRequest& request, std::uint64_t wanted,
+                                 const PageProgress& progress, std::uint64_t loaded,
+                                 std::uint64_t listCount) {
+  if (!request.isRange()) return PageVerdict::refuse;
+  const bool isServed =
+      wanted == loaded ? isRangeServed(request, progress.canContinue(), listCount) : progress.retriesLeft < 1;
+  return isServed ? PageVerdict::serve : PageVerdict::wait;
+}
+
+IndexRange servedRange(const CourseRequest& request, std::uint64_t listCount) {
+  return {request.start.value_or(0), std::min(request.need(), listCount)};
+}
+
+std::optional<NextPage> nextPage(const CourseRequest& request, std::uint64_t listCount) {
+  if (request.page) {
+    if (*request.page < 1) return std::nullopt;
+    return NextPage{.page = *request.page, .endIndex = {}, .startsPass = true};
+  }
+  if (!request.isRange()) return std::nullopt;
+  return nextPageOfRange(request, listCount);
+}
+
+bool isPageableStatus(std::uint64_t status) {
+  return status >= 1 && status <= 3;
+}
+
+}  // namespace orv

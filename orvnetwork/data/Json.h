@@ -1,0 +1,58 @@
+#pragma once
+
+#include <orvnetwork/data/Error.h>
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
+
+namespace orv {
+
+/// Domain and code of every error of the JSON reader and writer.
+inline constexpr std::string_view kJsonErrorDomain = "OrvJson";
+inline constexpr std::int64_t kJsonErrorCode = 3840;
+
+/// How deep arrays and dictionaries may be nested in a text that is read.
+inline constexpr std::size_t kMaxJsonDepth = 512;
+
+/// What `parseJson` answers: a value, or why there is none.
+struct JsonParseResult {
+  std::optional<json::value> value;
+  /// Meaningful only without a value; the description names the byte where reading stopped.
+  Error error;
+};
+
+/// What the writers answer: a text, or why there is none.
+struct JsonWriteResult {
+  OptionalString text;
+  /// Meaningful only without a text.
+  Error error;
+};
+
+/// Reads a JSON text in UTF-8 (a byte order mark may lead it; UTF-16 and UTF-32 are not read).
+///
+/// The top level must be an array or a dictionary, with nothing but blanks around it. One comma after the
+/// last member is accepted; of members with the same key the last one counts. Errors are: nesting deeper than
+/// `kMaxJsonDepth`, a number too large for a double, a raw control character or a lone surrogate in a string,
+/// bytes that are not UTF-8, comments. Integers come as signed, else unsigned 64-bit numbers if they fit,
+/// and as correctly rounded doubles if they do not or if they have a fraction or an exponent.
+///
+/// The values of a long text share one chain of blocks, which is freed as a whole when all that was moved out of
+/// the result is gone, and which does not reuse what is replaced in it meanwhile; copies are independent of it.
+/// Any thread.
+ORV_EXPORT JsonParseResult parseJson(std::string_view text);
+
+/// Writes an array or a dictionary, its members in their order, indented by two blanks a level, with a blank
+/// on both sides of each colon and no line feed at the end. "/" is escaped, non-ASCII text is not. Real
+/// numbers get the fewest digits that read back as the same number; 10.0 becomes 10.
+///
+/// Errors: any other top level, a NaN or an infinite number, text that is not UTF-8, nesting of
+/// `kMaxJsonDepth` levels or more. Any thread.
+ORV_EXPORT JsonWriteResult writeJsonPretty(const json::value& value);
+ORV_EXPORT JsonWriteResult writeJsonPretty(const json::object& object);
+ORV_EXPORT JsonWriteResult writeJsonPretty(const json::array& array);
+
+/// Writes any value on one line without blanks, "/" as it is; numbers, order and other errors as in
+/// `writeJsonPretty`. Any thread.
+ORV_EXPORT JsonWriteResult writeJsonCompact(const json::value& value);
+ORV_EXPORT JsonWriteResult writeJsonCompact(const json::object& object);
+
+}  // namespace orv

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <orvnetwork/data/Error.h>
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
+
+namespace orv {
+
+/// Domain and code of every error of the property-list reader and writer.
+inline constexpr std::string_view kPropertyListErrorDomain = "OrvPropertyList";
+inline constexpr std::int64_t kPropertyListErrorCode = 3840;
+
+/// How deep arrays and dictionaries may be nested in a property list.
+inline constexpr std::size_t kMaxPropertyListDepth = 64;
+
+/// How many bytes a property list may have. Those of a binary one may not stand for much more than that
+/// either, however often they are shared.
+inline constexpr std::size_t kMaxPropertyListSize = std::size_t{64} << 20;
+
+/// What `readPropertyList` answers: a value, or why there is none.
+struct PropertyListResult {
+  std::optional<json::value> value;
+  /// Meaningful only without a value.
+  Error error;
+};
+
+/// What `writePropertyList` answers: a text, or why there is none.
+struct PropertyListWriteResult {
+  OptionalString text;
+  /// Meaningful only without a text.
+  Error error;
+};
+
+/// Reads a property list in its XML form (UTF-8) or in its binary form ("bplist00").
+///
+/// Integers come as signed 64-bit numbers, those above 2^63 - 1 as unsigned ones; reals come as doubles, NaN
+/// and the infinities among them. Of members with the same key the last one counts.
+///
+/// A list counts as damaged when it holds dates, data or any element that is not a property list's, a number
+/// that is none or that does not fit, or text that is not UTF-8 or has a zero byte; when it is nested deeper
+/// than `kMaxPropertyListDepth`; and when it is larger than `kMaxPropertyListSize`. The locale of the process
+/// has no say. Any thread.
+ORV_EXPORT PropertyListResult readPropertyList(std::string_view bytes);
+
+/// Writes an XML property list in UTF-8: the keys of each dictionary in the order of their UTF-16 code units,
+/// a tab a level below the root, and a line feed at the end. Reals have 17 significant digits, so that they
+/// read back as the same number (a negative zero as zero); they stay reals when they are whole.
+///
+/// Errors, whose description names the place as in `data.list[3].name`: a null anywhere, text or a key that
+/// is not UTF-8 or holds a zero byte, nesting deeper than `kMaxPropertyListDepth`, a text larger than
+/// `kMaxPropertyListSize`. Any thread.
+ORV_EXPORT PropertyListWriteResult writePropertyList(const json::value& value);
+ORV_EXPORT PropertyListWriteResult writePropertyList(const json::object& dictionary);
+ORV_EXPORT PropertyListWriteResult writePropertyList(const json::array& array);
+
+}  // namespace orv

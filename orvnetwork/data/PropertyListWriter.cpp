@@ -1,0 +1,234 @@
+// The text is made here and not by the library that reads it: that one writes from a tree of its own, and
+// filling this tree costs several times as much as the text.
+
+#include "orvnetwork/data/PropertyList.h"
+
+#include <orvnetwork/data/TextOrder.h>
+#include <orvnetwork/data/Utf8.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <exception>
+#include <vector>
+
+namespace orv {
+
+namespace {
+
+constexpr std::string_view kHead =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+    "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+    "<plist version=\"1.0\">\n";
+constexpr std::string_view kTail = "</plist>\n";
+
+/// How many bytes of a key an error shows.
+constexpr std::size_t kShownKeySize = 60;
+
+enum class Byte : std::uint8_t { Plain, Sequence, Escaped, Zero };
+
+constexpr std::array<Byte, 256> makeKinds() {
+  std::array<Byte, 256> kinds{};
+  for (std::size_t c = 0x80; c < 0x100; ++c) kinds[c] = Byte::Sequence;
+  kinds[0] = Byte::Zero;
+  kinds['<'] = kinds['>'] = kinds['&'] = Byte::Escaped;
+  return kinds;
+}
+constexpr std::array<Byte, 256> kKinds = makeKinds();
+
+std::string_view view(json::string_view text) {
+  return {text.data(), text.size()};
+}
+
+std::string_view shortened(std::string_view key) {
+  if (key.size() <= kShownKeySize) return key;
+  std::size_t size = kShownKeySize;
+  while ((static_cast<unsigned char>(key[size]) & 0xC0) == 0x80) --size;
+  return key.substr(0, size);
+}
+
+class Writer {
+ public:
+  Writer() { out_.reserve(4096); }
+
+  template <typename Value>
+  PropertyListWriteResult run(const Value& value) && {
+    out_ += kHead;
+    if (!write(value)) {
+      return failure((place_.empty() ? "the root" : place_.substr(place_.front() == '.' ? 1 : 0)) + " " +
+                     problem_);
+    }
+    out_ += kTail;
+    if (out_.size() > kMaxPropertyListSize) return failure("the root is too large for a property list");
+    return {std::move(out_), {}};
+  }
+
+  static PropertyListWriteResult failure(std::string why) {
+    return {std::nullopt, {std::string(kPropertyListErrorDomain), kPropertyListErrorCode, std::move(why)}};
+  }
+
+ private:
+  bool write(const json::value& value) {
+    switch (value.kind()) {
+      case json::kind::null:
+        return fail("is null, which a property list cannot hold");
+      case json::kind::bool_:
+        return writeLine(value.get_bool() ? "<true/>" : "<false/>");
+      case json::kind::int64:
+        return writeInteger(value.get_int64());
+      case json::kind::uint64:
+        return writeInteger(value.get_uint64());
+      case json::kind::double_:
+        return writeReal(value.get_double());
+      case json::kind::string:
+        return writeText("<string>", view(value.get_string()), "</string>\n");
+      case json::kind::array:
+        return write(value.get_array());
+      case json::kind::object:
+        return write(value.get_object());
+    }
+    return false;
+  }
+
+  bool write(const json::array& array) {
+    if (array.empty()) return enter() && leave() && writeLine("<array/>");
+    writeLine("<array>");
+    if (!enter()) return false;
+    for (std::size_t at = 0; at < array.size(); ++at) {
+      if (!write(array[at])) return failBelow("[" + std::to_string(at) + "]");
+    }
+    return leave() && writeLine("</array>");
+  }
+
+  bool write(const json::object& dictionary) {
+    if (dictionary.empty()) return enter() && leave() && writeLine("<dict/>");
+    writeLine("<dict>");
+    if (!enter()) return false;
+    for (const json::key_value_pair* member : sorted(dictionary)) {
+      const std::string_view key = view(member->key());
+      if (!writeText("<key>", key, "</key>\n")) return failAtKey();
+      if (!write(member->value())) return failBelow("." + std::string(shortened(key)));
+    }
+    return leave() && writeLine("</dict>");
+  }
+
+  static std::vector<const json::key_value_pair*> sorted(const json::object& dictionary) {
+    std::vector<const json::key_value_pair*> members;
+    members.reserve(dictionary.size());
+    for (const json::key_value_pair& member : dictionary) members.push_back(&member);
+    std::ranges::sort(members, [](const auto* left, const auto* right) {
+      return precedesByUtf16Units(view(left->key()), view(right->key()));
+    });
+    return members;
+  }
+
+  /// What is inside stands a tab further in, but for the root.
+  bool enter() { return ++depth_ <= kMaxPropertyListDepth || fail("is nested too deep for a property list"); }
+  bool leave() {
+    --depth_;
+    return true;
+  }
+
+  void indent() { out_.append(depth_, '\t'); }
+
+  bool writeLine(std::string_view line) {
+    indent();
+    out_ += line;
+    out_ += '\n';
+    return true;
+  }
+
+  template <typename Integer>
+  bool writeInteger(Integer number) {
+    char buffer[24];
+    return writeNumber("<integer>", {buffer, std::to_chars(buffer, std::end(buffer), number).ptr},
+                       "</integer>\n");
+  }
+
+  bool writeReal(double number) {
+    if (std::isnan(number)) return writeLine("<real>nan</real>");
+    if (std::isinf(number))
+      return writeLine(number > 0 ? "<real>+infinity</real>" : "<real>-infinity</real>");
+    if (number == 0) return writeLine("<real>0.0</real>");
+    char buffer[32];
+    const auto end = std::to_chars(buffer, std::end(buffer), number, std::chars_format::general, 17).ptr;
+    return writeNumber("<real>", {buffer, end}, "</real>\n");
+  }
+
+  bool writeNumber(std::string_view opening, std::string_view digits, std::string_view closing) {
+    indent();
+    out_ += opening;
+    out_ += digits;
+    out_ += closing;
+    return true;
+  }
+
+  bool writeText(std::string_view opening, std::string_view text, std::string_view closing) {
+    indent();
+    out_ += opening;
+    std::size_t written = 0;
+    for (std::size_t at = 0; at < text.size();) {
+      const Byte kind = kKinds[static_cast<unsigned char>(text[at])];
+      if (kind == Byte::Plain) {
+        ++at;
+      } else if (kind == Byte::Sequence) {
+        const std::size_t length = utf8SequenceLength(text.substr(at));
+        if (length == 0) return fail("is not UTF-8");
+        at += length;
+      } else if (kind == Byte::Zero) {
+        return fail("holds a zero byte");
+      } else {
+        out_ += text.substr(written, at - written);
+        out_ += text[at] == '<' ? "&lt;" : text[at] == '>' ? "&gt;" : "&amp;";
+        written = ++at;
+      }
+    }
+    out_ += text.substr(written);
+    out_ += closing;
+    return true;
+  }
+
+  bool fail(const char* problem) {
+    problem_ = problem;
+    return false;
+  }
+
+  bool failBelow(const std::string& step) {
+    place_.insert(0, step);
+    return false;
+  }
+
+  bool failAtKey() {
+    problem_.insert(0, "has a key that ");
+    return false;
+  }
+
+  std::string out_;
+  std::size_t depth_ = 0;
+  std::string problem_;
+  /// Where it went wrong, put together on the way back.
+  std::string place_;
+};
+
+template <typename Value>
+PropertyListWriteResult writeRoot(const Value& value) try {
+  return Writer().run(value);
+} catch (const std::exception& exception) {
+  return Writer::failure(exception.what());
+}
+
+}  // namespace
+
+PropertyListWriteResult writePropertyList(const json::value& value) {
+  return writeRoot(value);
+}
+PropertyListWriteResult writePropertyList(const json::object& dictionary) {
+  return writeRoot(dictionary);
+}
+PropertyListWriteResult writePropertyList(const json::array& array) {
+  return writeRoot(array);
+}
+
+}  // namespace orv

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <orvnetwork/dates/Calendar.h>
+#include <orvnetwork/dates/DateFormat.h>
+#include <orvnetwork/dates/icu/LeasePool.h>
+
+#include <unicode/calendar.h>
+
+namespace orv {
+
+struct CalendarKey {
+  Calendar::Kind kind;
+  std::string locale;
+  std::string zone;
+
+  bool operator==(const CalendarKey&) const = default;
+};
+
+class IcuDateFormat;
+
+using CalendarPool = LeasePool<CalendarKey, icu::Calendar>;
+using CalendarLease = CalendarPool::Lease;
+using DateFormatPool = LeasePool<detail::DateFormatKey, IcuDateFormat>;
+
+/// The process's calendars and formats at rest; made at first use, never destroyed. Any thread.
+CalendarPool& calendarPool();
+DateFormatPool& dateFormatPool();
+
+}  // namespace orv

@@ -1,0 +1,69 @@
+#include "orvnetwork/platform/native/network/NativeReachability.h"
+
+#include <orvnetwork/platform/native/network/LoopbackUrl.h>
+#include <orvnetwork/platform/native/network/NetworkWatcher.h>
+#include <orvnetwork/platform/native/threads/ServiceThread.h>
+
+#include <cerrno>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+namespace orv {
+
+namespace {
+
+class NativeReachability final : public Reachability {
+ public:
+  NativeReachability(Executor& mainQueue, NativeReachabilityOptions options)
+      : watcher_(mainQueue, std::move(options), subscription_) {}
+
+  ~NativeReachability() override {
+    subscription_->stop();
+    watcher_.stop();
+    if (thread_.joinable()) thread_.join();
+  }
+
+  void setServer(const OptionalString& url) override {
+    subscription_->setServerIsOnThisMachine(url && isLoopbackUrl(*url));
+  }
+
+  void startMonitoring(Callback callback) override {
+    subscription_->start(std::move(callback));
+    const std::lock_guard lock(threadMutex_);
+    const int error = thread_.joinable() ? 0 : startThread();
+    if (error == 0) return watcher_.wake();
+    watcher_.reportUnknown(subscription_->monitoredPeriod(), "no thread to watch the network", error);
+  }
+
+  void stopMonitoring() override {
+    subscription_->stop();
+    watcher_.wake();
+  }
+
+ private:
+  /// Returns 0 or the number of the error.
+  int startThread() {
+    if (!watcher_.isUsable()) return EMFILE;
+    try {
+      thread_ = startServiceThread("orv-network", [this] { watcher_.run(); });
+      return 0;
+    } catch (const std::system_error& error) {
+      return error.code().value();
+    }
+  }
+
+  const std::shared_ptr<ReachabilitySubscription> subscription_ =
+      std::make_shared<ReachabilitySubscription>();
+  NetworkWatcher watcher_;
+  std::mutex threadMutex_;
+  std::thread thread_;
+};
+
+}  // namespace
+
+std::unique_ptr<Reachability> makeNativeReachability(Executor& mainQueue, NativeReachabilityOptions options) {
+  return std::make_unique<NativeReachability>(mainQueue, std::move(options));
+}
+
+}  // namespace orv

@@ -1,0 +1,298 @@
+#include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
+
+#include <orvnetwork/platform/native/SystemRandom.h>
+#include <orvnetwork/platform/native/websocket/CloseCodes.h>
+#include <orvnetwork/platform/native/websocket/IoThread.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orv {
+
+namespace {
+
+namespace websocket = boost::beast::websocket;
+
+/// After a failed write, how long what the peer still sent may take to arrive: its close frame says more than
+/// our error does.
+constexpr Seconds kLastWords{1.0};
+/// The write buffer's size is the size of the pieces in which a message is masked.
+constexpr std::size_t kMaskedPiece = std::size_t{16} << 10;
+constexpr std::size_t kLongestPing = 125;
+
+/// A time span that a timer can hold.
+std::chrono::steady_clock::duration toTimerSpan(Seconds span) {
+  constexpr double kLongest = 1e9;
+  const double seconds = std::isnan(span.count()) ? 0 : std::clamp(span.count(), 0.0, kLongest);
+  return std::chrono::duration_cast<std::chrono::steady_clock::duration>(Seconds(seconds));
+}
+
+bool isProtocolError(const error_code& error) {
+  return error.category() == websocket::make_error_code(websocket::error::closed).category();
+}
+
+}  // namespace
+
+std::shared_ptr<WebSocket> makeNativeWebSocket(WebSocketRequest request, Executor& mainQueue,
+                                               NativeWebSocketLimits limits) {
+  return std::make_shared<BeastWebSocket>(std::move(request), mainQueue, limits);
+}
+
+BeastWebSocket::BeastWebSocket(WebSocketRequest request, Executor& mainQueue, NativeWebSocketLimits limits)
+    : mainQueue_(mainQueue),
+      limits_(limits),
+      queue_(limits.outgoingBytes),
+      context_(ioContext()),
+      request_(std::move(request)),
+      protocol_(context_, static_cast<GatheringStream::Owner&>(*this)),
+      connector_(stream().socket()),
+      deadline_(context_),
+      message_(limits.incomingBytes) {
+  protocol_.auto_fragment(false);
+  protocol_.write_buffer_bytes(kMaskedPiece);
+  protocol_.read_message_max(limits.incomingBytes);
+}
+
+// ---- Any thread
+
+void BeastWebSocket::open() {
+  if (opened_.exchange(true)) return;
+  asio::post(context_, [self = shared_from_this()] { self->startConnecting(); });
+}
+
+void BeastWebSocket::close() {
+  WebSocketState state = state_;
+  while (state == WebSocketState::Connecting || state == WebSocketState::Open) {
+    if (state_.compare_exchange_weak(state, WebSocketState::Closing)) return enqueue({});
+  }
+}
+
+void BeastWebSocket::send(std::shared_ptr<const std::string> text) {
+  if (text == nullptr || state_ != WebSocketState::Open) return;
+  enqueue({Outgoing::Kind::Text, std::move(text)});
+}
+
+void BeastWebSocket::sendPing(std::string payload) {
+  if (state_ != WebSocketState::Open) return;
+  payload.resize(std::min(payload.size(), kLongestPing));
+  enqueue({Outgoing::Kind::Ping, std::make_shared<const std::string>(std::move(payload))});
+}
+
+void BeastWebSocket::enqueue(Outgoing item) {
+  switch (queue_.push(std::move(item))) {
+    case OutgoingQueue::Pushed::Queued:
+      return;
+    case OutgoingQueue::Pushed::WakeUp:
+      return asio::post(context_, [self = shared_from_this()] { self->takeOutgoing(); });
+    case OutgoingQueue::Pushed::Overflow:
+      if (overflowed_.exchange(true)) return;
+      return asio::post(context_, [self = shared_from_this()] {
+        self->fail(websocket_error::kWriteFailed, "more messages wait to be sent than there is room for");
+      });
+  }
+}
+
+// ---- Sending
+
+void BeastWebSocket::takeOutgoing() {
+  queue_.takeAll(outgoing_);
+  const bool closing = std::any_of(outgoing_.begin(), outgoing_.end(),
+                                   [](const Outgoing& item) { return item.kind == Outgoing::Kind::Close; });
+  // From now on the peer must at least take what waits before the close frame.
+  if (closing && phase_ == Phase::Open) armDeadline(limits_.closing, &BeastWebSocket::closingLimitReached);
+  sendOutgoing();
+}
+
+void BeastWebSocket::sendOutgoing() {
+  while (!outgoing_.empty() && stream().gatheredBytes() < GatheringStream::kHighWater) {
+    const Outgoing item = std::move(outgoing_.front());
+    outgoing_.pop_front();
+    queue_.finished(item);
+    sendOne(item);
+  }
+  if (phase_ == Phase::Open) stream().flush();
+}
+
+void BeastWebSocket::sendOne(const Outgoing& item) {
+  if (item.kind == Outgoing::Kind::Close) return startClosing();
+  if (phase_ != Phase::Open) return;
+  // An error shows in the read that is always under way.
+  error_code ignored;
+  if (item.kind == Outgoing::Kind::Text) {
+    protocol_.write(asio::buffer(*item.text), ignored);
+  } else {
+    protocol_.ping(websocket::ping_data(item.text->data(), item.text->size()), ignored);
+  }
+}
+
+void BeastWebSocket::outputFailed(const error_code& error) {
+  if (phase_ == Phase::Parting) return end();
+  if (phase_ != Phase::Connecting && phase_ != Phase::Open) return;
+  writeError_ = error;
+  if (phase_ == Phase::Connecting) return reportWriteError();
+  armDeadline(kLastWords, &BeastWebSocket::reportWriteError);
+}
+
+void BeastWebSocket::reportWriteError() {
+  fail(websocket_error::kWriteFailed, "writing failed: " + writeError_->message());
+}
+
+// ---- Receiving
+
+void BeastWebSocket::readNext() {
+  protocol_.async_read(
+      message_, [self = shared_from_this()](const error_code& error, std::size_t) { self->onRead(error); });
+}
+
+void BeastWebSocket::onRead(const error_code& error) {
+  if (!error) {
+    if (phase_ == Phase::Open) deliverMessage();
+    if (!pauseReading()) readNext();
+    return;
+  }
+  if (phase_ == Phase::Open) onReadingEnded(error);
+  if (phase_ == Phase::Parting) stream().part();
+}
+
+/// True when too much waits for the main thread: then the delivery that makes room goes on reading.
+bool BeastWebSocket::pauseReading() {
+  if (undelivered_ <= limits_.undeliveredBytes) return false;
+  readingPaused_ = true;
+  // Room may have been made just before that was to be seen; one of both sides takes the flag back.
+  return undelivered_ > limits_.undeliveredBytes || !readingPaused_.exchange(false);
+}
+
+void BeastWebSocket::deliverMessage() {
+  auto message = std::make_unique<WebSocketMessage>();
+  message->isText = protocol_.got_text();
+  message->payload = message_.take();
+  if (message->isText && request_.prepare) {
+    try {
+      message->prepared = request_.prepare(message->payload);
+    } catch (...) {
+      message->prepared.reset();  // the receiver decodes for itself and finds out why
+    }
+  }
+  const std::size_t size = message->payload.size();
+  deliverIncoming(size, [message = std::move(message)](WebSocketDelegate& delegate, WebSocket& socket) {
+    delegate.webSocketReceived(socket, std::move(*message));
+  });
+}
+
+void BeastWebSocket::onControlFrame(websocket::frame_type kind, std::string_view payload) {
+  if (phase_ != Phase::Open) return;
+  if (kind == websocket::frame_type::close) return onCloseFrame();
+  if (kind != websocket::frame_type::pong || undelivered_ > limits_.undeliveredBytes) return;
+  auto copy = std::make_unique<std::string>(payload);
+  deliverIncoming(payload.size(), [copy = std::move(copy)](WebSocketDelegate& delegate, WebSocket& socket) {
+    delegate.webSocketReceivedPong(socket, std::move(*copy));
+  });
+}
+
+/// Our answer goes out ahead of the protocol library's, which the sealed stream then swallows.
+void BeastWebSocket::onCloseFrame() {
+  const websocket::close_reason& peer = protocol_.reason();
+  const int code = peer.code == websocket::close_code::none ? close_codes::kNone : peer.code;
+  const bool allowed = code == close_codes::kNone || close_codes::isAllowed(code);
+  stream().sealWith(
+      close_codes::maskedFrame(allowed ? close_codes::kNormal : close_codes::kProtocolError, systemRandom()));
+  OptionalString reason;
+  if (allowed && !peer.reason.empty()) reason.emplace(peer.reason.data(), peer.reason.size());
+  reportClosed(code, std::move(reason), true);
+  part();
+}
+
+void BeastWebSocket::onReadingEnded(const error_code& error) {
+  if (writeError_) return reportWriteError();
+  if (isProtocolError(error)) {
+    const bool aboutCloseCode =
+        error == websocket::error::bad_close_code || error == websocket::error::bad_close_payload;
+    reportClosed(aboutCloseCode ? stream().lastCloseCode() : 0, std::nullopt, true);
+    return part();
+  }
+  if (!stream().sawEnd()) return fail(systemError(error));
+  reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
+  end();
+}
+
+// ---- Closing
+
+void BeastWebSocket::startClosing() {
+  if (phase_ == Phase::Open) {
+    return stream().sealWith(close_codes::maskedFrame(close_codes::kNormal, systemRandom()));
+  }
+  if (phase_ != Phase::Idle && phase_ != Phase::Connecting) return;
+  reportClosed(0, std::nullopt, true);
+  end();
+}
+
+void BeastWebSocket::closingLimitReached() {
+  if (stream().sentBytes() != sentWhenArmed_) {
+    return armDeadline(limits_.closing, &BeastWebSocket::closingLimitReached);
+  }
+  takeTerminalEvent();
+  end();
+}
+
+void BeastWebSocket::fail(Error error) {
+  if (takeTerminalEvent()) {
+    deliver(
+        [error = std::make_unique<Error>(std::move(error))](WebSocketDelegate& delegate, WebSocket& socket) {
+          delegate.webSocketFailed(socket, *error);
+        });
+  }
+  end();
+}
+
+void BeastWebSocket::fail(int code, std::string description) {
+  fail({websocket_error::kDomain, code, std::move(description)});
+}
+
+void BeastWebSocket::reportClosed(int code, OptionalString reason, bool wasClean) {
+  if (!takeTerminalEvent()) return;
+  deliver([code, reason = std::move(reason), wasClean](WebSocketDelegate& delegate, WebSocket& socket) {
+    delegate.webSocketClosed(socket, code, reason, wasClean);
+  });
+}
+
+bool BeastWebSocket::takeTerminalEvent() {
+  state_ = WebSocketState::Closed;
+  return !std::exchange(reported_, true);
+}
+
+void BeastWebSocket::part() {
+  phase_ = Phase::Parting;
+  outgoing_.clear();
+  armDeadline(limits_.closing, &BeastWebSocket::end);
+}
+
+void BeastWebSocket::end() {
+  if (std::exchange(phase_, Phase::Ended) == Phase::Ended) return;
+  state_ = WebSocketState::Closed;
+  disarmDeadline();
+  connector_.cancel();
+  outgoing_.clear();
+  stream().cancel();
+}
+
+void BeastWebSocket::armDeadline(Seconds delay, Expiry expiry) {
+  sentWhenArmed_ = stream().sentBytes();
+  deadline_.expires_after(toTimerSpan(delay));
+  deadline_.async_wait(
+      [self = shared_from_this(), expiry, number = ++deadlineNumber_](const error_code& cancelled) {
+        if (!cancelled && number == self->deadlineNumber_) (self.get()->*expiry)();
+      });
+}
+
+void BeastWebSocket::disarmDeadline() {
+  ++deadlineNumber_;
+  deadline_.cancel();
+}
+
+void BeastWebSocket::delivered(std::size_t size) {
+  const std::size_t left = undelivered_ -= size + kEventCost;
+  if (left > limits_.undeliveredBytes || !readingPaused_.exchange(false)) return;
+  asio::post(context_, [self = shared_from_this()] { self->readNext(); });
+}
+
+}  // namespace orv

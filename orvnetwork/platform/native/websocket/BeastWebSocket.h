@@ -1,0 +1,147 @@
+#pragma once
+
+#include <orvnetwork/platform/native/websocket/GatheringStream.h>
+#include <orvnetwork/platform/native/websocket/MessageBuffer.h>
+#include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
+#include <orvnetwork/platform/native/websocket/OutgoingQueue.h>
+#include <orvnetwork/platform/native/websocket/TcpConnector.h>
+#include <orvnetwork/platform/native/websocket/WebSocketUrl.h>
+
+#include <boost/asio/steady_timer.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include <atomic>
+#include <deque>
+#include <memory>
+
+namespace orv {
+
+/// The WebSocket client. Callers on any thread leave what they want in a queue and an atomic state; all else
+/// is done on the network thread. Every operation under way there holds a reference to the socket.
+///
+/// The protocol library frames, masks and checks. The closing handshake is ours: we answer with a code of our
+/// own, go on delivering messages while we wait for the peer's close frame, and never wait without bound.
+class BeastWebSocket final : public WebSocket,
+                             public std::enable_shared_from_this<BeastWebSocket>,
+                             private GatheringStream::Owner {
+ public:
+  BeastWebSocket(WebSocketRequest request, Executor& mainQueue, NativeWebSocketLimits limits);
+
+  void setDelegate(WebSocketDelegate* delegate) override { delegate_ = delegate; }
+  void open() override;
+  void close() override;
+  void send(std::shared_ptr<const std::string> text) override;
+  void sendPing(std::string payload) override;
+  WebSocketState readyState() const override { return state_; }
+
+ private:
+  /// What an event costs beside its payload while it waits for the main thread.
+  static constexpr std::size_t kEventCost = 128;
+
+  using Protocol = boost::beast::websocket::stream<GatheringStream, false>;
+  using Expiry = void (BeastWebSocket::*)();
+
+  enum class Phase {
+    Idle,        // -> Connecting by open, Ended by close
+    Connecting,  // -> Open by a good handshake; Ended by a failure, the time limit or close
+    Open,        // -> Parting by a close frame or a protocol error; Ended by a failure or the peer's silence
+    Parting,     // the end has been reported, our last frame is on its way -> Ended
+    Ended
+  };
+
+  // Any thread.
+  void enqueue(Outgoing item);
+
+  // Connecting.
+  void startConnecting();
+  void onConnected(const WebSocketUrl& url, const std::optional<Error>& error);
+  void startTls(const WebSocketUrl& url);
+  void startHandshake(const WebSocketUrl& url);
+  void onHandshake(const error_code& error);
+  void handshakeFailed(const error_code& error);
+  void connectTimedOut();
+
+  // Sending.
+  void takeOutgoing();
+  void sendOutgoing();
+  void sendOne(const Outgoing& item);
+  void outputDrained() override { sendOutgoing(); }
+  void outputFailed(const error_code& error) override;
+  void reportWriteError();
+
+  // Receiving.
+  void readNext();
+  bool pauseReading();
+  void onRead(const error_code& error);
+  void deliverMessage();
+  void onControlFrame(boost::beast::websocket::frame_type kind, std::string_view payload);
+  void onCloseFrame();
+  void onReadingEnded(const error_code& error);
+
+  // Closing.
+  void startClosing();
+  void closingLimitReached();
+  void fail(Error error);
+  void fail(int code, std::string description);
+  void reportClosed(int code, OptionalString reason, bool wasClean);
+  bool takeTerminalEvent();
+  void part();
+  void partingEnded() override { end(); }
+  void end();
+
+  std::shared_ptr<void> keepAlive() override { return shared_from_this(); }
+  GatheringStream& stream() { return protocol_.next_layer(); }
+  void armDeadline(Seconds delay, Expiry expiry);
+  void disarmDeadline();
+  /// Posts `call(delegate, socket)`; it runs if there is a delegate then.
+  template <typename Call>
+  void deliver(Call call);
+  /// The same for what the peer sent; it counts as undelivered for as long as it waits.
+  template <typename Call>
+  void deliverIncoming(std::size_t size, Call call);
+  void delivered(std::size_t size);
+
+  // Shared by all threads.
+  Executor& mainQueue_;
+  const NativeWebSocketLimits limits_;
+  std::atomic<WebSocketDelegate*> delegate_{nullptr};
+  std::atomic<WebSocketState> state_{WebSocketState::Connecting};
+  std::atomic<bool> opened_{false};
+  std::atomic<bool> overflowed_{false};
+  std::atomic<std::size_t> undelivered_{0};
+  std::atomic<bool> readingPaused_{false};
+  OutgoingQueue queue_;
+
+  // The network thread's.
+  asio::io_context& context_;
+  const WebSocketRequest request_;
+  Protocol protocol_;
+  TcpConnector connector_;
+  asio::steady_timer deadline_;
+  std::uint64_t deadlineNumber_ = 0;
+  Phase phase_ = Phase::Idle;
+  bool reported_ = false;
+  boost::beast::websocket::response_type response_;
+  std::deque<Outgoing> outgoing_;
+  std::optional<error_code> writeError_;
+  std::uint64_t sentWhenArmed_ = 0;
+  MessageBuffer message_;
+};
+
+template <typename Call>
+void BeastWebSocket::deliverIncoming(std::size_t size, Call call) {
+  undelivered_ += size + kEventCost;
+  mainQueue_.post([self = shared_from_this(), size, call = std::move(call)]() mutable {
+    self->delivered(size);
+    if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
+  });
+}
+
+template <typename Call>
+void BeastWebSocket::deliver(Call call) {
+  mainQueue_.post([self = shared_from_this(), call = std::move(call)]() mutable {
+    if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
+  });
+}
+
+}  // namespace orv

@@ -1,0 +1,104 @@
+#include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
+
+#include <orvnetwork/platform/native/websocket/CloseCodes.h>
+#include <orvnetwork/platform/native/websocket/TlsSession.h>
+
+namespace orv {
+
+namespace {
+
+namespace websocket = boost::beast::websocket;
+namespace http = boost::beast::http;
+
+}  // namespace
+
+void BeastWebSocket::startConnecting() {
+  if (phase_ != Phase::Idle) return;
+  phase_ = Phase::Connecting;
+  const auto url = parseWebSocketUrl(request_.url.value_or(""));
+  if (!url) return fail(websocket_error::kBadUrl, "not a WebSocket address");
+  armDeadline(request_.connectTimeout, &BeastWebSocket::connectTimedOut);
+  connector_.start(url->host, url->port, deadline_.expiry(), shared_from_this(),
+                   [this, url = *url](const std::optional<Error>& error) { onConnected(url, error); });
+}
+
+void BeastWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Error>& error) {
+  if (phase_ != Phase::Connecting) return;
+  if (error) return fail(*error);
+  error_code ignored;
+  auto& socket = stream().socket();
+  socket.set_option(asio::ip::tcp::no_delay(true), ignored);
+  using UserTimeout = asio::detail::socket_option::integer<IPPROTO_TCP, TCP_USER_TIMEOUT>;
+  const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(limits_.unacknowledged);
+  socket.set_option(UserTimeout(static_cast<int>(limit.count())), ignored);
+  if (url.secure) {
+    startTls(url);
+  } else {
+    startHandshake(url);
+  }
+}
+
+void BeastWebSocket::startTls(const WebSocketUrl& url) {
+  SSL* const session = newTlsSession(url.host);
+  if (session == nullptr) return fail({websocket_error::kTlsDomain, 0, "no TLS session for this host"});
+  stream().startTls(session, [self = shared_from_this(), this, url](const error_code& error) {
+    if (phase_ != Phase::Connecting) return;
+    if (!error) return startHandshake(url);
+    if (error.category() == boost::system::system_category()) return fail(systemError(error));
+    if (error.category() == asio::error::get_ssl_category()) {
+      return fail(tlsHandshakeError(stream().tlsSession(), static_cast<unsigned long>(error.value())));
+    }
+    fail({websocket_error::kTlsDomain, error.value(), "the peer ended the stream during the TLS handshake"});
+  });
+}
+
+void BeastWebSocket::startHandshake(const WebSocketUrl& url) {
+  protocol_.set_option(websocket::stream_base::decorator([url](websocket::request_type& request) {
+    request.set(http::field::origin, url.origin);
+    if (url.authorization) request.set(http::field::authorization, *url.authorization);
+  }));
+  protocol_.async_handshake(
+      response_, url.hostHeader, url.target,
+      [self = shared_from_this()](const error_code& error) { self->onHandshake(error); });
+}
+
+void BeastWebSocket::onHandshake(const error_code& error) {
+  if (phase_ != Phase::Connecting) return;
+  if (error) return handshakeFailed(error);
+  if (response_.count(http::field::sec_websocket_protocol) > 0) {
+    return fail(websocket_error::kBadHandshake, "the server chose a sub-protocol that was not asked for");
+  }
+  // When close() was quicker, its request is in the queue and ends the attempt.
+  auto expected = WebSocketState::Connecting;
+  if (!state_.compare_exchange_strong(expected, WebSocketState::Open)) return;
+  phase_ = Phase::Open;
+  disarmDeadline();
+  deliver([](WebSocketDelegate& delegate, WebSocket& socket) { delegate.webSocketOpened(socket); });
+  protocol_.text(true);
+  protocol_.control_callback([this](websocket::frame_type kind, boost::beast::string_view payload) {
+    onControlFrame(kind, {payload.data(), payload.size()});
+  });
+  readNext();
+}
+
+void BeastWebSocket::handshakeFailed(const error_code& error) {
+  const HandshakeGate& gate = stream().gate();
+  if (gate.state() == HandshakeGate::State::Refused) {
+    const int status = gate.status().value_or(0);
+    const bool refused = status >= 400;
+    return fail(refused ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake,
+                "the server answered the handshake with HTTP status " + std::to_string(status));
+  }
+  if (stream().sawEnd()) {
+    reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
+    return end();
+  }
+  if (error.category() == boost::system::system_category()) return fail(systemError(error));
+  fail(websocket_error::kBadHandshake, "bad answer to the handshake: " + error.message());
+}
+
+void BeastWebSocket::connectTimedOut() {
+  fail(websocket_error::kTimedOut, "no connection within the time limit");
+}
+
+}  // namespace orv

@@ -1,0 +1,71 @@
+#include "orvnetwork/platform/native/websocket/NameLookup.h"
+
+#include <orvnetwork/platform/native/threads/ServiceThread.h>
+#include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
+
+#include <netdb.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <thread>
+
+namespace orv {
+
+namespace {
+
+constexpr int kMostLookupsAtOnce = 32;
+std::atomic<int> lookupsUnderWay{0};
+
+Error lookupError(int code) {
+  if (code == EAI_SYSTEM) return {"POSIX", errno, std::system_category().message(errno)};
+  return {websocket_error::kNameLookupDomain, code, gai_strerror(code)};
+}
+
+HostAddresses resolve(const std::string& host, std::uint16_t port, int flags) {
+  addrinfo hints{};
+  hints.ai_flags = flags | AI_NUMERICSERV;
+  hints.ai_family = AF_UNSPEC;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* list = nullptr;
+  HostAddresses result;
+  if (const int code = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &list); code != 0) {
+    result.error = lookupError(code);
+    return result;
+  }
+  for (const addrinfo* at = list; at != nullptr; at = at->ai_next) {
+    if (at->ai_family != AF_INET && at->ai_family != AF_INET6) continue;
+    SocketAddress& address = result.addresses.emplace_back();
+    std::memcpy(&address.storage, at->ai_addr, at->ai_addrlen);
+    address.size = at->ai_addrlen;
+  }
+  freeaddrinfo(list);
+  if (result.addresses.empty()) result.error = lookupError(EAI_NONAME);
+  return result;
+}
+
+}  // namespace
+
+HostAddresses numericHostAddress(const std::string& host, std::uint16_t port) {
+  return resolve(host, port, AI_NUMERICHOST);
+}
+
+void lookUpHost(std::string host, std::uint16_t port, std::function<void(HostAddresses)> done) {
+  if (lookupsUnderWay.fetch_add(1) >= kMostLookupsAtOnce) {
+    lookupsUnderWay.fetch_sub(1);
+    return done({{}, lookupError(EAI_AGAIN)});
+  }
+  try {
+    startServiceThread("orv-lookup", [host = std::move(host), port, done] {
+      HostAddresses result = resolve(host, port, 0);
+      lookupsUnderWay.fetch_sub(1);
+      done(std::move(result));
+    }).detach();
+  } catch (const std::system_error& error) {
+    lookupsUnderWay.fetch_sub(1);
+    done({{}, {"POSIX", error.code().value(), error.what()}});
+  }
+}
+
+}  // namespace orv

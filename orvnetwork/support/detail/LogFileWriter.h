@@ -1,0 +1,40 @@
+#pragma once
+
+#include <orvnetwork/support/detail/LogFolder.h>
+#include <orvnetwork/support/detail/LogStamp.h>
+
+namespace orv {
+
+/// Puts time stamps before log lines and writes them: many lines with one write, as if each were written by
+/// itself, flushed if it is a tenth one and followed by a look at the file's size if it is the 101st. Used by
+/// one thread at a time, but for `logTimes`.
+class LogFileWriter {
+ public:
+  explicit LogFileWriter(LogFolder& folder) : folder_(folder) {}
+
+  /// Adds a line, stamped with the time of this call. It reaches the file by the next `finish` at the latest.
+  void add(std::string_view message);
+
+  /// Writes what was added, and flushes the file to the disk if a tenth line was among it.
+  void finish();
+
+  /// Lines since the last look at the file's size. Any thread.
+  std::int64_t logTimes() const { return logTimes_.load(std::memory_order_relaxed); }
+
+ private:
+  /// What is written at once at most, but for the last line's excess.
+  static constexpr std::size_t kBlockSize = std::size_t{1} << 20;
+  static constexpr std::int64_t kLinesPerFlush = 10;
+  static constexpr std::int64_t kLinesPerSizeCheck = 100;
+
+  void write();
+  void checkFileSize(WallTime now);
+
+  LogFolder& folder_;
+  LogStamp stamp_;
+  std::string block_;
+  bool flushDue_ = false;
+  std::atomic<std::int64_t> logTimes_{0};
+};
+
+}  // namespace orv

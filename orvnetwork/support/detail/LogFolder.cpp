@@ -1,0 +1,155 @@
+#include "orvnetwork/support/detail/LogFolder.h"
+
+#include <orvnetwork/data/PathText.h>
+#include <orvnetwork/platform/ConsoleLog.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/support/QXPathManager.h>
+#include <orvnetwork/support/detail/LogStamp.h>
+
+#include <algorithm>
+
+namespace orv {
+
+namespace {
+
+constexpr std::string_view kFolder = "OrvLog/OrvCourse";
+constexpr const char* kSuffix = ".log";
+constexpr const char* kNameEnd = "_0.log";
+constexpr std::size_t kDayLength = 8;
+
+OptionalString pathIn(const OptionalString& folder, const std::string& name) {
+  if (!folder) return std::nullopt;
+  return appendPathComponent(*folder, name);
+}
+
+std::vector<std::string> logFilesIn(const OptionalString& folder) {
+  return QXPathManager::sharedManager()
+      .filesAtPath_hasSuffix(folder, kSuffix)
+      .value_or(std::vector<std::string>());
+}
+
+void removeFile(const OptionalString& folder, const std::string& name) {
+  QXPathManager::sharedManager().removeFolderOrFile(pathIn(folder, name));
+}
+
+std::shared_ptr<SharedFileHandle> openAtEnd(const OptionalString& path) {
+  auto file = path ? Platform::current().files().openForWriting(*path) : nullptr;
+  if (!file) return nullptr;
+  file->seekToEnd();
+  return std::make_shared<SharedFileHandle>(std::move(file));
+}
+
+}  // namespace
+
+std::uint64_t logFileSize(const OptionalString& path) {
+  return path ? Platform::current().files().fileSize(*path).value_or(0) : 0;
+}
+
+void LogFolder::open() {
+  OptionalString folder = QXPathManager::sharedManager().createFolderWithSuffix(kFolder);
+  consoleLog("%s %@", "-[QXFileLog init]", folder);
+  {
+    const std::lock_guard lock(mutex_);
+    logDirPath_ = std::move(folder);
+  }
+  removeOldFiles();
+  openNewLogFile();
+}
+
+void LogFolder::removeOldFiles() const {
+  const OptionalString folder = logDirPath();
+  for (const std::string& name : logFilesIn(folder)) {
+    if (name.find('_') == std::string::npos) removeFile(folder, name);
+  }
+  const std::vector<std::string> names = logFilesIn(folder);
+  const std::size_t surplus = names.size() > kMaxFiles ? names.size() - kMaxFiles : 0;
+  for (std::size_t i = 0; i < surplus; ++i) removeFile(folder, names[i]);
+}
+
+bool LogFolder::openNewLogFile() {
+  closeFile();
+  const OptionalString folder = logDirPath();
+  std::vector<std::string> names = logFilesIn(folder);
+
+  const WallTime now = Platform::current().clock().wallNow();
+  const std::string stamp = logFileStamp(LocalTime::of(now));
+  const std::string stampName = stamp + kNameEnd;
+  std::string name = stampName;
+  if (!names.empty() && names.back().find(stamp.substr(0, kDayLength)) != std::string::npos &&
+      logFileSize(pathIn(folder, names.back())) < kReuseBelow) {
+    name = names.back();
+  }
+  const OptionalString path = pathIn(folder, name);
+  if (std::find(names.begin(), names.end(), name) == names.end()) {
+    if (folder) names.push_back(name);
+    QXPathManager::sharedManager().createFile(path);
+  }
+  auto handle = openAtEnd(path);
+
+  const std::lock_guard lock(mutex_);
+  logFilePath_ = path;
+  logFiles_ = std::move(names);
+  writeFileHandle_ = std::move(handle);
+  oldestRemoved_ = false;
+  openedInSecond_.reset();
+  if (name == stampName) openedInSecond_ = std::chrono::floor<std::chrono::seconds>(now);
+  return true;
+}
+
+void LogFolder::checkFileSize() {
+  const auto handle = writeFileHandle();
+  if (!handle || handle->offset() <= kRotateAbove) return;
+  openNewLogFile();
+  const std::vector<std::string> names = logFiles();
+  if (names.size() <= kMaxFiles) return;
+  removeFile(logDirPath(), names.front());
+  const std::lock_guard lock(mutex_);
+  oldestRemoved_ = true;
+}
+
+void LogFolder::synchronizeFile() {
+  if (const auto handle = writeFileHandle()) handle->synchronize();
+}
+
+void LogFolder::saveLog() {
+  closeFile();
+}
+
+void LogFolder::closeFile() {
+  std::shared_ptr<SharedFileHandle> handle;
+  {
+    const std::lock_guard lock(mutex_);
+    handle.swap(writeFileHandle_);
+  }
+  if (!handle) return;
+  handle->synchronize();
+  handle->close();
+}
+
+OptionalString LogFolder::logDirPath() const {
+  const std::lock_guard lock(mutex_);
+  return logDirPath_;
+}
+
+OptionalString LogFolder::logFilePath() const {
+  const std::lock_guard lock(mutex_);
+  return logFilePath_;
+}
+
+std::vector<std::string> LogFolder::logFiles() const {
+  const std::lock_guard lock(mutex_);
+  return logFiles_;
+}
+
+std::shared_ptr<SharedFileHandle> LogFolder::writeFileHandle() const {
+  const std::lock_guard lock(mutex_);
+  return writeFileHandle_;
+}
+
+bool LogFolder::wouldReopenSameFile(WallTime now) const {
+  const std::lock_guard lock(mutex_);
+  const std::size_t onDisk = logFiles_.size() - (oldestRemoved_ ? 1 : 0);
+  return openedInSecond_ == std::chrono::floor<std::chrono::seconds>(now) && onDisk <= kMaxFiles;
+}
+
+}  // namespace orv

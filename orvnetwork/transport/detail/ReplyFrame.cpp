@@ -1,0 +1,36 @@
+#include "orvnetwork/transport/detail/ReplyFrame.h"
+
+#include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/LooseRead.h>
+
+namespace orv {
+
+namespace {
+
+std::shared_ptr<const ReplyFrame> notAFrame(Error error) {
+  auto frame = std::make_shared<ReplyFrame>();
+  frame->error = std::move(error);
+  return frame;
+}
+
+}  // namespace
+
+std::shared_ptr<const ReplyFrame> ReplyFrame::read(std::string_view message) {
+  auto parsed = parseJson(message);
+  if (!parsed.value) return notAFrame(std::move(parsed.error));
+  const auto* dictionary = parsed.value->if_object();
+  if (dictionary == nullptr) return notAFrame({"OrvFrame", 1, "the message is not a dictionary"});
+  const auto* values = member(*dictionary, "v");
+  if (values != nullptr && !values->is_object() && !values->is_null()) {
+    return notAFrame({"OrvFrame", 2, "\"v\" is not a dictionary"});
+  }
+
+  auto frame = std::make_shared<ReplyFrame>();
+  frame->command = looseString(member(*dictionary, "C"));
+  frame->timestamp = truncateToInt64(looseDouble(member(*dictionary, "s")));
+  if (values != nullptr && values->is_object()) frame->ret = looseInt32(member(values->get_object(), "ret"));
+  frame->root = std::move(parsed.value);
+  return frame;
+}
+
+}  // namespace orv

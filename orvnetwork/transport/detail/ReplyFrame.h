@@ -1,0 +1,32 @@
+#pragma once
+
+#include <orvnetwork/data/Error.h>
+#include <orvnetwork/data/Types.h>
+
+#include <memory>
+
+namespace orv {
+
+/// A text message of the server, read as a reply or push frame.
+struct ReplyFrame {
+  /// The frame, or absent when the message is not JSON, not a dictionary, or holds a "v" that is not one.
+  std::optional<json::value> root;
+  /// Why there is no frame.
+  Error error;
+  /// "C": the command.
+  OptionalString command;
+  /// "s": the identifier of the request that it answers; 0 when there is none.
+  std::int64_t timestamp = 0;
+  /// "v"."ret": the result code; 0 when there is none.
+  std::int32_t ret = 0;
+
+  bool isFrame() const { return root.has_value(); }
+  bool succeeded() const { return ret == 0; }
+  /// The whole frame; only when `isFrame()`.
+  const json::object& dictionary() const { return root->get_object(); }
+
+  /// Reads a message. Any thread.
+  static std::shared_ptr<const ReplyFrame> read(std::string_view message);
+};
+
+}  // namespace orv

@@ -1,0 +1,134 @@
+#include "orvnetwork/transport/detail/RequestTable.h"
+
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/support/QXFileLog.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr std::string_view kSessionCommand = "User.Post.Session";
+
+/// Result codes that say: no session.
+constexpr bool needsSession(std::int32_t ret) {
+  return ret == 1000 || ret == 1001 || ret == 10031;
+}
+
+SteadyTime steadyNow() {
+  return Platform::current().clock().steadyNow();
+}
+
+}  // namespace
+
+RequestTable::RequestTable(std::function<void(const ItemPointer&)> transmit,
+                           std::function<void(const ItemPointer&)> resend)
+    : transmit_(std::move(transmit)),
+      resend_(std::move(resend)),
+      requestDataSyncQueue_(SerialQueue::make("orv.network.requestData", Platform::current().mainQueue())) {}
+
+void RequestTable::submit(ItemPointer item) {
+  requestDataSyncQueue_->post(
+      [this, item = std::move(item), submittedAt = steadyNow()] { file(item, submittedAt); });
+}
+
+void RequestTable::answer(std::shared_ptr<const ReplyFrame> reply) {
+  requestDataSyncQueue_->post([this, reply = std::move(reply)] { complete(*reply); });
+}
+
+void RequestTable::file(const ItemPointer& item, SteadyTime submittedAt) {
+  requestData_.insert_or_assign(item->timestamp, item);
+  // A busy main thread does not lengthen the time-out; a callback that kept the table from being used does.
+  armTimeout(item->timestamp, std::max(submittedAt, freeSince_) + kRequestTimeout);
+  publishCounts();
+  transmit_(item);
+}
+
+void RequestTable::armTimeout(std::int64_t timestamp, SteadyTime due) {
+  timeouts_.arm(due, timestamp);
+  if (!alarmSet_) setAlarm();
+}
+
+void RequestTable::setAlarm() {
+  alarmSet_ = true;
+  auto& platform = Platform::current();
+  const auto when = std::max(timeouts_.nextDue(), lastAlarm_ + kAlarmSpacing);
+  platform.delays().runAt(when, platform.mainQueue(), [this] { onAlarm(); });
+}
+
+void RequestTable::onAlarm() {
+  alarmSet_ = false;
+  lastAlarm_ = steadyNow();
+  std::vector<std::int64_t> due;
+  while (const auto timestamp = timeouts_.takeDue(lastAlarm_)) due.push_back(*timestamp);
+  if (!timeouts_.empty()) setAlarm();
+  publishCounts();
+  if (due.empty()) return;
+  auto shared = std::make_shared<std::vector<std::int64_t>>(std::move(due));
+  requestDataSyncQueue_->postKeepingTurn(
+      [this, shared](SerialQueue::Turn turn) { expireDue(std::move(*shared), 0, std::move(turn)); });
+}
+
+// Most time-outs find their request answered long ago and cost a look-up. Each one that does not is a step of
+// its own on the main queue, so that a mass of them leaves room for everything else there.
+void RequestTable::expireDue(std::vector<std::int64_t> due, std::size_t next, SerialQueue::Turn turn) {
+  constexpr std::size_t kMostLookUps = 4096;
+  const auto last = std::min(due.size(), next + kMostLookUps);
+  while (next < last) {
+    const auto found = requestData_.find(due[next++]);
+    if (found == requestData_.end()) continue;
+    const ItemPointer item = found->second;
+    expire(item);
+    break;
+  }
+  if (next == due.size()) return;
+  Platform::current().mainQueue().post([this, due = std::move(due), next, turn = std::move(turn)]() mutable {
+    expireDue(std::move(due), next, std::move(turn));
+  });
+}
+
+void RequestTable::expire(const ItemPointer& item) {
+  QXFileLog::standard().log("#WebSocketWithBlock# TIMEOUT %ld\n%@", item->timestamp, item->jsonString);
+  if (item->timeoutBlock) runGuarded("time-out callback", [&] { item->timeoutBlock(item); });
+  remove(item->timestamp);
+}
+
+void RequestTable::complete(const ReplyFrame& reply) {
+  const auto found = requestData_.find(reply.timestamp);
+  if (found == requestData_.end()) {
+    QXFileLog::standard().log("### WebSocket Timeout ### %@", reply.command);
+    return;
+  }
+  const auto item = found->second;
+  const bool isSession = reply.command == kSessionCommand;
+  if (isSession && reply.succeeded()) resendParked();
+  if (needsSession(reply.ret) && !isSession) {
+    sessionRequiredRequests_.push_back(item);
+  } else if (item->completeBlock) {
+    runGuarded("completion callback",
+               [&] { item->completeBlock(item, reply.succeeded(), reply.dictionary()); });
+  }
+  remove(item->timestamp);
+}
+
+void RequestTable::resendParked() {
+  const auto parked = std::exchange(sessionRequiredRequests_, {});
+  publishCounts();
+  for (const auto& item : parked) resend_(item);
+}
+
+void RequestTable::remove(std::int64_t timestamp) {
+  requestData_.erase(timestamp);
+  freeSince_ = steadyNow();
+  publishCounts();
+}
+
+void RequestTable::publishCounts() {
+  outstandingCount_.store(requestData_.size(), std::memory_order_relaxed);
+  parkedCount_.store(sessionRequiredRequests_.size(), std::memory_order_relaxed);
+  armedCount_.store(timeouts_.size(), std::memory_order_relaxed);
+}
+
+}  // namespace orv

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <orvnetwork/platform/SerialQueue.h>
+#include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/detail/ReplyFrame.h>
+#include <orvnetwork/transport/detail/TimeoutList.h>
+
+#include <atomic>
+#include <functional>
+#include <unordered_map>
+#include <vector>
+
+namespace orv {
+
+/// The requests that wait for a reply, and those that wait for a session.
+///
+/// Everything here happens one step at a time on a serial queue whose target is the main queue, and a step
+/// lasts until the callback that it makes has returned: while a callback runs, nothing else of the table
+/// happens, even if the callback runs the host's loop. So no lock guards the table and no thread is switched
+/// for it.
+///
+/// Three things grow with what the host does and are not bounded here, since a request must never be lost: the
+/// table (a request leaves it after 10 s at the latest), the held requests (they wait for a session), and what
+/// arrives while a callback runs the host's loop (it is handled when the callback returns).
+class RequestTable {
+ public:
+  /// How long a request waits for its reply.
+  static constexpr std::chrono::seconds kRequestTimeout{10};
+  /// Time-outs that fall due closer together than this share one wake-up: at thousands of requests a second
+  /// each would otherwise cost a thread switch. A time-out is never early, and a lone one is on time.
+  static constexpr std::chrono::milliseconds kAlarmSpacing{5};
+
+  /// `transmit` puts a request's text on the wire, `resend` sends a request anew from the start. Both are called
+  /// on the main thread.
+  RequestTable(std::function<void(const std::shared_ptr<QXRequestItem>&)> transmit,
+               std::function<void(const std::shared_ptr<QXRequestItem>&)> resend);
+
+  /// Files the request, arms its time-out and transmits it, soon. Any thread.
+  void submit(std::shared_ptr<QXRequestItem> item);
+
+  /// Matches a reply with its request, soon. Any thread.
+  void answer(std::shared_ptr<const ReplyFrame> reply);
+
+  /// How many requests wait for a reply, how many for a session, and how many time-outs are armed. Any thread;
+  /// exact on the main thread.
+  std::size_t outstandingCount() const { return outstandingCount_; }
+  std::size_t parkedCount() const { return parkedCount_; }
+  std::size_t armedCount() const { return armedCount_; }
+
+ private:
+  using ItemPointer = std::shared_ptr<QXRequestItem>;
+
+  void file(const ItemPointer& item, SteadyTime submittedAt);
+  void armTimeout(std::int64_t timestamp, SteadyTime due);
+  void setAlarm();
+  void onAlarm();
+  void expireDue(std::vector<std::int64_t> due, std::size_t next, SerialQueue::Turn turn);
+  void expire(const ItemPointer& item);
+  void complete(const ReplyFrame& reply);
+  void resendParked();
+  void remove(std::int64_t timestamp);
+  void publishCounts();
+
+  const std::function<void(const ItemPointer&)> transmit_;
+  const std::function<void(const ItemPointer&)> resend_;
+  const std::shared_ptr<SerialQueue> requestDataSyncQueue_;
+
+  // Main thread only.
+  std::unordered_map<std::int64_t, ItemPointer> requestData_;
+  std::vector<ItemPointer> sessionRequiredRequests_;
+  TimeoutList timeouts_;
+  bool alarmSet_ = false;
+  SteadyTime lastAlarm_{};
+  SteadyTime freeSince_{};
+
+  std::atomic<std::size_t> outstandingCount_{0};
+  std::atomic<std::size_t> parkedCount_{0};
+  std::atomic<std::size_t> armedCount_{0};
+};
+
+}  // namespace orv

@@ -1,0 +1,57 @@
+#include <orvnetwork/data/RecordField.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace orv;
+
+const RecordTable& emptyTable() {
+  static const RecordTable table({});
+  return table;
+}
+
+json::object only(std::string_view key, std::size_t number) {
+  json::object values;
+  values.emplace(key, number);
+  return values;
+}
+
+class ManyKeys : public Record {
+ public:
+  Property<std::int64_t> number;
+  static RecordField field(std::vector<std::string_view> keys) {
+    return recordField<&ManyKeys::number>("number", std::move(keys));
+  }
+  const RecordTable& fields() const override { return emptyTable(); }
+};
+
+TEST(RecordTable, FindsEveryKeyOfAFullTable) {
+  std::vector<std::string> keys;
+  for (std::size_t at = 0; at < RecordTable::kMaxFields; ++at)
+    keys.push_back(std::string(at % 9, 'k') + std::to_string(at));
+  std::vector<RecordField> fields;
+  for (const std::string& key : keys) fields.push_back(ManyKeys::field({key}));
+  const RecordTable table(std::move(fields));
+  ManyKeys record;
+  for (std::size_t at = 0; at < keys.size(); ++at) {
+    table.merge(record, only(keys[at], at + 1));
+    EXPECT_EQ(record.number.get(), static_cast<std::int64_t>(at + 1)) << keys[at];
+    table.merge(record, only(keys[at] + "0x", 0));
+    EXPECT_EQ(record.number.get(), static_cast<std::int64_t>(at + 1)) << keys[at];
+  }
+}
+
+TEST(RecordTable, RefusesAKeyThatTwoFieldsShare) {
+  EXPECT_DEATH(RecordTable({ManyKeys::field({"a", "b"}), ManyKeys::field({"b"})}), "has a key twice: b");
+}
+
+TEST(RecordTable, RefusesMoreFieldsThanItHasRoomFor) {
+  EXPECT_DEATH(RecordTable(std::vector<RecordField>(RecordTable::kMaxFields + 1, ManyKeys::field({}))),
+               "has too many fields");
+}
+
+}  // namespace

@@ -1,0 +1,241 @@
+#include <orvnetwork/platform/native/threads/NativeMainQueue.h>
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace orv {
+namespace {
+
+bool isReadable(int descriptor) {
+  pollfd watched{descriptor, POLLIN, 0};
+  return ::poll(&watched, 1, 0) == 1;
+}
+
+TEST(NativeMainQueue, RunsTasksInTheOrderPostedUntilStopped) {
+  NativeMainQueue queue;
+  std::string order;
+  queue.post([&] { order += 'a'; });
+  queue.post([&] { order += 'b'; });
+  queue.post([&] { queue.stop(); });
+  queue.post([&] { order += 'c'; });
+  queue.run();
+  EXPECT_EQ(order, "ab");
+  queue.drain();
+  EXPECT_EQ(order, "abc");
+}
+
+TEST(NativeMainQueue, NeverRunsATaskInsidePost) {
+  NativeMainQueue queue;
+  queue.claim();
+  bool ran = false;
+  queue.post([&] { ran = true; });
+  EXPECT_FALSE(ran);
+  EXPECT_EQ(queue.drain(), 1u);
+  EXPECT_TRUE(ran);
+}
+
+TEST(NativeMainQueue, MakesTheDescriptorReadableExactlyWhileTasksWait) {
+  NativeMainQueue queue;
+  const int descriptor = queue.wakeUpDescriptor();
+  EXPECT_FALSE(isReadable(descriptor));
+  queue.post([] {});
+  queue.post([] {});
+  EXPECT_TRUE(isReadable(descriptor));
+  EXPECT_EQ(queue.drain(), 2u);
+  EXPECT_FALSE(isReadable(descriptor));
+  EXPECT_EQ(queue.wakeUpDescriptor(), descriptor);
+}
+
+TEST(NativeMainQueue, LeavesWhatATaskPostsForTheNextDrain) {
+  NativeMainQueue queue;
+  int rounds = 0;
+  std::function<void()> again = [&] {
+    ++rounds;
+    queue.post([&] { again(); });
+  };
+  queue.post([&] { again(); });
+  EXPECT_EQ(queue.drain(), 1u);
+  EXPECT_EQ(rounds, 1);
+  EXPECT_TRUE(isReadable(queue.wakeUpDescriptor()));
+  EXPECT_EQ(queue.drain(), 1u);
+  EXPECT_EQ(rounds, 2);
+}
+
+TEST(NativeMainQueue, RunsLeftOverTasksFirstInANestedDrain) {
+  NativeMainQueue queue;
+  std::string order;
+  queue.post([&] {
+    order += '(';
+    queue.post([&] { order += 'c'; });
+    queue.drain();
+    order += ')';
+  });
+  queue.post([&] { order += 'b'; });
+  queue.drain();
+  EXPECT_EQ(order, "(bc)");
+}
+
+TEST(NativeMainQueue, RunsANestedLoopUntilItIsStopped) {
+  NativeMainQueue queue;
+  std::string order;
+  queue.post([&] {
+    order += '(';
+    queue.post([&] {
+      order += 'x';
+      queue.stop();
+    });
+    queue.run();
+    order += ')';
+    queue.post([&] { queue.stop(); });
+  });
+  queue.run();
+  EXPECT_EQ(order, "(x)");
+}
+
+TEST(NativeMainQueue, KnowsItsThread) {
+  NativeMainQueue queue;
+  EXPECT_FALSE(queue.isCurrent());
+  queue.claim();
+  EXPECT_TRUE(queue.isCurrent());
+  bool elsewhere = true;
+  std::thread([&] {
+    queue.claim();
+    elsewhere = queue.isCurrent();
+  }).join();
+  EXPECT_FALSE(elsewhere);
+  EXPECT_TRUE(queue.isCurrent());
+}
+
+TEST(NativeMainQueue, CallsTheWakerOnceForABurst) {
+  NativeMainQueue queue;
+  int calls = 0;
+  queue.setWaker([&] { ++calls; });
+  queue.post([] {});
+  queue.post([] {});
+  EXPECT_EQ(calls, 1);
+  queue.drain();
+  queue.post([] {});
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(NativeMainQueue, CallsTheWakerWhenTasksWaitAlready) {
+  NativeMainQueue queue;
+  queue.post([] {});
+  int calls = 0;
+  queue.setWaker([&] { ++calls; });
+  EXPECT_EQ(calls, 1);
+  queue.setWaker(nullptr);
+  queue.drain();
+  queue.post([] {});
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(NativeMainQueue, CallsTheWakerAgainWhenADrainLeavesTasks) {
+  NativeMainQueue queue;
+  int calls = 0;
+  queue.setWaker([&] { ++calls; });
+  queue.post([&] { queue.post([] {}); });
+  EXPECT_EQ(calls, 1);
+  queue.drain();
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(NativeMainQueue, NeverCallsAWakerThatWasTakenAway) {
+  NativeMainQueue queue;
+  queue.claim();
+  std::atomic<bool> done{false};
+  std::thread poster([&] {
+    while (!done) queue.post([] {});
+  });
+  for (int i = 0; i < 2000; ++i) {
+    auto alive = std::make_unique<std::atomic<bool>>(true);
+    queue.setWaker([&flag = *alive] { EXPECT_TRUE(flag); });
+    queue.drain();
+    queue.setWaker(nullptr);
+    *alive = false;
+    alive.reset();  // a late call would touch freed memory
+  }
+  done = true;
+  poster.join();
+}
+
+TEST(NativeMainQueue, LetsAWakerTakeItselfAway) {
+  NativeMainQueue queue;
+  int calls = 0;
+  queue.setWaker([&] {
+    ++calls;
+    queue.setWaker(nullptr);
+  });
+  queue.post([] {});
+  queue.drain();
+  queue.post([] {});
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(NativeMainQueue, DoesNothingOnAnotherThread) {
+  NativeMainQueue queue;
+  queue.claim();
+  bool ran = false;
+  queue.post([&] { ran = true; });
+  std::thread([&] {
+    EXPECT_EQ(queue.drain(), 0u);
+    queue.run();
+  }).join();
+  EXPECT_FALSE(ran);
+  EXPECT_EQ(queue.drain(), 1u);
+}
+
+TEST(NativeMainQueue, GoesOnAfterATaskThatThrows) {
+  NativeMainQueue queue;
+  bool ran = false;
+  queue.post([] { throw std::runtime_error("planted"); });
+  queue.post([&] { ran = true; });
+  EXPECT_EQ(queue.drain(), 2u);
+  EXPECT_TRUE(ran);
+}
+
+TEST(NativeMainQueue, LosesNothingPostedByManyThreads) {
+  NativeMainQueue queue;
+  constexpr int kThreads = 4;
+  constexpr int kPosts = 5000;
+  std::vector<int> last(kThreads, -1);
+  int total = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kPosts; ++i) {
+        queue.post([&, t, i] {
+          EXPECT_EQ(last[static_cast<std::size_t>(t)], i - 1) << "out of order";
+          last[static_cast<std::size_t>(t)] = i;
+          if (++total == kThreads * kPosts) queue.stop();
+        });
+      }
+    });
+  }
+  queue.run();
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(total, kThreads * kPosts);
+}
+
+TEST(NativeMainQueue, StopsFromAnotherThreadWhileItWaits) {
+  NativeMainQueue queue;
+  std::atomic<bool> running{false};
+  queue.post([&] { running = true; });
+  std::thread stopper([&] {
+    while (!running) std::this_thread::yield();
+    queue.stop();
+  });
+  queue.run();
+  stopper.join();
+  EXPECT_TRUE(running);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,49 @@
+#include <orvnetwork/platform/native/websocket/HandshakeGate.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace orv {
+namespace {
+
+using State = HandshakeGate::State;
+
+TEST(HandshakeGate, PassesAnAgreementOnceItsHeaderIsWhole) {
+  const std::string header = "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\n\r\n";
+  HandshakeGate gate;
+  for (std::size_t size = 0; size < header.size(); ++size) {
+    EXPECT_EQ(gate.look(std::string_view(header).substr(0, size)), State::Waiting);
+  }
+  EXPECT_EQ(gate.look(header + "frames"), State::Passed);
+  EXPECT_EQ(gate.status(), 101);
+  EXPECT_EQ(gate.headerLeft(), header.size());
+}
+
+TEST(HandshakeGate, RefusesEveryOtherStatusWithoutWaitingForABody) {
+  for (const int status : {100, 200, 204, 301, 400, 404, 503}) {
+    HandshakeGate gate;
+    EXPECT_EQ(gate.look("HTTP/1.1 " + std::to_string(status) + " Text\r\nContent-Length: 100\r\n\r\n"),
+              State::Refused);
+    EXPECT_EQ(gate.status(), status);
+  }
+}
+
+TEST(HandshakeGate, RefusesWhatIsNotHttpWithoutAStatus) {
+  for (const char* answer :
+       {"\r\n\r\n", "hello\r\n\r\n", "HTTP/1.1\r\n\r\n", "HTTP/1.1 abc\r\n\r\n", "HTTP/1.1 10\r\n\r\n"}) {
+    HandshakeGate gate;
+    EXPECT_EQ(gate.look(answer), State::Refused) << answer;
+    EXPECT_EQ(gate.status(), std::nullopt) << answer;
+  }
+}
+
+TEST(HandshakeGate, RefusesAHeaderWithoutEnd) {
+  HandshakeGate gate;
+  std::string header = "HTTP/1.1 101 Yes\r\n" + std::string(HandshakeGate::kLongestHeader, 'x');
+  EXPECT_EQ(gate.look(std::string_view(header).substr(0, HandshakeGate::kLongestHeader)), State::Waiting);
+  EXPECT_EQ(gate.look(header), State::Refused);
+}
+
+}  // namespace
+}  // namespace orv
