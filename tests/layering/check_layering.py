@@ -169,7 +169,7 @@ def check_file(path, text):
 def sources(root):
     for folder in ("orvnetwork", "devserver", "cli", "tests", "bench", "examples"):
         for path in sorted((root / folder).rglob("*")):
-            if path.suffix in (".h", ".cpp") and "node_modules" not in path.parts:
+            if path.suffix in (".h", ".cpp"):
                 yield path
 
 

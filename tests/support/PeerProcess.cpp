@@ -36,16 +36,38 @@ Pipe makePipe() {
   return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
+/// This process's environment, and the distribution's packages among those that node finds: a node that comes from
+/// elsewhere does not look there by itself.
+std::vector<std::string> environmentForNode() {
+  constexpr std::string_view kName = "NODE_PATH=";
+  std::string path = std::string(kName) + "/usr/share/nodejs";
+  std::vector<std::string> environment;
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const std::string_view text = *entry;
+    if (text.starts_with(kName)) {
+      path.insert(kName.size(), std::string(text.substr(kName.size())) + ':');
+    } else {
+      environment.emplace_back(text);
+    }
+  }
+  environment.push_back(std::move(path));
+  return environment;
+}
+
+/// The texts as the system takes them, for as long as they live.
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
 }  // namespace
 
 PeerProcess::PeerProcess(const std::string& script, const std::vector<std::string>& arguments) {
-  const std::filesystem::path folder = ORV_PEERS_DIR;
-  if (!std::filesystem::exists(folder / "node_modules")) {
-    fail("its packages are not installed in " + folder.string() + "; run script/bootstrap");
-  }
-  std::vector<std::string> command = {"node", folder / script};
+  std::vector<std::string> command = {"node", std::filesystem::path(ORV_PEERS_DIR) / script};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  start(command);
+  start(std::move(command));
 }
 
 PeerProcess::~PeerProcess() {
@@ -53,20 +75,18 @@ PeerProcess::~PeerProcess() {
   retryOnSignal([&] { return ::waitpid(process_, nullptr, 0); });
 }
 
-void PeerProcess::start(const std::vector<std::string>& command) {
+void PeerProcess::start(std::vector<std::string> command) {
   Pipe input = makePipe();
   Pipe output = makePipe();
   posix_spawn_file_actions_t actions;
   ::posix_spawn_file_actions_init(&actions);
   ::posix_spawn_file_actions_adddup2(&actions, input.reading.get(), STDIN_FILENO);
   ::posix_spawn_file_actions_adddup2(&actions, output.writing.get(), STDOUT_FILENO);
-  std::vector<std::string> words = command;
-  std::vector<char*> pointers;
-  for (std::string& word : words) pointers.push_back(word.data());
-  pointers.push_back(nullptr);
-  const int error = ::posix_spawnp(&process_, pointers[0], &actions, nullptr, pointers.data(), environ);
+  std::vector<std::string> environment = environmentForNode();
+  const int error = ::posix_spawnp(&process_, command[0].c_str(), &actions, nullptr,
+                                   pointersTo(command).data(), pointersTo(environment).data());
   ::posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) failWithSystemError("cannot run " + command[0] + " (run script/bootstrap)", error);
+  if (error != 0) failWithSystemError("cannot run " + command[0] + " (run script/bootstrap test)", error);
   input_ = std::move(input.writing);
   output_ = std::move(output.reading);
 }
@@ -97,7 +117,10 @@ void PeerProcess::readMore(std::chrono::steady_clock::time_point deadline) {
   const ssize_t size =
       retryOnSignal([&] { return ::read(output_.get(), unread_.data() + kept, unread_.size() - kept); });
   unread_.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-  if (size <= 0) fail("ended too early; its last words: " + unread_.substr(0, 200));
+  if (size <= 0) {
+    fail("ended too early (if it lacks a package: run script/bootstrap test); its last words: " +
+         unread_.substr(0, 200));
+  }
 }
 
 unsigned short PeerProcess::readPort() {

@@ -13,8 +13,8 @@ namespace orv::test {
 /// A peer program of tests/peers that runs for as long as this object lives. One thread at a time.
 class PeerProcess {
  public:
-  /// Starts `script` (a file of tests/peers) with `node`. Throws `std::runtime_error` with what to do when node or
-  /// the packages of the peers are not installed.
+  /// Starts `script` (a file of tests/peers) with `node`. Throws `std::runtime_error` with what to do when node is not
+  /// installed; that a package of the script is not is told when its first line is read.
   explicit PeerProcess(const std::string& script, const std::vector<std::string>& arguments = {});
   PeerProcess(const PeerProcess&) = delete;
   PeerProcess& operator=(const PeerProcess&) = delete;
@@ -29,7 +29,7 @@ class PeerProcess {
   unsigned short readPort();
 
  private:
-  void start(const std::vector<std::string>& command);
+  void start(std::vector<std::string> command);
   void readMore(std::chrono::steady_clock::time_point deadline);
 
   pid_t process_ = -1;
