@@ -13,6 +13,6 @@ configure() {
 build() {
   local preset=$1
   shift
-  configure "$preset"
+  configure "$preset" || return
   cmake --build "build/$preset" --parallel "$jobs" ${1:+--target "$@"}
 }
