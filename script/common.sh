@@ -16,3 +16,13 @@ build() {
   configure "$preset" || return
   cmake --build "build/$preset" --parallel "$jobs" ${1:+--target "$@"}
 }
+
+# The libFuzzer programs that the fuzz build has made.
+fuzz_targets() {
+  find build/fuzz/tests/fuzz -maxdepth 1 -type f -executable | sort
+}
+
+# fuzz_corpus TARGET: its folder of inputs; JsonFuzz has json.
+fuzz_corpus() {
+  echo "tests/fuzz/corpus/$(sed -e 's/Fuzz$//' -e 's/\([a-z]\)\([A-Z]\)/\1-\2/g' <<<"$1" | tr '[:upper:]' '[:lower:]')"
+}

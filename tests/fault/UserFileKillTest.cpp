@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <tests/support/Environment.h>
 #include <tests/support/ForkedRun.h>
 #include <unistd.h>
 
@@ -23,7 +24,8 @@
 namespace orv {
 namespace {
 
-constexpr int kKills = 300;
+/// ORV_KILLS=n kills more often.
+const int kKills = static_cast<int>(test::numberFromEnvironment("ORV_KILLS", 75));
 
 std::string folderOfUser() {
   return std::string(std::getenv("HOME")) + "/Documents/userInfo";

@@ -6,6 +6,7 @@
 #include <malloc.h>
 #include <sched.h>
 #include <tests/integration/LoadCrowd.h>
+#include <tests/support/Environment.h>
 
 #include <algorithm>
 #include <chrono>
@@ -25,8 +26,7 @@ using test::LoadFigures;
 constexpr std::size_t kRooms = 10;
 
 std::chrono::milliseconds length() {
-  const char* text = std::getenv("ORV_LOAD_SECONDS");
-  return std::chrono::milliseconds(text != nullptr ? static_cast<int>(std::atof(text) * 1'000) : 4'500);
+  return std::chrono::seconds(test::numberFromEnvironment("ORV_LOAD_SECONDS", 4));
 }
 
 /// A line of /proc/self/status in megabytes.

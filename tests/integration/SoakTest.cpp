@@ -2,6 +2,7 @@
 // the first rounds. ORV_SOAK_SECONDS says how long; a few seconds unless it is set.
 
 #include <devserver/DevServer.h>
+#include <tests/support/Environment.h>
 #include <tests/support/LiveLink.h>
 
 #include <cstdlib>
@@ -30,8 +31,7 @@ double residentMegabytes() {
 class Soak : public test::LiveLinkTest {
  protected:
   static Seconds length() {
-    const char* text = std::getenv("ORV_SOAK_SECONDS");
-    return Seconds(text != nullptr ? std::strtod(text, nullptr) : 5.0);
+    return Seconds(static_cast<double>(test::numberFromEnvironment("ORV_SOAK_SECONDS", 5)));
   }
 
   /// Everything once, with the link lost in a different way each time.

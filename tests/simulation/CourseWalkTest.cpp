@@ -1,24 +1,19 @@
 #include "CourseWalk.h"
 
 #include <gtest/gtest.h>
+#include <tests/support/Environment.h>
 
-#include <cstdlib>
 #include <iostream>
 
 namespace orv {
 namespace {
 
 // ORV_WALK_SEED=n walks from another seed, ORV_WALK_STEPS=n goes further.
-std::uint64_t fromEnvironment(const char* name, std::uint64_t otherwise) {
-  const char* text = std::getenv(name);
-  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
-}
-
 class CourseWalkTest : public ::testing::TestWithParam<std::uint64_t> {
  protected:
   static void walk(CourseWalk::Changes changes) {
-    const auto seed = fromEnvironment("ORV_WALK_SEED", GetParam());
-    const auto steps = fromEnvironment("ORV_WALK_STEPS", 12500);
+    const auto seed = test::numberFromEnvironment("ORV_WALK_SEED", GetParam());
+    const auto steps = test::numberFromEnvironment("ORV_WALK_STEPS", 4'000);
     std::cout << "seed " << seed << ", " << steps << " steps" << std::endl;
     // Never destroyed: the library may call back until the process ends.
     auto& walk = *new CourseWalk(seed, changes);

@@ -1,24 +1,19 @@
 #include "LocalCourseWalk.h"
 
 #include <gtest/gtest.h>
+#include <tests/support/Environment.h>
 
-#include <cstdlib>
 #include <iostream>
 
 namespace orv {
 namespace {
 
 // ORV_WALK_SEED=n walks from another seed, ORV_WALK_STEPS=n goes further.
-std::uint64_t fromEnvironment(const char* name, std::uint64_t otherwise) {
-  const char* text = std::getenv(name);
-  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
-}
-
 class LocalCourseWalkTest : public ::testing::TestWithParam<std::uint64_t> {};
 
 TEST_P(LocalCourseWalkTest, ListsMemoryAndFilesAreAsTheModelSays) {
-  const auto seed = fromEnvironment("ORV_WALK_SEED", GetParam());
-  const auto steps = fromEnvironment("ORV_WALK_STEPS", 25'000);
+  const auto seed = test::numberFromEnvironment("ORV_WALK_SEED", GetParam());
+  const auto steps = test::numberFromEnvironment("ORV_WALK_STEPS", 6'000);
   std::cout << "seed " << seed << ", " << steps << " steps" << std::endl;
   LocalCourseWalk walk(seed);
   for (std::uint64_t i = 0; i < steps && walk.complaints().empty(); ++i) walk.step();
