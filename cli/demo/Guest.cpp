@@ -39,11 +39,11 @@ void Guest::leave() {
   socket_.reset();
 }
 
-void Guest::webSocketOpened(WebSocket&) {
+void Guest::webSocketDidOpen(WebSocket&) {
   isOpen_ = true;
 }
 
-void Guest::webSocketReceived(WebSocket&, WebSocketMessage message) {
+void Guest::webSocket_didReceiveMessage(WebSocket&, WebSocketMessage message) {
   const auto parsed = parseJson(message.payload);
   const json::object* const frame = parsed.value ? parsed.value->if_object() : nullptr;
   if (frame == nullptr) return;

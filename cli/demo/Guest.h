@@ -26,11 +26,11 @@ class Guest : private WebSocketDelegate {
   void leave();
 
  private:
-  void webSocketOpened(WebSocket&) override;
-  void webSocketFailed(WebSocket&, const Error&) override {}
-  void webSocketReceived(WebSocket&, WebSocketMessage message) override;
-  void webSocketClosed(WebSocket&, int, const OptionalString&, bool) override {}
-  void webSocketReceivedPong(WebSocket&, std::string) override {}
+  void webSocketDidOpen(WebSocket&) override;
+  void webSocket_didFailWithError(WebSocket&, const Error&) override {}
+  void webSocket_didReceiveMessage(WebSocket&, WebSocketMessage message) override;
+  void webSocket_didCloseWithCode_reason_wasClean(WebSocket&, int, const OptionalString&, bool) override {}
+  void webSocket_didReceivePong(WebSocket&, std::string) override {}
 
   Tour& tour_;
   const std::string name_;

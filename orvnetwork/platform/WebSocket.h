@@ -24,17 +24,19 @@ struct WebSocketMessage {
 };
 
 /// Hears what happens to a socket. Every call comes on the main queue, in the order in which things happened.
-/// A socket reports at most one terminal event (`webSocketFailed` or `webSocketClosed`) and nothing after it.
+/// A socket reports at most one terminal event (`webSocket_didFailWithError` or
+/// `webSocket_didCloseWithCode_reason_wasClean`) and nothing after it.
 /// The delegate is looked up when an event is delivered: once it has been cleared on the main thread nothing
 /// more arrives, not even what was queued before.
 class ORV_EXPORT WebSocketDelegate {
  public:
   virtual ~WebSocketDelegate() = default;
-  virtual void webSocketOpened(WebSocket& socket) = 0;
-  virtual void webSocketFailed(WebSocket& socket, const Error& error) = 0;
-  virtual void webSocketReceived(WebSocket& socket, WebSocketMessage message) = 0;
-  virtual void webSocketClosed(WebSocket& socket, int code, const OptionalString& reason, bool wasClean) = 0;
-  virtual void webSocketReceivedPong(WebSocket& socket, std::string payload) = 0;
+  virtual void webSocketDidOpen(WebSocket& socket) = 0;
+  virtual void webSocket_didFailWithError(WebSocket& socket, const Error& error) = 0;
+  virtual void webSocket_didReceiveMessage(WebSocket& socket, WebSocketMessage message) = 0;
+  virtual void webSocket_didCloseWithCode_reason_wasClean(WebSocket& socket, int code,
+                                                          const OptionalString& reason, bool wasClean) = 0;
+  virtual void webSocket_didReceivePong(WebSocket& socket, std::string payload) = 0;
 };
 
 /// What to connect to, and how.

@@ -78,7 +78,7 @@ void SimulatedWebSocket::accepted() {
   }
   scheduler_->cancel(connectTimer_);
   state_ = WebSocketState::Open;
-  tellDelegate([this](WebSocketDelegate& delegate) { delegate.webSocketOpened(*this); });
+  tellDelegate([this](WebSocketDelegate& delegate) { delegate.webSocketDidOpen(*this); });
 }
 
 void SimulatedWebSocket::close() {
@@ -138,7 +138,8 @@ void SimulatedWebSocket::failed(Error error) {
     return;
   }
   end();
-  tellDelegate([this, error](WebSocketDelegate& delegate) { delegate.webSocketFailed(*this, error); });
+  tellDelegate(
+      [this, error](WebSocketDelegate& delegate) { delegate.webSocket_didFailWithError(*this, error); });
 }
 
 void SimulatedWebSocket::closed(int code, OptionalString reason, bool wasClean) {
@@ -147,7 +148,7 @@ void SimulatedWebSocket::closed(int code, OptionalString reason, bool wasClean) 
   }
   end();
   tellDelegate([this, code, reason, wasClean](WebSocketDelegate& delegate) {
-    delegate.webSocketClosed(*this, code, reason, wasClean);
+    delegate.webSocket_didCloseWithCode_reason_wasClean(*this, code, reason, wasClean);
   });
 }
 
@@ -172,7 +173,7 @@ void SimulatedWebSocket::messageArrived(std::string payload, bool isText) {
     runGuarded("WebSocket prepare", [&] { message->prepared = request_.prepare(message->payload); });
   }
   tellDelegate([this, message](WebSocketDelegate& delegate) {
-    delegate.webSocketReceived(*this, std::move(*message));
+    delegate.webSocket_didReceiveMessage(*this, std::move(*message));
   });
 }
 
@@ -192,7 +193,7 @@ void SimulatedWebSocket::pongArrived(std::string payload) {
     return;
   }
   tellDelegate(
-      [this, payload](WebSocketDelegate& delegate) { delegate.webSocketReceivedPong(*this, payload); });
+      [this, payload](WebSocketDelegate& delegate) { delegate.webSocket_didReceivePong(*this, payload); });
 }
 
 void SimulatedWebSocket::closeArrived(std::optional<int> code, OptionalString reason) {

@@ -132,11 +132,12 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   ~QXWebSocketMgr() override;
 
   // The socket's events. Those of a socket that is no longer the current one are dropped.
-  void webSocketOpened(WebSocket& socket) override;
-  void webSocketFailed(WebSocket& socket, const Error& error) override;
-  void webSocketReceived(WebSocket& socket, WebSocketMessage message) override;
-  void webSocketClosed(WebSocket& socket, int code, const OptionalString& reason, bool wasClean) override;
-  void webSocketReceivedPong(WebSocket& socket, std::string payload) override;
+  void webSocketDidOpen(WebSocket& socket) override;
+  void webSocket_didFailWithError(WebSocket& socket, const Error& error) override;
+  void webSocket_didReceiveMessage(WebSocket& socket, WebSocketMessage message) override;
+  void webSocket_didCloseWithCode_reason_wasClean(WebSocket& socket, int code, const OptionalString& reason,
+                                                  bool wasClean) override;
+  void webSocket_didReceivePong(WebSocket& socket, std::string payload) override;
 
   void sendFirstPing();
   void startKeepAlive();

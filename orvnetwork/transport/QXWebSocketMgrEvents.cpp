@@ -34,7 +34,7 @@ std::shared_ptr<const ReplyFrame> frameOf(const WebSocketMessage& message) {
 
 }  // namespace
 
-void QXWebSocketMgr::webSocketOpened(WebSocket& socket) {
+void QXWebSocketMgr::webSocketDidOpen(WebSocket& socket) {
   if (!isCurrent(socket)) return;
   firstConnect_ = false;
   stopAutoReconnect();
@@ -71,7 +71,7 @@ void QXWebSocketMgr::startKeepAlive() {
   timer_ = std::move(timer);
 }
 
-void QXWebSocketMgr::webSocketReceived(WebSocket& socket, WebSocketMessage message) {
+void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMessage message) {
   if (!isCurrent(socket)) return;
   auto frame = frameOf(message);
   if (frame->isFrame()) {
@@ -107,7 +107,7 @@ void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame) {
   requests_->answer(std::move(frame));
 }
 
-void QXWebSocketMgr::webSocketFailed(WebSocket& socket, const Error& error) {
+void QXWebSocketMgr::webSocket_didFailWithError(WebSocket& socket, const Error& error) {
   if (!isCurrent(socket)) return;
   QXFileLog::standard().log(":( Websocket Failed With Error %@", error);
   endTimer(timer_);
@@ -155,8 +155,8 @@ void QXWebSocketMgr::armRetry(TimerPointer& slot, double seconds, std::function<
   slot = std::move(timer);
 }
 
-void QXWebSocketMgr::webSocketClosed(WebSocket& socket, int code, const OptionalString& reason,
-                                     bool wasClean) {
+void QXWebSocketMgr::webSocket_didCloseWithCode_reason_wasClean(WebSocket& socket, int code,
+                                                                const OptionalString& reason, bool wasClean) {
   if (!isCurrent(socket)) return;
   QXFileLog::standard().log("WebSocket closed");
   connected_ = false;
@@ -173,7 +173,7 @@ void QXWebSocketMgr::webSocketClosed(WebSocket& socket, int code, const Optional
   if (!hasOpenSocket()) autoReconnect();
 }
 
-void QXWebSocketMgr::webSocketReceivedPong(WebSocket& socket, std::string) {
+void QXWebSocketMgr::webSocket_didReceivePong(WebSocket& socket, std::string) {
   if (isCurrent(socket)) post(QXNotificationDidReceivePong);
 }
 

@@ -15,25 +15,26 @@ namespace orv::test {
 /// Writes each event down as a line of text.
 class RecordingDelegate final : public WebSocketDelegate {
  public:
-  void webSocketOpened(WebSocket& socket) override {
+  void webSocketDidOpen(WebSocket& socket) override {
     stateWhenOpened = socket.readyState();
     events.emplace_back("opened");
   }
-  void webSocketFailed(WebSocket& socket, const Error& error) override {
+  void webSocket_didFailWithError(WebSocket& socket, const Error& error) override {
     stateAtEnd = socket.readyState();
     lastError = error;
     events.push_back("failed " + error.domain + " " + std::to_string(error.code));
   }
-  void webSocketReceived(WebSocket&, WebSocketMessage message) override {
+  void webSocket_didReceiveMessage(WebSocket&, WebSocketMessage message) override {
     events.push_back((message.isText ? "text " : "binary ") + message.payload);
     prepared.push_back(std::move(message.prepared));
   }
-  void webSocketClosed(WebSocket& socket, int code, const OptionalString& reason, bool wasClean) override {
+  void webSocket_didCloseWithCode_reason_wasClean(WebSocket& socket, int code, const OptionalString& reason,
+                                                  bool wasClean) override {
     stateAtEnd = socket.readyState();
     events.push_back("closed " + std::to_string(code) + " " + reason.value_or("(absent)") +
                      (wasClean ? " clean" : " unclean"));
   }
-  void webSocketReceivedPong(WebSocket&, std::string payload) override {
+  void webSocket_didReceivePong(WebSocket&, std::string payload) override {
     events.push_back("pong " + payload);
   }
 

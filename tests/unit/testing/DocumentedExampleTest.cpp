@@ -15,15 +15,18 @@ class LinkDiary final : public WebSocketDelegate {
  public:
   std::string text;
 
-  void webSocketOpened(WebSocket&) override { text += "opened; "; }
-  void webSocketFailed(WebSocket&, const Error& error) override {
+  void webSocketDidOpen(WebSocket&) override { text += "opened; "; }
+  void webSocket_didFailWithError(WebSocket&, const Error& error) override {
     text += "failed " + error.domain + " " + std::to_string(error.code) + "; ";
   }
-  void webSocketReceived(WebSocket&, WebSocketMessage message) override { text += message.payload + "; "; }
-  void webSocketClosed(WebSocket&, int code, const OptionalString&, bool) override {
+  void webSocket_didReceiveMessage(WebSocket&, WebSocketMessage message) override {
+    text += message.payload + "; ";
+  }
+  void webSocket_didCloseWithCode_reason_wasClean(WebSocket&, int code, const OptionalString&,
+                                                  bool) override {
     text += "closed " + std::to_string(code) + "; ";
   }
-  void webSocketReceivedPong(WebSocket&, std::string) override {}
+  void webSocket_didReceivePong(WebSocket&, std::string) override {}
 };
 
 TEST(LinkExample, NoticesALinkThatDiedSilently) {

@@ -11,21 +11,22 @@ class Listener final : public WebSocketDelegate {
  public:
   explicit Listener(SimulatedPlatform& platform) : platform_(platform) {}
 
-  void webSocketOpened(WebSocket& socket) override {
+  void webSocketDidOpen(WebSocket& socket) override {
     EXPECT_EQ(socket.readyState(), WebSocketState::Open);
     say("opened");
   }
-  void webSocketFailed(WebSocket&, const Error& error) override {
+  void webSocket_didFailWithError(WebSocket&, const Error& error) override {
     say("failed " + error.domain + " " + std::to_string(error.code));
   }
-  void webSocketReceived(WebSocket&, WebSocketMessage message) override {
+  void webSocket_didReceiveMessage(WebSocket&, WebSocketMessage message) override {
     say((message.isText ? "text " : "binary ") + message.payload);
     lastMessage = std::move(message);
   }
-  void webSocketClosed(WebSocket&, int code, const OptionalString& reason, bool wasClean) override {
+  void webSocket_didCloseWithCode_reason_wasClean(WebSocket&, int code, const OptionalString& reason,
+                                                  bool wasClean) override {
     say("closed " + std::to_string(code) + " " + reason.value_or("-") + (wasClean ? " clean" : " unclean"));
   }
-  void webSocketReceivedPong(WebSocket&, std::string payload) override { say("pong " + payload); }
+  void webSocket_didReceivePong(WebSocket&, std::string payload) override { say("pong " + payload); }
 
   std::vector<std::string> take() { return std::exchange(events, {}); }
 

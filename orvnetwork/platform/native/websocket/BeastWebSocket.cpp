@@ -175,7 +175,7 @@ void BeastWebSocket::deliverMessage() {
   }
   const std::size_t size = message->payload.size();
   deliverIncoming(size, [message = std::move(message)](WebSocketDelegate& delegate, WebSocket& socket) {
-    delegate.webSocketReceived(socket, std::move(*message));
+    delegate.webSocket_didReceiveMessage(socket, std::move(*message));
   });
 }
 
@@ -185,7 +185,7 @@ void BeastWebSocket::onControlFrame(websocket::frame_type kind, std::string_view
   if (kind != websocket::frame_type::pong || undelivered_ > limits_.undeliveredBytes) return;
   auto copy = std::make_unique<std::string>(payload);
   deliverIncoming(payload.size(), [copy = std::move(copy)](WebSocketDelegate& delegate, WebSocket& socket) {
-    delegate.webSocketReceivedPong(socket, std::move(*copy));
+    delegate.webSocket_didReceivePong(socket, std::move(*copy));
   });
 }
 
@@ -238,7 +238,7 @@ void BeastWebSocket::fail(Error error) {
   if (takeTerminalEvent()) {
     deliver(
         [error = std::make_unique<Error>(std::move(error))](WebSocketDelegate& delegate, WebSocket& socket) {
-          delegate.webSocketFailed(socket, *error);
+          delegate.webSocket_didFailWithError(socket, *error);
         });
   }
   end();
@@ -251,7 +251,7 @@ void BeastWebSocket::fail(int code, std::string description) {
 void BeastWebSocket::reportClosed(int code, OptionalString reason, bool wasClean) {
   if (!takeTerminalEvent()) return;
   deliver([code, reason = std::move(reason), wasClean](WebSocketDelegate& delegate, WebSocket& socket) {
-    delegate.webSocketClosed(socket, code, reason, wasClean);
+    delegate.webSocket_didCloseWithCode_reason_wasClean(socket, code, reason, wasClean);
   });
 }
 

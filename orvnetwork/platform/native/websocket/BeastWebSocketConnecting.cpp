@@ -73,7 +73,7 @@ void BeastWebSocket::onHandshake(const error_code& error) {
   if (!state_.compare_exchange_strong(expected, WebSocketState::Open)) return;
   phase_ = Phase::Open;
   disarmDeadline();
-  deliver([](WebSocketDelegate& delegate, WebSocket& socket) { delegate.webSocketOpened(socket); });
+  deliver([](WebSocketDelegate& delegate, WebSocket& socket) { delegate.webSocketDidOpen(socket); });
   protocol_.text(true);
   protocol_.control_callback([this](websocket::frame_type kind, boost::beast::string_view payload) {
     onControlFrame(kind, {payload.data(), payload.size()});

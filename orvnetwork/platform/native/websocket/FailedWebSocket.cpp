@@ -16,7 +16,8 @@ class FailedWebSocket final : public WebSocket, public std::enable_shared_from_t
     if (opened_.exchange(true)) return;
     mainQueue_.post([self = shared_from_this()] {
       self->closed_ = true;
-      if (auto* const delegate = self->delegate_.load()) delegate->webSocketFailed(*self, self->error_);
+      auto* const delegate = self->delegate_.load();
+      if (delegate != nullptr) delegate->webSocket_didFailWithError(*self, self->error_);
     });
   }
   void close() override { closed_ = true; }
