@@ -3,7 +3,7 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
+#include <orvnetwork/transport/detail/LinkSettings.h>
 
 #include <utility>
 
@@ -65,14 +65,14 @@ std::shared_ptr<QXRequestItem> QXRequestItem::initWithCommand_parameters_complet
     OptionalString command, std::optional<json::object> parameters, CompleteBlock completeBlock,
     TimeoutBlock timeoutBlock) {
   auto item = newItem(std::move(command), std::move(completeBlock), std::move(timeoutBlock));
-  const auto& link = QXWebSocketMgr::standard();
+  const auto& settings = LinkSettings::standard();
   json::object frame;
   frame.reserve(7);
   setIfPresent(frame, "c", item->command);
   frame.emplace("r", "1");
-  setIfPresent(frame, "g", link.globalUUID());
+  setIfPresent(frame, "g", settings.globalUUID);
   frame.emplace("a", "1");
-  frame.emplace("b", formatText("%@.%@", link.appVersion(), link.appBuildVersion()));
+  frame.emplace("b", formatText("%@.%@", settings.appVersion.get(), settings.appBuildVersion.get()));
   frame.emplace("s", formatText("%ld", item->timestamp));
   setValues(frame, std::move(parameters));
   item->jsonString = writeFrame(frame);

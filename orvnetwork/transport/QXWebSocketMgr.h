@@ -163,7 +163,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
 
   // Guards what follows; never held while host code runs.
   mutable std::mutex mutex_;
-  OptionalString apiServerUrl_, globalUUID_, appVersion_, appBuildVersion_;
+  OptionalString apiServerUrl_;
   std::shared_ptr<WebSocket> webSocket_;
   std::optional<WallTime> reconnectDate_;
   // The pause between reconnects is measured here: the wall clock may jump.

@@ -3,6 +3,7 @@
 #include "orvnetwork/transport/QXWebSocketMgr.h"
 
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/detail/LinkSettings.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 
 #include <utility>
@@ -21,33 +22,27 @@ void QXWebSocketMgr::setApiServerUrl(OptionalString url) {
 }
 
 OptionalString QXWebSocketMgr::globalUUID() const {
-  const std::lock_guard lock(mutex_);
-  return globalUUID_;
+  return LinkSettings::standard().globalUUID;
 }
 
 void QXWebSocketMgr::setGlobalUUID(OptionalString uuid) {
-  const std::lock_guard lock(mutex_);
-  globalUUID_ = std::move(uuid);
+  LinkSettings::standard().globalUUID = std::move(uuid);
 }
 
 OptionalString QXWebSocketMgr::appVersion() const {
-  const std::lock_guard lock(mutex_);
-  return appVersion_;
+  return LinkSettings::standard().appVersion;
 }
 
 void QXWebSocketMgr::setAppVersion(OptionalString version) {
-  const std::lock_guard lock(mutex_);
-  appVersion_ = std::move(version);
+  LinkSettings::standard().appVersion = std::move(version);
 }
 
 OptionalString QXWebSocketMgr::appBuildVersion() const {
-  const std::lock_guard lock(mutex_);
-  return appBuildVersion_;
+  return LinkSettings::standard().appBuildVersion;
 }
 
 void QXWebSocketMgr::setAppBuildVersion(OptionalString build) {
-  const std::lock_guard lock(mutex_);
-  appBuildVersion_ = std::move(build);
+  LinkSettings::standard().appBuildVersion = std::move(build);
 }
 
 std::optional<WallTime> QXWebSocketMgr::reconnectDate() const {
