@@ -1,6 +1,6 @@
 #include "orvnetwork/api/QXAPIHelper.h"
 
-#include <orvnetwork/transport/QXWebSocketMgr.h>
+#include <orvnetwork/api/detail/Sending.h>
 
 #include <utility>
 
@@ -10,9 +10,7 @@ void QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock(const Opt
                                                                        std::optional<json::object> values,
                                                                        CompleteBlock completeBlock,
                                                                        TimeoutBlock timeoutBlock) {
-  QXWebSocketMgr::standard().sendRequestItem(
-      QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
-          command, std::move(values), std::move(completeBlock), std::move(timeoutBlock)));
+  sendCommand(command, std::move(values), std::move(completeBlock), std::move(timeoutBlock));
 }
 
 }  // namespace orv

@@ -2,7 +2,9 @@
 
 #include "orvnetwork/api/QXAPIHelperAccount.h"
 
+#include <orvnetwork/api/detail/CommonMembers.h>
 #include <orvnetwork/api/detail/Sending.h>
+#include <orvnetwork/api/detail/Values.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/support/QXCommonTools.h>
 

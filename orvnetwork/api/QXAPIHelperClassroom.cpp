@@ -2,7 +2,9 @@
 
 #include "orvnetwork/api/QXAPIHelperClassroom.h"
 
+#include <orvnetwork/api/detail/CommonMembers.h>
 #include <orvnetwork/api/detail/Sending.h>
+#include <orvnetwork/api/detail/Values.h>
 #include <orvnetwork/support/QXCommonTools.h>
 
 #include <utility>

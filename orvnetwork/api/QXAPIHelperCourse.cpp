@@ -2,7 +2,9 @@
 
 #include "orvnetwork/api/QXAPIHelperCourse.h"
 
+#include <orvnetwork/api/detail/MomentText.h>
 #include <orvnetwork/api/detail/Sending.h>
+#include <orvnetwork/api/detail/Values.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXCommonTools.h>
@@ -195,7 +197,7 @@ void QXAPIHelperCourse::
       .set("intro", courseIntro)
       .set("test", isTest)
       .set("kelto_open", keltoOpen);
-  const std::string_view command = isCreateCourse ? "Course.Post.Create" : "Course.Post.Update";
+  const std::string command = isCreateCourse ? "Course.Post.Create" : "Course.Post.Update";
   json::object members = values.take();
   consoleLog("dictValues = %@; command = %@", members, command);
   sendCommand(command, std::move(members), std::move(completeBlock), std::move(timeoutBlock));

@@ -2,7 +2,9 @@
 
 #include "orvnetwork/api/QXAPIHelperCourseList.h"
 
+#include <orvnetwork/api/detail/MomentText.h>
 #include <orvnetwork/api/detail/Sending.h>
+#include <orvnetwork/api/detail/Values.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 
 #include <utility>

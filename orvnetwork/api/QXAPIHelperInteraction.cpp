@@ -3,6 +3,7 @@
 #include "orvnetwork/api/QXAPIHelperInteraction.h"
 
 #include <orvnetwork/api/detail/Sending.h>
+#include <orvnetwork/api/detail/Values.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/support/QXCommonTools.h>
 

@@ -3,6 +3,7 @@
 #include "orvnetwork/api/QXAPIHelperLive.h"
 
 #include <orvnetwork/api/detail/Sending.h>
+#include <orvnetwork/api/detail/Values.h>
 
 #include <utility>
 

@@ -1,54 +1,16 @@
 #include "orvnetwork/api/detail/Sending.h"
 
-#include <orvnetwork/api/QXAPIHelper.h>
-#include <orvnetwork/data/TextFormat.h>
-#include <orvnetwork/dates/LocalTime.h>
-#include <orvnetwork/platform/MainBundle.h>
-#include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <limits>
 #include <utility>
 
 namespace orv {
 
-void sendCommand(std::string_view command, std::optional<json::object> values, CompleteBlock completeBlock,
+void sendCommand(OptionalString command, std::optional<json::object> values, CompleteBlock completeBlock,
                  TimeoutBlock timeoutBlock) {
-  QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock(
-      std::string(command), std::move(values), std::move(completeBlock), std::move(timeoutBlock));
-}
-
-Object deviceGuid() {
-  return QXWebSocketMgr::standard().globalUUID();
-}
-
-std::string applicationVersion() {
-  const auto& link = QXWebSocketMgr::standard();
-  const auto version = MainBundle::shortVersion();
-  const auto build = MainBundle::version();
-  return formatText("%@.%@", version ? version : link.appVersion(), build ? build : link.appBuildVersion());
-}
-
-std::string minuteText(std::uint64_t secondsSince1970) {
-  constexpr auto kGreatest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-  const auto seconds = static_cast<std::int64_t>(std::min(secondsSince1970, kGreatest));
-  const LocalTime time = LocalTime::ofSeconds(seconds, Platform::current().timeZoneName());
-  std::array<char, 64> text;
-  std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d", time.year, time.month, time.day,
-                time.hour, time.minute);
-  return text.data();
-}
-
-std::string secondText(const QXDate& moment) {
-  const auto seconds = std::chrono::floor<std::chrono::seconds>(moment.since1970()).count();
-  const LocalTime time = LocalTime::ofSeconds(seconds, Platform::current().timeZoneName());
-  std::array<char, 96> text;
-  std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year, time.month, time.day,
-                time.hour, time.minute, time.second);
-  return text.data();
+  QXWebSocketMgr::standard().sendRequestItem(
+      QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
+          std::move(command), std::move(values), std::move(completeBlock), std::move(timeoutBlock)));
 }
 
 }  // namespace orv
