@@ -103,7 +103,7 @@ class Batch {
     const auto slot = std::make_shared<Slot>();
     slots_.push_back(slot);
     BatchLine read = line.tooLong ? BatchLine{nullptr, {}, "too long"} : readBatchLine(line.text);
-    if (read.operation != nullptr) read.problem = checkArguments(*read.operation, read.arguments);
+    if (read.operation != nullptr) read.problem = read.operation->problemWith(read.arguments);
     if (!read.problem.empty()) {
       slot->answer = wrongUse("line " + std::to_string(line.number) + ": " + read.problem);
       return printAnswered();

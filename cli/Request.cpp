@@ -72,12 +72,6 @@ std::string commandOf(const Operation& operation, const std::vector<Object>& arg
   return given ? std::string(std::string_view(arguments[0]->get_string())) : std::string();
 }
 
-std::string checkArguments(const Operation& operation, const std::vector<Object>& arguments) {
-  Operation probe = operation;
-  probe.call = [](const std::vector<Object>&, const CompleteBlock&, const TimeoutBlock&) {};
-  return probe.invoke(arguments, {}, {});
-}
-
 void request(const Operation& operation, const std::vector<Object>& arguments,
              std::function<void(Answer)> done,
              std::function<void(bool success, const json::object& reply)> seen) {

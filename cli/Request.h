@@ -28,9 +28,6 @@ Answer noReply(std::string_view operation, std::string_view command, std::string
 /// The command that a call of an operation with these arguments sends.
 std::string commandOf(const Operation& operation, const std::vector<Object>& arguments);
 
-/// What is wrong with the arguments for an operation; empty when all is well. Sends nothing.
-std::string checkArguments(const Operation& operation, const std::vector<Object>& arguments);
-
 /// Calls an operation with JSON arguments. `done` is called exactly once, on the main thread: with the reply,
 /// with the time-out, with what is wrong with the arguments, or, where the server holds out for a session,
 /// some time after the time-out. It may be called before this returns. `seen`, if there is one, is called with the

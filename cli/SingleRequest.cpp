@@ -12,7 +12,7 @@ namespace {
 
 Answer ask(const Operation& operation, const std::vector<Object>& arguments, Context& context) {
   // Wrong arguments need no link to be told.
-  if (const std::string problem = checkArguments(operation, arguments); !problem.empty())
+  if (const std::string problem = operation.problemWith(arguments); !problem.empty())
     return wrongUse(problem);
   Host& host = context.host();
   const std::string command = commandOf(operation, arguments);

@@ -2,6 +2,7 @@
 
 /// The public surface of the library in one include.
 
+#include <orvnetwork/api/Operation.h>
 #include <orvnetwork/api/OperationRegistry.h>
 #include <orvnetwork/api/Prompts.h>
 #include <orvnetwork/api/QXAPIHelper.h>

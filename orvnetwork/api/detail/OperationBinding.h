@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/api/OperationRegistry.h>
+#include <orvnetwork/api/Operation.h>
 #include <orvnetwork/support/QXDate.h>
 
 #include <algorithm>
@@ -87,6 +87,12 @@ struct Signature<void (*)(Parameters...)> {
   using Indices = std::make_index_sequence<kArguments>;
 };
 
+/// The argument at an index; what trails and is missing is absent.
+inline const Object& argumentAt(const std::vector<Object>& arguments, std::size_t index) {
+  static const auto* const absent = new Object;
+  return index < arguments.size() ? arguments[index] : *absent;
+}
+
 template <auto function, std::size_t... I>
 Operation bind(std::string name, std::string_view command, const std::vector<std::string_view>& names,
                std::index_sequence<I...>) {
@@ -98,8 +104,8 @@ Operation bind(std::string name, std::string_view command, const std::vector<std
                                              Argument<std::tuple_element_t<I, Types>>::required()}...};
   operation.call = []([[maybe_unused]] const std::vector<Object>& arguments, CompleteBlock completeBlock,
                       TimeoutBlock timeoutBlock) {
-    function(Argument<std::tuple_element_t<I, Types>>::from(arguments[I])..., std::move(completeBlock),
-             std::move(timeoutBlock));
+    function(Argument<std::tuple_element_t<I, Types>>::from(argumentAt(arguments, I))...,
+             std::move(completeBlock), std::move(timeoutBlock));
   };
   return operation;
 }

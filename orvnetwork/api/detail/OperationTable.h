@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/api/OperationRegistry.h>
+#include <orvnetwork/api/Operation.h>
 
 #include <vector>
 
