@@ -1,7 +1,7 @@
 #include "devserver/DevServer.h"
 
-#include "devserver/Engine.h"
 #include "devserver/control/Control.h"
+#include "devserver/engine/Engine.h"
 #include "devserver/net/Network.h"
 #include "devserver/school/CourseDesk.h"
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "devserver/Counters.h"
-#include "devserver/Faults.h"
-#include "devserver/FrameLog.h"
-#include "devserver/Garbage.h"
-#include "devserver/net/Peer.h"
+#include "devserver/crowd/Peer.h"
+#include "devserver/engine/Counters.h"
+#include "devserver/engine/FrameLog.h"
+#include "devserver/faults/Faults.h"
+#include "devserver/faults/Garbage.h"
 
 #include <boost/json/object.hpp>
 

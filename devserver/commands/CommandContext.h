@@ -1,8 +1,8 @@
 #pragma once
 
-#include "devserver/Crowd.h"
 #include "devserver/commands/RequestFrame.h"
 #include "devserver/commands/Values.h"
+#include "devserver/crowd/Crowd.h"
 #include "devserver/school/School.h"
 
 #include <cstdint>

@@ -149,12 +149,6 @@ Action readAction(Engine& engine, Faults& faults, ControlFields& fields) {
       "\"course\" \"sessionLifetime\" \"clear\"");
 }
 
-HttpAnswer failure(unsigned status, std::string_view text) {
-  json::object answer;
-  answer.emplace("err", json::string_view(text.data(), text.size()));
-  return {.status = status, .body = json::serialize(answer)};
-}
-
 }  // namespace
 
 json::object Control::state() const {
@@ -180,14 +174,14 @@ json::object Control::apply(const json::object& request) {
 
 HttpAnswer Control::answer(std::string_view method, std::string_view body) {
   if (method == "GET") return {.body = json::serialize(state())};
-  if (method != "POST") return failure(405, "expected GET or POST");
+  if (method != "POST") return httpProblem(405, "expected GET or POST");
   json::error_code error;
   const json::value request = json::parse({body.data(), body.size()}, error);
-  if (error || !request.is_object()) return failure(400, "expected a JSON object");
+  if (error || !request.is_object()) return httpProblem(400, "expected a JSON object");
   try {
     return {.body = json::serialize(apply(request.get_object()))};
   } catch (const std::invalid_argument& problem) {
-    return failure(400, problem.what());
+    return httpProblem(400, problem.what());
   }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "devserver/Engine.h"
-#include "devserver/Faults.h"
+#include "devserver/engine/Engine.h"
+#include "devserver/faults/Faults.h"
 
 #include <boost/json/object.hpp>
 

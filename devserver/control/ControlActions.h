@@ -1,7 +1,7 @@
 #pragma once
 
-#include "devserver/Engine.h"
 #include "devserver/control/ControlFields.h"
+#include "devserver/engine/Engine.h"
 
 #include <functional>
 #include <utility>

@@ -11,18 +11,8 @@ namespace orv::devserver {
 
 namespace {
 
-constexpr std::uint32_t kMaxHeadBytes = 16u << 10;
-constexpr std::uint64_t kMaxBodyBytes = 1u << 20;
 /// Time for the peer to take part in the closing handshake.
 constexpr std::chrono::seconds kCloseTime{2};
-
-std::string_view view(beast::string_view text) {
-  return {text.data(), text.size()};
-}
-
-std::string_view field(const http::request<http::string_body>& request, http::field name) {
-  return view(request[name]);
-}
 
 /// Reads and drops everything until the peer goes away.
 class Stall : public LinkCore::Waiter {
@@ -97,68 +87,47 @@ void Connection::endAfter(std::chrono::milliseconds time) {
 }
 
 void Connection::readHead() {
-  parser_.emplace();
-  parser_->header_limit(kMaxHeadBytes);
-  parser_->body_limit(kMaxBodyBytes);
   webSocket_.emplace(Link(core_));
-  http::async_read(webSocket_->next_layer(), buffer_, *parser_,
+  http::async_read(webSocket_->next_layer(), buffer_, beginRequest(parser_),
                    [self = shared_from_this()](error_code error, std::size_t) { self->onHead(error); });
 }
 
 void Connection::onHead(error_code error) {
   if (core_->ended()) return;
-  if (error == http::error::header_limit) return answerProblem(431, "Request Header Fields Too Large");
-  if (error == http::error::body_limit) return answerProblem(413, "Content Too Large");
-  if (error.category() == http::make_error_code(http::error::bad_version).category() &&
-      error != http::error::end_of_stream && error != http::error::partial_message) {
-    return answerProblem(400, "Bad Request", R"({"err":"not HTTP"})");
-  }
+  if (const auto refusal = refusalOf(error)) return refuse(*refusal);
   if (error) return core_->close();
 
-  Request request = parser_->release();
+  const HttpMessage message = parser_->release();
   parser_.reset();
-  websocket::is_upgrade(request) ? admit(std::move(request)) : onRequest(request);
+  websocket::is_upgrade(message) ? admit(message) : onRequest(message);
 }
 
-void Connection::onRequest(const Request& request) {
-  HttpRequest plain;
-  plain.method = view(request.method_string());
-  plain.target = view(request.target());
-  plain.body = request.body();
-  plain.host = field(request, http::field::host);
-  plain.origin = field(request, http::field::origin);
-  plain.fetchSite = view(request["Sec-Fetch-Site"]);
-  plain.lastEvent = view(request["Last-Event-ID"]);
-  plain.tls = tls_;
-  plain.fromThisMachine = fromThisMachine_;
-  const HttpAnswer answer = events_.http(plain);
-  if (answer.stream) return streamHttp(answer);
-  answerHttp(answer.status, view(http::obsolete_reason(http::int_to_status(answer.status))), answer);
+void Connection::onRequest(const HttpMessage& message) {
+  HttpRequest request = requestIn(message);
+  request.tls = tls_;
+  request.fromThisMachine = fromThisMachine_;
+  const HttpAnswer answer = events_.http(request);
+  answer.stream ? streamHttp(answer) : answerHttp(answer);
 }
 
-void Connection::answerHttp(unsigned status, std::string_view reason, const HttpAnswer& answer) {
-  const std::string head = "HTTP/1.1 " + std::to_string(status) + " " + std::string(reason) +
-                           "\r\nContent-Type: " + answer.contentType +
-                           "\r\nContent-Length: " + std::to_string(answer.body.size()) +
-                           "\r\nConnection: close\r\n" + answer.head + "\r\n";
-  core_->write(head, answer.body);
+void Connection::answerHttp(const HttpAnswer& answer, std::string_view reason) {
+  core_->write(headOf(answer, reason), answer.body);
   deadline_.cancel();
   core_->finish(true);
 }
 
-void Connection::answerProblem(unsigned status, std::string_view reason, std::string_view body) {
-  answerHttp(status, reason, {.body = std::string(body)});
+void Connection::refuse(const HttpRefusal& refusal) {
+  answerHttp({.status = refusal.status, .body = std::string(refusal.body)}, refusal.reason);
 }
 
 void Connection::streamHttp(const HttpAnswer& answer) {
-  core_->write("HTTP/1.1 200 OK\r\nContent-Type: " + answer.contentType + "\r\nConnection: close\r\n" +
-               answer.head + "\r\n");
+  core_->write(streamHeadOf(answer));
   auto stream = std::make_shared<BodyStream>(core_);
   answer.stream(stream);
   stall([stream] { stream->close(); });
 }
 
-void Connection::admit(Request request) {
+void Connection::admit(const HttpMessage& message) {
   const Faults::Admission admission = faults_.admission();
   if (admission.mode != ConnectionMode::Accept) events_.turnedAway();
   switch (admission.mode) {
@@ -169,7 +138,7 @@ void Connection::admit(Request request) {
     case ConnectionMode::Stall:
       return stall();
     case ConnectionMode::Reject:
-      return answerProblem(admission.httpStatus, "Rejected", R"({"err":"a fault that was asked for"})");
+      return refuse({admission.httpStatus, "Rejected", R"({"err":"a fault that was asked for"})"});
   }
   core_->exposeToFaults();
   // Whatever came behind the request head belongs to the WebSocket.
@@ -177,7 +146,7 @@ void Connection::admit(Request request) {
   core_->unread({static_cast<const char*>(rest.data()), rest.size()});
   buffer_.clear();
   webSocket_->read_message_max(options_.maxMessageBytes);
-  webSocket_->async_accept(request, [self = shared_from_this()](error_code error) {
+  webSocket_->async_accept(message, [self = shared_from_this()](error_code error) {
     if (error || self->core_->ended()) return self->core_->finish(true);
     self->deadline_.cancel();
     self->open_ = true;

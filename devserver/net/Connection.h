@@ -1,12 +1,12 @@
 #pragma once
 
-#include "devserver/Faults.h"
+#include "devserver/faults/Faults.h"
+#include "devserver/net/HttpMessage.h"
 #include "devserver/net/Link.h"
-#include "devserver/net/Network.h"
+#include "devserver/net/NetworkEvents.h"
+#include "devserver/net/NetworkOptions.h"
 
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/string_body.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
 #include <functional>
@@ -16,7 +16,6 @@
 
 namespace orv::devserver {
 
-namespace http = boost::beast::http;
 namespace websocket = boost::beast::websocket;
 
 /// One connection from TCP on: TLS, one HTTP request, and then either its answer or the WebSocket.
@@ -37,14 +36,13 @@ class Connection : public Peer, public std::enable_shared_from_this<Connection> 
 
  private:
   using WebSocket = websocket::stream<Link, false>;
-  using Request = http::request<http::string_body>;
 
   void readHead();
   void onHead(error_code error);
-  void admit(Request request);
-  void onRequest(const Request& request);
-  void answerHttp(unsigned status, std::string_view reason, const HttpAnswer& answer);
-  void answerProblem(unsigned status, std::string_view reason, std::string_view body = "{}");
+  void admit(const HttpMessage& message);
+  void onRequest(const HttpMessage& message);
+  void answerHttp(const HttpAnswer& answer, std::string_view reason = {});
+  void refuse(const HttpRefusal& refusal);
   void streamHttp(const HttpAnswer& answer);
   void stall(std::function<void()> onEnd = {});
   void readMessage();
@@ -60,7 +58,7 @@ class Connection : public Peer, public std::enable_shared_from_this<Connection> 
   bool fromThisMachine_ = false;
   Timer deadline_;
   beast::flat_buffer buffer_;
-  std::optional<http::request_parser<http::string_body>> parser_;
+  std::optional<HttpParser> parser_;
   std::optional<WebSocket> webSocket_;
   bool open_ = false, closing_ = false;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devserver/net/WireFaults.h"
+#include "devserver/faults/WireFaults.h"
 
 #include <boost/asio/basic_stream_socket.hpp>
 #include <boost/asio/io_context.hpp>

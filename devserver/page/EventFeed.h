@@ -1,5 +1,6 @@
 #pragma once
 
+#include "devserver/net/Http.h"
 #include "devserver/net/Network.h"
 #include "devserver/page/FrameHistory.h"
 #include "devserver/page/PassedFrame.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devserver/net/Network.h"
+#include "devserver/net/Http.h"
 
 #include <string_view>
 

@@ -18,24 +18,20 @@ constexpr std::string_view kHead =
     "Cross-Origin-Resource-Policy: same-origin\r\n"
     "Cache-Control: no-store\r\n";
 
-HttpAnswer problem(unsigned status, std::string_view text) {
-  return {.status = status, .body = R"({"err":")" + std::string(text) + "\"}"};
-}
-
 }  // namespace
 
 std::optional<HttpAnswer> Page::answer(const HttpRequest& request) {
   const bool events = request.target == "/events";
   const PageFile* file = events ? nullptr : findPageFile(request.target);
   if (!events && file == nullptr) return std::nullopt;
-  if (request.method != "GET") return problem(405, "expected GET");
+  if (request.method != "GET") return httpProblem(405, "expected GET");
   if (events) return stream(request);
   return HttpAnswer{
       .body = std::string(file->content), .contentType = std::string(file->type), .head = std::string(kHead)};
 }
 
 HttpAnswer Page::stream(const HttpRequest& request) {
-  if (feed_.full()) return problem(503, "too many read the events already");
+  if (feed_.full()) return httpProblem(503, "too many read the events already");
   HttpAnswer answer{.contentType = "text/event-stream", .head = std::string(kHead)};
   answer.stream = [this, last = std::string(request.lastEvent)](std::shared_ptr<HttpStream> stream) {
     feed_.attach(std::move(stream), last);

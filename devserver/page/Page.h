@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devserver/net/Network.h"
+#include "devserver/net/Http.h"
 #include "devserver/page/EventFeed.h"
 
 #include <optional>

@@ -1,4 +1,4 @@
-#include "devserver/Crowd.h"
+#include "devserver/crowd/Crowd.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "devserver/Engine.h"
+#include "devserver/engine/Engine.h"
 
 #include "devserver/page/HttpGuard.h"
 
@@ -16,12 +16,6 @@ constexpr std::size_t kMaxWaitingReplies = 200'000;
 
 std::chrono::microseconds since(std::chrono::steady_clock::time_point time) {
   return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - time);
-}
-
-HttpAnswer problem(unsigned status, std::string_view text) {
-  json::object answer;
-  answer.emplace("err", json::string_view(text.data(), text.size()));
-  return {.status = status, .body = json::serialize(answer)};
 }
 
 json::value spoilt(TimestampFault kind) {
@@ -285,11 +279,11 @@ Counters Engine::counters() const {
 }
 
 HttpAnswer Engine::http(const HttpRequest& request) {
-  if (!request.fromThisMachine) return problem(403, "this address is for this machine only");
-  if (const auto reason = foreignRequest(request); !reason.empty()) return problem(403, reason);
+  if (!request.fromThisMachine) return httpProblem(403, "this address is for this machine only");
+  if (const auto reason = foreignRequest(request); !reason.empty()) return httpProblem(403, reason);
   if (auto answer = page_.answer(request)) return *answer;
   if (request.target == "/control" && control_) return control_(request.method, request.body);
-  return problem(404, "expected a WebSocket, the page at /, or /control");
+  return httpProblem(404, "expected a WebSocket, the page at /, or /control");
 }
 
 }  // namespace orv::devserver

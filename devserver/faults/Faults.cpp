@@ -1,4 +1,4 @@
-#include "devserver/Faults.h"
+#include "devserver/faults/Faults.h"
 
 #include <boost/json/array.hpp>
 

@@ -1,6 +1,6 @@
 // What is done to connections from outside: by the control, by tests, and by commands that others sent.
 
-#include "devserver/Engine.h"
+#include "devserver/engine/Engine.h"
 
 namespace orv::devserver {
 

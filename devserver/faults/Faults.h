@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devserver/net/WireFaults.h"
+#include "devserver/faults/WireFaults.h"
 
 #include <boost/json/object.hpp>
 

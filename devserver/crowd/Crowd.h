@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devserver/net/Peer.h"
+#include "devserver/crowd/Peer.h"
 
 #include <cstdint>
 #include <map>

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "devserver/Counters.h"
-#include "devserver/Crowd.h"
-#include "devserver/Faults.h"
-#include "devserver/FrameLog.h"
-#include "devserver/Garbage.h"
 #include "devserver/commands/CommandTable.h"
+#include "devserver/crowd/Crowd.h"
+#include "devserver/engine/Counters.h"
+#include "devserver/engine/FrameLog.h"
+#include "devserver/faults/Faults.h"
+#include "devserver/faults/Garbage.h"
 #include "devserver/net/Network.h"
+#include "devserver/net/NetworkEvents.h"
 #include "devserver/page/Page.h"
 #include "devserver/school/School.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devserver/Session.h"
+#include "devserver/crowd/Session.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "devserver/FrameLog.h"
+#include "devserver/engine/FrameLog.h"
 
 #include <algorithm>
 #include <utility>

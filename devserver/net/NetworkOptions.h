@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace orv::devserver {
+
+/// Where the network listens, and its bounds.
+struct NetworkOptions {
+  std::string host;
+  std::uint16_t port = 0;
+  std::string tlsCertificateFile;  ///< PEM chain; empty: no TLS
+  std::string tlsKeyFile;          ///< PEM key; empty: the certificate's file
+  std::size_t maxConnections = 0;
+  std::size_t maxMessageBytes = 0;
+  std::size_t maxQueuedBytes = 0;
+  std::chrono::milliseconds handshakeTimeout{0};
+};
+
+}  // namespace orv::devserver
