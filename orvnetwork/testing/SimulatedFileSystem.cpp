@@ -1,6 +1,6 @@
 #include "orvnetwork/testing/SimulatedFileSystem.h"
 
-#include <orvnetwork/testing/detail/SimulatedFileHandle.h>
+#include <orvnetwork/testing/detail/SimulatedFileNode.h>
 
 #include <utility>
 
@@ -34,7 +34,7 @@ SimulatedFileSystem::SimulatedFileSystem(std::uint64_t seed) : random_(seed) {
 
 SimulatedFileSystem::~SimulatedFileSystem() = default;
 
-std::shared_ptr<SimulatedFileSystem::Node> SimulatedFileSystem::makeNode(bool isFolder, unsigned mode) {
+std::shared_ptr<SimulatedFileNode> SimulatedFileSystem::makeNode(bool isFolder, unsigned mode) {
   auto node = std::make_shared<Node>();
   node->isFolder = isFolder;
   node->mode = mode & ~umask_;
@@ -42,7 +42,7 @@ std::shared_ptr<SimulatedFileSystem::Node> SimulatedFileSystem::makeNode(bool is
   return node;
 }
 
-SimulatedFileSystem::Place SimulatedFileSystem::locate(const std::string& path) const {
+SimulatedFilePlace SimulatedFileSystem::locate(const std::string& path) const {
   if (path.empty() || path.front() != '/' || path.find('\0') != std::string::npos) {
     return {nullptr,
             {},
@@ -82,7 +82,7 @@ SimulatedFileSystem::Place SimulatedFileSystem::locate(const std::string& path) 
   return place;
 }
 
-std::shared_ptr<SimulatedFileSystem::Node> SimulatedFileSystem::find(const std::string& path) const {
+std::shared_ptr<SimulatedFileNode> SimulatedFileSystem::find(const std::string& path) const {
   return locate(path).node;
 }
 
@@ -264,19 +264,6 @@ std::optional<std::uint64_t> SimulatedFileSystem::fileSize(const std::string& pa
     return std::nullopt;
   }
   return node->isFolder ? kFolderSize : node->data.size();
-}
-
-std::unique_ptr<FileHandle> SimulatedFileSystem::openForWriting(const std::string& path) {
-  if (begin(FileOperation::OpenForWriting)) {
-    return nullptr;
-  }
-  const auto node = find(path);
-  if (node == nullptr || node->isFolder || !node->isWritable()) {
-    return nullptr;
-  }
-  std::erase_if(opened_, [](const auto& opened) { return opened.expired(); });
-  opened_.push_back(node);
-  return std::make_unique<Handle>(*this, node);
 }
 
 }  // namespace orv::testing

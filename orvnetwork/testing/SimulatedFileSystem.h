@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/FileSystem.h>
+#include <orvnetwork/testing/Crash.h>
 #include <orvnetwork/testing/SeededRandom.h>
 
 #include <array>
@@ -28,12 +29,8 @@ enum class FileOperation {
   Count  ///< how many there are
 };
 
-/// What survives when everything stops at once.
-enum class Crash {
-  Process,       ///< all that was written
-  PowerCut,      ///< only what was flushed: durable writes and synchronized handles
-  PowerCutTorn,  ///< names as they are, but of each file only the bytes that were flushed
-};
+struct SimulatedFileNode;
+struct SimulatedFilePlace;
 
 /// A file system in memory. At the start it has "/home/user" and "/tmp".
 ///
@@ -111,12 +108,10 @@ class ORV_EXPORT SimulatedFileSystem final : public FileSystem {
   /// Stops and restarts the machine or the process: what does not survive is gone, and handles are dead.
   void crash(Crash crash);
 
-  class Handle;
-  struct Node;
-  struct Place;
-
  private:
-  friend class Handle;
+  class Handle;
+  using Node = SimulatedFileNode;
+  using Place = SimulatedFilePlace;
   struct Failure {
     std::uint64_t in = 0;  // calls until it strikes; 0: never
     bool always = false;

@@ -1,12 +1,36 @@
 #include "orvnetwork/testing/SimulatedNetwork.h"
 
-#include <orvnetwork/testing/SimulatedWebSocket.h>
+#include <orvnetwork/testing/detail/SimulatedCarrier.h>
 #include <orvnetwork/testing/detail/SimulatedLink.h>
+#include <orvnetwork/testing/detail/SimulatedWebSocket.h>
 
 namespace orv::testing {
 
+/// The network as its sockets see it.
+class SimulatedNetwork::Carrier final : public SimulatedCarrier {
+ public:
+  explicit Carrier(SimulatedNetwork& network) : network_(network) {}
+  const std::shared_ptr<Scheduler>& scheduler() override { return network_.scheduler_; }
+  Executor& mainQueue() override { return network_.mainQueue_; }
+  void keepAlive(const std::shared_ptr<SimulatedWebSocket>& socket) override {
+    network_.live_.emplace(socket->id(), socket);
+  }
+  void release(int id) override { network_.live_.erase(id); }
+  std::shared_ptr<SimulatedLink> connect(const std::shared_ptr<SimulatedWebSocket>& socket) override {
+    return network_.connect(socket);
+  }
+  bool nextOperationFails() override { return network_.nextOperationFails(); }
+  Seconds timeToServer() const override { return network_.toServer_; }
+
+ private:
+  SimulatedNetwork& network_;
+};
+
 SimulatedNetwork::SimulatedNetwork(std::shared_ptr<Scheduler> scheduler, Executor& mainQueue)
-    : scheduler_(std::move(scheduler)), mainQueue_(mainQueue), server_(scheduler_) {}
+    : scheduler_(std::move(scheduler)),
+      mainQueue_(mainQueue),
+      server_(scheduler_),
+      carrier_(std::make_unique<Carrier>(*this)) {}
 
 SimulatedNetwork::~SimulatedNetwork() {
   // What is under way holds its link, and the link holds what is under way.
@@ -21,7 +45,7 @@ SimulatedNetwork::~SimulatedNetwork() {
 std::shared_ptr<WebSocket> SimulatedNetwork::makeWebSocket(WebSocketRequest request) {
   const auto id = static_cast<ConnectionId>(sockets_.size()) + 1;
   SocketRecord record{id, request.url, request.connectTimeout, scheduler_->now(), {}};
-  auto socket = std::make_shared<SimulatedWebSocket>(*this, id, std::move(request));
+  auto socket = std::make_shared<SimulatedWebSocket>(*carrier_, id, std::move(request));
   record.socket = socket;
   sockets_.push_back(std::move(record));
   return socket;
@@ -47,14 +71,6 @@ void SimulatedNetwork::restoreLink(ConnectionId id) {
   }
 }
 
-void SimulatedNetwork::keepAlive(const std::shared_ptr<SimulatedWebSocket>& socket) {
-  live_.emplace(socket->id(), socket);
-}
-
-void SimulatedNetwork::release(ConnectionId id) {
-  live_.erase(id);
-}
-
 bool SimulatedNetwork::nextOperationFails() {
   ++operations_;
   if (failIn_ == 0 || --failIn_ > 0) {
@@ -74,8 +90,8 @@ ConnectPlan SimulatedNetwork::nextPlan() {
 }
 
 std::shared_ptr<SimulatedLink> SimulatedNetwork::connect(const std::shared_ptr<SimulatedWebSocket>& socket) {
-  auto link = std::make_shared<SimulatedLink>(*scheduler_, socket->id());
-  link->socket = socket;
+  auto link = std::make_shared<SimulatedLink>(*scheduler_, socket->id(), server_.end());
+  link->client = socket;
   std::erase_if(links_, [](const auto& known) { return known.expired(); });
   links_.push_back(link);
   carryOut(nextPlan(), link);
@@ -85,8 +101,8 @@ std::shared_ptr<SimulatedLink> SimulatedNetwork::connect(const std::shared_ptr<S
 void SimulatedNetwork::carryOut(const ConnectPlan& plan, const std::shared_ptr<SimulatedLink>& link) {
   const auto answer = [&](auto tell) {
     link->toClient->push(toServer_ + plan.delay + toClient_, [link, tell] {
-      if (const auto socket = link->socket.lock()) {
-        tell(*socket);
+      if (const auto client = link->client.lock()) {
+        tell(*client);
       }
     });
   };
@@ -95,10 +111,10 @@ void SimulatedNetwork::carryOut(const ConnectPlan& plan, const std::shared_ptr<S
       link->toServer->push(toServer_ + plan.delay, [this, link] { server_.accept(link); });
       return;
     case ConnectPlan::Outcome::Fail:
-      answer([error = plan.error](SimulatedWebSocket& socket) { socket.failed(error); });
+      answer([error = plan.error](SimulatedClientEnd& client) { client.failed(error); });
       return;
     case ConnectPlan::Outcome::EndOfStream:
-      answer([](SimulatedWebSocket& socket) { socket.streamEnded(); });
+      answer([](SimulatedClientEnd& client) { client.streamEnded(); });
       return;
     case ConnectPlan::Outcome::NeverAnswer:
       return;

@@ -70,9 +70,7 @@ class ORV_EXPORT SimulatedNetwork {
   std::size_t liveSockets() const { return live_.size(); }
 
  private:
-  friend class SimulatedWebSocket;
-  void keepAlive(const std::shared_ptr<SimulatedWebSocket>& socket);
-  void release(ConnectionId id);
+  class Carrier;
   std::shared_ptr<SimulatedLink> connect(const std::shared_ptr<SimulatedWebSocket>& socket);
   ConnectPlan nextPlan();
   void carryOut(const ConnectPlan& plan, const std::shared_ptr<SimulatedLink>& link);
@@ -81,6 +79,7 @@ class ORV_EXPORT SimulatedNetwork {
   const std::shared_ptr<Scheduler> scheduler_;
   Executor& mainQueue_;
   SimulatedServer server_;
+  const std::unique_ptr<Carrier> carrier_;
   std::deque<ConnectPlan> plans_;
   ConnectPlan defaultPlan_;
   Seconds toServer_{0};

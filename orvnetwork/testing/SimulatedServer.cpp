@@ -1,6 +1,5 @@
 #include "orvnetwork/testing/SimulatedServer.h"
 
-#include <orvnetwork/testing/SimulatedWebSocket.h>
 #include <orvnetwork/testing/detail/SimulatedLink.h>
 
 #include <boost/json/parse.hpp>
@@ -31,47 +30,71 @@ bool hasCommand(const json::object& frame, std::string_view command) {
 
 }  // namespace
 
+/// Where the clients' data arrives.
+class SimulatedServer::End final : public SimulatedServerEnd {
+ public:
+  explicit End(SimulatedServer& server) : server_(server) {}
+  void textArrived(const Link& link, const std::string& text) override { server_.textArrived(link, text); }
+  void pingArrived(const Link& link, const std::string& payload) override {
+    server_.pingArrived(link, payload);
+  }
+  void pongArrived(const Link& link, const std::string& payload) override {
+    server_.pongArrived(link, payload);
+  }
+  void closeArrived(const Link& link, int code) override { server_.closeArrived(link, code); }
+  void streamEnded(const Link& link) override { server_.streamEnded(link); }
+
+ private:
+  SimulatedServer& server_;
+};
+
 SimulatedServer::SimulatedServer(std::shared_ptr<Scheduler> scheduler)
-    : scheduler_(std::move(scheduler)), lane_(scheduler_->makeLane(LaneKind::Link, "server")) {}
+    : scheduler_(std::move(scheduler)),
+      lane_(scheduler_->makeLane(LaneKind::Link, "server")),
+      end_(std::make_unique<End>(*this)) {}
 
 SimulatedServer::~SimulatedServer() = default;
+
+SimulatedServerEnd& SimulatedServer::end() {
+  return *end_;
+}
 
 SimulatedServer::Link SimulatedServer::find(ConnectionId connection) const {
   const auto found = open_.find(connection);
   return found == open_.end() ? nullptr : found->second;
 }
 
-void SimulatedServer::pushToClient(const Link& link, std::function<void(SimulatedWebSocket&)> arrival) {
+void SimulatedServer::pushToClient(const Link& link, std::function<void(SimulatedClientEnd&)> arrival) {
   if (link == nullptr || link->serverSentClose) {
     return;
   }
   link->toClient->push(toClient_, [link, arrival = std::move(arrival)] {
-    if (const auto socket = link->socket.lock()) {
+    if (const auto socket = link->client.lock()) {
       arrival(*socket);
     }
   });
 }
 
 void SimulatedServer::send(ConnectionId connection, std::string text) {
-  pushToClient(find(connection), [text](SimulatedWebSocket& socket) { socket.messageArrived(text, true); });
+  pushToClient(find(connection), [text](SimulatedClientEnd& client) { client.messageArrived(text, true); });
 }
 
 void SimulatedServer::sendBinary(ConnectionId connection, std::string bytes) {
   pushToClient(find(connection),
-               [bytes](SimulatedWebSocket& socket) { socket.messageArrived(bytes, false); });
+               [bytes](SimulatedClientEnd& client) { client.messageArrived(bytes, false); });
 }
 
 void SimulatedServer::sendPing(ConnectionId connection, std::string payload) {
-  pushToClient(find(connection), [payload](SimulatedWebSocket& socket) { socket.pingArrived(payload); });
+  pushToClient(find(connection), [payload](SimulatedClientEnd& client) { client.pingArrived(payload); });
 }
 
 void SimulatedServer::sendPong(ConnectionId connection, std::string payload) {
-  pushToClient(find(connection), [payload](SimulatedWebSocket& socket) { socket.pongArrived(payload); });
+  pushToClient(find(connection), [payload](SimulatedClientEnd& client) { client.pongArrived(payload); });
 }
 
 void SimulatedServer::close(ConnectionId connection, std::optional<int> code, OptionalString reason) {
   const Link link = find(connection);
-  pushToClient(link, [code, reason](SimulatedWebSocket& socket) { socket.closeArrived(code, reason); });
+  pushToClient(link, [code, reason](SimulatedClientEnd& client) { client.closeArrived(code, reason); });
   if (link != nullptr) {
     link->serverSentClose = true;
   }
@@ -83,7 +106,7 @@ void SimulatedServer::cut(ConnectionId connection) {
     return;
   }
   link->serverSentClose = false;
-  pushToClient(link, [](SimulatedWebSocket& socket) { socket.streamEnded(); });
+  pushToClient(link, [](SimulatedClientEnd& client) { client.streamEnded(); });
   forget(link);
 }
 
@@ -99,8 +122,8 @@ void SimulatedServer::reset(ConnectionId connection) {
     return;
   }
   link->serverSentClose = false;
-  pushToClient(link, [](SimulatedWebSocket& socket) {
-    socket.failed({"POSIX", ECONNRESET, "Connection reset by peer"});
+  pushToClient(link, [](SimulatedClientEnd& client) {
+    client.failed({"POSIX", ECONNRESET, "Connection reset by peer"});
   });
   forget(link);
 }
@@ -116,7 +139,7 @@ void SimulatedServer::accept(const Link& link) {
   open_[link->id] = link;
   latest_ = link->id;
   accepted_.push_back(link->id);
-  pushToClient(link, [](SimulatedWebSocket& socket) { socket.accepted(); });
+  pushToClient(link, [](SimulatedClientEnd& client) { client.accepted(); });
   if (onConnect_) {
     onConnect_(link->id);
   }
@@ -169,7 +192,7 @@ void SimulatedServer::closeArrived(const Link& link, int code) {
     if (!answersClose_ || link->serverIsSilent) {
       return;
     }
-    pushToClient(link, [code](SimulatedWebSocket& socket) { socket.closeArrived(code, std::nullopt); });
+    pushToClient(link, [code](SimulatedClientEnd& client) { client.closeArrived(code, std::nullopt); });
   }
   forget(link);
 }

@@ -12,7 +12,8 @@
 
 namespace orv::testing {
 
-class SimulatedWebSocket;
+class SimulatedClientEnd;
+class SimulatedServerEnd;
 struct SimulatedLink;
 
 /// The number of a connection: that of the socket that made it, 1 for the first.
@@ -129,10 +130,11 @@ class ORV_EXPORT SimulatedServer {
 
  private:
   friend class SimulatedNetwork;
-  friend class SimulatedWebSocket;
+  class End;
   using Link = std::shared_ptr<SimulatedLink>;
 
   // What the network brings.
+  SimulatedServerEnd& end();
   void setLatency(Seconds toClient) { toClient_ = toClient; }
   void accept(const Link& link);
   void textArrived(const Link& link, const std::string& text);
@@ -142,13 +144,14 @@ class ORV_EXPORT SimulatedServer {
   void streamEnded(const Link& link);
 
   Link find(ConnectionId connection) const;
-  void pushToClient(const Link& link, std::function<void(SimulatedWebSocket&)> arrival);
+  void pushToClient(const Link& link, std::function<void(SimulatedClientEnd&)> arrival);
   void forget(const Link& link);
   ReplyFault nextFault(const json::object& frame);
   void sendReply(ConnectionId connection, json::object frame, const ReplyFault& fault);
 
   const std::shared_ptr<Scheduler> scheduler_;
   const std::shared_ptr<Lane> lane_;
+  const std::unique_ptr<End> end_;
   Seconds toClient_{0};
   bool answersPing_ = true;
   bool answersProtocolPing_ = true;

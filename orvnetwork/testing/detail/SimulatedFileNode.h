@@ -1,14 +1,22 @@
 #pragma once
 
-#include <orvnetwork/testing/SimulatedFileSystem.h>
+#include <orvnetwork/testing/Crash.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace orv::testing {
 
 /// A file or a folder, as it is and as a power cut would leave it.
-struct SimulatedFileSystem::Node : std::enable_shared_from_this<Node> {
-  using Entries = std::map<std::string, std::shared_ptr<Node>>;
+struct SimulatedFileNode : std::enable_shared_from_this<SimulatedFileNode> {
+  using Entries = std::map<std::string, std::shared_ptr<SimulatedFileNode>>;
 
   bool isFolder = false;
   unsigned mode = 0;
@@ -26,13 +34,13 @@ struct SimulatedFileSystem::Node : std::enable_shared_from_this<Node> {
   std::set<std::string> changedNames;  // those whose two entries may differ
 
   // Where the item is; of a folder only.
-  std::weak_ptr<Node> parent;
+  std::weak_ptr<SimulatedFileNode> parent;
   std::string name;
 
   bool isWritable() const { return (mode & 0200) != 0; }
   bool isReadable() const { return (mode & 0400) != 0; }
 
-  void link(const std::string& entry, const std::shared_ptr<Node>& node) {
+  void link(const std::string& entry, const std::shared_ptr<SimulatedFileNode>& node) {
     entries[entry] = node;
     changedNames.insert(entry);
     node->parent = weak_from_this();
@@ -94,11 +102,11 @@ struct SimulatedFileSystem::Node : std::enable_shared_from_this<Node> {
 };
 
 /// What a path names.
-struct SimulatedFileSystem::Place {
-  std::shared_ptr<Node> parent;  // null for the root, or when there is an error
+struct SimulatedFilePlace {
+  std::shared_ptr<SimulatedFileNode> parent;  // null for the root, or when there is an error
   std::string name;
-  std::shared_ptr<Node> node;  // null when nothing is there
-  std::errc error{};           // why there is no parent
+  std::shared_ptr<SimulatedFileNode> node;  // null when nothing is there
+  std::errc error{};                        // why there is no parent
 };
 
 }  // namespace orv::testing

@@ -1,7 +1,5 @@
-#include "orvnetwork/testing/SimulatedWebSocket.h"
+#include "orvnetwork/testing/detail/SimulatedWebSocket.h"
 
-#include <orvnetwork/testing/SimulatedNetwork.h>
-#include <orvnetwork/testing/detail/SimulatedLink.h>
 #include <orvnetwork/testing/detail/Utf8.h>
 
 #include <algorithm>
@@ -37,11 +35,11 @@ bool isValidCloseCode(int code) {
 
 }  // namespace
 
-SimulatedWebSocket::SimulatedWebSocket(SimulatedNetwork& network, int id, WebSocketRequest request)
-    : network_(network),
+SimulatedWebSocket::SimulatedWebSocket(SimulatedCarrier& carrier, int id, WebSocketRequest request)
+    : carrier_(carrier),
       id_(id),
       request_(std::move(request)),
-      scheduler_(network.scheduler_),
+      scheduler_(carrier.scheduler()),
       lane_(scheduler_->makeLane(LaneKind::Link, "socket " + std::to_string(id))) {}
 
 SimulatedWebSocket::~SimulatedWebSocket() = default;
@@ -50,7 +48,7 @@ void SimulatedWebSocket::open() {
   if (std::exchange(openAsked_, true)) {
     return;
   }
-  network_.keepAlive(shared_from_this());
+  carrier_.keepAlive(shared_from_this());
   lane_->post([self = shared_from_this()] { self->start(); });
 }
 
@@ -62,7 +60,7 @@ void SimulatedWebSocket::start() {
     failed({kErrorDomain, kBadUrl, "The address is not one of a WebSocket server"});
     return;
   }
-  link_ = network_.connect(shared_from_this());
+  link_ = carrier_.connect(shared_from_this());
   connectTimer_ = after(request_.connectTimeout, &SimulatedWebSocket::connectTimedOut);
 }
 
@@ -109,11 +107,11 @@ void SimulatedWebSocket::write(std::shared_ptr<const std::string> text) {
   if (state_ != WebSocketState::Open) {
     return;
   }
-  if (network_.nextOperationFails()) {
+  if (carrier_.nextOperationFails()) {
     failed({kErrorDomain, kWriteFailed, "Writing failed"});
     return;
   }
-  pushToServer([this, self = shared_from_this(), text] { network_.server_.textArrived(link_, *text); });
+  pushToServer([this, self = shared_from_this(), text] { link_->server.textArrived(link_, *text); });
 }
 
 void SimulatedWebSocket::sendPing(std::string payload) {
@@ -125,11 +123,11 @@ void SimulatedWebSocket::sendPing(std::string payload) {
     if (self->state_ != WebSocketState::Open) {
       return;
     }
-    if (self->network_.nextOperationFails()) {
+    if (self->carrier_.nextOperationFails()) {
       self->failed({kErrorDomain, kWriteFailed, "Writing failed"});
       return;
     }
-    self->pushToServer([self, payload] { self->network_.server_.pingArrived(self->link_, payload); });
+    self->pushToServer([self, payload] { self->link_->server.pingArrived(self->link_, payload); });
   });
 }
 
@@ -160,7 +158,7 @@ void SimulatedWebSocket::messageArrived(std::string payload, bool isText) {
   if (ended_) {
     return;
   }
-  if (network_.nextOperationFails()) {
+  if (carrier_.nextOperationFails()) {
     failed({"POSIX", ECONNRESET, "Connection reset by peer"});
     return;
   }
@@ -179,8 +177,7 @@ void SimulatedWebSocket::messageArrived(std::string payload, bool isText) {
 
 void SimulatedWebSocket::pingArrived(std::string payload) {
   if (state_ == WebSocketState::Open) {
-    pushToServer(
-        [this, self = shared_from_this(), payload] { network_.server_.pongArrived(link_, payload); });
+    pushToServer([this, self = shared_from_this(), payload] { link_->server.pongArrived(link_, payload); });
   }
 }
 
@@ -188,7 +185,7 @@ void SimulatedWebSocket::pongArrived(std::string payload) {
   if (ended_) {
     return;
   }
-  if (network_.nextOperationFails()) {
+  if (carrier_.nextOperationFails()) {
     failed({"POSIX", ECONNRESET, "Connection reset by peer"});
     return;
   }
@@ -217,11 +214,11 @@ void SimulatedWebSocket::refuseFrame(int code) {
 }
 
 void SimulatedWebSocket::pushClose(int code) {
-  pushToServer([this, self = shared_from_this(), code] { network_.server_.closeArrived(link_, code); });
+  pushToServer([this, self = shared_from_this(), code] { link_->server.closeArrived(link_, code); });
 }
 
 void SimulatedWebSocket::pushToServer(Task arrival) {
-  link_->toServer->push(network_.toServer_, std::move(arrival));
+  link_->toServer->push(carrier_.timeToServer(), std::move(arrival));
   watchAcknowledgement();
 }
 
@@ -268,14 +265,14 @@ void SimulatedWebSocket::end() {
     if (link_->isBroken()) {
       link_->toServer->clear();
     } else {
-      link_->toServer->push(network_.toServer_, [this, keepAlive] { network_.server_.streamEnded(link_); });
+      link_->toServer->push(carrier_.timeToServer(), [this, keepAlive] { link_->server.streamEnded(link_); });
     }
   }
-  network_.release(id_);
+  carrier_.release(id_);
 }
 
 void SimulatedWebSocket::tellDelegate(std::function<void(WebSocketDelegate&)> tell) {
-  network_.mainQueue_.post([self = shared_from_this(), tell = std::move(tell)] {
+  carrier_.mainQueue().post([self = shared_from_this(), tell = std::move(tell)] {
     if (self->delegate_ != nullptr) {
       tell(*self->delegate_);
     }

@@ -1,4 +1,6 @@
-#pragma once
+// Open files of the simulated file system.
+
+#include "orvnetwork/testing/SimulatedFileSystem.h"
 
 #include <orvnetwork/testing/detail/SimulatedFileNode.h>
 
@@ -60,5 +62,18 @@ class SimulatedFileSystem::Handle final : public FileHandle {
   const std::uint64_t generation_;
   std::size_t offset_ = 0;
 };
+
+std::unique_ptr<FileHandle> SimulatedFileSystem::openForWriting(const std::string& path) {
+  if (begin(FileOperation::OpenForWriting)) {
+    return nullptr;
+  }
+  const auto node = find(path);
+  if (node == nullptr || node->isFolder || !node->isWritable()) {
+    return nullptr;
+  }
+  std::erase_if(opened_, [](const auto& opened) { return opened.expired(); });
+  opened_.push_back(node);
+  return std::make_unique<Handle>(*this, node);
+}
 
 }  // namespace orv::testing

@@ -3,23 +3,23 @@
 #include <orvnetwork/platform/DelayService.h>
 #include <orvnetwork/platform/WebSocket.h>
 #include <orvnetwork/testing/Scheduler.h>
+#include <orvnetwork/testing/detail/SimulatedCarrier.h>
+#include <orvnetwork/testing/detail/SimulatedLink.h>
 
 namespace orv::testing {
 
-class SimulatedNetwork;
-struct SimulatedLink;
-
 /// The client's end of a simulated connection. Calls are carried out on a lane of the socket's own, so their
 /// effect, `readyState()` included, is seen a little later, as with a real network thread.
-class ORV_EXPORT SimulatedWebSocket final : public WebSocket,
-                                            public std::enable_shared_from_this<SimulatedWebSocket> {
+class SimulatedWebSocket final : public WebSocket,
+                                 public SimulatedClientEnd,
+                                 public std::enable_shared_from_this<SimulatedWebSocket> {
  public:
   /// How long a peer may take to answer a close frame.
   static constexpr Seconds kCloseTimeout{10.0};
   /// How long sent data may stay unacknowledged.
   static constexpr Seconds kUnacknowledgedTimeout{30.0};
 
-  SimulatedWebSocket(SimulatedNetwork& network, int id, WebSocketRequest request);
+  SimulatedWebSocket(SimulatedCarrier& carrier, int id, WebSocketRequest request);
   ~SimulatedWebSocket() override;
 
   void setDelegate(WebSocketDelegate* delegate) override { delegate_ = delegate; }
@@ -31,15 +31,15 @@ class ORV_EXPORT SimulatedWebSocket final : public WebSocket,
 
   int id() const { return id_; }
 
-  // What the network brings, on the lane of the link.
-  void accepted();
-  void failed(Error error);
-  void streamEnded();
-  void messageArrived(std::string payload, bool isText);
-  void pingArrived(std::string payload);
-  void pongArrived(std::string payload);
-  /// `code` is absent in a close frame without a body.
-  void closeArrived(std::optional<int> code, OptionalString reason);
+  void accepted() override;
+  void failed(Error error) override;
+  void streamEnded() override;
+  void messageArrived(std::string payload, bool isText) override;
+  void pingArrived(std::string payload) override;
+  void pongArrived(std::string payload) override;
+  void closeArrived(std::optional<int> code, OptionalString reason) override;
+
+  /// Stops the data of the connection in both directions, or lets it flow again.
   void setLinkBroken(bool broken);
 
  private:
@@ -57,7 +57,7 @@ class ORV_EXPORT SimulatedWebSocket final : public WebSocket,
   void end();
   void tellDelegate(std::function<void(WebSocketDelegate&)> tell);
 
-  SimulatedNetwork& network_;
+  SimulatedCarrier& carrier_;
   const int id_;
   const WebSocketRequest request_;
   const std::shared_ptr<Scheduler> scheduler_;

@@ -1,6 +1,7 @@
 // Faults, counters and the look from outside of the simulated file system.
 
-#include <orvnetwork/testing/SimulatedFileSystem.h>
+#include "orvnetwork/testing/SimulatedFileSystem.h"
+
 #include <orvnetwork/testing/detail/SimulatedFileNode.h>
 
 #include <stdexcept>
