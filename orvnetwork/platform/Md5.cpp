@@ -1,6 +1,6 @@
 #include "orvnetwork/platform/Md5.h"
 
-#include <orvnetwork/platform/native/websocket/OpenSslInit.h>
+#include <orvnetwork/platform/native/system/OpenSslInit.h>
 
 #include <openssl/evp.h>
 #include <openssl/provider.h>

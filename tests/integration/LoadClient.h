@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/platform/native/FileDescriptor.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <cstdint>
 #include <optional>

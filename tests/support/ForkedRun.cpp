@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/native/FileDescriptor.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <fcntl.h>
 #include <sys/wait.h>

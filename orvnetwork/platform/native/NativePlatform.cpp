@@ -1,10 +1,10 @@
 #include "orvnetwork/platform/native/NativePlatform.h"
 
 #include <orvnetwork/platform/native/NativeSettings.h>
-#include <orvnetwork/platform/native/SystemRandom.h>
 #include <orvnetwork/platform/native/files/NativeDirectories.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
 #include <orvnetwork/platform/native/network/NativeReachability.h>
+#include <orvnetwork/platform/native/system/SystemRandom.h>
 #include <orvnetwork/platform/native/threads/NativeBackgroundDrain.h>
 #include <orvnetwork/platform/native/threads/NativeDelayService.h>
 #include <orvnetwork/platform/native/threads/NativeMainQueue.h>

@@ -1,7 +1,7 @@
 #include "orvnetwork/platform/native/files/AtomicFileWriter.h"
 
-#include <orvnetwork/platform/native/FileDescriptor.h>
-#include <orvnetwork/platform/native/SystemRandom.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
+#include <orvnetwork/platform/native/system/SystemRandom.h>
 
 #include <cstdio>
 

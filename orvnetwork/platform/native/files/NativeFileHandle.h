@@ -1,7 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/FileSystem.h>
-#include <orvnetwork/platform/native/FileDescriptor.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 namespace orv {
 

@@ -1,6 +1,6 @@
 #include "orvnetwork/platform/native/network/LinkKind.h"
 
-#include <orvnetwork/platform/native/FileDescriptor.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <array>
 #include <string_view>

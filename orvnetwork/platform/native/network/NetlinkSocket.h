@@ -1,7 +1,7 @@
 #pragma once
 
-#include <orvnetwork/platform/native/FileDescriptor.h>
 #include <orvnetwork/platform/native/network/RouteTable.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <orvnetwork/platform/Executor.h>
-#include <orvnetwork/platform/native/FileDescriptor.h>
 #include <orvnetwork/platform/native/network/Debounce.h>
-#include <orvnetwork/platform/native/network/NativeReachability.h>
+#include <orvnetwork/platform/native/network/NativeReachabilityOptions.h>
 #include <orvnetwork/platform/native/network/NetlinkSocket.h>
 #include <orvnetwork/platform/native/network/ReachabilitySubscription.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <atomic>
 #include <memory>

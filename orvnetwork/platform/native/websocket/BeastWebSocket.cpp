@@ -1,6 +1,6 @@
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
-#include <orvnetwork/platform/native/SystemRandom.h>
+#include <orvnetwork/platform/native/system/SystemRandom.h>
 #include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/IoThread.h>
 

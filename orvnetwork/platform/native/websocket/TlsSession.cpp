@@ -1,7 +1,7 @@
 #include "orvnetwork/platform/native/websocket/TlsSession.h"
 
+#include <orvnetwork/platform/native/system/OpenSslInit.h>
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
-#include <orvnetwork/platform/native/websocket/OpenSslInit.h>
 
 #include <arpa/inet.h>
 #include <openssl/err.h>

@@ -1,5 +1,7 @@
-#include "orvnetwork/platform/Platform.h"
+// Which platform is in use: the one installed, else the operating system's. It is apart from the interface, which
+// knows none of those that implement it.
 
+#include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/native/NativePlatform.h>
 
 #include <atomic>

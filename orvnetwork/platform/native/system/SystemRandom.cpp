@@ -1,4 +1,4 @@
-#include "orvnetwork/platform/native/SystemRandom.h"
+#include "orvnetwork/platform/native/system/SystemRandom.h"
 
 #include <sys/random.h>
 

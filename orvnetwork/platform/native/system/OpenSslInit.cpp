@@ -1,4 +1,4 @@
-#include "orvnetwork/platform/native/websocket/OpenSslInit.h"
+#include "orvnetwork/platform/native/system/OpenSslInit.h"
 
 #include <openssl/crypto.h>
 
