@@ -9,13 +9,15 @@ namespace orv {
 /// woken. Made by `Platform::makeBackgroundDrain`.
 class ORV_EXPORT BackgroundDrain {
  public:
+  /// Once it has returned the function is not called any more; work that was reported may be left undone.
   virtual ~BackgroundDrain() = default;
 
   /// Says that there is work: the function runs within about a millisecond. Any thread, wait-free.
   virtual void nudge() = 0;
 
   /// Runs the function on the calling thread if it is not running, else waits for it and runs it again:
-  /// on return all work reported before the call has been done.
+  /// on return all work reported before the call has been done. Does nothing inside the function itself. Any
+  /// thread.
   virtual void runNow() = 0;
 };
 

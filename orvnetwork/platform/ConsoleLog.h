@@ -5,7 +5,11 @@
 
 namespace orv {
 
-/// Writes one formatted line to the console; see `TextFormat.h` for the slots. Never throws. Any thread.
+/// Writes one formatted line to the console, on the calling thread, as `Console::write` does. Never throws; where
+/// the line cannot be made, the format alone is written. Any thread.
+/// @param format the text with its slots (`%@`, `%ld` …), as `TextFormat.h` tells; their number and kinds are
+/// checked when this is compiled
+/// @param args what goes into the slots, in their order
 template <typename... Args>
 void consoleLog(FormatText<std::type_identity_t<Args>...> format, const Args&... args) noexcept {
   try {

@@ -8,7 +8,7 @@
 
 namespace orv {
 
-/// A place where work runs.
+/// A place where work runs: the main queue, the worker pool, or a serial queue on one of them.
 class ORV_EXPORT Executor {
  public:
   virtual ~Executor() = default;
@@ -19,11 +19,12 @@ class ORV_EXPORT Executor {
   virtual void post(Task task) = 0;
 };
 
-/// Tells the console what `where` has thrown. To be called inside a catch block.
+/// Tells the console what `where` has thrown. To be called inside a catch block. Any thread.
 ORV_EXPORT void reportException(const char* where) noexcept;
 
 /// Runs `function` and keeps what it throws from going further: it is told on the console, after `where`.
-/// For host code that is called from inside the library.
+/// For host code that is called from inside the library. Any thread.
+/// @param where what is called, for the line on the console, for example "completion callback"
 template <std::invocable Function>
 void runGuarded(const char* where, Function&& function) noexcept {
   try {

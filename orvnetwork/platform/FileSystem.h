@@ -20,10 +20,11 @@ class ORV_EXPORT FileHandle {
   virtual std::uint64_t offset() const = 0;
   /// Moves to the end and returns the offset there.
   virtual std::uint64_t seekToEnd() = 0;
-  /// Flushes what was written to the disk.
+  /// Flushes what was written to the disk, and returns when the disk has it; false when it refuses.
   virtual bool synchronize() = 0;
 };
 
+/// What a write has to survive.
 enum class Durability {
   Plain,   ///< the old file or the new one after a crash of the process
   Durable  ///< the same after a power cut: file and folder are flushed before the call returns
@@ -41,22 +42,26 @@ class ORV_EXPORT FileSystem {
 
   /// Makes a folder. With `intermediates`, parents too, and an existing folder is a success; without, anything
   /// that exists at the path and a missing parent are failures. `mode` is the folder's own, narrowed by the
-  /// process's umask; parents that are made get 0777, narrowed likewise.
+  /// process's umask; parents that are made get 0777, narrowed likewise. False, with `error` set, on a failure.
   virtual bool createDirectory(const std::string& path, bool intermediates, unsigned mode,
                                std::error_code& error) = 0;
 
   /// Replaces the file at `path` (a link itself, not its target) by one with these bytes, all or nothing, by a
   /// temporary file in the same folder. A missing parent or a folder at the path is a failure.
+  /// @param durability how long the call waits for the disk
+  /// @param mode permissions of the new file, narrowed by the process's umask
+  /// @return false, with `error` set, when the old file is still there
   virtual bool writeAtomically(const std::string& path, std::string_view bytes, Durability durability,
                                unsigned mode, std::error_code& error) = 0;
 
   /// The whole file; absent when it cannot be read.
   virtual std::optional<std::string> read(const std::string& path, std::error_code& error) = 0;
 
-  /// Removes a file, a link (not its target), or a folder with everything in it.
+  /// Removes a file, a link (not its target), or a folder with everything in it. False, with `error` set, when
+  /// there was nothing of that name or something is left.
   virtual bool remove(const std::string& path, std::error_code& error) = 0;
 
-  /// Renames within one file system, replacing a file at `to`.
+  /// Renames within one file system, replacing a file at `to`. False, with `error` set, when nothing has changed.
   virtual bool rename(const std::string& from, const std::string& to, std::error_code& error) = 0;
 
   /// The names in a folder, in no order, hidden ones included; absent when it cannot be listed.

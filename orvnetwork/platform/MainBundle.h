@@ -19,7 +19,9 @@ class ORV_EXPORT MainBundle {
   /// The build, for example "57"; absent likewise.
   static OptionalString version();
 
-  /// Sets both; absent ones are taken from the `Info.plist` again.
+  /// Sets both, for whoever asks from now on.
+  /// @param shortVersion the short version; absent: the one of the `Info.plist` again
+  /// @param version the build; absent likewise
   static void setVersions(OptionalString shortVersion, OptionalString version);
 };
 

@@ -9,6 +9,7 @@ namespace orv {
 
 /// The MD5 digest of some bytes as 32 lower-case hexadecimal digits. It does not depend on how the system's
 /// cryptography is configured: it works where only approved algorithms are enabled by default. Any thread.
+/// @param bytes what is hashed, as it is: no encoding is applied and a zero byte ends nothing
 ORV_EXPORT std::string md5Hex(std::string_view bytes);
 
 }  // namespace orv

@@ -29,6 +29,7 @@ struct Observer;
 /// moment the running call goes on to its end, on any other thread the removal waits for it.
 class ORV_EXPORT ObserverToken {
  public:
+  /// A token of no observer.
   ObserverToken() = default;
   ObserverToken(ObserverToken&&) noexcept = default;
   ObserverToken& operator=(ObserverToken&& other) noexcept;
@@ -36,6 +37,7 @@ class ORV_EXPORT ObserverToken {
 
   /// Removes the observer; does nothing the second time. Any thread.
   void reset();
+  /// Whether it keeps an observer registered.
   explicit operator bool() const { return observer_ != nullptr; }
 
  private:
@@ -54,8 +56,10 @@ class ORV_EXPORT ObserverToken {
 /// one throws is told on the console and the next one runs.
 class ORV_EXPORT NotificationCenter {
  public:
+  /// Called on the posting thread, which is the main thread for what the library posts.
   using Callback = std::function<void(const Notification&)>;
 
+  /// A centre of its own, beside the one of the process.
   NotificationCenter();
   ~NotificationCenter();
   NotificationCenter(const NotificationCenter&) = delete;
@@ -64,12 +68,17 @@ class ORV_EXPORT NotificationCenter {
   /// The one of the process, never destroyed.
   static NotificationCenter& defaultCenter();
 
-  /// Registers an observer of `name` (absent: of every name) posted by `object` (null: by anybody). Observing
-  /// twice means being called twice. Any thread.
+  /// Registers an observer. Observing twice means being called twice. Any thread.
+  /// @param name the name to hear of; absent: every name
+  /// @param object who has to have posted it, by identity; null: anybody
+  /// @return keeps the observer registered: without it nothing is heard
   [[nodiscard]] ObserverToken observe(const OptionalString& name, Callback callback,
                                       const void* object = nullptr);
 
-  /// Posts a notification. Any thread; the library posts on the main thread.
+  /// Tells all observers and returns when they have run. Any thread; the library posts on the main thread.
+  /// @param name what has happened
+  /// @param object who tells it; only compared, never used
+  /// @param userInfo what goes with it; has to live until this returns; null: nothing
   void post(std::string_view name, const void* object = nullptr, const json::object* userInfo = nullptr);
 
  private:

@@ -23,17 +23,19 @@ class ORV_EXPORT Platform {
   static Platform& current();
 
   /// Puts another platform in place. Must be called before anything else of the library is used; false, and
-  /// no effect, when a platform is in use already. An installed platform is never destroyed.
+  /// no effect, when a platform is in use already. An installed platform is never destroyed. Any thread.
   static bool install(std::unique_ptr<Platform> platform);
 
   virtual ~Platform() = default;
 
   /// The services, each one object for the life of the platform. Any thread.
   virtual Clock& clock() = 0;
+  /// The queue of the host's main thread.
   virtual MainQueue& mainQueue() = 0;
   /// The worker pool: tasks start in the order posted and run at the same time where there are threads.
   virtual Executor& globalQueue() = 0;
   virtual DelayService& delays() = 0;
+  /// Whether there is a network. One watcher: monitoring it again replaces who hears of it.
   virtual Reachability& reachability() = 0;
   virtual FileSystem& files() = 0;
   virtual Directories& directories() = 0;
@@ -41,9 +43,9 @@ class ORV_EXPORT Platform {
   /// 32 bits from a source that is not seeded by the program.
   virtual std::uint32_t random() = 0;
   /// A socket that is not open yet; never null and never an exception: one that cannot be made for want of
-  /// descriptors or threads fails after its `open()`.
+  /// descriptors or threads fails after its `open()`. Any thread.
   virtual std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) = 0;
-  /// A drain that calls `drain` on a thread of its own.
+  /// A drain that calls `drain` on a thread of its own. Any thread.
   virtual std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) = 0;
 
   /// The user's locale (for example "zh_CN") and time zone (for example "Asia/Shanghai"), read at each call.

@@ -7,12 +7,14 @@
 
 namespace orv {
 
-/// What the network is good for.
+/// What the network is good for: not known yet, nothing, paid by the byte, or anything else. The numbers are those
+/// that notifications carry.
 enum class ReachabilityStatus : int { Unknown = -1, NotReachable = 0, Cellular = 1, WiFi = 2 };
 
 /// Watches whether there is a network.
 class ORV_EXPORT Reachability {
  public:
+  /// Hears each report, on the main queue.
   using Callback = std::function<void(ReachabilityStatus)>;
 
   virtual ~Reachability() = default;
@@ -27,7 +29,7 @@ class ORV_EXPORT Reachability {
   /// Starting again replaces the callback and reports again. Any thread.
   virtual void startMonitoring(Callback callback) = 0;
 
-  /// Stops; a report that was queued already is dropped when this is called on the main thread.
+  /// Stops; a report that was queued already is dropped when this is called on the main thread. Any thread.
   virtual void stopMonitoring() = 0;
 };
 

@@ -15,15 +15,16 @@ namespace orv {
 /// one that takes it again and again. Any thread.
 class ORV_EXPORT Semaphore {
  public:
+  /// @param value how many can be taken before the first `wait` has to wait
   explicit Semaphore(std::int64_t value) : value_(value) {}
   Semaphore(const Semaphore&) = delete;
   Semaphore& operator=(const Semaphore&) = delete;
 
-  /// Takes one, waiting until there is one.
+  /// Takes one, blocking the thread until there is one. A thread that holds the only one waits for ever.
   void wait();
-  /// Takes one if there is one; says whether.
+  /// Takes one if there is one, and says whether it did. Never blocks.
   bool tryWait();
-  /// Gives one back.
+  /// Gives one back: to the one that has waited longest, if anybody waits. Never blocks.
   void signal();
 
  private:
@@ -39,6 +40,8 @@ class ORV_EXPORT Semaphore {
 /// Takes one of a semaphore for its own life.
 class SemaphoreHold {
  public:
+  /// Waits until there is one.
+  /// @param semaphore not null; kept alive until the hold has gone
   explicit SemaphoreHold(std::shared_ptr<Semaphore> semaphore) : semaphore_(std::move(semaphore)) {
     semaphore_->wait();
   }

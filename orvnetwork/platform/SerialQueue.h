@@ -18,12 +18,14 @@ namespace orv {
 /// written without a blocked worker. A task that runs a nested main loop keeps its turn the whole time.
 class ORV_EXPORT SerialQueue final : public Executor, public std::enable_shared_from_this<SerialQueue> {
  public:
-  /// The right to be the task that runs. Given back on destruction or by `release()`, on any thread.
+  /// The right to be the task that runs. Given back on destruction or by `release()`, on any thread. It keeps its
+  /// queue alive.
   class ORV_EXPORT Turn {
    public:
     Turn(Turn&&) noexcept = default;
     Turn& operator=(Turn&& other) noexcept;
     ~Turn() { release(); }
+    /// Gives the turn back: the next task is posted to the target. Does nothing the second time.
     void release();
 
    private:
@@ -32,17 +34,23 @@ class ORV_EXPORT SerialQueue final : public Executor, public std::enable_shared_
     std::shared_ptr<SerialQueue> queue_;
   };
 
-  /// A new queue named `label` on `target`, which must outlive it.
+  /// A new queue. It lives as long as somebody holds it or a task of it waits or runs.
+  /// @param label its name, for what its tasks throw
+  /// @param target where its tasks run; must outlive it
   static std::shared_ptr<SerialQueue> make(std::string label, Executor& target);
 
+  /// Queues a task behind all that wait. It runs on the target, never inside this call; what it throws is told on
+  /// the console. The queue goes on when it has returned and has been destroyed. Any thread.
   void post(Task task) override;
 
-  /// Like `post`, but the task is handed its turn and the queue goes on only when that is given back.
+  /// Like `post`, but the task is handed its turn and the queue goes on only when that is given back. A turn that
+  /// is never given back stops the queue for good.
   void postKeepingTurn(std::function<void(Turn)> task);
 
+  /// The name that it was made with.
   const std::string& label() const { return label_; }
 
-  /// Tasks that wait or run. Any thread.
+  /// How many tasks wait, and one more while one has its turn. Any thread.
   std::size_t size() const;
 
  private:

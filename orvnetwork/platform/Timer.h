@@ -15,7 +15,10 @@ namespace orv {
 /// been scheduled lives until it is invalidated, whether or not anybody holds it.
 class ORV_EXPORT Timer {
  public:
-  /// A new, running timer. `interval` is in seconds; zero or less means 0.1 ms. Any thread.
+  /// A new, running timer. Any thread.
+  /// @param interval time to the first firing, and between firings, in seconds; zero or less means 0.1 ms
+  /// @param repeats whether it fires again and again until it is invalidated
+  /// @param action runs on the main queue; what it throws is told on the console
   static std::shared_ptr<Timer> schedule(Seconds interval, bool repeats, std::function<void()> action);
 
   virtual ~Timer() = default;
@@ -27,7 +30,9 @@ class ORV_EXPORT Timer {
   /// Ends the timer. Any thread, any number of times, also from inside the action.
   virtual void invalidate() = 0;
 
+  /// Whether it will still fire, or its action runs. Any thread.
   virtual bool isValid() const = 0;
+  /// The interval that it was made with, in seconds.
   virtual Seconds interval() const = 0;
 };
 

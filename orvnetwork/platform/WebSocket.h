@@ -13,6 +13,7 @@ namespace orv {
 
 class WebSocket;
 
+/// Where a socket is in its life. It only goes on from one to a later one.
 enum class WebSocketState { Connecting = 0, Open = 1, Closing = 2, Closed = 3 };
 
 /// One message of the peer.
@@ -31,11 +32,27 @@ struct WebSocketMessage {
 class ORV_EXPORT WebSocketDelegate {
  public:
   virtual ~WebSocketDelegate() = default;
+
+  /// The handshake is done: from here on the socket sends.
   virtual void webSocketDidOpen(WebSocket& socket) = 0;
+
+  /// Terminal: the attempt to connect or the connection has failed.
+  /// @param error its domain is "POSIX" (the code is an errno), "OrvWebSocket" (address, handshake, time-out,
+  /// writing), "OrvTls" or "OrvNameLookup"
   virtual void webSocket_didFailWithError(WebSocket& socket, const Error& error) = 0;
+
+  /// A whole message has come.
   virtual void webSocket_didReceiveMessage(WebSocket& socket, WebSocketMessage message) = 0;
+
+  /// Terminal: the connection has come to its end, by either side or because the stream ended.
+  /// @param code the close code of the peer's frame; 1005 when it held none, 1001 when the stream ended without a
+  /// frame, 0 when the socket was closed while it connected or the peer broke the protocol
+  /// @param reason the reason in the peer's frame, or that the stream ended; absent when there is none
+  /// @param wasClean false only for a stream that ended without a close frame
   virtual void webSocket_didCloseWithCode_reason_wasClean(WebSocket& socket, int code,
                                                           const OptionalString& reason, bool wasClean) = 0;
+
+  /// A protocol-level pong has come, asked for or not, with up to 125 bytes.
   virtual void webSocket_didReceivePong(WebSocket& socket, std::string payload) = 0;
 };
 
@@ -75,6 +92,7 @@ class ORV_EXPORT WebSocket {
   /// Sends a protocol ping with up to 125 bytes of payload (the rest is cut off).
   virtual void sendPing(std::string payload) = 0;
 
+  /// Where it is now. On a thread other than main it may be out of date as soon as it is read.
   virtual WebSocketState readyState() const = 0;
 };
 

@@ -43,19 +43,30 @@ class ORV_EXPORT QXRequestItem {
   /// A new identifier: now on the wall clock in microseconds, truncated, plus a random number below 1000.
   std::int64_t genTimestamp() const;
 
-  /// An item with exactly these fields; no frame is built.
+  /// An item with exactly these fields; no frame is built. Any thread.
+  /// @param timestamp the identifier, taken as it is
+  /// @param command the command; may be absent
+  /// @param jsonString the text to be sent; absent: nothing is sent, and the time-out comes
+  /// @param completeBlock hears the reply; may be empty
+  /// @param timeoutBlock hears that none came; may be empty
   static std::shared_ptr<QXRequestItem> initWithTimeStamp_command_jsonString_completeBlock_timeoutBlock(
       std::int64_t timestamp, OptionalString command, OptionalString jsonString, CompleteBlock completeBlock,
       TimeoutBlock timeoutBlock);
 
   /// An item with a new identifier and the standard frame: "c", "r", "g", "a", "b", "s" (decimal text) and "v",
-  /// pretty-printed. What is absent is left out of the frame; `parameters` goes out as it is, nulls included.
+  /// pretty-printed. What is absent is left out of the frame. Values that JSON cannot tell, such as a number that
+  /// is none, leave `jsonString` absent, and the console is told. Any thread.
+  /// @param command goes out under "c"; absent: the frame has no "c"
+  /// @param parameters goes out under "v" as it is, nulls included; absent: the frame has no "v"
+  /// @param completeBlock hears the reply; may be empty
+  /// @param timeoutBlock hears that none came; may be empty
   static std::shared_ptr<QXRequestItem> initWithCommand_parameters_completeBlock_timeoutBlock(
       OptionalString command, std::optional<json::object> parameters, CompleteBlock completeBlock,
       TimeoutBlock timeoutBlock);
 
   /// An item with a new identifier and the compact frame: "c", "s" (a number) and "v", without any blank, tab
-  /// or line feed. Blanks inside texts go too.
+  /// or line feed. Blanks inside texts go too. Everything else, the parameters too, is as above; the values are
+  /// also written to the console.
   static std::shared_ptr<QXRequestItem> initWithMeetingCommand_parameters_completeBlock_timeoutBlock(
       OptionalString command, std::optional<json::object> parameters, CompleteBlock completeBlock,
       TimeoutBlock timeoutBlock);

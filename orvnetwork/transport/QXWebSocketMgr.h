@@ -60,7 +60,8 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   void setAppBuildVersion(OptionalString build);
   /// @}
 
-  /// Starts to follow the network's state. Each report is logged and posted as
+  /// Starts to follow the network's state, seen from `apiServerUrl`. Each report, on the main thread, is logged and
+  /// posted as
   /// `QXNotificationReachabilityStatusChange`; a network that is gone closes the link, one that is there opens
   /// it when it is closed.
   void watchNetworkStatus();
@@ -92,7 +93,8 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// Sends a protocol-level ping. The argument is ignored. When the link is not open, says so on the console.
   void sendPing(const Object& ignored = {});
 
-  /// Sends a text as it is. When the link is not open, says so in the log. An absent text sends nothing.
+  /// Sends a text as it is, soon after what was sent before. When the link is not open, says so in the log.
+  /// @param text one text message; absent: nothing is sent
   void send(const OptionalString& text);
 
   /// Sends a request. Exactly one of its callbacks is called in the end: the completion callback with the
@@ -107,9 +109,10 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   bool isAutoReconnecting() const { return retryTimes_ != 0; }
   /// How many of them.
   std::int64_t retryTimes() const { return retryTimes_; }
-  /// Counts an automatic attempt and reconnects.
+  /// Counts an automatic attempt and reconnects. The attempt counts even where `reconnect` finds that it is too
+  /// soon.
   void autoReconnect();
-  /// Forgets the attempts and ends the keep-alive and retry timers.
+  /// Forgets the attempts and ends the keep-alive and retry timers. The socket stays as it is.
   void stopAutoReconnect();
 
   /// @name What it holds now, for diagnostics. Exact on the main thread.

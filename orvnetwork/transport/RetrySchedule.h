@@ -4,16 +4,19 @@
 
 namespace orv {
 
-/// Pauses between automatic attempts to reconnect, in seconds.
+/// Pauses between automatic attempts to reconnect, in seconds: before the second attempt after a failure, before the
+/// third, and before each that follows.
 inline constexpr double kAutoReconnectTimeout_First = 5.0;
 inline constexpr double kAutoReconnectTimeout_Second = 15.0;
 inline constexpr double kAutoReconnectTimeout_Loop = 30.0;
 
-/// What follows a failure of the link.
+/// What follows a failure of the link: an attempt at once, or one after the pause of that name.
 enum class RetryStep { Immediate, First, Second, Loop };
 
 /// The step after a failure, by the number of automatic attempts since the link was last up: at once, after
-/// 5 s, after 15 s, and from then on every 30 s without end.
+/// 5 s, after 15 s, and from then on every 30 s without end. Any thread.
+/// @param attempts the one that has just failed included, if it was an automatic one
+/// @return which step; never none, since there is no last attempt
 constexpr RetryStep retryStepAfter(std::int64_t attempts) {
   switch (attempts) {
     case 0:
