@@ -1,5 +1,10 @@
 #pragma once
 
+// One connection's life: TLS, one HTTP request, then a plain answer, a stream of events, or the WebSocket. The
+// handshake and the reading of frames are Beast's; frames are written by ourselves, beside it, since a server's
+// frames bear no mask. The faults for new connections (refuse, stall, reject) strike between the request and the
+// handshake.
+
 #include "devserver/faults/Faults.h"
 #include "devserver/net/HttpMessage.h"
 #include "devserver/net/Link.h"

@@ -1,5 +1,10 @@
 #pragma once
 
+// The bytes of one connection of the embedded server. Out: what is written in one turn of the event loop leaves
+// together; byte-level faults (one-byte writes, a cut after so many bytes) bite here, before TLS. In: one read at a
+// time. The end comes in order (`finish`: output, end of stream, two seconds for the peer) or by a reset; never
+// twice.
+
 #include "devserver/faults/WireFaults.h"
 
 #include <boost/asio/basic_stream_socket.hpp>

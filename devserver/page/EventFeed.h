@@ -1,5 +1,9 @@
 #pragma once
 
+// Server-sent events: "hello" first, then a "frame" for each frame that passes, with an id of RUN-NUMBER, and
+// "state" when it has changed. A reader that comes back with "Last-Event-ID" of this run goes on behind it; one of
+// another run starts anew. "skipped" stands for frames that are not kept any more.
+
 #include "devserver/net/Http.h"
 #include "devserver/net/Network.h"
 #include "devserver/page/FrameHistory.h"

@@ -1,3 +1,7 @@
+// The link to the server as a state machine: idle, opening, confirming ("PING" sent), up ("PONG" came), retrying.
+// Here are the operations that the host and the timers call; what the socket reports is in QXWebSocketMgrEvents.cpp.
+// Only the current socket counts: it is replaced under the mutex, and a report of an older one is dropped.
+
 #include "orvnetwork/transport/QXWebSocketMgr.h"
 
 #include <orvnetwork/platform/ConsoleLog.h>

@@ -1,5 +1,9 @@
 #pragma once
 
+// Where a simulated socket and the simulated server meet. Each direction is a pipe with a latency that keeps its
+// order; what one side does becomes a task at the other side's end. Neither side knows the other, only the end that
+// it is given. A blocked pipe is a cable that was cut: nothing arrives, and nobody is told.
+
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/testing/detail/Pipe.h>

@@ -1,5 +1,9 @@
 #pragma once
 
+// The server's text frames: {"C": command, "s": timestamp of the request, "v": {"ret": code, "err": text, "data":
+// …}}. Members may be missing or of another kind and are read loosely: "s" may be text, a missing "ret" is 0. What
+// is not JSON ("PONG" is not), is no dictionary, or holds a "v" that is none, is told by `error`.
+
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Types.h>
 

@@ -1,5 +1,10 @@
 #pragma once
 
+// How requests and replies find each other: a request is filed under its timestamp, sent, and taken out by the reply
+// with the same "s", or after 10 s. Codes 1000, 1001 and 10031 park it instead; a successful "User.Post.Session"
+// sends what is parked again, in order, with a fresh time-out. A request's callbacks are called once at most, one of
+// them.
+
 #include <orvnetwork/platform/SerialQueue.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>

@@ -1,5 +1,9 @@
 #pragma once
 
+// The framing of rtnetlink: a datagram holds messages, a message a fixed head and attributes, each with its own
+// length and padded to four bytes. Nothing here trusts a length: what points outside of its datagram ends the walk.
+// What the answer to a request for routes means is read in RouteDump.cpp.
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

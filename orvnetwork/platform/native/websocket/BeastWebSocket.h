@@ -1,5 +1,10 @@
 #pragma once
 
+// The client's side of RFC 6455, from the look-up of the host to the last byte. An event is made on the network
+// thread and delivered on the main queue, in order; of the two terminal ones one comes, once (`takeTerminalEvent`).
+// The peer is never waited for without bound: connecting, closing and the acknowledgement of sent data have a limit
+// each.
+
 #include <orvnetwork/platform/native/websocket/GatheringStream.h>
 #include <orvnetwork/platform/native/websocket/MessageBuffer.h>
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>

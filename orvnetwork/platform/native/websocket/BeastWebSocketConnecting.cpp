@@ -1,3 +1,7 @@
+// The way to an open socket: address, host look-up and TCP, then TLS for wss, then the HTTP upgrade. One deadline
+// covers all of it. Each step ends in the next one or in `fail`, and none goes on once the socket has been closed.
+// An answer other than 101 fails at once, by its status alone, whatever body follows.
+
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
 #include <orvnetwork/platform/native/websocket/CloseCodes.h>

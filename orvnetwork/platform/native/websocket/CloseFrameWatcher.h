@@ -1,5 +1,9 @@
 #pragma once
 
+// The frame heads of RFC 6455, section 5.2: two bytes, a length of 0, 2 or 8 more, a mask of 0 or 4, then the
+// payload. The watcher reads along and changes nothing; bytes come cut anywhere. Of a close frame (opcode 8) the
+// first two bytes of the payload, a number in network order, are the code.
+
 #include <array>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,10 @@
 #pragma once
 
+// The bytes of one connection on their way out and in. Out: frames are gathered and leave together; after the close
+// frame (`sealWith`) nothing follows. In: nothing passes before the handshake's answer is whole (HandshakeGate), and
+// the frames that pass are watched for the peer's close code (CloseFrameWatcher). At the end both sides are shut
+// down in order.
+
 #include <orvnetwork/data/Task.h>
 #include <orvnetwork/platform/native/websocket/CloseFrameWatcher.h>
 #include <orvnetwork/platform/native/websocket/HandshakeGate.h>

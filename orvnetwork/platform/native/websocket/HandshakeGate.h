@@ -1,5 +1,9 @@
 #pragma once
 
+// The HTTP side of the handshake: a status line, header lines, and an empty line that ends them. What comes behind
+// the empty line of a 101 answer is WebSocket frames already and is let through untouched; any other answer is a
+// refusal. A header longer than the bound counts as a refusal too.
+
 #include <charconv>
 #include <cstddef>
 #include <optional>
