@@ -2,6 +2,7 @@
 
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/PropertyListLimits.h>
 #include <orvnetwork/data/Types.h>
 
 namespace orv {
@@ -9,13 +10,6 @@ namespace orv {
 /// Domain and code of every error of the property-list reader and writer.
 inline constexpr std::string_view kPropertyListErrorDomain = "OrvPropertyList";
 inline constexpr std::int64_t kPropertyListErrorCode = 3840;
-
-/// How deep arrays and dictionaries may be nested in a property list.
-inline constexpr std::size_t kMaxPropertyListDepth = 64;
-
-/// How many bytes a property list may have. Those of a binary one may not stand for much more than that
-/// either, however often they are shared.
-inline constexpr std::size_t kMaxPropertyListSize = std::size_t{64} << 20;
 
 /// What `readPropertyList` answers: a value, or why there is none.
 struct PropertyListResult {

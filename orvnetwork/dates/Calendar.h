@@ -2,6 +2,7 @@
 
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/dates/CalendarKind.h>
 
 namespace orv {
 
@@ -46,7 +47,7 @@ enum class CalendarUnit { Year, Month, Day };
 /// brought `withinDateLimit` first. Any thread.
 class ORV_EXPORT Calendar {
  public:
-  enum class Kind { OfLocale, Gregorian };
+  using Kind = CalendarKind;
 
   /// The calendar that the user's locale counts by (Gregorian for most), or always the Gregorian one.
   explicit Calendar(Kind kind = Kind::OfLocale) : kind_(kind) {}

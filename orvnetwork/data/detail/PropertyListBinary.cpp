@@ -5,7 +5,7 @@
 
 #include "orvnetwork/data/detail/PropertyListBinary.h"
 
-#include <orvnetwork/data/PropertyList.h>
+#include <orvnetwork/data/PropertyListLimits.h>
 #include <orvnetwork/data/Utf8.h>
 
 #include <bit>

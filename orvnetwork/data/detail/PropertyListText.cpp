@@ -1,6 +1,6 @@
 #include "orvnetwork/data/detail/PropertyListText.h"
 
-#include <orvnetwork/data/PropertyList.h>
+#include <orvnetwork/data/PropertyListLimits.h>
 #include <orvnetwork/data/detail/Decimal.h>
 
 #include <algorithm>

@@ -20,12 +20,12 @@ std::unique_ptr<icu::TimeZone> icuZone(const std::string& name) {
   return std::unique_ptr<icu::TimeZone>(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
 }
 
-std::unique_ptr<icu::Calendar> makeIcuCalendar(Calendar::Kind kind, const std::string& locale,
+std::unique_ptr<icu::Calendar> makeIcuCalendar(CalendarKind kind, const std::string& locale,
                                                const std::string& zone) {
   UErrorCode status = U_ZERO_ERROR;
   const icu::Locale wanted = icuLocale(locale);
   std::unique_ptr<icu::Calendar> calendar;
-  if (kind == Calendar::Kind::Gregorian) {
+  if (kind == CalendarKind::Gregorian) {
     calendar = std::make_unique<icu::GregorianCalendar>(icuZone(zone).release(), wanted, status);
   } else {
     calendar.reset(icu::Calendar::createInstance(icuZone(zone).release(), wanted, status));

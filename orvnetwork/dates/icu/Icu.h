@@ -1,6 +1,7 @@
 #pragma once
 
-#include <orvnetwork/dates/Calendar.h>
+#include <orvnetwork/data/Types.h>
+#include <orvnetwork/dates/CalendarKind.h>
 
 #include <unicode/calendar.h>
 #include <unicode/timezone.h>
@@ -16,7 +17,7 @@ icu::Locale icuLocale(const std::string& name);
 std::unique_ptr<icu::TimeZone> icuZone(const std::string& name);
 
 /// A calendar that takes the first of two moments with the same local time; null when ICU has none.
-std::unique_ptr<icu::Calendar> makeIcuCalendar(Calendar::Kind kind, const std::string& locale,
+std::unique_ptr<icu::Calendar> makeIcuCalendar(CalendarKind kind, const std::string& locale,
                                                const std::string& zone);
 
 /// The last whole millisecond at or before a moment. A number of seconds that is the nearest one to a whole

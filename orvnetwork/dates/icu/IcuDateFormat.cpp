@@ -56,7 +56,7 @@ bool hasWeekYear(const icu::SimpleDateFormat& formatter) {
 }  // namespace
 
 std::unique_ptr<IcuDateFormat> IcuDateFormat::make(const detail::DateFormatKey& key) {
-  auto calendar = makeIcuCalendar(Calendar::Kind::OfLocale, key.locale, key.zone);
+  auto calendar = makeIcuCalendar(CalendarKind::OfLocale, key.locale, key.zone);
   auto formatter = makeFormatter(key, icuLocale(key.locale));
   if (!calendar || !formatter) return nullptr;
   formatter->setTimeZone(calendar->getTimeZone());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvnetwork/dates/DateFormat.h>
+#include <orvnetwork/dates/DateFormatKey.h>
 
 #include <unicode/calendar.h>
 #include <unicode/smpdtfmt.h>

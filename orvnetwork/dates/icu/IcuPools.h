@@ -1,7 +1,7 @@
 #pragma once
 
-#include <orvnetwork/dates/Calendar.h>
-#include <orvnetwork/dates/DateFormat.h>
+#include <orvnetwork/dates/CalendarKind.h>
+#include <orvnetwork/dates/DateFormatKey.h>
 #include <orvnetwork/dates/icu/LeasePool.h>
 
 #include <unicode/calendar.h>
@@ -9,7 +9,7 @@
 namespace orv {
 
 struct CalendarKey {
-  Calendar::Kind kind;
+  CalendarKind kind;
   std::string locale;
   std::string zone;
 
