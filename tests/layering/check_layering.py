@@ -6,6 +6,9 @@ Usage: check_layering.py ROOT
 - Folders of the library depend downwards only; the embedded server knows nothing of it but the values in data/.
 - A header in a subfolder of its layer is private to the layer. Public headers show the standard library, Boost.JSON
   and each other.
+- Modules, a header with its sources each, do not include each other in a circle, neither inside a folder nor between a
+  folder and those below it; nor do the folders of a layer or a program. Only a layer's public folder and the private
+  ones below it may take turns: they are two sides of the same classes.
 - A source includes its own header first, in quotes; in the library all others stand in angle brackets.
 - Outside the platform folder nothing has threads, clocks, sockets, files or randomness of its own.
 - Tests never sleep.
@@ -15,6 +18,8 @@ Usage: check_layering.py ROOT
 import pathlib
 import re
 import sys
+
+from circles import INCLUDE, check_circles, is_own_header
 
 MAX_LINES = 400
 
@@ -59,7 +64,9 @@ ALLOWED = {
     ("orvnetwork/testing/SimulatedMainQueue.cpp", "only the platform may include <unistd.h>"): WAKE_UP,
 }
 
-INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
+# Where circles are looked for.
+CIRCLE_FREE = ("orvnetwork", "devserver", "cli")
+
 COMMENT_OR_LITERAL = re.compile(
     r'//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])*\'', re.DOTALL)
 
@@ -106,13 +113,6 @@ def check_library_include(folder, path, include, public):
     if include.startswith(LIBRARIES.get(folder, ())) and LIBRARIES.get(folder):
         return None
     return f"only the platform may include <{include}>"
-
-
-def is_own_header(path, include):
-    """Whether a source's name is its header's, or begins with it: QXDateFields.cpp belongs to QXDate.h."""
-    header = pathlib.PurePosixPath(include)
-    return (path.suffix == ".cpp" and header.suffix == ".h" and header.parent == pathlib.PurePosixPath(path.parent)
-            and re.fullmatch(re.escape(header.stem) + "([A-Z]\\w*)?", path.stem) is not None)
 
 
 def check_quotes(path, match):
@@ -183,13 +183,21 @@ def missing_in_umbrella(root):
             yield f"orvnetwork/orvnetwork.h:1: does not include {name}"
 
 
+def may_take_turns(folder, other):
+    """Whether two folders of an area may include each other: a layer's public folder and a private one below it."""
+    return any(folder_of(pathlib.Path(below, "_")) == above and above.startswith("orvnetwork/")
+               for above, below in ((folder, other), (other, folder)))
+
+
 def breaches(root):
     yield from missing_in_umbrella(root)
-    for path in sources(root):
-        name = path.relative_to(root)
-        for line, breach in check_file(name, path.read_text(encoding="utf-8")):
-            if (name.as_posix(), breach) not in ALLOWED:
-                yield f"{name}:{line}: {breach}"
+    texts = {path.relative_to(root): path.read_text(encoding="utf-8") for path in sources(root)}
+    found = [(name.as_posix(), *breach) for name, text in texts.items() for breach in check_file(name, text)]
+    checked = {name.as_posix(): text for name, text in texts.items() if name.parts[0] in CIRCLE_FREE}
+    found += check_circles(checked, lambda name: folder_of(pathlib.Path(name)), may_take_turns)
+    for name, line, breach in found:
+        if (name, breach) not in ALLOWED:
+            yield f"{name}:{line}: {breach}"
 
 
 def main():

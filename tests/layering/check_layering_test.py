@@ -11,13 +11,24 @@ sys.path.insert(0, str(pathlib.Path(__file__).parent))
 import check_layering  # noqa: E402
 
 
+def found_in(files):
+    """The breaches in a tree of files, whose texts begin with a line of their own."""
+    with tempfile.TemporaryDirectory() as folder:
+        for name, text in files.items():
+            path = pathlib.Path(folder, name)
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text("#pragma once\n" + text, encoding="utf-8")
+        return list(check_layering.breaches(pathlib.Path(folder)))
+
+
 def found(name, text):
     """The breaches in a tree that holds one file."""
-    with tempfile.TemporaryDirectory() as folder:
-        path = pathlib.Path(folder, name)
-        path.parent.mkdir(parents=True)
-        path.write_text("#pragma once\n" + text, encoding="utf-8")
-        return list(check_layering.breaches(pathlib.Path(folder)))
+    return found_in({name: text})
+
+
+def including(*names):
+    """The text of a file that includes others of the library."""
+    return "".join(f"#include <{name}>\n" for name in names)
 
 
 class CheckLayeringTest(unittest.TestCase):
@@ -97,6 +108,13 @@ class CheckLayeringTest(unittest.TestCase):
         self.assert_breach("orvnetwork/api/A.cpp", "#include <orvnetwork/api/A.h>\n")
         self.assert_breach("orvnetwork/api/A.h", '#include "orvnetwork/api/B.h"\n')
 
+    def test_private_headers_in_public_ones(self):
+        for layer in ("data", "platform", "dates", "support", "transport", "api", "session", "course", "testing"):
+            for private in ("detail/B.h", "native/B.h", "icu/B.h", "native/files/B.h"):
+                self.assert_breach(f"orvnetwork/{layer}/A.h", including(f"orvnetwork/{layer}/{private}"))
+                self.assert_clean(f"orvnetwork/{layer}/A.cpp", including(f"orvnetwork/{layer}/{private}"))
+                self.assert_clean(f"orvnetwork/{layer}/detail/A.h", including(f"orvnetwork/{layer}/{private}"))
+
     def test_lines_are_counted_through_comments(self):
         self.assert_breach("orvnetwork/api/A.cpp", "/* one\n two */\nstd::thread t;\n", line=4)
 
@@ -127,6 +145,109 @@ class CheckLayeringTest(unittest.TestCase):
             pathlib.Path(folder, "cli").mkdir()
             pathlib.Path(folder, "cli", "A.h").write_text("int a;\n")
             self.assertEqual(list(check_layering.breaches(pathlib.Path(folder))), ["cli/A.h:1: no #pragma once"])
+
+
+class CircleTest(unittest.TestCase):
+    def assert_circle(self, files, breach):
+        result = found_in(files)
+        self.assertEqual(result, [breach], files)
+
+    def assert_clean(self, files):
+        self.assertEqual(found_in(files), [], files)
+
+    def test_two_modules_of_a_folder(self):
+        for folder in ("orvnetwork/api", "orvnetwork/course", "orvnetwork/platform/native/files", "devserver",
+                       "devserver/net", "cli", "cli/shell"):
+            self.assert_circle({f"{folder}/A.h": including(f"{folder}/B.h"),
+                                f"{folder}/B.h": including("string"),
+                                f"{folder}/B.cpp": including("vector", f"{folder}/A.h")},
+                               f"{folder}/A.h:2: modules in a circle: {folder}/A.h includes {folder}/B.h, "
+                               f"{folder}/B.cpp includes {folder}/A.h")
+
+    def test_a_line_in_the_middle(self):
+        self.assert_circle({"cli/A.h": '#include <string>\n\n  #include "cli/B.h"\n',
+                            "cli/B.h": '#include "cli/A.h"\n'},
+                           "cli/A.h:4: modules in a circle: cli/A.h includes cli/B.h, cli/B.h includes cli/A.h")
+
+    def test_a_folder_and_one_below_it(self):
+        self.assert_circle({"orvnetwork/api/A.cpp": including("orvnetwork/api/detail/B.h"),
+                            "orvnetwork/api/A.h": "",
+                            "orvnetwork/api/detail/B.h": including("orvnetwork/api/A.h")},
+                           "orvnetwork/api/A.cpp:2: modules in a circle: "
+                           "orvnetwork/api/A.cpp includes orvnetwork/api/detail/B.h, "
+                           "orvnetwork/api/detail/B.h includes orvnetwork/api/A.h")
+
+    def test_many_modules_are_named_file_by_file(self):
+        self.assert_circle({"cli/A.h": '#include "cli/B.h"\n', "cli/B.h": "",
+                            "cli/B.cpp": '#include "cli/B.h"\n#include "cli/C.h"\n',
+                            "cli/C.h": '#include "cli/A.h"\n'},
+                           "cli/A.h:2: modules in a circle: cli/A.h includes cli/B.h, cli/B.cpp includes cli/C.h, "
+                           "cli/C.h includes cli/A.h")
+
+    def test_each_circle_is_told_once(self):
+        files = {"cli/A.h": '#include "cli/B.h"\n#include "cli/C.h"\n', "cli/B.h": '#include "cli/A.h"\n',
+                 "cli/C.h": '#include "cli/A.h"\n', "cli/D.h": '#include "cli/A.h"\n'}
+        self.assertEqual(found_in(files), [
+            "cli/A.h:2: modules in a circle: cli/A.h includes cli/B.h, cli/B.h includes cli/A.h",
+            "cli/C.h:2: modules in a circle: cli/C.h includes cli/A.h, cli/A.h includes cli/C.h"])
+
+    def test_sources_that_are_named_after_a_header(self):
+        files = {"orvnetwork/api/A.h": "", "orvnetwork/api/B.h": including("orvnetwork/api/A.h")}
+        further = including("orvnetwork/api/B.h")
+        own = '#include "orvnetwork/api/A.h"\n'
+        self.assert_circle(files | {"orvnetwork/api/AFields.cpp": own + further},
+                           "orvnetwork/api/AFields.cpp:3: modules in a circle: "
+                           "orvnetwork/api/AFields.cpp includes orvnetwork/api/B.h, "
+                           "orvnetwork/api/B.h includes orvnetwork/api/A.h")
+        # One that has a header of its own is a module of its own, and so is one that only looks alike.
+        self.assert_clean(files | {"orvnetwork/api/AFields.h": "", "orvnetwork/api/AFields.cpp":
+                                   including("orvnetwork/api/A.h") + further})
+        self.assert_clean(files | {"orvnetwork/api/Afields.cpp": including("orvnetwork/api/A.h") + further})
+        self.assert_clean(files | {"orvnetwork/api/detail/AFields.cpp": including("orvnetwork/api/A.h") + further})
+
+    def test_a_source_belongs_to_the_longest_of_its_headers(self):
+        self.assert_clean({"orvnetwork/api/A.h": including("orvnetwork/api/AB.h"), "orvnetwork/api/AB.h": "",
+                           "orvnetwork/api/C.h": including("orvnetwork/api/A.h"),
+                           "orvnetwork/api/ABMore.cpp": '#include "orvnetwork/api/AB.h"\n'})
+        self.assert_circle({"orvnetwork/api/A.h": including("orvnetwork/api/AB.h"), "orvnetwork/api/AB.h": "",
+                            "orvnetwork/api/ABMore.cpp": '#include "orvnetwork/api/AB.h"\n'
+                            + including("orvnetwork/api/A.h")},
+                           "orvnetwork/api/A.h:2: modules in a circle: orvnetwork/api/A.h includes orvnetwork/api/AB.h, "
+                           "orvnetwork/api/ABMore.cpp includes orvnetwork/api/A.h")
+
+    def test_two_folders(self):
+        for one, other in [("orvnetwork/platform/native/network", "orvnetwork/platform/native/websocket"),
+                           ("orvnetwork/platform/native", "orvnetwork/platform/native/files"),
+                           ("devserver/net", "devserver/page"), ("devserver", "devserver/net"),
+                           ("cli", "cli/shell")]:
+            self.assert_circle({f"{one}/A.h": including(f"{other}/B.h"), f"{other}/B.h": "",
+                                f"{other}/C.h": including(f"{one}/D.h"), f"{one}/D.h": ""},
+                               f"{one}/A.h:2: folders in a circle: {one}/A.h includes {other}/B.h, "
+                               f"{other}/C.h includes {one}/D.h")
+
+    def test_three_folders(self):
+        self.assert_circle({"devserver/a/A.h": '#include "devserver/b/B.h"\n', "devserver/b/B.h": "",
+                            "devserver/b/C.cpp": '#include "devserver/c/C.h"\n', "devserver/c/C.h": "",
+                            "devserver/c/D.h": '#include "devserver/a/E.h"\n', "devserver/a/E.h": ""},
+                           "devserver/a/A.h:2: folders in a circle: devserver/a/A.h includes devserver/b/B.h, "
+                           "devserver/b/C.cpp includes devserver/c/C.h, devserver/c/D.h includes devserver/a/E.h")
+
+    def test_a_layer_and_its_private_folder_take_turns(self):
+        for private in ("detail", "native", "native/files"):
+            self.assert_clean({"orvnetwork/platform/A.cpp": including(f"orvnetwork/platform/{private}/B.h"),
+                               f"orvnetwork/platform/{private}/B.h": "",
+                               f"orvnetwork/platform/{private}/C.h": including("orvnetwork/platform/D.h"),
+                               "orvnetwork/platform/D.h": ""})
+
+    def test_includes_that_run_one_way(self):
+        self.assert_clean({"devserver/A.h": '#include "devserver/net/B.h"\n#include "devserver/page/C.h"\n',
+                           "devserver/net/B.h": "", "devserver/page/C.h": '#include "devserver/net/B.h"\n',
+                           "devserver/A.cpp": '#include "devserver/A.h"\n'})
+        self.assert_clean({"cli/A.h": '#include "cli/A.h"\n'})
+
+    def test_circles_of_tests_are_their_own_affair(self):
+        self.assert_clean({"tests/unit/A.h": '#include "tests/unit/B.h"\n',
+                           "tests/unit/B.h": '#include "tests/unit/A.h"\n'})
 
 
 if __name__ == "__main__":
