@@ -1,5 +1,6 @@
 #include "cli/Host.h"
 
+#include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Timer.h>
@@ -7,7 +8,6 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/Output.h"
-#include "cli/Secrets.h"
 
 #include <signal.h>
 #include <sys/random.h>

@@ -1,8 +1,8 @@
+#include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/support/QXPathManager.h>
 
 #include "cli/Commands.h"
-#include "cli/Secrets.h"
 #include "cli/SingleRequest.h"
 
 #include <algorithm>

@@ -1,11 +1,11 @@
 #include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"
 #include "cli/Host.h"
 #include "cli/Request.h"
 #include "cli/SecretInput.h"
-#include "cli/Secrets.h"
 #include "cli/SingleRequest.h"
 
 namespace orv::cli {

@@ -1,6 +1,7 @@
+#include <orvnetwork/data/Secrets.h>
+
 #include "cli/Commands.h"
 #include "cli/Host.h"
-#include "cli/Secrets.h"
 #include "cli/SingleRequest.h"
 
 #include <fcntl.h>
@@ -32,11 +33,12 @@ ExitCode runProgram(int argc, char** argv, Output& output) {
     output.text(text->text);
     return ExitCode::Success;
   }
-  if (const auto* wrong = std::get_if<WrongUse>(&parsed)) return refuse(hideSecrets(wrong->message), output);
+  if (const auto* wrong = std::get_if<WrongUse>(&parsed))
+    return refuse(orv::hideSecrets(wrong->message), output);
   try {
     return runInvocation(std::get<Invocation>(parsed), output);
   } catch (const std::exception& error) {
-    refuse(hideSecrets(error.what()), output);
+    refuse(orv::hideSecrets(error.what()), output);
     return ExitCode::NoReply;
   }
 }

@@ -1,8 +1,8 @@
 #include "cli/demo/Stage.h"
 
 #include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/Secrets.h>
 
-#include "cli/Secrets.h"
 #include "cli/TextWidth.h"
 
 #include <algorithm>

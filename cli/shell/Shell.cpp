@@ -2,13 +2,13 @@
 
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"
 #include "cli/NearNames.h"
 #include "cli/Request.h"
-#include "cli/Secrets.h"
 #include "cli/SingleRequest.h"
 
 #include <algorithm>

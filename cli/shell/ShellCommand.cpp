@@ -1,6 +1,7 @@
 #include "cli/shell/Shell.h"
 
 #include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
@@ -8,7 +9,6 @@
 #include "cli/Commands.h"
 #include "cli/LineReader.h"
 #include "cli/Request.h"
-#include "cli/Secrets.h"
 #include "cli/shell/History.h"
 #include "cli/shell/LineEditor.h"
 #include "cli/shell/Presentation.h"

@@ -2,8 +2,7 @@
 
 #include <orvnetwork/api/OperationRegistry.h>
 #include <orvnetwork/data/Json.h>
-
-#include "cli/Secrets.h"
+#include <orvnetwork/data/Secrets.h>
 
 #include <algorithm>
 #include <array>

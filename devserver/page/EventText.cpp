@@ -1,6 +1,6 @@
 #include "devserver/page/EventText.h"
 
-#include "devserver/page/Secrets.h"
+#include <orvnetwork/data/Secrets.h>
 
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
@@ -117,7 +117,9 @@ std::string escaped(std::string_view text) {
 
 void describeText(json::object& event, std::string_view text, bool cut) {
   if (cut) text = wholeCharacters(text);
-  event["text"] = hideSecretsInText(isUtf8(text) ? std::string(text) : escaped(text));
+  // First, since what escapes a byte ends in a letter that would hide the beginning of a name.
+  const std::string shown = hideSecrets(text);
+  event["text"] = isUtf8(shown) ? shown : escaped(shown);
 }
 
 /// Puts what a JSON object tells into the event; false when the text holds none.
@@ -127,7 +129,7 @@ bool describeObject(json::object& event, std::string_view text) {
   json::error_code error;
   json::value value = json::parse({text.data(), text.size()}, error, {}, options);
   if (error || !value.is_object()) return false;
-  hideSecrets(value);
+  hideSecretsInPlace(value);
   const json::object& frame = value.get_object();
   for (const char* key : {"c", "C"}) {
     const json::value* command = frame.if_contains(key);

@@ -2,7 +2,6 @@
 
 #include "Program.h"
 
-#include <cli/Secrets.h>
 #include <devserver/DevServer.h>
 #include <devserver/school/School.h>
 #include <gtest/gtest.h>
@@ -12,71 +11,6 @@
 
 namespace orv::test {
 namespace {
-
-using cli::hideSecrets;
-
-TEST(HideSecrets, HidesEveryKeyInADescribedDictionary) {
-  for (const char* key : {"pwd", "pass", "passwd", "opwd", "npwd", "token", "scode"}) {
-    const std::string name(key);
-    EXPECT_EQ(hideSecrets("dictValues={\n    " + name + " = 5f4dcc3b;\n    type = 1;\n}"),
-              "dictValues={\n    " + name + " = ***;\n    type = 1;\n}");
-    EXPECT_EQ(hideSecrets("{\n    " + name + " = \"a b;\\\"c\";\n    type = 1;\n}"),
-              "{\n    " + name + " = \"***\";\n    type = 1;\n}");
-  }
-}
-
-TEST(HideSecrets, HidesEveryKeyInJson) {
-  for (const char* key : {"pwd", "pass", "passwd", "opwd", "npwd", "token", "scode"}) {
-    const std::string name(key);
-    EXPECT_EQ(hideSecrets("{\"" + name + "\" : \"sec\\\"ret\",\"n\":1}"),
-              "{\"" + name + "\" : \"***\",\"n\":1}");
-    EXPECT_EQ(hideSecrets("{\"" + name + "\":123456,\"n\":1}"), "{\"" + name + "\":***,\"n\":1}");
-  }
-}
-
-TEST(HideSecrets, HidesInsideTextsThatAreEscapedAnyNumberOfTimes) {
-  EXPECT_EQ(hideSecrets(R"({"text":"{\"pwd\" : \"a\\\"b\",\"n\":1}"})"),
-            R"({"text":"{\"pwd\" : \"***\",\"n\":1}"})");
-  EXPECT_EQ(hideSecrets(R"({"text":"{\"pwd\":17}"})"), R"({"text":"{\"pwd\":***}"})");
-  EXPECT_EQ(hideSecrets(R"("\\\"token\\\":\\\"ab\\\\\\\"c\\\",\\\"n\\\":1")"),
-            R"("\\\"token\\\":\\\"***\\\",\\\"n\\\":1")");
-  EXPECT_EQ(hideSecrets(R"(frame = "{\n  \"token\" : \"abc\",\n  \"n\" : 1\n}";)"),
-            R"(frame = "{\n  \"token\" : \"***\",\n  \"n\" : 1\n}";)");
-  EXPECT_EQ(hideSecrets(R"(text = "{\n    pwd = abc;\n    n = 1;\n}";)"),
-            R"(text = "{\n    pwd = ***;\n    n = 1;\n}";)");
-}
-
-TEST(HideSecrets, TextThatEndsInBackslashesEndsWhereItEnds) {
-  EXPECT_EQ(hideSecrets(R"({"pwd":"a\\","n":"shown"})"), R"({"pwd":"***","n":"shown"})");
-  EXPECT_EQ(hideSecrets(R"({"pwd":"a\\\"b","n":"shown"})"), R"({"pwd":"***","n":"shown"})");
-}
-
-TEST(HideSecrets, HidesWholeArraysAndDictionaries) {
-  EXPECT_EQ(hideSecrets(R"({"token":{"a":"}","b":["x"]},"n":1})"), R"({"token":***,"n":1})");
-  EXPECT_EQ(hideSecrets("{\n    token =     (\n        a,\n        \"b)\"\n    );\n    n = 1;\n}"),
-            "{\n    token =     ***;\n    n = 1;\n}");
-}
-
-TEST(HideSecrets, HidesInAddresses) {
-  EXPECT_EQ(hideSecrets("ws://127.0.0.1/?token=abc&n=1"), "ws://127.0.0.1/?token=***&n=1");
-}
-
-TEST(HideSecrets, HidesWhateverTheCaseOfTheKey) {
-  EXPECT_EQ(hideSecrets(R"({"Token":"abc"})"), R"({"Token":"***"})");
-}
-
-TEST(HideSecrets, TextThatIsCutShortIsHiddenToItsEnd) {
-  EXPECT_EQ(hideSecrets(R"({"pwd":"abc)"), R"({"pwd":"***")");
-  EXPECT_EQ(hideSecrets("pwd = abc"), "pwd = ***");
-  EXPECT_EQ(hideSecrets("pwd = "), "pwd = ***");
-}
-
-TEST(HideSecrets, LeavesTheRestAlone) {
-  for (const char* text : {"", "pass", "the token is lost", "password = shown;", "{\"tokens\":\"shown\"}",
-                           "compass = north;", "{\"name\":\"token\",\"n\":1}", "a token, \"pwd\" and more"}) {
-    EXPECT_EQ(hideSecrets(text), text);
-  }
-}
 
 const std::string kPlanted = "zeBRa-4711-plaNTed";
 

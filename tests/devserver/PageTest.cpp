@@ -244,6 +244,7 @@ TEST_F(PageOfTheServer, SecretsAreHidden) {
                  "4");
   client.sendText(R"({"c":"User.Post.Login","s":"5","v":{"passwd":"cut-secret)");
   server.sendText("token=plain-secret&x=1");
+  server.sendText("\xf7pwd=byte-secret");
   server.push("Dev.Last");
   EXPECT_EQ(events.frame("request").at("frame").at("v").at("pwd"), "***");
   EXPECT_EQ(events.frame("reply").at("frame").at("v").at("data").at("token"), "***");

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
+
+namespace orv {
+
+/// What stands in the place of a hidden value.
+inline constexpr std::string_view kHiddenSecret = "***";
+
+/// The text with the values under "pwd", "pass", "passwd", "opwd", "npwd", "token" and "scode" hidden, whatever the
+/// case of these names and whatever form the text has: `"name" : value` of JSON, whole, cut short, or escaped any
+/// number of times inside other texts; `name = value;` of a described dictionary; `name=value` of an address; names
+/// in quotes of either kind.
+///
+/// A value in double quotes keeps its quotes, so that JSON stays JSON; numbers, words, arrays and dictionaries are
+/// replaced as a whole. Where the end of a value cannot be told, all that follows is hidden with it: behind a value
+/// in single quotes, behind an array or a dictionary when the brackets of the text do not pair, and when the text
+/// ends within the value. Takes time in proportion to the text. Any thread.
+ORV_EXPORT std::string hideSecrets(std::string_view text);
+
+/// Hides the values under the same names in a JSON value, at every level: each becomes the text "***", whatever its
+/// kind. Texts under other names are treated as by `hideSecrets`. As deep as the value is nested, so deep is the
+/// stack. The value must not be used by others meanwhile.
+ORV_EXPORT void hideSecretsInPlace(json::value& value);
+
+}  // namespace orv
