@@ -1,5 +1,7 @@
 #include "cli/CommandLine.h"
 
+#include <orvnetwork/data/Url.h>
+
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -47,9 +49,8 @@ std::string checkSeconds(const std::string& text) {
 }
 
 std::string checkUrl(const std::string& text) {
-  for (const std::string_view scheme : {"ws://", "wss://"}) {
-    if (text.size() > scheme.size() && text.starts_with(scheme)) return {};
-  }
+  const auto url = parseUrl(text);
+  if (url && (url->scheme == "ws" || url->scheme == "wss")) return {};
   return "a ws:// or wss:// address is expected";
 }
 

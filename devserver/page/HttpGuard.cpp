@@ -1,5 +1,7 @@
 #include "devserver/page/HttpGuard.h"
 
+#include <orvnetwork/data/Url.h>
+
 #include <boost/asio/ip/address.hpp>
 
 #include <algorithm>
@@ -17,17 +19,10 @@ std::string lower(std::string_view text) {
   return result;
 }
 
-/// "[::1]:80" and "[::1]" give "::1", "localhost:80" gives "localhost".
-std::string_view withoutPort(std::string_view host) {
-  if (host.starts_with('[')) {
-    const std::size_t end = host.find(']');
-    return end == host.npos ? std::string_view() : host.substr(1, end - 1);
-  }
-  return host.substr(0, host.find(':'));
-}
-
 bool isThisMachine(std::string_view host) {
-  const std::string name = lower(withoutPort(host));
+  const auto server = parseHostAndPort(host);
+  if (!server) return false;
+  const std::string name = lower(server->host);
   if (name == "localhost") return true;
   boost::system::error_code error;
   const auto address = boost::asio::ip::make_address(name, error);

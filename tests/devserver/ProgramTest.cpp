@@ -15,7 +15,7 @@ class ServerProgram : public testing::Test {
   }
   static std::uint16_t portOf(const std::string& line) {
     EXPECT_EQ(line.substr(0, 25), "listening ws://127.0.0.1:");
-    return static_cast<std::uint16_t>(std::stoi(line.substr(25)));
+    return parseUrl(line.substr(10)).value().server.port;
   }
 };
 

@@ -18,11 +18,6 @@ class Restart : public testing::Test {
     file = std::string(std::getenv("HOME")) + "/school.sqlite";
   }
 
-  static std::uint16_t portOf(Program& program) {
-    const std::string line = program.line();
-    return static_cast<std::uint16_t>(std::stoi(line.substr(line.rfind(':') + 1)));
-  }
-
   /// The first value of a query on the file.
   std::string look(const char* sql) const {
     sqlite3* database = nullptr;
@@ -67,7 +62,7 @@ TEST_F(Restart, KilledInTheMiddleOfCommandsItKeepsWhatItAnsweredAndNothingByHalv
   std::size_t acknowledged = 0;
   for (std::size_t round = 0; round < 8; ++round) {
     Program program({"--data", file});
-    const std::uint16_t port = portOf(program);
+    const std::uint16_t port = program.listeningPort();
     const json::array rooms = addCourses(port);
     RawClient client = RawClient::open(port);
     const auto login = client.request("User.Post.Login", {{"phone", kStudent}, {"pwd", kDigest}});
@@ -100,7 +95,7 @@ TEST_F(Restart, KilledInTheMiddleOfCommandsItKeepsWhatItAnsweredAndNothingByHalv
               std::to_string(kRooms * (round + 1)));
   }
   Program program({"--data", file});
-  RawClient client = RawClient::open(portOf(program));
+  RawClient client = RawClient::open(program.listeningPort());
   EXPECT_EQ(client.request("User.Post.Login", {{"phone", kStudent}, {"pwd", kDigest}}).at("v").at("ret"), 0);
 }
 

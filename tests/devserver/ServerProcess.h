@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvnetwork/data/Url.h>
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -53,6 +55,13 @@ class Program {
   }
   /// The first line of its standard output.
   std::string line() { return read(out_, true); }
+  /// What the line names that it prints first when it is ready; "" when it prints another one.
+  std::string listeningUrl() {
+    constexpr std::string_view kWords = "listening ";
+    const std::string first = line();
+    return first.starts_with(kWords) ? first.substr(kWords.size()) : "";
+  }
+  std::uint16_t listeningPort() { return parseUrl(listeningUrl()).value().server.port; }
   std::string errors() { return read(err_, false); }
 
  private:

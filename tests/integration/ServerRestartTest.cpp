@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/data/Url.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include <boost/json/serialize.hpp>
@@ -49,8 +50,8 @@ class ServerRestart : public test::LiveLinkTest {
   /// Starts the program; from the second time on at the port that it had.
   void startProgram() {
     program_.emplace(std::vector<std::string>{"--data", options_.dataFile, "--port", std::to_string(port_)});
-    url_ = program_->line().substr(std::string_view("listening ").size());
-    port_ = static_cast<std::uint16_t>(std::stoi(url_.substr(url_.rfind(':') + 1)));
+    url_ = program_->listeningUrl();
+    port_ = parseUrl(url_).value().server.port;
   }
   void killProgram() {
     program_->signal(SIGKILL);

@@ -1,5 +1,6 @@
 #include "orvnetwork/testing/detail/SimulatedWebSocket.h"
 
+#include <orvnetwork/data/Url.h>
 #include <orvnetwork/testing/detail/Utf8.h>
 
 #include <algorithm>
@@ -17,15 +18,9 @@ constexpr std::int64_t kWriteFailed = 2145;
 
 constexpr std::size_t kLongestPing = 125;
 
-bool hasKnownScheme(const OptionalString& url) {
-  const auto end = url ? url->find("://") : std::string::npos;
-  if (end == std::string::npos || url->size() == end + 3) {
-    return false;
-  }
-  std::string scheme = url->substr(0, end);
-  std::ranges::transform(scheme, scheme.begin(),
-                         [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
-  return scheme == "ws" || scheme == "wss" || scheme == "http" || scheme == "https";
+bool isWebSocketUrl(const OptionalString& url) {
+  const auto parts = parseUrl(url.value_or(""));
+  return parts && parts->isForWebSocket();
 }
 
 bool isValidCloseCode(int code) {
@@ -56,7 +51,7 @@ void SimulatedWebSocket::start() {
   if (ended_) {
     return;
   }
-  if (!hasKnownScheme(request_.url)) {
+  if (!isWebSocketUrl(request_.url)) {
     failed({kErrorDomain, kBadUrl, "The address is not one of a WebSocket server"});
     return;
   }

@@ -1,10 +1,10 @@
 #include "orvnetwork/platform/native/network/LoopbackUrl.h"
 
+#include <orvnetwork/data/Url.h>
+
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <string>
 
 namespace orv {
 
@@ -16,16 +16,6 @@ std::string lowerCase(std::string_view text) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
   });
   return lower;
-}
-
-/// Host and port of a URL, without the user's name; empty when it has none.
-std::string_view hostAndPort(std::string_view url) {
-  const std::size_t scheme = url.find("://");
-  if (scheme == std::string_view::npos) return {};
-  url.remove_prefix(scheme + 3);
-  url = url.substr(0, url.find_first_of("/?#"));
-  const std::size_t user = url.rfind('@');
-  return user == std::string_view::npos ? url : url.substr(user + 1);
 }
 
 bool isLoopbackIpv6(const std::string& host) {
@@ -41,12 +31,10 @@ bool isLoopbackIpv4(const std::string& host) {
 }  // namespace
 
 bool isLoopbackUrl(std::string_view url) {
-  const std::string_view place = hostAndPort(url);
-  if (place.starts_with('[')) {
-    const std::size_t end = place.find(']');
-    return end != std::string_view::npos && isLoopbackIpv6(std::string(place.substr(1, end - 1)));
-  }
-  const std::string host = lowerCase(place.substr(0, place.find(':')));
+  const auto parts = parseUrl(url);
+  if (!parts) return false;
+  if (parts->server.isInBrackets) return isLoopbackIpv6(parts->server.host);
+  const std::string host = lowerCase(parts->server.host);
   return host == "localhost" || host == "localhost." || isLoopbackIpv4(host);
 }
 
