@@ -3,16 +3,13 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/detail/PropertyListReading.h>
 
 namespace orv {
 
 namespace {
 
 enum class Damaged { Stays, IsSetAside };
-
-bool isMissing(const std::error_code& error) {
-  return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
-}
 
 void handleDamage(const std::string& path, const std::string& why, Damaged damaged) {
   if (damaged == Damaged::Stays) {
@@ -28,35 +25,23 @@ void handleDamage(const std::string& path, const std::string& why, Damaged damag
   }
 }
 
-json::object* rootOf(json::value& value, const json::object*) {
-  return value.if_object();
-}
-json::array* rootOf(json::value& value, const json::array*) {
-  return value.if_array();
+json::value readRoot(const std::string& path, json::kind root, Damaged damaged) {
+  using Outcome = PropertyListReading::Outcome;
+  PropertyListReading reading = readPropertyListAt(path, root);
+  if (reading.outcome == Outcome::Unreadable) consoleLog("%@ cannot be read: %@", path, reading.problem);
+  if (reading.outcome == Outcome::Damaged) handleDamage(path, reading.problem, damaged);
+  return std::move(reading.value);
 }
 
-template <typename Root>
-std::optional<Root> readFile(const std::string& path, const char* kind, Damaged damaged) try {
-  std::error_code error;
-  const OptionalString bytes = Platform::current().files().read(path, error);
-  if (!bytes) {
-    if (!isMissing(error)) consoleLog("%@ cannot be read: %@", path, error.message());
-    return std::nullopt;
-  }
-  if (bytes->empty()) return std::nullopt;
-  PropertyListResult list = readPropertyList(*bytes);
-  if (!list.value) {
-    handleDamage(path, list.error.description, damaged);
-    return std::nullopt;
-  }
-  Root* root = rootOf(*list.value, static_cast<const Root*>(nullptr));
-  if (root == nullptr) {
-    handleDamage(path, std::string("it holds no ") + kind, damaged);
-    return std::nullopt;
-  }
-  return std::move(*root);
-} catch (const std::exception& exception) {
-  consoleLog("%@ cannot be read: %@", path, std::string_view(exception.what()));
+std::optional<json::object> readDictionary(const std::string& path, Damaged damaged) {
+  json::value root = readRoot(path, json::kind::object, damaged);
+  if (json::object* const dictionary = root.if_object()) return std::move(*dictionary);
+  return std::nullopt;
+}
+
+std::optional<json::array> readArray(const std::string& path, Damaged damaged) {
+  json::value root = readRoot(path, json::kind::array, damaged);
+  if (json::array* const array = root.if_array()) return std::move(*array);
   return std::nullopt;
 }
 
@@ -86,16 +71,16 @@ bool writeFile(const std::string& path, const Value& value, Durability durabilit
 }  // namespace
 
 std::optional<json::object> readDictionaryFile(const std::string& path) {
-  return readFile<json::object>(path, "dictionary", Damaged::Stays);
+  return readDictionary(path, Damaged::Stays);
 }
 std::optional<json::array> readArrayFile(const std::string& path) {
-  return readFile<json::array>(path, "array", Damaged::Stays);
+  return readArray(path, Damaged::Stays);
 }
 std::optional<json::object> readDictionaryFileSettingAside(const std::string& path) {
-  return readFile<json::object>(path, "dictionary", Damaged::IsSetAside);
+  return readDictionary(path, Damaged::IsSetAside);
 }
 std::optional<json::array> readArrayFileSettingAside(const std::string& path) {
-  return readFile<json::array>(path, "array", Damaged::IsSetAside);
+  return readArray(path, Damaged::IsSetAside);
 }
 
 bool writePropertyListFile(const std::string& path, const json::value& value, Durability durability,

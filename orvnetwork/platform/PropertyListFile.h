@@ -9,6 +9,9 @@ namespace orv {
 /// Permissions of a file for which nothing else is asked, narrowed by the process's umask.
 inline constexpr unsigned kOrdinaryFileMode = 0666;
 
+/// Permissions of a file that is the user's own business.
+inline constexpr unsigned kPrivateFileMode = 0600;
+
 /// The dictionary that a property-list file holds. Absent when there is no file or an empty one, when it
 /// cannot be read, when it is damaged, and when it holds something else than a dictionary. All but the first
 /// two are told on the console, one line each. Changes nothing on the disk. Any thread.

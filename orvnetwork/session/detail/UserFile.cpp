@@ -1,8 +1,6 @@
 #include "orvnetwork/session/detail/UserFile.h"
 
-#include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/support/QXFileLog.h>
 
 #include <utility>
@@ -10,8 +8,6 @@
 namespace orv {
 
 namespace {
-
-constexpr unsigned kOwnerOnlyFileMode = 0600;
 
 void logSetAside(const std::string& path) {
   QXFileLog::standard().log("user file damaged, set aside as %@.damaged", path);
@@ -24,20 +20,15 @@ std::shared_ptr<UserFile> UserFile::make(std::string path) {
 }
 
 UserFile::UserFile(std::string path)
-    : path_(std::move(path)),
+    : store_(std::move(path),
+             {.durability = Durability::Durable, .mode = kPrivateFileMode, .onSetAside = logSetAside}),
       queue_(SerialQueue::make("orv.session.userFile", Platform::current().globalQueue())) {}
 
 std::optional<json::object> UserFile::read() {
   const std::lock_guard lock(diskMutex_);
   writeWaiting();
   if (unsaved_) return unsaved_;
-  FileSystem& files = Platform::current().files();
-  const bool wasThere = files.exists(path_);
-  auto content = readDictionaryFileSettingAside(path_);
-  const bool isThere = !content && files.exists(path_);
-  if (!content && wasThere && !isThere) logSetAside(path_);
-  inTheWay_ = isThere && (files.isDirectory(path_) || files.fileSize(path_).value_or(1) > 0);
-  return content;
+  return store_.readDictionary();
 }
 
 void UserFile::write(Place place, json::object content) {
@@ -77,28 +68,12 @@ void UserFile::writeWaiting() {
 }
 
 bool UserFile::save(const json::object& content) {
-  if (!clearTheWay()) return false;
-  if (writePropertyListFile(path_, content, Durability::Durable, kOwnerOnlyFileMode)) return true;
-  if (!content.empty()) return false;
+  if (store_.write(content)) return true;
+  if (!content.empty() || store_.isSomethingInTheWay()) return false;
   // A full disk must not keep a user logged in: no file means nobody too.
   FileSystem& files = Platform::current().files();
   std::error_code error;
-  return !files.exists(path_) || (!files.isDirectory(path_) && files.remove(path_, error));
-}
-
-bool UserFile::clearTheWay() {
-  if (!inTheWay_) return true;
-  FileSystem& files = Platform::current().files();
-  std::error_code error;
-  if (files.exists(path_)) {
-    if (!files.rename(path_, path_ + ".damaged", error)) {
-      consoleLog("%@ is in the way and cannot be renamed: %@", path_, error.message());
-      return false;
-    }
-    logSetAside(path_);
-  }
-  inTheWay_ = false;
-  return true;
+  return !files.exists(path()) || (!files.isDirectory(path()) && files.remove(path(), error));
 }
 
 }  // namespace orv

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/PropertyListStore.h>
 #include <orvnetwork/platform/SerialQueue.h>
 
 #include <atomic>
@@ -21,11 +22,11 @@ class UserFile final : public std::enable_shared_from_this<UserFile> {
 
   static std::shared_ptr<UserFile> make(std::string path);
 
-  const std::string& path() const { return path_; }
+  const std::string& path() const { return store_.path(); }
 
   /// What the file holds, after all that waits has been written; what the disk did not take counts as held. Absent
-  /// when there is no file or an empty one, and when it is damaged: then it is set aside under its name with
-  /// ".damaged" at the end, and log and console are told.
+  /// when there is no file or an empty one, and when it is damaged or cannot be read: then it is set aside now or by
+  /// the next writing, as `PropertyListStore` does it, and log and console are told.
   std::optional<json::object> read();
 
   Place takePlace() { return ++lastPlace_; }
@@ -48,9 +49,8 @@ class UserFile final : public std::enable_shared_from_this<UserFile> {
 
   void writeWaiting();
   bool save(const json::object& content);
-  bool clearTheWay();
 
-  const std::string path_;
+  PropertyListStore store_;
   const std::shared_ptr<SerialQueue> queue_;
   std::atomic<Place> lastPlace_{0};
 
@@ -62,8 +62,6 @@ class UserFile final : public std::enable_shared_from_this<UserFile> {
   Place newest_ = 0;
   /// What the file ought to hold but the disk did not take.
   std::optional<json::object> unsaved_;
-  /// Whether something that holds no user is at the path and could not be moved.
-  bool inTheWay_ = false;
 };
 
 }  // namespace orv

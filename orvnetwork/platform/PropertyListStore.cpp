@@ -1,0 +1,80 @@
+#include "orvnetwork/platform/PropertyListStore.h"
+
+#include <orvnetwork/platform/ConsoleLog.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/detail/PropertyListReading.h>
+
+namespace orv {
+
+namespace {
+
+std::string nameAside(const std::string& path) {
+  return path + ".damaged";
+}
+
+}  // namespace
+
+std::optional<json::object> PropertyListStore::readDictionary() {
+  json::value root = readRoot(json::kind::object);
+  if (json::object* const dictionary = root.if_object()) return std::move(*dictionary);
+  return std::nullopt;
+}
+
+std::optional<json::array> PropertyListStore::readArray() {
+  json::value root = readRoot(json::kind::array);
+  if (json::array* const array = root.if_array()) return std::move(*array);
+  return std::nullopt;
+}
+
+bool PropertyListStore::write(const json::object& dictionary) {
+  return writeRoot(dictionary);
+}
+
+bool PropertyListStore::write(const json::array& array) {
+  return writeRoot(array);
+}
+
+/// What is told comes last: a host that listens to the console may use the store again meanwhile.
+json::value PropertyListStore::readRoot(json::kind root) {
+  using Outcome = PropertyListReading::Outcome;
+  PropertyListReading reading = readPropertyListAt(path_, root);
+  const bool damaged = reading.outcome == Outcome::Damaged;
+  std::error_code error;
+  const bool renamed = damaged && rename(error);
+  isSomethingInTheWay_ = options_.durability == Durability::Durable &&
+                         (reading.outcome == Outcome::Unreadable || (damaged && !renamed));
+  if (renamed) {
+    consoleLog("%@ is damaged and now named %@: %@", path_, nameAside(path_), reading.problem);
+  } else if (damaged) {
+    consoleLog("%@ is damaged (%@) and cannot be renamed: %@", path_, reading.problem, error.message());
+  } else if (reading.outcome == Outcome::Unreadable) {
+    consoleLog("%@ cannot be read: %@", path_, reading.problem);
+  }
+  return std::move(reading.value);
+}
+
+template <typename Root>
+bool PropertyListStore::writeRoot(const Root& root) {
+  bool renamed = false;
+  if (isSomethingInTheWay_) {
+    std::error_code error;
+    renamed = rename(error);
+    if (!renamed && error != std::errc::no_such_file_or_directory) {
+      consoleLog("%@ could not be read and cannot be renamed, so it is in the way: %@", path_,
+                 error.message());
+      return false;
+    }
+    isSomethingInTheWay_ = false;
+  }
+  const bool written = writePropertyListFile(path_, root, options_.durability, options_.mode);
+  if (renamed) consoleLog("%@ could not be read and is now named %@", path_, nameAside(path_));
+  return written;
+}
+
+bool PropertyListStore::rename(std::error_code& error) {
+  if (!Platform::current().files().rename(path_, nameAside(path_), error)) return false;
+  if (options_.onSetAside) options_.onSetAside(path_);
+  return true;
+}
+
+}  // namespace orv
