@@ -4,6 +4,7 @@
 #include <orvnetwork/data/TextOrder.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/PrivateFolder.h>
 
 #include <algorithm>
 
@@ -12,7 +13,6 @@ namespace orv {
 namespace {
 
 constexpr unsigned kAnyoneMode = 0777;
-constexpr unsigned kOwnerOnlyMode = 0700;
 constexpr unsigned kFileMode = 0666;
 
 void report(const char* method, int line, const OptionalString& reason) {
@@ -106,17 +106,19 @@ OptionalString QXPathManager::createFolderWithSuffix_domain(std::string_view suf
   const OptionalString folder = searchPath(code);
   if (!folder) return std::nullopt;
   OptionalString path = appendPathComponent(*folder, suffix);
-  if (!createFolder(path, "-[QXPathManager createFolderWithSuffix:domain:]", 165)) return std::nullopt;
+  if (!createFolder(*folder, path, "-[QXPathManager createFolderWithSuffix:domain:]", 165))
+    return std::nullopt;
   return path;
 }
 
 bool QXPathManager::createFolderWithPath(const OptionalString& path) const {
-  return createFolder(path, "-[QXPathManager createFolderWithPath:]", 176);
+  return createFolder(documentDirectory_, path, "-[QXPathManager createFolderWithPath:]", 176);
 }
 
-bool QXPathManager::createFolder(const OptionalString& path, const char* method, int line) const {
+bool QXPathManager::createFolder(const std::string& root, const OptionalString& path, const char* method,
+                                 int line) const {
   std::error_code error = std::make_error_code(std::errc::invalid_argument);
-  const bool created = path && defaultMgr_->createDirectory(*path, true, kOwnerOnlyMode, error);
+  const bool created = path && makePrivateFolder(*defaultMgr_, root, *path, error);
   if (!created) report(method, line, error.message());
   return created;
 }

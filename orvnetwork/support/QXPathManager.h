@@ -68,12 +68,14 @@ class ORV_EXPORT QXPathManager {
   bool isFileExistWithSuffix(std::string_view suffix) const;
   bool isFileExistWithSuffix_domain(std::string_view suffix, int code) const;
 
-  /// Makes the folder `suffix`, and those above it, under the search path of `code` (documents unless given),
-  /// closed to other users. Returns its path, also when it was there already; absent on failure.
+  /// Makes the folder `suffix`, and those above it that are missing, under the search path of `code` (documents unless
+  /// given), all of them closed to other users. What is there already stays as it is. Returns the folder's path, also
+  /// when it was there; absent on failure.
   OptionalString createFolderWithSuffix(std::string_view suffix) const;
   OptionalString createFolderWithSuffix_domain(std::string_view suffix, int code) const;
 
-  /// Makes a folder and those above it, closed to other users. True also when it was there already.
+  /// Makes a folder, closed to other users, and those above it that are missing; below the documents these are closed
+  /// likewise. True also when it was there already.
   bool createFolderWithPath(const OptionalString& path) const;
 
   /// Puts a new empty file at the path, in the place of any file there.
@@ -94,7 +96,7 @@ class ORV_EXPORT QXPathManager {
   QXPathManager() { initConfigure(); }
 
   void initConfigure();
-  bool createFolder(const OptionalString& path, const char* method, int line) const;
+  bool createFolder(const std::string& root, const OptionalString& path, const char* method, int line) const;
   std::optional<std::vector<std::string>> sortedFiles(const OptionalString& path,
                                                       const OptionalString& suffix, const char* method,
                                                       int line) const;

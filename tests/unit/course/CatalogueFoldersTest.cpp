@@ -49,6 +49,16 @@ TEST_F(CatalogueFolders, AreClosedToOtherUsers) {
   EXPECT_EQ(platform.files().mode("/home/user/Documents"), 0755u) << "this one is the user's own affair";
 }
 
+TEST_F(CatalogueFolders, AreClosedToOtherUsersAtEveryLevel) {
+  openAs("100001", "5001");
+  EXPECT_EQ(base(), std::string(kRoot) + "/100001/5001");
+  QXUserInfoMgr::getInstance().setUserInfo(nullptr);
+  EXPECT_EQ(base(), std::string(kRoot) + "/public");
+  for (const char* folder : {"/100001", "/100001/5001", "/public", "/public/local"}) {
+    EXPECT_EQ(platform.files().mode(kRoot + std::string(folder)), 0700u) << folder;
+  }
+}
+
 TEST_F(CatalogueFolders, EachUserAndClassroomHasItsOwn) {
   openAs("1", "5001");
   add(7, "of the first");

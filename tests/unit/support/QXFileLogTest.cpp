@@ -20,6 +20,7 @@ TEST_F(QXFileLogTest, MakesItsFolderClosedToOthers) {
   fs::remove_all(home() + "/Documents");
   log();
   EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
+  EXPECT_EQ(fs::status(fs::path(folder).parent_path()).permissions(), fs::perms::owner_all);
 }
 
 TEST_F(QXFileLogTest, WritesStampedLinesInOrder) {

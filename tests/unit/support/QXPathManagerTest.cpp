@@ -139,6 +139,7 @@ TEST_F(QXPathManagerTest, CreateFolderWithSuffixMakesFoldersAboveAndAcceptsExist
   EXPECT_EQ(manager.createFolderWithSuffix("a/b"), path);
   EXPECT_TRUE(fs::is_directory(path));
   EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_all);
+  EXPECT_EQ(fs::status(home() + "/Documents/a").permissions(), fs::perms::owner_all);
   EXPECT_EQ(manager.createFolderWithSuffix("/a/b/"), path);
   EXPECT_EQ(manager.createFolderWithSuffix_domain("a", 13), home() + "/.cache/a");
   EXPECT_EQ(manager.createFolderWithSuffix_domain("a", 77), std::nullopt);
