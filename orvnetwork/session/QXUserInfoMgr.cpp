@@ -1,3 +1,7 @@
+// Storing a user goes in two steps. `replace` decides under the mutex: it swaps the record, compares the two forms, and
+// takes the file's next place. `carryOut` then does, with no lock held since it calls the host, what was decided: it
+// writes the file, opens the link afresh for nobody, and on the main thread posts and has the classroom fetched.
+
 #include "orvnetwork/session/QXUserInfoMgr.h"
 
 #include <orvnetwork/data/JsonEquality.h>

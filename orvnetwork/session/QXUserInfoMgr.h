@@ -1,5 +1,9 @@
 #pragma once
 
+// A user who is stored goes first into memory, then into the file, then the link is opened afresh (for nobody), then
+// it is posted. The place in the order of the file's writings is taken under the lock under which the memory changes,
+// so that both end with the same user. A reply counts only for the user, told by `uID`, for whom it was asked.
+
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Timer.h>
@@ -41,8 +45,9 @@ class ORV_EXPORT QXUserInfoMgr final {
   /// @{
   /// The instance, constructed by `init()` if it is not yet.
   static QXUserInfoMgr& getInstance();
-  /// The instance as it is.
+  /// The instance as it is: allocated, but constructed only if `getInstance()` or `init()` has done so.
   static QXUserInfoMgr& allocWithZone();
+  /// The instance itself: there is no second one.
   QXUserInfoMgr& copy() { return *this; }
   QXUserInfoMgr& mutableCopy() { return *this; }
 
@@ -50,61 +55,79 @@ class ORV_EXPORT QXUserInfoMgr final {
   /// the classroom is refreshed 1 s later. Called once more it reads the file again and watches the link once
   /// more.
   ///
-  /// The file is read on the caller's thread and written back on the worker pool. One that is damaged means nobody: it
-  /// is set aside as "userInfo.plist.damaged" and told in the log and on the console.
+  /// The file is read on the caller's thread and written back on the worker pool. One that is damaged means nobody:
+  /// it is set aside as "userInfo.plist.damaged" and told in the log and on the console.
   QXUserInfoMgr& init();
   /// @}
 
   QXUserInfoMgr(const QXUserInfoMgr&) = delete;
   QXUserInfoMgr& operator=(const QXUserInfoMgr&) = delete;
 
-  /// The user; null when nobody is logged in.
+  /// The user; null when nobody is logged in. The record is the one that the manager itself works on: a host that
+  /// changes fields of it stores it again with `setUserInfo` to have them kept.
   std::shared_ptr<OrvUserInfoModel> userInfo() const;
 
   /// Stores a user, or nobody: in memory and in the file, which is written (atomically, durably, for the owner's eyes
   /// only) before anything else happens and before this returns. Nobody closes the link and opens it afresh, so that
   /// the server forgets the session. Then `QXNotificationDidChangeUserInfo` is posted, unless there was a user before
-  /// whose JSON form is equal to the new one's; a record that was changed in place before the call is therefore stored
-  /// without a word. A user with a `classroom` but no `classroominfo` has it refreshed.
+  /// whose JSON form is equal to the new one's; a record that was changed in place before the call is therefore
+  /// stored without a word. A user with a `classroom` but no `classroominfo` has it refreshed.
   ///
-  /// A file that cannot be written is told on the console; the user in memory is the new one all the same.
+  /// A file that cannot be written is told on the console; the user in memory is the new one all the same. What was
+  /// in the file and could not be read is set aside first, and is never written over.
+  ///
+  /// @param user the new user; null logs out
   void setUserInfo(std::shared_ptr<OrvUserInfoModel> user);
 
   /// Whether there is a user.
   bool isLogined() const { return userInfo() != nullptr; }
 
   /// @name Held for the host; not kept in a file
+  /// The library puts nothing here and looks at none of it. Nothing is posted when it changes.
   /// @{
+  /// The profile of a sign-in by WeChat; null until the host has stored one.
   std::shared_ptr<WXUserInfoModel> wxUserInfo() const;
   void setWxUserInfo(std::shared_ptr<WXUserInfoModel> user);
+  /// The classrooms that the user may choose from; a copy of the list, with the records themselves.
   std::vector<std::shared_ptr<OrvClassroomInfo>> classrooms() const;
   void setClassrooms(std::vector<std::shared_ptr<OrvClassroomInfo>> classrooms);
   /// @}
 
+  /// @name What the manager works with
+  /// For looking at. What is set here takes effect as if the manager had put it there.
+  /// @{
   /// The timer of the session refresh; null when it does not run.
   std::shared_ptr<Timer> autoLogintimer() const;
+  /// Puts another timer in its place, which `stopRefreshSession` then ends; the former one is not ended by this.
   void setAutoLogintimer(std::shared_ptr<Timer> timer);
-  /// The folder of the user file, and its full path; absent when the folder could not be made, which each store tries
-  /// again. Another path takes effect with the next store.
+  /// The folder of the user file: "userInfo" in the documents folder. Absent when it could not be made, which each
+  /// store tries again.
   OptionalString userInfoPath() const;
+  /// Changes what `userInfoPath` tells; where the file lies is said by `setUserInfoPlist`.
   void setUserInfoPath(OptionalString path);
+  /// The full path of the user file, "userInfo.plist" in that folder; absent when there is no folder.
   OptionalString userInfoPlist() const;
+  /// Puts the user file elsewhere, which takes effect with the next store; absent: the usual place is looked for
+  /// then.
   void setUserInfoPlist(OptionalString path);
   /// How many session refreshes in a row the server has refused. Only one that succeeds sets it back.
   std::int32_t errorCount() const { return errorCount_; }
   void setErrorCount(std::int32_t count) { errorCount_ = count; }
+  /// @}
 
   /// What happens when the link is confirmed or the network is reported: with the link open and a user stored, the
-  /// session refresh starts anew.
+  /// session refresh starts anew. A link that is lost does not end it: each refresh looks at the link itself.
   void websocketStatusChanged();
 
   /// Starts the session refresh on the main queue: once at once, then every 120 s. One that runs is replaced.
   void startRefreshSession();
-  /// Ends it.
+  /// Ends it: before it returns on the main thread, as soon as the main queue gets to it otherwise. Of a start and a
+  /// stop that are asked for on different threads the later one counts. A reply that is under way is still dealt
+  /// with.
   void stopRefreshSession();
 
-  /// Renews the server's session with "User.Post.Session". With the network gone, with the link closed (which is asked
-  /// to reconnect) and without a user nothing is sent.
+  /// Renews the server's session with "User.Post.Session". With the network gone, with the link closed (which is
+  /// asked to reconnect) and without a user nothing is sent.
   ///
   /// A reply that succeeds brings the user up to date, save for "classroominfo", and stores it; an account that is
   /// logged in or live on another device is told by `QXNotificationOtherUserLoggedIn`. A reply without "data" changes
@@ -113,14 +136,16 @@ class ORV_EXPORT QXUserInfoMgr final {
   /// reply counts for nothing.
   void refresheSession();
 
-  /// Fetches the user's classroom with "Course.Room.Info" and puts it into the user: `refreshClassroomInfoWithRetryCount`
-  /// with 3.
+  /// Fetches the user's classroom with "Course.Room.Info" and puts it into the user:
+  /// `refreshClassroomInfoWithRetryCount` with 3.
   void refreshClassroomInfo();
   /// The same, asking again at once up to `retryCount` times when the server refuses. Without a user nothing is sent.
   ///
-  /// `QXNotificationDidChangeClassroom` is posted when the JSON form of the former classroom (an empty dictionary when
-  /// there was none) differs from what came. The file is not written. A reply without a classroom in it, that is, whose
-  /// "data" is no dictionary, changes nothing.
+  /// `QXNotificationDidChangeClassroom` is posted when the JSON form of the former classroom (an empty dictionary
+  /// when there was none) differs from what came. The file is not written. A reply without a classroom in it, that
+  /// is, whose "data" is no dictionary, changes nothing. A missing reply is logged and not asked for again.
+  ///
+  /// @param retryCount how many requests may follow the first one; 0 or less: none
   void refreshClassroomInfoWithRetryCount(std::int64_t retryCount);
 
  private:

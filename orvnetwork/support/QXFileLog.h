@@ -30,7 +30,9 @@ class ORV_EXPORT QXFileLog {
   QXFileLog(const QXFileLog&) = delete;
   QXFileLog& operator=(const QXFileLog&) = delete;
 
-  /// Queues a line made from a format and arguments; see `TextFormat.h` for the slots.
+  /// Queues a line made from a format and arguments, such as `log("%@ took %ld ms", name, count)`; see `TextFormat.h`
+  /// for the slots, whose number and kinds are checked when the call is compiled. Returns before the line is written.
+  /// When the arguments cannot be turned into text, the format itself is the line.
   template <typename... Args>
   void log(FormatText<std::type_identity_t<Args>...> format, const Args&... args) noexcept {
     try {
@@ -40,49 +42,60 @@ class ORV_EXPORT QXFileLog {
     }
   }
 
-  /// Queues a line, which may hold any bytes, line feeds included.
+  /// Queues a line and returns. In the file it becomes "YYYY/MM/dd HH:mm:ss.SSS - message" and a line feed: local
+  /// time at which it was taken from the queue, and the year that its week belongs to, which around New Year may be
+  /// the one before or after. Every tenth line flushes the file to the disk; after every 101st the file's size is
+  /// looked at.
+  ///
+  /// @param message UTF-8 by custom, but any bytes are taken, line feeds included
   void logString(std::string_view message) noexcept;
 
   /// Absent when the running file cannot be read; else empty, since reading begins at the file's end.
   OptionalString latestLogs() const;
 
-  /// Writes `latestLogs` to the console.
+  /// Writes `latestLogs` to the console: an empty line.
   void showLog() const;
 
   /// The size of the item at a path in bytes; 0 when it cannot be looked at.
   std::uint64_t logFileSize(const OptionalString& path) const;
 
   /// Goes on to a new file if more than 2,097,152 bytes were written to the running one, and then removes the
-  /// oldest file if there are more than ten.
+  /// oldest file if there are more than ten. The log does so by itself; a day that begins makes no new file.
   void checkFileSize();
 
-  /// Closes the running file and opens the newest one if it is of today and has less than 1,585,152 bytes,
-  /// else a new one named after this second. Always true.
+  /// Flushes and closes the running file and opens the newest one of the folder if it is of today and has less than
+  /// 1,585,152 bytes, else a new one named after this second: "yyyyMMddHHmmss_0.log", in local time. Always true,
+  /// even when no file could be opened; lines are lost then, and `writeFileHandle` is null.
   bool openNewLogFile();
 
-  /// Flushes the running file to the disk.
+  /// Flushes the running file to the disk. Lines that are still in the queue are not in it yet: a task on `opQueue`
+  /// comes behind them.
   void synchronizeFile();
 
   /// Flushes and closes the running file. Lines are lost from then on until a file is opened again.
   void saveLog();
 
-  /// What the server's request for the log calls. It does nothing.
+  /// For a server that asks for the log (`QXNotificationSystemUploadLog`). It does nothing: what is done then is the
+  /// host's affair.
   void fileUploadLog();
 
-  /// Whether each line is written to the console too; false at first.
+  /// Whether each line is written to the console too, without the log's time stamp, by the thread that writes the
+  /// file; false at first. A change holds from the next line that is written, which may have been queued before.
   bool consoleLog() const;
   void setConsoleLog(bool consoleLog);
 
-  /// The folder of the log; absent when it could not be made.
+  /// The folder of the log, "OrvLog/OrvCourse" in the documents folder as it was when the log was made; it is closed
+  /// to other users. Absent when it could not be made: then there is no file either, and lines are lost.
   OptionalString logDirPath() const;
-  /// The file that is being written.
+  /// The full path of the file that is being written, or was last; absent without a folder.
   OptionalString logFilePath() const;
   /// The file that is being written, positioned at its end; null when none is open. It may be used on any
   /// thread, and goes dead when the log leaves the file.
   std::shared_ptr<FileHandle> writeFileHandle() const;
-  /// Lines written since the last look at the file's size.
+  /// Lines written since the last look at the file's size: 0 to 100.
   std::int64_t logTimes() const;
-  /// The names of the log files when the running one was opened, oldest first, and its own.
+  /// The names of the log files when the running one was opened, oldest first, and its own last. A file that has been
+  /// removed since stays in the list until the next one is opened.
   std::vector<std::string> logFiles() const;
   /// The queue on which lines are written, one after another: a task posted here runs when the lines queued
   /// before it are in the file.

@@ -7,11 +7,14 @@
 
 namespace orv {
 
-/// What `QXPathManager::directoryPath` is asked for; every other value means the temporary folder.
+/// @name What `QXPathManager::directoryPath` is asked for
+/// Every other value means the temporary folder.
+/// @{
 inline constexpr std::uint64_t kHomeDirectoryKind = 0;
 inline constexpr std::uint64_t kDocumentDirectoryKind = 1;
 inline constexpr std::uint64_t kLibraryDirectoryKind = 2;
 inline constexpr std::uint64_t kCacheDirectoryKind = 3;
+/// @}
 
 /// Finds the user's standard folders, and tests, makes, lists and removes folders and files.
 ///
@@ -26,7 +29,7 @@ class ORV_EXPORT QXPathManager {
   QXPathManager(const QXPathManager&) = delete;
   QXPathManager& operator=(const QXPathManager&) = delete;
 
-  /// The platform's files.
+  /// The platform's files as they were when the manager was made; all operations below use them.
   FileSystem& defaultMgr() const { return *defaultMgr_; }
 
   /// The user's folders as they were when the manager was made; none of them needs to exist. The temporary
@@ -37,11 +40,13 @@ class ORV_EXPORT QXPathManager {
   const std::string& cacheDirectory() const { return cacheDirectory_; }
   const std::string& tempDirectory() const { return tempDirectory_; }
 
-  /// The folder of a search-path code (5 library, 9 documents, 13 caches) as it is now; absent for a code
-  /// that has none.
+  /// The folder of a search-path code (5 library, 9 documents, 13 caches; see `Directories.h`) as it is now, whether
+  /// or not it exists; absent for a code that has none. Unlike `documentDirectory` and the others it follows the
+  /// user's settings while the process runs.
   OptionalString searchPath(int code) const;
 
-  /// The folder of a kind: 0 home, 1 documents, 2 library, 3 caches, anything else temporary.
+  /// The folder of a kind, as it was when the manager was made: 0 home, 1 documents, 2 library, 3 caches, anything
+  /// else temporary.
   const std::string& directoryPath(std::uint64_t kind) const;
 
   /// The caches folder, `relativePath` and `fileName`, glued together as they are: the caller brings the
@@ -50,12 +55,13 @@ class ORV_EXPORT QXPathManager {
   std::string storePathWithRelativePath_fileName(std::string_view relativePath,
                                                  std::string_view fileName) const;
 
-  /// Makes a folder whose parent exists. True only if this call has made it: whatever is at the path already
-  /// stays, and the result is false.
+  /// Makes a folder whose parent exists, with ordinary permissions. True only if this call has made it: whatever is
+  /// at the path already stays, and the result is false. Nothing is told of a failure.
   bool checkShouldCreateDirectoryWithPath(const OptionalString& path) const;
 
-  /// Whether a folder, or something that is not one, is at the path. Links are followed.
+  /// Whether a folder is at the path. Links are followed; one that leads nowhere is nothing.
   bool isFolderExist(const OptionalString& path) const;
+  /// Whether something that is not a folder is at the path. Links are followed.
   bool isFileExist(const OptionalString& path) const;
 
   /// Whether a folder is at the search path of `code` (documents unless given) with `suffix` glued to it: no
@@ -68,9 +74,9 @@ class ORV_EXPORT QXPathManager {
   bool isFileExistWithSuffix(std::string_view suffix) const;
   bool isFileExistWithSuffix_domain(std::string_view suffix, int code) const;
 
-  /// Makes the folder `suffix`, and those above it that are missing, under the search path of `code` (documents unless
-  /// given), all of them closed to other users. What is there already stays as it is. Returns the folder's path, also
-  /// when it was there; absent on failure.
+  /// Makes the folder `suffix`, and those above it that are missing, under the search path of `code` (documents
+  /// unless given), all of them closed to other users. What is there already stays as it is. Returns the folder's
+  /// path, also when it was there; absent on failure.
   OptionalString createFolderWithSuffix(std::string_view suffix) const;
   OptionalString createFolderWithSuffix_domain(std::string_view suffix, int code) const;
 
@@ -78,17 +84,20 @@ class ORV_EXPORT QXPathManager {
   /// likewise. True also when it was there already.
   bool createFolderWithPath(const OptionalString& path) const;
 
-  /// Puts a new empty file at the path, in the place of any file there.
+  /// Puts a new empty file at the path, in the place of any file there, of which other links keep the content. The
+  /// folder must exist. The file has ordinary permissions; it is made all or nothing, and not flushed to the disk.
   bool createFile(const OptionalString& path) const;
 
-  /// Removes a file, a link (not its target) or a folder with all that is in it. True also when nothing was
-  /// there.
+  /// Removes a file, a link (not its target) or a folder with all that is in it. True also when nothing was there,
+  /// and when the path is absent; a link that leads nowhere counts as nothing and stays. After a failure a part of a
+  /// folder may be gone.
   bool removeFolderOrFile(const OptionalString& path) const;
 
-  /// The names of the files in a folder, hidden ones too but no sub-folders, sorted by their UTF-16 code
-  /// units; only those that end in `suffix` if there is one. Absent when there is no such folder or it cannot
-  /// be listed.
+  /// The names, without the path, of the files in a folder, hidden ones too but no sub-folders, sorted by their
+  /// UTF-16 code units. Absent when there is no such folder or it cannot be listed; of the latter the console is
+  /// told.
   std::optional<std::vector<std::string>> filesAtPath(const OptionalString& path) const;
+  /// The same, but only those that end in `suffix` exactly, case included; all of them when it is absent.
   std::optional<std::vector<std::string>> filesAtPath_hasSuffix(const OptionalString& path,
                                                                 const OptionalString& suffix) const;
 

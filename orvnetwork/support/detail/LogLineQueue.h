@@ -1,5 +1,10 @@
 #pragma once
 
+// A block of memory holds one entry after another: four bytes with a line's length and then its bytes, or the length
+// 2^32 - 1 for the next task, which waits in a list of its own. Those who push append under the lock; the one who
+// takes swaps all of it out, goes through it without the lock, and gives each block back, which only then stops
+// counting.
+
 #include <orvnetwork/data/Task.h>
 #include <orvnetwork/data/Types.h>
 
