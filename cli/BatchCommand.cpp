@@ -20,10 +20,6 @@ namespace {
 /// Requests that are under way at a time, with those whose answers wait for an earlier one.
 constexpr std::size_t kMaxOutstanding = 256;
 
-/// The library names a request by the time in microseconds plus less than a millisecond of chance. Requests that
-/// are at least a millisecond apart never share a name.
-constexpr Seconds kApart{0.00101};
-
 /// One line of the input, read.
 struct BatchLine {
   const Operation* operation = nullptr;
@@ -124,7 +120,7 @@ class Batch {
       slot->answer = std::move(answer);
       printAnswered();
     });
-    pacer_ = Timer::schedule(kApart, false, [this] { sendNext(); });
+    pacer_ = Timer::schedule(kRequestsApart, false, [this] { sendNext(); });
   }
 
   void printAnswered() {

@@ -16,6 +16,10 @@ struct Answer {
   ExitCode code = ExitCode::Success;
 };
 
+/// The library names a request by the time in microseconds plus less than a millisecond of chance. Of two requests with
+/// one name the later one gets the reply to the earlier one; those that are this far apart never share a name.
+inline constexpr Seconds kRequestsApart{0.00101};
+
 /// A dictionary as a line of JSON; empty when it is nested too deep to be written.
 std::string writeLine(const json::object& object);
 

@@ -1,7 +1,7 @@
 #include "cli/StoredUser.h"
 
-#include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 
@@ -23,8 +23,8 @@ UserRequest requestAsUser(Host& host, const Operation& operation, const std::vec
   // On a link that has been up for a while nothing is renewed by itself.
   if (host.linkWasUp()) QXUserInfoMgr::getInstance().refresheSession();
   // The library's own session request is waiting on the main queue: this one goes after it, else it would be refused for
-  // want of a session and sent twice.
-  MainQueue::instance().post([state, operation, arguments] {
+  // want of a session and sent twice, and so far after it that the two cannot share a name.
+  const auto sending = Timer::schedule(kRequestsApart, false, [state, operation, arguments] {
     request(
         operation, arguments,
         [state](Answer answer) {
@@ -38,7 +38,9 @@ UserRequest requestAsUser(Host& host, const Operation& operation, const std::vec
           state->result.reply = reply;
         });
   });
-  if (!host.runUntil([&] { return state->answered || state->refused; })) {
+  const bool ended = host.runUntil([&] { return state->answered || state->refused; });
+  sending->invalidate();
+  if (!ended) {
     state->result.answer = noReply(operation.name, commandOf(operation, arguments), "interrupted");
   } else if (!state->answered) {
     state->result.outcome = UserRequest::Outcome::SessionRefused;

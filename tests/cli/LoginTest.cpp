@@ -245,6 +245,28 @@ TEST_F(StoredUser, WhoamiPrintsTheUserAndTheLatestClassroom) {
   EXPECT_EQ(received("Course.Room.Info").size(), 1u);
 }
 
+// Two requests that are made within a millisecond may get one name, and one of them the reply to the other.
+TEST_F(StoredUser, WhoamiAsksFarEnoughAfterTheSessionRequestToShareNoName) {
+  constexpr int kTimes = 12;
+  std::string input;
+  for (int i = 0; i < kTimes; ++i) input += "whoami\n";
+  const Result result = orv({"shell"}, input);
+  EXPECT_EQ(result.exitCode, 0) << result.out;
+  std::int64_t session = 0;
+  int pairs = 0;
+  for (const auto& frame : server.receivedFrames()) {
+    boost::system::error_code error;
+    const auto request = json::parse(frame.text, error);
+    if (error) continue;
+    const std::int64_t name = std::stoll(std::string(request.at("s").as_string()));
+    if (request.at("c") == "User.Post.Session") session = name;
+    if (request.at("c") != "Course.Room.Info") continue;
+    EXPECT_GT(name, session) << "the time in it goes before the chance in it";
+    ++pairs;
+  }
+  EXPECT_GE(pairs, kTimes);
+}
+
 TEST_F(StoredUser, WhoamiNeedsNoServer) {
   const Result result = runOrv({"whoami"});
   EXPECT_EQ(result.exitCode, 0);

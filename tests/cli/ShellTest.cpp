@@ -108,7 +108,7 @@ TEST(Shell, ALogInServesTheLinesAfterItOnOneLink) {
 
 TEST(Shell, TheEmbeddedServerLivesAsLongAsTheShell) {
   const Result result = shell("login 13800000001\nclassroom\nwhoami\ncourses --status 2\n");
-  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.exitCode, 0) << result.out << result.err;
   EXPECT_EQ(result.json(1).at("session"), "good");
   EXPECT_EQ(result.json(2).at("count"), 2);
 }
