@@ -1,5 +1,6 @@
 #include "orvnetwork/course/OrvCourseModel.h"
 
+#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/data/RecordField.h>
 
 #include <typeinfo>
@@ -65,8 +66,7 @@ const RecordTable& OrvCourseModel::table() {
 }
 
 double OrvCourseModel::duration() const {
-  const std::uint64_t type = liveType;
-  return type == 1 || type == 3 ? orv_vectorDuration.get() : duration_.get();
+  return live_type::isLive(liveType) ? orv_vectorDuration.get() : duration_.get();
 }
 
 bool OrvCourseModel::isEqual(const Record* other) const {

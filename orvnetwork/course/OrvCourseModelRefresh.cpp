@@ -1,6 +1,7 @@
 #include "orvnetwork/course/OrvCourseModel.h"
 
 #include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/platform/Executor.h>
@@ -48,7 +49,7 @@ void complete(const std::weak_ptr<Record>& course, bool success, const json::obj
 
 void OrvCourseModel::refreshCourseInfoWithCompleteBlock(RefreshBlock completeBlock) {
   const std::int64_t copyInCloud = orv_cloudRoomID;
-  const bool isPublished = orv_local && publishStatus.get() == 1 && copyInCloud > 0;
+  const bool isPublished = orv_local && publishStatus == publish_status::kPublished && copyInCloud > 0;
   const auto block = std::make_shared<const RefreshBlock>(std::move(completeBlock));
   QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock(
       std::to_string(isPublished ? copyInCloud : roomID.get()),

@@ -1,6 +1,7 @@
 #include "orvnetwork/course/QXCourseManager.h"
 
 #include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/course/detail/Eviction.h>
 #include <orvnetwork/course/detail/LiveInsertion.h>
@@ -12,7 +13,7 @@ namespace orv {
 namespace {
 
 bool isLiveCourse(const QXCourseManager::Course& course) {
-  return course != nullptr && (course->liveType == 1 || course->liveType == 3);
+  return course != nullptr && live_type::isLive(course->liveType);
 }
 
 LiveCourseStart startOf(const OrvCourseModel& course) {

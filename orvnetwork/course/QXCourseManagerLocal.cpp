@@ -28,10 +28,10 @@ QXCourseManager::Course QXCourseManager::createLocalCourse() {
   while (catalogue_->localList.contains(courseKey(roomID))) ++roomID;
   auto course = std::make_shared<OrvCourseModel>();
   course->orv_local = true;
-  course->publishStatus = kNewLocalCourse;
+  course->publishStatus = publish_status::kNewLocal;
   course->addtime = seconds;
   course->roomID = roomID;
-  course->liveType = kRecordedCourse;
+  course->liveType = live_type::kRecorded;
   return course;
 }
 

@@ -44,7 +44,7 @@ void QXCourseManager::receivedWebsocketMessage(const Notification& notification)
     {
       const CatalogueLock lock(*catalogue_);
       published = catalogue_->localCache.findIf([room](const OrvCourseModel& course) {
-        return course.publishStatus == kHandedOverForPublishing && course.orv_cloudRoomID == room;
+        return course.publishStatus == publish_status::kPublished && course.orv_cloudRoomID == room;
       });
     }
     if (published != nullptr) deleteLocalCourse(published);
@@ -65,7 +65,7 @@ void QXCourseManager::updateCourse_withHandler(const Course& course, UpdateHandl
   const auto tell = [handler = std::move(handler)](const Course& result) {
     if (handler) runGuarded("the handler of a course's update", [&] { handler(result); });
   };
-  if (course == nullptr || course->roomID <= 0 || (course->liveType != 1 && course->liveType != 3)) {
+  if (course == nullptr || course->roomID <= 0 || !live_type::isLive(course->liveType)) {
     return tell(nullptr);
   }
   QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock(
@@ -87,7 +87,7 @@ void QXCourseManager::updateCourse_withHandler(const Course& course, UpdateHandl
 
 void QXCourseManager::takeUpdate(const Course& course, const json::value& data) {
   course->merge(&data);
-  if (course->liveType == kRecordedCourse) {
+  if (course->liveType == live_type::kRecorded) {
     refreshRecordCourse(course);
   } else {
     refreshLiveCourse(course);

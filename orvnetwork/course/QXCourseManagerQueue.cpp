@@ -16,7 +16,7 @@ class CatalogueRecords final : public CachedRecords {
   bool localHas(const std::string& key) const override { return catalogue_.localCache.contains(key); }
   bool localIsExempt(const std::string& key) const override {
     const RecordCache::Course course = catalogue_.localCache.find(key);
-    return course != nullptr && course->publishStatus != kNewLocalCourse;
+    return course != nullptr && course->publishStatus != publish_status::kNewLocal;
   }
   void evictLocal(const std::string& key) override { catalogue_.localCache.remove(key); }
   bool cloudHas(const std::string& key) const override { return catalogue_.cloudCache.contains(key); }

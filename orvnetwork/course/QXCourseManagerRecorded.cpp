@@ -102,8 +102,8 @@ void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std
   const std::int64_t left = retryCount - 1;
   QXAPIHelper::
       filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
-          user->classroom, static_cast<std::int64_t>(kRecordedCourse), page, kCoursePageSize, false,
-          user->uID, std::nullopt, std::nullopt, std::nullopt,
+          user->classroom, live_type::kRecorded, page, kCoursePageSize, false, user->uID, std::nullopt,
+          std::nullopt, std::nullopt,
           [this, inFlight, page, left](const auto&, bool success, const json::object& reply) {
             inFlight->signal();
             const json::array* const items = looseArray(member(looseObject(member(reply, "v")), "data"));

@@ -180,7 +180,7 @@ void CourseWalk::useLocalCourses() {
   auto& list = localLists_[{user_, classroom_}];
   if (list.size() < 20 && oneIn(2)) {
     const auto course = courses().createLocalCourse();
-    if (oneIn(3)) course->publishStatus = 1;
+    if (oneIn(3)) course->publishStatus = publish_status::kPublished;
     if (!courses().addLocalCourse(course)) complain("a new local course was known");
     list.insert(list.begin(), std::to_string(course->roomID));
   } else if (!list.empty()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>

@@ -102,7 +102,7 @@ void CourseWalk::checkMemory() {
 void CourseWalk::comeToRest() {
   wellBehaved_ = true;
   for (auto& [classroom, school] : schools_) {
-    for (auto& item : school.recorded) item["status"] = 1;
+    for (auto& item : school.recorded) item["status"] = course_status::kComing;
   }
   platform_.network().setLatency(Seconds(0), Seconds(0));
   platform_.runFor(Seconds(60));
@@ -143,7 +143,7 @@ void CourseWalk::checkAgainstServer() {
   for (int round = 0; round < 2; ++round) {
     for (std::int64_t status = 1; status <= 3; ++status) {
       auto& list = school.live[status];
-      while (list.size() % 30 == 0) list.insert(list.begin(), makeItem(1, status));
+      while (list.size() % 30 == 0) list.insert(list.begin(), makeItem(live_type::kLive, status));
       loadAll(status);
     }
   }

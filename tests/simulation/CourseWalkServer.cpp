@@ -19,10 +19,10 @@ constexpr Seconds kTimeout(9.8);
 
 json::object CourseWalk::makeItem(std::int64_t liveType, std::int64_t status) {
   lastRoom_ += 1 + pick(3);
-  return {{"roomID", lastRoom_},  {"title", "课程 " + std::to_string(pick(1000))},
-          {"liveType", liveType}, {"status", status},
-          {"publishStatus", 1},   {"startTimeEnable", pick(2)},
-          {"startTime", pick(50)}};
+  return {
+      {"roomID", lastRoom_},  {"title", "课程 " + std::to_string(pick(1000))}, {"liveType", liveType},
+      {"status", status},     {"publishStatus", publish_status::kPublished},   {"startTimeEnable", pick(2)},
+      {"startTime", pick(50)}};
 }
 
 void CourseWalk::changeSchool() {
@@ -31,7 +31,7 @@ void CourseWalk::changeSchool() {
   auto& list = school.recorded;
   const int deed = pick(10);
   if (list.empty() || (deed < 5 && list.size() < 130)) {
-    list.insert(list.begin(), makeItem(2, 1));
+    list.insert(list.begin(), makeItem(live_type::kRecorded, course_status::kComing));
     return;
   }
   const auto at = list.begin() + pick(static_cast<int>(list.size()));
@@ -53,7 +53,8 @@ void CourseWalk::changeLiveCourses(School& school) {
   auto& list = school.live[status];
   const int deed = pick(10);
   if (list.empty() || (deed < 5 && list.size() < 70)) {
-    list.insert(list.begin() + pick(static_cast<int>(list.size()) + 1), makeItem(oneIn(2) ? 1 : 3, status));
+    list.insert(list.begin() + pick(static_cast<int>(list.size()) + 1),
+                makeItem(oneIn(2) ? live_type::kLive : live_type::kLiveWithVideo, status));
     return;
   }
   const auto at = list.begin() + pick(static_cast<int>(list.size()));

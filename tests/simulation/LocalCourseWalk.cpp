@@ -8,7 +8,6 @@ namespace orv {
 
 namespace {
 
-constexpr std::uint64_t kHandedOver = 1;
 constexpr std::int64_t kRecordedRooms = 60;
 
 std::string join(const std::vector<std::string>& keys) {
@@ -85,7 +84,7 @@ LocalCourseWalk::Course LocalCourseWalk::makeLocal(std::int64_t room) {
   auto course = std::make_shared<OrvCourseModel>();
   course->orv_local = below(40) != 0;
   course->roomID = below(60) == 0 ? -below(2) : room;
-  course->publishStatus = below(8) == 0 ? kHandedOver : kNewLocalCourse;
+  course->publishStatus = below(8) == 0 ? publish_status::kPublished : publish_status::kNewLocal;
   course->viewCnt = ++version_;
   course->title = std::string(static_cast<std::size_t>(version_ % 70), 'x');
   return course;
@@ -96,7 +95,7 @@ void LocalCourseWalk::create() {
   const Course course = manager_.createLocalCourse();
   std::int64_t room = course->addtime % 1'000'000;
   while (holdsKey(list_, std::to_string(room))) ++room;
-  if (course->roomID != room || !course->orv_local || course->publishStatus != kNewLocalCourse)
+  if (course->roomID != room || !course->orv_local || course->publishStatus != publish_status::kNewLocal)
     complain("a bad new course");
   course->viewCnt = ++version_;
   manager_.addLocalCourse(course);
@@ -207,7 +206,7 @@ void LocalCourseWalk::lookUpRecorded() {
 void LocalCourseWalk::takeRecorded() {
   auto course = std::make_shared<OrvCourseModel>();
   course->roomID = 1 + below(kRecordedRooms + 5);
-  course->publishStatus = kHandedOver;
+  course->publishStatus = publish_status::kPublished;
   manager_.refreshRecordCourse(course);
   modelRefresh(course, true);
 }
@@ -223,7 +222,7 @@ void LocalCourseWalk::evict() {
 void LocalCourseWalk::hand() {
   if (local_.empty()) return;
   const auto which = std::next(local_.begin(), below(std::ssize(local_)));
-  which->second->publishStatus = below(3) == 0 ? kHandedOver : kNewLocalCourse;
+  which->second->publishStatus = below(3) == 0 ? publish_status::kPublished : publish_status::kNewLocal;
 }
 
 void LocalCourseWalk::damage() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <algorithm>
@@ -10,9 +11,6 @@
 #include <vector>
 
 namespace orv {
-
-/// What a new local course has for its `publishStatus`.
-inline constexpr std::uint64_t kNewLocalCourse = 99;
 
 inline bool holdsKey(const std::vector<std::string>& keys, const std::string& key) {
   return std::find(keys.begin(), keys.end(), key) != keys.end();

@@ -53,7 +53,7 @@ void LocalCourseWalk::modelEvict() {
     const std::string key = entry.substr(entry.rfind('-') + 1);
     if (local_.contains(key)) {
       queue_.pop_back();
-      if (local_[key]->publishStatus != kNewLocalCourse) {
+      if (local_[key]->publishStatus != publish_status::kNewLocal) {
         queue_.insert(queue_.begin(), entry);
       } else {
         local_.erase(key);

@@ -1,5 +1,6 @@
 #include "orvnetwork/course/detail/CloudPageMerge.h"
 
+#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/data/LooseRead.h>
 
@@ -10,7 +11,9 @@ namespace {
 bool isListed(const json::object& course) {
   const std::int64_t status = looseInt64(member(course, "status"));
   const std::int64_t published = looseInt64(member(course, "publishStatus"));
-  return status != 4 && (status != 5 || published == 1 || published == 3);
+  const bool isPublished =
+      published == publish_status::kPublished || published == publish_status::kConverting;
+  return status != course_status::kWithdrawn && (status != course_status::kRecorded || isPublished);
 }
 
 /// Where a new course belongs that is expected at an index of the list.

@@ -1,17 +1,17 @@
 #include "orvnetwork/course/detail/LiveInsertion.h"
 
+#include <orvnetwork/course/detail/CourseCodes.h>
+
 namespace orv {
 
 namespace {
-
-constexpr std::uint64_t kAscendingStatus = 1;
 
 bool comesBefore(const LiveCourseStart& added, const LiveCourseStart& present, std::uint64_t status) {
   if (added.startTimeEnable != present.startTimeEnable) {
     return added.startTimeEnable == 0;
   }
-  return status == kAscendingStatus ? present.startTime >= added.startTime
-                                    : present.startTime < added.startTime;
+  return status == course_status::kComing ? present.startTime >= added.startTime
+                                          : present.startTime < added.startTime;
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ struct LiveCourseStart {
 };
 
 /// Where a live course is inserted that its list does not hold: courses without a start time come first, and of
-/// the others the earliest in the list of status 1, the latest in every other list. Among courses with and
+/// the others the earliest in the list of those that are coming, the latest in every other list. Among courses with and
 /// without a start time alike the start times count.
 ///
 /// @param count   how many courses the list holds

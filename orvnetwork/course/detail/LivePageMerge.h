@@ -1,13 +1,12 @@
 #pragma once
 
 #include <orvnetwork/course/detail/CloudPageMerge.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
 
 #include <array>
 
 namespace orv {
 
-/// Live courses have one of these statuses, from 0 on.
-inline constexpr std::size_t kLiveStatuses = 6;
 /// One list of live courses for each status.
 using LiveKeyLists = std::array<KeyList, kLiveStatuses>;
 

@@ -1,5 +1,6 @@
 #include "orvnetwork/course/detail/PageRequest.h"
 
+#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/course/detail/PageItems.h>
 
 #include <algorithm>
@@ -68,7 +69,7 @@ std::optional<NextPage> nextPage(const CourseRequest& request, std::uint64_t lis
 }
 
 bool isPageableStatus(std::uint64_t status) {
-  return status >= 1 && status <= 3;
+  return status >= course_status::kComing && status <= course_status::kOver;
 }
 
 }  // namespace orv

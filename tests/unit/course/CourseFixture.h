@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "tests/unit/transport/LinkFixture.h"
@@ -33,10 +34,10 @@ class CourseFixture : public LinkFixture {
     QXUserInfoMgr::getInstance().setUserInfo(makeUser(uID, classroom));
     bringUp();
   }
-  static json::object courseItem(std::int64_t roomID, std::int64_t liveType = 2, std::int64_t status = 1) {
-    return {{"roomID", roomID},     {"title", "课程 " + std::to_string(roomID)},
-            {"liveType", liveType}, {"status", status},
-            {"publishStatus", 1},   {"classroomID", 5001}};
+  static json::object courseItem(std::int64_t roomID, std::int64_t liveType = live_type::kRecorded,
+                                 std::int64_t status = course_status::kComing) {
+    return {{"roomID", roomID}, {"title", "课程 " + std::to_string(roomID)},   {"liveType", liveType},
+            {"status", status}, {"publishStatus", publish_status::kPublished}, {"classroomID", 5001}};
   }
 
   /// What the server lists: recorded courses, and live ones by status. Pages are cut from these.

@@ -6,7 +6,7 @@ namespace {
 
 class CoursePush : public PagingFixture {
  protected:
-  static constexpr std::uint64_t kHandedOver = 1;
+  static constexpr std::uint64_t kHandedOver = publish_status::kPublished;
 
   static QXCourseManager::Course addLocal(std::int64_t room, std::int64_t cloudRoom,
                                           std::uint64_t publishStatus = kHandedOver) {

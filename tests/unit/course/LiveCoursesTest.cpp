@@ -149,7 +149,7 @@ TEST_F(LiveCourses, OnlyTheFirstListThatHoldsTheCourseIsLeft) {
 
 TEST_F(LiveCourses, SeriesCoursesAreLiveToo) {
   auto course = liveCourse(1, 1);
-  course->liveType = 3;
+  course->liveType = live_type::kLiveWithVideo;
   courses().addLiveCourse(course);
   EXPECT_EQ(list(1), Keys{"1"});
 }

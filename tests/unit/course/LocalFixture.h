@@ -11,8 +11,8 @@ class LocalFixture : public CourseFixture {
  protected:
   using Keys = QXCourseManager::Keys;
   using Course = QXCourseManager::Course;
-  static constexpr std::uint64_t kNew = 99;
-  static constexpr std::uint64_t kHandedOver = 1;
+  static constexpr std::uint64_t kNew = publish_status::kNewLocal;
+  static constexpr std::uint64_t kHandedOver = publish_status::kPublished;
 
   static Course makeLocal(std::int64_t room, std::string title = "课程", std::uint64_t publishStatus = kNew) {
     auto course = std::make_shared<OrvCourseModel>();
@@ -20,7 +20,7 @@ class LocalFixture : public CourseFixture {
     course->roomID = room;
     course->title = std::move(title);
     course->publishStatus = publishStatus;
-    course->liveType = 2;
+    course->liveType = live_type::kRecorded;
     return course;
   }
   static Course makeCloud(std::int64_t room) {

@@ -19,7 +19,8 @@ class PagingFixture : public CourseFixture {
   }
   /// Live courses of a status, from one room up to another.
   void listLive(std::int64_t status, std::int64_t from, std::int64_t to) {
-    for (std::int64_t room = from; room <= to; ++room) live[status].push_back(courseItem(room, 1, status));
+    for (std::int64_t room = from; room <= to; ++room)
+      live[status].push_back(courseItem(room, live_type::kLive, status));
   }
   /// Takes a course off a list.
   static void unlist(json::array& list, std::int64_t room) {
