@@ -24,17 +24,17 @@ inline constexpr std::string_view ReqCourseStatus = "ReqCourseStatus";
 
 /// A request for courses that waits for its answer: for a range of a list, or for the loading of a page.
 struct CourseRequest {
-  std::optional<std::uint64_t> start;  ///< "ReqCourseStartIndex": the first index wanted
-  std::optional<std::uint64_t> count;  ///< "ReqCourseCount": how many; a range needs both
+  std::optional<std::uint64_t> start{};  ///< "ReqCourseStartIndex": the first index wanted
+  std::optional<std::uint64_t> count{};  ///< "ReqCourseCount": how many; a range needs both
   /// "ReqCourseForce": fetch from the server even what the list holds already.
   bool force = false;
   /// "ReqCourseRequestEndIndex": one past the last index that the pages asked for so far cover.
-  std::optional<std::uint64_t> endIndex;
+  std::optional<std::uint64_t> endIndex{};
   /// "ReqCoursePage": the other kind of request, for the loading of this page. Its callback runs while the
   /// catalogue is locked, so it must not use the catalogue.
-  std::optional<std::int64_t> page;
-  std::optional<std::uint64_t> status;  ///< "ReqCourseStatus": of live courses, the list wanted
-  CoursesBlock blockHandler;            ///< "ReqCourseBlockHandler"
+  std::optional<std::int64_t> page{};
+  std::optional<std::uint64_t> status{};  ///< "ReqCourseStatus": of live courses, the list wanted
+  CoursesBlock blockHandler{};            ///< "ReqCourseBlockHandler"
 
   bool isRange() const { return start && count; }
   /// One past the last index wanted, held to 64 bits. Of a range only.

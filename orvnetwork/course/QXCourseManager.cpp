@@ -1,6 +1,7 @@
 #include "orvnetwork/course/QXCourseManager.h"
 
 #include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
@@ -24,13 +25,13 @@ QXCourseManager::~QXCourseManager() = default;
 QXCourseManager& QXCourseManager::init() {
   Catalogue& catalogue = *catalogue_;
   catalogue.workers = &Platform::current().globalQueue();
-  catalogue.requestSemaphore = std::make_shared<Semaphore>(1);
-  catalogue.liveRequestSemaphore = std::make_shared<Semaphore>(1);
+  catalogue.paging.inFlight = std::make_shared<Semaphore>(1);
+  catalogue.livePaging.inFlight = std::make_shared<Semaphore>(1);
   catalogue.dataSemaphore = std::make_shared<Semaphore>(1);
   catalogue.currentUserID = -1;
   catalogue.currentClassroomID = std::nullopt;
   catalogue.containTest = false;
-  catalogue.requests.set({});
+  catalogue.paging.requests.set({});
   auto& center = NotificationCenter::defaultCenter();
   catalogue.observe(center.observe(std::string(QXNotificationPushOrvMessage),
                                    [this](const Notification& push) { receivedWebsocketMessage(push); }));
@@ -38,6 +39,38 @@ QXCourseManager& QXCourseManager::init() {
                                    [this](const Notification&) { reload(); }));
   reload();
   return *this;
+}
+
+void QXCourseManager::refreshRecordCourse(const Course& course) {
+  const CatalogueLock lock(*catalogue_);
+  catalogue_->keep(course, true);
+}
+
+void QXCourseManager::refreshRecordCourse_keepFront(const Course& course, bool keepFront) {
+  if (!Catalogue::canBeKept(course)) return;
+  catalogue_->ensureLoaded();
+  catalogue_->keep(course, keepFront);
+}
+
+void QXCourseManager::dequeueRecoedCourse_isLocal(const std::string& key, bool isLocal) {
+  catalogue_->ensureLoaded();
+  catalogue_->forget(key, isLocal);
+}
+
+void QXCourseManager::removeOverMuchRecordCourse() {
+  catalogue_->ensureLoaded();
+  catalogue_->evict();
+}
+
+void QXCourseManager::refreshLiveCourse_key_keepFront(const Course& course, const OptionalString& key,
+                                                      bool keepFront) {
+  if (!Catalogue::canBeKept(course)) return;
+  catalogue_->ensureLoaded();
+  catalogue_->keepLive(course, key ? *key : courseKey(course->roomID), keepFront);
+}
+
+void QXCourseManager::removeOverMuchLiveCourse() {
+  catalogue_->evictLive();
 }
 
 }  // namespace orv

@@ -14,9 +14,6 @@
 namespace orv {
 
 struct Catalogue;
-struct PageProgress;
-class RecordCache;
-class RecordFiles;
 
 /// The courses of the user who is signed in, and of their classroom: those recorded on this device, those recorded in
 /// the cloud, and the live ones by status.
@@ -243,28 +240,8 @@ class ORV_EXPORT QXCourseManager final {
   QXCourseManager();
   ~QXCourseManager();
 
-  struct LivePage {
-    std::int64_t page = 0;
-    std::uint64_t status = 0;
-  };
-
-  // The caller of these holds the catalogue.
-  void putInFront(const std::string& key, const Course& course);
-  void removeLocal(const std::string& key, const Course& course);
-  Course recordOf(const std::string& key, const RecordCache& cache, const RecordFiles& files);
-  void insertLive(const std::string& key, const OrvCourseModel& course, std::uint64_t status);
-  Course liveRecordOf(const std::string& key);
-  void answerRecordRequests(const PageProgress& progress);
-  std::int64_t collectRecorded(const CourseRequest& request);
-  std::optional<std::int64_t> nextRecordPage();
-  void answerLiveRequests(const PageProgress& progress, std::uint64_t loaded);
-  void removeRecordRequest(const CourseRequest& request);
-  std::int64_t collectLive(const CourseRequest& request);
-  std::optional<LivePage> nextLivePage();
-
-  // These take it themselves.
+  // These hold the catalogue themselves. `opened` tells for which one a page came; for another nothing is done.
   void retryRecordPage(std::int64_t page, std::int64_t retriesLeft);
-  /// `opened` tells for which catalogue the page came; for another one nothing is done.
   bool mergeRecordPage(std::int64_t page, const json::array& items, std::uint64_t opened);
   void retryLivePage(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft);
   void postLiveCheck(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft);

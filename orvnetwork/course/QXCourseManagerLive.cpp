@@ -1,12 +1,7 @@
 #include "orvnetwork/course/QXCourseManager.h"
 
 #include <orvnetwork/course/detail/Catalogue.h>
-#include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/course/detail/CourseKey.h>
-#include <orvnetwork/course/detail/Eviction.h>
-#include <orvnetwork/course/detail/LiveInsertion.h>
-
-#include <algorithm>
 
 namespace orv {
 
@@ -14,10 +9,6 @@ namespace {
 
 bool isLiveCourse(const QXCourseManager::Course& course) {
   return course != nullptr && live_type::isLive(course->liveType);
-}
-
-LiveCourseStart startOf(const OrvCourseModel& course) {
-  return {course.startTimeEnable, course.startTime};
 }
 
 }  // namespace
@@ -28,40 +19,19 @@ void QXCourseManager::addLiveCourse(const Course& course) {
   const std::uint64_t status = course->status;
   if (status >= kLiveStatuses) return;
   const CatalogueLock lock(*catalogue_);
-  if (!catalogue_->liveLists[status].contains(key)) insertLive(key, *course, status);
-  refreshLiveCourse_key_keepFront(course, key, true);
-  catalogue_->liveFiles.write(key, *course);
-  catalogue_->liveFiles.writeList(catalogue_->liveListsValue());
-}
-
-void QXCourseManager::insertLive(const std::string& key, const OrvCourseModel& course, std::uint64_t status) {
-  auto& lists = catalogue_->liveLists;
-  const auto holder =
-      std::find_if(lists.begin(), lists.end(), [&](const KeyList& list) { return list.contains(key); });
-  if (holder != lists.end()) holder->remove(key);
-  KeyList& list = lists[status];
-  const auto startAt = [&](std::size_t index) -> std::optional<LiveCourseStart> {
-    const Course existing = liveRecordOf(list.at(index).value_or(""));
-    return existing != nullptr ? std::optional(startOf(*existing)) : std::nullopt;
-  };
-  list.insert(liveInsertionIndex(startOf(course), status, list.size(), startAt), key);
-}
-
-QXCourseManager::Course QXCourseManager::liveRecordOf(const std::string& key) {
-  if (Course cached = catalogue_->liveCache.find(key)) return cached;
-  Course course = catalogue_->liveFiles.read(key);
-  refreshLiveCourse_key_keepFront(course, key, false);
-  return course;
+  if (!catalogue_->live.contains(key, status)) catalogue_->insertLive(key, *course, status);
+  catalogue_->keepLive(course, key, true);
+  catalogue_->live.files().write(key, *course);
+  catalogue_->live.saveLists();
 }
 
 void QXCourseManager::refreshLiveCourse(const Course& course) {
   if (!isLiveCourse(course) || course->roomID <= 0) return;
   const CatalogueLock lock(*catalogue_);
   const std::string key = courseKey(course->roomID);
-  if (!catalogue_->liveListHolds(course->status, key)) return;
-  catalogue_->liveCache.set(key, course);
-  catalogue_->liveFiles.write(key, *course);
-  catalogue_->liveFiles.writeList(catalogue_->liveListsValue());
+  if (!catalogue_->live.contains(key, course->status)) return;
+  catalogue_->live.store(key, course);
+  catalogue_->live.saveLists();
 }
 
 bool QXCourseManager::deleteLiveCourse(const Course& course) {
@@ -69,40 +39,19 @@ bool QXCourseManager::deleteLiveCourse(const Course& course) {
   const CatalogueLock lock(*catalogue_);
   const std::string key = courseKey(course->roomID);
   catalogue_->liveQueue.remove(key);
-  for (KeyList& list : catalogue_->liveLists) list.remove(key);
-  catalogue_->liveCache.remove(key);
-  catalogue_->liveFiles.remove(key);
-  catalogue_->liveFiles.writeList(catalogue_->liveListsValue());
+  catalogue_->live.remove(key);
+  catalogue_->live.saveLists();
   return true;
-}
-
-void QXCourseManager::refreshLiveCourse_key_keepFront(const Course& course, const OptionalString& key,
-                                                      bool keepFront) {
-  if (course == nullptr || course->roomID <= 0) return;
-  catalogue_->ensureLoaded();
-  const std::string name = key ? *key : courseKey(course->roomID);
-  if (!catalogue_->liveListHolds(course->status, name)) return;
-  catalogue_->liveCache.set(name, course);
-  if (keepFront) {
-    catalogue_->liveQueue.moveToFront(name);
-  } else {
-    catalogue_->liveQueue.appendIfAbsent(name);
-  }
-}
-
-void QXCourseManager::removeOverMuchLiveCourse() {
-  evictLiveCourses(catalogue_->liveQueue,
-                   [this](const std::string& key) { catalogue_->liveCache.remove(key); });
 }
 
 QXCourseManager::Course QXCourseManager::getLiveCourseWithRoomID(std::int64_t roomID) {
   const CatalogueLock lock(*catalogue_);
-  return catalogue_->liveCache.find(courseKey(roomID));
+  return catalogue_->live.memory().find(courseKey(roomID));
 }
 
 std::uint64_t QXCourseManager::getLiveCourseCountWithStatus(std::uint64_t status) const {
   catalogue_->ensureLoaded();
-  return status < kLiveStatuses ? catalogue_->liveLists[status].size() : 0;
+  return catalogue_->live.size(status);
 }
 
 std::int64_t QXCourseManager::getIndexOfLiveCourse(const Course& course) {
@@ -111,7 +60,7 @@ std::int64_t QXCourseManager::getIndexOfLiveCourse(const Course& course) {
       course->status;  // Once: the server may change it while the catalogue is waited for.
   if (status >= kLiveStatuses) return -1;
   const CatalogueLock lock(*catalogue_);
-  const std::size_t index = catalogue_->liveLists[status].indexOf(courseKey(course->roomID));
+  const std::size_t index = catalogue_->live.list(status).indexOf(courseKey(course->roomID));
   return index == KeyList::npos ? -1 : static_cast<std::int64_t>(index);
 }
 
@@ -119,13 +68,13 @@ QXCourseManager::Course QXCourseManager::getLiveCourseWithIndex_courseStatus(std
                                                                              std::uint64_t status) {
   if (status >= kLiveStatuses) return nullptr;
   const CatalogueLock lock(*catalogue_);
-  const OptionalString key = catalogue_->liveLists[status].at(index);
+  Collection& live = catalogue_->live;
+  const OptionalString key = live.list(status).at(index);
   if (!key) return nullptr;
-  if (Course cached = catalogue_->liveCache.find(*key)) return cached;
-  Course course = catalogue_->liveFiles.read(*key);
-  if (course == nullptr) return nullptr;
-  catalogue_->liveCache.set(*key, course);
-  refreshLiveCourse_key_keepFront(course, key, false);
+  if (Course cached = live.memory().find(*key)) return cached;
+  const Course course = live.files().read(*key);
+  live.memory().set(*key, course);  // Whatever status it says that it has.
+  catalogue_->keepLive(course, *key, false);
   return course;
 }
 

@@ -37,47 +37,47 @@ void QXCourseManager::setQueue(Executor& queue) {
 
 std::vector<QXCourseManager::Keys> QXCourseManager::liveCourseList() const {
   std::vector<Keys> lists;
-  for (const KeyList& list : loaded(*catalogue_).liveLists) lists.push_back(list.snapshot());
+  for (const KeyList& list : loaded(*catalogue_).live.lists()) lists.push_back(list.snapshot());
   return lists;
 }
 
 void QXCourseManager::setLiveCourseList(const std::vector<Keys>& lists) {
   Catalogue& catalogue = loaded(*catalogue_);
   for (std::size_t status = 0; status < kLiveStatuses; ++status) {
-    catalogue.liveLists[status].assign(status < lists.size() ? lists[status] : Keys());
+    catalogue.live.list(status).assign(status < lists.size() ? lists[status] : Keys());
   }
 }
 
 QXCourseManager::Courses QXCourseManager::cloudCourseDict() const {
-  return loaded(*catalogue_).cloudCache.snapshot();
+  return loaded(*catalogue_).cloud.memory().snapshot();
 }
 void QXCourseManager::setCloudCourseDict(const Courses& courses) {
-  loaded(*catalogue_).cloudCache.assign(courses);
+  loaded(*catalogue_).cloud.memory().assign(courses);
 }
 QXCourseManager::Courses QXCourseManager::localCourseDict() const {
-  return loaded(*catalogue_).localCache.snapshot();
+  return loaded(*catalogue_).local.memory().snapshot();
 }
 void QXCourseManager::setLocalCourseDict(const Courses& courses) {
-  loaded(*catalogue_).localCache.assign(courses);
+  loaded(*catalogue_).local.memory().assign(courses);
 }
 QXCourseManager::Courses QXCourseManager::liveCourseDict() const {
-  return loaded(*catalogue_).liveCache.snapshot();
+  return loaded(*catalogue_).live.memory().snapshot();
 }
 void QXCourseManager::setLiveCourseDict(const Courses& courses) {
-  loaded(*catalogue_).liveCache.assign(courses);
+  loaded(*catalogue_).live.memory().assign(courses);
 }
 
 QXCourseManager::Keys QXCourseManager::cloudCourseList() const {
-  return loaded(*catalogue_).cloudList.snapshot();
+  return loaded(*catalogue_).cloud.list().snapshot();
 }
 void QXCourseManager::setCloudCourseList(const Keys& keys) {
-  loaded(*catalogue_).cloudList.assign(keys);
+  loaded(*catalogue_).cloud.list().assign(keys);
 }
 QXCourseManager::Keys QXCourseManager::localCourseList() const {
-  return loaded(*catalogue_).localList.snapshot();
+  return loaded(*catalogue_).local.list().snapshot();
 }
 void QXCourseManager::setLocalCourseList(const Keys& keys) {
-  loaded(*catalogue_).localList.assign(keys);
+  loaded(*catalogue_).local.list().assign(keys);
 }
 QXCourseManager::Keys QXCourseManager::courseQueue() const {
   return loaded(*catalogue_).queue.snapshot();
@@ -93,53 +93,53 @@ void QXCourseManager::setLiveCourseQueue(const Keys& keys) {
 }
 
 OptionalString QXCourseManager::localCourseFolder() const {
-  return loaded(*catalogue_).localFiles.folder();
+  return loaded(*catalogue_).local.files().folder();
 }
 void QXCourseManager::setLocalCourseFolder(OptionalString folder) {
-  loaded(*catalogue_).localFiles.setFolder(std::move(folder));
+  loaded(*catalogue_).local.files().setFolder(std::move(folder));
 }
 OptionalString QXCourseManager::localCourseListFile() const {
-  return loaded(*catalogue_).localFiles.listFile();
+  return loaded(*catalogue_).local.files().listFile();
 }
 void QXCourseManager::setLocalCourseListFile(OptionalString file) {
-  loaded(*catalogue_).localFiles.setListFile(std::move(file));
+  loaded(*catalogue_).local.files().setListFile(std::move(file));
 }
 OptionalString QXCourseManager::cloudCourseFolder() const {
-  return loaded(*catalogue_).cloudFiles.folder();
+  return loaded(*catalogue_).cloud.files().folder();
 }
 void QXCourseManager::setCloudCourseFolder(OptionalString folder) {
-  loaded(*catalogue_).cloudFiles.setFolder(std::move(folder));
+  loaded(*catalogue_).cloud.files().setFolder(std::move(folder));
 }
 OptionalString QXCourseManager::cloudCourseListFile() const {
-  return loaded(*catalogue_).cloudFiles.listFile();
+  return loaded(*catalogue_).cloud.files().listFile();
 }
 void QXCourseManager::setCloudCourseListFile(OptionalString file) {
-  loaded(*catalogue_).cloudFiles.setListFile(std::move(file));
+  loaded(*catalogue_).cloud.files().setListFile(std::move(file));
 }
 OptionalString QXCourseManager::liveCourseFolder() const {
-  return loaded(*catalogue_).liveFiles.folder();
+  return loaded(*catalogue_).live.files().folder();
 }
 void QXCourseManager::setLiveCourseFolder(OptionalString folder) {
-  loaded(*catalogue_).liveFiles.setFolder(std::move(folder));
+  loaded(*catalogue_).live.files().setFolder(std::move(folder));
 }
 OptionalString QXCourseManager::liveCourseListFile() const {
-  return loaded(*catalogue_).liveFiles.listFile();
+  return loaded(*catalogue_).live.files().listFile();
 }
 void QXCourseManager::setLiveCourseListFile(OptionalString file) {
-  loaded(*catalogue_).liveFiles.setListFile(std::move(file));
+  loaded(*catalogue_).live.files().setListFile(std::move(file));
 }
 
 OptionalString QXCourseManager::lastValidCourse() const {
-  return catalogue_->lastValidCourse;
+  return catalogue_->paging.cursor;
 }
 void QXCourseManager::setLastValidCourse(OptionalString key) {
-  catalogue_->lastValidCourse = std::move(key);
+  catalogue_->paging.cursor = std::move(key);
 }
 OptionalString QXCourseManager::lastValidLiveCourse() const {
-  return catalogue_->lastValidLiveCourse;
+  return catalogue_->livePaging.cursor;
 }
 void QXCourseManager::setLastValidLiveCourse(OptionalString key) {
-  catalogue_->lastValidLiveCourse = std::move(key);
+  catalogue_->livePaging.cursor = std::move(key);
 }
 OptionalString QXCourseManager::currentClassroomID() const {
   return catalogue_->currentClassroomID;
@@ -149,10 +149,10 @@ void QXCourseManager::setCurrentClassroomID(OptionalString classroomID) {
 }
 
 std::shared_ptr<Semaphore> QXCourseManager::reqRecordSemaphore() const {
-  return catalogue_->requestSemaphore;
+  return catalogue_->paging.inFlight;
 }
 void QXCourseManager::setReqRecordSemaphore(std::shared_ptr<Semaphore> semaphore) {
-  if (semaphore != nullptr) catalogue_->requestSemaphore = std::move(semaphore);
+  if (semaphore != nullptr) catalogue_->paging.inFlight = std::move(semaphore);
 }
 std::shared_ptr<Semaphore> QXCourseManager::dataSemaphore() const {
   return catalogue_->dataSemaphore;
@@ -161,23 +161,23 @@ void QXCourseManager::setDataSemaphore(std::shared_ptr<Semaphore> semaphore) {
   if (semaphore != nullptr) catalogue_->dataSemaphore = std::move(semaphore);
 }
 std::shared_ptr<Semaphore> QXCourseManager::reqLiveSemaphore() const {
-  return catalogue_->liveRequestSemaphore;
+  return catalogue_->livePaging.inFlight;
 }
 void QXCourseManager::setReqLiveSemaphore(std::shared_ptr<Semaphore> semaphore) {
-  if (semaphore != nullptr) catalogue_->liveRequestSemaphore = std::move(semaphore);
+  if (semaphore != nullptr) catalogue_->livePaging.inFlight = std::move(semaphore);
 }
 
 std::vector<CourseRequest> QXCourseManager::requestRecordList() const {
-  return catalogue_->requests;
+  return catalogue_->paging.requests.get();
 }
 void QXCourseManager::setRequestRecordList(std::vector<CourseRequest> requests) {
-  catalogue_->requests = std::move(requests);
+  catalogue_->paging.requests.set(std::move(requests));
 }
 std::vector<CourseRequest> QXCourseManager::requestLiveList() const {
-  return catalogue_->liveRequests;
+  return catalogue_->livePaging.requests.get();
 }
 void QXCourseManager::setRequestLiveList(std::vector<CourseRequest> requests) {
-  catalogue_->liveRequests = std::move(requests);
+  catalogue_->livePaging.requests.set(std::move(requests));
 }
 
 }  // namespace orv

@@ -43,7 +43,7 @@ void QXCourseManager::receivedWebsocketMessage(const Notification& notification)
     Course published;
     {
       const CatalogueLock lock(*catalogue_);
-      published = catalogue_->localCache.findIf([room](const OrvCourseModel& course) {
+      published = catalogue_->local.memory().findIf([room](const OrvCourseModel& course) {
         return course.publishStatus == publish_status::kPublished && course.orv_cloudRoomID == room;
       });
     }

@@ -2,8 +2,7 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/detail/Catalogue.h>
-#include <orvnetwork/course/detail/CourseCodes.h>
-#include <orvnetwork/course/detail/CourseLookup.h>
+#include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PageRequest.h>
@@ -11,22 +10,66 @@
 #include <orvnetwork/course/detail/RecordPageEffects.h>
 #include <orvnetwork/data/LooseRead.h>
 
+// The way of a page: the load asks for it; its reply is merged, which changes the list, the records and the files; the
+// check that follows answers the requests that wait, and starts the load of the next page that they want.
+
 namespace orv {
+
+namespace {
+
+// The caller of these holds the catalogue.
+
+std::int64_t collect(Catalogue& catalogue, const CourseRequest& request) {
+  const IndexRange range = servedRange(request, catalogue.cloud.size());
+  return catalogue.cloud.visit(0, range.first, range.end,
+                               [&](const auto&, const auto& course) { catalogue.keep(course, true); });
+}
+
+void answerRequests(Catalogue& catalogue, const PageProgress& progress) {
+  Executor& workers = *catalogue.workers.load();
+  std::vector<CourseRequest> waiting;
+  for (CourseRequest& request : catalogue.paging.requests.get()) {
+    switch (judgePageRequest(request, progress, catalogue.cloud.size())) {
+      case PageVerdict::wait:
+        waiting.push_back(std::move(request));
+        break;
+      case PageVerdict::serve:
+        postCourses(workers, std::move(request.blockHandler), true, collect(catalogue, request));
+        break;
+      case PageVerdict::tellPage:
+        // The one callback that comes while the catalogue is locked.
+        tellCourses(request.blockHandler, true, 0);
+        break;
+      case PageVerdict::refuse:
+        postCourses(workers, std::move(request.blockHandler), false, -1);
+        break;
+    }
+  }
+  catalogue.paging.requests.set(std::move(waiting));
+}
+
+std::optional<std::int64_t> takeNextPage(Catalogue& catalogue) {
+  // Those that ask for nothing that could be loaded have been answered.
+  std::vector<CourseRequest> requests = catalogue.paging.requests.get();
+  const auto next = requests.empty() ? std::nullopt : nextPage(requests.front(), catalogue.cloud.size());
+  if (!next) return std::nullopt;
+  if (next->startsPass) catalogue.paging.cursor = std::nullopt;
+  if (next->endIndex) requests.front().endIndex = next->endIndex;
+  catalogue.paging.requests.set(std::move(requests));
+  return next->page;
+}
+
+}  // namespace
 
 void QXCourseManager::getCoursesWithStartIndex_count_force_coursesBlock(std::uint64_t start,
                                                                         std::uint64_t count, bool force,
                                                                         CoursesBlock coursesBlock) {
   if (!PagingUser::current()) return tellCourses(coursesBlock, false, -1);
-  CourseRequest request;
-  request.start = start;
-  request.count = count;
-  request.force = force;
-  request.blockHandler = std::move(coursesBlock);
+  CourseRequest request{
+      .start = start, .count = count, .force = force, .blockHandler = std::move(coursesBlock)};
   {
     const CatalogueLock lock(*catalogue_);
-    std::vector<CourseRequest> requests = catalogue_->requests;
-    requests.push_back(std::move(request));
-    catalogue_->requests.set(std::move(requests));
+    catalogue_->paging.requests.add(std::move(request));
   }
   queue().post([this] { checkCourseRequestPage_arriveLastPage_retryCount(-1, false, MaxRetryCount); });
 }
@@ -35,70 +78,22 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
                                                                        std::int64_t retryCount) {
   std::vector<CourseRequest> before;  // What the callbacks hold is let go when nothing is locked any more.
   const CatalogueLock lock(*catalogue_);
-  before = catalogue_->requests;
-  answerRecordRequests({page, arriveLastPage, retryCount});
-  removeOverMuchRecordCourse();
-  if (const std::optional<std::int64_t> next = nextRecordPage()) {
+  before = catalogue_->paging.requests.get();
+  answerRequests(*catalogue_, {page, arriveLastPage, retryCount});
+  catalogue_->evict();
+  if (const std::optional<std::int64_t> next = takeNextPage(*catalogue_)) {
     queue().post([this, wanted = *next] { loadRecordCourseWithPage_retryCount(wanted, MaxRetryCount); });
   }
   return false;
 }
 
-void QXCourseManager::answerRecordRequests(const PageProgress& progress) {
-  std::vector<CourseRequest> waiting;
-  for (CourseRequest& request : catalogue_->requests.get()) {
-    switch (judgePageRequest(request, progress, catalogue_->cloudList.size())) {
-      case PageVerdict::wait:
-        waiting.push_back(std::move(request));
-        break;
-      case PageVerdict::serve:
-        postCourses(queue(), std::move(request.blockHandler), true, collectRecorded(request));
-        break;
-      case PageVerdict::tellPage:
-        // The one callback that comes while the catalogue is locked.
-        tellCourses(request.blockHandler, true, 0);
-        break;
-      case PageVerdict::refuse:
-        postCourses(queue(), std::move(request.blockHandler), false, -1);
-        break;
-    }
-  }
-  catalogue_->requests.set(std::move(waiting));
-}
-
-std::int64_t QXCourseManager::collectRecorded(const CourseRequest& request) {
-  const IndexRange range = servedRange(request, catalogue_->cloudList.size());
-  std::int64_t found = 0;
-  for (std::uint64_t index = range.first; index < range.end; ++index) {
-    const OptionalString key = catalogue_->cloudList.at(index);
-    if (!key) break;
-    const Course course = cachedOrRead(catalogue_->cloudCache, catalogue_->cloudFiles, *key);
-    if (course == nullptr) continue;
-    refreshRecordCourse_keepFront(course, true);
-    ++found;
-  }
-  return found;
-}
-
-std::optional<std::int64_t> QXCourseManager::nextRecordPage() {
-  // Those that ask for nothing that could be loaded have been answered.
-  std::vector<CourseRequest> requests = catalogue_->requests;
-  const auto next =
-      requests.empty() ? std::nullopt : nextPage(requests.front(), catalogue_->cloudList.size());
-  if (!next) return std::nullopt;
-  if (next->startsPass) catalogue_->lastValidCourse = std::nullopt;
-  if (next->endIndex) requests.front().endIndex = next->endIndex;
-  catalogue_->requests.set(std::move(requests));
-  return next->page;
-}
-
 void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std::int64_t retryCount) {
   const std::optional<PagingUser> user = PagingUser::current();
   if (!user) return;
-  const std::shared_ptr<Semaphore> inFlight = catalogue_->requestSemaphore;
+  const std::shared_ptr<Semaphore> inFlight = catalogue_->paging.inFlight;
   // A page is on its way; the check that follows it sees to the requests that wait.
   if (!inFlight->tryWait()) return;
-  if (page == 1) catalogue_->lastValidCourse = std::nullopt;
+  if (page == 1) catalogue_->paging.cursor = std::nullopt;
   const std::int64_t left = retryCount - 1;
   QXAPIHelper::
       filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
@@ -132,12 +127,32 @@ bool QXCourseManager::mergeRecordPage(std::int64_t page, const json::array& item
   const CatalogueLock lock(*catalogue_);
   // The user has changed since the page came.
   if (catalogue_->opened() != opened) return false;
-  RecordPageEffects effects(*this, *catalogue_, items);
-  OptionalString cursor = catalogue_->lastValidCourse;
-  const PageMergeResult result = mergeCloudPage(catalogue_->cloudList, cursor, page, items, effects);
-  catalogue_->lastValidCourse = cursor;
-  if (result.writeList) catalogue_->cloudFiles.writeList(catalogue_->cloudList.snapshot());
+  RecordPageEffects effects(*catalogue_, items);
+  OptionalString cursor = catalogue_->paging.cursor;
+  const PageMergeResult result = mergeCloudPage(catalogue_->cloud.list(), cursor, page, items, effects);
+  catalogue_->paging.cursor = cursor;
+  if (result.writeList) catalogue_->cloud.saveLists();
   return result.lastPage;
+}
+
+QXCourseManager::Course QXCourseManager::getRecordCourseWithIndex(std::uint64_t index) {
+  const CatalogueLock lock(*catalogue_);
+  return catalogue_->recordAt(catalogue_->cloud, index);
+}
+
+std::uint64_t QXCourseManager::getRecordCourseCount() const {
+  catalogue_->ensureLoaded();
+  return catalogue_->cloud.size();
+}
+
+bool QXCourseManager::deleteCloudCourse(const Course& course) {
+  if (course == nullptr) return true;
+  const CatalogueLock lock(*catalogue_);
+  const std::string key = courseKey(course->roomID);
+  catalogue_->forget(key, true);
+  catalogue_->cloud.remove(key);
+  catalogue_->cloud.saveLists();
+  return true;
 }
 
 }  // namespace orv

@@ -1,74 +1,30 @@
 #pragma once
 
-#include <orvnetwork/course/CourseRequest.h>
-#include <orvnetwork/course/detail/KeyList.h>
-#include <orvnetwork/course/detail/LivePageMerge.h>
-#include <orvnetwork/course/detail/RecencyQueue.h>
-#include <orvnetwork/course/detail/RecordCache.h>
-#include <orvnetwork/course/detail/RecordFiles.h>
-#include <orvnetwork/data/Property.h>
+#include <orvnetwork/course/detail/CourseCollections.h>
+#include <orvnetwork/course/detail/Paging.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/NotificationCenter.h>
-#include <orvnetwork/platform/Semaphore.h>
 #include <orvnetwork/platform/SerialQueue.h>
 
-#include <array>
 #include <atomic>
-#include <memory>
 #include <mutex>
-#include <vector>
 
 namespace orv {
 
-/// Requests that wait, oldest first. Each reading gives a copy that is made outside of every lock of this class, since it
-/// copies what the host's callbacks hold. There are as many as the host makes and as the rules leave waiting.
-class RequestList {
- public:
-  std::vector<CourseRequest> get() const {
-    const auto requests = requests_.get();
-    return requests != nullptr ? *requests : std::vector<CourseRequest>();
-  }
-  void set(std::vector<CourseRequest> requests) {
-    requests_ = std::make_shared<const std::vector<CourseRequest>>(std::move(requests));
-  }
-  operator std::vector<CourseRequest>() const { return get(); }
-  RequestList& operator=(std::vector<CourseRequest> requests) {
-    set(std::move(requests));
-    return *this;
-  }
-
- private:
-  Property<std::shared_ptr<const std::vector<CourseRequest>>> requests_;
-};
-
-/// What the course manager holds. `dataSemaphore` guards it as a whole; besides, each part of it is safe by itself, so
-/// that counts and the like can be read without the semaphore.
+/// What the course manager holds. `dataSemaphore` guards it as a whole, and who takes it is said to hold the catalogue
+/// (`CatalogueLock`); besides, each part of it is safe by itself, so that counts and the like can be read without.
 ///
 /// The lists of a user's catalogue are read from their files when they are first needed: a worker reads them soon
 /// after the catalogue was opened, and whoever needs them sooner reads them himself. So the thread that changes
 /// the user, the main one as a rule, reads no list; it waits for the operation that holds the catalogue, if one does.
-struct Catalogue {
+struct Catalogue : CourseCollections {
   Property<bool> containTest;
-
-  KeyList cloudList, localList;
-  RecordCache cloudCache, localCache;
-  RecencyQueue queue;
-  Property<OptionalString> lastValidCourse;
-  RecordFiles cloudFiles{Durability::Plain};
-  RecordFiles localFiles{Durability::Durable};
-
-  LiveKeyLists liveLists;
-  RecordCache liveCache;
-  RecencyQueue liveQueue;
-  Property<OptionalString> lastValidLiveCourse;
-  RecordFiles liveFiles{Durability::Plain};
-
-  RequestList requests, liveRequests;
+  Paging paging, livePaging;
 
   std::atomic<std::int64_t> currentUserID = -1;
   Property<OptionalString> currentClassroomID;
 
-  Property<std::shared_ptr<Semaphore>> dataSemaphore, requestSemaphore, liveRequestSemaphore;
+  Property<std::shared_ptr<Semaphore>> dataSemaphore;
   std::atomic<Executor*> workers = nullptr;
   /// Where replies are merged, in the order in which they came.
   std::shared_ptr<SerialQueue> merges;
@@ -85,17 +41,7 @@ struct Catalogue {
   /// Makes the folders and reads the lists, unless that has been done.
   void ensureLoaded();
 
-  /// The live lists as they are kept in their file.
-  json::array liveListsValue() const;
-  /// Whether the list of a status holds a live course; no status without a list does.
-  bool liveListHolds(std::uint64_t status, std::string_view key) const {
-    return status < kLiveStatuses && liveLists[status].contains(key);
-  }
-
  private:
-  struct Lists;
-  void publish(Lists& lists);
-
   /// Held while lists are read. Taken before `opening_`.
   std::mutex loading_;
   std::atomic<bool> loadPending_ = false;

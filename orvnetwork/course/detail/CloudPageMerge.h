@@ -16,14 +16,6 @@ class CloudMergeEffects : public DroppedCourses {
   ~CloudMergeEffects() = default;
 };
 
-/// What a page says about its pass.
-struct PageMergeResult {
-  /// The server has no further page.
-  bool lastPage = false;
-  /// The list is to be written to its file.
-  bool writeList = false;
-};
-
 /// Merges a page of recorded courses into their list: puts new keys where the order of room identifiers wants
 /// them, drops what the server passed over since the course that it listed before, and cuts off what lies
 /// behind the last page. An empty page empties the list, which is not written then.

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <orvnetwork/course/QXCourseManager.h>
-#include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CourseCollections.h>
 #include <orvnetwork/course/detail/LivePageMerge.h>
 
 namespace orv {
@@ -10,22 +9,20 @@ namespace orv {
 /// catalogue.
 class LivePageEffects final : public LiveMergeEffects {
  public:
-  LivePageEffects(QXCourseManager& manager, Catalogue& catalogue, const json::array& items)
-      : manager_(manager), catalogue_(catalogue), items_(items) {}
+  LivePageEffects(CourseCollections& courses, const json::array& items) : courses_(courses), items_(items) {}
 
   bool findRecord(std::size_t item, const std::string& key, bool known) override;
   void storeRecord(std::size_t item, const std::string& key) override;
-  void dropVanished(const std::string& key) override;
+  void dropVanished(const std::string& key) override { courses_.live.dropVanished(key); }
   void trim(const std::string& key) override;
 
   /// The titles of the courses that were stored, each with ", " behind it.
   const std::string& titles() const { return titles_; }
 
  private:
-  QXCourseManager& manager_;
-  Catalogue& catalogue_;
+  CourseCollections& courses_;
   const json::array& items_;
-  QXCourseManager::Course course_;
+  Collection::Course course_;
   std::string titles_;
 };
 

@@ -6,15 +6,15 @@ namespace orv {
 
 namespace {
 
-void removeFromFirst(LiveKeyLists& lists, const std::string& key) {
+void removeFromFirst(std::span<KeyList> lists, const std::string& key) {
   for (KeyList& list : lists) {
     if (list.remove(key)) return;
   }
 }
 
 /// Makes the record while its key is where it was, and then takes the key out of there.
-void takeOut(LiveKeyLists& lists, KeyList& list, std::size_t item, const std::string& key, std::size_t hint,
-             LiveMergeEffects& effects) {
+void takeOut(std::span<KeyList> lists, KeyList& list, std::size_t item, const std::string& key,
+             std::size_t hint, LiveMergeEffects& effects) {
   const bool known = list.contains(key);
   const bool wasInMemory = effects.findRecord(item, key, known);
   if (known) {
@@ -26,7 +26,7 @@ void takeOut(LiveKeyLists& lists, KeyList& list, std::size_t item, const std::st
 
 }  // namespace
 
-PageMergeResult mergeLivePage(LiveKeyLists& lists, std::size_t status, OptionalString& cursor,
+PageMergeResult mergeLivePage(std::span<KeyList> lists, std::size_t status, OptionalString& cursor,
                               std::int64_t page, const json::array& data, LiveMergeEffects& effects) {
   const PageItems items(page, data);
   const PageMergeResult result{.lastPage = items.isLastPage(), .writeList = !items.empty()};

@@ -1,14 +1,10 @@
 #pragma once
 
-#include <orvnetwork/course/detail/CloudPageMerge.h>
-#include <orvnetwork/course/detail/CourseCodes.h>
+#include <orvnetwork/course/detail/PagePass.h>
 
-#include <array>
+#include <span>
 
 namespace orv {
-
-/// One list of live courses for each status.
-using LiveKeyLists = std::array<KeyList, kLiveStatuses>;
 
 /// What merging a page of live courses does beside changing the lists, in the order of the merge and with the
 /// lists as they are at that moment. The effects must leave the lists alone.
@@ -31,11 +27,11 @@ class LiveMergeEffects : public DroppedCourses {
 /// order of the server. What lies behind the last page is cut off, but an empty page cuts nothing. What is no
 /// dictionary is passed over.
 ///
-/// @param lists  changed in place: the list of `status`, and those that a course leaves for it
-/// @param status 0 to 5; a page of another one changes nothing
+/// @param lists  one for each status, changed in place: that of `status`, and those that a course leaves for it
+/// @param status a page of one that has no list changes nothing
 /// @param cursor key of the course that was confirmed last in this pass; none at its start
 /// @param page   counts from 1
-PageMergeResult mergeLivePage(LiveKeyLists& lists, std::size_t status, OptionalString& cursor,
+PageMergeResult mergeLivePage(std::span<KeyList> lists, std::size_t status, OptionalString& cursor,
                               std::int64_t page, const json::array& items, LiveMergeEffects& effects);
 
 }  // namespace orv

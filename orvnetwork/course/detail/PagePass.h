@@ -16,6 +16,14 @@ class DroppedCourses {
   ~DroppedCourses() = default;
 };
 
+/// What a page says about its pass.
+struct PageMergeResult {
+  /// The server has no further page.
+  bool lastPage = false;
+  /// The list is to be written to its file.
+  bool writeList = false;
+};
+
 /// One page's way through a list: which course the server confirmed last, and what lies between it and the
 /// next one, which is gone.
 ///
@@ -25,9 +33,6 @@ class PagePass {
  public:
   PagePass(KeyList& list, OptionalString& cursor, std::int64_t page, DroppedCourses& dropped)
       : list_(list), cursor_(cursor), page_(page), dropped_(dropped) {}
-
-  /// A place behind every list.
-  static constexpr std::int64_t kBeyond = std::numeric_limits<std::int64_t>::max();
 
   /// The place behind the cursor; absent without a cursor.
   std::optional<std::int64_t> behindCursor() const;
@@ -49,6 +54,9 @@ class PagePass {
   std::size_t hint() const;
 
  private:
+  /// A place behind every list.
+  static constexpr std::int64_t kBeyond = std::numeric_limits<std::int64_t>::max();
+
   void setBound();
   /// The place behind a key.
   std::int64_t behind(const std::string& key) const;

@@ -95,10 +95,6 @@ void RecordFiles::remove(std::string_view key) const {
   if (const OptionalString path = pathOf(key)) QXPathManager::sharedManager().removeFolderOrFile(path);
 }
 
-bool RecordFiles::exists(std::string_view key) const {
-  return QXPathManager::sharedManager().isFileExist(pathOf(key));
-}
-
 std::optional<RecordFiles::Names> RecordFiles::names() const {
   const OptionalString in = folder();
   std::error_code error;
@@ -117,13 +113,6 @@ std::optional<json::array> RecordFiles::readList() const {
   std::optional<json::array> list = readArrayFileSettingAside(*file);
   unreadList_ = !list && durability_ == Durability::Durable && holdsSomething(*file);
   return list;
-}
-
-bool RecordFiles::writeList(const std::vector<std::string>& keys) const {
-  json::array list;
-  list.reserve(keys.size());
-  for (const std::string& key : keys) list.emplace_back(json::string_view(key));
-  return writeList(list);
 }
 
 bool RecordFiles::writeList(const json::array& list) const {

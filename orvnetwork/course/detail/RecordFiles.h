@@ -6,7 +6,6 @@
 #include <atomic>
 #include <mutex>
 #include <unordered_set>
-#include <vector>
 
 namespace orv {
 
@@ -33,7 +32,6 @@ class RecordFiles {
   std::shared_ptr<OrvCourseModel> read(std::string_view key) const;
   bool write(std::string_view key, const OrvCourseModel& course) const;
   void remove(std::string_view key) const;
-  bool exists(std::string_view key) const;
   using Names = std::unordered_set<std::string>;
   /// The names of all that lies in the folder, one look for many `isIn`; absent when that cannot be told.
   std::optional<Names> names() const;
@@ -41,7 +39,6 @@ class RecordFiles {
 
   /// The list; absent when there is none. A damaged one is set aside.
   std::optional<json::array> readList() const;
-  bool writeList(const std::vector<std::string>& keys) const;
   bool writeList(const json::array& list) const;
 
  private:

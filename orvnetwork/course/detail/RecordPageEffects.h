@@ -1,8 +1,7 @@
 #pragma once
 
-#include <orvnetwork/course/QXCourseManager.h>
-#include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/CloudPageMerge.h>
+#include <orvnetwork/course/detail/CourseCollections.h>
 
 namespace orv {
 
@@ -10,18 +9,15 @@ namespace orv {
 /// catalogue.
 class RecordPageEffects final : public CloudMergeEffects {
  public:
-  RecordPageEffects(QXCourseManager& manager, Catalogue& catalogue, const json::array& items)
-      : manager_(manager), catalogue_(catalogue), items_(items) {}
+  RecordPageEffects(CourseCollections& courses, const json::array& items)
+      : courses_(courses), items_(items) {}
 
   void take(std::size_t item, const std::string& key, bool known) override;
-  void dropVanished(const std::string& key) override;
-  void trim(const std::string& key) override;
+  void dropVanished(const std::string& key) override { courses_.cloud.dropVanished(key); }
+  void trim(const std::string& key) override { courses_.cloud.drop(key); }
 
  private:
-  QXCourseManager::Course recordOf(std::size_t item, const std::string& key, bool known);
-
-  QXCourseManager& manager_;
-  Catalogue& catalogue_;
+  CourseCollections& courses_;
   const json::array& items_;
 };
 

@@ -1,5 +1,5 @@
+#include <orvnetwork/course/detail/CourseCollections.h>
 #include <orvnetwork/course/detail/CourseKey.h>
-#include <orvnetwork/course/detail/Eviction.h>
 
 #include <gtest/gtest.h>
 
@@ -13,46 +13,51 @@ namespace {
 
 using Keys = std::vector<std::string>;
 
-/// Records in memory: local ones with their publish status, and recorded ones.
-class Records : public CachedRecords {
- public:
-  bool localHas(const std::string& key) const override { return local.contains(key); }
-  bool localIsExempt(const std::string& key) const override { return local.at(key) != 99; }
-  void evictLocal(const std::string& key) override {
-    local.erase(key);
-    evicted.push_back(localQueueKey(key));
-  }
-  bool cloudHas(const std::string& key) const override { return cloud.contains(key); }
-  void evictCloud(const std::string& key) override {
-    cloud.erase(key);
-    evicted.push_back(cloudQueueKey(key));
-  }
+/// A record that writes down, when it ends, which one it was.
+struct Traced : OrvCourseModel {
+  Traced(Keys& evicted, std::string entry) : evicted_(evicted), entry_(std::move(entry)) {}
+  ~Traced() override { evicted_.push_back(entry_); }
 
-  std::map<std::string, int> local;
-  std::set<std::string> cloud;
-  Keys evicted;
+ private:
+  Keys& evicted_;
+  const std::string entry_;
 };
 
 class Eviction : public testing::Test {
  protected:
+  ~Eviction() override { courses.clear(); }
+
+  void putLocal(const std::string& key, std::uint64_t publishStatus) {
+    const auto course = std::make_shared<Traced>(records.evicted, localQueueKey(key));
+    course->publishStatus = publishStatus;
+    records.local.set(key, course);
+  }
+  void putCloud(const std::string& key) {
+    records.cloud.set(key, std::make_shared<Traced>(records.evicted, cloudQueueKey(key)));
+  }
   void addCloud(int first, int count) {
     for (int room = first; room < first + count; ++room) {
-      records.cloud.insert(courseKey(room));
+      putCloud(courseKey(room));
       queue.appendIfAbsent(cloudQueueKey(courseKey(room)));
     }
   }
-  void addLocal(int first, int count, int publishStatus) {
+  void addLocal(int first, int count, std::uint64_t publishStatus) {
     for (int room = first; room < first + count; ++room) {
-      records.local[courseKey(room)] = publishStatus;
+      putLocal(courseKey(room), publishStatus);
       queue.appendIfAbsent(localQueueKey(courseKey(room)));
     }
   }
   void addStale(int room) { queue.appendIfAbsent(cloudQueueKey(courseKey(room))); }
 
-  void evict() { evictRecordCourses(queue, records); }
+  void evict() { courses.evict(); }
 
-  RecencyQueue queue;
-  Records records;
+  CourseCollections courses;
+  RecencyQueue& queue = courses.queue;
+  struct {
+    RecordCache& local;
+    RecordCache& cloud;
+    Keys evicted;
+  } records{courses.local.memory(), courses.cloud.memory(), {}};
 };
 
 TEST_F(Eviction, LeavesSixtyRecordsAlone) {
@@ -73,7 +78,7 @@ TEST_F(Eviction, TakesTheLeastRecentlyUsedOfSixtyOne) {
 
 TEST_F(Eviction, GoesOnUntilSixtyAreLeft) {
   addCloud(1, 63);
-  addLocal(901, 2, 99);
+  addLocal(901, 2, publish_status::kNewLocal);
   evict();
   EXPECT_EQ(records.evicted, (Keys{"l-902", "l-901", "c-63", "c-62", "c-61"}));
   EXPECT_EQ(queue.size(), 60u);
@@ -99,7 +104,7 @@ TEST_F(Eviction, TakesAboutHalfOfThousandsAtATime) {
 
 TEST_F(Eviction, PutsAnExemptOneInFrontAndTakesTheNext) {
   addCloud(1, 60);
-  addLocal(900, 1, 1);
+  addLocal(900, 1, publish_status::kPublished);
   evict();
   EXPECT_EQ(records.evicted, Keys{"c-60"});
   EXPECT_EQ(queue.size(), 60u);
@@ -108,14 +113,14 @@ TEST_F(Eviction, PutsAnExemptOneInFrontAndTakesTheNext) {
 }
 
 TEST_F(Eviction, KeepsAllWhenAllAreExempt) {
-  addLocal(1, 61, 1);
+  addLocal(1, 61, publish_status::kPublished);
   evict();
   EXPECT_EQ(records.evicted, Keys{});
   EXPECT_EQ(queue.size(), 61u);
 }
 
 TEST_F(Eviction, LooksAtOneEntryMoreThanTheQueueHolds) {
-  addLocal(1, 61, 1);
+  addLocal(1, 61, publish_status::kPublished);
   evict();
   // 62 moves to the front: a whole turn and one more.
   EXPECT_EQ(queue.snapshot()[0], "l-61");
@@ -135,7 +140,7 @@ TEST_F(Eviction, ReachesARecordBehindExemptOnes) {
 TEST_F(Eviction, CountsItsPassAgainstAQueueThatShrinks) {
   // 45 looks at exempt ones, then 18 evictions: the 64th look would be one too many for 62 entries.
   addCloud(1, 35);
-  addLocal(100, 45, 1);
+  addLocal(100, 45, publish_status::kPublished);
   evict();
   EXPECT_EQ(records.evicted.size(), 18u);
   EXPECT_EQ(queue.size(), 62u);
@@ -144,7 +149,7 @@ TEST_F(Eviction, CountsItsPassAgainstAQueueThatShrinks) {
 TEST_F(Eviction, EndsBeforeSixtyWhenMostAreExempt) {
   // 100 looks at exempt ones, and 16 evictions leave fewer entries than looks were made.
   addCloud(1, 30);
-  addLocal(1000, 100, 1);
+  addLocal(1000, 100, publish_status::kPublished);
   evict();
   EXPECT_EQ(records.evicted.size(), 16u);
   EXPECT_EQ(queue.size(), 114u);
@@ -163,7 +168,7 @@ TEST_F(Eviction, StopsAtAStaleEntryBehindOthers) {
   addCloud(1, 61);
   addStale(500);
   addCloud(601, 2);
-  addLocal(700, 1, 1);
+  addLocal(700, 1, publish_status::kPublished);
   evict();
   EXPECT_EQ(records.evicted, (Keys{"c-602", "c-601"}));
   EXPECT_EQ(queue.last(), "c-500");
@@ -180,7 +185,7 @@ TEST_F(Eviction, DoesNotMindStaleEntriesThatItDoesNotReach) {
 
 TEST_F(Eviction, LooksAmongLocalRecordsFirstWhateverTheEntryStandsFor) {
   addCloud(1, 61);
-  records.local["61"] = 99;
+  putLocal("61", publish_status::kNewLocal);
   evict();
   EXPECT_EQ(records.evicted, Keys{"l-61"});
   EXPECT_TRUE(records.cloud.contains("61"));
@@ -189,7 +194,7 @@ TEST_F(Eviction, LooksAmongLocalRecordsFirstWhateverTheEntryStandsFor) {
 
 TEST_F(Eviction, KeepsARecordedCourseWhoseRoomIsExemptAsALocalOne) {
   addCloud(1, 61);
-  records.local["61"] = 1;
+  putLocal("61", publish_status::kPublished);
   evict();
   EXPECT_EQ(records.evicted, Keys{"c-60"});
   EXPECT_EQ(queue.snapshot().front(), "c-61");
@@ -204,8 +209,14 @@ TEST_F(Eviction, TakesTheRecordedCourseForALocalEntryWithoutARecord) {
   EXPECT_EQ(queue.size(), 60u);
 }
 
-/// The rule as a counter that starts at -1.
-void evictPlainly(Keys& queue, Records& records) {
+/// The rule as a counter that starts at -1, on records in memory: local ones with their publish status, and recorded.
+struct PlainRecords {
+  std::map<std::string, int> local;
+  std::set<std::string> cloud;
+  Keys evicted;
+};
+
+void evictPlainly(Keys& queue, PlainRecords& records) {
   for (long counter = -1;;) {
     if (queue.size() < 61) return;
     const std::string entry = queue.back();
@@ -215,10 +226,12 @@ void evictPlainly(Keys& queue, Records& records) {
       if (records.local[key] != 99) {
         queue.insert(queue.begin(), entry);
       } else {
-        records.evictLocal(key);
+        records.local.erase(key);
+        records.evicted.push_back(localQueueKey(key));
       }
     } else if (records.cloud.contains(key)) {
-      records.evictCloud(key);
+      records.cloud.erase(key);
+      records.evicted.push_back(cloudQueueKey(key));
       queue.pop_back();
     }
     ++counter;
@@ -229,9 +242,10 @@ void evictPlainly(Keys& queue, Records& records) {
 TEST_F(Eviction, FollowsTheCounterOnRandomQueues) {
   std::mt19937 random(20240209);
   for (int round = 0; round < 3000; ++round) {
-    Records plainRecords;
+    PlainRecords plainRecords;
     Keys plain;
-    records = {};
+    courses.clear();
+    records.evicted.clear();
     const auto size = 55 + random() % 90;
     const auto exemptPercent = random() % 101;
     const auto stalePercent = random() % 4 == 0 ? random() % 5 : 0;
@@ -249,7 +263,10 @@ TEST_F(Eviction, FollowsTheCounterOnRandomQueues) {
       }
     }
     queue.assign(plain);
-    records = plainRecords;
+    for (const auto& [key, publishStatus] : plainRecords.local) {
+      putLocal(key, static_cast<std::uint64_t>(publishStatus));
+    }
+    for (const std::string& key : plainRecords.cloud) putCloud(key);
     evict();
     evictPlainly(plain, plainRecords);
     ASSERT_EQ(queue.snapshot(), plain) << "round " << round;
@@ -257,23 +274,52 @@ TEST_F(Eviction, FollowsTheCounterOnRandomQueues) {
   }
 }
 
-TEST(LiveEviction, TakesTheLeastRecentlyUsedUntilSixtyAreLeft) {
-  RecencyQueue queue;
-  for (int room = 1; room <= 63; ++room) queue.moveToFront(courseKey(room));
+/// A live record that, when it ends, looks for its entry.
+struct TracedLive : OrvCourseModel {
+  TracedLive(RecencyQueue& queue, Keys& evicted, std::string key)
+      : queue_(queue), evicted_(evicted), key_(std::move(key)) {}
+  ~TracedLive() override {
+    EXPECT_TRUE(queue_.contains(key_)) << "the record goes first, then its entry";
+    evicted_.push_back(key_);
+  }
+
+ private:
+  RecencyQueue& queue_;
+  Keys& evicted_;
+  const std::string key_;
+};
+
+class LiveEviction : public testing::Test {
+ protected:
+  ~LiveEviction() override { courses.live.clear(); }
+
+  void use(int rooms) {
+    for (int room = 1; room <= rooms; ++room) {
+      const std::string key = courseKey(room);
+      queue.moveToFront(key);
+      courses.live.memory().set(key, std::make_shared<TracedLive>(queue, evicted, key));
+    }
+  }
+
   Keys evicted;
-  evictLiveCourses(queue, [&](const std::string& key) {
-    EXPECT_TRUE(queue.contains(key)) << "the record goes first, then its entry";
-    evicted.push_back(key);
-  });
+  CourseCollections courses;
+  RecencyQueue& queue = courses.liveQueue;
+};
+
+TEST_F(LiveEviction, TakesTheLeastRecentlyUsedUntilSixtyAreLeft) {
+  use(63);
+  courses.evictLive();
   EXPECT_EQ(evicted, (Keys{"1", "2", "3"}));
   EXPECT_EQ(queue.size(), 60u);
   EXPECT_EQ(queue.last(), "4");
+  EXPECT_FALSE(courses.live.memory().contains("3"));
+  EXPECT_TRUE(courses.live.memory().contains("4"));
 }
 
-TEST(LiveEviction, LeavesSixtyAlone) {
-  RecencyQueue queue;
-  for (int room = 1; room <= 60; ++room) queue.moveToFront(courseKey(room));
-  evictLiveCourses(queue, [](const std::string& key) { ADD_FAILURE() << key; });
+TEST_F(LiveEviction, LeavesSixtyAlone) {
+  use(60);
+  courses.evictLive();
+  EXPECT_EQ(evicted, Keys{});
   EXPECT_EQ(queue.size(), 60u);
 }
 

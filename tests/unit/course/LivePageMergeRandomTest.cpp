@@ -95,7 +95,7 @@ struct PlainMerge {
 
 class Recorded : public LiveMergeEffects {
  public:
-  explicit Recorded(LiveKeyLists& lists) : lists_(lists) {}
+  explicit Recorded(std::span<KeyList> lists) : lists_(lists) {}
   bool findRecord(std::size_t, const std::string& key, bool known) override {
     tell(known ? "old" : "new", key);
     return isInMemory(key);
@@ -112,7 +112,7 @@ class Recorded : public LiveMergeEffects {
     for (const KeyList& each : lists_) sizes += " " + std::to_string(each.size());
     effects.push_back(what + " " + key + " of" + sizes);
   }
-  LiveKeyLists& lists_;
+  std::span<KeyList> lists_;
 };
 
 TEST(LivePageMergeRandom, FollowsTheRulesOnPlainVectors) {
@@ -123,7 +123,7 @@ TEST(LivePageMergeRandom, FollowsTheRulesOnPlainVectors) {
     for (Keys& each : plain.lists) each = generator.oneIn(2) ? Keys{} : generator.list();
     plain.list() = generator.list();
     plain.cursor = generator.cursor(plain.list());
-    LiveKeyLists lists;
+    std::array<KeyList, 6> lists;
     for (std::size_t i = 0; i < lists.size(); ++i) lists[i].assign(plain.lists[i]);
     OptionalString cursor = plain.cursor;
     std::int64_t number = generator.pageNumber();

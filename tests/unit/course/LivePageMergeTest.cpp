@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <set>
 
 namespace orv {
@@ -62,7 +63,7 @@ class LivePageMerge : public testing::Test, protected LiveMergeEffects {
   std::string inList(std::size_t status) const { return notation::text(lists[status].snapshot()); }
   std::string told() const { return notation::text(effects, ", "); }
 
-  LiveKeyLists lists;
+  std::array<KeyList, 6> lists;
   OptionalString cursor;
   std::set<std::string> inMemory;
   Keys effects;

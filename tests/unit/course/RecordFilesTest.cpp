@@ -32,6 +32,10 @@ class RecordFilesTest : public ::testing::Test {
     return course;
   }
 
+  static bool has(const RecordFiles& files, std::string_view key) {
+    return RecordFiles::isIn(files.names().value(), key);
+  }
+
   testing::SimulatedPlatform& platform = testing::SimulatedPlatform::install();
   testing::SimulatedFileSystem& disk = platform.files();
   RecordFiles durable{Durability::Durable};
@@ -43,7 +47,7 @@ class RecordFilesTest : public ::testing::Test {
 TEST_F(RecordFilesTest, GivesBackWhatWasWritten) {
   fill(course, 7);
   EXPECT_TRUE(durable.write("7", course));
-  EXPECT_TRUE(durable.exists("7"));
+  EXPECT_TRUE(has(durable, "7"));
   const auto read = durable.read("7");
   ASSERT_NE(read, nullptr);
   EXPECT_EQ(read->jsonObject(), course.jsonObject());
@@ -51,7 +55,7 @@ TEST_F(RecordFilesTest, GivesBackWhatWasWritten) {
   EXPECT_EQ(disk.mode("/home/user/c/7.plist"), 0600u);
   durable.remove("7");
   durable.remove("7");
-  EXPECT_FALSE(durable.exists("7"));
+  EXPECT_FALSE(has(durable, "7"));
   EXPECT_EQ(durable.read("7"), nullptr);
   EXPECT_TRUE(console.empty());
 }
@@ -63,13 +67,13 @@ TEST_F(RecordFilesTest, OnlyDurableFilesSurviveAPowerCut) {
   fill(course, 7);
   for (const RecordFiles* files : {&durable, &plain}) {
     EXPECT_TRUE(files->write("7", course));
-    EXPECT_TRUE(files->writeList(std::vector<std::string>{"7"}));
+    EXPECT_TRUE(files->writeList(json::array{"7"}));
   }
-  EXPECT_TRUE(plain.exists("7"));
+  EXPECT_TRUE(has(plain, "7"));
   disk.crash(Crash::PowerCut);
-  EXPECT_TRUE(durable.exists("7"));
+  EXPECT_TRUE(has(durable, "7"));
   EXPECT_EQ(durable.readList(), json::array{"7"});
-  EXPECT_FALSE(plain.exists("7"));
+  EXPECT_FALSE(has(plain, "7"));
   EXPECT_EQ(plain.readList(), std::nullopt);
 }
 
@@ -78,11 +82,10 @@ TEST_F(RecordFilesTest, NothingIsFoundOrWrittenWithoutAFolder) {
   durable.setListFile(std::nullopt);
   const auto calls = disk.calls();
   EXPECT_FALSE(durable.write("7", course));
-  EXPECT_FALSE(durable.writeList(std::vector<std::string>{"7"}));
+  EXPECT_FALSE(durable.writeList(json::array{"7"}));
   EXPECT_EQ(durable.read("7"), nullptr);
   EXPECT_EQ(durable.readList(), std::nullopt);
   EXPECT_EQ(durable.names(), std::nullopt);
-  EXPECT_FALSE(durable.exists("7"));
   durable.remove("7");
   EXPECT_EQ(disk.calls(), calls);
 }
@@ -92,7 +95,7 @@ TEST_F(RecordFilesTest, EmptyDictionaryIsNoRecord) {
   disk.put("/home/user/c/8.plist", "");
   EXPECT_EQ(durable.read("7"), nullptr);
   EXPECT_EQ(durable.read("8"), nullptr);
-  EXPECT_TRUE(durable.exists("7"));
+  EXPECT_TRUE(has(durable, "7"));
   writePropertyListFile("/home/user/c/7.plist", json::object{{"unknown", 1}}, Durability::Plain);
   EXPECT_NE(durable.read("7"), nullptr);
 }
@@ -119,25 +122,24 @@ TEST_F(RecordFilesTest, FailedWriteLeavesTheOldFile) {
   course.title = "new";
   EXPECT_FALSE(durable.write("7", course));
   disk.failAt(FileOperation::WriteAtomically, 1);
-  EXPECT_FALSE(durable.writeList(std::vector<std::string>{"7"}));
+  EXPECT_FALSE(durable.writeList(json::array{"7"}));
   EXPECT_EQ(disk.snapshot(), before);
   EXPECT_EQ(console.size(), 2u);
 }
 
 TEST_F(RecordFilesTest, NoKeyLeadsOutOfTheFolderOrToTheList) {
   disk.put("/home/user/x.plist", "stays");
-  durable.writeList(std::vector<std::string>{"1"});
+  durable.writeList(json::array{"1"});
   fill(course, 1);
   for (const auto* key : {"../x", "..", ".", "", "/", "/home/user/x", "a/b"}) {
     EXPECT_TRUE(durable.write(key, course)) << key;
     EXPECT_NE(durable.read(key), nullptr) << key;
-    EXPECT_TRUE(RecordFiles::isIn(durable.names().value(), key)) << key;
+    EXPECT_TRUE(has(durable, key)) << key;
     durable.remove(key);
-    EXPECT_FALSE(durable.exists(key)) << key;
+    EXPECT_FALSE(has(durable, key)) << key;
   }
   EXPECT_FALSE(durable.write("list", course));
   EXPECT_EQ(durable.read("list"), nullptr);
-  EXPECT_FALSE(durable.exists("list"));
   durable.remove("list");
   EXPECT_EQ(durable.readList(), json::array{"1"});
   EXPECT_EQ(disk.contents("/home/user/x.plist"), "stays");
@@ -158,7 +160,7 @@ TEST_F(RecordFilesTest, NamesAreThoseInTheFolder) {
 
 TEST_F(RecordFilesTest, ListIsWrittenAndReadInOrder) {
   EXPECT_EQ(durable.readList(), std::nullopt);
-  EXPECT_TRUE(durable.writeList(std::vector<std::string>{"3", "1", "2"}));
+  EXPECT_TRUE(durable.writeList(json::array{"3", "1", "2"}));
   EXPECT_EQ(durable.readList(), (json::array{"3", "1", "2"}));
   EXPECT_TRUE(durable.writeList(json::array{json::array{"1"}, json::array()}));
   EXPECT_EQ(durable.readList(), (json::array{json::array{"1"}, json::array()}));
@@ -169,7 +171,7 @@ TEST_F(RecordFilesTest, DamagedListIsSetAside) {
   disk.put("/home/user/c/list.plist", "damaged");
   EXPECT_EQ(durable.readList(), std::nullopt);
   EXPECT_EQ(disk.contents("/home/user/c/list.plist.damaged"), "damaged");
-  EXPECT_TRUE(durable.writeList(std::vector<std::string>{"1"}));
+  EXPECT_TRUE(durable.writeList(json::array{"1"}));
   EXPECT_EQ(disk.contents("/home/user/c/list.plist.damaged"), "damaged");
 }
 
@@ -180,7 +182,7 @@ TEST_F(RecordFilesTest, ListThatCouldNotBeReadIsSetAsideByTheFirstWrite) {
     RecordFiles& files = isDurable ? durable : plain;
     disk.failAt(FileOperation::Read, 1);
     EXPECT_EQ(files.readList(), std::nullopt);
-    EXPECT_TRUE(files.writeList(std::vector<std::string>{"1"}));
+    EXPECT_TRUE(files.writeList(json::array{"1"}));
     EXPECT_EQ(disk.contents("/home/user/c/list.plist.damaged").has_value(), isDurable);
   }
 }
@@ -189,13 +191,13 @@ TEST_F(RecordFilesTest, AnotherListFileIsNotSetAsideForTheOld) {
   disk.put("/home/user/c/list.plist", "old");
   disk.failAt(FileOperation::Read, 1);
   durable.readList();
-  durable.writeList(std::vector<std::string>{});
+  durable.writeList(json::array{});
   disk.put("/home/user/c/list.plist", "old");
   disk.failAt(FileOperation::Read, 1);
   durable.readList();
   disk.put("/home/user/c/other.plist", "other");
   durable.setListFile("/home/user/c/other.plist");
-  EXPECT_TRUE(durable.writeList(std::vector<std::string>{"1"}));
+  EXPECT_TRUE(durable.writeList(json::array{"1"}));
   EXPECT_FALSE(disk.contents("/home/user/c/other.plist.damaged"));
 }
 

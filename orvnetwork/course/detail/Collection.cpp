@@ -1,0 +1,123 @@
+#include "orvnetwork/course/detail/Collection.h"
+
+#include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/PathText.h>
+#include <orvnetwork/support/QXPathManager.h>
+
+#include <algorithm>
+
+namespace orv {
+
+namespace {
+
+/// The texts of an array; what is no text names no course.
+std::vector<std::string> keysOf(const json::array* stored) {
+  std::vector<std::string> keys;
+  if (stored == nullptr) return keys;
+  keys.reserve(stored->size());
+  for (const json::value& item : *stored) {
+    if (OptionalString key = looseString(&item)) keys.push_back(std::move(*key));
+  }
+  return keys;
+}
+
+json::array asArray(const std::vector<std::string>& keys) {
+  json::array array;
+  array.reserve(keys.size());
+  for (const std::string& key : keys) array.emplace_back(json::string_view(key));
+  return array;
+}
+
+void dropRepeated(std::vector<std::string>& keys) {
+  std::unordered_set<std::string> seen;
+  std::erase_if(keys, [&](const std::string& key) { return !seen.insert(key).second; });
+}
+
+}  // namespace
+
+Collection::Course Collection::find(const std::string& key) const {
+  if (Course cached = memory_.find(key)) return cached;
+  return files_.read(key);
+}
+
+std::int64_t Collection::visit(std::uint64_t list, std::uint64_t first, std::uint64_t end,
+                               const Visitor& visitor) const {
+  const std::uint64_t held = std::min<std::uint64_t>(end, size(list));
+  std::int64_t found = 0;
+  for (std::uint64_t index = first; index < held; ++index) {
+    const OptionalString key = lists_[list].at(index);
+    if (!key) break;
+    const Course course = find(*key);
+    if (course == nullptr) continue;
+    visitor(*key, course);
+    ++found;
+  }
+  return found;
+}
+
+void Collection::store(const std::string& key, const Course& course) {
+  memory_.set(key, course);
+  files_.write(key, *course);
+}
+
+void Collection::drop(const std::string& key) {
+  memory_.remove(key);
+  files_.remove(key);
+}
+
+void Collection::dropVanished(const std::string& key) {
+  const Course course = memory_.find(key);
+  drop(courseKey(course != nullptr ? course->roomID.get() : 0));
+}
+
+void Collection::remove(const std::string& key) {
+  for (KeyList& list : lists_) list.remove(key);
+  drop(key);
+}
+
+void Collection::saveLists() const {
+  json::array stored;
+  for (const KeyList& list : lists_) stored.emplace_back(asArray(list.snapshot()));
+  files_.writeList(lists_.size() == 1 ? stored.front().get_array() : stored);
+}
+
+void Collection::open(const std::string& base) {
+  const OptionalString folder =
+      QXPathManager::sharedManager().createFolderWithSuffix(appendPathComponent(base, kind_.folder));
+  files_.setFolder(folder);
+  files_.setListFile(folder ? OptionalString(appendPathComponent(*folder, kind_.listFile)) : std::nullopt);
+}
+
+void Collection::load() {
+  const std::optional<json::array> stored = files_.readList();
+  if (!stored) return;
+  const bool keepsAll = kind_.durability == Durability::Durable;
+  const std::optional<RecordFiles::Names> names = keepsAll ? std::nullopt : files_.names();
+  if (!keepsAll && !names) return;  // Nobody knows what is gone.
+  bool anyGone = false;
+  for (std::size_t number = 0; number < lists_.size(); ++number) {
+    const json::value* const item = number < stored->size() ? &(*stored)[number] : nullptr;
+    std::vector<std::string> keys = keysOf(lists_.size() == 1 ? &*stored : looseArray(item));
+    if (keepsAll) {
+      dropRepeated(keys);
+    } else {
+      const auto isGone = [&](const std::string& key) { return !RecordFiles::isIn(*names, key); };
+      anyGone = std::erase_if(keys, isGone) != 0 || anyGone;
+    }
+    lists_[number].assign(keys);
+  }
+  if (anyGone) saveLists();
+}
+
+void Collection::follow(Collection& opened) {
+  files_.follow(opened.files_);
+  for (std::size_t number = 0; number < lists_.size(); ++number) lists_[number].swap(opened.lists_[number]);
+}
+
+void Collection::clear() {
+  memory_.clear();
+  for (KeyList& list : lists_) list.clear();
+}
+
+}  // namespace orv
