@@ -6,6 +6,7 @@
 #include <orvnetwork/data/PathText.h>
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/ConsoleLog.h>
+#include <orvnetwork/platform/PrivateFolder.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/support/QXPathManager.h>
@@ -16,28 +17,21 @@ namespace orv {
 
 namespace {
 
-constexpr unsigned kOwnerOnlyMode = 0700;
-
 const QXPathManager& paths() {
   return QXPathManager::sharedManager();
 }
 
-/// Makes a folder of a course under the documents. The course's own comes first: made on the way to a deeper one it
-/// would be open to other users.
+/// Makes a folder of a course under the documents.
 OptionalString makeFolder(const std::string& course, std::string_view name) {
-  if (!paths().createFolderWithSuffix_domain(course, kDocumentDirectoryCode)) return std::nullopt;
-  return paths().createFolderWithSuffix_domain(appendPathComponent(course, name), kDocumentDirectoryCode);
+  return paths().createFolderWithSuffix(appendPathComponent(course, name));
 }
 
 /// A file in a folder of a course, whether or not the folder can be made.
 std::string fileInFolder(const std::string& course, std::string_view name, std::string_view file) {
   FileSystem& files = paths().defaultMgr();
   const std::string folder = appendPathComponent(course, name);
-  if (!files.exists(folder)) {
-    std::error_code ignored;
-    files.createDirectory(course, true, kOwnerOnlyMode, ignored);
-    files.createDirectory(folder, true, kOwnerOnlyMode, ignored);
-  }
+  std::error_code ignored;
+  if (!files.exists(folder)) makePrivateFolder(files, paths().documentDirectory(), folder, ignored);
   return appendPathComponent(folder, file);
 }
 

@@ -72,7 +72,7 @@ QXCourseManager::Course QXCourseManager::getLiveCourseWithIndex_courseStatus(std
   const OptionalString key = live.list(status).at(index);
   if (!key) return nullptr;
   if (Course cached = live.memory().find(*key)) return cached;
-  const Course course = live.files().read(*key);
+  Course course = live.files().read(*key);
   live.memory().set(*key, course);  // Whatever status it says that it has.
   catalogue_->keepLive(course, *key, false);
   return course;

@@ -91,7 +91,7 @@ QXCourseManager::Course QXCourseManager::getLocalCourseWithRoomID(std::int64_t r
   const CatalogueLock lock(*catalogue_);
   const std::string key = courseKey(roomID);
   if (roomID <= 0 || !catalogue_->local.contains(key)) return nullptr;
-  const Course course = catalogue_->local.find(key);
+  Course course = catalogue_->local.find(key);
   catalogue_->keep(course, true);
   return course;
 }

@@ -3,8 +3,6 @@
 #include <orvnetwork/course/CourseLimits.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/course/detail/LiveInsertion.h>
-#include <orvnetwork/data/PathText.h>
-#include <orvnetwork/support/QXPathManager.h>
 
 namespace orv {
 
@@ -26,15 +24,6 @@ void enqueue(RecencyQueue& queue, const std::string& entry, bool inFront) {
 
 LiveCourseStart startOf(const OrvCourseModel& course) {
   return {course.startTimeEnable, course.startTime};
-}
-
-/// Makes the folder of all catalogues first: made on the way to a deeper one it would be open to other users.
-void closeRootToOthers() {
-  const QXPathManager& paths = QXPathManager::sharedManager();
-  const OptionalString documents = paths.searchPath(kDocumentDirectoryCode);
-  if (!documents) return;
-  std::error_code ignored;
-  paths.defaultMgr().createDirectory(appendPathComponent(*documents, "orv_course"), true, 0700, ignored);
 }
 
 }  // namespace
@@ -120,7 +109,6 @@ void CourseCollections::evictLive() {
 }
 
 void CourseCollections::load(const std::string& base) {
-  closeRootToOthers();
   for (Collection* kind : {&local, &cloud, &live}) kind->open(base);
   for (Collection* kind : {&local, &cloud, &live}) kind->load();
 }
