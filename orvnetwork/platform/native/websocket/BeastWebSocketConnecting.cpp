@@ -7,6 +7,10 @@
 #include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/TlsSession.h>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 namespace orv {
 
 namespace {
@@ -32,9 +36,9 @@ void BeastWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Er
   error_code ignored;
   auto& socket = stream().socket();
   socket.set_option(asio::ip::tcp::no_delay(true), ignored);
-  using UserTimeout = asio::detail::socket_option::integer<IPPROTO_TCP, TCP_USER_TIMEOUT>;
   const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(limits_.unacknowledged);
-  socket.set_option(UserTimeout(static_cast<int>(limit.count())), ignored);
+  const int milliseconds = static_cast<int>(limit.count());
+  ::setsockopt(socket.native_handle(), IPPROTO_TCP, TCP_USER_TIMEOUT, &milliseconds, sizeof milliseconds);
   if (url.secure) {
     startTls(url);
   } else {

@@ -15,6 +15,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <boost/beast/websocket/teardown.hpp>
+#include <boost/system/system_error.hpp>
 
 #include <memory>
 #include <optional>
@@ -137,7 +138,7 @@ class GatheringStream {
   std::size_t write_some(const Buffers& buffers) {
     error_code error;
     const std::size_t size = write_some(buffers, error);
-    asio::detail::throw_error(error, "write_some");
+    if (error) throw boost::system::system_error(error, "write_some");
     return size;
   }
 
@@ -149,8 +150,7 @@ class GatheringStream {
   }
   template <typename Buffers>
   std::size_t read_some(const Buffers&) {
-    asio::detail::throw_error(asio::error::operation_not_supported, "read_some");
-    return 0;
+    throw boost::system::system_error(asio::error::operation_not_supported, "read_some");
   }
 
   friend void beast_close_socket(GatheringStream& stream) { stream.cancel(); }
