@@ -7,7 +7,7 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/PrivateFolder.h>
-#include <orvnetwork/platform/PropertyListFile.h>
+#include <orvnetwork/platform/PropertyListStore.h>
 #include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/support/QXPathManager.h>
 
@@ -50,17 +50,11 @@ std::uint64_t countOf(const json::value* stored) {
   return static_cast<std::uint64_t>(std::max<std::int64_t>(looseInt64(stored), 0));
 }
 
-/// Whether nothing is lost when a new file is written here.
-bool isMissingOrEmpty(const std::string& path) {
-  std::error_code error;
-  const OptionalString bytes = paths().defaultMgr().read(path, error);
-  return bytes ? bytes->empty() : error == std::errc::no_such_file_or_directory;
-}
-
 /// The pieces listed so far; absent when there are some that cannot be read.
 std::optional<json::array> piecesIn(const std::string& path) {
-  auto pieces = readArrayFileSettingAside(path);
-  if (!pieces && isMissingOrEmpty(path)) pieces.emplace();
+  PropertyListStore list(path);
+  auto pieces = list.readArray();
+  if (!pieces && !list.isSomethingInTheWay()) pieces.emplace();
   return pieces;
 }
 
@@ -118,7 +112,7 @@ std::string OrvCourseModel::generateMp4FileName() const {
   const OptionalString folder = generateMp4Folder();
   const std::string path = folder ? appendPathComponent(*folder, "indexInfo.plist") : "";
   json::object counts;
-  if (folder) counts = readDictionaryFileSettingAside(path).value_or(json::object());
+  if (folder) counts = PropertyListStore(path).readDictionary().value_or(json::object());
   const std::uint64_t count = countOf(member(counts, day)) + 1;
   counts.insert_or_assign(day, count);
   if (!folder || !writeDurably(path, counts)) consoleLog("write to file ERROR");

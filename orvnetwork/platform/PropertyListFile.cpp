@@ -9,40 +9,12 @@ namespace orv {
 
 namespace {
 
-enum class Damaged { Stays, IsSetAside };
-
-void handleDamage(const std::string& path, const std::string& why, Damaged damaged) {
-  if (damaged == Damaged::Stays) {
-    consoleLog("%@ is damaged: %@", path, why);
-    return;
-  }
-  const std::string aside = path + ".damaged";
-  std::error_code error;
-  if (Platform::current().files().rename(path, aside, error)) {
-    consoleLog("%@ is damaged and now named %@: %@", path, aside, why);
-  } else {
-    consoleLog("%@ is damaged (%@) and cannot be renamed: %@", path, why, error.message());
-  }
-}
-
-json::value readRoot(const std::string& path, json::kind root, Damaged damaged) {
+json::value readRoot(const std::string& path, json::kind root) {
   using Outcome = PropertyListReading::Outcome;
   PropertyListReading reading = readPropertyListAt(path, root);
   if (reading.outcome == Outcome::Unreadable) consoleLog("%@ cannot be read: %@", path, reading.problem);
-  if (reading.outcome == Outcome::Damaged) handleDamage(path, reading.problem, damaged);
+  if (reading.outcome == Outcome::Damaged) consoleLog("%@ is damaged: %@", path, reading.problem);
   return std::move(reading.value);
-}
-
-std::optional<json::object> readDictionary(const std::string& path, Damaged damaged) {
-  json::value root = readRoot(path, json::kind::object, damaged);
-  if (json::object* const dictionary = root.if_object()) return std::move(*dictionary);
-  return std::nullopt;
-}
-
-std::optional<json::array> readArray(const std::string& path, Damaged damaged) {
-  json::value root = readRoot(path, json::kind::array, damaged);
-  if (json::array* const array = root.if_array()) return std::move(*array);
-  return std::nullopt;
 }
 
 /// Looking is cheaper than replacing by much: most records of a page that is loaded again are as they were.
@@ -71,16 +43,15 @@ bool writeFile(const std::string& path, const Value& value, Durability durabilit
 }  // namespace
 
 std::optional<json::object> readDictionaryFile(const std::string& path) {
-  return readDictionary(path, Damaged::Stays);
+  json::value root = readRoot(path, json::kind::object);
+  if (json::object* const dictionary = root.if_object()) return std::move(*dictionary);
+  return std::nullopt;
 }
+
 std::optional<json::array> readArrayFile(const std::string& path) {
-  return readArray(path, Damaged::Stays);
-}
-std::optional<json::object> readDictionaryFileSettingAside(const std::string& path) {
-  return readDictionary(path, Damaged::IsSetAside);
-}
-std::optional<json::array> readArrayFileSettingAside(const std::string& path) {
-  return readArray(path, Damaged::IsSetAside);
+  json::value root = readRoot(path, json::kind::array);
+  if (json::array* const array = root.if_array()) return std::move(*array);
+  return std::nullopt;
 }
 
 bool writePropertyListFile(const std::string& path, const json::value& value, Durability durability,

@@ -19,12 +19,6 @@ ORV_EXPORT std::optional<json::object> readDictionaryFile(const std::string& pat
 /// The same for a file that holds an array.
 ORV_EXPORT std::optional<json::array> readArrayFile(const std::string& path);
 
-/// The same for a file that is going to be written: one that is damaged, or holds something else, is first
-/// renamed to its name with ".damaged" at the end, in the place of an older one of that name, so that what
-/// may still be saved of it is not lost. A file that merely cannot be read stays where it is. Any thread.
-ORV_EXPORT std::optional<json::object> readDictionaryFileSettingAside(const std::string& path);
-ORV_EXPORT std::optional<json::array> readArrayFileSettingAside(const std::string& path);
-
 /// Writes a property list to a file, which is the old one or the new one at every moment; where half-written
 /// files would be allowed, nothing else is to be seen either. False when the value cannot be stored (see
 /// `writePropertyList`) or the disk refuses; then the old file is untouched, and the console is told the

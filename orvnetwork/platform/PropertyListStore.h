@@ -31,6 +31,7 @@ class ORV_EXPORT PropertyListStore {
   };
 
   /// A store for the file at an absolute path. Does not touch the disk.
+  explicit PropertyListStore(std::string path) : PropertyListStore(std::move(path), Options()) {}
   PropertyListStore(std::string path, Options options)
       : path_(std::move(path)), options_(std::move(options)) {}
 

@@ -2,47 +2,25 @@
 
 #include <orvnetwork/course/detail/FolderName.h>
 #include <orvnetwork/data/PathText.h>
-#include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/support/QXPathManager.h>
 
 namespace orv {
 
 namespace {
 
-/// Courses are the user's own business, as their folders are.
-constexpr unsigned kRecordMode = 0600;
-
 std::string fileNameOf(std::string_view key) {
   return folderName(key) + ".plist";
-}
-
-/// Whether something would be lost if a new file were written here.
-bool holdsSomething(const std::string& path) {
-  std::error_code error;
-  const OptionalString bytes = Platform::current().files().read(path, error);
-  return bytes ? !bytes->empty() : error != std::errc::no_such_file_or_directory;
-}
-
-bool setAside(const std::string& path) {
-  const std::string aside = path + ".damaged";
-  std::error_code error;
-  const bool done =
-      Platform::current().files().rename(path, aside, error) || error == std::errc::no_such_file_or_directory;
-  consoleLog("%@ could not be read and %@ %@", path, done ? "is now named" : "cannot be renamed", aside);
-  return done;
 }
 
 }  // namespace
 
 void RecordFiles::follow(const RecordFiles& other) {
   OptionalString folder = other.folder();
-  OptionalString file = other.listFile();
+  std::shared_ptr<PropertyListStore> list = other.list();
   const std::lock_guard lock(mutex_);
   folder_.swap(folder);
-  listFile_.swap(file);
-  unreadList_ = other.unreadList_.load();
+  list_.swap(list);
 }
 
 OptionalString RecordFiles::folder() const {
@@ -55,15 +33,20 @@ void RecordFiles::setFolder(OptionalString folder) {
   folder_.swap(folder);
 }
 
-OptionalString RecordFiles::listFile() const {
+std::shared_ptr<PropertyListStore> RecordFiles::list() const {
   const std::lock_guard lock(mutex_);
-  return listFile_;
+  return list_;
+}
+
+OptionalString RecordFiles::listFile() const {
+  const auto file = list();
+  return file ? OptionalString(file->path()) : std::nullopt;
 }
 
 void RecordFiles::setListFile(OptionalString file) {
+  auto list = file ? std::make_shared<PropertyListStore>(std::move(*file), options()) : nullptr;
   const std::lock_guard lock(mutex_);
-  listFile_.swap(file);
-  unreadList_ = false;
+  list_.swap(list);
 }
 
 OptionalString RecordFiles::pathOf(std::string_view key) const {
@@ -71,7 +54,7 @@ OptionalString RecordFiles::pathOf(std::string_view key) const {
   if (!folder_) return std::nullopt;
   std::string path = appendPathComponent(*folder_, fileNameOf(key));
   // The list lies in the same folder. A key that has its name, which no course has, must not lead to it.
-  if (path == listFile_) return std::nullopt;
+  if (list_ && path == list_->path()) return std::nullopt;
   return path;
 }
 
@@ -79,16 +62,18 @@ std::shared_ptr<OrvCourseModel> RecordFiles::read(std::string_view key) const {
   const OptionalString path = pathOf(key);
   if (!path) return nullptr;
   // What only this device has is kept even when it cannot be read.
-  const std::optional<json::object> values =
-      durability_ == Durability::Durable ? readDictionaryFileSettingAside(*path) : readDictionaryFile(*path);
+  const std::optional<json::object> values = durability_ == Durability::Durable
+                                                 ? PropertyListStore(*path, options()).readDictionary()
+                                                 : readDictionaryFile(*path);
   return values && !values->empty() ? makeRecord<OrvCourseModel>(*values) : nullptr;
 }
 
 bool RecordFiles::write(std::string_view key, const OrvCourseModel& course) const {
   const OptionalString path = pathOf(key);
   if (!path) return false;
-  if (durability_ == Durability::Durable) readDictionaryFileSettingAside(*path);
-  return writePropertyListFile(*path, course.jsonObject(), durability_, kRecordMode);
+  PropertyListStore file(*path, options());
+  if (durability_ == Durability::Durable) file.readDictionary();
+  return file.write(course.jsonObject());
 }
 
 void RecordFiles::remove(std::string_view key) const {
@@ -108,18 +93,13 @@ bool RecordFiles::isIn(const Names& names, std::string_view key) {
 }
 
 std::optional<json::array> RecordFiles::readList() const {
-  const OptionalString file = listFile();
-  if (!file) return std::nullopt;
-  std::optional<json::array> list = readArrayFileSettingAside(*file);
-  unreadList_ = !list && durability_ == Durability::Durable && holdsSomething(*file);
-  return list;
+  const auto file = list();
+  return file ? file->readArray() : std::nullopt;
 }
 
-bool RecordFiles::writeList(const json::array& list) const {
-  const OptionalString file = listFile();
-  if (!file || (unreadList_ && !setAside(*file))) return false;
-  unreadList_ = false;
-  return writePropertyListFile(*file, list, durability_, kRecordMode);
+bool RecordFiles::writeList(const json::array& keys) const {
+  const auto file = list();
+  return file && file->write(keys);
 }
 
 }  // namespace orv

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <orvnetwork/course/OrvCourseModel.h>
-#include <orvnetwork/platform/FileSystem.h>
+#include <orvnetwork/platform/PropertyListStore.h>
 
-#include <atomic>
+#include <memory>
 #include <mutex>
 #include <unordered_set>
 
@@ -14,8 +14,8 @@ namespace orv {
 ///
 /// Writing is atomic, and durable where it is asked for. What fails is told on the console and changes nothing
 /// on the disk. Without a folder nothing is found and nothing written. Of what is written durably nothing is lost that
-/// was there before: damaged files, and a list that could not be read, are set aside before they are written over. Any
-/// thread; each operation is whole.
+/// was there before: files that are damaged or cannot be read are set aside before they are written over. Any thread;
+/// each operation is whole.
 class RecordFiles {
  public:
   explicit RecordFiles(Durability durability) : durability_(durability) {}
@@ -39,17 +39,18 @@ class RecordFiles {
 
   /// The list; absent when there is none. A damaged one is set aside.
   std::optional<json::array> readList() const;
-  bool writeList(const json::array& list) const;
+  bool writeList(const json::array& keys) const;
 
  private:
   OptionalString pathOf(std::string_view key) const;
+  PropertyListStore::Options options() const { return {.durability = durability_, .mode = kPrivateFileMode}; }
+  std::shared_ptr<PropertyListStore> list() const;
 
   const Durability durability_;
   mutable std::mutex mutex_;
   OptionalString folder_;
-  OptionalString listFile_;
-  /// The list's file holds something, but it could not be read.
-  mutable std::atomic<bool> unreadList_ = false;
+  /// Null without a file for the list.
+  std::shared_ptr<PropertyListStore> list_;
 };
 
 }  // namespace orv

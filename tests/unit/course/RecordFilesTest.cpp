@@ -115,6 +115,23 @@ TEST_F(RecordFilesTest, OnlyWhatIsDurableIsSetAsideWhenItIsDamaged) {
   EXPECT_NE(durable.read("7"), nullptr);
 }
 
+TEST_F(RecordFilesTest, RecordThatCannotBeReadIsSetAsideBeforeItIsWrittenOver) {
+  for (const bool isDurable : {false, true}) {
+    disk.put("/home/user/c/7.plist", "precious");
+    disk.failAt(FileOperation::Read, 1);
+    const RecordFiles& files = isDurable ? durable : plain;
+    EXPECT_TRUE(files.write("7", fill(course, 7)));
+    EXPECT_NE(files.read("7"), nullptr);
+    EXPECT_EQ(disk.contents("/home/user/c/7.plist.damaged").has_value(), isDurable);
+  }
+  EXPECT_EQ(disk.contents("/home/user/c/7.plist.damaged"), "precious");
+  disk.put("/home/user/c/7.plist", "precious too");
+  disk.failAt(FileOperation::Read, 1);
+  disk.failAt(FileOperation::Rename, 1);
+  EXPECT_FALSE(durable.write("7", course));
+  EXPECT_EQ(disk.contents("/home/user/c/7.plist"), "precious too");
+}
+
 TEST_F(RecordFilesTest, FailedWriteLeavesTheOldFile) {
   durable.write("7", fill(course, 7));
   const auto before = disk.snapshot();

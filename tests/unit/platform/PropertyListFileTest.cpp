@@ -1,6 +1,6 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/platform/PropertyListFile.h>
+#include <orvnetwork/platform/PropertyListStore.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <gtest/gtest.h>
@@ -40,11 +40,11 @@ class PropertyListFile : public ::testing::Test {
 TEST_F(PropertyListFile, GivesBackWhatWasWritten) {
   EXPECT_TRUE(writePropertyListFile(kFile, kNew, Durability::Plain));
   EXPECT_EQ(readDictionaryFile(kFile), kNew);
-  EXPECT_EQ(readDictionaryFileSettingAside(kFile), kNew);
+  EXPECT_EQ(PropertyListStore(kFile).readDictionary(), kNew);
   const json::array array{"a", 5};
   EXPECT_TRUE(writePropertyListFile(kFile, array, Durability::Plain));
   EXPECT_EQ(readArrayFile(kFile), array);
-  EXPECT_EQ(readArrayFileSettingAside(kFile), array);
+  EXPECT_EQ(PropertyListStore(kFile).readArray(), array);
   EXPECT_TRUE(writePropertyListFile(kFile, json::value(kOld), Durability::Plain));
   EXPECT_EQ(readDictionaryFile(kFile), kOld);
   EXPECT_EQ(lines, std::vector<std::string>());
@@ -63,9 +63,9 @@ TEST_F(PropertyListFile, TakesAnEmptyDictionaryForADictionary) {
 
 TEST_F(PropertyListFile, IsAbsentWithoutAWordWhenThereIsNoFileOrAnEmptyOne) {
   EXPECT_FALSE(readDictionaryFile(kFile));
-  EXPECT_FALSE(readArrayFileSettingAside("/home/user/none/list.plist"));
+  EXPECT_FALSE(PropertyListStore("/home/user/none/list.plist").readArray());
   files.put(kFile, "");
-  EXPECT_FALSE(readDictionaryFileSettingAside(kFile));
+  EXPECT_FALSE(PropertyListStore(kFile).readDictionary());
   EXPECT_FALSE(readArrayFile(kFile));
   EXPECT_FALSE(readArrayFile(kFile + "/below a file"));
   EXPECT_EQ(lines, std::vector<std::string>());
@@ -83,19 +83,19 @@ TEST_F(PropertyListFile, ChangesNothingOnTheDiskByReadingAlone) {
 
 TEST_F(PropertyListFile, SetsADamagedFileAside) {
   putDamaged();
-  EXPECT_FALSE(readDictionaryFileSettingAside(kFile));
+  EXPECT_FALSE(PropertyListStore(kFile).readDictionary());
   EXPECT_EQ(files.snapshot(), (std::map<std::string, std::string>{{kAside, "<plist><dict>"}}));
   EXPECT_EQ(lines, std::vector<std::string>{kFile + " is damaged and now named " + kAside +
                                             ": <dict> is not closed"});
   EXPECT_TRUE(writePropertyListFile(kFile, kNew, Durability::Plain));
-  EXPECT_EQ(readDictionaryFileSettingAside(kFile), kNew);
+  EXPECT_EQ(PropertyListStore(kFile).readDictionary(), kNew);
   EXPECT_EQ(files.contents(kAside), "<plist><dict>");
 }
 
 TEST_F(PropertyListFile, KeepsOnlyTheLastDamagedFileOfAName) {
   for (const char* bytes : {"first", "second", "third"}) {
     putDamaged(bytes);
-    EXPECT_FALSE(readArrayFileSettingAside(kFile));
+    EXPECT_FALSE(PropertyListStore(kFile).readArray());
   }
   EXPECT_EQ(files.snapshot(), (std::map<std::string, std::string>{{kAside, "third"}}));
 }
@@ -104,12 +104,12 @@ TEST_F(PropertyListFile, SetsAFileWithAnotherRootAside) {
   ASSERT_TRUE(writePropertyListFile(kFile, kOld, Durability::Plain));
   EXPECT_FALSE(readArrayFile(kFile));
   EXPECT_TRUE(files.exists(kFile));
-  EXPECT_FALSE(readArrayFileSettingAside(kFile));
+  EXPECT_FALSE(PropertyListStore(kFile).readArray());
   EXPECT_FALSE(files.exists(kFile));
   EXPECT_EQ(readDictionaryFile(kAside), kOld);
   EXPECT_EQ(lines.back(), kFile + " is damaged and now named " + kAside + ": it holds no array");
   ASSERT_TRUE(writePropertyListFile(kFile, json::array(), Durability::Plain));
-  EXPECT_FALSE(readDictionaryFileSettingAside(kFile));
+  EXPECT_FALSE(PropertyListStore(kFile).readDictionary());
   EXPECT_EQ(lines.back(), kFile + " is damaged and now named " + kAside + ": it holds no dictionary");
 }
 
@@ -118,20 +118,20 @@ TEST_F(PropertyListFile, LeavesAFileThatMerelyCannotBeReadWhereItIs) {
   for (const auto error :
        {std::errc::io_error, std::errc::permission_denied, std::errc::too_many_files_open}) {
     files.failAt(FileOperation::Read, 1, error);
-    EXPECT_FALSE(readDictionaryFileSettingAside(kFile));
+    EXPECT_FALSE(PropertyListStore(kFile).readDictionary());
     EXPECT_EQ(lines.back(), kFile + " cannot be read: " + std::make_error_code(error).message());
   }
   EXPECT_TRUE(files.exists(kFile));
   EXPECT_FALSE(files.exists(kAside));
   EXPECT_EQ(lines.size(), 3u);
-  EXPECT_FALSE(readDictionaryFileSettingAside("/home/user")) << "a folder";
+  EXPECT_FALSE(PropertyListStore("/home/user").readDictionary()) << "a folder";
   EXPECT_TRUE(files.isDirectory("/home/user"));
 }
 
 TEST_F(PropertyListFile, TellsWhenADamagedFileCannotBeSetAside) {
   putDamaged();
   files.failAt(FileOperation::Rename, 1, std::errc::permission_denied);
-  EXPECT_FALSE(readDictionaryFileSettingAside(kFile));
+  EXPECT_FALSE(PropertyListStore(kFile).readDictionary());
   EXPECT_TRUE(files.exists(kFile));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0], kFile + " is damaged (<dict> is not closed) and cannot be renamed: Permission denied");
@@ -173,7 +173,7 @@ TEST_F(PropertyListFile, KeepsADamagedFileWhicheverCallFails) {
   for (std::uint64_t n = 1; n <= 4; ++n) {
     putDamaged();
     files.failAt(n);
-    EXPECT_FALSE(readDictionaryFileSettingAside(kFile));
+    EXPECT_FALSE(PropertyListStore(kFile).readDictionary());
     files.clearFailures();
     EXPECT_EQ(files.snapshot().size(), 1u);
     EXPECT_EQ(files.snapshot().begin()->second, "<plist><dict>");
@@ -229,14 +229,14 @@ TEST(PropertyListFileOnDisk, IsWrittenReadAndSetAside) {
   Console::setSink([](std::string_view) {});
   const std::string file = std::string(std::getenv("HOME")) + "/user.plist";
   ASSERT_TRUE(writePropertyListFile(file, kNew, Durability::Durable, 0600));
-  EXPECT_EQ(readDictionaryFileSettingAside(file), kNew);
+  EXPECT_EQ(PropertyListStore(file).readDictionary(), kNew);
   struct stat status {};
   ASSERT_EQ(::stat(file.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0600u);
   std::ofstream(file) << "garbage";
   EXPECT_FALSE(readDictionaryFile(file));
   EXPECT_EQ(::access(file.c_str(), F_OK), 0);
-  EXPECT_FALSE(readDictionaryFileSettingAside(file));
+  EXPECT_FALSE(PropertyListStore(file).readDictionary());
   EXPECT_NE(::access(file.c_str(), F_OK), 0);
   EXPECT_EQ(::access((file + ".damaged").c_str(), F_OK), 0);
 }
