@@ -96,7 +96,7 @@ std::string getPageOnly(std::int64_t page) {
       "5001", 2, page, 30, false,
       [&](const auto&, bool, const json::object& reply) {
         done = true;
-        if (text.empty()) text = writeJsonCompact(reply).text.value_or("");
+        if (text.empty()) text = writeJsonCompact(reply).valueOr("");
       },
       [&](const auto&) { done = true; });
   pumpUntil(done);
@@ -106,9 +106,9 @@ std::string getPageOnly(std::int64_t page) {
 double byHand(const std::string& frame, const std::string& folder) {
   const auto begin = Ticks::now();
   const auto parsed = parseJson(frame);
-  for (const json::value& item : parsed.value->at("v").at("data").as_array()) {
+  for (const json::value& item : parsed->at("v").at("data").as_array()) {
     const auto course = makeRecord<OrvCourseModel>(&item);
-    const auto text = writePropertyList(course->jsonObject()).text;
+    const auto text = writePropertyList(course->jsonObject());
     std::error_code error;
     Platform::current().files().writeAtomically(
         folder + "/" + std::to_string(course->roomID.get()) + ".plist", *text, Durability::Plain, 0600,
@@ -119,7 +119,8 @@ double byHand(const std::string& frame, const std::string& folder) {
 
 /// Removes the record files of a page, so that each has to be written.
 void removeFiles(const std::string& frame, const std::string& folder) {
-  for (const json::value& item : parseJson(frame).value->at("v").at("data").as_array()) {
+  const auto parsed = parseJson(frame);
+  for (const json::value& item : parsed->at("v").at("data").as_array()) {
     std::filesystem::remove(folder + "/" + std::to_string(item.at("roomID").to_number<std::int64_t>()) +
                             ".plist");
   }
@@ -155,7 +156,7 @@ void measure(const char* what, Files files, std::uint64_t courses, const std::st
   const double parse = [&] {
     const auto begin = Ticks::now();
     const auto parsed = parseJson(frame);
-    return parsed.value ? microsecondsSince(begin) : 0;
+    return parsed ? microsecondsSince(begin) : 0;
   }();
   // The exchange is the server's time and the way there and back; it holds the parsing once.
   const double own = median(whole) - median(exchange) + parse;

@@ -191,7 +191,7 @@ void print(const char* what, double cost, double byHand) {
 int main(int argc, char** argv) {
   const int rounds = argc > 1 ? std::max(std::atoi(argv[1]), 1) : 2'000;
   const std::string text = bench::coursePage(30);
-  const json::value parsed = std::move(*parseJson(text).value);
+  const json::value parsed = std::move(parseJson(text).value());
   const json::array& page = parsed.get_array();
   std::printf("%zu courses of %zu fields, %zu bytes of JSON, %d rounds\n", page.size(),
               page.front().get_object().size(), text.size(), rounds);
@@ -219,10 +219,10 @@ int main(int argc, char** argv) {
   };
   const auto writeListsOnce = [&] {
     std::size_t used = 0;
-    for (const auto& record : records) used += writePropertyList(record->jsonObject()).text->size();
+    for (const auto& record : records) used += writePropertyList(record->jsonObject())->size();
     return used;
   };
-  const auto parseOnce = [&] { return parseJson(text).value->get_array().size(); };
+  const auto parseOnce = [&] { return parseJson(text)->get_array().size(); };
 
   byHandOnce();
   mapOnce();

@@ -2,6 +2,7 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Timer.h>
 
+#include "cli/CliError.h"
 #include "cli/Commands.h"
 #include "cli/Host.h"
 #include "cli/LineReader.h"
@@ -24,26 +25,28 @@ constexpr std::size_t kMaxOutstanding = 256;
 struct BatchLine {
   const Operation* operation = nullptr;
   std::vector<Object> arguments;
-  std::string problem;
 };
 
-BatchLine readBatchLine(const std::string& text) {
-  const JsonParseResult parsed = parseJson(text);
-  if (!parsed.value) return {nullptr, {}, "not JSON: " + parsed.error.text()};
-  const json::object* object = parsed.value->if_object();
+Result<BatchLine> readBatchLine(const std::string& text) {
+  const Result<json::value> parsed = parseJson(text);
+  if (!parsed) return cliError("not JSON: " + parsed.error().text());
+  const json::object* object = parsed->if_object();
   const json::value* name = object != nullptr ? object->if_contains("operation") : nullptr;
   const json::value* arguments = object != nullptr ? object->if_contains("args") : nullptr;
   const std::size_t known = (name != nullptr ? 1U : 0U) + (arguments != nullptr ? 1U : 0U);
   if (name == nullptr || !name->is_string() || (arguments != nullptr && !arguments->is_array()) ||
       object->size() != known) {
-    return {nullptr, {}, R"({"operation":"…","args":[…]} is expected)"};
+    return cliError(R"({"operation":"…","args":[…]} is expected)");
   }
-  const FoundOperation found = findOperation(std::string_view(name->get_string()));
-  BatchLine line{found.operation, {}, found.problem};
+  const Result<const Operation*> found = findOperation(std::string_view(name->get_string()));
+  if (!found) return found.error();
+  BatchLine line{*found, {}};
   if (arguments != nullptr) {
     for (const json::value& argument : arguments->get_array())
       line.arguments.emplace_back(json::value(argument));
   }
+  if (const std::string problem = line.operation->problemWith(line.arguments); !problem.empty())
+    return cliError(problem);
   return line;
 }
 
@@ -98,14 +101,13 @@ class Batch {
     if (!line.tooLong && isBlank(line.text)) return reader_->giveBack();
     const auto slot = std::make_shared<Slot>();
     slots_.push_back(slot);
-    BatchLine read = line.tooLong ? BatchLine{nullptr, {}, "too long"} : readBatchLine(line.text);
-    if (read.operation != nullptr) read.problem = read.operation->problemWith(read.arguments);
-    if (!read.problem.empty()) {
-      slot->answer = wrongUse("line " + std::to_string(line.number) + ": " + read.problem);
+    Result<BatchLine> read = line.tooLong ? cliError("too long") : readBatchLine(line.text);
+    if (!read) {
+      slot->answer = wrongUse("line " + std::to_string(line.number) + ": " + read.error().description);
       return printAnswered();
     }
-    slot->operation = read.operation;
-    slot->arguments = std::move(read.arguments);
+    slot->operation = read->operation;
+    slot->arguments = std::move(read->arguments);
     unsent_.push_back(slot);
     if (!pacer_) sendNext();
   }

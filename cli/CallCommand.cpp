@@ -9,14 +9,14 @@ namespace orv::cli {
 ExitCode run(const CallCommand& command, Context& context) {
   std::vector<Object> arguments{Object(command.command)};
   if (command.values) {
-    const JsonParseResult values = parseJson(*command.values);
-    if (!values.value) return refuse("VALUES is not JSON: " + values.error.text(), context.output);
-    if (!values.value->is_object()) return refuse("VALUES must be a JSON dictionary", context.output);
-    arguments.emplace_back(*values.value);
+    const Result<json::value> values = parseJson(*command.values);
+    if (!values) return refuse("VALUES is not JSON: " + values.error().text(), context.output);
+    if (!values->is_object()) return refuse("VALUES must be a JSON dictionary", context.output);
+    arguments.emplace_back(*values);
   }
-  const FoundOperation found = findOperation("requestWithCommand:values:completeBlock:timeoutBlock:");
-  if (found.operation == nullptr) return refuse(found.problem, context.output);
-  return sendOne(*found.operation, arguments, context);
+  const auto found = findOperation("requestWithCommand:values:completeBlock:timeoutBlock:");
+  if (!found) return refuse(found.error().description, context.output);
+  return sendOne(**found, arguments, context);
 }
 
 }  // namespace orv::cli

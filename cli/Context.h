@@ -33,8 +33,8 @@ class Context {
   void keepHost() { keepsHost_ = true; }
 
   /// Asks for a secret. From standard input, unless something else was set.
-  SecretInput askSecret(const std::string& prompt) { return secretSource_(host(), prompt); }
-  using SecretSource = std::function<SecretInput(Host& host, const std::string& prompt)>;
+  Result<std::string> askSecret(const std::string& prompt) { return secretSource_(host(), prompt); }
+  using SecretSource = std::function<Result<std::string>(Host& host, const std::string& prompt)>;
   void setSecretSource(SecretSource source) { secretSource_ = std::move(source); }
 
  private:

@@ -5,19 +5,19 @@
 namespace orv::cli {
 
 ExitCode run(const InvokeCommand& command, Context& context) {
-  const FoundOperation found = findOperation(command.operation);
-  if (found.operation == nullptr) return refuse(found.problem, context.output);
+  const Result<const Operation*> found = findOperation(command.operation);
+  if (!found) return refuse(found.error().description, context.output);
   std::vector<Object> arguments;
   for (const std::string& text : command.arguments) {
-    ArgumentText read = readArgument(text);
-    if (!read.problem.empty()) {
-      return refuse("argument " + std::to_string(arguments.size() + 1) + " " + read.problem + ": " +
-                        found.operation->signature(),
+    Result<Object> read = readArgument(text);
+    if (!read) {
+      return refuse("argument " + std::to_string(arguments.size() + 1) + " " + read.error().description +
+                        ": " + (*found)->signature(),
                     context.output);
     }
-    arguments.push_back(std::move(read.value));
+    arguments.push_back(*std::move(read));
   }
-  return sendOne(*found.operation, arguments, context);
+  return sendOne(**found, arguments, context);
 }
 
 }  // namespace orv::cli

@@ -108,8 +108,8 @@ ExitCode run(const LocalCreateCommand& command, Context& context) {
 ExitCode run(const LocalAddCommand& command, Context& context) {
   Output& output = context.output;
   const auto parsed = parseJson(command.record);
-  if (!parsed.value || !parsed.value->is_object()) return refuse("one JSON dictionary is expected", output);
-  const auto course = makeRecord<OrvCourseModel>(parsed.value->get_object());
+  if (!parsed || !parsed->is_object()) return refuse("one JSON dictionary is expected", output);
+  const auto course = makeRecord<OrvCourseModel>(parsed->get_object());
   course->orv_local = true;
   if (course->roomID <= 0) return refuse("\"roomID\" must be a number above 0", output);
   QXCourseManager& manager = openCatalogue();

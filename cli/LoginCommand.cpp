@@ -26,15 +26,16 @@ std::shared_ptr<OrvUserInfoModel> userIn(const json::object& reply) {
 ExitCode run(const LoginCommand& command, Context& context) {
   Host& host = context.host();
   Output& output = context.output;
-  const SecretInput secret = context.askSecret(command.byCode ? "Verification code" : "Password");
-  const Operation& operation = *findOperation(command.byCode ? kByCode : kByPassword).operation;
+  const Result<std::string> secret = context.askSecret(command.byCode ? "Verification code" : "Password");
+  const Operation& operation = *findOperation(command.byCode ? kByCode : kByPassword).value();
   const auto unanswered = [&](const std::string& message) {
     output.line(noReply(operation.name, operation.command, message).line);
     return ExitCode::NoReply;
   };
   if (host.interrupted()) return unanswered("interrupted");
-  if (!secret.text) {
-    return refuse((command.byCode ? "no verification code: " : "no password: ") + secret.problem, output);
+  if (!secret) {
+    return refuse((command.byCode ? "no verification code: " : "no password: ") + secret.error().description,
+                  output);
   }
   if (!host.openLink()) return unanswered(host.noLinkMessage());
 
@@ -46,7 +47,7 @@ ExitCode run(const LoginCommand& command, Context& context) {
   };
   const auto state = std::make_shared<State>();
   request(
-      operation, {Object(command.mobile), Object(*secret.text)},
+      operation, {Object(command.mobile), Object(*secret)},
       [state](Answer ended) {
         state->answer = std::move(ended);
         Host::notice();

@@ -64,7 +64,7 @@ ExitCode run(const LogoutCommand&, Context& context) {
     output.line(json::object{{"outcome", "error"}, {"message", kNobodyMessage}});
     return ExitCode::Refused;
   }
-  const Operation& operation = *findOperation(kLogout).operation;
+  const Operation& operation = *findOperation(kLogout).value();
   const Ending ending = host ? tellServer(*host, operation)
                              : Ending{answerWithout(operation, "complete",
                                                     "logged out here; with --server the server is told too")};

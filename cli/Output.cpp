@@ -38,11 +38,11 @@ bool Output::line(std::string_view text) {
 }
 
 bool Output::line(const json::object& object) {
-  const JsonWriteResult written = writeJsonCompact(object);
-  if (written.text) return line(*written.text);
-  const JsonWriteResult problem = writeJsonCompact(json::object{
-      {"outcome", "error"}, {"message", "the answer cannot be written as JSON: " + written.error.text()}});
-  return line(problem.text.value_or("{\"outcome\":\"error\"}"));
+  const Result<std::string> written = writeJsonCompact(object);
+  if (written) return line(*written);
+  const Result<std::string> problem = writeJsonCompact(json::object{
+      {"outcome", "error"}, {"message", "the answer cannot be written as JSON: " + written.error().text()}});
+  return line(problem.valueOr("{\"outcome\":\"error\"}"));
 }
 
 bool Output::abandoned() {

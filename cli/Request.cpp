@@ -4,6 +4,7 @@
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include "cli/CliError.h"
 #include "cli/NearNames.h"
 
 #include <memory>
@@ -52,8 +53,7 @@ struct Waiting {
 }  // namespace
 
 std::string writeLine(const json::object& object) {
-  if (auto text = writeJsonCompact(object).text) return *std::move(text);
-  return {};
+  return writeJsonCompact(object).valueOr("");
 }
 
 Answer wrongUse(std::string_view message) {
@@ -102,27 +102,27 @@ void request(const Operation& operation, const std::vector<Object>& arguments,
   });
 }
 
-ArgumentText readArgument(std::string_view text) {
+Result<Object> readArgument(std::string_view text) {
   // Arguments may be of any kind, a text to be read is an array or a dictionary.
-  JsonParseResult parsed = parseJson("[" + std::string(text) + "]");
+  const Result<json::value> parsed = parseJson("[" + std::string(text) + "]");
   const auto last = text.find_last_not_of(" \t\r\n");
-  const bool one = parsed.value && parsed.value->is_array() && parsed.value->get_array().size() == 1;
+  const bool one = parsed && parsed->is_array() && parsed->get_array().size() == 1;
   if (!one || last == std::string_view::npos || text[last] == ',') {
-    return {{}, "is not one JSON text (a text needs its quotes: '\"text\"')"};
+    return cliError("is not one JSON text (a text needs its quotes: '\"text\"')");
   }
-  return {Object(json::value(parsed.value->get_array()[0])), {}};
+  return Object(json::value(parsed->get_array()[0]));
 }
 
-FoundOperation findOperation(std::string_view name) {
+Result<const Operation*> findOperation(std::string_view name) {
   const OperationRegistry& registry = OperationRegistry::standard();
-  if (const Operation* operation = registry.find(name)) return {operation, {}};
+  if (const Operation* operation = registry.find(name)) return operation;
   std::string problem = "no operation of this name";
   const auto near = nearNames(name, registry);
   for (const std::string& candidate : near) {
     problem += (candidate == near.front() ? "; near ones: " : ", ") + candidate;
   }
   if (near.empty()) problem += "; see `orv operations`";
-  return {nullptr, problem};
+  return cliError(std::move(problem));
 }
 
 }  // namespace orv::cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/api/OperationRegistry.h>
+#include <orvnetwork/data/Result.h>
 
 #include "cli/ExitCode.h"
 
@@ -40,19 +41,10 @@ void request(const Operation& operation, const std::vector<Object>& arguments,
              std::function<void(Answer)> done,
              std::function<void(bool success, const json::object& reply)> seen = {});
 
-/// One JSON text of any kind, from a command line.
-struct ArgumentText {
-  Object value;
-  /// What is wrong with the text; empty when all is well. It does not repeat the text.
-  std::string problem;
-};
-ArgumentText readArgument(std::string_view text);
+/// One JSON text of any kind, from a command line. What an error says does not repeat the text.
+Result<Object> readArgument(std::string_view text);
 
-/// The operation of a full keyword form, or a problem that says which ones are near.
-struct FoundOperation {
-  const Operation* operation = nullptr;
-  std::string problem;
-};
-FoundOperation findOperation(std::string_view name);
+/// The operation of a full keyword form, never null, or an error that says which ones are near.
+Result<const Operation*> findOperation(std::string_view name);
 
 }  // namespace orv::cli

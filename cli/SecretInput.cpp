@@ -2,7 +2,7 @@
 
 #include <orvnetwork/platform/MainQueue.h>
 
-#include "cli/LineReader.h"
+#include "cli/CliError.h"
 #include "cli/Output.h"
 #include "cli/Signals.h"
 
@@ -55,7 +55,7 @@ struct Received {
   bool atEnd = false;
 };
 
-SecretInput readLine(Host& host) {
+Result<std::string> readLine(Host& host) {
   const auto received = std::make_shared<Received>();
   const auto onMain = [](std::function<void()> change) {
     MainQueue::instance().post([change = std::move(change)] {
@@ -68,23 +68,26 @@ SecretInput readLine(Host& host) {
       [=](LineReader::Line line) { onMain([received, line = std::move(line)] { received->line = line; }); },
       [=] { onMain([received] { received->atEnd = true; }); });
   host.runUntil([&] { return received->line || received->atEnd; });
-  if (host.interrupted()) return {std::nullopt, "interrupted"};
-  if (!received->line) return {std::nullopt, "standard input has ended before a line came"};
-  if (received->line->tooLong) return {std::nullopt, "the line is too long"};
-  std::string text = std::move(received->line->text);
-  if (text.ends_with('\r')) text.pop_back();
-  if (text.empty()) return {std::nullopt, "an empty line came"};
-  return {std::move(text), {}};
+  if (host.interrupted()) return cliError("interrupted");
+  return secretIn(std::move(received->line));
 }
 
 }  // namespace
 
-SecretInput readSecret(Host& host, const std::string& prompt) {
+Result<std::string> secretIn(std::optional<LineReader::Line> line) {
+  if (!line) return cliError("standard input has ended before a line came");
+  if (line->tooLong) return cliError("the line is too long");
+  if (line->text.ends_with('\r')) line->text.pop_back();
+  if (line->text.empty()) return cliError("an empty line came");
+  return std::move(line->text);
+}
+
+Result<std::string> readSecret(Host& host, const std::string& prompt) {
   if (::isatty(STDIN_FILENO) != 1) return readLine(host);
   const QuietTerminal terminal;
-  if (!terminal.isQuiet()) return {std::nullopt, "the terminal would show what is typed"};
+  if (!terminal.isQuiet()) return cliError("the terminal would show what is typed");
   writeAll(STDERR_FILENO, prompt + ": ");
-  SecretInput input = readLine(host);
+  Result<std::string> input = readLine(host);
   writeAll(STDERR_FILENO, "\n");
   return input;
 }

@@ -59,7 +59,7 @@ ExitCode run(const WhoamiCommand&, Context& context) {
     return show("unknown", "as stored: " + host->noLinkMessage(), code);
   }
   const UserRequest asked =
-      requestAsUser(*host, *findOperation(kClassroom).operation, {Object(user->classroom.get())});
+      requestAsUser(*host, *findOperation(kClassroom).value(), {Object(user->classroom.get())});
   if (asked.outcome == UserRequest::Outcome::SessionRefused) {
     return show("refused", std::string(kSessionOverMessage), ExitCode::Refused);
   }

@@ -92,7 +92,7 @@ std::string coursePage(std::size_t courses) {
     for (const std::ptrdiff_t at : mixedOrder(course.size())) mixed.insert(*(course.begin() + at));
     page.emplace_back(std::move(mixed));
   }
-  return *orv::writeJsonCompact(json::value(std::move(page))).text;
+  return orv::writeJsonCompact(json::value(std::move(page))).value();
 }
 
 }  // namespace bench

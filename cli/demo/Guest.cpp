@@ -45,7 +45,7 @@ void Guest::webSocketDidOpen(WebSocket&) {
 
 void Guest::webSocket_didReceiveMessage(WebSocket&, WebSocketMessage message) {
   const auto parsed = parseJson(message.payload);
-  const json::object* const frame = parsed.value ? parsed.value->if_object() : nullptr;
+  const json::object* const frame = parsed ? parsed->if_object() : nullptr;
   if (frame == nullptr) return;
   const std::int64_t request = looseInt64(member(frame, "s"));
   if (request != lastRequest_) {

@@ -114,7 +114,7 @@ std::string padded(std::string text, std::size_t width) {
 }  // namespace
 
 std::string oneLine(const json::value& value) {
-  return writeJsonCompact(value).text.value_or("(not JSON)");
+  return writeJsonCompact(value).valueOr("(not JSON)");
 }
 
 std::string decimal(double number, int decimals) {

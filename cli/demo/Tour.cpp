@@ -148,8 +148,8 @@ std::string Tour::logText() {
 
 void Tour::received(const std::string& text) {
   SeenFrame frame{text, {}};
-  if (const auto parsed = parseJson(text); parsed.value && parsed.value->is_object()) {
-    frame.json = parsed.value->get_object();
+  if (const auto parsed = parseJson(text); parsed && parsed->is_object()) {
+    frame.json = parsed->get_object();
   }
   // The application names itself in every request.
   if (!frame.json.empty() && !frame.json.contains("g")) return;

@@ -14,7 +14,7 @@ constexpr std::size_t kIndent = 2;
 constexpr std::string_view kName = "36", kText = "32", kNumber = "33", kNotification = "35";
 
 std::string compact(const json::value& value) {
-  return writeJsonCompact(value).text.value_or("?");
+  return writeJsonCompact(value).valueOr("?");
 }
 
 /// Writes JSON on as few lines as its columns and its nesting allow.
@@ -96,13 +96,13 @@ class Presenter {
 
 std::string present(std::string_view line, std::size_t columns, bool coloured) {
   if (!line.starts_with('{')) return std::string(line);
-  const JsonParseResult parsed = parseJson(line);
-  if (!parsed.value || !parsed.value->is_object()) return std::string(line);
+  const Result<json::value> parsed = parseJson(line);
+  if (!parsed || !parsed->is_object()) return std::string(line);
   Presenter presenter(columns, coloured);
-  const json::object& object = parsed.value->get_object();
+  const json::object& object = parsed->get_object();
   const json::value* const notification = object.if_contains("notification");
   if (notification == nullptr || !notification->is_string()) {
-    presenter.write(*parsed.value, 0);
+    presenter.write(*parsed, 0);
     return presenter.take();
   }
   presenter.painted(kNotification, "• " + std::string(std::string_view(notification->get_string())));

@@ -161,9 +161,9 @@ ExitCode Shell::steer(const Words& words) {
     return wrong("the embedded server does not run: the shell uses " + context_.host().url());
   if (words.size() > 2) return wrong("server [CONTROL] is expected, CONTROL being one JSON dictionary");
   if (words.size() == 1) return done({{"server", server->state()}});
-  const JsonParseResult parsed = parseJson(words[1].text);
-  if (!parsed.value || !parsed.value->is_object()) return wrong("CONTROL must be a JSON dictionary");
-  json::object state = server->control(parsed.value->get_object());
+  const Result<json::value> parsed = parseJson(words[1].text);
+  if (!parsed || !parsed->is_object()) return wrong("CONTROL must be a JSON dictionary");
+  json::object state = server->control(parsed->get_object());
   // The counters are of no interest each time.
   for (const char* name : {"connections", "counters", "faults"}) state.erase(name);
   return done({{"server", std::move(state)}});

@@ -63,15 +63,6 @@ class InputLines {
   LineReader reader_;
 };
 
-SecretInput secretOf(InputLines& lines) {
-  auto line = lines.next();
-  if (!line) return {std::nullopt, "standard input has ended before a line came"};
-  if (line->tooLong) return {std::nullopt, "the line is too long"};
-  if (line->text.ends_with('\r')) line->text.pop_back();
-  if (line->text.empty()) return {std::nullopt, "an empty line came"};
-  return {std::move(line->text), {}};
-}
-
 /// Makes one line of JSON of what a command has written.
 std::string asOneLine(const std::string& written) {
   if (written.empty()) return writeLine({{"outcome", "complete"}, {"success", true}});
@@ -81,8 +72,8 @@ std::string asOneLine(const std::string& written) {
   for (std::size_t at = 0; at < written.size();) {
     const std::size_t end = std::min(written.find('\n', at), written.size());
     const std::string line = written.substr(at, end - at);
-    const JsonParseResult parsed = line.starts_with('{') ? parseJson(line) : JsonParseResult();
-    lines.emplace_back(parsed.value ? *parsed.value : json::value(line));
+    const json::value text(line);
+    lines.emplace_back(line.starts_with('{') ? parseJson(line).valueOr(text) : text);
     at = end + 1;
   }
   json::object answer{{"outcome", "complete"}, {"success", true}};
@@ -108,7 +99,7 @@ ExitCode runScript(Shell& shell, Context& context) {
     return out.failure();
   });
   InputLines lines(host);
-  context.setSecretSource([&lines](Host&, const std::string&) { return secretOf(lines); });
+  context.setSecretSource([&lines](Host&, const std::string&) { return secretIn(lines.next()); });
   host.connect();
   ExitCode code = ExitCode::Success;
   while (!shell.isOver() && !context.output.failed()) {

@@ -55,8 +55,8 @@ bool hasSecretName(std::string_view text) {
 
 std::string Word::plain() const {
   if (!text.starts_with('"')) return text;
-  const JsonParseResult parsed = parseJson("[" + text + "]");
-  const json::array* const one = parsed.value ? parsed.value->if_array() : nullptr;
+  const Result<json::value> parsed = parseJson("[" + text + "]");
+  const json::array* const one = parsed ? parsed->if_array() : nullptr;
   if (one == nullptr || one->size() != 1 || !one->front().is_string()) return text;
   return std::string(std::string_view(one->front().get_string()));
 }

@@ -38,10 +38,10 @@ std::string fileInFolder(const std::string& course, std::string_view name, std::
 /// Writes what exists nowhere but on this device. Says nothing of a failure: the caller has a line of its own.
 template <typename Value>
 bool writeDurably(const std::string& path, const Value& value) {
-  const PropertyListWriteResult list = writePropertyList(value);
+  const Result<std::string> list = writePropertyList(value);
   std::error_code ignored;
-  return list.text && paths().defaultMgr().writeAtomically(path, *list.text, Durability::Durable,
-                                                           kOrdinaryFileMode, ignored);
+  return list &&
+         paths().defaultMgr().writeAtomically(path, *list, Durability::Durable, kOrdinaryFileMode, ignored);
 }
 
 /// Files from elsewhere may hold anything; what is no count is 0.

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Result.h>
 #include <orvnetwork/data/Types.h>
 
 namespace orv {
@@ -13,32 +13,19 @@ inline constexpr std::int64_t kJsonErrorCode = 3840;
 /// How deep arrays and dictionaries may be nested in a text that is read.
 inline constexpr std::size_t kMaxJsonDepth = 512;
 
-/// What `parseJson` answers: a value, or why there is none.
-struct JsonParseResult {
-  std::optional<json::value> value;
-  /// Meaningful only without a value; the description names the byte where reading stopped.
-  Error error;
-};
-
-/// What the writers answer: a text, or why there is none.
-struct JsonWriteResult {
-  OptionalString text;
-  /// Meaningful only without a text.
-  Error error;
-};
-
 /// Reads a JSON text in UTF-8 (a byte order mark may lead it; UTF-16 and UTF-32 are not read).
 ///
 /// The top level must be an array or a dictionary, with nothing but blanks around it. One comma after the
 /// last member is accepted; of members with the same key the last one counts. Errors are: nesting deeper than
 /// `kMaxJsonDepth`, a number too large for a double, a raw control character or a lone surrogate in a string,
-/// bytes that are not UTF-8, comments. Integers come as signed, else unsigned 64-bit numbers if they fit,
-/// and as correctly rounded doubles if they do not or if they have a fraction or an exponent.
+/// bytes that are not UTF-8, comments. The description of an error names the byte where reading stopped.
+/// Integers come as signed, else unsigned 64-bit numbers if they fit, and as correctly rounded doubles if they
+/// do not or if they have a fraction or an exponent.
 ///
 /// The values of a long text share one chain of blocks, which is freed as a whole when all that was moved out of
 /// the result is gone, and which does not reuse what is replaced in it meanwhile; copies are independent of it.
 /// Any thread.
-ORV_EXPORT JsonParseResult parseJson(std::string_view text);
+ORV_EXPORT Result<json::value> parseJson(std::string_view text);
 
 /// Writes an array or a dictionary, its members in their order, indented by two blanks a level, with a blank
 /// on both sides of each colon and no line feed at the end. "/" is escaped, non-ASCII text is not. Real
@@ -46,13 +33,13 @@ ORV_EXPORT JsonParseResult parseJson(std::string_view text);
 ///
 /// Errors: any other top level, a NaN or an infinite number, text that is not UTF-8, nesting of
 /// `kMaxJsonDepth` levels or more. Any thread.
-ORV_EXPORT JsonWriteResult writeJsonPretty(const json::value& value);
-ORV_EXPORT JsonWriteResult writeJsonPretty(const json::object& object);
-ORV_EXPORT JsonWriteResult writeJsonPretty(const json::array& array);
+ORV_EXPORT Result<std::string> writeJsonPretty(const json::value& value);
+ORV_EXPORT Result<std::string> writeJsonPretty(const json::object& object);
+ORV_EXPORT Result<std::string> writeJsonPretty(const json::array& array);
 
 /// Writes any value on one line without blanks, "/" as it is; numbers, order and other errors as in
 /// `writeJsonPretty`. Any thread.
-ORV_EXPORT JsonWriteResult writeJsonCompact(const json::value& value);
-ORV_EXPORT JsonWriteResult writeJsonCompact(const json::object& object);
+ORV_EXPORT Result<std::string> writeJsonCompact(const json::value& value);
+ORV_EXPORT Result<std::string> writeJsonCompact(const json::object& object);
 
 }  // namespace orv

@@ -90,11 +90,9 @@ class ValueBuilder {
   json::value_stack stack_;
 };
 
-JsonParseResult failure(std::string_view what, std::size_t at) {
-  JsonParseResult result;
-  result.error = {std::string(kJsonErrorDomain), kJsonErrorCode,
-                  std::string(what) + " at byte " + std::to_string(at)};
-  return result;
+Error failure(std::string_view what, std::size_t at) {
+  return {std::string(kJsonErrorDomain), kJsonErrorCode,
+          std::string(what) + " at byte " + std::to_string(at)};
 }
 
 /// Where the values of a text go: one chain of blocks that is freed as a whole. A short text needs so few
@@ -107,7 +105,7 @@ json::storage_ptr storageFor(std::string_view text) {
   return json::make_shared_resource<json::monotonic_resource>(2 * text.size());
 }
 
-JsonParseResult parseContainer(std::string_view text, std::size_t begin) {
+Result<json::value> parseContainer(std::string_view text, std::size_t begin) {
   json::parse_options options;
   options.max_depth = kMaxJsonDepth;
   options.allow_trailing_commas = true;
@@ -122,14 +120,12 @@ JsonParseResult parseContainer(std::string_view text, std::size_t begin) {
   if (end < text.size()) {
     return failure("text after the value", end);
   }
-  JsonParseResult result;
-  result.value.emplace(parser.handler().release());
-  return result;
+  return parser.handler().release();
 }
 
 }  // namespace
 
-JsonParseResult parseJson(std::string_view text) try {
+Result<json::value> parseJson(std::string_view text) try {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   const std::size_t start = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
   const std::size_t begin = text.find_first_not_of(" \t\r\n", start);

@@ -36,6 +36,10 @@ constexpr std::array<char, 256> makeEscapes(bool escapeSlash) {
   return escapes;
 }
 
+Error failure(const char* problem) {
+  return {std::string(kJsonErrorDomain), kJsonErrorCode, problem};
+}
+
 template <Layout layout>
 class Writer {
  public:
@@ -81,11 +85,11 @@ class Writer {
     return writeContainer('{', '}', object, writeMember);
   }
 
-  JsonWriteResult result(bool success) && {
+  Result<std::string> result(bool success) && {
     if (success) {
-      return {std::move(out_), {}};
+      return std::move(out_);
     }
-    return {std::nullopt, {std::string(kJsonErrorDomain), kJsonErrorCode, problem_}};
+    return failure(problem_);
   }
 
  private:
@@ -183,12 +187,8 @@ class Writer {
   const char* problem_ = "";
 };
 
-JsonWriteResult failure(const char* problem) {
-  return {std::nullopt, {std::string(kJsonErrorDomain), kJsonErrorCode, problem}};
-}
-
 template <Layout layout, typename Value>
-JsonWriteResult writeAs(const Value& value) try {
+Result<std::string> writeAs(const Value& value) try {
   Writer<layout> writer(512);
   const bool success = writer.write(value);
   return std::move(writer).result(success);
@@ -198,23 +198,23 @@ JsonWriteResult writeAs(const Value& value) try {
 
 }  // namespace
 
-JsonWriteResult writeJsonPretty(const json::value& value) {
+Result<std::string> writeJsonPretty(const json::value& value) {
   if (!value.is_object() && !value.is_array()) {
     return failure("the top level is neither an array nor a dictionary");
   }
   return writeAs<Layout::Pretty>(value);
 }
-JsonWriteResult writeJsonPretty(const json::object& object) {
+Result<std::string> writeJsonPretty(const json::object& object) {
   return writeAs<Layout::Pretty>(object);
 }
-JsonWriteResult writeJsonPretty(const json::array& array) {
+Result<std::string> writeJsonPretty(const json::array& array) {
   return writeAs<Layout::Pretty>(array);
 }
 
-JsonWriteResult writeJsonCompact(const json::value& value) {
+Result<std::string> writeJsonCompact(const json::value& value) {
   return writeAs<Layout::Compact>(value);
 }
-JsonWriteResult writeJsonCompact(const json::object& object) {
+Result<std::string> writeJsonCompact(const json::object& object) {
   return writeAs<Layout::Compact>(object);
 }
 

@@ -125,11 +125,11 @@ json::value valueOf(plist_t node) {
   }
 }
 
-PropertyListResult damaged(std::string why) {
-  return {std::nullopt, {std::string(kPropertyListErrorDomain), kPropertyListErrorCode, std::move(why)}};
+Error damaged(std::string why) {
+  return {std::string(kPropertyListErrorDomain), kPropertyListErrorCode, std::move(why)};
 }
 
-PropertyListResult readText(std::string_view text) {
+Result<json::value> readText(std::string_view text) {
   std::string problem;
   const OptionalString plain = plainPropertyListText(text, problem);
   if (!plain) return damaged(std::move(problem));
@@ -140,20 +140,14 @@ PropertyListResult readText(std::string_view text) {
   plist_from_xml(plain->data(), static_cast<std::uint32_t>(plain->size()), &root);
   const Node owner(root);
   if (root == nullptr) return damaged("it is not an XML property list");
-  return {valueOf(root), {}};
-}
-
-PropertyListResult readBinary(std::string_view bytes) {
-  std::string problem;
-  PropertyListResult result{readBinaryPropertyList(bytes, problem), {}};
-  return result.value ? std::move(result) : damaged(std::move(problem));
+  return valueOf(root);
 }
 
 }  // namespace
 
-PropertyListResult readPropertyList(std::string_view bytes) try {
+Result<json::value> readPropertyList(std::string_view bytes) try {
   if (bytes.size() > kMaxPropertyListSize) return damaged("it is too large");
-  return bytes.starts_with("bplist") ? readBinary(bytes) : readText(bytes);
+  return bytes.starts_with("bplist") ? readBinaryPropertyList(bytes) : readText(bytes);
 } catch (const std::exception& error) {
   return damaged(error.what());
 }

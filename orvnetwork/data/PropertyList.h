@@ -1,8 +1,8 @@
 #pragma once
 
-#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/data/PropertyListLimits.h>
+#include <orvnetwork/data/Result.h>
 #include <orvnetwork/data/Types.h>
 
 namespace orv {
@@ -10,20 +10,6 @@ namespace orv {
 /// Domain and code of every error of the property-list reader and writer.
 inline constexpr std::string_view kPropertyListErrorDomain = "OrvPropertyList";
 inline constexpr std::int64_t kPropertyListErrorCode = 3840;
-
-/// What `readPropertyList` answers: a value, or why there is none.
-struct PropertyListResult {
-  std::optional<json::value> value;
-  /// Meaningful only without a value.
-  Error error;
-};
-
-/// What `writePropertyList` answers: a text, or why there is none.
-struct PropertyListWriteResult {
-  OptionalString text;
-  /// Meaningful only without a text.
-  Error error;
-};
 
 /// Reads a property list in its XML form (UTF-8) or in its binary form ("bplist00").
 ///
@@ -34,7 +20,7 @@ struct PropertyListWriteResult {
 /// that is none or that does not fit, or text that is not UTF-8 or has a zero byte; when it is nested deeper
 /// than `kMaxPropertyListDepth`; and when it is larger than `kMaxPropertyListSize`. The locale of the process
 /// has no say. Any thread.
-ORV_EXPORT PropertyListResult readPropertyList(std::string_view bytes);
+ORV_EXPORT Result<json::value> readPropertyList(std::string_view bytes);
 
 /// Writes an XML property list in UTF-8: the keys of each dictionary in the order of their UTF-16 code units,
 /// a tab a level below the root, and a line feed at the end. Reals have 17 significant digits, so that they
@@ -43,8 +29,8 @@ ORV_EXPORT PropertyListResult readPropertyList(std::string_view bytes);
 /// Errors, whose description names the place as in `data.list[3].name`: a null anywhere, text or a key that
 /// is not UTF-8 or holds a zero byte, nesting deeper than `kMaxPropertyListDepth`, a text larger than
 /// `kMaxPropertyListSize`. Any thread.
-ORV_EXPORT PropertyListWriteResult writePropertyList(const json::value& value);
-ORV_EXPORT PropertyListWriteResult writePropertyList(const json::object& dictionary);
-ORV_EXPORT PropertyListWriteResult writePropertyList(const json::array& array);
+ORV_EXPORT Result<std::string> writePropertyList(const json::value& value);
+ORV_EXPORT Result<std::string> writePropertyList(const json::object& dictionary);
+ORV_EXPORT Result<std::string> writePropertyList(const json::array& array);
 
 }  // namespace orv

@@ -54,7 +54,7 @@ class Writer {
   Writer() { out_.reserve(4096); }
 
   template <typename Value>
-  PropertyListWriteResult run(const Value& value) && {
+  Result<std::string> run(const Value& value) && {
     out_ += kHead;
     if (!write(value)) {
       return failure((place_.empty() ? "the root" : place_.substr(place_.front() == '.' ? 1 : 0)) + " " +
@@ -62,11 +62,11 @@ class Writer {
     }
     out_ += kTail;
     if (out_.size() > kMaxPropertyListSize) return failure("the root is too large for a property list");
-    return {std::move(out_), {}};
+    return std::move(out_);
   }
 
-  static PropertyListWriteResult failure(std::string why) {
-    return {std::nullopt, {std::string(kPropertyListErrorDomain), kPropertyListErrorCode, std::move(why)}};
+  static Error failure(std::string why) {
+    return {std::string(kPropertyListErrorDomain), kPropertyListErrorCode, std::move(why)};
   }
 
  private:
@@ -213,7 +213,7 @@ class Writer {
 };
 
 template <typename Value>
-PropertyListWriteResult writeRoot(const Value& value) try {
+Result<std::string> writeRoot(const Value& value) try {
   return Writer().run(value);
 } catch (const std::exception& exception) {
   return Writer::failure(exception.what());
@@ -221,13 +221,13 @@ PropertyListWriteResult writeRoot(const Value& value) try {
 
 }  // namespace
 
-PropertyListWriteResult writePropertyList(const json::value& value) {
+Result<std::string> writePropertyList(const json::value& value) {
   return writeRoot(value);
 }
-PropertyListWriteResult writePropertyList(const json::object& dictionary) {
+Result<std::string> writePropertyList(const json::object& dictionary) {
   return writeRoot(dictionary);
 }
-PropertyListWriteResult writePropertyList(const json::array& array) {
+Result<std::string> writePropertyList(const json::array& array) {
   return writeRoot(array);
 }
 

@@ -36,12 +36,12 @@ Versions readInfoFile() {
     consoleLog("%@ cannot be read: %@", path, error.message());
     return {};
   }
-  const PropertyListResult read = readPropertyList(*bytes);
-  if (!read.value || !read.value->is_object()) {
-    consoleLog("%@ is damaged: %@", path, read.value ? "it is not a dictionary" : read.error.description);
+  const Result<json::value> read = readPropertyList(*bytes);
+  if (!read || !read->is_object()) {
+    consoleLog("%@ is damaged: %@", path, read ? "it is not a dictionary" : read.error().description);
     return {};
   }
-  const json::object& info = read.value->get_object();
+  const json::object& info = read->get_object();
   return {textOf(member(info, "CFBundleShortVersionString")), textOf(member(info, "CFBundleVersion"))};
 }
 

@@ -25,15 +25,15 @@ bool holdsAlready(const std::string& path, std::string_view text) {
 
 template <typename Value>
 bool writeFile(const std::string& path, const Value& value, Durability durability, unsigned mode) {
-  const PropertyListWriteResult list = writePropertyList(value);
-  if (!list.text) {
-    consoleLog("%@ cannot be written: %@", path, list.error.description);
+  const Result<std::string> list = writePropertyList(value);
+  if (!list) {
+    consoleLog("%@ cannot be written: %@", path, list.error().description);
     return false;
   }
   // What is in the file need not have reached the disk.
-  if (durability == Durability::Plain && holdsAlready(path, *list.text)) return true;
+  if (durability == Durability::Plain && holdsAlready(path, *list)) return true;
   std::error_code error;
-  if (!Platform::current().files().writeAtomically(path, *list.text, durability, mode, error)) {
+  if (!Platform::current().files().writeAtomically(path, *list, durability, mode, error)) {
     consoleLog("%@ cannot be written: %@", path, error.message());
     return false;
   }

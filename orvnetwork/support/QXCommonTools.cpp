@@ -64,9 +64,10 @@ std::int64_t QXCommonTools::getHSTimeNow() {
 }
 
 OptionalString QXCommonTools::DataTOjsonString(const Object& value) {
-  JsonWriteResult written = writeJsonPretty(value ? *value : json::value());
-  if (!written.text) consoleLog("Got an error: %@", written.error);
-  return std::move(written.text);
+  Result<std::string> written = writeJsonPretty(value ? *value : json::value());
+  if (written) return *std::move(written);
+  consoleLog("Got an error: %@", written.error());
+  return std::nullopt;
 }
 
 std::string QXCommonTools::getMessageTime(std::int64_t seconds) {

@@ -27,8 +27,9 @@ void setValues(json::object& frame, std::optional<json::object> values) {
 
 OptionalString writeFrame(const json::object& frame) {
   auto written = writeJsonPretty(frame);
-  if (!written.text) consoleLog("conver to json error: dic->%@", written.error);
-  return std::move(written.text);
+  if (written) return *std::move(written);
+  consoleLog("conver to json error: dic->%@", written.error());
+  return std::nullopt;
 }
 
 std::shared_ptr<QXRequestItem> newItem(OptionalString command, CompleteBlock completeBlock,

@@ -66,11 +66,10 @@ json::object userNumber(std::int64_t number) {
 
 /// What is wrong with the file; empty when it is a whole user, of this number or a later one, or nobody.
 std::string problemWith(const std::string& bytes, std::int64_t first = 1) {
-  const PropertyListResult read = readPropertyList(bytes);
-  if (!read.value || !read.value->is_object())
-    return "not a whole file of " + std::to_string(bytes.size()) + " bytes";
-  if (read.value->get_object().empty()) return {};
-  const auto user = makeRecord<OrvUserInfoModel>(read.value->get_object());
+  const Result<json::value> read = readPropertyList(bytes);
+  if (!read || !read->is_object()) return "not a whole file of " + std::to_string(bytes.size()) + " bytes";
+  if (read->get_object().empty()) return {};
+  const auto user = makeRecord<OrvUserInfoModel>(read->get_object());
   if (user->role < first) return "an old user";
   const auto expected = makeRecord<OrvUserInfoModel>(userNumber(user->role));
   return user->jsonObject() == expected->jsonObject() ? "" : "a mix of two users";
@@ -145,7 +144,7 @@ void failEachCall(const std::function<std::string(testing::SimulatedPlatform&)>&
     const std::string told = test::runForked([&]() -> std::string {
       auto& platform = testing::SimulatedPlatform::install();
       Console::setSink([](std::string_view) {});
-      platform.files().put(kSimulatedPlist, *writePropertyList(userNumber(1)).text, 0600);
+      platform.files().put(kSimulatedPlist, writePropertyList(userNumber(1)).value(), 0600);
       platform.files().failAt(n);
       const std::string complaint = body(platform);
       return complaint.empty() && platform.files().failuresInjected() == 0 ? "nothing failed" : complaint;
@@ -180,7 +179,7 @@ TEST(UserFileFailAtNth, FileIsAlwaysWholeAndTheMemoryIsRight) {
     const auto last = makeRecord<OrvUserInfoModel>(userNumber(9));
     users.setUserInfo(last);
     const auto bytes = platform.files().contents(kSimulatedPlist).value_or("");
-    if (bytes != *writePropertyList(last->jsonObject()).text)
+    if (bytes != writePropertyList(last->jsonObject()).value())
       return "the disk works again and the user is not on it";
     if (platform.files().mode(kSimulatedPlist) != 0600u) return "others may read the file";
     return {};

@@ -68,15 +68,15 @@ void checkReadings(const json::value& value) {
   }
 }
 
-void checkRoundTrip(const json::value& value, const JsonWriteResult& written) {
-  if (!written.text) {
-    require(written.error.description == "arrays and dictionaries are nested too deep",
+void checkRoundTrip(const json::value& value, const Result<std::string>& written) {
+  if (!written) {
+    require(written.error().description == "arrays and dictionaries are nested too deep",
             "what was read can be written");
     return;
   }
-  const JsonParseResult again = parseJson(*written.text);
-  require(again.value.has_value(), "what was written can be read");
-  require(sameValue(value, *again.value), "what was written reads as the same value");
+  const Result<json::value> again = parseJson(*written);
+  require(static_cast<bool>(again), "what was written can be read");
+  require(sameValue(value, *again), "what was written reads as the same value");
 }
 
 }  // namespace
@@ -85,14 +85,14 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   doubleFromText(text);
   int64FromText(text);
-  const JsonParseResult result = parseJson(text);
-  if (!result.value) {
-    require(!result.error.description.empty(), "a failure says why");
+  const Result<json::value> result = parseJson(text);
+  if (!result) {
+    require(!result.error().description.empty(), "a failure says why");
     return 0;
   }
-  checkReadings(*result.value);
-  checkRoundTrip(*result.value, writeJsonPretty(*result.value));
-  checkRoundTrip(*result.value, writeJsonCompact(*result.value));
-  require(describe(*result.value).size() < kMaxDescriptionSize + 64, "descriptions have a bound");
+  checkReadings(*result);
+  checkRoundTrip(*result, writeJsonPretty(*result));
+  checkRoundTrip(*result, writeJsonCompact(*result));
+  require(describe(*result).size() < kMaxDescriptionSize + 64, "descriptions have a bound");
   return 0;
 }

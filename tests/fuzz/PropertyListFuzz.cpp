@@ -35,22 +35,22 @@ bool sameKinds(const json::value& left, const json::value& right) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-  const PropertyListResult result = readPropertyList({reinterpret_cast<const char*>(data), size});
-  if (!result.value) {
-    require(!result.error.description.empty(), "a failure says why");
+  const Result<json::value> result = readPropertyList({reinterpret_cast<const char*>(data), size});
+  if (!result) {
+    require(!result.error().description.empty(), "a failure says why");
     return 0;
   }
-  const PropertyListWriteResult written = writePropertyList(*result.value);
-  if (!written.text) {
+  const Result<std::string> written = writePropertyList(*result);
+  if (!written) {
     // A few shared objects may stand for more than a text may have.
-    require(written.error.description.ends_with("is too large for a property list"),
+    require(written.error().description.ends_with("is too large for a property list"),
             "what was read can be written");
     return 0;
   }
-  const PropertyListResult again = readPropertyList(*written.text);
-  require(again.value.has_value(), "what was written can be read");
-  require(sameJson(*result.value, *again.value), "what was written reads as the same value");
-  require(sameKinds(*result.value, *again.value), "what was written reads as the same kinds");
-  require(hashOfJson(*result.value) == hashOfJson(*again.value), "equal values have equal hashes");
+  const Result<json::value> again = readPropertyList(*written);
+  require(static_cast<bool>(again), "what was written can be read");
+  require(sameJson(*result, *again), "what was written reads as the same value");
+  require(sameKinds(*result, *again), "what was written reads as the same kinds");
+  require(hashOfJson(*result) == hashOfJson(*again), "equal values have equal hashes");
   return 0;
 }

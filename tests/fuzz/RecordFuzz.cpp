@@ -33,20 +33,19 @@ void checkForm(T& record) {
   record.merge(values);
   require(sameJson(values, record.jsonObject()), "merging a record's own JSON form changes nothing");
 
-  const JsonWriteResult written = writeJsonCompact(values);
-  if (written.text) {
-    const JsonParseResult read = parseJson(*written.text);
-    require(read.value.has_value(), "what was written can be read");
-    require(sameJson(values, makeRecord<T>(&*read.value)->jsonObject()), "the JSON form survives its text");
+  const Result<std::string> written = writeJsonCompact(values);
+  if (written) {
+    const Result<json::value> read = parseJson(*written);
+    require(static_cast<bool>(read), "what was written can be read");
+    require(sameJson(values, makeRecord<T>(&*read)->jsonObject()), "the JSON form survives its text");
   } else {
-    require(written.error.description == "arrays and dictionaries are nested too deep",
+    require(written.error().description == "arrays and dictionaries are nested too deep",
             "the JSON form can be written");
   }
-  if (const PropertyListWriteResult list = writePropertyList(values); list.text) {
-    const PropertyListResult read = readPropertyList(*list.text);
-    require(read.value.has_value(), "a property list that was written can be read");
-    require(sameJson(values, makeRecord<T>(&*read.value)->jsonObject()),
-            "the JSON form survives a property list");
+  if (const Result<std::string> list = writePropertyList(values); list) {
+    const Result<json::value> read = readPropertyList(*list);
+    require(static_cast<bool>(read), "a property list that was written can be read");
+    require(sameJson(values, makeRecord<T>(&*read)->jsonObject()), "the JSON form survives a property list");
   }
   record.description();
 }
@@ -97,15 +96,15 @@ void checkMerge(const json::object& first, const json::object& second) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-  const JsonParseResult result = parseJson({reinterpret_cast<const char*>(data), size});
-  if (!result.value) return 0;
-  require((makeRecord<OrvCourseModel>(&*result.value) != nullptr) == result.value->is_object(),
+  const Result<json::value> result = parseJson({reinterpret_cast<const char*>(data), size});
+  if (!result) return 0;
+  require((makeRecord<OrvCourseModel>(&*result) != nullptr) == result->is_object(),
           "records are made of dictionaries only");
   json::array page;
-  if (const json::array* const items = result.value->if_array()) {
+  if (const json::array* const items = result->if_array()) {
     page = *items;
   } else {
-    page.push_back(*result.value);
+    page.push_back(*result);
   }
   const json::object* before = nullptr;
   for (const json::value& item : page) {

@@ -125,8 +125,8 @@ std::optional<LocalCourseWalk::Stored> LocalCourseWalk::storedNow(const std::str
   const auto bytes = platform_.files().contents(folder_ + "/" + key + ".plist");
   if (!bytes) return std::nullopt;
   const auto read = readPropertyList(*bytes);
-  if (!read.value) return Stored{0, 0, true};
-  const json::object& values = read.value->get_object();
+  if (!read) return Stored{0, 0, true};
+  const json::object& values = read->get_object();
   return Stored{values.at("viewCnt").to_number<std::int64_t>(),
                 values.at("publishStatus").to_number<std::uint64_t>(), false};
 }
@@ -136,8 +136,8 @@ LocalCourseWalk::Keys LocalCourseWalk::listNow() const {
   const auto bytes = platform_.files().contents(folder_ + "/localCourse.plist");
   if (!bytes) return keys;
   const auto read = readPropertyList(*bytes);
-  if (!read.value) return {"damaged"};
-  for (const auto& key : read.value->get_array()) keys.emplace_back(key.as_string());
+  if (!read) return {"damaged"};
+  for (const auto& key : read->get_array()) keys.emplace_back(key.as_string());
   return keys;
 }
 

@@ -239,13 +239,8 @@ class Reader {
 
 }  // namespace
 
-std::optional<json::value> readBinaryPropertyList(std::string_view bytes, std::string& problem) {
-  try {
-    return Reader(bytes).root();
-  } catch (const std::exception& error) {
-    problem = error.what();
-    return std::nullopt;
-  }
+json::value readBinaryPropertyList(std::string_view bytes) {
+  return Reader(bytes).root();
 }
 
 }  // namespace orv

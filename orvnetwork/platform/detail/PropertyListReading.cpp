@@ -19,13 +19,13 @@ PropertyListReading readPropertyListAt(const std::string& path, json::kind root)
   const OptionalString bytes = Platform::current().files().read(path, error);
   if (!bytes && !isMissing(error)) return {Outcome::Unreadable, {}, error.message()};
   if (!bytes || bytes->empty()) return {};
-  PropertyListResult list = readPropertyList(*bytes);
-  if (!list.value) return {Outcome::Damaged, {}, list.error.description};
-  if (list.value->kind() != root) {
+  Result<json::value> list = readPropertyList(*bytes);
+  if (!list) return {Outcome::Damaged, {}, list.error().description};
+  if (list->kind() != root) {
     return {
         Outcome::Damaged, {}, root == json::kind::object ? "it holds no dictionary" : "it holds no array"};
   }
-  return {Outcome::Read, std::move(*list.value), {}};
+  return {Outcome::Read, *std::move(list), {}};
 } catch (const std::exception& exception) {
   return {PropertyListReading::Outcome::Unreadable, {}, exception.what()};
 }

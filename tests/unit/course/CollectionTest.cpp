@@ -36,11 +36,11 @@ class CollectionTest : public ::testing::Test {
   }
   void put(const std::string& folder, const Keys& keys) {
     for (const std::string& key : keys) {
-      disk.put(recordIn(folder, key), writePropertyList(json::object{{"title", key}}).text.value());
+      disk.put(recordIn(folder, key), writePropertyList(json::object{{"title", key}}).value());
     }
   }
   void putList(const char* folder, const json::array& stored) {
-    disk.put(listIn(folder), writePropertyList(stored).text.value());
+    disk.put(listIn(folder), writePropertyList(stored).value());
   }
   static std::string listIn(const std::string& folder) { return folder + "/list.plist"; }
   static std::optional<json::array> storedIn(const char* folder) { return readArrayFile(listIn(folder)); }

@@ -33,10 +33,12 @@ class CourseFilesFixture : public ::testing::Test {
 
   std::optional<json::value> propertyListIn(const std::string& path) {
     const OptionalString text = files.contents(path);
-    return text ? readPropertyList(*text).value : std::nullopt;
+    if (!text) return std::nullopt;
+    const auto list = readPropertyList(*text);
+    return list ? std::optional(*list) : std::nullopt;
   }
   void putPropertyList(const std::string& path, const json::value& value) {
-    files.put(path, writePropertyList(value).text.value());
+    files.put(path, writePropertyList(value).value());
   }
   /// How many console lines begin like this.
   std::size_t countLines(std::string_view start) const {

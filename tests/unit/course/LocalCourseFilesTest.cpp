@@ -21,7 +21,7 @@ class LocalCourseFiles : public LocalFixture {
 TEST_F(LocalCourseFiles, ListIsAPropertyListOfKeysInOrder) {
   addRooms(1, 2);
   const std::string text = platform.files().contents(listPath()).value();
-  EXPECT_EQ(text, writePropertyList(json::array{"2", "1"}).text);
+  EXPECT_EQ(text, writePropertyList(json::array{"2", "1"}).value());
   EXPECT_EQ(platform.files().mode(listPath()), 0600u);
 }
 
@@ -33,7 +33,7 @@ TEST_F(LocalCourseFiles, RecordIsItsJsonForm) {
   course->orv_vectorDuration = 12.5;
   course->setDuration(61);
   courses().addLocalCourse(course);
-  EXPECT_EQ(platform.files().contents(recordPath(7)), writePropertyList(course->jsonObject()).text);
+  EXPECT_EQ(platform.files().contents(recordPath(7)), writePropertyList(course->jsonObject()).value());
   EXPECT_EQ(platform.files().mode(recordPath(7)), 0600u);
   startAnew();
   const Course read = courses().getLocalCourseWithRoomID(7);
@@ -133,7 +133,7 @@ TEST_F(LocalCourseFiles, DamagedListIsSetAsideAndANewOneBegins) {
   addRooms(1, 2);
   const std::string whole = platform.files().contents(listPath()).value();
   for (const std::string& damaged : {whole.substr(0, whole.size() / 2), std::string("no list"),
-                                     writePropertyList(json::object{{"a", 1}}).text.value()}) {
+                                     writePropertyList(json::object{{"a", 1}}).value()}) {
     platform.files().put(listPath(), damaged);
     startAnew();
     EXPECT_EQ(courses().getLocalCourseCount(), 0u);

@@ -93,16 +93,16 @@ TEST(OrvCourseModel, ComesBackFromAPropertyListOfItsJsonForm) {
   values["coursePrice"] = static_cast<double>(9.9f);
   const auto record = course(values);
   const auto written = writePropertyList(record->jsonObject());
-  ASSERT_TRUE(written.text.has_value()) << written.error.description;
-  const auto read = readPropertyList(*written.text);
-  ASSERT_TRUE(read.value.has_value()) << read.error.description;
-  EXPECT_EQ(makeRecord<OrvCourseModel>(&*read.value)->jsonObject(), values);
+  ASSERT_TRUE(written) << written.error().description;
+  const auto read = readPropertyList(*written);
+  ASSERT_TRUE(read) << read.error().description;
+  EXPECT_EQ(makeRecord<OrvCourseModel>(&*read)->jsonObject(), values);
 }
 
 TEST(OrvCourseModel, CannotBeStoredWithANullInItsCreationParameters) {
   const auto record = course({{"orv_createInfo", {{"cover", nullptr}}}});
   EXPECT_EQ(record->orv_createInfo.get(), (json::object{{"cover", nullptr}}));
-  EXPECT_FALSE(writePropertyList(record->jsonObject()).text.has_value());
+  EXPECT_FALSE(writePropertyList(record->jsonObject()));
 }
 
 TEST(OrvCourseModel, HasFieldsOfTheKindsThatTheServerSends) {

@@ -51,7 +51,7 @@ TEST_F(RecordFilesTest, GivesBackWhatWasWritten) {
   const auto read = durable.read("7");
   ASSERT_NE(read, nullptr);
   EXPECT_EQ(read->jsonObject(), course.jsonObject());
-  EXPECT_EQ(disk.contents("/home/user/c/7.plist"), writePropertyList(course.jsonObject()).text);
+  EXPECT_EQ(disk.contents("/home/user/c/7.plist"), writePropertyList(course.jsonObject()).value());
   EXPECT_EQ(disk.mode("/home/user/c/7.plist"), 0600u);
   durable.remove("7");
   durable.remove("7");

@@ -14,15 +14,15 @@ std::string nested(std::size_t levels, const std::string& inside = "") {
 }
 
 json::value parsed(std::string_view text) {
-  JsonParseResult result = parseJson(text);
-  EXPECT_TRUE(result.value.has_value()) << text << ": " << result.error.text();
-  return result.value.value_or(nullptr);
+  Result<json::value> result = parseJson(text);
+  EXPECT_TRUE(result) << text << ": " << result.error().text();
+  return result.valueOr(nullptr);
 }
 
 Error errorOf(std::string_view text) {
-  const JsonParseResult result = parseJson(text);
-  EXPECT_FALSE(result.value.has_value()) << text;
-  return result.error;
+  const Result<json::value> result = parseJson(text);
+  EXPECT_FALSE(result) << text;
+  return result ? Error() : result.error();
 }
 
 /// The only element of an array.
@@ -185,16 +185,16 @@ TEST(JsonReader, RefusesNumbersThatNoDoubleHolds) {
 }
 
 TEST(JsonReader, ReadsFiveHundredAndTwelveLevelsAndNoMore) {
-  EXPECT_TRUE(parseJson(nested(512)).value.has_value());
-  EXPECT_TRUE(parseJson(nested(512, "1")).value.has_value());
+  EXPECT_TRUE(parseJson(nested(512)));
+  EXPECT_TRUE(parseJson(nested(512, "1")));
   errorOf(nested(513));
   std::string objects = "1";
   for (int i = 0; i < 512; ++i) {
     objects = "{\"a\":" + objects + "}";
   }
-  EXPECT_TRUE(parseJson(objects).value.has_value());
+  EXPECT_TRUE(parseJson(objects));
   errorOf("{\"a\":" + objects + "}");
-  EXPECT_TRUE(parseJson("[" + nested(511) + "," + nested(511) + "]").value.has_value());
+  EXPECT_TRUE(parseJson("[" + nested(511) + "," + nested(511) + "]"));
 }
 
 TEST(JsonReader, SurvivesHugeAndVeryDeepTexts) {
@@ -232,9 +232,9 @@ TEST(JsonReader, ValuesOutliveTheResultAndWhatTheyWereMovedOutOf) {
     json::value inner;
     json::object copy;
     {
-      JsonParseResult result = parseJson("{\"v\":{\"data\":[\"" + text + "\"]}}");
-      copy = result.value->as_object();
-      inner = std::move(result.value->as_object().at("v"));
+      Result<json::value> result = parseJson("{\"v\":{\"data\":[\"" + text + "\"]}}");
+      copy = result->as_object();
+      inner = std::move(result->as_object().at("v"));
     }
     EXPECT_EQ(inner.at("data").at(0), json::value(text));
     EXPECT_EQ(copy.at("v").at("data").at(0), json::value(text));
@@ -252,7 +252,7 @@ TEST(JsonReader, ReadsOnManyThreadsAtOnce) {
       equal[t] = true;
       for (int i = 0; i < 200; ++i) {
         const auto result = parseJson("{\"n\":[" + std::to_string(i) + ",\"x\"]}");
-        equal[t] = equal[t] && result.value && result.value->at("n").at(0) == i;
+        equal[t] = equal[t] && result && result->at("n").at(0) == i;
       }
     });
   }

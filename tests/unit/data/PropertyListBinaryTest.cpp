@@ -50,7 +50,7 @@ std::string ascii(const std::string& text) {
 /// The value as JSON text, or "damaged: " and why.
 std::string read(const std::string& bytes) {
   const auto result = readPropertyList(bytes);
-  return result.value ? json::serialize(*result.value) : "damaged: " + result.error.description;
+  return result ? json::serialize(*result) : "damaged: " + result.error().description;
 }
 
 TEST(PropertyListBinary, ReadsEveryKind) {
@@ -72,8 +72,8 @@ TEST(PropertyListBinary, ReadsNumbers) {
   EXPECT_EQ(read(list({"\x14" + bigEndian(0, 8) + bigEndian(std::uint64_t(-1), 8)})), "18446744073709551615");
   EXPECT_EQ(read(list({"\x14" + bigEndian(0, 8) + bigEndian(7, 8)})), "7");
   EXPECT_EQ(read(list({"\x14" + bigEndian(std::uint64_t(-1), 8) + bigEndian(std::uint64_t(-7), 8)})), "-7");
-  EXPECT_EQ(readPropertyList(list({"\x22\x40\x20\x00\x00"s})).value, json::value(2.5));
-  EXPECT_EQ(readPropertyList(list({"\x23" + bigEndian(0x4023CCCCCCCCCCCD, 8)})).value, json::value(9.9));
+  EXPECT_EQ(readPropertyList(list({"\x22\x40\x20\x00\x00"s})).value(), json::value(2.5));
+  EXPECT_EQ(readPropertyList(list({"\x23" + bigEndian(0x4023CCCCCCCCCCCD, 8)})).value(), json::value(9.9));
 }
 
 TEST(PropertyListBinary, CountsKindsThatAreNotTakenAsDamaged) {
@@ -149,9 +149,9 @@ TEST(PropertyListBinary, BoundsWhatSharedObjectsStandFor) {
   EXPECT_EQ(read(list({array(manyOnes), ascii(std::string(20'000, 'x'))})),
             "damaged: it stands for too much");
   const auto modest = readPropertyList(list({array(manyOnes), ascii("the same text")}));
-  ASSERT_TRUE(modest.value);
-  EXPECT_EQ(modest.value->get_array().size(), 20'000u);
-  EXPECT_EQ(modest.value->get_array().back(), "the same text");
+  ASSERT_TRUE(modest);
+  EXPECT_EQ(modest->get_array().size(), 20'000u);
+  EXPECT_EQ(modest->get_array().back(), "the same text");
 }
 
 TEST(PropertyListBinary, CountsAWrongTrailerAsDamaged) {
@@ -186,7 +186,7 @@ TEST(PropertyListBinary, SurvivesEveryPrefixAndEveryByteThatIsChanged) {
     for (int byte = 0; byte < 256; ++byte) {
       std::string changed = whole;
       changed[at] = static_cast<char>(byte);
-      readable += readPropertyList(changed).value ? 1 : 0;
+      readable += readPropertyList(changed) ? 1 : 0;
     }
   }
   EXPECT_GT(readable, 256u);

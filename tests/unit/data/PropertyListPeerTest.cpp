@@ -75,12 +75,12 @@ json::object sample() {
 
 TEST(PropertyListPeer, ReadsWhatWeWrite) {
   const auto folder = freshFolder();
-  put(folder / "sample.plist", writePropertyList(sample()).text);
+  put(folder / "sample.plist", writePropertyList(sample()).value());
   test::RandomJson random(20240131);
   for (int i = 0; i < 300; ++i) {
     const json::value value = random.value(4);
-    put(folder / (std::to_string(i) + ".plist"), writePropertyList(value).text);
-    put(folder / (std::to_string(i) + ".json"), writeJsonCompact(json::array{value}).text);
+    put(folder / (std::to_string(i) + ".plist"), writePropertyList(value).value());
+    put(folder / (std::to_string(i) + ".json"), writeJsonCompact(json::array{value}).value());
   }
   EXPECT_EQ(runPeer({"check", folder}), "301\n");
 }
@@ -92,11 +92,11 @@ TEST(PropertyListPeer, WritesWhatWeRead) {
   for (int i = 0; i < kCount; ++i) {
     const auto file = folder / std::to_string(i);
     const auto expected = parseJson(contents(file.string() + ".json"));
-    ASSERT_TRUE(expected.value) << expected.error.text();
+    ASSERT_TRUE(expected) << expected.error().text();
     for (const char* form : {".xml", ".binary"}) {
       const auto list = readPropertyList(contents(file.string() + form));
-      ASSERT_TRUE(list.value) << i << form << ": " << list.error.text();
-      EXPECT_TRUE(*list.value == expected.value->get_array().at(0)) << i << form;
+      ASSERT_TRUE(list) << i << form << ": " << list.error().text();
+      EXPECT_TRUE(*list == expected->get_array().at(0)) << i << form;
     }
   }
 }

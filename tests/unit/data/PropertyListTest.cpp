@@ -22,7 +22,7 @@ std::string list(std::string_view content) {
 /// The value as JSON text, or "damaged: " and why.
 std::string read(std::string_view text) {
   const auto result = readPropertyList(text);
-  return result.value ? json::serialize(*result.value) : "damaged: " + result.error.description;
+  return result ? json::serialize(*result) : "damaged: " + result.error().description;
 }
 
 std::string nested(std::size_t depth) {
@@ -39,7 +39,7 @@ TEST(PropertyList, ReadsEveryKind) {
           "<key>t</key><true/><key>f</key><false/><key>a</key><array><string></string><dict/></array>"
           "<key>e</key><array/></dict>")),
       R"({"s":"文 <&> 👩‍🏫","i":-5,"t":true,"f":false,"a":["",{}],"e":[]})");
-  EXPECT_EQ(readPropertyList(list("<real>9.9000000000000004</real>")).value, json::value(9.9));
+  EXPECT_EQ(readPropertyList(list("<real>9.9000000000000004</real>")).value(), json::value(9.9));
   EXPECT_EQ(read(list("<array> <true></true>\n<string/><dict><key/><integer>1</integer></dict></array>")),
             R"([true,"",{"":1}])");
   EXPECT_EQ(read("\xEF\xBB\xBF" + list("<string>x</string>")), R"("x")");
@@ -59,7 +59,7 @@ TEST(PropertyList, ReadsIntegersOfEverySize) {
 
 TEST(PropertyList, ReadsReals) {
   const auto real = [](const std::string& digits) {
-    return readPropertyList(list("<real>" + digits + "</real>")).value;
+    return readPropertyList(list("<real>" + digits + "</real>"));
   };
   EXPECT_EQ(real("9.9000000000000004"), json::value(9.9));
   EXPECT_EQ(real("9.8999996185302734"), json::value(double{9.9f}));
@@ -100,7 +100,7 @@ TEST(PropertyList, ResolvesReferencesToCharacters) {
 }
 
 TEST(PropertyList, KeepsControlCharactersAndLineEndsAsTheyAre) {
-  EXPECT_EQ(readPropertyList(list("<string> a\r\nb\x01\x1F\x7F\t</string>")).value,
+  EXPECT_EQ(readPropertyList(list("<string> a\r\nb\x01\x1F\x7F\t</string>")).value(),
             json::value(" a\r\nb\x01\x1F\x7F\t"));
 }
 

@@ -18,23 +18,23 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 /// The root element of what is written, or why there is none.
 std::string written(const json::value& value) {
   const auto result = writePropertyList(value);
-  if (!result.text) return "refused: " + result.error.description;
+  if (!result) return "refused: " + result.error().description;
   const std::string_view head =
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
       "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
       "<plist version=\"1.0\">\n";
   const std::string_view tail = "\n</plist>\n";
-  EXPECT_TRUE(result.text->starts_with(head));
-  EXPECT_TRUE(result.text->ends_with(tail));
-  return result.text->substr(head.size(), result.text->size() - head.size() - tail.size());
+  EXPECT_TRUE(result->starts_with(head));
+  EXPECT_TRUE(result->ends_with(tail));
+  return result->substr(head.size(), result->size() - head.size() - tail.size());
 }
 
 json::value readBack(const json::value& value) {
-  const auto text = writePropertyList(value).text;
+  const auto text = writePropertyList(value);
   if (!text) return "not written";
   const auto result = readPropertyList(*text);
-  return result.value.value_or(json::value(result.error.description));
+  return result ? *result : json::value(result.error().description);
 }
 
 json::value nested(std::size_t depth, json::value inside) {
@@ -74,8 +74,8 @@ TEST(PropertyListWrite, IndentsByOneTabALevelBelowTheRoot) {
 TEST(PropertyListWrite, TakesADictionaryAndAnArrayAsTheyAre) {
   const json::object dictionary{{"a", 1}};
   const json::array array{"a"};
-  EXPECT_EQ(writePropertyList(dictionary).text, writePropertyList(json::value(dictionary)).text);
-  EXPECT_EQ(writePropertyList(array).text, writePropertyList(json::value(array)).text);
+  EXPECT_EQ(writePropertyList(dictionary).value(), writePropertyList(json::value(dictionary)).value());
+  EXPECT_EQ(writePropertyList(array).value(), writePropertyList(json::value(array)).value());
 }
 
 TEST(PropertyListWrite, EscapesOnlyTheThreeCharactersOfMarkup) {
@@ -168,7 +168,8 @@ TEST(PropertyListWrite, RefusesWhatIsTooLargeToBeReadBack) {
   const json::value value(std::string(kMaxPropertyListSize, 'x'));
   EXPECT_EQ(written(value), "refused: the root is too large for a property list");
   EXPECT_EQ(readPropertyList("<plist><string>" + std::string(value.get_string()) + "</string></plist>")
-                .error.description,
+                .error()
+                .description,
             "it is too large");
 }
 
@@ -176,7 +177,7 @@ TEST(PropertyListWrite, GivesBackRandomValues) {
   test::RandomJson random(4711);
   for (int i = 0; i < 5000; ++i) {
     const json::value value = random.value(5);
-    ASSERT_TRUE(readBack(value) == value) << i << ": " << *writePropertyList(value).text;
+    ASSERT_TRUE(readBack(value) == value) << i << ": " << writePropertyList(value).value();
   }
 }
 

@@ -63,10 +63,10 @@ TEST(RecordArchive, SurvivesAPropertyListText) {
   values.erase("closed");
   const auto record = makeRecord<SampleRecord>(values);
   const auto written = writePropertyList(archiveOf(*record));
-  ASSERT_TRUE(written.text.has_value()) << written.error.description;
-  const auto read = readPropertyList(*written.text);
-  ASSERT_TRUE(read.value.has_value()) << read.error.description;
-  EXPECT_TRUE(restored(read.value->get_object())->isEqual(record.get()));
+  ASSERT_TRUE(written) << written.error().description;
+  const auto read = readPropertyList(*written);
+  ASSERT_TRUE(read) << read.error().description;
+  EXPECT_TRUE(restored(read->get_object())->isEqual(record.get()));
 }
 
 TEST(RecordArchive, KeepsNumbersThatAreNotFinite) {

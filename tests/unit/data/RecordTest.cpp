@@ -42,7 +42,7 @@ TEST(Record, WritesItsFieldsInTheOrderOfTheirDeclarationUnderTheirFirstKey) {
 }
 
 TEST(Record, WritesEveryNumberAndFlagAndNothingThatIsAbsent) {
-  EXPECT_EQ(*writeJsonCompact(SampleRecord().jsonObject()).text,
+  EXPECT_EQ(writeJsonCompact(SampleRecord().jsonObject()).value(),
             R"({"whole":0,"natural":0,"small":0,"single":0,"real":0,"flag":false,"ruled":0})");
 }
 
@@ -61,7 +61,7 @@ TEST(Record, WritesNoNumberThatIsNotFinite) {
     record.real = number;
     record.single = static_cast<float>(number);
     EXPECT_EQ(keysOf(record.jsonObject()), "whole natural small flag ruled ");
-    EXPECT_TRUE(writeJsonCompact(record.jsonObject()).text.has_value());
+    EXPECT_TRUE(writeJsonCompact(record.jsonObject()));
   }
 }
 
@@ -93,14 +93,14 @@ TEST(Record, WritesWhatAReadingRuleGives) {
 TEST(Record, ComesBackFromItsJsonDictionaryAndItsTexts) {
   const json::object values = fullRecord()->jsonObject();
   EXPECT_EQ(makeRecord<SampleRecord>(values)->jsonObject(), values);
-  const auto parsed = parseJson(*writeJsonCompact(values).text);
-  EXPECT_EQ(makeRecord<SampleRecord>(&*parsed.value)->jsonObject(), values);
+  const auto parsed = parseJson(writeJsonCompact(values).value());
+  EXPECT_EQ(makeRecord<SampleRecord>(&*parsed)->jsonObject(), values);
   json::object storable = values;  // a property list holds no null
   storable["dictionary"] = json::object{{"b", {1, 2.5, true, "t"}}};
   storable["list"] = json::array{json::object()};
-  const auto list = readPropertyList(*writePropertyList(storable).text);
-  ASSERT_TRUE(list.value.has_value()) << list.error.description;
-  EXPECT_EQ(makeRecord<SampleRecord>(&*list.value)->jsonObject(), storable);
+  const auto list = readPropertyList(writePropertyList(storable).value());
+  ASSERT_TRUE(list) << list.error().description;
+  EXPECT_EQ(makeRecord<SampleRecord>(&*list)->jsonObject(), storable);
 }
 
 TEST(Record, HasTheTextFormOfItsJsonDictionary) {

@@ -53,7 +53,7 @@ TEST_F(PropertyListFile, GivesBackWhatWasWritten) {
 
 TEST_F(PropertyListFile, WritesTheTextOfTheList) {
   EXPECT_TRUE(writePropertyListFile(kFile, kNew, Durability::Plain));
-  EXPECT_EQ(files.contents(kFile), writePropertyList(kNew).text);
+  EXPECT_EQ(files.contents(kFile), writePropertyList(kNew).value());
 }
 
 TEST_F(PropertyListFile, TakesAnEmptyDictionaryForADictionary) {

@@ -21,7 +21,7 @@ const json::object kOld{{"name", "old"}};
 const json::object kNew{{"name", "new"}, {"list", {1, 2.5, true}}};
 
 std::string textOf(const json::object& dictionary) {
-  return writePropertyList(dictionary).text.value();
+  return writePropertyList(dictionary).value();
 }
 
 class PropertyListStoreTest : public ::testing::Test {

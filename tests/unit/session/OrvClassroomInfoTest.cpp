@@ -37,7 +37,7 @@ json::object classroomValues() {
 
 TEST(OrvClassroomInfo, StartsWithoutAnything) {
   EXPECT_EQ(
-      *writeJsonCompact(OrvClassroomInfo().jsonObject()).text,
+      writeJsonCompact(OrvClassroomInfo().jsonObject()).value(),
       R"({"anybodyCreatable":false,"balanceTopup":0,"demo":false,"expirydate":0,"expirydateDuration":0,"isCorp":false,)"
       R"("licensenum":0,"liveEnable":false,"keltoFlag":0,"current":false,"role":0})");
 }
@@ -59,9 +59,9 @@ TEST(OrvClassroomInfo, ComesBackFromItsJsonFormAndItsPropertyList) {
   const auto classroom = makeRecord<OrvClassroomInfo>(classroomValues());
   EXPECT_EQ(classroom->jsonObject(), classroomValues());
   EXPECT_EQ(makeRecord<OrvClassroomInfo>(classroom->jsonObject())->jsonObject(), classroomValues());
-  const auto read = readPropertyList(*writePropertyList(classroom->jsonObject()).text);
-  ASSERT_TRUE(read.value.has_value()) << read.error.description;
-  EXPECT_EQ(makeRecord<OrvClassroomInfo>(&*read.value)->jsonObject(), classroomValues());
+  const auto read = readPropertyList(writePropertyList(classroom->jsonObject()).value());
+  ASSERT_TRUE(read) << read.error().description;
+  EXPECT_EQ(makeRecord<OrvClassroomInfo>(&*read)->jsonObject(), classroomValues());
 }
 
 TEST(OrvClassroomInfo, TakesItsIdentifierFromIdBeforeID) {

@@ -12,12 +12,12 @@ std::shared_ptr<OrvOtherDeviceLoginInfo> device(bool isLogin, bool liveStatus) {
 }
 
 TEST(OrvOtherDeviceLoginInfo, IsFilledFromAndWrittenToItsTwoKeys) {
-  EXPECT_EQ(*writeJsonCompact(OrvOtherDeviceLoginInfo().jsonObject()).text,
+  EXPECT_EQ(writeJsonCompact(OrvOtherDeviceLoginInfo().jsonObject()).value(),
             R"({"isLogin":false,"liveStatus":false})");
   const auto info = makeRecord<OrvOtherDeviceLoginInfo>(json::object{{"liveStatus", "0"}, {"isLogin", 2}});
   EXPECT_TRUE(info->isLogin);
   EXPECT_FALSE(info->liveStatus);
-  EXPECT_EQ(*writeJsonCompact(info->jsonObject()).text, R"({"isLogin":true,"liveStatus":false})");
+  EXPECT_EQ(writeJsonCompact(info->jsonObject()).value(), R"({"isLogin":true,"liveStatus":false})");
 }
 
 TEST(OrvOtherDeviceLoginInfo, IsEqualByBothFields) {

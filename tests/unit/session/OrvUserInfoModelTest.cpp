@@ -57,7 +57,7 @@ std::string keysOf(const json::object& values) {
 
 TEST(OrvUserInfoModel, StartsWithoutAnything) {
   EXPECT_EQ(
-      *writeJsonCompact(OrvUserInfoModel().jsonObject()).text,
+      writeJsonCompact(OrvUserInfoModel().jsonObject()).value(),
       R"({"white":0,"corpType":0,"corpID":0,"tvEnable":0,"gender":0,"role":0,"subscriptionFlag":0,"teacher":0})");
 }
 
@@ -228,10 +228,10 @@ TEST(OrvUserInfoModel, ComesBackFromAPropertyListOfItsJsonForm) {
   user->corpID = INT64_MIN;
   user->bio = "<&> \"quoted\"\nand \u4F60\u597D";
   const auto written = writePropertyList(user->jsonObject());
-  ASSERT_TRUE(written.text.has_value()) << written.error.description;
-  const auto read = readPropertyList(*written.text);
-  ASSERT_TRUE(read.value.has_value()) << read.error.description;
-  const auto back = makeRecord<OrvUserInfoModel>(&*read.value);
+  ASSERT_TRUE(written) << written.error().description;
+  const auto read = readPropertyList(*written);
+  ASSERT_TRUE(read) << read.error().description;
+  const auto back = makeRecord<OrvUserInfoModel>(&*read);
   EXPECT_EQ(back->jsonObject(), user->jsonObject());
 }
 

@@ -154,14 +154,14 @@ TEST_F(QXUserInfoMgrStart, SetsADamagedFileAside) {
 }
 
 TEST_F(QXUserInfoMgrStart, SetsAHalfWrittenFileAside) {
-  const std::string whole = *writePropertyList(stored).text;
+  const std::string whole = writePropertyList(stored).value();
   const std::string half = whole.substr(0, whole.size() / 2);
   putFile(half);
   expectSetAside(half);
 }
 
 TEST_F(QXUserInfoMgrStart, SetsAForeignFileAside) {
-  const std::string list = *writePropertyList(json::array{"a", "b"}).text;
+  const std::string list = writePropertyList(json::array{"a", "b"}).value();
   putFile(list);
   expectSetAside(list);
 }
@@ -197,8 +197,8 @@ TEST_F(QXUserInfoMgrStart, SurvivesARestart) {
   // What another process would find.
   const auto files = platform.files().filesAfter(testing::Crash::PowerCutTorn);
   const auto read = readPropertyList(files.at(plist));
-  ASSERT_TRUE(read.value);
-  const auto again = makeRecord<OrvUserInfoModel>(&*read.value);
+  ASSERT_TRUE(read);
+  const auto again = makeRecord<OrvUserInfoModel>(&*read);
   EXPECT_EQ(again->jsonObject(), users().userInfo()->jsonObject());
 }
 

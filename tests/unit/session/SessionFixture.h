@@ -70,12 +70,12 @@ class SessionFixture : public LinkFixture {
   std::size_t changes() const { return count(QXNotificationDidChangeUserInfo); }
 
   void putFile(std::string_view bytes, unsigned mode = 0600) { platform.files().put(plist, bytes, mode); }
-  void putFile(const json::object& dictionary) { putFile(*writePropertyList(dictionary).text); }
+  void putFile(const json::object& dictionary) { putFile(writePropertyList(dictionary).value()); }
   /// The dictionary in the user file.
   std::optional<json::object> fileContent() const {
     const auto bytes = platform.files().contents(plist);
     const auto read = readPropertyList(bytes.value_or(""));
-    return read.value && read.value->is_object() ? std::optional(read.value->get_object()) : std::nullopt;
+    return read && read->is_object() ? std::optional(read->get_object()) : std::nullopt;
   }
   /// A text in the user file; "" when it is not there.
   std::string inFile(std::string_view key) const {

@@ -18,7 +18,7 @@ class UserFileTest : public ::testing::Test {
   static json::object named(const char* name) { return {{"nick", name}}; }
   std::string onDisk() const {
     const auto read = readPropertyList(platform.files().contents(path).value_or(""));
-    const json::value* const name = read.value ? read.value->as_object().if_contains("nick") : nullptr;
+    const json::value* const name = read ? read->as_object().if_contains("nick") : nullptr;
     return name != nullptr ? std::string(name->get_string()) : "";
   }
 

@@ -13,7 +13,7 @@ constexpr std::string_view kProfile =
     R"("province":"Zhejiang"})";
 
 std::shared_ptr<WXUserInfoModel> profile() {
-  return makeRecord<WXUserInfoModel>(parseJson(kProfile).value->get_object());
+  return makeRecord<WXUserInfoModel>(parseJson(kProfile)->get_object());
 }
 
 TEST(WXUserInfoModel, IsFilledFromAProfileAndWrittenInTheOrderOfItsFields) {
@@ -28,11 +28,11 @@ TEST(WXUserInfoModel, IsFilledFromAProfileAndWrittenInTheOrderOfItsFields) {
   EXPECT_EQ(user->unionid.get(), "u-1");
   EXPECT_EQ(user->sex.get(), 2);
   EXPECT_EQ(user->province.get(), "Zhejiang");
-  EXPECT_EQ(*writeJsonCompact(user->jsonObject()).text, kProfile);
+  EXPECT_EQ(writeJsonCompact(user->jsonObject()).value(), kProfile);
 }
 
 TEST(WXUserInfoModel, StartsWithoutAnything) {
-  EXPECT_EQ(*writeJsonCompact(WXUserInfoModel().jsonObject()).text, R"({"sex":0})");
+  EXPECT_EQ(writeJsonCompact(WXUserInfoModel().jsonObject()).value(), R"({"sex":0})");
 }
 
 TEST(WXUserInfoModel, TakesPrivilegesOnlyAsAnArray) {
