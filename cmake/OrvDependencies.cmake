@@ -3,8 +3,7 @@ find_package(Threads REQUIRED)
 find_package(Boost 1.81 REQUIRED COMPONENTS json)
 find_package(OpenSSL 3 REQUIRED)
 find_package(ICU 72 REQUIRED COMPONENTS i18n uc)
-find_package(PkgConfig REQUIRED)
-pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0>=2.2)
+find_package(EXPAT 2.5 REQUIRED)
 
 # What a user of the public headers needs: the standard library and Boost.JSON values.
 add_library(orv_public_dependencies INTERFACE)

@@ -17,9 +17,14 @@ inline constexpr std::int64_t kPropertyListErrorCode = 3840;
 /// and the infinities among them. Of members with the same key the last one counts.
 ///
 /// A list counts as damaged when it holds dates, data or any element that is not a property list's, a number
-/// that is none or that does not fit, or text that is not UTF-8 or has a zero byte; when it is nested deeper
-/// than `kMaxPropertyListDepth`; and when it is larger than `kMaxPropertyListSize`. The locale of the process
-/// has no say. Any thread.
+/// that is none or that does not fit, or text that is not UTF-8 or has a zero byte; when its arrays and
+/// dictionaries are nested deeper than `kMaxPropertyListDepth`; when it is larger than `kMaxPropertyListSize`; and
+/// when it stands for more than that, since a binary list can name one value any number of times. The locale of the
+/// process has no say.
+///
+/// An XML list must also be well-formed, and declare nothing of its own: an entity that XML does not know by itself
+/// is damage, and nothing outside the list is looked at. Control characters and line ends in its text stay as they
+/// are, its attributes mean nothing, and the encoding that its head names does not count. Any thread.
 ORV_EXPORT Result<json::value> readPropertyList(std::string_view bytes);
 
 /// Writes an XML property list in UTF-8: the keys of each dictionary in the order of their UTF-16 code units,

@@ -1,8 +1,6 @@
-// The text is made here and not by the library that reads it: that one writes from a tree of its own, and
-// filling this tree costs several times as much as the text.
-
 #include "orvnetwork/data/PropertyList.h"
 
+#include <orvnetwork/data/PropertyListLimits.h>
 #include <orvnetwork/data/TextOrder.h>
 #include <orvnetwork/data/Utf8.h>
 

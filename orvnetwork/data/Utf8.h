@@ -32,6 +32,18 @@ inline std::size_t utf8SequenceLength(std::string_view text) {
   return 0;
 }
 
+/// Whether a text is UTF-8 from its first byte to its last.
+inline bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t length = utf8SequenceLength(text);
+    if (length == 0) {
+      return false;
+    }
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
 /// The code point of a well-formed sequence of `length` bytes.
 inline char32_t utf8CodePoint(std::string_view text, std::size_t length) {
   const auto lead = static_cast<unsigned char>(text[0]);

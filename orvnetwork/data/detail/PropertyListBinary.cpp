@@ -7,10 +7,10 @@
 
 #include <orvnetwork/data/PropertyListLimits.h>
 #include <orvnetwork/data/Utf8.h>
+#include <orvnetwork/data/detail/PropertyListDamage.h>
 
 #include <bit>
 #include <limits>
-#include <stdexcept>
 
 namespace orv {
 
@@ -21,9 +21,7 @@ constexpr std::size_t kTrailerSize = 32;
 /// What a value costs beside its characters.
 constexpr std::size_t kValueCost = 64;
 
-struct Damage : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
+using Damage = PropertyListDamage;
 
 std::uint64_t bigEndian(std::string_view bytes) {
   std::uint64_t number = 0;

@@ -5,7 +5,7 @@
 namespace orv {
 
 /// Reads the binary form of a property list, which other tools write; see `readPropertyList` for what is
-/// taken. Throws for anything else a `std::runtime_error` that says why. Objects may be shared, but what they
+/// taken. Throws `PropertyListDamage` for anything else. Objects may be shared, but what they
 /// stand for all together has a bound. Any thread.
 json::value readBinaryPropertyList(std::string_view bytes);
 

@@ -1,5 +1,4 @@
 #include <orvnetwork/data/PropertyList.h>
-#include <orvnetwork/data/detail/PropertyListText.h>
 
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
@@ -193,16 +192,73 @@ TEST(PropertyList, SurvivesEveryPrefixOfAList) {
   }
 }
 
-TEST(PropertyList, ReducesATextToPlainTags) {
-  std::string problem;
-  EXPECT_EQ(plainPropertyListText(
-                "<?xml?><plist version=\"1.0\"><dict a='b'><key>k</key><true /></dict></plist>", problem),
-            "<plist><dict><key>k</key><true></true></dict></plist>");
-  EXPECT_EQ(plainPropertyListText("<plist><x/></plist>", problem), std::nullopt);
-  EXPECT_EQ(problem, "<x> is no element that is taken");
-  EXPECT_EQ(plainPropertyListText("<plist> <array>\n<integer>0x1F</integer><real>1.50</real></array></plist>",
-                                  problem),
-            "<plist><array><integer>31</integer><real>1.5</real></array></plist>");
+TEST(PropertyList, TakesTagsForWhatTheyMean) {
+  EXPECT_EQ(
+      read("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict a='b'><key>k</key><true /></dict></plist>"),
+      R"({"k":true})");
+  EXPECT_EQ(read("<plist><x/></plist>"), "damaged: <x> is no element that is taken");
+  EXPECT_EQ(read("<plist> <array>\n<integer>0x1F</integer><real>1.50</real></array\r\n></plist>"),
+            "[31,1.5E0]");
+}
+
+TEST(PropertyList, CountsAListThatDeclaresEntitiesAsDamaged) {
+  constexpr const char* kOwnType = "damaged: it declares its own type";
+  const std::string body = "<plist><string>&a;</string></plist>";
+  EXPECT_EQ(read("<!DOCTYPE plist [<!ENTITY a \"b\">]>" + body), kOwnType);
+  EXPECT_EQ(read("<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><true/></plist>"), kOwnType) << "and uses none";
+  EXPECT_EQ(read("<!DOCTYPE plist [<!ENTITY a SYSTEM \"/etc/hostname\">]>" + body), kOwnType);
+  EXPECT_EQ(read("<!DOCTYPE plist [<!ENTITY % p SYSTEM \"http://127.0.0.1:1/\"> %p;]>" + body), kOwnType);
+  EXPECT_EQ(read("<!DOCTYPE plist SYSTEM \"file:///etc/hostname\" []>" + body), kOwnType);
+  std::string laughs = "<!DOCTYPE plist [<!ENTITY a0 \"ha\">";
+  for (int i = 1; i < 30; ++i) {
+    const std::string before = "&a" + std::to_string(i - 1) + ";";
+    laughs += "<!ENTITY a" + std::to_string(i) + " \"" + before + before + "\">";
+  }
+  EXPECT_EQ(read(laughs + "]><plist><string>&a29;</string></plist>"), kOwnType);
+}
+
+TEST(PropertyList, CountsAnEntityThatNobodyDefinedAsDamage) {
+  for (const char* head : {"", "<!DOCTYPE plist>", "<!DOCTYPE plist SYSTEM \"elsewhere.dtd\">", kHead}) {
+    const std::string text = (head == kHead ? std::string(kHead) : head + std::string("<plist>"));
+    EXPECT_EQ(read(text + "<string>&amp;</string></plist>"), "\"&\"") << head;
+    EXPECT_TRUE(read(text + "<string>&other;</string></plist>").starts_with("damaged: ")) << head;
+  }
+}
+
+TEST(PropertyList, KeepsEveryByteOfLongTextHoweverItIsMarked) {
+  std::string mixed;
+  for (int i = 0; i < 3000; ++i) {
+    mixed += i % 7 == 0 ? "\r\n" : i % 5 == 0 ? "\r" : i % 11 == 0 ? "\x02" : "文\xEF\xBF\xBF!";
+  }
+  std::string oneLine = "&";
+  for (int i = 0; i < 3000; ++i) oneLine += "&文\x1F!";
+  for (const std::string& text : {mixed, oneLine, mixed + "\r", mixed + "]", mixed + oneLine}) {
+    EXPECT_EQ(readPropertyList(list("<string><![CDATA[" + text + "]]></string>")), json::value(text));
+    if (text.find('&') != std::string::npos) continue;
+    EXPECT_EQ(readPropertyList(list("<string>" + text + "</string>")), json::value(text));
+    EXPECT_EQ(readPropertyList(
+                  list("<string>&lt;" + text + "<!-- \r -->&#13;<![CDATA[&lt;]]>" + text + "</string>")),
+              json::value("<" + text + "\r&lt;" + text));
+  }
+  const std::string plain(5000, 'x');
+  EXPECT_EQ(read(list("<string>" + plain + "&#x6587;" + plain + "</string>")),
+            '"' + plain + "文" + plain + '"');
+}
+
+TEST(PropertyList, GoesByTheBytesWhateverEncodingTheHeadNames) {
+  for (const char* encoding : {"UTF-8", "ISO-8859-1", "UTF-16", "x-unheard-of"}) {
+    EXPECT_EQ(read("<?xml version=\"1.0\" encoding=\"" + std::string(encoding) +
+                   "\"?><plist><string>文</string></plist>"),
+              "\"文\"");
+  }
+  std::string wide = "\xFE\xFF";
+  for (const char c : std::string("<plist><true/></plist>")) wide += {'\0', c};
+  EXPECT_EQ(read(wide), "damaged: it holds a zero byte");
+}
+
+TEST(PropertyList, SaysWhereATextIsNotXml) {
+  EXPECT_EQ(read("<plist>\n<dict>\n</plist>"), "damaged: it is not XML: mismatched tag in line 3");
+  EXPECT_EQ(read(""), "damaged: it is not XML: no element found in line 1");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <orvnetwork/data/PropertyList.h>
+#include <orvnetwork/data/PropertyListLimits.h>
 
 #include <gtest/gtest.h>
 #include <tests/support/ChildProgram.h>
