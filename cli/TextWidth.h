@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvnetwork/data/Utf8.h>
+
 #include <cstddef>
 #include <string_view>
 
@@ -10,8 +12,8 @@ constexpr std::size_t textWidth(std::string_view text) {
   std::size_t width = 0;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    // The bytes behind the first one of a character do not count; from U+2E80 on characters are wide.
-    if ((byte & 0xC0) != 0x80) width += byte >= 0xE3 ? 2 : 1;
+    // From U+2E80 on characters are wide.
+    if (!isUtf8Continuation(c)) width += byte >= 0xE3 ? 2 : 1;
   }
   return width;
 }

@@ -1,5 +1,7 @@
 #include "cli/shell/LineEditor.h"
 
+#include <orvnetwork/data/Utf8.h>
+
 #include "cli/Output.h"
 #include "cli/Signals.h"
 
@@ -29,12 +31,7 @@ std::string commonBeginning(const std::vector<std::string>& words) {
     const auto [end, other] = std::ranges::mismatch(common, word);
     common.erase(end, common.end());
   }
-  // Not within a character.
-  while (!common.empty() && common.size() < words.front().size() &&
-         (static_cast<unsigned char>(words.front()[common.size()]) & 0xC0) == 0x80) {
-    common.pop_back();
-  }
-  return common;
+  return std::string(utf8Front(words.front(), common.size()));
 }
 
 /// Columns that a text takes on the terminal.

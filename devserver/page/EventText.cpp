@@ -1,6 +1,7 @@
 #include "devserver/page/EventText.h"
 
 #include <orvnetwork/data/Secrets.h>
+#include <orvnetwork/data/Utf8.h>
 
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
@@ -87,21 +88,6 @@ std::string hexadecimal(std::string_view bytes) {
   return text;
 }
 
-bool isUtf8(std::string_view text) {
-  json::error_code error;
-  json::parse(json::serialize(json::string(text.data(), text.size())), error);
-  return !error;
-}
-
-/// The text without a character that the end of what is kept cuts apart.
-std::string_view wholeCharacters(std::string_view text) {
-  std::size_t end = text.size();
-  while (end > 0 && text.size() - end < 3 && (static_cast<unsigned char>(text[end - 1]) & 0xc0) == 0x80)
-    --end;
-  if (end > 0 && static_cast<unsigned char>(text[end - 1]) >= 0xc0) return text.substr(0, end - 1);
-  return text;
-}
-
 /// Bytes that are not ASCII as \xNN.
 std::string escaped(std::string_view text) {
   std::string result;
@@ -116,7 +102,7 @@ std::string escaped(std::string_view text) {
 }
 
 void describeText(json::object& event, std::string_view text, bool cut) {
-  if (cut) text = wholeCharacters(text);
+  if (cut) text = withoutSplitUtf8(text);
   // First, since what escapes a byte ends in a letter that would hide the beginning of a name.
   const std::string shown = hideSecrets(text);
   event["text"] = isUtf8(shown) ? shown : escaped(shown);

@@ -40,13 +40,6 @@ std::string_view view(json::string_view text) {
   return {text.data(), text.size()};
 }
 
-std::string_view shortened(std::string_view key) {
-  if (key.size() <= kShownKeySize) return key;
-  std::size_t size = kShownKeySize;
-  while ((static_cast<unsigned char>(key[size]) & 0xC0) == 0x80) --size;
-  return key.substr(0, size);
-}
-
 class Writer {
  public:
   Writer() { out_.reserve(4096); }
@@ -107,7 +100,7 @@ class Writer {
     for (const json::key_value_pair* member : sorted(dictionary)) {
       const std::string_view key = view(member->key());
       if (!writeText("<key>", key, "</key>\n")) return failAtKey();
-      if (!write(member->value())) return failBelow("." + std::string(shortened(key)));
+      if (!write(member->value())) return failBelow("." + std::string(utf8Front(key, kShownKeySize)));
     }
     return leave() && writeLine("</dict>");
   }

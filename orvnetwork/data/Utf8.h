@@ -1,11 +1,23 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <string>
 #include <string_view>
 
+/// The rules of UTF-8. A text is well-formed when each of its characters stands in its shortest form, none is half of
+/// a surrogate pair, and none lies above U+10FFFF; a zero byte and control characters are characters like any other.
+/// Everything here takes any bytes, needs nothing but them, and may be called on any thread.
 namespace orv {
 
-/// How many bytes the well-formed UTF-8 sequence at the front of `text` has; 0 when there is none.
+/// Whether a byte is one of those that follow the first byte of a character.
+constexpr bool isUtf8Continuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+/// How many bytes, 1 to 4, the well-formed character at the front of `text` has; 0 when there is none, be it that the
+/// text is empty, that its first bytes are no character, or that the character is cut off.
 inline std::size_t utf8SequenceLength(std::string_view text) {
   const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
   const auto follows = [text, byte](std::size_t at, unsigned low = 0x80, unsigned high = 0xBF) {
@@ -32,19 +44,25 @@ inline std::size_t utf8SequenceLength(std::string_view text) {
   return 0;
 }
 
-/// Whether a text is UTF-8 from its first byte to its last.
+/// Whether a text is well-formed from its first byte to its last. An empty one is.
 inline bool isUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t length = utf8SequenceLength(text);
-    if (length == 0) {
-      return false;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    // Most text is plain for long stretches.
+    for (std::uint64_t eight = 0; text.size() - at >= sizeof eight; at += sizeof eight) {
+      std::memcpy(&eight, text.data() + at, sizeof eight);
+      if ((eight & 0x8080'8080'8080'8080u) != 0) break;
     }
-    text.remove_prefix(length);
+    if (at == text.size()) return true;
+    const std::size_t length = utf8SequenceLength(text.substr(at));
+    if (length == 0) return false;
+    at += length;
   }
   return true;
 }
 
-/// The code point of a well-formed sequence of `length` bytes.
+/// The code point of the well-formed character at the front of `text`, which has `length` bytes; see
+/// `utf8SequenceLength`.
 inline char32_t utf8CodePoint(std::string_view text, std::size_t length) {
   const auto lead = static_cast<unsigned char>(text[0]);
   if (length == 1) {
@@ -55,6 +73,44 @@ inline char32_t utf8CodePoint(std::string_view text, std::size_t length) {
     code = (code << 6) | (static_cast<unsigned char>(text[at]) & 0x3Fu);
   }
   return code;
+}
+
+/// Appends the character with this code point, which must be one that a text can hold.
+inline void appendUtf8(std::string& out, char32_t code) {
+  const auto tail = [&](int shift) { out += static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
+  if (code < 0x80) {
+    out += static_cast<char>(code);
+  } else if (code < 0x800) {
+    out += static_cast<char>(0xC0 | (code >> 6));
+    tail(0);
+  } else if (code < 0x10000) {
+    out += static_cast<char>(0xE0 | (code >> 12));
+    tail(6);
+    tail(0);
+  } else {
+    out += static_cast<char>(0xF0 | (code >> 18));
+    tail(12);
+    tail(6);
+    tail(0);
+  }
+}
+
+/// The front of a text, of at most `size` bytes, that does not end within a character.
+inline std::string_view utf8Front(std::string_view text, std::size_t size) {
+  if (text.size() <= size) return text;
+  while (size > 0 && isUtf8Continuation(text[size])) --size;
+  return text.substr(0, size);
+}
+
+/// What is left of a text that was cut somewhere, without the character that the cut went through.
+inline std::string_view withoutSplitUtf8(std::string_view text) {
+  for (std::size_t back = 1; back <= 3 && back <= text.size(); ++back) {
+    const std::string_view last = text.substr(text.size() - back);
+    if (isUtf8Continuation(last.front())) continue;
+    const bool isSplit = static_cast<unsigned char>(last.front()) >= 0xC0 && utf8SequenceLength(last) == 0;
+    return isSplit ? text.substr(0, text.size() - back) : text;
+  }
+  return text;
 }
 
 }  // namespace orv

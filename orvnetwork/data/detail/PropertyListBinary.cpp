@@ -29,25 +29,6 @@ std::uint64_t bigEndian(std::string_view bytes) {
   return number;
 }
 
-void appendUtf8(std::string& out, char32_t code) {
-  const auto tail = [&](int shift) { out += static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
-  if (code < 0x80) {
-    out += static_cast<char>(code);
-  } else if (code < 0x800) {
-    out += static_cast<char>(0xC0 | (code >> 6));
-    tail(0);
-  } else if (code < 0x10000) {
-    out += static_cast<char>(0xE0 | (code >> 12));
-    tail(6);
-    tail(0);
-  } else {
-    out += static_cast<char>(0xF0 | (code >> 18));
-    tail(12);
-    tail(6);
-    tail(0);
-  }
-}
-
 std::string utf8FromUtf16(std::string_view bytes) {
   const auto unit = [bytes](std::size_t at) {
     return at < bytes.size() ? static_cast<char32_t>(bigEndian(bytes.substr(at, 2))) : 0;

@@ -1,7 +1,7 @@
 #include "orvnetwork/testing/detail/SimulatedWebSocket.h"
 
 #include <orvnetwork/data/Url.h>
-#include <orvnetwork/testing/detail/Utf8.h>
+#include <orvnetwork/data/Utf8.h>
 
 #include <algorithm>
 #include <cerrno>
