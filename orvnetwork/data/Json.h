@@ -4,13 +4,22 @@
 #include <orvnetwork/data/Result.h>
 #include <orvnetwork/data/Types.h>
 
+/// JSON texts: what the server sends and is sent. Reading and writing hold to one set of rules, which the functions of
+/// Boost.JSON do not share in all points, so a host that wants the same frames as the library uses these.
+///
+///     Result<json::value> parsed = parseJson(text);
+///     if (!parsed) return refuse(parsed.error().description);
+///     json::object& frame = parsed->as_object();  // an array is well-formed too: look before
+///
+/// Nothing here depends on the locale of the process.
 namespace orv {
 
-/// Domain and code of every error of the JSON reader and writer.
+/// Domain of every error of the JSON reader and writers.
 inline constexpr std::string_view kJsonErrorDomain = "OrvJson";
+/// Their code; the description tells them apart.
 inline constexpr std::int64_t kJsonErrorCode = 3840;
 
-/// How deep arrays and dictionaries may be nested in a text that is read.
+/// How deep arrays and dictionaries may be nested in a text that is read. A text is written to one level less.
 inline constexpr std::size_t kMaxJsonDepth = 512;
 
 /// Reads a JSON text in UTF-8 (a byte order mark may lead it; UTF-16 and UTF-32 are not read).
@@ -19,12 +28,13 @@ inline constexpr std::size_t kMaxJsonDepth = 512;
 /// last member is accepted; of members with the same key the last one counts. Errors are: nesting deeper than
 /// `kMaxJsonDepth`, a number too large for a double, a raw control character or a lone surrogate in a string,
 /// bytes that are not UTF-8, comments. The description of an error names the byte where reading stopped.
+///
 /// Integers come as signed, else unsigned 64-bit numbers if they fit, and as correctly rounded doubles if they
-/// do not or if they have a fraction or an exponent.
+/// do not or if they have a fraction or an exponent. Members keep their order.
 ///
 /// The values of a long text share one chain of blocks, which is freed as a whole when all that was moved out of
 /// the result is gone, and which does not reuse what is replaced in it meanwhile; copies are independent of it.
-/// Any thread.
+/// What is kept for long is therefore better copied than moved out. Any thread.
 ORV_EXPORT Result<json::value> parseJson(std::string_view text);
 
 /// Writes an array or a dictionary, its members in their order, indented by two blanks a level, with a blank
@@ -34,12 +44,15 @@ ORV_EXPORT Result<json::value> parseJson(std::string_view text);
 /// Errors: any other top level, a NaN or an infinite number, text that is not UTF-8, nesting of
 /// `kMaxJsonDepth` levels or more. Any thread.
 ORV_EXPORT Result<std::string> writeJsonPretty(const json::value& value);
+/// The same without making a value of the dictionary first.
 ORV_EXPORT Result<std::string> writeJsonPretty(const json::object& object);
+/// The same without making a value of the array first.
 ORV_EXPORT Result<std::string> writeJsonPretty(const json::array& array);
 
 /// Writes any value on one line without blanks, "/" as it is; numbers, order and other errors as in
 /// `writeJsonPretty`. Any thread.
 ORV_EXPORT Result<std::string> writeJsonCompact(const json::value& value);
+/// The same without making a value of the dictionary first.
 ORV_EXPORT Result<std::string> writeJsonCompact(const json::object& object);
 
 }  // namespace orv

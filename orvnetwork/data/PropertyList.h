@@ -5,10 +5,19 @@
 #include <orvnetwork/data/Result.h>
 #include <orvnetwork/data/Types.h>
 
+/// Property lists: the form in which the library keeps its files, and in which a desktop's own tools keep theirs. What
+/// they hold is what JSON holds, save null; see `KeyedArchive.h` for records, and `PropertyListFile.h` of the platform
+/// for files.
+///
+///     const json::object lesson{{"title", "Algebra"}, {"marks", {1, 2.5}}};
+///     Result<std::string> text = writePropertyList(lesson);
+///     if (!text) return tell(text.error().description);      // such as "marks[1] is null, which …"
+///     Result<json::value> back = readPropertyList(*text);     // equal to what was written
 namespace orv {
 
-/// Domain and code of every error of the property-list reader and writer.
+/// Domain of every error of the property-list reader and writer.
 inline constexpr std::string_view kPropertyListErrorDomain = "OrvPropertyList";
+/// Their code; the description tells them apart.
 inline constexpr std::int64_t kPropertyListErrorCode = 3840;
 
 /// Reads a property list in its XML form (UTF-8) or in its binary form ("bplist00").
@@ -35,7 +44,9 @@ ORV_EXPORT Result<json::value> readPropertyList(std::string_view bytes);
 /// is not UTF-8 or holds a zero byte, nesting deeper than `kMaxPropertyListDepth`, a text larger than
 /// `kMaxPropertyListSize`. Any thread.
 ORV_EXPORT Result<std::string> writePropertyList(const json::value& value);
+/// The same without making a value of the dictionary first.
 ORV_EXPORT Result<std::string> writePropertyList(const json::object& dictionary);
+/// The same without making a value of the array first.
 ORV_EXPORT Result<std::string> writePropertyList(const json::array& array);
 
 }  // namespace orv

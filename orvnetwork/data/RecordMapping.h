@@ -11,37 +11,56 @@
 namespace orv {
 
 /// What the field table knows of one field: its names, and how it is read and written. Made by `recordField` and
-/// `recordAccessor` in `RecordField.h`.
+/// `recordAccessor` in `RecordField.h`; nobody else fills one.
+///
+/// The functions take records of the class that the field was made for, and no others. Each may be called on any
+/// thread.
 struct RecordField {
-  /// The field's own name: what it is called in an archive.
+  /// The field's own name: what it is called in an archive. It lives as long as the program, as the keys do.
   std::string_view name;
   /// The JSON keys under which it is looked for, the first one that is there counts; the first of the list is the
   /// one that it is written under.
   std::vector<std::string_view> keys;
 
-  /// Fills the field from a JSON value by the rules of its kind.
+  /// Fills the field from a JSON value by the rules of its kind, or leaves it as it is when they ignore the value.
   void (*assign)(Record& record, const json::value& value);
   /// Adds the field to a JSON dictionary, if it has anything to add.
   void (*emit)(const Record& record, std::string_view key, json::object& out);
+  /// Whether the field is equal in two records.
   bool (*same)(const Record& one, const Record& other);
+  /// A hash of the field's value; 0 for an absent one.
   std::size_t (*hash)(const Record& record);
+  /// Reads the field of one record and writes that of the other.
   void (*copy)(const Record& from, Record& to);
+  /// Puts the field into an archive, if there is anything to be archived.
   void (*encode)(const Record& record, std::string_view name, KeyedArchive& archive);
+  /// Fills the field from an archive.
   void (*decode)(Record& record, std::string_view name, const KeyedArchive& archive);
 };
 
 /// The fields of a class of records, in the order of their declaration, found by JSON key in constant time. Made
-/// once a class and never changed. Any thread.
+/// once a class, in a static variable of the function that returns it, and never changed. Any thread.
+///
+/// A whole class with its table stands as an example in `RecordField.h`. A host may also walk a table, say to show a
+/// record's fields by name:
+///
+///     const json::object values = record.jsonObject();
+///     for (const RecordField& field : record.fields().fields())
+///       if (const json::value* value = member(values, field.keys.front())) show(field.name, *value);
 class ORV_EXPORT RecordTable {
  public:
+  /// How many fields a record may have.
   static constexpr std::size_t kMaxFields = 64;
 
   /// At most `kMaxFields` fields, and no key that two fields share: otherwise the program ends with a message.
   explicit RecordTable(std::vector<RecordField> fields);
 
+  /// The fields, in the order in which they were given.
   std::span<const RecordField> fields() const { return fields_; }
 
-  /// Fills each field of `record` whose key is there.
+  /// Fills each field of `record` whose key is there. The record must be of the table's class. Of several keys of one
+  /// field the one counts that stands first in the field's list, be its value null; keys that no field has are passed
+  /// over. The fields are filled in the order of the table, whatever the order in the dictionary.
   void merge(Record& record, const json::object& values) const;
 
  private:

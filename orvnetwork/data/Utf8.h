@@ -9,30 +9,35 @@
 /// The rules of UTF-8. A text is well-formed when each of its characters stands in its shortest form, none is half of
 /// a surrogate pair, and none lies above U+10FFFF; a zero byte and control characters are characters like any other.
 /// Everything here takes any bytes, needs nothing but them, and may be called on any thread.
+///
+///     for (std::string_view rest = text; !rest.empty();) {
+///       const std::size_t length = utf8SequenceLength(rest);
+///       if (length == 0) return refuse("not UTF-8");
+///       take(utf8CodePoint(rest, length));
+///       rest.remove_prefix(length);
+///     }
 namespace orv {
 
-/// Whether a byte is one of those that follow the first byte of a character.
+/// Whether a byte is one of those that follow the first byte of a character. A text may be cut before any other one.
 constexpr bool isUtf8Continuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
 /// How many bytes, 1 to 4, the well-formed character at the front of `text` has; 0 when there is none, be it that the
-/// text is empty, that its first bytes are no character, or that the character is cut off.
+/// text is empty, that its first bytes are no character, or that the character is cut off. What follows the character
+/// is not looked at.
+///
+///     utf8SequenceLength("文字")     // 3
+///     utf8SequenceLength("\xC0\xAF") // 0: a slash in a form that is too long
 inline std::size_t utf8SequenceLength(std::string_view text) {
   const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
   const auto follows = [text, byte](std::size_t at, unsigned low = 0x80, unsigned high = 0xBF) {
     return at < text.size() && byte(at) >= low && byte(at) <= high;
   };
-  if (text.empty()) {
-    return 0;
-  }
+  if (text.empty()) return 0;
   const unsigned lead = byte(0);
-  if (lead < 0x80) {
-    return 1;
-  }
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    return follows(1) ? 2 : 0;
-  }
+  if (lead < 0x80) return 1;
+  if (lead >= 0xC2 && lead <= 0xDF) return follows(1) ? 2 : 0;
   if (lead >= 0xE0 && lead <= 0xEF) {
     // No overlong forms, no surrogates.
     return follows(1, lead == 0xE0 ? 0xA0 : 0x80, lead == 0xED ? 0x9F : 0xBF) && follows(2) ? 3 : 0;
@@ -44,7 +49,8 @@ inline std::size_t utf8SequenceLength(std::string_view text) {
   return 0;
 }
 
-/// Whether a text is well-formed from its first byte to its last. An empty one is.
+/// Whether a text is well-formed from its first byte to its last. An empty one is. It takes a time in proportion to the
+/// text's size, and least where the text is ASCII.
 inline bool isUtf8(std::string_view text) {
   std::size_t at = 0;
   while (at < text.size()) {
@@ -65,9 +71,7 @@ inline bool isUtf8(std::string_view text) {
 /// `utf8SequenceLength`.
 inline char32_t utf8CodePoint(std::string_view text, std::size_t length) {
   const auto lead = static_cast<unsigned char>(text[0]);
-  if (length == 1) {
-    return lead;
-  }
+  if (length == 1) return lead;
   char32_t code = lead & (0xFFu >> (length + 1));
   for (std::size_t at = 1; at < length; ++at) {
     code = (code << 6) | (static_cast<unsigned char>(text[at]) & 0x3Fu);
@@ -75,7 +79,8 @@ inline char32_t utf8CodePoint(std::string_view text, std::size_t length) {
   return code;
 }
 
-/// Appends the character with this code point, which must be one that a text can hold.
+/// Appends the character with this code point, which must be one that a text can hold: at most U+10FFFF and no
+/// surrogate. Nobody looks again. The text grows by 1 to 4 bytes.
 inline void appendUtf8(std::string& out, char32_t code) {
   const auto tail = [&](int shift) { out += static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
   if (code < 0x80) {
@@ -95,14 +100,16 @@ inline void appendUtf8(std::string& out, char32_t code) {
   }
 }
 
-/// The front of a text, of at most `size` bytes, that does not end within a character.
+/// The front of a text, of at most `size` bytes, that does not end within a character: `utf8Front("a文", 3)` is "a".
+/// It refers to the same bytes as `text`. For what is shown in little room.
 inline std::string_view utf8Front(std::string_view text, std::size_t size) {
   if (text.size() <= size) return text;
   while (size > 0 && isUtf8Continuation(text[size])) --size;
   return text.substr(0, size);
 }
 
-/// What is left of a text that was cut somewhere, without the character that the cut went through.
+/// What is left of a text that was cut somewhere, without the character that the cut went through. A text that ends with
+/// a whole character, or with bytes that no cut can have made, stays as it is. It refers to the same bytes as `text`.
 inline std::string_view withoutSplitUtf8(std::string_view text) {
   for (std::size_t back = 1; back <= 3 && back <= text.size(); ++back) {
     const std::string_view last = text.substr(text.size() - back);
