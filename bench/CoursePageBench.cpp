@@ -2,9 +2,15 @@
 // and writing the same page by hand; with 100 and with 10,000 courses in the list. And how long the main thread was
 // held by the library meanwhile.
 
+#include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/orvnetwork.h>
+#include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/support/QXPathManager.h>
 
 #include "bench/support/OpenLink.h"
 #include "bench/support/ServerProcess.h"

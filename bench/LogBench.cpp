@@ -22,7 +22,9 @@
 #include <functional>
 #include <latch>
 #include <limits>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 

@@ -17,6 +17,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -204,8 +208,9 @@ int main(int argc, char** argv) {
     return static_cast<std::size_t>(plain.back()->roomID);
   };
   const auto mapOnce = [&] {
-    for (std::size_t at = 0; at < page.size(); ++at)
+    for (std::size_t at = 0; at < page.size(); ++at) {
       records[at] = makeRecord<OrvCourseModel>(page[at].get_object());
+    }
     return static_cast<std::size_t>(records.back()->roomID.get());
   };
   const auto mergeOnce = [&] {

@@ -4,6 +4,7 @@
 
 #include "cli/CliError.h"
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/Host.h"
 #include "cli/LineReader.h"
 #include "cli/Request.h"
@@ -13,6 +14,9 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv::cli {
 
@@ -42,11 +46,13 @@ Result<BatchLine> readBatchLine(const std::string& text) {
   if (!found) return found.error();
   BatchLine line{*found, {}};
   if (arguments != nullptr) {
-    for (const json::value& argument : arguments->get_array())
+    for (const json::value& argument : arguments->get_array()) {
       line.arguments.emplace_back(json::value(argument));
+    }
   }
-  if (const std::string problem = line.operation->problemWith(line.arguments); !problem.empty())
+  if (const std::string problem = line.operation->problemWith(line.arguments); !problem.empty()) {
     return cliError(problem);
+  }
   return line;
 }
 
@@ -81,9 +87,10 @@ class Batch {
   void interrupt() {
     reader_.reset();
     for (auto& slot : slots_) {
-      if (!slot->answer)
+      if (!slot->answer) {
         slot->answer =
             noReply(slot->operation->name, commandOf(*slot->operation, slot->arguments), "interrupted");
+      }
     }
     printAnswered();
   }

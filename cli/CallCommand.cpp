@@ -4,6 +4,8 @@
 #include "cli/Request.h"
 #include "cli/SingleRequest.h"
 
+#include <vector>
+
 namespace orv::cli {
 
 ExitCode run(const CallCommand& command, Context& context) {

@@ -192,8 +192,9 @@ std::variant<Invocation, WrongUse, Text> choose(const Grammar& grammar, Parsed& 
     if (!rest.empty()) return WrongUse{"invoke --batch takes its operations from standard input only"};
     return with(BatchCommand{});
   }
-  if (rest.empty())
+  if (rest.empty()) {
     return WrongUse{"invoke: the full keyword form of an operation is expected; see `orv operations`"};
+  }
   InvokeCommand invoke{rest.front(), {}};
   invoke.arguments.assign(rest.begin() + 1, rest.end());
   return with(invoke);

@@ -1,15 +1,22 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
+#include "cli/Host.h"
 #include "cli/ProgressBar.h"
 #include "cli/StoredUser.h"
 
 #include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv::cli {
 
@@ -187,8 +194,9 @@ Answer load(const CoursesCommand& command, Context& context) {
   if (!host) MainQueue::instance().claim();
   const auto user = QXUserInfoMgr::getInstance().userInfo();
   if (!user) return fail(ExitCode::Refused, "error", kNobodyMessage);
-  if (!hasClassroom(*user))
+  if (!hasClassroom(*user)) {
     return fail(ExitCode::Refused, "error", "the user has no classroom, and so no courses");
+  }
   const CourseList list(command.status);
   if (!host) return show(command, list, "as stored; with --server the server is asked");
   if (!host->openLink()) return fail(ExitCode::NoReply, "timeout", host->noLinkMessage());

@@ -10,7 +10,7 @@ enum class ExitCode : int {
   NoReply = 3,   ///< time-out, no link, or interrupted
 };
 
-/// Of several requests the one that the caller should hear about first: wrong use, then no reply, then a
+/// Of several requests the one that the caller should know first: wrong use, then no reply, then a
 /// refusal.
 constexpr ExitCode worse(ExitCode a, ExitCode b) {
   constexpr auto weight = [](ExitCode code) {

@@ -19,6 +19,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace orv::cli {
@@ -60,8 +63,9 @@ std::string settleIn(const std::string& home) {
   std::error_code error;
   const std::filesystem::path folder = std::filesystem::absolute(home, error).lexically_normal();
   if (!error) std::filesystem::create_directories(folder, error);
-  if (!error && !std::filesystem::is_directory(folder, error))
+  if (!error && !std::filesystem::is_directory(folder, error)) {
     error = std::make_error_code(std::errc::not_a_directory);
+  }
   if (error) return "--home " + home + ": " + error.message();
   ::setenv("HOME", folder.c_str(), 1);
   // These name folders of the user elsewhere.
@@ -120,8 +124,9 @@ bool Host::openLink() {
   // The library's own schedule may have a long time to go, or have ended; somebody waits now.
   const auto again = isConnected_ ? Timer::schedule(kAskAgainEvery, true,
                                                     [] {
-                                                      if (QXWebSocketMgr::standard().isClosed())
+                                                      if (QXWebSocketMgr::standard().isClosed()) {
                                                         QXWebSocketMgr::standard().reconnect();
+                                                      }
                                                     })
                                   : nullptr;
   connect();

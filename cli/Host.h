@@ -4,12 +4,12 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Signals.h"
-
 #include <devserver/DevServer.h>
 
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace orv::cli {

@@ -2,6 +2,9 @@
 #include "cli/Request.h"
 #include "cli/SingleRequest.h"
 
+#include <string>
+#include <vector>
+
 namespace orv::cli {
 
 ExitCode run(const InvokeCommand& command, Context& context) {

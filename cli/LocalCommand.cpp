@@ -5,10 +5,13 @@
 #include <orvnetwork/platform/PropertyListFile.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/ProgressBar.h"
 #include "cli/SingleRequest.h"
 
+#include <optional>
 #include <set>
+#include <string>
 #include <unordered_set>
 #include <vector>
 

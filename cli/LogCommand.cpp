@@ -3,6 +3,7 @@
 #include <orvnetwork/support/QXPathManager.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/SingleRequest.h"
 
 #include <algorithm>

@@ -3,10 +3,16 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/Host.h"
 #include "cli/Request.h"
 #include "cli/SecretInput.h"
 #include "cli/SingleRequest.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv::cli {
 

@@ -1,8 +1,12 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/SingleRequest.h"
 #include "cli/StoredUser.h"
+
+#include <string>
+#include <string_view>
 
 namespace orv::cli {
 

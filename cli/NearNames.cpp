@@ -57,8 +57,9 @@ std::vector<std::string> nearNames(std::string_view wrong, const OperationRegist
     // So does a name that is right to begin with: the rest may be missing.
     const std::size_t begun = commonBeginning(name, known);
     if (part || (begun >= kTellingBeginning && begun * 2 >= name.size()) ||
-        far * 3 < std::max(name.size(), known.size()))
+        far * 3 < std::max(name.size(), known.size())) {
       candidates.emplace_back(far, operation.name);
+    }
   }
   std::ranges::stable_sort(candidates, {}, &std::pair<std::size_t, std::string>::first);
   std::vector<std::string> names;

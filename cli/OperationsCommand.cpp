@@ -1,6 +1,7 @@
 #include <orvnetwork/api/OperationRegistry.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/NearNames.h"
 
 namespace orv::cli {

@@ -8,6 +8,7 @@
 #include "cli/NearNames.h"
 
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace orv::cli {
@@ -90,7 +91,7 @@ void request(const Operation& operation, const std::vector<Object>& arguments,
           return waiting->end(
               noReply(waiting->operation, "", "nothing was sent: there is nothing to ask for"));
         }
-        // A request that finds the link closed hears of it before it has returned.
+        // A request that finds the link closed is timed out before it has returned.
         waiting->end(noReply(waiting->operation, item->command.value_or(""),
                              waiting->sending ? "the link is not open" : "no reply within 10 s"));
       });

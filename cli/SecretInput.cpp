@@ -9,6 +9,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <functional>
 #include <memory>
 
 namespace orv::cli {

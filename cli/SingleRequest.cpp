@@ -5,6 +5,8 @@
 
 #include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv::cli {
 
@@ -12,8 +14,9 @@ namespace {
 
 Answer ask(const Operation& operation, const std::vector<Object>& arguments, Context& context) {
   // Wrong arguments need no link to be told.
-  if (const std::string problem = operation.problemWith(arguments); !problem.empty())
+  if (const std::string problem = operation.problemWith(arguments); !problem.empty()) {
     return wrongUse(problem);
+  }
   Host& host = context.host();
   const std::string command = commandOf(operation, arguments);
   if (!host.openLink()) return noReply(operation.name, command, host.noLinkMessage());

@@ -5,6 +5,7 @@
 #include "cli/Context.h"
 #include "cli/ExitCode.h"
 
+#include <string_view>
 #include <vector>
 
 namespace orv::cli {

@@ -5,6 +5,10 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 
+#include <memory>
+#include <string>
+#include <vector>
+
 namespace orv::cli {
 
 UserRequest requestAsUser(Host& host, const Operation& operation, const std::vector<Object>& arguments) {

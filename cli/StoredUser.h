@@ -4,6 +4,8 @@
 #include "cli/Request.h"
 
 #include <optional>
+#include <string_view>
+#include <vector>
 
 namespace orv::cli {
 

@@ -5,7 +5,9 @@
 #include <orvnetwork/transport/QXNotification.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/Host.h"
+#include "cli/Output.h"
 
 #include <unistd.h>
 

@@ -2,8 +2,13 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/SingleRequest.h"
 #include "cli/StoredUser.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
 
 namespace orv::cli {
 
@@ -66,8 +71,9 @@ ExitCode run(const WhoamiCommand&, Context& context) {
   if (asked.outcome == UserRequest::Outcome::NoReply) {
     return show("unknown", "as stored: the server does not answer", ExitCode::NoReply);
   }
-  if (!asked.success)
+  if (!asked.success) {
     return show("good", "the classroom is as stored: the server refuses it", ExitCode::Success);
+  }
   keepClassroom(user, asked.reply);
   return show("good", {}, ExitCode::Success);
 }

@@ -1,6 +1,7 @@
 #include <orvnetwork/data/Secrets.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/Host.h"
 #include "cli/SingleRequest.h"
 
@@ -11,6 +12,8 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <string>
+#include <variant>
 
 namespace {
 
@@ -33,8 +36,9 @@ ExitCode runProgram(int argc, char** argv, Output& output) {
     output.text(text->text);
     return ExitCode::Success;
   }
-  if (const auto* wrong = std::get_if<WrongUse>(&parsed))
+  if (const auto* wrong = std::get_if<WrongUse>(&parsed)) {
     return refuse(orv::hideSecrets(wrong->message), output);
+  }
   try {
     return runInvocation(std::get<Invocation>(parsed), output);
   } catch (const std::exception& error) {

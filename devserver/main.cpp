@@ -1,5 +1,4 @@
 #include "devserver/DevServer.h"
-
 #include <CLI/CLI.hpp>
 
 #include <csignal>

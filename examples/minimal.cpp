@@ -7,6 +7,7 @@
 #include <boost/json/serialize.hpp>
 
 #include <iostream>
+#include <string>
 
 int main(int argc, char** argv) {
   if (argc != 2) {

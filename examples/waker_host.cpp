@@ -7,11 +7,13 @@
 
 #include <boost/json/serialize.hpp>
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <iostream>
 #include <mutex>
+#include <string>
 
 namespace {
 

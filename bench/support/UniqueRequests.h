@@ -3,6 +3,7 @@
 #include <orvnetwork/transport/QXRequestItem.h>
 
 #include <cstdint>
+#include <memory>
 #include <unordered_set>
 #include <utility>
 

@@ -11,6 +11,9 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
 
 namespace orv::cli::demo {
 
@@ -86,8 +89,9 @@ void catalogueIsLoaded(Tour& tour) {
   showProgress(tour, catalogue().getRecordCourseCount());
   tour.server.faults().clear();
   const std::size_t inMemory = catalogue().cloudCourseDict().size();
-  for (std::uint64_t index = 0; index < 3; ++index)
+  for (std::uint64_t index = 0; index < 3; ++index) {
     showCourse(tour, catalogue().getRecordCourseWithIndex(index));
+  }
   const std::size_t pages = tour.frames("Course.Get.Items").size();
   const std::size_t files = filesIn(catalogue().cloudCourseFolder());
   tour.stage.verdict("as many as were asked for are listed, in four pages",

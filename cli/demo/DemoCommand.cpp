@@ -1,4 +1,5 @@
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/Host.h"
 #include "cli/demo/Steps.h"
 
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <string>
 #include <system_error>
 
 namespace orv::cli {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <string>
 
 namespace orv::cli::demo {
 
@@ -58,8 +59,9 @@ void showFolder(Stage& stage, const fs::path& folder, const std::string& indent)
       rest.bytes += fs::file_size(path, error);
     }
   }
-  if (rest.files > 0)
+  if (rest.files > 0) {
     stage.file(indent + "… and " + std::to_string(rest.files) + " more", sizeText(rest.bytes));
+  }
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 
 #include <devserver/school/School.h>
 
+#include <memory>
+
 namespace orv::cli::demo {
 
 Guest::Guest(Tour& tour, std::string name) : tour_(tour), name_(std::move(name)) {}

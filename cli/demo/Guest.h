@@ -4,6 +4,7 @@
 
 #include "cli/demo/Tour.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 

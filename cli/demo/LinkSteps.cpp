@@ -7,6 +7,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv::cli::demo {
 

@@ -12,6 +12,9 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
+#include <memory>
+#include <string>
 
 namespace orv::cli::demo {
 
@@ -60,7 +63,7 @@ std::shared_ptr<Call> callRoom(Tour& tour, const char* command,
   return call;
 }
 
-bool hears(Tour& tour, std::size_t pushes) {
+bool receives(Tour& tour, std::size_t pushes) {
   return tour.wait([&] { return tour.count(QXNotificationPushOrvMessage) >= pushes; });
 }
 
@@ -98,7 +101,7 @@ void lessonIsHeld(Tour& tour) {
   const bool entered = student.ask("Live.Room.Post.Enter", {{"roomID", room}, {"appType", 1}});
   const bool wrote = student.ask("Course.Post.wall", {{"roomID", room}, {"content", "老师好！"}});
   tour.stage.verdict("a student who comes in and greets becomes two notifications",
-                     entered && wrote && hears(tour, before + 2),
+                     entered && wrote && receives(tour, before + 2),
                      std::to_string(tour.count(QXNotificationPushOrvMessage) - before) + " posted");
   const std::size_t heard = student.pushes().size();
   const auto closed =
@@ -112,7 +115,7 @@ void lessonIsHeld(Tour& tour) {
   tour.stage.verdict("closed, it is over, and the student is told",
                      closed->success && listOf(key) == 3 && told, kStatusNames[listOf(key)]);
   student.leave();
-  tour.stage.verdict("the student's leaving is a third notification", hears(tour, before + 3),
+  tour.stage.verdict("the student's leaving is a third notification", receives(tour, before + 3),
                      std::to_string(tour.count(QXNotificationPushOrvMessage) - before) + " posted");
 }
 

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv::cli::demo {
@@ -24,8 +26,9 @@ std::vector<std::string_view> lastEntries(std::string_view text, std::size_t cou
     if (line.size() > 26 && line[4] == '/' && line.substr(23, 3) == " - ") entries.push_back(line);
     at = end + 1;
   }
-  if (entries.size() > count)
+  if (entries.size() > count) {
     entries.erase(entries.begin(), entries.end() - static_cast<std::ptrdiff_t>(count));
+  }
   return entries;
 }
 

@@ -1,11 +1,13 @@
 // Lost replies and a lost link.
 
+#include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/demo/Steps.h"
 
 #include <cmath>
+#include <string>
 
 namespace orv::cli::demo {
 

@@ -4,9 +4,12 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/demo/Steps.h"
+#include "devserver/faults/Garbage.h"
 
 #include <algorithm>
 #include <array>
+#include <string>
+#include <string_view>
 
 namespace orv::cli::demo {
 
@@ -14,8 +17,9 @@ namespace {
 
 std::size_t occurrences(std::string_view text, std::string_view part) {
   std::size_t count = 0;
-  for (auto at = text.find(part); at != std::string_view::npos; at = text.find(part, at + part.size()))
+  for (auto at = text.find(part); at != std::string_view::npos; at = text.find(part, at + part.size())) {
     ++count;
+  }
   return count;
 }
 

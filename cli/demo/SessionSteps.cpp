@@ -7,10 +7,11 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/demo/Steps.h"
-
 #include <devserver/school/School.h>
 
 #include <fstream>
+#include <memory>
+#include <string>
 
 namespace orv::cli::demo {
 
@@ -58,7 +59,7 @@ void requestIsHeld(Tour& tour) {
 
 void passwordIsRefused(Tour& tour) {
   const auto call = logIn(tour, kWrongPassword);
-  tour.stage.verdict("the completion callback hears of no success and code 1102",
+  tour.stage.verdict("the completion callback gets no success and code 1102",
                      call->completed == 1 && !call->success && call->code() == 1102, code(*call));
 }
 

@@ -7,10 +7,14 @@
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include "devserver/DevServer.h"
+
 #include <algorithm>
 #include <atomic>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <string_view>
 
 namespace orv::cli::demo {
 

@@ -7,8 +7,11 @@
 #include "cli/Host.h"
 #include "cli/demo/Stage.h"
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv::cli::demo {

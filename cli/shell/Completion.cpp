@@ -29,8 +29,9 @@ const std::map<std::string, Texts, std::less<>>& optionsOfCommands() {
 const Texts& operationNames() {
   static const Texts kNames = [] {
     Texts names;
-    for (const Operation& operation : OperationRegistry::standard().operations())
+    for (const Operation& operation : OperationRegistry::standard().operations()) {
       names.push_back(operation.name);
+    }
     std::ranges::sort(names);
     return names;
   }();
@@ -97,8 +98,9 @@ void offerBehind(Completion& completion, const std::vector<Word>& words, std::st
   const std::size_t place = words.size();
   const std::size_t named = first == "invoke" ? 1 : 0;
   if (named == 1 && place == 1) return offer(completion, typed, operationNames());
-  if (const Operation* const operation = OperationRegistry::standard().find(words[named].text))
+  if (const Operation* const operation = OperationRegistry::standard().find(words[named].text)) {
     return offerArgument(completion, typed, *operation, place - named - 1, courses);
+  }
   if (first == "call") {
     if (place == 1) return offer(completion, typed, commandNames());
     completion.hint = "one JSON dictionary, or nothing";

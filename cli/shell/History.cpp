@@ -34,11 +34,13 @@ History::History(std::string path) : path_(std::move(path)) {
   for (std::string line; std::getline(file, line);) {
     ++count;
     if (!line.empty() && line.size() <= kMaxLineSize) lines_.push_back(std::move(line));
-    if (lines_.size() > 2 * kMaxLines)
+    if (lines_.size() > 2 * kMaxLines) {
       lines_.erase(lines_.begin(), lines_.begin() + static_cast<std::ptrdiff_t>(kMaxLines));
+    }
   }
-  if (lines_.size() > kMaxLines)
+  if (lines_.size() > kMaxLines) {
     lines_.erase(lines_.begin(), lines_.end() - static_cast<std::ptrdiff_t>(kMaxLines));
+  }
   if (count >= 2 * kMaxLines) rewrite();
 }
 

@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <clocale>
 #include <cwchar>
+#include <initializer_list>
 
 namespace orv::cli {
 

@@ -42,8 +42,9 @@ class Presenter {
       plain("{");
       std::size_t count = 0;
       const bool isLong = !fits(value);
-      for (const auto& member : *object)
+      for (const auto& member : *object) {
         writeMember(compact(json::value(member.key())), member.value(), indent, count++, isLong);
+      }
       if (isLong) newLine(indent);
       plain("}");
     } else if (const json::array* const array = value.if_array()) {

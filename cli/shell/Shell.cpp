@@ -1,5 +1,6 @@
 #include "cli/shell/Shell.h"
 
+#include <orvnetwork/api/OperationRegistry.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/Secrets.h>
@@ -12,6 +13,9 @@
 #include "cli/SingleRequest.h"
 
 #include <algorithm>
+#include <array>
+#include <string_view>
+#include <variant>
 
 namespace orv::cli {
 
@@ -145,8 +149,9 @@ ExitCode Shell::parse(const Words& words) {
 
 ExitCode Shell::switchOf(const Words& words) {
   const bool on = words.size() == 2 && words[1].text == "on";
-  if (!on && (words.size() != 2 || words[1].text != "off"))
+  if (!on && (words.size() != 2 || words[1].text != "off")) {
     return wrong(words[0].text + " on|off is expected");
+  }
   if (words[0].text == "watch") {
     setWatching(on);
   } else {
@@ -157,8 +162,9 @@ ExitCode Shell::switchOf(const Words& words) {
 
 ExitCode Shell::steer(const Words& words) {
   DevServer* const server = context_.host().server();
-  if (server == nullptr)
+  if (server == nullptr) {
     return wrong("the embedded server does not run: the shell uses " + context_.host().url());
+  }
   if (words.size() > 2) return wrong("server [CONTROL] is expected, CONTROL being one JSON dictionary");
   if (words.size() == 1) return done({{"server", server->state()}});
   const Result<json::value> parsed = parseJson(words[1].text);

@@ -7,7 +7,9 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/Commands.h"
+#include "cli/Host.h"
 #include "cli/LineReader.h"
+#include "cli/Output.h"
 #include "cli/Request.h"
 #include "cli/shell/History.h"
 #include "cli/shell/LineEditor.h"
@@ -19,6 +21,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <deque>
+#include <optional>
+#include <string_view>
 
 namespace orv::cli {
 

@@ -1,5 +1,8 @@
 #include "devserver/commands/CommandTable.h"
 
+#include <chrono>
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace orv::devserver {
@@ -23,7 +26,7 @@ void leaveRooms(CommandContext& context) {
   }
 }
 
-/// Opens the session; a user's other connections hear of a new one.
+/// Opens the session; a user's other connections are sent a push for a new one.
 void openSession(CommandContext& context, const Account& account, std::string token) {
   Session& session = context.session;
   const bool isNew = session.uID != account.uID;

@@ -1,6 +1,9 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/commands/Rooms.h"
 
+#include <optional>
+#include <string>
+
 namespace orv::devserver {
 
 namespace {

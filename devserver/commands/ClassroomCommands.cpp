@@ -1,6 +1,8 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/school/Addresses.h"
 
+#include <string>
+
 namespace orv::devserver {
 
 namespace {

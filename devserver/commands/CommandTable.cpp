@@ -1,8 +1,11 @@
 #include "devserver/commands/CommandTable.h"
 
+#include "devserver/school/Database.h"
+
 #include <algorithm>
 #include <array>
 #include <iostream>
+#include <string_view>
 #include <utility>
 
 namespace orv::devserver {

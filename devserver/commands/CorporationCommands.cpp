@@ -1,6 +1,8 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/commands/Rooms.h"
 
+#include <string>
+
 namespace orv::devserver {
 
 namespace {

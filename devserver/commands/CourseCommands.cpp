@@ -55,7 +55,7 @@ void takeCover(const Values& values, json::object& fields) {
   fields["coverUrl"] = address("file/" + values.text("coverMediaId") + ".jpg");
 }
 
-/// A recorded course that has both of its files is published, and its owner's connections hear of it.
+/// A recorded course that has both of its files is published, and its owner's connections are sent a push.
 void publishIfComplete(CommandContext& context, std::int64_t roomID) {
   const json::object course = *context.school.courses().find(roomID);
   const bool complete = numberIn(course, "whiteboardDataID") > 0 && numberIn(course, "whiteboardMp3ID") > 0;

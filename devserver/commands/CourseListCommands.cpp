@@ -1,6 +1,8 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/commands/Rooms.h"
 
+#include <optional>
+
 namespace orv::devserver {
 
 namespace {

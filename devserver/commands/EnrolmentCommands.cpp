@@ -3,6 +3,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 namespace orv::devserver {
 

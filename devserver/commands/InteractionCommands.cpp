@@ -1,5 +1,9 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/commands/Rooms.h"
+#include "devserver/school/Database.h"
+
+#include <string>
+#include <string_view>
 
 namespace orv::devserver {
 

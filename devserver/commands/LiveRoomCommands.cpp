@@ -44,8 +44,9 @@ json::value start(CommandContext& context) {
   context.session.liveRoom = roomID;
   context.session.rooms.insert(roomID);
   const json::object started = *context.school.courses().find(roomID);
-  if (!isOnAir(course))
+  if (!isOnAir(course)) {
     tellAudience(context, roomID, room_event::kStarted, member("title", started.at("title")));
+  }
   return started;
 }
 
@@ -57,8 +58,9 @@ json::value close(CommandContext& context) {
 
 void checkEntry(CommandContext& context, const json::object& course) {
   checkLive(course);
-  if (numberIn(course, "status") >= course_status::kOver)
+  if (numberIn(course, "status") >= course_status::kOver) {
     throw Refused(result::kWrongState, "the course is over");
+  }
   const bool charged = numberIn(course, "courseType") == 2 && realIn(course, "coursePrice") > 0;
   const std::int64_t roomID = numberIn(course, "roomID");
   if (charged && !context.isTeacherOf(course) && !isIn(context, "enrolments", roomID)) {
@@ -106,8 +108,9 @@ json::value streamInfo(CommandContext& context) {
   const json::object course = context.course();
   checkLive(course);
   json::object info;
-  for (const char* key : {"roomID", "status", "liveStatus", "flvUrl", "rtmpUrl", "hlsUrl"})
+  for (const char* key : {"roomID", "status", "liveStatus", "flvUrl", "rtmpUrl", "hlsUrl"}) {
     info[key] = course.at(key);
+  }
   if (context.isTeacherOf(course)) info["publishUrl"] = course.at("publishUrl");
   return info;
 }

@@ -1,6 +1,7 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/commands/Rooms.h"
 #include "devserver/school/Addresses.h"
+#include "devserver/school/Database.h"
 
 namespace orv::devserver {
 

@@ -1,6 +1,10 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/commands/Rooms.h"
 #include "devserver/school/Addresses.h"
+#include "devserver/school/Database.h"
+
+#include <string>
+#include <string_view>
 
 namespace orv::devserver {
 

@@ -1,6 +1,11 @@
 #include "devserver/commands/Rooms.h"
 
+#include "devserver/crowd/Crowd.h"
+#include "devserver/school/Database.h"
+
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv::devserver {

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "devserver/commands/CommandContext.h"
+#include "devserver/school/Database.h"
+
+#include <string_view>
 
 namespace orv::devserver {
 
 /// Ends the broadcast of a live course: the course is over, a replay stays, and everybody in the room and who has
-/// enrolled hears of it. Returns the course as it is then.
+/// enrolled is sent a push. Returns the course as it is then.
 json::object endBroadcast(CommandContext& context, const json::object& course);
 
 /// Tells everybody in the room, and the connections of those who have enrolled, but not the one that asks.

@@ -2,6 +2,8 @@
 #include "devserver/commands/Rooms.h"
 #include "devserver/school/Addresses.h"
 
+#include <string>
+
 namespace orv::devserver {
 
 namespace {

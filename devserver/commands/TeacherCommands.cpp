@@ -1,6 +1,9 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/commands/Rooms.h"
+#include "devserver/crowd/Crowd.h"
 #include "devserver/school/Addresses.h"
+
+#include <string>
 
 namespace orv::devserver {
 

@@ -3,6 +3,7 @@
 #include "devserver/school/Addresses.h"
 
 #include <ctime>
+#include <string>
 
 namespace orv::devserver {
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <ctime>
 #include <limits>
+#include <system_error>
 
 namespace orv::devserver {
 
@@ -20,8 +21,9 @@ std::optional<std::int64_t> wholeNumber(std::string_view text) {
 std::optional<std::int64_t> wholeNumber(const json::value& value) {
   if (value.is_int64()) return value.get_int64();
   if (value.is_bool()) return static_cast<std::int64_t>(value.get_bool());
-  if (const json::string* text = value.if_string())
+  if (const json::string* text = value.if_string()) {
     return wholeNumber(std::string_view(text->data(), text->size()));
+  }
   if (value.is_double() && std::trunc(value.get_double()) == value.get_double() &&
       std::abs(value.get_double()) < 9e15) {
     return static_cast<std::int64_t>(value.get_double());

@@ -1,6 +1,8 @@
 #include "devserver/commands/CommandTable.h"
 #include "devserver/commands/Rooms.h"
 
+#include <string>
+
 namespace orv::devserver {
 
 namespace {
@@ -26,8 +28,9 @@ json::value publish(CommandContext& context) {
   const std::int64_t roomID = numberIn(course, "roomID"), vendor = context.values.id("vendorID");
   const std::string status = context.values.text("status");
   checkLive(course);
-  if (!context.database().number("SELECT 1 FROM vendors WHERE id = ?", {vendor}))
+  if (!context.database().number("SELECT 1 FROM vendors WHERE id = ?", {vendor})) {
     refuseThing("vendor", vendor);
+  }
   context.database().run(
       "INSERT OR REPLACE INTO vendorLinks(vendorID, uID, roomID, status) VALUES(?, ?, ?, ?)",
       {vendor, context.uID(), roomID, status});

@@ -2,11 +2,14 @@
 
 #include "devserver/control/ControlActions.h"
 #include "devserver/control/ControlFields.h"
+#include "devserver/faults/Garbage.h"
 
 #include <boost/json/array.hpp>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
+#include <chrono>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 #include <string>

@@ -1,9 +1,12 @@
 #include "devserver/control/ControlActions.h"
 #include "devserver/school/CourseDesk.h"
+#include "devserver/school/Courses.h"
 
 #include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace orv::devserver {
 

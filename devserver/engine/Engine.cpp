@@ -1,6 +1,7 @@
 #include "devserver/engine/Engine.h"
 
 #include "devserver/page/HttpGuard.h"
+#include "devserver/page/PassedFrame.h"
 
 #include <boost/json/array.hpp>
 #include <boost/json/serialize.hpp>

@@ -9,6 +9,7 @@
 #include "devserver/net/Network.h"
 #include "devserver/net/NetworkEvents.h"
 #include "devserver/page/Page.h"
+#include "devserver/page/PassedFrame.h"
 #include "devserver/school/School.h"
 
 #include <boost/json/object.hpp>

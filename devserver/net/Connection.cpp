@@ -1,9 +1,12 @@
 #include "devserver/net/Connection.h"
 
+#include "devserver/net/LinkCore.h"
+
 #include <boost/beast/http/read.hpp>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <string>
 #include <utility>
 

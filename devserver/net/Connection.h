@@ -14,6 +14,7 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>

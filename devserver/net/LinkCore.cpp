@@ -4,6 +4,7 @@
 #include <boost/asio/error.hpp>
 #include <boost/asio/post.hpp>
 
+#include <chrono>
 #include <utility>
 
 namespace orv::devserver {

@@ -14,6 +14,7 @@
 #include <boost/asio/ssl/stream.hpp>
 #include <boost/asio/steady_timer.hpp>
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>

@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <chrono>
+#include <system_error>
 #include <utility>
 
 namespace orv::devserver {

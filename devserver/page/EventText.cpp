@@ -9,6 +9,7 @@
 #include <boost/json/serialize.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <string_view>
 #include <utility>
 
@@ -151,8 +152,9 @@ std::string eventText(const PassedFrame& frame) {
   event["connection"] = frame.connection;
   event["user"] = frame.user;
   event["bytes"] = frame.size;
-  if (!frame.command.empty())
+  if (!frame.command.empty()) {
     event["command"] = isUtf8(frame.command) ? frame.command : escaped(frame.command);
+  }
   if (frame.code) event["code"] = *frame.code;
   if (frame.sinceRequest) event["ms"] = static_cast<double>(frame.sinceRequest->count()) / 1000;
   if (frame.faults != 0) event["faults"] = faultNames(frame.faults);

@@ -1,5 +1,7 @@
 #include "devserver/page/FrameHistory.h"
 
+#include <chrono>
+#include <string>
 #include <utility>
 
 namespace orv::devserver {

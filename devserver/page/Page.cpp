@@ -2,7 +2,9 @@
 
 #include "devserver/page/PageFiles.h"
 
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv::devserver {

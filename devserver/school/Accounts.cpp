@@ -8,6 +8,7 @@
 #include <array>
 #include <charconv>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace orv::devserver {

@@ -1,5 +1,8 @@
 #include "devserver/school/CourseDesk.h"
 
+#include "devserver/school/Courses.h"
+#include "devserver/school/Database.h"
+
 #include <algorithm>
 #include <stdexcept>
 #include <string>

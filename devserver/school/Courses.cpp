@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace orv::devserver {

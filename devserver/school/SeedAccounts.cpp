@@ -2,6 +2,9 @@
 
 #include <boost/json/parse.hpp>
 
+#include <string>
+#include <string_view>
+
 namespace orv::devserver {
 
 namespace {

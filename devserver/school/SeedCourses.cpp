@@ -1,3 +1,4 @@
+#include "devserver/school/Database.h"
 #include "devserver/school/School.h"
 
 #include <array>

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/detail/Sending.h>
 
+#include <optional>
 #include <utility>
 
 namespace orv {

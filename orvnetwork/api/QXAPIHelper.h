@@ -7,6 +7,8 @@
 #include <orvnetwork/api/QXAPIHelperInteraction.h>
 #include <orvnetwork/api/QXAPIHelperLive.h>
 
+#include <optional>
+
 namespace orv {
 
 /// The catalogue of the server's commands, one operation a command. Operations are called as
@@ -15,7 +17,7 @@ namespace orv {
 ///
 /// All operations are alike. The leading arguments are the command's inputs. The last two are the caller's
 /// callbacks, and either may be empty:
-///  - `completeBlock` hears the reply on the main thread, with the whole frame: the payload is "v"."data", the
+///  - `completeBlock` is called with the reply on the main thread, with the whole frame: the payload is "v"."data", the
 ///    error text "v"."err", the code "v"."ret";
 ///  - `timeoutBlock` is called on the main thread when no reply came within 10 s, or at once on the calling
 ///    thread when the link is not open.

@@ -8,6 +8,8 @@
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/support/QXCommonTools.h>
 
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace orv {

@@ -3,6 +3,8 @@
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
+#include <string>
+
 namespace orv {
 
 /// Commands of the user's account: log-in and session, verification codes, registration and passwords, the

@@ -7,6 +7,8 @@
 #include <orvnetwork/api/detail/Values.h>
 #include <orvnetwork/support/QXCommonTools.h>
 
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace orv {

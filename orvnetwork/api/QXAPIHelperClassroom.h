@@ -3,6 +3,9 @@
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
+#include <optional>
+#include <string>
+
 namespace orv {
 
 /// Commands of classrooms and corporations, course materials, uploads and the voice library. `QXAPIHelper`

@@ -3,6 +3,9 @@
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
+#include <optional>
+#include <string>
+
 namespace orv {
 
 /// Commands that make, change, finish and delete a course. `QXAPIHelper` tells what all operations have in

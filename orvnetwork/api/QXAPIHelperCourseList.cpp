@@ -7,6 +7,7 @@
 #include <orvnetwork/api/detail/Values.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 
+#include <optional>
 #include <utility>
 
 namespace orv {

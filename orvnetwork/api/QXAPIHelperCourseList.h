@@ -4,6 +4,8 @@
 #include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
+#include <optional>
+
 namespace orv {
 
 /// Commands that read course lists and course details and act on a course as its viewer. `QXAPIHelper`

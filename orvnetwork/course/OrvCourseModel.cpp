@@ -3,6 +3,7 @@
 #include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/data/RecordField.h>
 
+#include <memory>
 #include <typeinfo>
 
 namespace orv {

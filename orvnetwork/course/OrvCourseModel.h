@@ -1,8 +1,13 @@
 #pragma once
 
+#include <orvnetwork/data/Property.h>
 #include <orvnetwork/data/Record.h>
 
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 
@@ -107,16 +112,16 @@ class ORV_EXPORT OrvCourseModel : public Record {
   OptionalString mp4Path() const;
   /// A new name for the next piece: the local day, in the user's calendar and digits, and a number that counts
   /// from 1 on each day, as in "240131-3.mp4". The count is kept beside the pieces; a name comes also when it cannot
-  /// be written there, which the console is told. A count that cannot be read begins anew.
+  /// be written there, which the console gets a line. A count that cannot be read begins anew.
   std::string generateMp4FileName() const;
   /// Appends a piece to the list of pieces. `duration` is in seconds. When the list cannot be written, or the one
-  /// that is there cannot be read, it stays as it is, and the console is told.
+  /// that is there cannot be read, it stays as it is, and the console gets a line.
   void addNewMp4_duration(std::string_view name, double duration) const;
 
   /// @}
 
   /// Hears how a refresh went: whether it succeeded; if not, why: the server's text, "failed" or "timeout"; and the
-  /// whole reply frame, as a request's completion callback hears it, which lives only as long as the call: null
+  /// whole reply frame, as a request's completion callback gets it, which lives only as long as the call: null
   /// when none came.
   using RefreshBlock =
       std::function<void(bool success, const OptionalString& message, const json::object* reply)>;

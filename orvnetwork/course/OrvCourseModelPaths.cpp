@@ -12,6 +12,10 @@
 #include <orvnetwork/support/QXPathManager.h>
 
 #include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 

@@ -6,6 +6,10 @@
 #include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/platform/Executor.h>
 
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv {

@@ -3,8 +3,12 @@
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/SerialQueue.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
+
+#include <optional>
+#include <string>
 
 namespace orv {
 

@@ -7,8 +7,10 @@
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Semaphore.h>
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace orv {
@@ -50,7 +52,7 @@ class ORV_EXPORT QXCourseManager final {
 
   /// @name Local courses
   /// Courses whose `roomID` is not above 0, or that are not marked `orv_local`, are ignored, save by `deleteLocalCourse`.
-  /// A file that cannot be written is told on the console; the memory keeps the change.
+  /// A file that cannot be written is logged to the console; the memory keeps the change.
   /// @{
 
   /// A new course for a recording on this device, in no list yet. Its number is free now; only `addLocalCourse`
@@ -80,7 +82,7 @@ class ORV_EXPORT QXCourseManager final {
 
   /// Asks for `count` courses of the list from the index `start` on, and for the pages of 30 that are missing; with
   /// `force` for all pages of the range, whatever the list holds. Up to three attempts are made for a page.
-  /// @param coursesBlock hears (true, number of courses of the range that there are) on `queue()`, after which
+  /// @param coursesBlock is called with (true, number of courses of the range that there are) on `queue()`, after which
   ///   `getRecordCourseWithIndex` gives them; (false, -1), at once and on the caller's thread, when the link is not
   ///   open, nobody is signed in, or the user has no classroom. A request that waits when the link is lost goes on
   ///   with the next one that is made; one that waits when the user or the classroom changes is dropped, and
@@ -133,7 +135,7 @@ class ORV_EXPORT QXCourseManager final {
   /// for `dataSemaphore`.
   bool containCourse(const Course& course) const;
   /// Gets a live course anew from the server, and takes it into memory and onto the disk where it is in a list.
-  /// @param handler hears the course, or null: at once for a course that is not live or has no number and while
+  /// @param handler is called with the course, or null: at once for a course that is not live or has no number and while
   ///   the link is not open, else on the main thread.
   void updateCourse_withHandler(const Course& course, UpdateHandler handler);
 

@@ -2,6 +2,9 @@
 
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/course/detail/KeyList.h>
+
+#include <string>
 
 namespace orv {
 

@@ -12,6 +12,8 @@
 #include <orvnetwork/support/QXFileLog.h>
 
 #include <algorithm>
+#include <optional>
+#include <string>
 
 namespace orv {
 

@@ -5,6 +5,9 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXPathManager.h>
 
+#include <chrono>
+#include <string>
+
 namespace orv {
 
 namespace {

@@ -9,6 +9,8 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/transport/QXNotification.h>
 
+#include <chrono>
+
 namespace orv {
 
 namespace {

@@ -10,6 +10,9 @@
 #include <orvnetwork/course/detail/RecordPageEffects.h>
 #include <orvnetwork/data/LooseRead.h>
 
+#include <optional>
+#include <string>
+
 // The way of a page: the load asks for it; its reply is merged, which changes the list, the records and the files; the
 // check that follows answers the requests that wait, and starts the load of the next page that they want.
 

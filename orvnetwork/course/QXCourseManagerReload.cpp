@@ -6,6 +6,9 @@
 #include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
+#include <optional>
+#include <string>
+
 namespace orv {
 
 namespace {

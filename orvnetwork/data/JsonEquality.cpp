@@ -58,8 +58,9 @@ std::size_t hashOf(std::string_view text) {
 }
 
 std::size_t hashOf(const Number& number) {
-  if (const auto* whole = std::get_if<std::int64_t>(&number))
+  if (const auto* whole = std::get_if<std::int64_t>(&number)) {
     return mixed(static_cast<std::uint64_t>(*whole));
+  }
   if (const auto* large = std::get_if<std::uint64_t>(&number)) return mixed(*large);
   const double real = std::get<double>(number);
   return std::isnan(real) ? 1 : std::hash<double>{}(real);

@@ -1,5 +1,6 @@
 #include "orvnetwork/data/PropertyList.h"
 
+#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/PropertyListLimits.h>
 #include <orvnetwork/data/detail/PropertyListBinary.h>
 #include <orvnetwork/data/detail/PropertyListDamage.h>

@@ -140,8 +140,9 @@ class Writer {
 
   bool writeReal(double number) {
     if (std::isnan(number)) return writeLine("<real>nan</real>");
-    if (std::isinf(number))
+    if (std::isinf(number)) {
       return writeLine(number > 0 ? "<real>+infinity</real>" : "<real>-infinity</real>");
+    }
     if (number == 0) return writeLine("<real>0.0</real>");
     char buffer[32];
     const auto end = std::to_chars(buffer, std::end(buffer), number, std::chars_format::general, 17).ptr;

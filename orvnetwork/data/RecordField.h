@@ -2,11 +2,18 @@
 
 #include <orvnetwork/data/JsonEquality.h>
 #include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/data/Property.h>
 #include <orvnetwork/data/RecordMapping.h>
 #include <orvnetwork/data/RecordNumber.h>
 
 #include <cmath>
+#include <concepts>
 #include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 /// The making of field tables. The source of a class of records includes this; nobody else needs it.
 ///
@@ -193,17 +200,19 @@ struct OptionalRules {
 
   /// The dictionary or the array that a value is; null when it is another kind.
   static const Stored* containerIn(const json::value& value) {
-    if constexpr (std::same_as<Stored, json::object>)
+    if constexpr (std::same_as<Stored, json::object>) {
       return value.if_object();
-    else
+    } else {
       return value.if_array();
+    }
   }
   /// Whether a value is of a kind that the field takes. Numbers and flags have a text form.
   static bool takes(const json::value& value) {
-    if constexpr (isText)
+    if constexpr (isText) {
       return value.is_string() || value.is_number() || value.is_bool();
-    else
+    } else {
       return containerIn(value) != nullptr;
+    }
   }
   /// What the field holds then. The copy has storage of its own, and not that of the frame that the value came in.
   static Value fromJson(const json::value& value) {
@@ -221,16 +230,18 @@ struct OptionalRules {
   }
   /// Texts byte for byte, the others as `sameJson` has it.
   static bool same(const Value& one, const Value& other) {
-    if constexpr (isText)
+    if constexpr (isText) {
       return one == other;
-    else
+    } else {
       return one.has_value() == other.has_value() && (!one || sameJson(*one, *other));
+    }
   }
   static std::size_t hash(const Value& value) {
-    if constexpr (isText)
+    if constexpr (isText) {
       return value ? std::hash<std::string>()(*value) : 0;
-    else
+    } else {
       return value ? hashOfJson(*value) : 0;
+    }
   }
 
   /// Null is an answer, a value of another kind is none.

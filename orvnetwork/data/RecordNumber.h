@@ -47,17 +47,17 @@ class ORV_EXPORT RecordNumber {
   /// The number as a field of type `T` takes it: by the function above that has this type.
   template <typename T>
   T as() const {
-    if constexpr (std::same_as<T, bool>)
+    if constexpr (std::same_as<T, bool>) {
       return asBool();
-    else if constexpr (std::same_as<T, float>)
+    } else if constexpr (std::same_as<T, float>) {
       return asFloat();
-    else if constexpr (std::same_as<T, double>)
+    } else if constexpr (std::same_as<T, double>) {
       return asDouble();
-    else if constexpr (std::same_as<T, std::int32_t>)
+    } else if constexpr (std::same_as<T, std::int32_t>) {
       return asInt32();
-    else if constexpr (std::same_as<T, std::uint64_t>)
+    } else if constexpr (std::same_as<T, std::uint64_t>) {
       return asUint64();
-    else {
+    } else {
       static_assert(std::same_as<T, std::int64_t>, "no rule fills a field of this type");
       return asInt64();
     }

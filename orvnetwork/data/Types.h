@@ -95,7 +95,7 @@ class Object : public std::optional<json::value> {
 };
 
 /// Any JSON value that must be there: what an operation takes where it passes an argument through that the
-/// command cannot do without. It converts from what `Object` converts from, save what may be absent: the compiler
+/// command cannot do without. It converts from what `Object` converts from, except what may be absent: the compiler
 /// refuses `std::nullopt`, `nullptr`, an `OptionalString` and an `Object`. A JSON value that is null at run time and a
 /// null `const char*` are let through and reach the operation as absent.
 class RequiredObject {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <system_error>
 
 namespace orv {
 
@@ -23,8 +24,9 @@ bool hasOnlyUrlCharacters(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
     // Bytes above 0x7f count as negative here.
-    if (c <= ' ' || c == '\x7f' || std::string_view("\"<>\\^`{|}").find(c) != std::string_view::npos)
+    if (c <= ' ' || c == '\x7f' || std::string_view("\"<>\\^`{|}").find(c) != std::string_view::npos) {
       return false;
+    }
     if (c != '%') continue;
     if (i + 2 >= text.size() || !isHexDigit(text[i + 1]) || !isHexDigit(text[i + 2])) return false;
   }

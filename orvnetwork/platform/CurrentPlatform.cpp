@@ -1,10 +1,12 @@
 // Which platform is in use: the one installed, else the operating system's. It is apart from the interface, which
 // knows none of those that implement it.
 
+#include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/native/NativePlatform.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 
 namespace orv {

@@ -22,7 +22,7 @@ class ORV_EXPORT Executor {
 /// Tells the console what `where` has thrown. To be called inside a catch block. Any thread.
 ORV_EXPORT void reportException(const char* where) noexcept;
 
-/// Runs `function` and keeps what it throws from going further: it is told on the console, after `where`.
+/// Runs `function` and keeps what it throws from going further: it is logged to the console, after `where`.
 /// For host code that is called from inside the library. Any thread.
 /// @param where what is called, for the line on the console, for example "completion callback"
 template <std::invocable Function>

@@ -7,6 +7,7 @@
 #include <orvnetwork/platform/Platform.h>
 
 #include <mutex>
+#include <system_error>
 
 namespace orv {
 

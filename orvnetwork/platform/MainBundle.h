@@ -9,7 +9,7 @@ namespace orv {
 ///
 /// They are what the host sets, else "CFBundleShortVersionString" and "CFBundleVersion" of an `Info.plist` beside
 /// the program's file, which is read once, when it is first asked for. One that cannot be read counts as none and
-/// is told on the console. Any thread.
+/// is logged to the console. Any thread.
 class ORV_EXPORT MainBundle {
  public:
   MainBundle() = delete;

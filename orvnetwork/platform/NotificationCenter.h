@@ -53,7 +53,7 @@ class ORV_EXPORT ObserverToken {
 /// Posting is synchronous: when `post` returns all observers have run, on the posting thread, in the order of
 /// their registration. The observers are those registered when the post began and still registered when
 /// their turn comes. No lock is held while they run, so they may post, observe and remove as they like. What
-/// one throws is told on the console and the next one runs.
+/// one throws is logged to the console and the next one runs.
 class ORV_EXPORT NotificationCenter {
  public:
   /// Called on the posting thread, which is the main thread for what the library posts.
@@ -69,7 +69,7 @@ class ORV_EXPORT NotificationCenter {
   static NotificationCenter& defaultCenter();
 
   /// Registers an observer. Observing twice means being called twice. Any thread.
-  /// @param name the name to hear of; absent: every name
+  /// @param name the name to be called for; absent: every name
   /// @param object who has to have posted it, by identity; null: anybody
   /// @return keeps the observer registered: without it nothing is heard
   [[nodiscard]] ObserverToken observe(const OptionalString& name, Callback callback,

@@ -1,6 +1,8 @@
 #include "orvnetwork/platform/PrivateFolder.h"
 
 #include <algorithm>
+#include <string>
+#include <system_error>
 
 namespace orv {
 

@@ -3,6 +3,9 @@
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/platform/FileSystem.h>
 
+#include <string>
+#include <system_error>
+
 namespace orv {
 
 /// Permissions of a folder that is the user's own business.
@@ -14,7 +17,7 @@ inline constexpr unsigned kPrivateFolderMode = 0700;
 /// itself.
 ///
 /// Folders that exist keep the permissions that they have. True when the folder is there afterwards; else `error`
-/// tells why not. Nothing is told on the console. Any thread.
+/// tells why not. Nothing is logged to the console. Any thread.
 ORV_EXPORT bool makePrivateFolder(FileSystem& files, const std::string& root, const std::string& path,
                                   std::error_code& error);
 

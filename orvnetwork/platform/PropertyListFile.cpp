@@ -5,6 +5,8 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/detail/PropertyListReading.h>
 
+#include <system_error>
+
 namespace orv {
 
 namespace {

@@ -4,6 +4,10 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/detail/PropertyListReading.h>
 
+#include <optional>
+#include <string>
+#include <system_error>
+
 namespace orv {
 
 namespace {

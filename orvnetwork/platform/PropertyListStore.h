@@ -4,6 +4,9 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
+#include <string>
+#include <system_error>
 
 namespace orv {
 
@@ -16,7 +19,7 @@ namespace orv {
 /// aside by the next writing; as long as that fails, nothing is written. The store knows only what it has read:
 /// whoever may find something reads before writing.
 ///
-/// Nothing throws. What goes wrong, and what is set aside, is told on the console, one line each. Any thread; two
+/// Nothing throws. What goes wrong, and what is set aside, is logged to the console, one line each. Any thread; two
 /// threads that read and write one file at the same time put that in order themselves.
 class ORV_EXPORT PropertyListStore {
  public:

@@ -18,7 +18,7 @@ class ORV_EXPORT Timer {
   /// A new, running timer. Any thread.
   /// @param interval time to the first firing, and between firings, in seconds; zero or less means 0.1 ms
   /// @param repeats whether it fires again and again until it is invalidated
-  /// @param action runs on the main queue; what it throws is told on the console
+  /// @param action runs on the main queue; what it throws is logged to the console
   static std::shared_ptr<Timer> schedule(Seconds interval, bool repeats, std::function<void()> action);
 
   virtual ~Timer() = default;

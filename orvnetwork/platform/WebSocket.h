@@ -74,7 +74,7 @@ class ORV_EXPORT WebSocket {
  public:
   virtual ~WebSocket() = default;
 
-  /// Who hears the events; null for nobody. The delegate must outlive the socket or be cleared first. After
+  /// Who is called with the events; null for nobody. The delegate must outlive the socket or be cleared first. After
   /// clearing on the main thread nothing is delivered any more; on another thread a delivery may be under way.
   virtual void setDelegate(WebSocketDelegate* delegate) = 0;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/data/Property.h>
 #include <orvnetwork/data/Record.h>
 
 namespace orv {

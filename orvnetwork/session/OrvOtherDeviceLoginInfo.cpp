@@ -2,6 +2,8 @@
 
 #include <orvnetwork/data/RecordField.h>
 
+#include <memory>
+
 namespace orv {
 
 const RecordTable& OrvOtherDeviceLoginInfo::table() {

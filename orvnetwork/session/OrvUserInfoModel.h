@@ -1,8 +1,11 @@
 #pragma once
 
+#include <orvnetwork/data/Property.h>
 #include <orvnetwork/data/Record.h>
 #include <orvnetwork/session/OrvClassroomInfo.h>
 #include <orvnetwork/session/OrvOtherDeviceLoginInfo.h>
+
+#include <memory>
 
 namespace orv {
 

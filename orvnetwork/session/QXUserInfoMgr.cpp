@@ -12,6 +12,10 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv {

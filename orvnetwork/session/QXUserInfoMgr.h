@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace orv {
@@ -73,7 +74,7 @@ class ORV_EXPORT QXUserInfoMgr final {
   /// whose JSON form is equal to the new one's; a record that was changed in place before the call is therefore
   /// stored without a word. A user with a `classroom` but no `classroominfo` has it refreshed.
   ///
-  /// A file that cannot be written is told on the console; the user in memory is the new one all the same. What was
+  /// A file that cannot be written is logged to the console; the user in memory is the new one all the same. What was
   /// in the file and could not be read is set aside first, and is never written over.
   ///
   /// @param user the new user; null logs out
@@ -129,7 +130,7 @@ class ORV_EXPORT QXUserInfoMgr final {
   /// Renews the server's session with "User.Post.Session". With the network gone, with the link closed (which is
   /// asked to reconnect) and without a user nothing is sent.
   ///
-  /// A reply that succeeds brings the user up to date, save for "classroominfo", and stores it; an account that is
+  /// A reply that succeeds brings the user up to date, except for "classroominfo", and stores it; an account that is
   /// logged in or live on another device is told by `QXNotificationOtherUserLoggedIn`. A reply without "data" changes
   /// no field. A refusal counts in `errorCount`; the third in a row, and code -999999 or 2 at once, end the timer
   /// and post `QXNotificationUserInfoInvalidate`. Any "err" but null makes it a refusal, an empty text too. A missing
@@ -182,7 +183,7 @@ class ORV_EXPORT QXUserInfoMgr final {
 
   std::atomic<std::int32_t> errorCount_{0};
 
-  // Recursive, since what the console is told while the file is read may bring the host back here.
+  // Recursive, since what the console gets a line while the file is read may bring the host back here.
   std::recursive_mutex initMutex_;
   bool initStarted_ = false;
   std::atomic<bool> isLoaded_{false};

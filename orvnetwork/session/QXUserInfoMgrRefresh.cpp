@@ -11,6 +11,7 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <string_view>
 #include <utility>
 
 namespace orv {

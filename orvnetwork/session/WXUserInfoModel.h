@@ -1,6 +1,9 @@
 #pragma once
 
+#include <orvnetwork/data/Property.h>
 #include <orvnetwork/data/Record.h>
+
+#include <optional>
 
 namespace orv {
 

@@ -47,7 +47,7 @@ class ORV_EXPORT QXCommonTools {
   static std::int64_t getHSTimeNow();
 
   /// The JSON text of a dictionary or an array, indented (see `writeJsonPretty`). Absent when the value cannot be
-  /// written, which the console is told: for an absent value, a text or number by itself, and a value with a number
+  /// written, which the console gets a line: for an absent value, a text or number by itself, and a value with a number
   /// in it that is none or infinite, or with text that is not UTF-8.
   static OptionalString DataTOjsonString(const Object& value);
 

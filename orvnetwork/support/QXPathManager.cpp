@@ -7,6 +7,8 @@
 #include <orvnetwork/platform/PrivateFolder.h>
 
 #include <algorithm>
+#include <system_error>
+#include <vector>
 
 namespace orv {
 
@@ -106,8 +108,9 @@ OptionalString QXPathManager::createFolderWithSuffix_domain(std::string_view suf
   const OptionalString folder = searchPath(code);
   if (!folder) return std::nullopt;
   OptionalString path = appendPathComponent(*folder, suffix);
-  if (!createFolder(*folder, path, "-[QXPathManager createFolderWithSuffix:domain:]", 165))
+  if (!createFolder(*folder, path, "-[QXPathManager createFolderWithSuffix:domain:]", 165)) {
     return std::nullopt;
+  }
   return path;
 }
 

@@ -5,6 +5,8 @@
 #include <orvnetwork/platform/Directories.h>
 #include <orvnetwork/platform/FileSystem.h>
 
+#include <vector>
+
 namespace orv {
 
 /// @name What `QXPathManager::directoryPath` is asked for

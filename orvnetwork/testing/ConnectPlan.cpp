@@ -1,6 +1,7 @@
 #include "orvnetwork/testing/ConnectPlan.h"
 
 #include <cerrno>
+#include <string>
 
 namespace orv::testing {
 

@@ -1,8 +1,11 @@
 #include "orvnetwork/testing/Scheduler.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <optional>
 #include <stdexcept>
 
 namespace orv::testing {

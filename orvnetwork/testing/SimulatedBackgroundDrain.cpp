@@ -1,5 +1,8 @@
 #include "orvnetwork/testing/SimulatedBackgroundDrain.h"
 
+#include <functional>
+#include <memory>
+
 namespace orv::testing {
 
 struct SimulatedBackgroundDrain::State {

@@ -3,6 +3,9 @@
 #include <orvnetwork/platform/BackgroundDrain.h>
 #include <orvnetwork/testing/Scheduler.h>
 
+#include <functional>
+#include <memory>
+
 namespace orv::testing {
 
 /// A background drain on a lane of its own: work that was reported is done when the seed gives it a turn.

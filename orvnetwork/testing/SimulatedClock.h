@@ -3,6 +3,9 @@
 #include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/testing/Scheduler.h>
 
+#include <chrono>
+#include <memory>
+
 namespace orv::testing {
 
 /// The clocks of the simulation. The steady clock is the scheduler's; the wall clock goes at the same pace

@@ -3,6 +3,8 @@
 #include <orvnetwork/platform/DelayService.h>
 #include <orvnetwork/testing/Scheduler.h>
 
+#include <memory>
+
 namespace orv::testing {
 
 /// Delayed tasks in virtual time.

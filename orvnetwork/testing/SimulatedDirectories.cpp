@@ -1,5 +1,7 @@
 #include "orvnetwork/testing/SimulatedDirectories.h"
 
+#include <optional>
+
 namespace orv::testing {
 
 OptionalString SimulatedDirectories::searchPath(int code) {

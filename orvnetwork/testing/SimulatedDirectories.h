@@ -3,6 +3,7 @@
 #include <orvnetwork/platform/Directories.h>
 
 #include <map>
+#include <string>
 
 namespace orv::testing {
 

@@ -2,7 +2,13 @@
 
 #include <orvnetwork/testing/detail/SimulatedFileNode.h>
 
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
+#include <vector>
 
 namespace orv::testing {
 

@@ -7,7 +7,12 @@
 #include <array>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace orv::testing {
 

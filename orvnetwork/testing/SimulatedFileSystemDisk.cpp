@@ -4,7 +4,11 @@
 
 #include <orvnetwork/testing/detail/SimulatedFileNode.h>
 
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace orv::testing {
 

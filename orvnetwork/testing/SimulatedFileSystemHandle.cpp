@@ -5,6 +5,8 @@
 #include <orvnetwork/testing/detail/SimulatedFileNode.h>
 
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv::testing {

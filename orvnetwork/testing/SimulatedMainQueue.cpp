@@ -5,6 +5,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <memory>
 
 namespace orv::testing {
 

@@ -3,6 +3,9 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/testing/Scheduler.h>
 
+#include <functional>
+#include <memory>
+
 namespace orv::testing {
 
 /// The main queue of the simulation.

@@ -4,6 +4,8 @@
 #include <orvnetwork/testing/detail/SimulatedLink.h>
 #include <orvnetwork/testing/detail/SimulatedWebSocket.h>
 
+#include <memory>
+
 namespace orv::testing {
 
 /// The network as its sockets see it.

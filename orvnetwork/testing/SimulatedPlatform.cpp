@@ -2,6 +2,11 @@
 
 #include <orvnetwork/testing/SimulatedBackgroundDrain.h>
 
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 
 namespace orv::testing {

@@ -1,5 +1,7 @@
 #include "orvnetwork/testing/SimulatedReachability.h"
 
+#include <memory>
+
 namespace orv::testing {
 
 SimulatedReachability::SimulatedReachability(Scheduler& scheduler, Executor& mainQueue)

@@ -3,6 +3,8 @@
 #include <orvnetwork/platform/Reachability.h>
 #include <orvnetwork/testing/Scheduler.h>
 
+#include <memory>
+
 namespace orv::testing {
 
 /// A network whose reachability the test decides. It starts as Wi-Fi.

@@ -47,19 +47,19 @@ class ORV_EXPORT QXRequestItem {
   /// @param timestamp the identifier, taken as it is
   /// @param command the command; may be absent
   /// @param jsonString the text to be sent; absent: nothing is sent, and the time-out comes
-  /// @param completeBlock hears the reply; may be empty
-  /// @param timeoutBlock hears that none came; may be empty
+  /// @param completeBlock is called with the reply; may be empty
+  /// @param timeoutBlock is called when none came; may be empty
   static std::shared_ptr<QXRequestItem> initWithTimeStamp_command_jsonString_completeBlock_timeoutBlock(
       std::int64_t timestamp, OptionalString command, OptionalString jsonString, CompleteBlock completeBlock,
       TimeoutBlock timeoutBlock);
 
   /// An item with a new identifier and the standard frame: "c", "r", "g", "a", "b", "s" (decimal text) and "v",
   /// pretty-printed. What is absent is left out of the frame. Values that JSON cannot tell, such as a number that
-  /// is none, leave `jsonString` absent, and the console is told. Any thread.
+  /// is none, leave `jsonString` absent, and the console gets a line. Any thread.
   /// @param command goes out under "c"; absent: the frame has no "c"
   /// @param parameters goes out under "v" as it is, nulls included; absent: the frame has no "v"
-  /// @param completeBlock hears the reply; may be empty
-  /// @param timeoutBlock hears that none came; may be empty
+  /// @param completeBlock is called with the reply; may be empty
+  /// @param timeoutBlock is called when none came; may be empty
   static std::shared_ptr<QXRequestItem> initWithCommand_parameters_completeBlock_timeoutBlock(
       OptionalString command, std::optional<json::object> parameters, CompleteBlock completeBlock,
       TimeoutBlock timeoutBlock);

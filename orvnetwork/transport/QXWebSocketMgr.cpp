@@ -12,6 +12,9 @@
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 
+#include <any>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv {

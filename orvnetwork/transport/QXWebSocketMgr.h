@@ -8,8 +8,12 @@
 #include <orvnetwork/transport/RetrySchedule.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 

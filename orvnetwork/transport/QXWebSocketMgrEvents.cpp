@@ -8,7 +8,11 @@
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 
+#include <any>
 #include <array>
+#include <functional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv {

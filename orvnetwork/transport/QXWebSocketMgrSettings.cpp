@@ -6,6 +6,7 @@
 #include <orvnetwork/transport/detail/LinkSettings.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 
+#include <optional>
 #include <utility>
 
 namespace orv {

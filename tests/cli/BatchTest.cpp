@@ -1,10 +1,12 @@
 // `invoke --batch`.
 
 #include "Program.h"
+#include <devserver/DevServer.h>
 
 #include <boost/json/serialize.hpp>
-#include <devserver/DevServer.h>
 #include <gtest/gtest.h>
+
+#include <chrono>
 
 namespace orv::test {
 namespace {

@@ -2,15 +2,16 @@
 
 #include "Program.h"
 #include "Terminal.h"
+#include <devserver/DevServer.h>
 
 #include <boost/json/parse.hpp>
-#include <devserver/DevServer.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <string_view>
 
 namespace orv::test {
 namespace {
@@ -36,14 +37,16 @@ class Courses : public ::testing::Test {
     std::vector<std::int64_t> rooms;
     const json::object answer = result.json();
     if (!answer.contains("courses")) return rooms;
-    for (const json::value& course : answer.at("courses").as_array())
+    for (const json::value& course : answer.at("courses").as_array()) {
       rooms.push_back(course.at("roomID").to_number<std::int64_t>());
+    }
     return rooms;
   }
   std::size_t received(std::string_view command) const {
     std::size_t count = 0;
-    for (const auto& frame : server.receivedFrames())
+    for (const auto& frame : server.receivedFrames()) {
       count += frame.text.find('"' + std::string(command) + '"') != std::string::npos ? 1 : 0;
+    }
     return count;
   }
   static std::filesystem::path catalogue() {
@@ -216,8 +219,9 @@ TEST_F(Courses, ProgressIsOnStandardErrorAndDoesNotGoBack) {
   EXPECT_EQ(result.lines().size(), 1U);
   std::vector<int> percents;
   for (auto at = result.err.find("loading "); at != std::string::npos;
-       at = result.err.find("loading ", at + 1))
+       at = result.err.find("loading ", at + 1)) {
     percents.push_back(std::atoi(result.err.c_str() + at + 8));
+  }
   EXPECT_GE(percents.size(), 2U) << result.err;
   EXPECT_TRUE(std::ranges::is_sorted(percents));
 }

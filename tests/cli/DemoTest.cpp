@@ -1,7 +1,7 @@
 #include "Program.h"
-
 #include <cli/TextWidth.h>
 #include <devserver/school/School.h>
+
 #include <gtest/gtest.h>
 #include <signal.h>
 

@@ -1,9 +1,9 @@
 // What the program does where there is no link, and how it ends.
 
 #include "Program.h"
+#include <devserver/DevServer.h>
 
 #include <arpa/inet.h>
-#include <devserver/DevServer.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <signal.h>
@@ -11,6 +11,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
+#include <optional>
+#include <stdexcept>
 #include <thread>
 
 namespace orv::test {

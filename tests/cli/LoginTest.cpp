@@ -2,18 +2,21 @@
 
 #include "Program.h"
 #include "Terminal.h"
-
-#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
 #include <devserver/school/School.h>
+
+#include <boost/json/parse.hpp>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <string_view>
 
 namespace orv::test {
 namespace {

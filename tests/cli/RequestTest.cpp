@@ -1,13 +1,14 @@
 // `call` and `invoke` with one request.
 
 #include "Program.h"
-
-#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
 #include <devserver/school/School.h>
+
+#include <boost/json/parse.hpp>
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <string_view>
 
 namespace orv::test {
 namespace {
@@ -22,8 +23,9 @@ json::object requestFrame(const DevServer& server, std::string_view command) {
   for (const auto& frame : server.receivedFrames()) {
     boost::system::error_code error;
     const auto value = json::parse(frame.text, error);
-    if (!error && value.is_object() && value.as_object().at("c") == json::value(command))
+    if (!error && value.is_object() && value.as_object().at("c") == json::value(command)) {
       return value.as_object();
+    }
   }
   return {};
 }

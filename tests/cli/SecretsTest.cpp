@@ -1,9 +1,9 @@
 // Passwords, codes and tokens stay out of what the program shows.
 
 #include "Program.h"
-
 #include <devserver/DevServer.h>
 #include <devserver/school/School.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>

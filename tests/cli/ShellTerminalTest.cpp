@@ -1,12 +1,13 @@
 // `shell` in a terminal.
 
 #include "Terminal.h"
-
 #include <devserver/DevServer.h>
+
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 
@@ -130,8 +131,9 @@ TEST_F(ShellTerminal, CtrlCGivesUpALineAndCtrlDLeaves) {
   ASSERT_TRUE(enter(*terminal, "call Dev.After", "\"success\": true"));
   terminal->type("\x04");
   EXPECT_EQ(terminal->wait(), 0);
-  for (const auto& frame : server.receivedFrames())
+  for (const auto& frame : server.receivedFrames()) {
     EXPECT_EQ(frame.text.find("Dev.Never"), std::string::npos);
+  }
 }
 
 TEST_F(ShellTerminal, CtrlCGivesUpARequestAndTheShellGoesOn) {

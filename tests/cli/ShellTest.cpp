@@ -1,12 +1,12 @@
 // `shell` with its lines from a pipe, and the parts that it is made of.
 
 #include "Program.h"
-
 #include <cli/shell/Completion.h>
 #include <cli/shell/History.h>
 #include <cli/shell/Presentation.h>
 #include <cli/shell/Words.h>
 #include <devserver/DevServer.h>
+
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 namespace orv::test {
 namespace {
@@ -124,8 +125,9 @@ TEST(Shell, WatchShowsNotificationsBetweenTheAnswers) {
   const Result result = program.wait();
   EXPECT_EQ(result.exitCode, 0);
   std::size_t notifications = 0;
-  for (const std::string& line : result.lines())
+  for (const std::string& line : result.lines()) {
     notifications += line.starts_with("{\"notification\"") ? 1 : 0;
+  }
   EXPECT_EQ(notifications, 1U) << result.out;
   EXPECT_EQ(result.out.find("Dev.Never"), std::string::npos);
 }

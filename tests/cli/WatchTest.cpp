@@ -1,8 +1,10 @@
 #include "Program.h"
-
 #include <devserver/DevServer.h>
+
 #include <gtest/gtest.h>
 #include <signal.h>
+
+#include <chrono>
 
 namespace orv::test {
 namespace {

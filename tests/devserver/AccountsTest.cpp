@@ -1,5 +1,11 @@
+#include "devserver/DevServer.h"
 #include "devserver/school/School.h"
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace orv::test {
 namespace {

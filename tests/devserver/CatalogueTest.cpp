@@ -1,12 +1,16 @@
 // Every command of the catalogue has its answer.
 
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
 #include <fstream>
+#include <limits>
 #include <random>
 #include <regex>
 #include <set>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace orv::test {
 namespace {

@@ -2,6 +2,8 @@
 
 #include "tests/devserver/ServerTest.h"
 
+#include <string>
+
 namespace orv::test {
 namespace {
 

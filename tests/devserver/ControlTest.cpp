@@ -1,4 +1,8 @@
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
+
+#include <stdexcept>
+#include <string>
 
 namespace orv::test {
 namespace {

@@ -6,6 +6,8 @@
 #include <ctime>
 #include <optional>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace orv::test {
 namespace {

@@ -1,10 +1,13 @@
 // Courses: made, changed, published and deleted by clients, and by those who steer the server.
 
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <stdexcept>
+#include <string>
 
 namespace orv::test {
 namespace {
@@ -49,7 +52,7 @@ TEST_F(Courses, AnnouncedCourseIsPublishedWithItsFilesAndTheOwnerHears) {
   const auto push = client.receiveObject();
   EXPECT_EQ(push.at("C"), "Rooms.Push.Message");
   EXPECT_EQ(push.at("v"), publishedPush(room(created)));
-  EXPECT_EQ(alive(other), "PONG") << "other users hear nothing";
+  EXPECT_EQ(alive(other), "PONG") << "other users get nothing";
   client.request("Course.Post.Update", {{"roomID", room(created)}, {"title", "再改"}});
   EXPECT_EQ(alive(client), "PONG") << "published once only";
 }

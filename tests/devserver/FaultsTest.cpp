@@ -1,5 +1,9 @@
 #include "tests/devserver/ServerTest.h"
 
+#include <chrono>
+#include <optional>
+#include <string>
+
 namespace orv::test {
 namespace {
 
@@ -65,8 +69,9 @@ TEST_F(ReplyFaults, HeldRepliesComeInReverseOrder) {
   server.faults().reorderReplies(3);
   RawClient client = open();
   for (const char* timestamp : {"1", "2", "3", "4"}) send(client, timestamp);
-  for (const char* expected : {R"("3")", R"("2")", R"("1")", R"("4")"})
+  for (const char* expected : {R"("3")", R"("2")", R"("1")", R"("4")"}) {
     EXPECT_EQ(nextTimestamp(client), expected);
+  }
 }
 
 TEST_F(ReplyFaults, ClearSendsWhatIsHeld) {

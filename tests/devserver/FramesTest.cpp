@@ -1,4 +1,9 @@
+#include "devserver/DevServer.h"
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
+
+#include <stdexcept>
+#include <string>
 
 namespace orv::test {
 namespace {
@@ -76,8 +81,9 @@ TEST(FramesWithEcho, UnknownCommandsAreEchoedWhereThatIsAskedFor) {
 
 TEST_F(Frames, MalformedFramesAreAnsweredWhereATimestampIsThereAndElseCounted) {
   RawClient client = open();
-  for (const char* text : {"", "PING ", "{", "[1]", "null", "{}", R"({"c":"Dev.Echo"})"})
+  for (const char* text : {"", "PING ", "{", "[1]", "null", "{}", R"({"c":"Dev.Echo"})"}) {
     client.sendText(text);
+  }
   client.sendText(R"({"s":"9"})");
   auto reply = client.receiveObject();
   EXPECT_EQ(code(reply), 9001);
@@ -131,8 +137,9 @@ TEST_F(Frames, PipelinedRequestsAreAnsweredInTheirOrder) {
     bytes += RawClient::frameBytes(1, RawClient::standardFrame("Dev.Echo", {}, std::to_string(i)));
   }
   client.sendBytes(bytes);
-  for (int i = 0; i < kRequests; ++i)
+  for (int i = 0; i < kRequests; ++i) {
     ASSERT_EQ(client.receiveObject().at("s").as_string(), std::to_string(i));
+  }
 }
 
 TEST_F(Frames, LargeFramesAreEchoed) {

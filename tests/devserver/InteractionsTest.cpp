@@ -2,6 +2,9 @@
 
 #include "tests/devserver/ServerTest.h"
 
+#include <string>
+#include <vector>
+
 namespace orv::test {
 namespace {
 

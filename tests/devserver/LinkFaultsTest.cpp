@@ -1,4 +1,8 @@
+#include "devserver/faults/Garbage.h"
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
+
+#include <string>
 
 namespace orv::test {
 namespace {

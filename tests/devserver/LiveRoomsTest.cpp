@@ -1,4 +1,4 @@
-// The life of a live room, and what those in it hear of each other.
+// The life of a live room, and what those in it see of each other.
 
 #include "tests/devserver/ServerTest.h"
 
@@ -122,7 +122,7 @@ TEST_F(LiveRooms, ThoseInTheRoomHearOfEachOther) {
   heard = event(teacher);
   EXPECT_EQ(heard.at("code"), 2);
   EXPECT_EQ(heard.at("lost"), false);
-  EXPECT_EQ(alive(outsider), "PONG") << "others hear nothing of it all";
+  EXPECT_EQ(alive(outsider), "PONG") << "others get nothing of it all";
 }
 
 TEST_F(LiveRooms, LostConnectionLeavesTheRoom) {
@@ -194,8 +194,9 @@ TEST_F(LiveRooms, StreamInformationHasThePublishingAddressForTeachersOnly) {
   const json::object theirs = data(student.request("Live.Room.Get.Streaminfo", room(id)));
   EXPECT_TRUE(mine.contains("publishUrl"));
   EXPECT_FALSE(theirs.contains("publishUrl"));
-  for (const char* key : {"flvUrl", "rtmpUrl", "hlsUrl"})
+  for (const char* key : {"flvUrl", "rtmpUrl", "hlsUrl"}) {
     EXPECT_FALSE(theirs.at(key).as_string().empty()) << key;
+  }
 }
 
 TEST_F(LiveRooms, OnlyTeachersSteerARoom) {

@@ -1,8 +1,13 @@
 #include "tests/devserver/EventReader.h"
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
+#include <chrono>
+#include <memory>
 #include <regex>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace orv::test {
 namespace {

@@ -1,3 +1,4 @@
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerProcess.h"
 #include "tests/devserver/ServerTest.h"
 

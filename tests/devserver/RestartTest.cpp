@@ -1,5 +1,7 @@
 // The program is killed in the middle of its work, again and again; its data file stays whole.
 
+#include "devserver/DevServer.h"
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerProcess.h"
 #include "tests/devserver/ServerTest.h"
 
@@ -7,6 +9,7 @@
 #include <sqlite3.h>
 
 #include <filesystem>
+#include <string>
 
 namespace orv::test {
 namespace {

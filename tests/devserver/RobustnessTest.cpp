@@ -1,4 +1,6 @@
+#include "devserver/DevServer.h"
 #include "tests/devserver/EventReader.h"
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
 #include <openssl/evp.h>
@@ -8,9 +10,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
+#include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -153,8 +158,9 @@ TEST_F(Robustness, StopsWithClientsConnectedInEveryStage) {
   waiting.sendText(RawClient::standardFrame("Dev.Echo", {}, "1"));
   ASSERT_TRUE(server.waitUntil([&] { return server.counters().requests == 1; }, kPatience));
   server.stop();
-  for (RawClient* client : {&bare, &half, &up, &waiting})
+  for (RawClient* client : {&bare, &half, &up, &waiting}) {
     EXPECT_NE(client->waitForEnd(), RawClient::End::None);
+  }
   EXPECT_EQ(server.connectionCount(), 0u);
   EXPECT_FALSE(server.running());
   server.stop();

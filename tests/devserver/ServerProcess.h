@@ -2,6 +2,8 @@
 
 #include <orvnetwork/data/Url.h>
 
+#include "tests/cli/Program.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -10,6 +12,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 

@@ -1,10 +1,15 @@
 // What sign-in replies tell about the user, the classroom and the user's other devices.
 
+#include "devserver/DevServer.h"
+#include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <set>
+#include <stdexcept>
+#include <string>
 
 namespace orv::test {
 namespace {

@@ -6,10 +6,14 @@
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/ForkedRun.h>
 
+#include <gtest/gtest.h>
+
 #include <functional>
+#include <optional>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 namespace {

@@ -6,10 +6,13 @@
 #include <orvnetwork/testing/SimulatedPlatform.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/ForkedRun.h>
 
+#include <gtest/gtest.h>
+
 #include <deque>
+#include <optional>
+#include <string_view>
 
 namespace orv {
 namespace {

@@ -5,10 +5,11 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <tests/support/Environment.h>
 #include <tests/support/ForkedRun.h>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,9 +17,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <map>
+#include <optional>
 #include <random>
 #include <set>
+#include <string_view>
 
 namespace orv {
 namespace {

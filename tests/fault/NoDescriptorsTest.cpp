@@ -1,5 +1,6 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <fcntl.h>

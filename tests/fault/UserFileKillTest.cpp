@@ -6,20 +6,23 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
+#include <tests/support/Environment.h>
+#include <tests/support/ForkedRun.h>
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <tests/support/Environment.h>
-#include <tests/support/ForkedRun.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <random>
+#include <string_view>
 
 namespace orv {
 namespace {
@@ -179,8 +182,9 @@ TEST(UserFileFailAtNth, FileIsAlwaysWholeAndTheMemoryIsRight) {
     const auto last = makeRecord<OrvUserInfoModel>(userNumber(9));
     users.setUserInfo(last);
     const auto bytes = platform.files().contents(kSimulatedPlist).value_or("");
-    if (bytes != writePropertyList(last->jsonObject()).value())
+    if (bytes != writePropertyList(last->jsonObject()).value()) {
       return "the disk works again and the user is not on it";
+    }
     if (platform.files().mode(kSimulatedPlist) != 0600u) return "others may read the file";
     return {};
   });

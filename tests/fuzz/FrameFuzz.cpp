@@ -11,11 +11,16 @@
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
+#include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace {

@@ -1,5 +1,6 @@
-#include <boost/json/serialize.hpp>
 #include <tests/integration/AnswerPattern.h>
+
+#include <boost/json/serialize.hpp>
 
 #include <algorithm>
 #include <ctime>

@@ -1,5 +1,7 @@
 #include <tests/integration/AnswerTable.h>
 
+#include <string_view>
+
 namespace orv::test {
 
 namespace {

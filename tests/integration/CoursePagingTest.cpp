@@ -7,10 +7,15 @@
 #include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace orv {
 namespace {

@@ -4,11 +4,14 @@
 
 #ifdef ORV_EXAMPLE_MINIMAL
 
-#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
 #include <tests/support/ChildProgram.h>
 
+#include <boost/json/parse.hpp>
+
+#include <algorithm>
 #include <optional>
+#include <string_view>
 
 namespace orv {
 namespace {

@@ -1,11 +1,13 @@
 // Programs that end with work in flight: at once, without a crash, and with every log line on the disk.
 
 #include <devserver/DevServer.h>
-#include <gtest/gtest.h>
 #include <tests/support/ChildProgram.h>
 #include <tests/support/RawPeer.h>
 #include <tests/support/TlsFiles.h>
 
+#include <gtest/gtest.h>
+
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

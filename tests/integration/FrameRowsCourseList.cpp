@@ -1,5 +1,7 @@
 #include <tests/integration/FrameTable.h>
 
+#include <string_view>
+
 namespace orv::test {
 
 namespace {
@@ -87,7 +89,7 @@ const FrameRows& courseListRows() {
        R"({"path":"page/intro/index?roomID=42","width":430.5})"},
       {"courseGetMiniPragmQrcodeWithRoomID:width:completeBlock:timeoutBlock:", "[18446744073709551615,0]",
        "Course.Get.Qr", R"({"path":"page/intro/index?roomID=18446744073709551615","width":0})"},
-      // The only call that nobody hears of.
+      // The only call that nobody sees.
       {"courseGetMiniPragmQrcodeWithRoomID:width:completeBlock:timeoutBlock:", "[0,430]", "", ""},
   };
   return rows;

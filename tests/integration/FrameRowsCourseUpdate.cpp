@@ -1,5 +1,7 @@
 #include <tests/integration/FrameTable.h>
 
+#include <string_view>
+
 namespace orv::test {
 
 namespace {

@@ -5,19 +5,22 @@
 #include <orvnetwork/dates/LocalTime.h>
 #include <orvnetwork/platform/Platform.h>
 
-#include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 #include <devserver/DevServer.h>
 #include <tests/integration/FrameTable.h>
 #include <tests/support/LiveLink.h>
 #include <tests/support/PeerProcess.h>
 
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <future>
 #include <map>
 #include <set>
+#include <string>
 
 namespace orv {
 namespace {
@@ -193,8 +196,9 @@ TEST(FrameTableRows, HaveEachOperationWithAndWithoutWhatMayBeAbsent) {
   }
   for (const auto& operation : OperationRegistry::standard().operations()) {
     EXPECT_TRUE(seen[operation.name].full) << operation.name << " has no row with every argument";
-    if (operation.name == "requestWithCommand:values:completeBlock:timeoutBlock:")
+    if (operation.name == "requestWithCommand:values:completeBlock:timeoutBlock:") {
       continue;  // of any command
+    }
     EXPECT_TRUE(seen[operation.name].bare) << operation.name << " has no row without what may be absent";
   }
 }

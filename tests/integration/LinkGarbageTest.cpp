@@ -1,9 +1,11 @@
 // Frames that no client should have to expect, on real sockets: the link lives on or comes back.
 
+#include "devserver/faults/Garbage.h"
 #include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 
 #include <string>
+#include <string_view>
 
 namespace orv {
 namespace {

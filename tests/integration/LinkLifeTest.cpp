@@ -1,14 +1,20 @@
-// The link on real sockets while all goes well: it comes up, asks, is answered, and hears pushes.
+// The link on real sockets while all goes well: it comes up, asks, is answered, and gets pushes.
 
 #include <orvnetwork/api/QXAPIHelper.h>
 
-#include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 #include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+
 #include <algorithm>
 #include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 namespace {

@@ -4,6 +4,7 @@
 #include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 #include <tests/support/NetworkNamespace.h>
+
 #include <unistd.h>
 
 #include <optional>
@@ -16,8 +17,9 @@ using test::NetworkNamespace;
 class LinkNetworkLoss : public test::LiveLinkTest {
  protected:
   void SetUp() override {
-    if (geteuid() != 0 && !NetworkNamespace::isPermitted())
+    if (geteuid() != 0 && !NetworkNamespace::isPermitted()) {
       GTEST_SKIP() << "needs root for network namespaces";
+    }
     machine_.emplace();
     school_.emplace();
     machine_->connect("net0", *school_, "net0");

@@ -4,18 +4,22 @@
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/support/QXFileLog.h>
 
+#include <tests/support/LiveLink.h>
+#include <tests/support/PeerProcess.h>
+
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 #include <sys/stat.h>
-#include <tests/support/LiveLink.h>
-#include <tests/support/PeerProcess.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
 #include <limits>
+#include <optional>
 #include <regex>
+#include <string>
+#include <vector>
 
 namespace orv {
 namespace {

@@ -1,10 +1,14 @@
 // Requests that nobody answers, in real time. All kinds at once, since each takes ten seconds.
 
+#include <orvnetwork/transport/QXRequestItem.h>
+
 #include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 
 #include <algorithm>
+#include <chrono>
 #include <map>
+#include <string>
 
 namespace orv {
 namespace {

@@ -1,11 +1,14 @@
 // The link over TLS: whom it trusts, and what it says when it does not.
 
-#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 #include <tests/support/TlsFiles.h>
 
+#include <boost/json/parse.hpp>
+
 #include <cstdlib>
+#include <optional>
+#include <string>
 
 namespace orv {
 namespace {

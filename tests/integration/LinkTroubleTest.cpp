@@ -1,11 +1,15 @@
 // What ends a link on real sockets, what is told about it, and how the link comes back.
 
-#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
 #include <tests/support/LiveLink.h>
 #include <tests/support/RawPeer.h>
 
+#include <boost/json/parse.hpp>
+
 #include <cerrno>
+#include <chrono>
+#include <string>
+#include <string_view>
 #include <thread>
 
 namespace orv {

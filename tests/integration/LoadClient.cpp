@@ -1,10 +1,11 @@
+#include <tests/integration/LoadClient.h>
+#include <tests/support/RawPeer.h>
+
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
-#include <tests/integration/LoadClient.h>
-#include <tests/support/RawPeer.h>
 
 #include <array>
 #include <cerrno>

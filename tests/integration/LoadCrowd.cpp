@@ -1,9 +1,10 @@
-#include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
-#include <poll.h>
 #include <tests/integration/LoadClient.h>
 #include <tests/integration/LoadCrowd.h>
 #include <tests/support/RawPeer.h>
+
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+#include <poll.h>
 
 #include <algorithm>
 #include <atomic>

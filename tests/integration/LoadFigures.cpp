@@ -12,8 +12,9 @@ void LoadFigures::add(const LoadFigures& other) {
   lossesSeen += other.lossesSeen;
   unanswered += other.unanswered;
   for (const auto& [text, count] : other.problems) problems[text] += count;
-  for (const auto& [room, ids] : other.posted)
+  for (const auto& [room, ids] : other.posted) {
     posted[room].insert(posted[room].end(), ids.begin(), ids.end());
+  }
   for (const auto& [room, ids] : other.seen) seen[room].insert(seen[room].end(), ids.begin(), ids.end());
   for (std::size_t i = 0; i < times.size(); ++i) times[i] += other.times[i];
 }

@@ -1,18 +1,20 @@
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/network/NativeReachability.h>
 
+#include <tests/support/PumpedExecutor.h>
+
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <tests/support/PumpedExecutor.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <iterator>
+#include <string_view>
 #include <thread>
 #include <vector>
 

@@ -1,8 +1,9 @@
 #include <orvnetwork/platform/native/network/NativeReachability.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/NetworkNamespace.h>
 #include <tests/support/PumpedExecutor.h>
+
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -28,8 +29,9 @@ constexpr auto kWiFi = ReachabilityStatus::WiFi;
 class NativeReachabilityTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (geteuid() != 0 && !NetworkNamespace::isPermitted())
+    if (geteuid() != 0 && !NetworkNamespace::isPermitted()) {
       GTEST_SKIP() << "needs root for network namespaces";
+    }
     machine_.emplace();
     neighbour_.emplace();
   }

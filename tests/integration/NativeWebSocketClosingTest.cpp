@@ -3,6 +3,10 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 namespace {

@@ -1,8 +1,12 @@
-#include <netdb.h>
+#include "tests/support/RawPeer.h"
 #include <tests/support/NetworkNamespace.h>
 #include <tests/support/WebSocketFixture.h>
 
+#include <netdb.h>
+
 #include <cerrno>
+#include <memory>
+#include <string>
 
 namespace orv {
 namespace {

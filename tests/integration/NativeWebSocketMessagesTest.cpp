@@ -1,7 +1,11 @@
 #include <tests/support/WebSocketFixture.h>
 
+#include <any>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <thread>
+#include <vector>
 
 namespace orv {
 namespace {
@@ -51,10 +55,11 @@ TEST_F(NativeWebSocketMessages, WhatWaitsGoesOutInOrderBeforeTheCloseFrame) {
   RawPeer peer = openToPeer();
   constexpr int kCount = 5000;
   for (int i = 0; i < kCount; ++i) {
-    if (i % 2 == 0)
+    if (i % 2 == 0) {
       send(std::to_string(i) + std::string(1000, '.'));
-    else
+    } else {
       socket->sendPing(std::to_string(i));
+    }
   }
   socket->close();
   for (int i = 0; i < kCount; ++i) {

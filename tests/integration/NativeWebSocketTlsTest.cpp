@@ -1,9 +1,12 @@
-#include <openssl/ssl.h>
-#include <openssl/x509_vfy.h>
 #include <tests/support/TlsIdentity.h>
 #include <tests/support/WebSocketFixture.h>
 
+#include <openssl/ssl.h>
+#include <openssl/x509_vfy.h>
+
 #include <cerrno>
+#include <string>
+#include <string_view>
 
 namespace orv {
 namespace {

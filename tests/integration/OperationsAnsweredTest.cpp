@@ -3,16 +3,22 @@
 
 #include <orvnetwork/api/OperationRegistry.h>
 
-#include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 #include <devserver/DevServer.h>
 #include <tests/integration/AnswerPattern.h>
 #include <tests/integration/AnswerTable.h>
 #include <tests/support/LiveLink.h>
 
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+
+#include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <optional>
 #include <set>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 namespace {

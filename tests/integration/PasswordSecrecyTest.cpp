@@ -12,6 +12,9 @@
 #include <fstream>
 #include <iterator>
 #include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 namespace {

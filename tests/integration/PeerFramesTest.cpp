@@ -1,10 +1,14 @@
 // Our socket against a server of another maker: what is judged here is what that server received.
 
-#include <boost/json/parse.hpp>
 #include <tests/support/PeerProcess.h>
 #include <tests/support/WebSocketFixture.h>
 
+#include <boost/json/parse.hpp>
+
 #include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 namespace {

@@ -2,11 +2,12 @@
 // ORV_LOAD_SECONDS says how long; a few seconds unless it is set.
 
 #include <devserver/DevServer.h>
+#include <tests/integration/LoadCrowd.h>
+#include <tests/support/Environment.h>
+
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <sched.h>
-#include <tests/integration/LoadCrowd.h>
-#include <tests/support/Environment.h>
 
 #include <algorithm>
 #include <chrono>

@@ -5,13 +5,21 @@
 #include <orvnetwork/data/Url.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
-#include <boost/json/serialize.hpp>
 #include <devserver/DevServer.h>
 #include <tests/devserver/RawClient.h>
 #include <tests/devserver/ServerProcess.h>
 #include <tests/support/LiveLink.h>
 
+#include <boost/json/serialize.hpp>
+
+#include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 namespace {
@@ -34,8 +42,9 @@ class ServerRestart : public test::LiveLinkTest {
     // A client passes over these; the pages of a range that is not forced are told by the courses that are listed.
     for (std::int64_t room = 70'001; const auto course = school.course(room); ++room) {
       const auto status = course->at("status").as_int64(), published = course->at("publishStatus").as_int64();
-      if (status == 4 || (status == 5 && published == 2))
+      if (status == 4 || (status == 5 && published == 2)) {
         school.changeCourse(room, {{"status", 5}, {"publishStatus", 1}});
+      }
     }
     rooms = school.addCourses(kAdded);
   }

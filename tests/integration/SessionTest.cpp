@@ -5,10 +5,16 @@
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
-#include <boost/json/parse.hpp>
 #include <devserver/DevServer.h>
-#include <sys/stat.h>
 #include <tests/support/LiveLink.h>
+
+#include <boost/json/parse.hpp>
+#include <sys/stat.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 namespace {
@@ -98,8 +104,9 @@ TEST_F(Session, SendsWhatWasHeldForWantOfASessionAgainInOrder) {
   logIn();
   server.clearReceivedFrames();
   EXPECT_EQ(server.expireSessions(), 1u);
-  for (const char* command : {"Course.User.Mycourse", "Course.Get.Income", "Classroom.Get.Items"})
+  for (const char* command : {"Course.User.Mycourse", "Course.Get.Income", "Classroom.Get.Items"}) {
     send(command);
+  }
   ASSERT_TRUE(pumpUntil([this] { return link.parkedRequestCount() == 3; }));
   EXPECT_EQ(outcomes, Strings{});
   users().refresheSession();

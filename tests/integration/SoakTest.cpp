@@ -1,13 +1,16 @@
 // Requests, pushes and losses of the link, again and again: what the process holds at the end is what it held after
 // the first rounds. ORV_SOAK_SECONDS says how long; a few seconds unless it is set.
 
+#include "devserver/faults/Garbage.h"
 #include <devserver/DevServer.h>
 #include <tests/support/Environment.h>
 #include <tests/support/LiveLink.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 namespace orv {
 namespace {
@@ -37,8 +40,9 @@ class Soak : public test::LiveLinkTest {
   /// Everything once, with the link lost in a different way each time.
   void round(int number) {
     ASSERT_TRUE(waitUntilOpen());
-    for (int i = 0; i < 500; ++i)
+    for (int i = 0; i < 500; ++i) {
       send("Dev.Echo", json::object{{"round", number}, {"text", std::string(200, 'x')}});
+    }
     server.push("Rooms.Push.Message", {{"round", number}});
     server.sendGarbage(Garbage::array());
     ASSERT_TRUE(waitForOutcomes(500));

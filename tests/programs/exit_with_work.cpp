@@ -12,6 +12,7 @@
 
 #include <orvnetwork/orvnetwork.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -3,8 +3,10 @@
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/Console.h>
 
+#include <memory>
 #include <numeric>
 #include <stdexcept>
+#include <string_view>
 
 namespace orv {
 
@@ -90,8 +92,9 @@ void CourseWalk::ask(bool isLive) {
     courses().getCoursesWithStartIndex_count_force_coursesBlock(start, count, force, callbackFor(request));
   }
   request.isBeingAsked = false;
-  if ((request.ends == 1) != isRefused)
+  if ((request.ends == 1) != isRefused) {
     complain(request.text + (isRefused ? " was not" : " was") + " refused");
+  }
 }
 
 CoursesBlock CourseWalk::callbackFor(Request& request) {
@@ -102,8 +105,9 @@ CoursesBlock CourseWalk::callbackFor(Request& request) {
 
 void CourseWalk::ended(Request& request, bool success, std::int64_t count) {
   if (++request.ends > 1) complain(request.text + " ended twice");
-  if (success == request.isBeingAsked)
+  if (success == request.isBeingAsked) {
     complain(request.text + " was answered with " + (success ? "true" : "false"));
+  }
   if (!success) {
     ++refused_;
     if (count != -1) complain(request.text + " was refused with another number than -1");

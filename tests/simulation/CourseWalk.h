@@ -6,8 +6,12 @@
 #include <orvnetwork/testing/SimulatedPlatform.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include "devserver/page/Page.h"
+#include "devserver/school/School.h"
+
 #include <list>
 #include <map>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>

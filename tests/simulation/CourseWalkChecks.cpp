@@ -46,8 +46,9 @@ void CourseWalk::checkRecorded() {
   const std::string folder = courses().cloudCourseFolder().value();
   for (const auto& key : list) {
     if (key == "0") continue;  // Its file goes with any course that vanishes from the list alone.
-    if (!platform_.files().contents(folder + "/" + key + ".plist"))
+    if (!platform_.files().contents(folder + "/" + key + ".plist")) {
       complain("course " + key + " has no file");
+    }
   }
   const auto queue = courses().courseQueue();
   const std::set<std::string> queued(queue.begin(), queue.end());
@@ -56,8 +57,9 @@ void CourseWalk::checkRecorded() {
     if (!queued.contains("c-" + key)) complain("course " + key + " is in memory and not queued");
     if (std::to_string(course->roomID) != key) complain("course " + key + " is another one");
   }
-  if (courses().localCourseList() != localLists_[{user_, classroom_}])
+  if (courses().localCourseList() != localLists_[{user_, classroom_}]) {
     complain("the local list is another one");
+  }
   for (const auto& [key, course] : courses().localCourseDict()) {
     if (!queued.contains("l-" + key)) complain("local course " + key + " is in memory and not queued");
   }
@@ -66,8 +68,9 @@ void CourseWalk::checkRecorded() {
 void CourseWalk::checkLive() {
   std::set<std::string> keys;
   for (const auto& list : courses().liveCourseList()) {
-    if (std::set<std::string>(list.begin(), list.end()).size() != list.size())
+    if (std::set<std::string>(list.begin(), list.end()).size() != list.size()) {
       complain("a live course is listed twice");
+    }
     keys.insert(list.begin(), list.end());
   }
   const auto queue = courses().liveCourseQueue();
@@ -179,8 +182,9 @@ void CourseWalk::compareRecorded() {
     const std::string key = std::to_string(list[index].at("roomID").as_int64());
     keys.emplace_back(key);
     const auto file = readDictionaryFile(*courses().cloudCourseFolder() + "/" + key + ".plist");
-    if (!file || file->at("title") != list[index].at("title"))
+    if (!file || file->at("title") != list[index].at("title")) {
       complain("the file of " + key + " is not up to date");
+    }
     const auto course = courses().getRecordCourseWithIndex(index);
     if (course == nullptr || std::to_string(course->roomID) != key ||
         json::value(*course->title.get()) != list[index].at("title")) {
@@ -197,8 +201,9 @@ void CourseWalk::compareLive(std::int64_t status) {
   for (const auto& item : list) {
     keys.push_back(std::to_string(item.at("roomID").as_int64()));
     const auto file = readDictionaryFile(*courses().liveCourseFolder() + "/" + keys.back() + ".plist");
-    if (!file || file->at("title") != item.at("title"))
+    if (!file || file->at("title") != item.at("title")) {
       complain("the file of live " + keys.back() + " is not up to date");
+    }
     const auto course =
         courses().getLiveCourseWithIndex_courseStatus(keys.size() - 1, static_cast<std::uint64_t>(status));
     if (course == nullptr || std::to_string(course->roomID) != keys.back() ||

@@ -4,6 +4,12 @@
 
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/TextFormat.h>
+#include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/testing/ReplyFault.h>
+
+#include "devserver/page/Page.h"
+
+#include <optional>
 
 namespace orv {
 
@@ -84,8 +90,9 @@ json::array CourseWalk::listed(const json::object& frame) {
   const auto limit = static_cast<std::size_t>(looseInt64(member(values, "limit")));
   if (page < 1 || limit != 30) complain("a page was asked for that there cannot be");
   json::array items;
-  for (std::size_t at = (page - 1) * limit; at < page * limit && at < list.size(); ++at)
+  for (std::size_t at = (page - 1) * limit; at < page * limit && at < list.size(); ++at) {
     items.push_back(list[at]);
+  }
   return items;
 }
 

@@ -1,7 +1,8 @@
 #include "CourseWalk.h"
 
-#include <gtest/gtest.h>
 #include <tests/support/Environment.h>
+
+#include <gtest/gtest.h>
 
 #include <iostream>
 

@@ -3,6 +3,10 @@
 #include <orvnetwork/platform/Console.h>
 
 #include <algorithm>
+#include <chrono>
+#include <memory>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 
@@ -53,12 +57,15 @@ void LocalCourseWalk::step() {
   }
   if (manager_.getLocalCourseCount() != list_.size()) complain("the count is wrong");
   if (steps_ % 25 == 0) {
-    if (manager_.localCourseList() != list_)
+    if (manager_.localCourseList() != list_) {
       complain("list " + join(manager_.localCourseList()) + "is not " + join(list_));
-    if (manager_.courseQueue() != queue_)
+    }
+    if (manager_.courseQueue() != queue_) {
       complain("queue " + join(manager_.courseQueue()) + "is not " + join(queue_));
-    if (manager_.localCourseDict() != local_ || manager_.cloudCourseDict() != cloud_)
+    }
+    if (manager_.localCourseDict() != local_ || manager_.cloudCourseDict() != cloud_) {
       complain("other records are in memory");
+    }
   }
   if (steps_ % 1000 == 0) checkAll();
 }
@@ -95,8 +102,9 @@ void LocalCourseWalk::create() {
   const Course course = manager_.createLocalCourse();
   std::int64_t room = course->addtime % 1'000'000;
   while (holdsKey(list_, std::to_string(room))) ++room;
-  if (course->roomID != room || !course->orv_local || course->publishStatus != publish_status::kNewLocal)
+  if (course->roomID != room || !course->orv_local || course->publishStatus != publish_status::kNewLocal) {
     complain("a bad new course");
+  }
   course->viewCnt = ++version_;
   manager_.addLocalCourse(course);
   modelPutInFront(course);
@@ -214,8 +222,9 @@ void LocalCourseWalk::takeRecorded() {
 void LocalCourseWalk::evict() {
   manager_.removeOverMuchRecordCourse();
   modelEvict();
-  if (manager_.courseQueue() != queue_)
+  if (manager_.courseQueue() != queue_) {
     complain("evicted others: " + join(manager_.courseQueue()) + "not " + join(queue_));
+  }
 }
 
 /// The host changes a record that is shared, without a word.
@@ -244,8 +253,9 @@ void LocalCourseWalk::startAnew() {
     if (list != listOnDisk_ && !list.empty()) complain("read another list");
     manager_.reload();
   }
-  if (manager_.localCourseList() != listOnDisk_)
+  if (manager_.localCourseList() != listOnDisk_) {
     complain("the list came back as " + join(manager_.localCourseList()));
+  }
   forgetMemory();
 }
 
@@ -263,8 +273,9 @@ void LocalCourseWalk::cutPower() {
     }
     removalMayComeBack_ = false;
   }
-  if (manager_.localCourseList() != listOnDisk_)
+  if (manager_.localCourseList() != listOnDisk_) {
     complain("after a power cut the list is " + join(manager_.localCourseList()));
+  }
   forgetMemory();
   checkAll();
 }
@@ -280,8 +291,9 @@ void LocalCourseWalk::forgetMemory() {
 // Faults ---------------------------------------------------------------------------------------------------------
 
 void LocalCourseWalk::armFailure() {
-  if (below(6) == 0)
+  if (below(6) == 0) {
     platform_.files().failAt(static_cast<std::uint64_t>(1 + below(6)), std::errc::no_space_on_device);
+  }
 }
 
 /// Says whether a call was made to fail since the last time.

@@ -2,6 +2,8 @@
 
 #include <orvnetwork/data/PropertyList.h>
 
+#include <optional>
+
 namespace orv {
 
 void LocalCourseWalk::modelUse(const std::string& entry) {
@@ -108,8 +110,9 @@ void LocalCourseWalk::settleDisk(const std::string& key, const Disk& wanted, con
   const Keys list = listNow();
   const bool isOld = now == at(disk_) || (at(disk_) && at(disk_)->damaged && !now);
   if (now != at(complete) && !(failed && isOld)) complain("file of " + key + " is neither old nor new");
-  if (list != wantedList && !(failed && list == listOnDisk_))
+  if (list != wantedList && !(failed && list == listOnDisk_)) {
     complain("the list's file is neither old nor new");
+  }
   // A record that was removed is gone for good with the next write that succeeds.
   if (list != listOnDisk_ || !failed) removalMayComeBack_ = false;
   if (failed && !now && at(disk_)) removalMayComeBack_ = true;

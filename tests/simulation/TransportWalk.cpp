@@ -2,9 +2,14 @@
 
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/testing/ReplyFault.h>
 #include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/transport/QXRequestItem.h>
 
+#include <optional>
 #include <stdexcept>
+#include <string_view>
 
 namespace orv {
 

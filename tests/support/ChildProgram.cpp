@@ -1,9 +1,12 @@
+#include <orvnetwork/testing/detail/Pipe.h>
+
+#include <tests/support/ChildProgram.h>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <tests/support/ChildProgram.h>
 #include <unistd.h>
 
 #include <algorithm>

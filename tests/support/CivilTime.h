@@ -2,8 +2,10 @@
 
 #include <orvnetwork/support/QXDate.h>
 
+#include <chrono>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace orv::test {
 

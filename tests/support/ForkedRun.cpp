@@ -1,8 +1,9 @@
 #include <orvnetwork/platform/native/system/FileDescriptor.h>
 
+#include <tests/support/ForkedRun.h>
+
 #include <fcntl.h>
 #include <sys/wait.h>
-#include <tests/support/ForkedRun.h>
 #include <unistd.h>
 
 #include <cerrno>

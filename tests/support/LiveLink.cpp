@@ -2,13 +2,16 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/transport/QXRequestItem.h>
+
+#include <tests/support/LiveLink.h>
 
 #include <boost/json/serialize.hpp>
 #include <poll.h>
-#include <tests/support/LiveLink.h>
 
 #include <algorithm>
 #include <atomic>
+#include <system_error>
 #include <utility>
 
 namespace orv::test {

@@ -1,5 +1,7 @@
 #include <orvnetwork/platform/native/network/NetlinkSocket.h>
 
+#include <tests/support/NetworkNamespace.h>
+
 #include <fcntl.h>
 #include <linux/if.h>
 #include <linux/rtnetlink.h>
@@ -7,12 +9,12 @@
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
-#include <tests/support/NetworkNamespace.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <exception>
+#include <span>
 #include <stdexcept>
 #include <system_error>
 #include <thread>
@@ -98,8 +100,9 @@ void NetworkNamespace::run(const std::function<void()>& body) const {
 void NetworkNamespace::ip(const std::string& commands) const {
   run([&] {
     const int code = runIp(commands + "\n");
-    if (code != 0)
+    if (code != 0) {
       throw std::runtime_error("ip ended with " + std::to_string(code) + " for:\n" + commands.substr(0, 500));
+    }
   });
 }
 

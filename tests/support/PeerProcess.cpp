@@ -1,9 +1,12 @@
+#include <orvnetwork/testing/detail/Pipe.h>
+
+#include <tests/support/PeerProcess.h>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <tests/support/PeerProcess.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +14,7 @@
 #include <charconv>
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 namespace orv::test {

@@ -1,3 +1,5 @@
+#include <tests/support/RawPeer.h>
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -6,7 +8,6 @@
 #include <openssl/ssl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <tests/support/RawPeer.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -152,10 +153,11 @@ std::optional<RawFrame> RawPeer::readFrame() {
   frame.fin = (first[0] & 0x80) != 0;
   frame.masked = (first[1] & 0x80) != 0;
   std::uint64_t size = static_cast<unsigned char>(first[1] & 0x7f);
-  if (size == 126)
+  if (size == 126) {
     size = fromBigEndian(readBytes(2));
-  else if (size == 127)
+  } else if (size == 127) {
     size = fromBigEndian(readBytes(8));
+  }
   const std::string key = frame.masked ? readBytes(4) : "";
   frame.payload = readBytes(size);
   if (frame.payload.size() < size) return std::nullopt;
@@ -220,8 +222,9 @@ RawListener::RawListener(bool listening, int family, const char* host)
   }
   if (bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0) throwErrno("bind");
   if (listening && listen(socket_.get(), 16) != 0) throwErrno("listen");
-  if (getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
+  if (getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
     throwErrno("getsockname");
+  }
   // The port stands at the same place in both kinds of address.
   port_ = ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);
 }

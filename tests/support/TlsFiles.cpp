@@ -1,6 +1,7 @@
+#include <tests/support/TlsFiles.h>
+
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
-#include <tests/support/TlsFiles.h>
 
 #include <cstdio>
 #include <memory>

@@ -1,7 +1,8 @@
+#include <tests/support/TlsIdentity.h>
+
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
-#include <tests/support/TlsIdentity.h>
 
 #include <cstdlib>
 #include <stdexcept>

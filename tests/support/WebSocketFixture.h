@@ -2,12 +2,16 @@
 
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/PumpedExecutor.h>
 #include <tests/support/RawPeer.h>
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <any>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv::test {

@@ -2,6 +2,8 @@
 
 #include <orvnetwork/transport/QXRequestItem.h>
 
+#include <optional>
+
 namespace orv {
 
 /// Frames a command and hands it to the link; every operation of the catalogue ends here. Any thread.

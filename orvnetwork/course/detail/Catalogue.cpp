@@ -1,5 +1,8 @@
 #include "orvnetwork/course/detail/Catalogue.h"
 
+#include <string>
+#include <vector>
+
 namespace orv {
 
 void Catalogue::observe(ObserverToken token) {

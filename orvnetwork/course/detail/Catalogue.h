@@ -2,12 +2,16 @@
 
 #include <orvnetwork/course/detail/CourseCollections.h>
 #include <orvnetwork/course/detail/Paging.h>
+#include <orvnetwork/data/Property.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/SerialQueue.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
+#include <string>
+#include <vector>
 
 namespace orv {
 
@@ -55,7 +59,7 @@ struct Catalogue : CourseCollections {
 
 /// Holds the catalogue for one operation: takes `dataSemaphore`, and gives the same one back in the end.
 ///
-/// What is told on the console meanwhile is told afterwards, when nothing is locked any more.
+/// What is logged to the console meanwhile is told afterwards, when nothing is locked any more.
 class CatalogueLock {
  public:
   explicit CatalogueLock(Catalogue& catalogue) : held_(loaded(catalogue)) {

@@ -1,8 +1,11 @@
 #include "orvnetwork/course/detail/CloudPageMerge.h"
 
 #include <orvnetwork/course/detail/CourseCodes.h>
+#include <orvnetwork/course/detail/KeyList.h>
 #include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/data/LooseRead.h>
+
+#include <string>
 
 namespace orv {
 

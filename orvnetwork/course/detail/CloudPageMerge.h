@@ -2,6 +2,8 @@
 
 #include <orvnetwork/course/detail/PagePass.h>
 
+#include <string>
+
 namespace orv {
 
 /// What merging a page of recorded courses does beside changing the list, in the order of the merge and with

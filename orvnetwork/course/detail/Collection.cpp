@@ -6,6 +6,9 @@
 #include <orvnetwork/support/QXPathManager.h>
 
 #include <algorithm>
+#include <optional>
+#include <string>
+#include <unordered_set>
 
 namespace orv {
 

@@ -6,6 +6,8 @@
 
 #include <functional>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv {

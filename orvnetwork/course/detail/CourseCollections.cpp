@@ -4,6 +4,10 @@
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/course/detail/LiveInsertion.h>
 
+#include <optional>
+#include <string>
+#include <string_view>
+
 namespace orv {
 
 namespace {

@@ -4,6 +4,8 @@
 #include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/course/detail/RecencyQueue.h>
 
+#include <string>
+
 namespace orv {
 
 /// The courses of a user in a classroom: three kinds, and which of the records in memory were used last.

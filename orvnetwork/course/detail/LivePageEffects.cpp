@@ -2,6 +2,9 @@
 
 #include <orvnetwork/data/TextFormat.h>
 
+#include <memory>
+#include <string>
+
 namespace orv {
 
 bool LivePageEffects::findRecord(std::size_t item, const std::string& key, bool known) {

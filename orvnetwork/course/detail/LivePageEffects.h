@@ -1,7 +1,10 @@
 #pragma once
 
+#include <orvnetwork/course/detail/Collection.h>
 #include <orvnetwork/course/detail/CourseCollections.h>
 #include <orvnetwork/course/detail/LivePageMerge.h>
+
+#include <string>
 
 namespace orv {
 

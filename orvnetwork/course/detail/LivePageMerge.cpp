@@ -2,6 +2,8 @@
 
 #include <orvnetwork/course/detail/PageItems.h>
 
+#include <string>
+
 namespace orv {
 
 namespace {

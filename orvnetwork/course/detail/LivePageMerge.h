@@ -3,6 +3,7 @@
 #include <orvnetwork/course/detail/PagePass.h>
 
 #include <span>
+#include <string>
 
 namespace orv {
 

@@ -5,7 +5,7 @@
 
 namespace orv {
 
-/// Answers a request now, on this thread. What the callback throws is told on the console.
+/// Answers a request now, on this thread. What the callback throws is logged to the console.
 inline void tellCourses(const CoursesBlock& block, bool success, std::int64_t count) {
   if (block) runGuarded("the callback of a request for courses", [&] { block(success, count); });
 }

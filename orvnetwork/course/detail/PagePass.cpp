@@ -2,6 +2,9 @@
 
 #include <orvnetwork/course/detail/PageItems.h>
 
+#include <optional>
+#include <string>
+
 namespace orv {
 
 std::optional<std::int64_t> PagePass::behindCursor() const {

@@ -2,6 +2,10 @@
 
 #include <orvnetwork/course/detail/KeyList.h>
 
+#include <limits>
+#include <optional>
+#include <string>
+
 namespace orv {
 
 /// What a merge does to the records of keys that leave the list.

@@ -2,6 +2,8 @@
 
 #include <orvnetwork/course/CourseRequest.h>
 
+#include <optional>
+
 namespace orv {
 
 /// What a load has come to when the requests are looked at.

@@ -4,6 +4,8 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <memory>
+
 namespace orv {
 
 std::optional<PagingUser> PagingUser::current() {

@@ -3,6 +3,8 @@
 #include <orvnetwork/course/detail/CourseKey.h>
 
 #include <algorithm>
+#include <string>
+#include <string_view>
 
 namespace orv {
 

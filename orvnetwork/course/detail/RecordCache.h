@@ -5,7 +5,10 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 
 namespace orv {

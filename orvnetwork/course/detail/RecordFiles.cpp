@@ -5,6 +5,11 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXPathManager.h>
 
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
 namespace orv {
 
 namespace {

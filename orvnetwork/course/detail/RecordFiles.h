@@ -5,6 +5,9 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <unordered_set>
 
 namespace orv {
@@ -12,7 +15,7 @@ namespace orv {
 /// The files of one collection of courses: a folder with a file for each record, named by its key, and the file of
 /// the list of keys beside them.
 ///
-/// Writing is atomic, and durable where it is asked for. What fails is told on the console and changes nothing
+/// Writing is atomic, and durable where it is asked for. What fails is logged to the console and changes nothing
 /// on the disk. Without a folder nothing is found and nothing written. Of what is written durably nothing is lost that
 /// was there before: files that are damaged or cannot be read are set aside before they are written over. Any thread;
 /// each operation is whole.

@@ -1,5 +1,9 @@
 #include "orvnetwork/course/detail/RecordPageEffects.h"
 
+#include <orvnetwork/course/detail/Collection.h>
+
+#include <string>
+
 namespace orv {
 
 void RecordPageEffects::take(std::size_t item, const std::string& key, bool known) {

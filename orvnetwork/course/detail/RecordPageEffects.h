@@ -3,6 +3,8 @@
 #include <orvnetwork/course/detail/CloudPageMerge.h>
 #include <orvnetwork/course/detail/CourseCollections.h>
 
+#include <string>
+
 namespace orv {
 
 /// What the merging of a page of recorded courses does to the records, in memory and on the disk. The caller holds the

@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <system_error>
 
 namespace orv {
 
@@ -148,8 +149,9 @@ void PropertyListBuilder::closeInteger() {
   std::uint64_t size = 0;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, size, hexadecimal ? 16 : 10);
-  if (error == std::errc::invalid_argument || stop != end)
+  if (error == std::errc::invalid_argument || stop != end) {
     throw PropertyListDamage("an integer is no number");
+  }
   constexpr std::uint64_t kMostNegative = std::uint64_t{1} << 63;
   if (error != std::errc() || (negative && size > kMostNegative)) {
     throw PropertyListDamage("an integer is too large");

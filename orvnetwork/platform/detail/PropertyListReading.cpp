@@ -3,6 +3,8 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Platform.h>
 
+#include <system_error>
+
 namespace orv {
 
 namespace {

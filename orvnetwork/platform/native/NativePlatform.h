@@ -2,6 +2,8 @@
 
 #include <orvnetwork/platform/Platform.h>
 
+#include <memory>
+
 namespace orv {
 
 /// The platform of the operating system. Its services are made on first use.

@@ -3,6 +3,7 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 
+#include <system_error>
 #include <utility>
 
 namespace orv {

@@ -32,7 +32,7 @@ class UserFile final : public std::enable_shared_from_this<UserFile> {
   Place takePlace() { return ++lastPlace_; }
 
   /// Writes before it returns, unless something decided later has been written already. A file that cannot be
-  /// written stays as it is and the console is told; one that is to hold nobody is removed instead if that can
+  /// written stays as it is and the console gets a line; one that is to hold nobody is removed instead if that can
   /// be done.
   void write(Place place, json::object content);
 
@@ -57,7 +57,7 @@ class UserFile final : public std::enable_shared_from_this<UserFile> {
   std::mutex waitingMutex_;
   std::optional<Entry> waiting_;
 
-  // Held while the disk is used. Recursive, since what the console is told meanwhile may bring the host back here.
+  // Held while the disk is used. Recursive, since what the console gets a line meanwhile may bring the host back here.
   std::recursive_mutex diskMutex_;
   Place newest_ = 0;
   /// What the file ought to hold but the disk did not take.

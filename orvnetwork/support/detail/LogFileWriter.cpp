@@ -2,6 +2,10 @@
 
 #include <orvnetwork/platform/Platform.h>
 
+#include <atomic>
+#include <string>
+#include <string_view>
+
 namespace orv {
 
 void LogFileWriter::add(std::string_view message) {

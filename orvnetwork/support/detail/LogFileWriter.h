@@ -3,6 +3,10 @@
 #include <orvnetwork/support/detail/LogFolder.h>
 #include <orvnetwork/support/detail/LogStamp.h>
 
+#include <atomic>
+#include <string>
+#include <string_view>
+
 namespace orv {
 
 /// Puts time stamps before log lines and writes them: many lines with one write, as if each were written by

@@ -1,12 +1,15 @@
 #include "orvnetwork/support/detail/LogFolder.h"
 
 #include <orvnetwork/data/PathText.h>
+#include <orvnetwork/dates/LocalTime.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/support/detail/LogStamp.h>
 
 #include <algorithm>
+#include <memory>
+#include <mutex>
 
 namespace orv {
 

@@ -4,6 +4,8 @@
 #include <orvnetwork/support/detail/SharedFileHandle.h>
 
 #include <atomic>
+#include <memory>
+#include <mutex>
 #include <vector>
 
 namespace orv {

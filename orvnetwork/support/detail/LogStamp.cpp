@@ -2,7 +2,10 @@
 
 #include <orvnetwork/platform/Platform.h>
 
+#include <chrono>
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 namespace orv {
 

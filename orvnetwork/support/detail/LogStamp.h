@@ -3,7 +3,10 @@
 #include <orvnetwork/dates/LocalTime.h>
 
 #include <array>
+#include <chrono>
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 

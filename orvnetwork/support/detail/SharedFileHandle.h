@@ -2,7 +2,9 @@
 
 #include <orvnetwork/platform/FileSystem.h>
 
+#include <memory>
 #include <mutex>
+#include <string_view>
 
 namespace orv {
 

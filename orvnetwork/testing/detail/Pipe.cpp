@@ -1,6 +1,8 @@
 #include "orvnetwork/testing/detail/Pipe.h"
 
 #include <algorithm>
+#include <chrono>
+#include <deque>
 
 namespace orv::testing {
 

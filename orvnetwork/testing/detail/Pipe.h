@@ -2,6 +2,10 @@
 
 #include <orvnetwork/testing/Scheduler.h>
 
+#include <deque>
+#include <memory>
+#include <string>
+
 namespace orv::testing {
 
 /// One direction of a link: what is pushed arrives in order, each piece after its latency.

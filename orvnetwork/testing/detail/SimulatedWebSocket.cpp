@@ -5,6 +5,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace orv::testing {
 

@@ -6,6 +6,11 @@
 #include <orvnetwork/testing/detail/SimulatedCarrier.h>
 #include <orvnetwork/testing/detail/SimulatedLink.h>
 
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
 namespace orv::testing {
 
 /// The client's end of a simulated connection. Calls are carried out on a lane of the socket's own, so their

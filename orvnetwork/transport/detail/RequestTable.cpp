@@ -4,6 +4,8 @@
 #include <orvnetwork/support/QXFileLog.h>
 
 #include <algorithm>
+#include <memory>
+#include <string_view>
 #include <utility>
 
 namespace orv {

@@ -11,7 +11,9 @@
 #include <orvnetwork/transport/detail/TimeoutList.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 

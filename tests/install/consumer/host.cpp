@@ -2,6 +2,7 @@
 #include <orvnetwork/orvnetwork.h>
 
 #include <cstdio>
+#include <optional>
 
 int main() {
   orv::MainQueue& main = orv::MainQueue::instance();

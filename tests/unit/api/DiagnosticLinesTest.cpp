@@ -8,7 +8,13 @@
 
 #include <boost/json/parse.hpp>
 
+#include <limits>
 #include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace orv {
 namespace {

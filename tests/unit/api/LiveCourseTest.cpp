@@ -4,6 +4,11 @@
 
 #include "../transport/LinkFixture.h"
 
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace orv {
 namespace {
 

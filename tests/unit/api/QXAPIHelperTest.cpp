@@ -3,6 +3,9 @@
 
 #include "../transport/LinkFixture.h"
 
+#include <optional>
+#include <string>
+
 namespace orv {
 namespace {
 

@@ -1,4 +1,12 @@
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include "tests/unit/course/LocalFixture.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv {
 
@@ -234,8 +242,9 @@ TEST_F(CatalogueFolders, FolderThatCannotBeListedDoesNotEmptyTheListsOnTheDisk) 
   openAs("1", "5001");
   const std::string cloud = courses().cloudCourseFolder().value();
   const std::string lives = courses().liveCourseFolder().value();
-  for (const auto& in : {cloud, lives})
+  for (const auto& in : {cloud, lives}) {
     writePropertyListFile(in + "/8.plist", makeCloud(8)->jsonObject(), Durability::Plain);
+  }
   writePropertyListFile(cloud + "/cloudCourse.plist", json::array{"8"}, Durability::Plain);
   writePropertyListFile(lives + "/liveCourses.plist", json::array{json::array{"8"}}, Durability::Plain);
   const auto before = platform.files().snapshot();

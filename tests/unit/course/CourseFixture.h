@@ -7,6 +7,11 @@
 #include "tests/unit/transport/LinkFixture.h"
 
 #include <algorithm>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace orv {
 

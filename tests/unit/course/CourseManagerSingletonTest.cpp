@@ -1,5 +1,15 @@
+#include <orvnetwork/course/CourseRequest.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include "tests/support/PumpedExecutor.h"
 #include "tests/unit/course/LocalFixture.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv {
 

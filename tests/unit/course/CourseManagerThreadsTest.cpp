@@ -9,7 +9,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <functional>
+#include <mutex>
 #include <set>
+#include <string_view>
 #include <thread>
 
 namespace orv {

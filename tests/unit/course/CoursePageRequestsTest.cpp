@@ -1,6 +1,12 @@
 // Requests for the loading of one page of recorded courses.
 
+#include "cli/Host.h"
 #include "tests/unit/course/PagingFixture.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace orv {
 

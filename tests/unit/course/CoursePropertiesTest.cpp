@@ -1,5 +1,11 @@
+#include <orvnetwork/course/QXCourseManager.h>
+
 #include "tests/support/PumpedExecutor.h"
 #include "tests/unit/course/LocalFixture.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
 
 namespace orv {
 

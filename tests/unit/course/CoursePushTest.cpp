@@ -1,4 +1,12 @@
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+
 #include "tests/unit/course/PagingFixture.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace orv {
 

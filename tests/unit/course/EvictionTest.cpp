@@ -1,3 +1,4 @@
+#include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/course/detail/CourseCollections.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 

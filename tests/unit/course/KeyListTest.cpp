@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <list>
 #include <random>
+#include <thread>
 
 namespace orv {
 namespace {

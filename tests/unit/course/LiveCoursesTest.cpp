@@ -1,4 +1,10 @@
+#include <orvnetwork/course/QXCourseManager.h>
+
 #include "tests/unit/course/PagingFixture.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv {
 

@@ -2,6 +2,9 @@
 
 #include "tests/unit/course/PagingFixture.h"
 
+#include <string>
+#include <system_error>
+
 namespace orv {
 
 namespace {

@@ -1,6 +1,11 @@
 // Attempts to load a page of live courses, what is logged of them, and what a change of the classroom does.
 
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include "tests/unit/course/PagingFixture.h"
+
+#include <optional>
+#include <string>
 
 namespace orv {
 

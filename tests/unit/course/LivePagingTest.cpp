@@ -1,4 +1,8 @@
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include "tests/unit/course/PagingFixture.h"
+
+#include <algorithm>
 
 namespace orv {
 

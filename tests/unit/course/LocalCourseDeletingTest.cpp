@@ -1,5 +1,7 @@
 #include "tests/unit/course/LocalFixture.h"
 
+#include <system_error>
+
 namespace orv {
 
 namespace {

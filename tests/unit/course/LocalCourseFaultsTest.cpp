@@ -1,6 +1,19 @@
 // Local courses on a disk that refuses, fails, or loses its power.
 
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/platform/Console.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/testing/Crash.h>
+
 #include "tests/unit/course/LocalFixture.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 

@@ -2,6 +2,11 @@
 
 #include "tests/unit/course/LocalFixture.h"
 
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <system_error>
+
 namespace orv {
 
 namespace {
@@ -89,8 +94,9 @@ TEST_F(LocalCourseFiles, EmptyRecordIsNone) {
   startAnew();
   putRecord("1", {});
   platform.files().put(recordPath(2), "");
-  for (std::uint64_t index = 0; index < 2; ++index)
+  for (std::uint64_t index = 0; index < 2; ++index) {
     EXPECT_EQ(courses().getLocalCourseWithIndex(index), nullptr);
+  }
   EXPECT_EQ(courses().getLocalCourseWithRoomID(1), nullptr);
   EXPECT_EQ(courses().getLocalCourseCount(), 2u);
 }

@@ -1,5 +1,10 @@
 #include "tests/unit/course/LocalFixture.h"
 
+#include <chrono>
+#include <limits>
+#include <optional>
+#include <system_error>
+
 namespace orv {
 
 namespace {

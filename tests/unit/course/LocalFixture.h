@@ -1,8 +1,13 @@
 #pragma once
 
+#include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 
 #include "tests/unit/course/CourseFixture.h"
+
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace orv {
 

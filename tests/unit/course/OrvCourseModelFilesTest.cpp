@@ -4,10 +4,10 @@
 #include <orvnetwork/platform/PropertyListFile.h>
 
 #include "../support/FilesTestPlatform.h"
+#include <tests/support/ChildProgram.h>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <tests/support/ChildProgram.h>
 
 #include <set>
 #include <thread>

@@ -3,6 +3,9 @@
 #include "CourseFilesFixture.h"
 
 #include <limits>
+#include <optional>
+#include <string>
+#include <system_error>
 
 namespace orv {
 namespace {

@@ -1,7 +1,13 @@
+#include <orvnetwork/testing/Crash.h>
+
 #include "CourseFilesFixture.h"
 
 #include <cmath>
 #include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 namespace {

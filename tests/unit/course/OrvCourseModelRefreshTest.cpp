@@ -2,7 +2,13 @@
 
 #include "../transport/LinkFixture.h"
 
+#include <limits>
+#include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 namespace {

@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -88,8 +89,9 @@ TEST(OrvCourseModel, ComesBackFromItsJsonForm) {
 
 TEST(OrvCourseModel, ComesBackFromAPropertyListOfItsJsonForm) {
   json::object values = courseValues();
-  for (const std::string_view name : kNaturals)
+  for (const std::string_view name : kNaturals) {
     values[name] = UINT64_MAX - static_cast<std::uint64_t>(values[name].as_int64());
+  }
   values["coursePrice"] = static_cast<double>(9.9f);
   const auto record = course(values);
   const auto written = writePropertyList(record->jsonObject());

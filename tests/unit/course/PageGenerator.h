@@ -2,7 +2,10 @@
 
 #include "PageNotation.h"
 
+#include <algorithm>
+#include <optional>
 #include <random>
+#include <string>
 
 /// Random lists and pages: few rooms, so that lists and pages share many of them.
 namespace orv::notation {

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/course/detail/KeyList.h>
 
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>

@@ -1,4 +1,9 @@
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include "tests/unit/course/PagingFixture.h"
+
+#include <algorithm>
+#include <string>
 
 namespace orv {
 

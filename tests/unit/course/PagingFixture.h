@@ -1,10 +1,14 @@
 #pragma once
 
+#include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 
 #include "tests/unit/course/CourseFixture.h"
 
 #include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv {
 
@@ -19,8 +23,9 @@ class PagingFixture : public CourseFixture {
   }
   /// Live courses of a status, from one room up to another.
   void listLive(std::int64_t status, std::int64_t from, std::int64_t to) {
-    for (std::int64_t room = from; room <= to; ++room)
+    for (std::int64_t room = from; room <= to; ++room) {
       live[status].push_back(courseItem(room, live_type::kLive, status));
+    }
   }
   /// Takes a course off a list.
   static void unlist(json::array& list, std::int64_t room) {

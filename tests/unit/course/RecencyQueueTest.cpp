@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <list>
 #include <random>
+#include <thread>
 
 namespace orv {
 namespace {

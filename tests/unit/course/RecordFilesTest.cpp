@@ -2,9 +2,14 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/PropertyListFile.h>
+#include <orvnetwork/testing/Crash.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <gtest/gtest.h>
+
+#include <optional>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 

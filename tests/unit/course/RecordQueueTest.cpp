@@ -1,5 +1,7 @@
 #include "tests/unit/course/LocalFixture.h"
 
+#include <string>
+
 namespace orv {
 
 namespace {
@@ -12,8 +14,9 @@ class RecordQueue : public LocalFixture {
     Keys list = courses().cloudCourseList();
     for (std::int64_t room = first; room < first + count; ++room) list.push_back(std::to_string(room));
     courses().setCloudCourseList(list);
-    for (std::int64_t room = first; room < first + count; ++room)
+    for (std::int64_t room = first; room < first + count; ++room) {
       courses().refreshRecordCourse(makeCloud(room));
+    }
   }
   static std::size_t inMemory() {
     return courses().localCourseDict().size() + courses().cloudCourseDict().size();

@@ -2,6 +2,8 @@
 
 #include "tests/unit/course/PagingFixture.h"
 
+#include <system_error>
+
 namespace orv {
 
 namespace {

@@ -1,6 +1,12 @@
-// Several callers who ask for recorded courses, and what they hear.
+// Several callers who ask for recorded courses, and what they get.
 
+#include "cli/Host.h"
 #include "tests/unit/course/PagingFixture.h"
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <string>
 
 namespace orv {
 

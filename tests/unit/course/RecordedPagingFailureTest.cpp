@@ -1,4 +1,11 @@
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include "tests/unit/course/PagingFixture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
 
 namespace orv {
 

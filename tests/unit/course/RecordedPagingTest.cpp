@@ -1,5 +1,8 @@
 #include "tests/unit/course/PagingFixture.h"
 
+#include <limits>
+#include <optional>
+
 namespace orv {
 
 namespace {
@@ -43,8 +46,9 @@ TEST_F(RecordedPaging, AsksTheServerForTheClassroomsRecordedCourses) {
   EXPECT_EQ(values.at("limit"), 30);
   EXPECT_EQ(values.at("draft"), false);
   EXPECT_EQ(values.at("uID"), 100001);
-  for (const auto* absent : {"keyword", "toTime", "fromTime"})
+  for (const auto* absent : {"keyword", "toTime", "fromTime"}) {
     EXPECT_FALSE(values.contains(absent)) << absent;
+  }
 }
 
 TEST_F(RecordedPaging, AnswersFromTheListWhatItHolds) {

@@ -1,4 +1,14 @@
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
+#include "cli/Host.h"
 #include "tests/unit/course/PagingFixture.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
 
 namespace orv {
 

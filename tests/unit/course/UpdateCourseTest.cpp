@@ -1,4 +1,12 @@
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/platform/Console.h>
+
 #include "tests/unit/course/PagingFixture.h"
+
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -81,7 +89,7 @@ TEST_F(UpdateCourse, LiveCourseThatHasBecomeARecordedOneGoesToTheRecordedOnes) {
   EXPECT_EQ(courses().getRecordCourseWithIndex(0), course);
   EXPECT_EQ(courses().courseQueue().front(), "c-7");
   EXPECT_NE(courses().getLiveCourseWithRoomID(7), course);
-  EXPECT_EQ(cloudFile(7)->at("title"), "课程 7");  // The disk hears of it with the next page.
+  EXPECT_EQ(cloudFile(7)->at("title"), "课程 7");  // The disk gets it with the next page.
 }
 
 TEST_F(UpdateCourse, AnswerWithoutDataLeavesTheRecordAndCounts) {
@@ -170,7 +178,7 @@ TEST_F(UpdateCourse, MainThreadDoesNotTouchTheDisk) {
   signIn();
   const auto course = addLive(7);
   answerInfo({{"ret", 0}, {"data", {{"title", "新的"}}}});
-  // The console hears of each file that cannot be written, on the thread that wanted to write it.
+  // The console gets a line for each file that cannot be written, on the thread that wanted to write it.
   int onWorker = 0;
   Console::setSink([&](std::string_view) {
     EXPECT_FALSE(platform.mainQueue().isCurrent());

@@ -1,9 +1,11 @@
 // The examples of the headers in data/, as a host would write them.
 
+#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/NumericCompare.h>
 #include <orvnetwork/data/PathText.h>
+#include <orvnetwork/data/Property.h>
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/data/RecordField.h>
 #include <orvnetwork/data/Task.h>
@@ -13,6 +15,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <optional>
+#include <string_view>
 
 namespace mine {
 
@@ -91,8 +96,9 @@ TEST(RecordExample, IsFilledWrittenAndCompared) {
 
   std::string shown;
   const json::object values = lesson->jsonObject();
-  for (const RecordField& field : lesson->fields().fields())
+  for (const RecordField& field : lesson->fields().fields()) {
     if (member(values, field.keys.front()) != nullptr) (shown += field.name) += ' ';
+  }
   EXPECT_EQ(shown, "lessonID title price isFree teacher duration ");
 }
 

@@ -1,10 +1,12 @@
 #include <orvnetwork/data/JsonEquality.h>
 
-#include <boost/json/serialize.hpp>
-#include <gtest/gtest.h>
 #include <tests/support/RandomJson.h>
 
+#include <boost/json/serialize.hpp>
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <limits>
 #include <set>
 
 namespace orv {

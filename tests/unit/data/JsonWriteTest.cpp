@@ -1,8 +1,10 @@
+#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Json.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 

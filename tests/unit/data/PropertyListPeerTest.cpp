@@ -3,9 +3,10 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/PropertyList.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/ChildProgram.h>
 #include <tests/support/RandomJson.h>
+
+#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,15 +1,18 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/data/PropertyListLimits.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/ChildProgram.h>
 #include <tests/support/RandomJson.h>
 
+#include <gtest/gtest.h>
+
+#include <bit>
 #include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <random>
 
 namespace orv {
 namespace {

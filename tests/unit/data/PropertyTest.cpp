@@ -1,8 +1,12 @@
+#include <orvnetwork/data/Record.h>
+
 #include "SampleRecord.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <latch>
+#include <optional>
 #include <thread>
 #include <vector>
 

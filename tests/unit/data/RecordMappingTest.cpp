@@ -3,6 +3,8 @@
 #include <boost/json/static_resource.hpp>
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -88,8 +90,9 @@ TEST(RecordMapping, FillsNumberFieldsWithZeroForWhatIsNoNumber) {
         json::value("null"), json::value("abc"), json::value("")}) {
     SampleRecord record;
     record.merge(sampleValues());
-    for (const char* key : {"whole", "natural", "small", "single", "real", "flag", "ruled"})
+    for (const char* key : {"whole", "natural", "small", "single", "real", "flag", "ruled"}) {
       record.merge(only(key, value));
+    }
     EXPECT_EQ(record.whole.get(), 0) << value;
     EXPECT_EQ(record.natural.get(), 0u) << value;
     EXPECT_EQ(record.small.get(), 0) << value;
@@ -103,8 +106,9 @@ TEST(RecordMapping, FillsNumberFieldsWithZeroForWhatIsNoNumber) {
 TEST(RecordMapping, ConvertsNumbersByTheKindOfTheField) {
   SampleRecord record;
   const auto fill = [&](const json::value& value) {
-    for (const char* key : {"whole", "natural", "small", "single", "real", "flag"})
+    for (const char* key : {"whole", "natural", "small", "single", "real", "flag"}) {
       record.merge(only(key, value));
+    }
   };
   fill(-1.9);
   EXPECT_EQ(record.whole.get(), -1);

@@ -1,8 +1,11 @@
+#include <orvnetwork/data/Property.h>
+#include <orvnetwork/data/Record.h>
 #include <orvnetwork/data/RecordField.h>
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -31,8 +34,9 @@ class ManyKeys : public Record {
 
 TEST(RecordTable, FindsEveryKeyOfAFullTable) {
   std::vector<std::string> keys;
-  for (std::size_t at = 0; at < RecordTable::kMaxFields; ++at)
+  for (std::size_t at = 0; at < RecordTable::kMaxFields; ++at) {
     keys.push_back(std::string(at % 9, 'k') + std::to_string(at));
+  }
   std::vector<RecordField> fields;
   for (const std::string& key : keys) fields.push_back(ManyKeys::field({key}));
   const RecordTable table(std::move(fields));

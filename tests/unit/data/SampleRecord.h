@@ -1,6 +1,11 @@
 #pragma once
 
+#include <orvnetwork/data/Property.h>
+#include <orvnetwork/data/Record.h>
 #include <orvnetwork/data/RecordField.h>
+
+#include <memory>
+#include <optional>
 
 namespace orv::test {
 

@@ -1,8 +1,9 @@
 #include <orvnetwork/dates/Calendar.h>
 #include <orvnetwork/dates/icu/IcuPools.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/DateTestPlatform.h>
+
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>

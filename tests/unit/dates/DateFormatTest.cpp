@@ -1,8 +1,9 @@
 #include <orvnetwork/dates/DateFormat.h>
 #include <orvnetwork/dates/icu/IcuPools.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/DateTestPlatform.h>
+
+#include <gtest/gtest.h>
 
 #include <chrono>
 

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <system_error>
+
 namespace orv {
 namespace {
 

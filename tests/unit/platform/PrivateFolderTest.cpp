@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <system_error>
+
 namespace orv {
 namespace {
 

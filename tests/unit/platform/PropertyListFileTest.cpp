@@ -1,6 +1,7 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/PropertyListStore.h>
+#include <orvnetwork/testing/Crash.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <gtest/gtest.h>
@@ -10,6 +11,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <limits>
+#include <map>
+#include <system_error>
 
 namespace orv {
 namespace {

@@ -1,9 +1,13 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/PropertyListStore.h>
+#include <orvnetwork/testing/Crash.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <gtest/gtest.h>
+
+#include <map>
+#include <system_error>
 
 namespace orv {
 namespace {

@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -44,8 +46,9 @@ TEST(OrvClassroomInfo, StartsWithoutAnything) {
 
 TEST(OrvClassroomInfo, IsWrittenInTheOrderOfItsFieldsUnderTheServersKeys) {
   std::string keys;
-  for (const auto& member : makeRecord<OrvClassroomInfo>(classroomValues())->jsonObject())
+  for (const auto& member : makeRecord<OrvClassroomInfo>(classroomValues())->jsonObject()) {
     keys += std::string(member.key()) + " ";
+  }
   EXPECT_EQ(
       keys,
       "addtime anybodyCreatable balance balancePreFee balanceTopup bgPicID bgPicUrl corpID costs demo "

@@ -1,6 +1,11 @@
 // The classroom refresh and its retries.
 
+#include <orvnetwork/platform/NotificationCenter.h>
+
 #include "SessionFixture.h"
+
+#include <string>
+#include <string_view>
 
 namespace orv {
 namespace {

@@ -1,6 +1,14 @@
 // What the replies to the session refresh do to the user.
 
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/transport/QXRequestItem.h>
+
 #include "SessionFixture.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 namespace {

@@ -1,6 +1,11 @@
 // The session refresh: when it runs, what it sends, and when it ends.
 
+#include <orvnetwork/platform/NotificationCenter.h>
+
 #include "SessionFixture.h"
+
+#include <string>
+#include <string_view>
 
 namespace orv {
 namespace {

@@ -1,6 +1,14 @@
 // Construction: what is read from the user file, and what follows.
 
+#include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include "SessionFixture.h"
+
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 namespace {
@@ -245,7 +253,7 @@ TEST_F(QXUserInfoMgrStart, ASecondConstructionDoesNotReplaceAUserWhoIsStoredMean
   platform.files().failAlways(testing::FileOperation::WriteAtomically, std::errc::no_space_on_device);
   const auto second = makeUser({{"uID", "8"}});
   bool came = false;
-  // The console is told while the construction writes what waits and reads the file.
+  // The console gets a line while the construction writes what waits and reads the file.
   Console::setSink([&](std::string_view) {
     if (!std::exchange(came, true)) users().setUserInfo(second);
   });

@@ -1,6 +1,17 @@
 // The one instance, and storing a user: memory, file, notification, classroom, link.
 
+#include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+
 #include "SessionFixture.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace orv {
 namespace {
@@ -205,8 +216,9 @@ TEST_F(QXUserInfoMgrStore, AnObserverMayLogOutFromInside) {
   bringUp();
   const auto token = NotificationCenter::defaultCenter().observe(std::string(QXNotificationDidChangeUserInfo),
                                                                  [&](const Notification&) {
-                                                                   if (users().isLogined())
+                                                                   if (users().isLogined()) {
                                                                      users().setUserInfo(nullptr);
+                                                                   }
                                                                  });
   users().setUserInfo(makeUser({{"uID", "7"}, {"classroom", "5001"}}));
   EXPECT_FALSE(users().isLogined());
@@ -221,8 +233,9 @@ TEST_F(QXUserInfoMgrStore, AnObserverMayStoreAnotherUserFromInside) {
   const auto second = makeUser({{"uID", "8"}, {"classroom", "6"}});
   const auto token = NotificationCenter::defaultCenter().observe(std::string(QXNotificationDidChangeUserInfo),
                                                                  [&](const Notification&) {
-                                                                   if (users().userInfo() != second)
+                                                                   if (users().userInfo() != second) {
                                                                      users().setUserInfo(second);
+                                                                   }
                                                                  });
   users().setUserInfo(makeUser({{"uID", "7"}, {"classroom", "5"}}));
   settle();

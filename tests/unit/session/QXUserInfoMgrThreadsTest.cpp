@@ -11,6 +11,8 @@
 #include <poll.h>
 
 #include <atomic>
+#include <string_view>
+#include <system_error>
 #include <thread>
 
 namespace orv {

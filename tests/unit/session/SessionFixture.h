@@ -7,6 +7,11 @@
 
 #include <deque>
 #include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 

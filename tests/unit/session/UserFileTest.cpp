@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <system_error>
+
 namespace orv {
 namespace {
 

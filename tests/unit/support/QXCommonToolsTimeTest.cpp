@@ -1,9 +1,10 @@
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/support/QXCommonTools.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/CivilTime.h>
 #include <tests/support/DateTestPlatform.h>
+
+#include <gtest/gtest.h>
 
 #include <limits>
 #include <string>

@@ -1,8 +1,9 @@
 #include <orvnetwork/support/QXDate.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/ChildProgram.h>
 #include <tests/support/DateTestPlatform.h>
+
+#include <gtest/gtest.h>
 
 #include <map>
 #include <sstream>

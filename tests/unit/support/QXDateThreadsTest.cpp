@@ -1,9 +1,10 @@
 #include <orvnetwork/support/QXCommonTools.h>
 #include <orvnetwork/support/QXDate.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/CivilTime.h>
 #include <tests/support/DateTestPlatform.h>
+
+#include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>

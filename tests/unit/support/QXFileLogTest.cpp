@@ -1,5 +1,8 @@
 #include "QXFileLogFixture.h"
 
+#include <string>
+#include <vector>
+
 namespace orv {
 namespace {
 

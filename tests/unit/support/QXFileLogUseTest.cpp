@@ -1,4 +1,10 @@
+#include <orvnetwork/platform/Console.h>
+
 #include "QXFileLogFixture.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 namespace {

@@ -209,8 +209,9 @@ TEST_F(QXPathManagerTest, ListsFilesSortedWithHiddenOnesAndWithoutFolders) {
   const std::string folder = home() + "/list";
   fs::create_directories(folder + "/sub.log");
   makeFile(folder + "/sub.log/inner.log");
-  for (const char* name : {"b.log", "a.log", ".hidden", "B.log", "a.txt", "x.LOG"})
+  for (const char* name : {"b.log", "a.log", ".hidden", "B.log", "a.txt", "x.LOG"}) {
     makeFile(folder + "/" + name);
+  }
   EXPECT_EQ(manager.filesAtPath(folder), (Names{".hidden", "B.log", "a.log", "a.txt", "b.log", "x.LOG"}));
   EXPECT_EQ(manager.filesAtPath_hasSuffix(folder, ".log"), (Names{"B.log", "a.log", "b.log"}));
   EXPECT_EQ(manager.filesAtPath_hasSuffix(folder, std::nullopt), manager.filesAtPath(folder));

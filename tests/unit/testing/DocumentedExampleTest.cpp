@@ -1,6 +1,7 @@
 // The examples of docs/testing.md.
 
 #include <orvnetwork/platform/Timer.h>
+#include <orvnetwork/testing/ReplyFault.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <gtest/gtest.h>

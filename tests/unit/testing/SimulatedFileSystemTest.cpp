@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
 
 namespace orv::testing {
 namespace {

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <chrono>
+#include <functional>
+
 namespace orv::testing {
 namespace {
 

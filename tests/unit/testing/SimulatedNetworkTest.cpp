@@ -1,4 +1,12 @@
+#include <orvnetwork/testing/ConnectPlan.h>
+
 #include "LinkFixture.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv::testing {
 namespace {

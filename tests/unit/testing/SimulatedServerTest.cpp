@@ -1,4 +1,9 @@
+#include <orvnetwork/testing/ReplyFault.h>
+
 #include "LinkFixture.h"
+
+#include <string>
+#include <vector>
 
 namespace orv::testing {
 namespace {

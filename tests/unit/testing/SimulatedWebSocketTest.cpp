@@ -1,4 +1,14 @@
+#include <orvnetwork/testing/ConnectPlan.h>
+
 #include "LinkFixture.h"
+
+#include <any>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
 
 namespace orv::testing {
 namespace {

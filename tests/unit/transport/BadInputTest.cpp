@@ -1,5 +1,8 @@
 #include "LinkFixture.h"
 
+#include <algorithm>
+#include <string>
+
 namespace orv {
 namespace {
 

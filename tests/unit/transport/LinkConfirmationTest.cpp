@@ -1,4 +1,11 @@
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
 #include "LinkFixture.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv {
 namespace {

@@ -5,12 +5,16 @@
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 #include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace orv {

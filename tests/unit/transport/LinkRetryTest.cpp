@@ -1,6 +1,12 @@
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/testing/ConnectPlan.h>
+
 #include "LinkFixture.h"
 
 #include <cerrno>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv {
 namespace {

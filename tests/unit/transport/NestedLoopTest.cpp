@@ -1,4 +1,9 @@
+#include <orvnetwork/platform/NotificationCenter.h>
+
 #include "LinkFixture.h"
+
+#include <string>
+#include <string_view>
 
 namespace orv {
 namespace {

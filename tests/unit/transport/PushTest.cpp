@@ -1,4 +1,10 @@
+#include <orvnetwork/platform/NotificationCenter.h>
+
 #include "LinkFixture.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 namespace {

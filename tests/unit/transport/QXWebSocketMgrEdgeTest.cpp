@@ -1,9 +1,18 @@
 #include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "LinkFixture.h"
 
 #include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <thread>
+#include <vector>
 
 namespace orv {
 namespace {

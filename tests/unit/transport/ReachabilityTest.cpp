@@ -1,4 +1,10 @@
+#include <orvnetwork/platform/NotificationCenter.h>
+
 #include "LinkFixture.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace orv {
 namespace {

@@ -1,6 +1,13 @@
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/transport/QXRequestItem.h>
+
 #include "LinkFixture.h"
 
+#include <functional>
+#include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 
 namespace orv {
 namespace {

@@ -1,4 +1,9 @@
+#include <orvnetwork/transport/QXRequestItem.h>
+
 #include "LinkFixture.h"
+
+#include <string>
+#include <vector>
 
 namespace orv {
 namespace {

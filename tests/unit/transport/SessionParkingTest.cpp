@@ -1,4 +1,10 @@
+#include <orvnetwork/transport/QXRequestItem.h>
+
 #include "LinkFixture.h"
+
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace orv {
 namespace {

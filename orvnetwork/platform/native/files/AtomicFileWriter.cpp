@@ -4,6 +4,9 @@
 #include <orvnetwork/platform/native/system/SystemRandom.h>
 
 #include <cstdio>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 

@@ -2,6 +2,10 @@
 
 #include <orvnetwork/platform/FileSystem.h>
 
+#include <string>
+#include <string_view>
+#include <system_error>
+
 namespace orv {
 
 /// Replaces a file by way of a temporary file beside it; see `FileSystem::writeAtomically`. On failure the

@@ -11,6 +11,10 @@
 #include <array>
 #include <climits>
 #include <cstdlib>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace orv {

@@ -2,6 +2,8 @@
 
 #include <orvnetwork/platform/Directories.h>
 
+#include <string>
+
 namespace orv {
 
 /// The user's folders by the desktop's conventions, looked up at each call: `$HOME` before the password

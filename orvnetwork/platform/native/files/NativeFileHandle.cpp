@@ -1,5 +1,7 @@
 #include "orvnetwork/platform/native/files/NativeFileHandle.h"
 
+#include <string_view>
+
 namespace orv {
 
 bool NativeFileHandle::write(std::string_view bytes) {

@@ -3,6 +3,8 @@
 #include <orvnetwork/platform/FileSystem.h>
 #include <orvnetwork/platform/native/system/FileDescriptor.h>
 
+#include <string_view>
+
 namespace orv {
 
 /// A file of the operating system, open for writing.

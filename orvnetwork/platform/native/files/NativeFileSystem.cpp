@@ -2,12 +2,19 @@
 
 #include <orvnetwork/platform/native/files/AtomicFileWriter.h>
 #include <orvnetwork/platform/native/files/NativeFileHandle.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 

@@ -2,6 +2,13 @@
 
 #include <orvnetwork/platform/FileSystem.h>
 
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
 namespace orv {
 
 /// The operating system's files. A path with a zero byte in it names nothing: every operation on it fails.

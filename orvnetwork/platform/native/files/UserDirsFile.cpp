@@ -1,5 +1,7 @@
 #include "orvnetwork/platform/native/files/UserDirsFile.h"
 
+#include <algorithm>
+
 namespace orv {
 
 namespace {

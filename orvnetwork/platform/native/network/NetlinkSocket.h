@@ -24,7 +24,7 @@ class NetlinkSocket {
     Failed
   };
 
-  /// Opens a socket that hears what the kernel announces to `groups` (RTMGRP_ bits; 0 for none). Without
+  /// Opens a socket that gets what the kernel announces to `groups` (RTMGRP_ bits; 0 for none). Without
   /// success the object is false and `errno` tells why.
   explicit NetlinkSocket(std::uint32_t groups);
 

@@ -16,7 +16,7 @@ struct NetworkFacts {
   ReachabilityStatus thisMachine = ReachabilityStatus::NotReachable;
 };
 
-/// What the host wants to hear of the network. Queued reports share it with the object that the host talks
+/// What the host wants to know of the network. Queued reports share it with the object that the host talks
 /// to, and may outlive that. Any thread.
 class ReachabilitySubscription {
  public:

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <span>
 
 namespace orv {
 
@@ -56,8 +57,9 @@ struct RouteAttributes {
  private:
   bool take(const NetlinkAttribute& attribute) {
     if (attribute.type == RTA_MULTIPATH) return readNextHops(attribute.value, nextHops);
-    if (attribute.type != RTA_TABLE && attribute.type != RTA_PRIORITY && attribute.type != RTA_OIF)
+    if (attribute.type != RTA_TABLE && attribute.type != RTA_PRIORITY && attribute.type != RTA_OIF) {
       return true;
+    }
     const auto number = attribute.number();
     if (!number) return false;
     if (attribute.type == RTA_TABLE) table = number;

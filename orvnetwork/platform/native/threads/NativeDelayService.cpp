@@ -3,6 +3,7 @@
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/threads/ServiceThread.h>
 
+#include <chrono>
 #include <string>
 #include <system_error>
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -55,7 +56,7 @@ void NativeMainQueue::run() {
     lock.unlock();
     waitForSignal();
   }
-  // Whoever drains next must hear of what was left over.
+  // Whoever drains next must know of what was left over.
   rearm();
 }
 

@@ -5,7 +5,11 @@
 #include <orvnetwork/platform/native/websocket/IoThread.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 

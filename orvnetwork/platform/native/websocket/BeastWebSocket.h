@@ -18,6 +18,9 @@
 #include <atomic>
 #include <deque>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 

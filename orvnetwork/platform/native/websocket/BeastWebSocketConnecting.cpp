@@ -5,11 +5,16 @@
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
 #include <orvnetwork/platform/native/websocket/CloseCodes.h>
+#include <orvnetwork/platform/native/websocket/HandshakeGate.h>
 #include <orvnetwork/platform/native/websocket/TlsSession.h>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
 
 namespace orv {
 

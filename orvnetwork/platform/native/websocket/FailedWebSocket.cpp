@@ -1,6 +1,8 @@
 #include "orvnetwork/platform/native/websocket/FailedWebSocket.h"
 
 #include <atomic>
+#include <memory>
+#include <string>
 #include <utility>
 
 namespace orv {

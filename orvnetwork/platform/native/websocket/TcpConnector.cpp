@@ -5,6 +5,9 @@
 #include <boost/asio/ssl/error.hpp>
 
 #include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace orv {
 

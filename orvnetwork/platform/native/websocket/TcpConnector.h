@@ -8,6 +8,9 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace orv {
 

@@ -8,6 +8,8 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
+#include <string>
+
 namespace orv {
 
 namespace {

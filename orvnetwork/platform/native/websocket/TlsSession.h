@@ -2,6 +2,8 @@
 
 #include <orvnetwork/data/Error.h>
 
+#include <string>
+
 struct ssl_st;
 
 namespace orv {

@@ -33,8 +33,9 @@ TEST_F(LinkKindTest, LinksOfOtherOrNoTypeAreNotCellular) {
   describe("long", "DEVTYPE=wwanlink\n");
   describe("inside", "XDEVTYPE=wwan\n");
   describe("empty", "");
-  for (const char* link : {"wlan0", "eth0", "long", "inside", "empty"})
+  for (const char* link : {"wlan0", "eth0", "long", "inside", "empty"}) {
     EXPECT_FALSE(isCellular(link)) << link;
+  }
 }
 
 TEST_F(LinkKindTest, TheNameAloneTellsNothing) {

@@ -1,11 +1,13 @@
 #include <orvnetwork/platform/native/network/RouteDump.h>
 
+#include <tests/support/NetlinkBytes.h>
+
 #include <gtest/gtest.h>
 #include <linux/if.h>
 #include <sys/socket.h>
-#include <tests/support/NetlinkBytes.h>
 
 #include <cerrno>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <random>

@@ -1,9 +1,10 @@
 #include <orvnetwork/platform/native/network/RouteTable.h>
 
+#include <tests/support/NetlinkBytes.h>
+
 #include <gtest/gtest.h>
 #include <linux/if.h>
 #include <sys/socket.h>
-#include <tests/support/NetlinkBytes.h>
 
 namespace orv {
 namespace {

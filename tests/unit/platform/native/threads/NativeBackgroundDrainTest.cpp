@@ -97,10 +97,11 @@ TEST(NativeBackgroundDrain, LosesNoNudgeOfManyThreads) {
         work.add();
         drain.nudge();
         // Some wait for their own work, so that nudges meet a drain that is about to finish.
-        if (i % 64 == 0)
+        if (i % 64 == 0) {
           work.waitUntilDone(++reported);
-        else
+        } else {
           ++reported;
+        }
       }
     });
   }

@@ -4,6 +4,7 @@
 #include <poll.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>

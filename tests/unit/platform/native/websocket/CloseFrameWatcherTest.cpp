@@ -1,7 +1,10 @@
 #include <orvnetwork/platform/native/websocket/CloseFrameWatcher.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/RawPeer.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace orv {
 namespace {
@@ -23,8 +26,9 @@ TEST(CloseFrameWatcher, FindsTheCodeHoweverTheStreamIsCut) {
                              frameBytes(opcode::kPing, "\x88\x02") +
                              frameBytes(opcode::kText, "masked", 0x80, true) +
                              frameBytes(opcode::kClose, closePayload(2999, "reason"));
-  for (const std::size_t pieceSize : {1u, 2u, 3u, 7u, 1536u, 1'000'000u})
+  for (const std::size_t pieceSize : {1u, 2u, 3u, 7u, 1536u, 1'000'000u}) {
     EXPECT_EQ(codeAfter(stream, pieceSize), 2999);
+  }
 }
 
 TEST(CloseFrameWatcher, HasNoCodeWithoutAWholeOne) {

@@ -4,6 +4,10 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <chrono>
+#include <functional>
+#include <string_view>
+
 namespace orv {
 namespace {
 
@@ -50,8 +54,9 @@ class GatheringStreamTest : public testing::Test, protected GatheringStream::Own
 
 TEST_F(GatheringStreamTest, WhatIsWrittenStaysUntilItIsFlushedAndThenLeavesTogether) {
   error_code error;
-  for (const char* text : {"one ", "two ", "three"})
+  for (const char* text : {"one ", "two ", "three"}) {
     stream.write_some(asio::buffer(std::string_view(text)), error);
+  }
   EXPECT_EQ(receiveNow(), "");
   EXPECT_EQ(stream.gatheredBytes(), 13u);
   stream.flush();

@@ -12,10 +12,12 @@ WebSocketUrl parsed(std::string_view text) {
 }
 
 TEST(WebSocketUrl, TellsPlainFromSecureByTheSchemeInAnyCase) {
-  for (const char* plain : {"ws://a", "WS://a", "http://a", "Http://a"})
+  for (const char* plain : {"ws://a", "WS://a", "http://a", "Http://a"}) {
     EXPECT_FALSE(parsed(plain).secure) << plain;
-  for (const char* secure : {"wss://a", "WsS://a", "https://a", "HTTPS://a"})
+  }
+  for (const char* secure : {"wss://a", "WsS://a", "https://a", "HTTPS://a"}) {
     EXPECT_TRUE(parsed(secure).secure) << secure;
+  }
 }
 
 TEST(WebSocketUrl, TakesThePortOfTheSchemeWhenNoneIsGiven) {
