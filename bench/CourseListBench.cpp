@@ -107,7 +107,7 @@ class TimedPlatform final : public Platform {
     return inner_->makeBackgroundDrain(std::move(drain));
   }
   std::string localeName() override { return inner_->localeName(); }
-  std::string timeZoneName() override { return inner_->timeZoneName(); }
+  TimeZonePtr timeZone() override { return inner_->timeZone(); }
 
  private:
   const std::unique_ptr<Platform> inner_ = makeNativePlatform();

@@ -71,19 +71,19 @@ int main(int argc, char** argv) {
   const int calls = argc > 1 ? std::max(std::atoi(argv[1]), kBatch) : 50'000;
   orv::Platform& platform = orv::Platform::current();
   const std::string locale = platform.localeName();
-  const std::string zone = platform.timeZoneName();
-  std::printf("%d calls each, locale %s, zone %s\n", calls, locale.c_str(), zone.c_str());
+  const orv::TimeZonePtr zone = platform.timeZone();
+  std::printf("%d calls each, locale %s, zone %s\n", calls, locale.c_str(), zone->name.c_str());
 
   const double first = nanosecondsOf([] { QXDate::now().stringWithFormat(kPattern); });
   const double fresh =
-      medianCost(calls, [&](Seconds moment) { return writeWithFreshFormatter(locale, zone, moment); });
+      medianCost(calls, [&](Seconds moment) { return writeWithFreshFormatter(locale, zone->name, moment); });
   const double kept = medianCost(calls, [&](Seconds moment) {
     return orv::DateFormat::withPattern(kPattern, locale, zone).format(moment).size();
   });
   const double following =
       medianCost(calls, [](Seconds moment) { return QXDate(moment).stringWithFormat(kPattern).size(); });
   const double settings = medianCost(
-      calls, [&](Seconds) { return platform.localeName().size() + platform.timeZoneName().size(); });
+      calls, [&](Seconds) { return platform.localeName().size() + platform.timeZone()->name.size(); });
   const double fields =
       medianCost(calls, [](Seconds moment) { return static_cast<std::size_t>(QXDate(moment).year()); });
   const double adding = medianCost(calls, [](Seconds moment) {

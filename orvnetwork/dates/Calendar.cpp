@@ -3,6 +3,7 @@
 #include <orvnetwork/dates/icu/Icu.h>
 #include <orvnetwork/dates/icu/IcuPools.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/TimeZones.h>
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +15,7 @@ namespace {
 constexpr double kSecondsPerDay = 86'400;
 constexpr double kSecondsPerYear = 365.2425 * kSecondsPerDay;
 
-CalendarLease lease(Calendar::Kind kind, const std::string& locale, const std::string& zone) {
+CalendarLease lease(Calendar::Kind kind, const std::string& locale, const TimeZonePtr& zone) {
   return calendarPool().lease(CalendarKey{kind, locale, zone},
                               [&] { return makeIcuCalendar(kind, locale, zone); });
 }
@@ -131,8 +132,11 @@ Seconds secondsSince1970(WallTime moment) {
   return Seconds(whole.time_since_epoch()) + Seconds(moment - whole);
 }
 
-Calendar::Calendar(Kind kind, std::string locale, std::string zone)
-    : kind_(kind), own_(Settings{std::move(locale), std::move(zone)}) {}
+Calendar::Calendar(Kind kind, std::string locale, const std::string& zone)
+    : Calendar(kind, std::move(locale), timeZoneNamed(zone)) {}
+
+Calendar::Calendar(Kind kind, std::string locale, TimeZonePtr zone)
+    : kind_(kind), own_(Settings{std::move(locale), zone ? std::move(zone) : timeZoneNamed("UTC")}) {}
 
 const Calendar& Calendar::current() {
   static const Calendar& calendar = *new Calendar;
@@ -142,7 +146,7 @@ const Calendar& Calendar::current() {
 Calendar::Settings Calendar::settings() const {
   if (own_) return *own_;
   Platform& platform = Platform::current();
-  return {platform.localeName(), platform.timeZoneName()};
+  return {platform.localeName(), platform.timeZone()};
 }
 
 Calendar Calendar::fixed() const {

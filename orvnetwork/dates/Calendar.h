@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/TimeZone.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/dates/CalendarKind.h>
 
@@ -38,6 +39,7 @@ struct ORV_EXPORT CalendarFields {
   bool operator==(const CalendarFields&) const = default;
 };
 
+/// What can be added to a moment by the calendar.
 enum class CalendarUnit { Year, Month, Day };
 
 /// The user's calendar: what it is called, in which zone it counts, where weeks begin.
@@ -52,8 +54,10 @@ class ORV_EXPORT Calendar {
   /// The calendar that the user's locale counts by (Gregorian for most), or always the Gregorian one.
   explicit Calendar(Kind kind = Kind::OfLocale) : kind_(kind) {}
 
-  /// A calendar with settings of its own, which do not change.
-  Calendar(Kind kind, std::string locale, std::string zone);
+  /// A calendar with settings of its own, which do not change: a locale (see `plainLocaleName`) and a zone, by
+  /// its name, as for `timeZoneNamed`, or itself, where null stands for UTC.
+  Calendar(Kind kind, std::string locale, const std::string& zone);
+  Calendar(Kind kind, std::string locale, TimeZonePtr zone);
 
   /// The one of the process; made at the first call, never destroyed.
   static const Calendar& current();
@@ -61,6 +65,8 @@ class ORV_EXPORT Calendar {
   /// This calendar with the settings of this moment: for several questions that belong together.
   Calendar fixed() const;
 
+  /// What the calendar and the clock on the wall show at a moment; fractions of a second are cut off, towards
+  /// the past.
   CalendarFields fields(Seconds since1970) const;
 
   /// The moment of year, month, day, hour, minute and second (with era and leap month); the other fields do
@@ -90,7 +96,7 @@ class ORV_EXPORT Calendar {
  private:
   struct Settings {
     std::string locale;
-    std::string zone;
+    TimeZonePtr zone;
   };
   Settings settings() const;
 

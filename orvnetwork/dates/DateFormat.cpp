@@ -5,6 +5,7 @@
 #include <orvnetwork/dates/icu/IcuDateFormat.h>
 #include <orvnetwork/dates/icu/IcuPools.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/TimeZones.h>
 
 namespace orv {
 
@@ -25,23 +26,36 @@ DateFormatPool::Lease lease(const detail::DateFormatKey& key) {
 
 }  // namespace
 
-DateFormat DateFormat::withPattern(std::string_view pattern, std::string locale, std::string zone) {
+DateFormat::DateFormat(detail::DateFormatKey key) : key_(std::move(key)) {
+  if (!key_.zone) key_.zone = timeZoneNamed("UTC");
+}
+
+DateFormat DateFormat::withPattern(std::string_view pattern, std::string locale, TimeZonePtr zone) {
   return DateFormat({.pattern = std::string(pattern), .locale = std::move(locale), .zone = std::move(zone)});
+}
+
+DateFormat DateFormat::withPattern(std::string_view pattern, std::string locale, const std::string& zone) {
+  return withPattern(pattern, std::move(locale), timeZoneNamed(zone));
 }
 
 DateFormat DateFormat::withPattern(std::string_view pattern) {
   Platform& platform = Platform::current();
-  return withPattern(pattern, platform.localeName(), platform.timeZoneName());
+  return withPattern(pattern, platform.localeName(), platform.timeZone());
 }
 
-DateFormat DateFormat::withStyles(DateStyle date, DateStyle time, std::string locale, std::string zone) {
+DateFormat DateFormat::withStyles(DateStyle date, DateStyle time, std::string locale, TimeZonePtr zone) {
   return DateFormat(
       {.pattern = {}, .date = date, .time = time, .locale = std::move(locale), .zone = std::move(zone)});
 }
 
+DateFormat DateFormat::withStyles(DateStyle date, DateStyle time, std::string locale,
+                                  const std::string& zone) {
+  return withStyles(date, time, std::move(locale), timeZoneNamed(zone));
+}
+
 DateFormat DateFormat::withStyles(DateStyle date, DateStyle time) {
   Platform& platform = Platform::current();
-  return withStyles(date, time, platform.localeName(), platform.timeZoneName());
+  return withStyles(date, time, platform.localeName(), platform.timeZone());
 }
 
 std::string DateFormat::format(Seconds since1970) const {

@@ -1,13 +1,10 @@
 #include "orvnetwork/dates/LocalTime.h"
 
+#include <orvnetwork/dates/Calendar.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/platform/native/NativeSettings.h>
-
-#include <unicode/ucal.h>
+#include <orvnetwork/platform/TimeZones.h>
 
 #include <algorithm>
-#include <ctime>
-#include <memory>
 #include <mutex>
 
 namespace orv {
@@ -18,53 +15,6 @@ using std::chrono::floor;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::sys_days;
-
-struct CalendarCloser {
-  void operator()(UCalendar* calendar) const { ucal_close(calendar); }
-};
-using Calendar = std::unique_ptr<UCalendar, CalendarCloser>;
-
-Calendar openCalendar(const std::string& zone, const std::string& locale) {
-  const std::u16string wideZone(zone.begin(), zone.end());  // zone names are ASCII
-  UErrorCode status = U_ZERO_ERROR;
-  Calendar calendar(ucal_open(wideZone.data(), static_cast<int32_t>(wideZone.size()), locale.c_str(),
-                              UCAL_GREGORIAN, &status));
-  if (U_FAILURE(status)) calendar.reset();
-  return calendar;
-}
-
-/// Offsets of any zone, by ICU. Its first use costs 25 ms and 4 MB, so it is kept for zones that are not the
-/// process's own.
-seconds offsetByIcu(seconds sinceEpoch, const std::string& zone) {
-  static std::mutex& mutex = *new std::mutex;
-  static std::string& openZone = *new std::string;
-  static Calendar& calendar = *new Calendar;
-  const std::lock_guard lock(mutex);
-  if (!calendar || openZone != zone) {
-    calendar = openCalendar(zone, "en_US_POSIX");
-    openZone = zone;
-  }
-  if (!calendar) return seconds(0);
-  UErrorCode status = U_ZERO_ERROR;
-  ucal_setMillis(calendar.get(), static_cast<double>(sinceEpoch.count()) * 1000, &status);
-  const milliseconds offset(ucal_get(calendar.get(), UCAL_ZONE_OFFSET, &status) +
-                            ucal_get(calendar.get(), UCAL_DST_OFFSET, &status));
-  return U_SUCCESS(status) ? floor<seconds>(offset) : seconds(0);
-}
-
-seconds offsetByCLibrary(seconds sinceEpoch) {
-  ::tzset();  // localtime_r alone does not look whether the zone has changed
-  const std::time_t time = sinceEpoch.count();
-  std::tm fields{};
-  return ::localtime_r(&time, &fields) != nullptr ? seconds(fields.tm_gmtoff) : seconds(0);
-}
-
-seconds zoneOffset(seconds sinceEpoch, const std::string& zone) {
-  if (zone == "UTC" || zone == "Etc/UTC" || zone == "GMT") return seconds(0);
-  const NativeTimeZone native = nativeTimeZone();
-  return native.usedByCLibrary && native.name == zone ? offsetByCLibrary(sinceEpoch)
-                                                      : offsetByIcu(sinceEpoch, zone);
-}
 
 struct WeekHabits {
   std::string locale;
@@ -77,12 +27,8 @@ WeekHabits weekHabitsOf(const std::string& locale) {
   static WeekHabits& last = *new WeekHabits;
   const std::lock_guard lock(mutex);
   if (last.locale == locale) return last;
-  WeekHabits habits{.locale = locale};
-  if (const Calendar calendar = openCalendar("UTC", locale)) {
-    habits.firstWeekday = ucal_getAttribute(calendar.get(), UCAL_FIRST_DAY_OF_WEEK);
-    habits.minimalDays = ucal_getAttribute(calendar.get(), UCAL_MINIMAL_DAYS_IN_FIRST_WEEK);
-  }
-  return last = habits;
+  const Calendar calendar(Calendar::Kind::Gregorian, locale, "UTC");
+  return last = {locale, calendar.firstWeekday(), calendar.minimalDaysInFirstWeek()};
 }
 
 sys_days dayOf(int year, int month, int day) {
@@ -100,14 +46,14 @@ sys_days beginOfWeekBasedYear(int year, int firstWeekday, int minimalDays) {
 
 }  // namespace
 
-LocalTime LocalTime::ofSeconds(std::int64_t secondsSince1970, const std::string& zone) {
+LocalTime LocalTime::ofSeconds(std::int64_t secondsSince1970, const TimeZone& zone) {
   // The calendar repeats itself, weekdays included, every 400 years; the library's years are 16 bits wide.
   constexpr std::int64_t kCycleYears = 400;
   constexpr seconds kCycle = std::chrono::days(146'097);
   // Where the calendar engine stops, too.
   constexpr std::int64_t kLast = 183'882'168'921'600;
   const seconds second(std::clamp(secondsSince1970, -kLast, kLast));
-  const seconds local = second + zoneOffset(second, zone);
+  const seconds local = second + seconds(zone.rules.at(second.count()).seconds);
   const std::int64_t cycles = local / kCycle - (local % kCycle < seconds(0) ? 1 : 0);
   const std::chrono::sys_seconds inCycle(local - cycles * kCycle);
   const auto midnight = floor<std::chrono::days>(inCycle);
@@ -122,15 +68,27 @@ LocalTime LocalTime::ofSeconds(std::int64_t secondsSince1970, const std::string&
           .weekday = static_cast<int>(std::chrono::weekday(midnight).c_encoding()) + 1};
 }
 
-LocalTime LocalTime::of(WallTime moment, const std::string& zone) {
+LocalTime LocalTime::ofSeconds(std::int64_t secondsSince1970, const std::string& zone) {
+  return ofSeconds(secondsSince1970, *timeZoneNamed(zone));
+}
+
+LocalTime LocalTime::ofSeconds(std::int64_t secondsSince1970) {
+  return ofSeconds(secondsSince1970, *Platform::current().timeZone());
+}
+
+LocalTime LocalTime::of(WallTime moment, const TimeZone& zone) {
   const auto second = floor<seconds>(moment);
   LocalTime time = ofSeconds(second.time_since_epoch().count(), zone);
   time.millisecond = static_cast<int>(floor<milliseconds>(moment - second).count());
   return time;
 }
 
+LocalTime LocalTime::of(WallTime moment, const std::string& zone) {
+  return of(moment, *timeZoneNamed(zone));
+}
+
 LocalTime LocalTime::of(WallTime moment) {
-  return of(moment, Platform::current().timeZoneName());
+  return of(moment, *Platform::current().timeZone());
 }
 
 int weekBasedYear(const LocalTime& date, const std::string& locale) {

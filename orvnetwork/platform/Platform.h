@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/data/TimeZone.h>
 #include <orvnetwork/platform/BackgroundDrain.h>
 #include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/DelayService.h>
@@ -48,10 +49,15 @@ class ORV_EXPORT Platform {
   /// A drain that calls `drain` on a thread of its own. Any thread.
   virtual std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) = 0;
 
-  /// The user's locale (for example "zh_CN") and time zone (for example "Asia/Shanghai"), read at each call.
-  /// "C" and "POSIX" are told as "en_US_POSIX".
+  /// The user's locale, read at each call, for example "zh_CN" or "sr_Latn_RS". "C" and "POSIX" are told as
+  /// "en_US_POSIX".
   virtual std::string localeName() = 0;
-  virtual std::string timeZoneName() = 0;
+
+  /// The user's time zone, read at each call: all local times of the library come from its rules. Never null; the same
+  /// object for as long as it stays the same zone with the same rules.
+  virtual TimeZonePtr timeZone() = 0;
+  /// Its name, for example "Asia/Shanghai".
+  std::string timeZoneName() { return timeZone()->name; }
 };
 
 }  // namespace orv

@@ -74,7 +74,7 @@ std::string QXCommonTools::getMessageTime(std::int64_t seconds) {
   constexpr Seconds kDay{86'400};
   Platform& platform = Platform::current();
   const std::string locale = platform.localeName();
-  const std::string zone = platform.timeZoneName();
+  const TimeZonePtr zone = platform.timeZone();
   const auto text = [&](Seconds moment, std::string_view pattern) {
     return DateFormat::withPattern(pattern, locale, zone).format(moment);
   };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/TimeZones.h>
 #include <orvnetwork/testing/Scheduler.h>
 #include <orvnetwork/testing/SimulatedClock.h>
 #include <orvnetwork/testing/SimulatedDelayService.h>
@@ -69,7 +70,11 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   void holdGlobalQueue(bool held) { workers_->setHeld(held); }
 
   void setLocale(std::string name) { locale_ = std::move(name); }
-  void setTimeZone(std::string name) { timeZone_ = std::move(name); }
+  /// The zone of that name by the system's zone files, or a rule, as for `timeZoneNamed`. The process's own zone has
+  /// no say.
+  void setTimeZone(const std::string& name) { timeZone_ = timeZoneNamed(name); }
+  /// A zone with rules of the test's own; never null.
+  void setTimeZone(TimeZonePtr zone) { timeZone_ = std::move(zone); }
 
   /// The next answers of `random()`; after them it goes on with seeded ones.
   void queueRandom(const std::vector<std::uint32_t>& values);
@@ -100,7 +105,7 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) override;
   /// "en_US_POSIX" and "UTC" unless set.
   std::string localeName() override { return locale_; }
-  std::string timeZoneName() override { return timeZone_; }
+  TimeZonePtr timeZone() override { return timeZone_; }
 
  private:
   const std::uint64_t seed_;
@@ -117,7 +122,7 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   SeededRandom randomNumbers_;
   std::deque<std::uint32_t> queuedRandom_;
   std::string locale_ = "en_US_POSIX";
-  std::string timeZone_ = "UTC";
+  TimeZonePtr timeZone_ = std::make_shared<const TimeZone>();
 };
 
 }  // namespace orv::testing

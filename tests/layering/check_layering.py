@@ -57,9 +57,6 @@ LIBRARIES = {"orvnetwork/data": ("expat.h",), "orvnetwork/dates": ("unicode/",)}
 # Breaches with a reason: (path, text of the breach) -> why.
 WAKE_UP = "a host's loop watches a real descriptor, in virtual time too"
 ALLOWED = {
-    ("orvnetwork/dates/LocalTime.cpp", "orvnetwork/platform/native/NativeSettings.h is private to its folder"):
-        "the C library's zone is asked first",
-    ("orvnetwork/dates/LocalTime.cpp", "only the platform may include <ctime>"): "the C library's zone is asked first",
     ("orvnetwork/testing/SimulatedMainQueue.cpp", "only the platform may include <sys/eventfd.h>"): WAKE_UP,
     ("orvnetwork/testing/SimulatedMainQueue.cpp", "only the platform may include <unistd.h>"): WAKE_UP,
 }

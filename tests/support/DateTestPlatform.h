@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/TimeZones.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -14,10 +15,10 @@ namespace orv::test {
 class DateTestPlatform final : public Platform, private Clock {
  public:
   /// Puts a new one in place; to be called once, at the beginning of a test.
-  static DateTestPlatform& install(std::string locale = "en_US", std::string zone = "UTC") {
+  static DateTestPlatform& install(std::string locale = "en_US", const std::string& zone = "UTC") {
     auto platform = std::make_unique<DateTestPlatform>();
     DateTestPlatform& result = *platform;
-    result.setUser(std::move(locale), std::move(zone));
+    result.setUser(std::move(locale), zone);
     if (!Platform::install(std::move(platform))) std::abort();
     return result;
   }
@@ -29,20 +30,21 @@ class DateTestPlatform final : public Platform, private Clock {
     now_ = std::chrono::nanoseconds(whole).count() +
            std::chrono::round<std::chrono::nanoseconds>(since1970 - whole).count();
   }
-  void setUser(std::string locale, std::string zone) {
+  void setUser(std::string locale, const std::string& zone) {
+    TimeZonePtr found = timeZoneNamed(zone);
     const std::lock_guard lock(mutex_);
     locale_ = std::move(locale);
-    zone_ = std::move(zone);
+    zone_ = std::move(found);
   }
   void setLocale(std::string locale) { setUser(std::move(locale), timeZoneName()); }
-  void setZone(std::string zone) { setUser(localeName(), std::move(zone)); }
+  void setZone(const std::string& zone) { setUser(localeName(), zone); }
 
   Clock& clock() override { return *this; }
   std::string localeName() override {
     const std::lock_guard lock(mutex_);
     return locale_;
   }
-  std::string timeZoneName() override {
+  TimeZonePtr timeZone() override {
     const std::lock_guard lock(mutex_);
     return zone_;
   }
@@ -64,7 +66,7 @@ class DateTestPlatform final : public Platform, private Clock {
   std::atomic<std::int64_t> now_{1'706'690'702'000'000'000};  // 2024-01-31 08:45:02 UTC
   std::mutex mutex_;
   std::string locale_;
-  std::string zone_;
+  TimeZonePtr zone_;
 };
 
 }  // namespace orv::test

@@ -1,7 +1,6 @@
 #include "orvnetwork/api/detail/MomentText.h"
 
 #include <orvnetwork/dates/LocalTime.h>
-#include <orvnetwork/platform/Platform.h>
 
 #include <algorithm>
 #include <array>
@@ -14,7 +13,7 @@ namespace orv {
 std::string minuteText(std::uint64_t secondsSince1970) {
   constexpr auto kGreatest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   const auto seconds = static_cast<std::int64_t>(std::min(secondsSince1970, kGreatest));
-  const LocalTime time = LocalTime::ofSeconds(seconds, Platform::current().timeZoneName());
+  const LocalTime time = LocalTime::ofSeconds(seconds);
   std::array<char, 64> text;
   std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d", time.year, time.month, time.day,
                 time.hour, time.minute);
@@ -23,7 +22,7 @@ std::string minuteText(std::uint64_t secondsSince1970) {
 
 std::string secondText(const QXDate& moment) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(moment.since1970()).count();
-  const LocalTime time = LocalTime::ofSeconds(seconds, Platform::current().timeZoneName());
+  const LocalTime time = LocalTime::ofSeconds(seconds);
   std::array<char, 96> text;
   std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year, time.month, time.day,
                 time.hour, time.minute, time.second);

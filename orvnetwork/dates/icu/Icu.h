@@ -4,21 +4,17 @@
 #include <orvnetwork/dates/CalendarKind.h>
 
 #include <unicode/calendar.h>
-#include <unicode/timezone.h>
 
 #include <memory>
 
 namespace orv {
 
-/// ICU's locale for a locale name; "C", "POSIX" and "" are read as en_US_POSIX, a character set is left out.
+/// ICU's locale for a locale name, read as `plainLocaleName` tells.
 icu::Locale icuLocale(const std::string& name);
 
-/// The zone of that name; one that is not known counts as UTC.
-std::unique_ptr<icu::TimeZone> icuZone(const std::string& name);
-
-/// A calendar that takes the first of two moments with the same local time; null when ICU has none.
+/// A calendar that goes by the rules of a zone; null when ICU has none.
 std::unique_ptr<icu::Calendar> makeIcuCalendar(CalendarKind kind, const std::string& locale,
-                                               const std::string& zone);
+                                               const TimeZonePtr& zone);
 
 /// The last whole millisecond at or before a moment. A number of seconds that is the nearest one to a whole
 /// millisecond counts as that.

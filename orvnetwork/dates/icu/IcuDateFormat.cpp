@@ -1,6 +1,8 @@
 #include "orvnetwork/dates/icu/IcuDateFormat.h"
 
 #include <orvnetwork/dates/icu/Icu.h>
+#include <orvnetwork/dates/icu/IcuZone.h>
+#include <orvnetwork/platform/TimeZones.h>
 
 #include <unicode/gregocal.h>
 #include <unicode/uchar.h>
@@ -41,6 +43,13 @@ std::unique_ptr<icu::SimpleDateFormat> makeFormatter(const detail::DateFormatKey
   return std::unique_ptr<icu::SimpleDateFormat>(simple);
 }
 
+bool isBlankFrom(const icu::UnicodeString& text, int32_t begin) {
+  for (int32_t i = begin; i < text.length(); ++i) {
+    if (!u_isblank(text[i])) return false;
+  }
+  return true;
+}
+
 /// Whether a pattern tells a year by its weeks ("YYYY").
 bool hasWeekYear(const icu::SimpleDateFormat& formatter) {
   icu::UnicodeString pattern;
@@ -61,7 +70,9 @@ std::unique_ptr<IcuDateFormat> IcuDateFormat::make(const detail::DateFormatKey& 
   if (!calendar || !formatter) return nullptr;
   formatter->setTimeZone(calendar->getTimeZone());
   formatter->setLenient(false);
-  return std::unique_ptr<IcuDateFormat>(new IcuDateFormat(std::move(formatter), std::move(calendar)));
+  std::unique_ptr<icu::TimeZone> zone(calendar->getTimeZone().clone());
+  return std::unique_ptr<IcuDateFormat>(
+      new IcuDateFormat(std::move(formatter), std::move(calendar), std::move(zone)));
 }
 
 std::string IcuDateFormat::format(UDate millis) {
@@ -99,13 +110,21 @@ std::optional<UDate> IcuDateFormat::parse(std::string_view text) {
   const icu::UnicodeString wide = wideText(text);
   icu::ParsePosition position(0);
   formatter_->parse(wide, *calendar_, position);
-  if (U_FAILURE(status) || position.getErrorIndex() >= 0 || position.getIndex() == 0) return std::nullopt;
-  for (int32_t i = position.getIndex(); i < wide.length(); ++i) {
-    if (!u_isblank(wide[i])) return std::nullopt;
-  }
-  if (!everyFieldIsInRange()) return std::nullopt;
-  const UDate millis = calendar_->getTime(status);
-  return U_SUCCESS(status) ? std::optional(millis) : std::nullopt;
+  const bool isRead = U_SUCCESS(status) && position.getErrorIndex() < 0 && position.getIndex() > 0 &&
+                      isBlankFrom(wide, position.getIndex()) && everyFieldIsInRange();
+  takeOurRulesOfZoneRead();
+  const UDate millis = isRead ? calendar_->getTime(status) : 0;
+  calendar_->setTimeZone(*zone_);
+  return isRead && U_SUCCESS(status) ? std::optional(millis) : std::nullopt;
+}
+
+void IcuDateFormat::takeOurRulesOfZoneRead() {
+  const icu::TimeZone& read = calendar_->getTimeZone();
+  if (dynamic_cast<const IcuZone*>(&read) != nullptr) return;
+  icu::UnicodeString id;
+  std::string name;
+  read.getID(id).toUTF8String(name);
+  if (const TimeZonePtr zone = findTimeZone(name)) calendar_->adoptTimeZone(new IcuZone(zone));
 }
 
 bool IcuDateFormat::everyFieldIsInRange() const {

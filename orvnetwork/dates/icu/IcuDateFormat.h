@@ -25,13 +25,17 @@ class IcuDateFormat {
     UDate unsetFields;
   };
 
-  IcuDateFormat(std::unique_ptr<icu::SimpleDateFormat> formatter, std::unique_ptr<icu::Calendar> calendar)
-      : formatter_(std::move(formatter)), calendar_(std::move(calendar)) {}
+  IcuDateFormat(std::unique_ptr<icu::SimpleDateFormat> formatter, std::unique_ptr<icu::Calendar> calendar,
+                std::unique_ptr<icu::TimeZone> zone)
+      : formatter_(std::move(formatter)), calendar_(std::move(calendar)), zone_(std::move(zone)) {}
   Reading prepareReading();
+  /// A text that names a zone leaves the calendar with ICU's zone of that name.
+  void takeOurRulesOfZoneRead();
   bool everyFieldIsInRange() const;
 
   std::unique_ptr<icu::SimpleDateFormat> formatter_;
   std::unique_ptr<icu::Calendar> calendar_;
+  std::unique_ptr<icu::TimeZone> zone_;  // the one to write and to read in
   std::optional<Reading> reading_;
 };
 

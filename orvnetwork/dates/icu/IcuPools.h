@@ -11,7 +11,7 @@ namespace orv {
 struct CalendarKey {
   CalendarKind kind;
   std::string locale;
-  std::string zone;
+  TimeZonePtr zone;  ///< one object stands for the same rules
 
   bool operator==(const CalendarKey&) const = default;
 };

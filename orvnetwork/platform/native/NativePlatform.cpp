@@ -11,6 +11,7 @@
 #include <orvnetwork/platform/native/threads/WorkerPool.h>
 #include <orvnetwork/platform/native/websocket/FailedWebSocket.h>
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
+#include <orvnetwork/platform/native/zones/NativeTimeZones.h>
 
 #include <exception>
 #include <mutex>
@@ -36,7 +37,7 @@ class NativePlatform final : public Platform {
   Directories& directories() override { return directories_; }
   std::uint32_t random() override { return systemRandom(); }
   std::string localeName() override { return nativeLocaleName(); }
-  std::string timeZoneName() override { return nativeTimeZoneName(); }
+  TimeZonePtr timeZone() override { return NativeTimeZones::instance().inUse(); }
 
   Reachability& reachability() override {
     std::call_once(reachabilityMade_, [this] { reachability_ = makeNativeReachability(mainQueue_); });

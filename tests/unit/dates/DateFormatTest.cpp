@@ -192,6 +192,65 @@ TEST(DateFormat, ReadsAZoneThatTheTextNames) {
             utc(2024, 1, 31, 5, 5, 6));
 }
 
+TEST(DateFormat, ReadsAZoneByTheSystemsRules) {
+  // ICU's own rules give Mexico City a summer time in 2024, and do not know that of Cairo.
+  const auto readZone = [](const char* text) {
+    return read("yyyy-MM-dd HH:mm VV", text, "en_US", "Asia/Shanghai");
+  };
+  EXPECT_EQ(readZone("2024-07-03 12:00 America/Mexico_City"), utc(2024, 7, 3, 18));
+  EXPECT_EQ(readZone("2024-07-03 12:00 Africa/Cairo"), utc(2024, 7, 3, 9));
+  EXPECT_EQ(readZone("2024-11-03 01:30 America/New_York"), utc(2024, 11, 3, 5, 30)) << "the first of two";
+  EXPECT_EQ(readZone("2024-07-03 12:00 Asia/Shanghai"), utc(2024, 7, 3, 4));
+}
+
+TEST(DateFormat, KeepsItsZoneAfterReadingAnother) {
+  const DateFormat format = DateFormat::withPattern("yyyy-MM-dd'T'HH:mm:ssZ", "en_US", "Asia/Shanghai");
+  for (const char* text : {"2024-01-31T08:05:06+0300", "2024-01-31T08:05:06+0300?"}) {
+    format.parse(text);
+    EXPECT_EQ(format.format(utc(2024, 1, 31)), "2024-01-31T08:00:00+0800") << text;
+  }
+}
+
+TEST(DateFormat, WritesTheZoneInTheLocalesWords) {
+  const auto zoneText = [](const char* pattern, const char* zone, int month, const char* locale = "en_US") {
+    return written(pattern, utc(2024, month, 1), locale, zone);
+  };
+  EXPECT_EQ(zoneText("zzzz", "America/New_York", 1), "Eastern Standard Time");
+  EXPECT_EQ(zoneText("zzzz", "America/New_York", 7), "Eastern Daylight Time");
+  EXPECT_EQ(zoneText("zzz", "America/New_York", 7), "EDT");
+  EXPECT_EQ(zoneText("vvvv", "America/New_York", 7), "Eastern Time");
+  EXPECT_EQ(zoneText("VV", "America/New_York", 7), "America/New_York");
+  EXPECT_EQ(zoneText("zzzz", "Europe/Dublin", 1), "Greenwich Mean Time");
+  EXPECT_EQ(zoneText("zzzz", "Europe/Dublin", 7), "Irish Standard Time");
+  EXPECT_EQ(zoneText("zzzz", "Asia/Shanghai", 7, "zh_CN"), "中国标准时间");
+  EXPECT_EQ(zoneText("zzzz", "America/Mexico_City", 7), "Central Standard Time");
+  EXPECT_EQ(zoneText("xxx", "America/Mexico_City", 7), "-06:00");
+  // Those without words.
+  EXPECT_EQ(zoneText("zzzz", "America/Ciudad_Juarez", 7), "GMT-06:00");
+  EXPECT_EQ(zoneText("zzzz", "XYZ-9ZYX-10,M3.2.0,M11.1.0", 7), "GMT+10:00");
+  EXPECT_EQ(zoneText("zzzz", "GMT+08:00", 7), "GMT+08:00");
+}
+
+TEST(DateFormat, TakesAZoneItself) {
+  const auto zone = std::make_shared<const TimeZone>(TimeZone{"Here", ZoneRules::ofOffset(5 * 3600 + 1800)});
+  EXPECT_EQ(DateFormat::withPattern(kFull, "en_US", zone).format(utc(2024, 1, 31)), "2024-01-31 05:30:00");
+  EXPECT_EQ(DateFormat::withPattern(kFull, "en_US", zone).parse("2024-01-31 05:30:00"), utc(2024, 1, 31));
+  EXPECT_EQ(DateFormat::withStyles(DateStyle::None, DateStyle::Short, "en_GB", zone).format(utc(2024, 1, 31)),
+            "05:30");
+  EXPECT_EQ(DateFormat::withPattern(kFull, "en_US", TimeZonePtr()).format(utc(2024, 1, 31)),
+            "2024-01-31 00:00:00");
+}
+
+TEST(DateFormat, WritesInTheScriptOfTheLocale) {
+  const Seconds moment = utc(2024, 1, 31);
+  EXPECT_EQ(written("EEEE", moment, "sr_RS"), "среда");
+  EXPECT_EQ(written("EEEE", moment, "sr_RS@latin"), "sreda");
+  EXPECT_EQ(written("EEEE", moment, "sr_RS.UTF-8@latin"), "sreda");
+  EXPECT_EQ(written("EEEE", moment, "uz_UZ"), "chorshanba");
+  EXPECT_EQ(written("EEEE", moment, "uz_UZ@cyrillic"), "чоршанба");
+  EXPECT_EQ(written("EEEE", moment, "de_DE@euro"), "Mittwoch");
+}
+
 TEST(DateFormat, ReadsItsStylesAgain) {
   const Seconds moment = utc(2024, 1, 31, 8, 45, 2);
   for (const char* locale : {"en_US", "zh_CN", "en_GB", "de_DE", "ja_JP"}) {

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/TimeZones.h>
 #include <orvnetwork/platform/native/files/NativeDirectories.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
 
@@ -122,7 +123,7 @@ class FilesTestPlatform final : public Platform, private Clock {
     return made;
   }
   std::string localeName() override { return locale; }
-  std::string timeZoneName() override { return zone; }
+  TimeZonePtr timeZone() override { return timeZoneNamed(zone); }
 
   MainQueue& mainQueue() override { std::abort(); }
   Executor& globalQueue() override { std::abort(); }

@@ -1,3 +1,5 @@
+#include <orvnetwork/dates/Calendar.h>
+#include <orvnetwork/dates/DateFormat.h>
 #include <orvnetwork/support/detail/LogStamp.h>
 
 #include "FilesTestPlatform.h"
@@ -46,6 +48,21 @@ TEST_F(LogStampTest, FollowsAChangeOfTheZoneWithTheNextSecond) {
   EXPECT_EQ(stamp.of(at(1'706'690'702s)), "2024/01/31 08:45:02.000");
   platform.zone = "Asia/Shanghai";
   EXPECT_EQ(stamp.of(at(1'706'690'703s)), "2024/01/31 16:45:03.000");
+}
+
+TEST_F(LogStampTest, ShowsTheTimeThatDatesShow) {
+  // Zones whose rules ICU knows as they were, one that it does not know, and a rule.
+  const auto july = at(1'720'000'000s);  // 2024-07-03 09:46:40 UTC
+  for (const auto& [zone, expected] : {std::pair{"America/Mexico_City", "2024/07/03 03:46:40.000"},
+                                       std::pair{"Africa/Cairo", "2024/07/03 12:46:40.000"},
+                                       std::pair{"Asia/Almaty", "2024/07/03 14:46:40.000"},
+                                       std::pair{"America/Ciudad_Juarez", "2024/07/03 03:46:40.000"},
+                                       std::pair{"XYZ-9ZYX-10,M3.2.0,M11.1.0", "2024/07/03 19:46:40.000"}}) {
+    platform.zone = zone;
+    EXPECT_EQ(LogStamp().of(july), expected) << zone;
+    EXPECT_EQ(DateFormat::withPattern("YYYY/MM/dd HH:mm:ss.SSS").format(secondsSince1970(july)), expected)
+        << zone;
+  }
 }
 
 TEST_F(LogStampTest, ANameOfAFileHasTheCalendarsYear) {

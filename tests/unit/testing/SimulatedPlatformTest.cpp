@@ -253,6 +253,21 @@ TEST(SimulatedPlatform, TellsLocaleAndZoneAsSet) {
   EXPECT_EQ(platform.timeZoneName(), "Asia/Shanghai");
 }
 
+TEST(SimulatedPlatform, ItsZoneIsTheTestsAlone) {
+  SimulatedPlatform platform;
+  constexpr std::int64_t kSummer = 1'720'000'000;
+  const auto offset = [&] { return platform.timeZone()->rules.at(kSummer).seconds; };
+  setenv("TZ", "Asia/Tokyo", 1);
+  EXPECT_EQ(offset(), 0);
+  platform.setTimeZone("America/New_York");
+  EXPECT_EQ(offset(), -4 * 3600);
+  platform.setTimeZone("XYZ-9ZYX-10,M3.2.0,M11.1.0");
+  EXPECT_EQ(offset(), 10 * 3600);
+  platform.setTimeZone(std::make_shared<const TimeZone>(TimeZone{"Here", ZoneRules::ofOffset(1234)}));
+  EXPECT_EQ(offset(), 1234);
+  EXPECT_EQ(platform.timeZoneName(), "Here");
+}
+
 TEST(SimulatedPlatform, RunsTheLibrarysTimersOnItsClockWhenInstalled) {
   auto& platform = SimulatedPlatform::install(3);
   EXPECT_EQ(&Platform::current(), &platform);

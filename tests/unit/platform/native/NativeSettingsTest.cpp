@@ -35,51 +35,11 @@ TEST(NativeSettings, LocaleVariablesGoByRank) {
   EXPECT_EQ(nativeLocaleName(), "en_US_POSIX");
 }
 
-TEST(NativeSettings, ZoneNameIsTheEndOfAZoneFilesPath) {
-  EXPECT_EQ(zoneNameInPath("/usr/share/zoneinfo/Asia/Shanghai"), "Asia/Shanghai");
-  EXPECT_EQ(zoneNameInPath("../usr/share/zoneinfo/Etc/UTC"), "Etc/UTC");
-  EXPECT_EQ(zoneNameInPath("/usr/share/zoneinfo/posix/Asia/Tokyo"), "Asia/Tokyo");
-  EXPECT_EQ(zoneNameInPath("/usr/share/zoneinfo/right/America/Argentina/Ushuaia"),
-            "America/Argentina/Ushuaia");
-  EXPECT_EQ(zoneNameInPath("/etc/adjtime"), "");
-}
-
-TEST(NativeSettings, ARuleOfOneOffsetHasAName) {
-  EXPECT_EQ(fixedOffsetZoneName("CST-8"), "GMT+08:00");
-  EXPECT_EQ(fixedOffsetZoneName("<+0530>-05:30"), "GMT+05:30");
-  EXPECT_EQ(fixedOffsetZoneName("EST5"), "GMT-05:00");
-  EXPECT_EQ(fixedOffsetZoneName("XYZ+11"), "GMT-11:00");
-  EXPECT_EQ(fixedOffsetZoneName("UTC0"), "UTC");
-  for (const char* rule : {"", "EST5EDT", "EST5EDT,M3.2.0,M11.1.0", "AB3", "<+05-5", "CST",
-                           "CST-8:", "CST-99", "No/Where", "CST-8x"}) {
-    EXPECT_EQ(fixedOffsetZoneName(rule), "") << rule;
-  }
-}
-
-TEST(NativeSettings, TheZoneIsTheVariablesWhenItNamesOne) {
-  for (const char* value : {"Asia/Shanghai", ":Asia/Shanghai", "/usr/share/zoneinfo/Asia/Shanghai",
-                            ":/usr/share/zoneinfo/Asia/Shanghai"}) {
-    setenv("TZ", value, 1);
-    EXPECT_EQ(nativeTimeZoneName(), "Asia/Shanghai") << value;
-    EXPECT_TRUE(nativeTimeZone().usedByCLibrary) << value;
-  }
-  setenv("TZ", "EST5EDT", 1);
-  EXPECT_EQ(nativeTimeZoneName(), "EST5EDT");
-  setenv("TZ", "CST-8", 1);
-  EXPECT_EQ(nativeTimeZoneName(), "GMT+08:00");
-  setenv("TZ", "", 1);
-  EXPECT_EQ(nativeTimeZoneName(), "UTC");
-}
-
-TEST(NativeSettings, TheZoneIsTheSystemsWhenTheVariableNamesNone) {
-  unsetenv("TZ");
-  const std::string systems = nativeTimeZoneName();
-  EXPECT_FALSE(systems.empty());
-  for (const char* value : {"No/Where", "../../etc/passwd", "Asia", "EST5EDT4,M3.2.0,M11.1.0"}) {
-    setenv("TZ", value, 1);
-    EXPECT_EQ(nativeTimeZoneName(), systems) << value;
-    EXPECT_FALSE(nativeTimeZone().usedByCLibrary) << value;
-  }
+TEST(NativeSettings, TheScriptOfALocaleCounts) {
+  EXPECT_EQ(localeNameOfVariable("sr_RS@latin"), "sr_Latn_RS");
+  EXPECT_EQ(localeNameOfVariable("sr_RS.UTF-8@latin"), "sr_Latn_RS");
+  setenv("LC_ALL", "uz_UZ.UTF-8@cyrillic", 1);
+  EXPECT_EQ(nativeLocaleName(), "uz_Cyrl_UZ");
 }
 
 }  // namespace

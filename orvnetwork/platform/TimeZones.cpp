@@ -1,0 +1,15 @@
+#include "orvnetwork/platform/TimeZones.h"
+
+#include <orvnetwork/platform/native/zones/NativeTimeZones.h>
+
+namespace orv {
+
+TimeZonePtr findTimeZone(const std::string& name) {
+  return NativeTimeZones::instance().find(name);
+}
+
+TimeZonePtr timeZoneNamed(const std::string& name) {
+  return NativeTimeZones::instance().named(name);
+}
+
+}  // namespace orv
