@@ -7,6 +7,9 @@
 
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/Executor.h>
+#include <orvnetwork/platform/FileSystem.h>
+#include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/platform/native/NativePlatform.h>
@@ -20,7 +23,11 @@
 #include <deque>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 

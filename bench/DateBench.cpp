@@ -41,8 +41,9 @@ double medianCost(int calls, const std::function<std::size_t(Seconds)>& call) {
   std::size_t used = 0;
   for (int done = 0; done < calls; done += kBatch) {
     costs.push_back(nanosecondsOf([&] {
-                      for (int i = 0; i < kBatch; ++i)
+                      for (int i = 0; i < kBatch; ++i) {
                         used += call(Seconds(1'706'690'702.0 + 977 * (done + i)));
+                      }
                     }) /
                     kBatch);
   }

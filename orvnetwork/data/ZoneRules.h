@@ -3,6 +3,7 @@
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/data/ZoneOffset.h>
 
 #include <vector>
 
@@ -11,14 +12,6 @@ namespace orv {
 /// Domain and code of every error of those who read zone rules.
 inline constexpr std::string_view kZoneRulesErrorDomain = "OrvZoneRules";
 inline constexpr std::int64_t kZoneRulesErrorCode = 1;
-
-/// How far local time is ahead of UTC.
-struct ZoneOffset {
-  std::int32_t seconds = 0;  ///< local time less UTC; negative west of Greenwich
-  bool isDaylight = false;   ///< whether the rules call it summer time
-
-  bool operator==(const ZoneOffset&) const = default;
-};
 
 struct ZoneRulesResult;
 struct ZoneRuleText;
@@ -31,11 +24,7 @@ struct ZoneRuleText;
 /// calendar. Any number will do for a moment; beyond 2^60 seconds it counts as that. Any thread.
 class ORV_EXPORT ZoneRules {
  public:
-  /// From a moment on, until the next one, local time is so far ahead.
-  struct Change {
-    std::int64_t moment = 0;
-    ZoneOffset offset;
-  };
+  using Change = ZoneChange;
 
   /// Those of UTC.
   ZoneRules() = default;

@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace orv {
 
@@ -36,7 +37,7 @@ class ORV_EXPORT Platform {
   /// The worker pool: tasks start in the order posted and run at the same time where there are threads.
   virtual Executor& globalQueue() = 0;
   virtual DelayService& delays() = 0;
-  /// Whether there is a network. One watcher: monitoring it again replaces who hears of it.
+  /// Whether there is a network. One watcher: monitoring it again replaces who is told of it.
   virtual Reachability& reachability() = 0;
   virtual FileSystem& files() = 0;
   virtual Directories& directories() = 0;

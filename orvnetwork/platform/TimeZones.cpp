@@ -2,6 +2,8 @@
 
 #include <orvnetwork/platform/native/zones/NativeTimeZones.h>
 
+#include <string>
+
 namespace orv {
 
 TimeZonePtr findTimeZone(const std::string& name) {

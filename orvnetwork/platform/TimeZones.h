@@ -13,7 +13,7 @@ namespace orv {
 /// name is the same object until then. Costs a look at the file, half a microsecond. Any thread.
 ORV_EXPORT TimeZonePtr findTimeZone(const std::string& name);
 
-/// The same; a name that means nothing stands for UTC, which the console is told once.
+/// The same; a name that means nothing stands for UTC, which the console gets a line once.
 ORV_EXPORT TimeZonePtr timeZoneNamed(const std::string& name);
 
 }  // namespace orv

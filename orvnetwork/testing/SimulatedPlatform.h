@@ -12,6 +12,10 @@
 #include <orvnetwork/testing/SimulatedReachability.h>
 
 #include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace orv::testing {

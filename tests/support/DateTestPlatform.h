@@ -1,10 +1,14 @@
 #pragma once
 
+#include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/TimeZones.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 

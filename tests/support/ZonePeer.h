@@ -1,10 +1,13 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <tests/support/ChildProgram.h>
 
+#include <gtest/gtest.h>
+
+#include <chrono>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv::test {

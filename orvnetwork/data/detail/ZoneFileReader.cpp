@@ -6,6 +6,9 @@
 #include "orvnetwork/data/detail/ZoneFileReader.h"
 
 #include <algorithm>
+#include <optional>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -89,7 +92,7 @@ std::vector<ZoneOffset> takeKinds(Bytes& bytes, const Header& header) {
 
 /// Takes the leap seconds that a clock counted out of the moments that it showed.
 void takeLeapSeconds(Bytes& bytes, std::size_t count, std::size_t momentSize,
-                     std::vector<ZoneRules::Change>& changes) {
+                     std::vector<ZoneChange>& changes) {
   std::vector<std::pair<std::int64_t, std::int64_t>> leaps;  // since when, how many
   for (std::size_t i = 0; i < count; ++i) {
     const std::int64_t since = bytes.takeNumber(momentSize);
@@ -97,17 +100,17 @@ void takeLeapSeconds(Bytes& bytes, std::size_t count, std::size_t momentSize,
     require(leaps.empty() || leaps.back().first < since, "its leap seconds are out of order");
     leaps.emplace_back(since, correction);
   }
-  for (ZoneRules::Change& change : changes) {
+  for (ZoneChange& change : changes) {
     const auto after = std::partition_point(leaps.begin(), leaps.end(),
                                             [&](const auto& leap) { return leap.first <= change.moment; });
     if (after != leaps.begin()) change.moment -= std::prev(after)->second;
   }
 }
 
-std::vector<ZoneRules::Change> takeChanges(Bytes& bytes, const Header& header, std::size_t momentSize) {
+std::vector<ZoneChange> takeChanges(Bytes& bytes, const Header& header, std::size_t momentSize) {
   Bytes moments(bytes.take(header.changes * momentSize));
-  std::vector<ZoneRules::Change> changes(header.changes);
-  for (ZoneRules::Change& change : changes) {
+  std::vector<ZoneChange> changes(header.changes);
+  for (ZoneChange& change : changes) {
     change.moment = std::clamp(moments.takeNumber(momentSize), -kMaxZoneMoment, kMaxZoneMoment);
   }
   return changes;

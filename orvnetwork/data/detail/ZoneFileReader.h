@@ -1,15 +1,19 @@
 #pragma once
 
+#include <orvnetwork/data/ZoneOffset.h>
 #include <orvnetwork/data/detail/ZoneRuleText.h>
 
+#include <optional>
 #include <stdexcept>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 
 /// What a zone file says.
 struct ZoneFileContent {
-  ZoneOffset first;                        ///< before the first change
-  std::vector<ZoneRules::Change> changes;  ///< in the order of time
+  ZoneOffset first;                 ///< before the first change
+  std::vector<ZoneChange> changes;  ///< in the order of time
   bool countsLeapSeconds = false;
   std::optional<ZoneRuleText> rule;  ///< after the last change; absent: it stays as it is then
 };

@@ -1,6 +1,10 @@
 #include "orvnetwork/data/detail/ZoneRuleText.h"
 
 #include <algorithm>
+#include <chrono>
+#include <optional>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -172,8 +176,8 @@ std::int64_t YearlyMoment::ofYear(std::int64_t year) const {
   return momentOfYear(year) + dayOfYear(*this, likeYear(year)).count() * kSecondsPerDay + seconds;
 }
 
-std::vector<ZoneRules::Change> ZoneRuleText::changes(std::int64_t firstYear, std::int64_t lastYear) const {
-  std::vector<ZoneRules::Change> changes;
+std::vector<ZoneChange> ZoneRuleText::changes(std::int64_t firstYear, std::int64_t lastYear) const {
+  std::vector<ZoneChange> changes;
   if (!summer) return changes;
   for (std::int64_t year = firstYear; year <= lastYear; ++year) {
     changes.push_back({summer->begin.ofYear(year) - standard.seconds, summer->offset});

@@ -1,6 +1,10 @@
 #pragma once
 
-#include <orvnetwork/data/ZoneRules.h>
+#include <orvnetwork/data/ZoneOffset.h>
+
+#include <optional>
+#include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -33,7 +37,7 @@ struct ZoneRuleText {
 
   /// The changes that the rule brings in years from the first to the last, in the order of time; none without
   /// summer time.
-  std::vector<ZoneRules::Change> changes(std::int64_t firstYear, std::int64_t lastYear) const;
+  std::vector<ZoneChange> changes(std::int64_t firstYear, std::int64_t lastYear) const;
 };
 
 /// Absent for a text that is no zone rule.

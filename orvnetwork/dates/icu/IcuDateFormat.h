@@ -6,6 +6,9 @@
 #include <unicode/smpdtfmt.h>
 
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 

@@ -6,6 +6,8 @@
 
 #include <unicode/calendar.h>
 
+#include <string>
+
 namespace orv {
 
 struct CalendarKey {

@@ -1,6 +1,8 @@
 #include "orvnetwork/dates/icu/IcuZone.h"
 
+#include <chrono>
 #include <cmath>
+#include <string>
 
 namespace orv {
 

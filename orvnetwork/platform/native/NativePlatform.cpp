@@ -1,5 +1,6 @@
 #include "orvnetwork/platform/native/NativePlatform.h"
 
+#include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/native/NativeSettings.h>
 #include <orvnetwork/platform/native/files/NativeDirectories.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
@@ -13,8 +14,11 @@
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 #include <orvnetwork/platform/native/zones/NativeTimeZones.h>
 
+#include <chrono>
 #include <exception>
+#include <functional>
 #include <mutex>
+#include <string>
 #include <system_error>
 
 namespace orv {

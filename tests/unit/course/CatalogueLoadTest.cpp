@@ -2,15 +2,21 @@
 
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/FileSystem.h>
+#include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/native/NativePlatform.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <future>
+#include <optional>
+#include <string_view>
 #include <thread>
 
 namespace orv {

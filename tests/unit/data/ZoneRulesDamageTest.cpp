@@ -2,11 +2,14 @@
 
 #include <orvnetwork/data/ZoneRules.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/ZoneFileBytes.h>
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <random>
 
 namespace orv {

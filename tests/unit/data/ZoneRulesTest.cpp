@@ -1,7 +1,8 @@
 #include <orvnetwork/data/ZoneRules.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/ZoneFileBytes.h>
+
+#include <gtest/gtest.h>
 
 #include <limits>
 

@@ -1,3 +1,4 @@
+#include <orvnetwork/data/ZoneRules.h>
 #include <orvnetwork/dates/DateFormat.h>
 #include <orvnetwork/dates/icu/IcuPools.h>
 

@@ -5,8 +5,11 @@
 #include <orvnetwork/dates/LocalTime.h>
 #include <orvnetwork/platform/TimeZones.h>
 
-#include <gtest/gtest.h>
 #include <tests/support/ZonePeer.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
 
 namespace orv {
 namespace {

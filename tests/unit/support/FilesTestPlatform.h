@@ -1,17 +1,26 @@
 #pragma once
 
+#include <orvnetwork/platform/BackgroundDrain.h>
+#include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/FileSystem.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/TimeZones.h>
 #include <orvnetwork/platform/native/files/NativeDirectories.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace orv::test {

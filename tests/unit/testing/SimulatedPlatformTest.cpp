@@ -1,10 +1,18 @@
+#include <orvnetwork/data/TimeZone.h>
+#include <orvnetwork/data/ZoneRules.h>
 #include <orvnetwork/platform/SerialQueue.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <iterator>
 #include <set>
+#include <stdexcept>
+#include <string_view>
 
 namespace orv::testing {
 namespace {

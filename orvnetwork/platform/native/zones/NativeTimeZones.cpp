@@ -1,5 +1,6 @@
 #include "orvnetwork/platform/native/zones/NativeTimeZones.h"
 
+#include <orvnetwork/data/ZoneRules.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
 #include <orvnetwork/platform/native/zones/ZoneNames.h>
@@ -10,6 +11,10 @@
 #include <array>
 #include <climits>
 #include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace orv {
 

@@ -5,7 +5,11 @@
 
 #include <atomic>
 #include <list>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace orv {
 
@@ -30,7 +34,7 @@ class NativeTimeZones {
 
   /// The zone in use: that of the variable `TZ`, else that of the file for local time, else UTC. The variable holds the
   /// name of a zone file or its path, with or without a colon before it, or a rule; "" is UTC, and so is what is none of
-  /// these, which the console is told once. Read at each call.
+  /// these, which the console gets a line once. Read at each call.
   TimeZonePtr inUse();
 
   /// See `findTimeZone` and `timeZoneNamed`.

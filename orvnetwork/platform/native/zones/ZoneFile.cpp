@@ -1,10 +1,13 @@
 #include "orvnetwork/platform/native/zones/ZoneFile.h"
 
 #include <orvnetwork/platform/native/FileDescriptor.h>
+#include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <optional>
+#include <string>
 #include <system_error>
 
 namespace orv {

@@ -4,6 +4,9 @@
 
 #include <sys/types.h>
 
+#include <optional>
+#include <string>
+
 namespace orv {
 
 /// Which file lies at a path, and in which state: another one means that its content may be another.

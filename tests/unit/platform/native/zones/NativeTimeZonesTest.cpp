@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 namespace orv {
 namespace {
@@ -17,7 +18,7 @@ constexpr std::int64_t kSummer = 1'720'000'000;  // 2024-07-03
 constexpr std::int64_t kHour = 3600;
 const fs::path kCollection = "/usr/share/zoneinfo";
 
-/// A system with places of its own, and what the console is told meanwhile.
+/// A system with places of its own, and what the console gets a line meanwhile.
 class NativeTimeZonesTest : public testing::Test {
  protected:
   NativeTimeZonesTest() {
