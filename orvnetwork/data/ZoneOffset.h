@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace orv {
@@ -17,5 +18,8 @@ struct ZoneChange {
   std::int64_t moment = 0;
   ZoneOffset offset;
 };
+
+/// How many bytes a zone file may have; those in use have some thousands.
+inline constexpr std::size_t kMaxZoneFileSize = std::size_t{1} << 20;
 
 }  // namespace orv

@@ -70,9 +70,6 @@ class ORV_EXPORT ZoneRules {
   std::optional<std::int64_t> cycleBegin_;  // from this moment on the changes repeat themselves
 };
 
-/// How many bytes a zone file may have; those in use have some thousands.
-inline constexpr std::size_t kMaxZoneFileSize = std::size_t{1} << 20;
-
 /// What reading zone rules answers: the rules, or why there are none.
 struct ZoneRulesResult {
   std::optional<ZoneRules> rules;

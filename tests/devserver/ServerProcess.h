@@ -2,8 +2,6 @@
 
 #include <orvnetwork/data/Url.h>
 
-#include "tests/cli/Program.h"
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/data/TimeZone.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/dates/CalendarKind.h>
 

@@ -1,6 +1,5 @@
 #include "orvnetwork/platform/native/zones/ZoneFile.h"
 
-#include <orvnetwork/platform/native/FileDescriptor.h>
 #include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <sys/stat.h>
