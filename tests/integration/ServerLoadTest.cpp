@@ -68,10 +68,6 @@ class ServerLoad : public testing::Test {
   static void judge(const LoadFigures& figures) {
     EXPECT_EQ(figures.unanswered, 0u);
     for (const auto& [problem, count] : figures.problems) ADD_FAILURE() << problem << ": " << count;
-    EXPECT_GT(figures.reconnects, 0u);
-    EXPECT_GT(figures.garbageFrames, 0u);
-    EXPECT_GT(figures.lossesSeen, 0u);
-    EXPECT_EQ(figures.posted.size(), kRooms);
     for (const auto& [room, ids] : figures.posted) {
       ASSERT_TRUE(figures.seen.contains(room)) << "nobody saw what was posted in room " << room;
       const auto& seen = figures.seen.at(room);
@@ -80,6 +76,14 @@ class ServerLoad : public testing::Test {
         ASSERT_TRUE(std::ranges::binary_search(seen, id)) << "message " << id << " of room " << room;
       }
     }
+  }
+
+  /// On a busy machine a single run may be too short for all that happens seldom.
+  static void expectOfEverything(const LoadFigures& all) {
+    EXPECT_GT(all.reconnects, 0u);
+    EXPECT_GT(all.garbageFrames, 0u);
+    EXPECT_GT(all.lossesSeen, 0u);
+    EXPECT_EQ(all.posted.size(), kRooms);
   }
 
   DevServer server;
@@ -91,12 +95,14 @@ TEST_F(ServerLoad, AnswersTwoHundredClientsAtOnceAndHoldsNothingOfThemAfterwards
   descriptorsBefore = descriptors();
   const auto rooms = server.addCourses(kRooms, {{"liveType", 1}, {"status", 2}, {"liveStatus", 1}});
   LoadCrowd crowd(server.port(), rooms, 20240131);
-  judge(crowd.run(1'500ms));
+  LoadFigures all = crowd.run(1'500ms);
+  judge(all);
   const double before = settledMegabytes();
   const auto counters = server.counters();
   const auto duration = length();
   const LoadFigures figures = crowd.run(duration);
   judge(figures);
+  all.add(figures);
   const double after = settledMegabytes();
   EXPECT_EQ(server.counters().slowReadersCut, 0u);
   EXPECT_EQ(server.counters().turnedAway, 0u);
@@ -105,7 +111,10 @@ TEST_F(ServerLoad, AnswersTwoHundredClientsAtOnceAndHoldsNothingOfThemAfterwards
   EXPECT_LT(after, before + 8);
 #endif
   // Nobody is left in the rooms, and the next crowd would be served as well.
-  judge(crowd.run(1s));
+  const LoadFigures last = crowd.run(1s);
+  judge(last);
+  all.add(last);
+  expectOfEverything(all);
   const double seconds = std::chrono::duration<double>(duration).count();
   std::printf(
       "%.0f s: %.0f requests/s, %.0f pushes/s, p50 %.1f ms, p99 %.1f ms, %llu reconnects; "

@@ -101,7 +101,8 @@ def check_class_headers(root, path, code, have, classes):
     own = "".join(code_only(header.read_text(encoding="utf-8")) for header in own_headers(root, path))
     name_of_file = path.relative_to(root).as_posix()
     house = path.relative_to(root).parts[0]
-    for word, header in classes.items():
+    for word in set(re.findall(r"\w+", code)) & classes.keys():
+        header = classes[word]
         # Elsewhere the name may be of something else.
         if house in ("orvnetwork", "devserver") and not header.startswith(house):
             continue

@@ -1,6 +1,7 @@
 #include <orvnetwork/course/detail/CloudPageMerge.h>
 
 #include "PageGenerator.h"
+#include <tests/support/Environment.h>
 
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
@@ -118,8 +119,11 @@ class Recorded : public CloudMergeEffects {
   KeyList& list_;
 };
 
+/// ORV_MERGE_SEEDS=n tries more of them.
+const auto kSeeds = static_cast<std::uint32_t>(test::numberFromEnvironment("ORV_MERGE_SEEDS", 3000));
+
 TEST(CloudPageMergeRandom, FollowsTheRulesOnAPlainVector) {
-  for (std::uint32_t seed = 1; seed <= 15000; ++seed) {
+  for (std::uint32_t seed = 1; seed <= kSeeds; ++seed) {
     notation::PageGenerator generator(seed);
     PlainMerge plain;
     plain.list = generator.list();

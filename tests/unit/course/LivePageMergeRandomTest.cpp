@@ -1,6 +1,7 @@
 #include <orvnetwork/course/detail/LivePageMerge.h>
 
 #include "PageGenerator.h"
+#include <tests/support/Environment.h>
 
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
@@ -116,8 +117,11 @@ class Recorded : public LiveMergeEffects {
   std::span<KeyList> lists_;
 };
 
+/// ORV_MERGE_SEEDS=n tries more of them.
+const auto kSeeds = static_cast<std::uint32_t>(test::numberFromEnvironment("ORV_MERGE_SEEDS", 3000));
+
 TEST(LivePageMergeRandom, FollowsTheRulesOnPlainVectors) {
-  for (std::uint32_t seed = 1; seed <= 10000; ++seed) {
+  for (std::uint32_t seed = 1; seed <= kSeeds; ++seed) {
     notation::PageGenerator generator(seed);
     PlainMerge plain;
     plain.status = 1 + generator.below(3);
