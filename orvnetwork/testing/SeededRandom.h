@@ -4,11 +4,14 @@
 
 namespace orv::testing {
 
-/// A small generator of pseudo-random numbers: the same seed gives the same numbers on every machine.
+/// A small generator of pseudo-random numbers: the same seed gives the same numbers on every machine, with every compiler
+/// and in every release, so that a seed that made a test fail can be kept. Not for secrets. One thread at a time.
 class SeededRandom {
  public:
+  /// @param seed any number; 0 is as good as others
   explicit SeededRandom(std::uint64_t seed) : state_(seed) {}
 
+  /// The next number, all 64 bits of it.
   std::uint64_t next() {
     state_ += 0x9E3779B97F4A7C15U;
     std::uint64_t mixed = state_;

@@ -8,14 +8,18 @@
 
 namespace orv::testing {
 
-/// A background drain on a lane of its own: work that was reported is done when the seed gives it a turn.
+/// A background drain on a lane of its own: work that was reported is done when the seed gives it a turn, before or after
+/// what else is ready, as it would be on a thread. The simulation's one thread only.
 class ORV_EXPORT SimulatedBackgroundDrain final : public BackgroundDrain {
  public:
+  /// @param drain does the work that was reported; called on the lane, never inside itself
   SimulatedBackgroundDrain(Scheduler& scheduler, std::function<void()> drain);
   /// Work that was reported and not done yet is not done any more.
   ~SimulatedBackgroundDrain() override;
 
+  /// Reports work. Several reports before the lane's turn bring one call.
   void nudge() override;
+  /// Does the work now, before this returns.
   /// Called from inside the function it does nothing.
   void runNow() override;
 

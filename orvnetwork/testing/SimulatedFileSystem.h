@@ -85,20 +85,24 @@ class ORV_EXPORT SimulatedFileSystem final : public FileSystem {
   /// The sum of all file sizes that fits on the disk; absent (as at the start): no bound. An atomic write
   /// needs room for the old and the new file together.
   void setCapacity(std::optional<std::uint64_t> bytes) { capacity_ = bytes; }
+  /// The sum of all file sizes at present, in bytes.
   std::uint64_t usedBytes() const;
 
   /// Bits that new files and folders do not get. 022 at the start.
   void setUmask(unsigned mask) { umask_ = mask; }
 
   // Counters.
+  /// How many calls there were since the start or the last `resetCounters`, in all and of one operation.
   std::uint64_t calls() const { return calls_; }
   std::uint64_t calls(FileOperation operation) const { return counts_[static_cast<std::size_t>(operation)]; }
   void resetCounters();
 
   // A look at the disk, and a hand on it, past faults and counters.
+  /// The bytes of a file; absent when there is no such file.
   std::optional<std::string> contents(const std::string& path) const;
   /// Writes a file as it would have been there for long: durable, its folders made when missing.
   void put(const std::string& path, std::string_view bytes, unsigned mode = 0644);
+  /// The permissions of a file or folder; absent, and false, when there is none.
   std::optional<unsigned> mode(const std::string& path) const;
   bool setMode(const std::string& path, unsigned mode);
   /// A number that an item keeps as long as it exists; absent when there is none.

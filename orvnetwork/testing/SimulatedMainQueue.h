@@ -18,6 +18,7 @@ class ORV_EXPORT SimulatedMainQueue final : public MainQueue {
   explicit SimulatedMainQueue(std::shared_ptr<Scheduler> scheduler);
   ~SimulatedMainQueue() override;
 
+  /// Tasks run in the order posted, on the main lane.
   void post(Task task) override;
   /// Does nothing: the simulation's thread is the main thread from the start.
   void claim() override {}
@@ -25,11 +26,16 @@ class ORV_EXPORT SimulatedMainQueue final : public MainQueue {
   /// Runs the simulation, moving time to whatever is due next, until `stop()` or until nothing can happen any
   /// more.
   void run() override;
+  /// Lets `run()` return once the task that runs has ended.
   void stop() override;
+  /// Runs what waits now, not what is posted meanwhile, and gives how many tasks that were.
   std::size_t drain() override;
+  /// A real descriptor, readable while tasks wait: for tests of a host's loop.
   int wakeUpDescriptor() override;
+  /// Called whenever the first task begins to wait; empty for nobody.
   void setWaker(std::function<void()> waker) override;
 
+  /// The lane of the main thread, to look at or to hold.
   Lane& lane() { return *lane_; }
 
  private:

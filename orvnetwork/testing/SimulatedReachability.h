@@ -7,14 +7,19 @@
 
 namespace orv::testing {
 
-/// A network whose reachability the test decides. It starts as Wi-Fi.
+/// A network whose reachability the test decides. It starts as Wi-Fi. The simulation's one thread only; reports come on
+/// the main queue.
+///
+///     platform.reachability().report(ReachabilityStatus::NotReachable);   // the cable is pulled
 class ORV_EXPORT SimulatedReachability final : public Reachability {
  public:
   SimulatedReachability(Scheduler& scheduler, Executor& mainQueue);
 
+  /// The server whose route counts; here it is only noted, for `server()`.
   void setServer(const OptionalString& url) override { server_ = url; }
   /// The first report follows on its own when the simulation runs, with the status at that moment.
   void startMonitoring(Callback callback) override;
+  /// Reports that are under way do not arrive any more.
   void stopMonitoring() override;
 
   /// Sets the status and, while monitored, reports it, also when it is the same as before.
@@ -24,7 +29,9 @@ class ORV_EXPORT SimulatedReachability final : public Reachability {
   /// Whether the first report is left out, as when the system cannot be asked. False at the start.
   void withholdFirstReport(bool withhold) { withheld_ = withhold; }
 
+  /// The status that the test has set last.
   ReachabilityStatus status() const { return watch_->status; }
+  /// Whether the library follows the network at present.
   bool isMonitoring() const { return static_cast<bool>(watch_->callback); }
   /// The server that the library named last.
   const OptionalString& server() const { return server_; }
