@@ -130,6 +130,10 @@ void PropertyListBuilder::close() {
   }
 }
 
+void PropertyListBuilder::requireClosed() const {
+  if (!open_.empty()) throwFor(nameOf(open_.back().element), "is not closed");
+}
+
 void PropertyListBuilder::closeText(Element element) {
   if (!isUtf8(text_)) throw PropertyListDamage("it holds text that is not UTF-8");
   if (element == Element::Key) {

@@ -27,6 +27,9 @@ class PropertyListBuilder {
   /// That element ends.
   void close();
 
+  /// Nothing more comes: throws when an element has not ended.
+  void requireClosed() const;
+
   /// The value, once the element of the whole list has ended.
   json::value release() { return values_.release(); }
 

@@ -52,15 +52,18 @@ class Reader {
     const XML_Status status =
         XML_Parse(parser_.get(), text_.data(), static_cast<int>(text_.size()), XML_TRUE);
     if (failure_ != nullptr) std::rethrow_exception(failure_);
-    if (status != XML_STATUS_OK) {
-      throw PropertyListDamage(std::string("it is not XML: ") +
-                               XML_ErrorString(XML_GetErrorCode(parser_.get())) + " in line " +
-                               std::to_string(XML_GetCurrentLineNumber(parser_.get())));
-    }
+    if (status != XML_STATUS_OK) refuse(XML_GetErrorCode(parser_.get()));
     return builder_.release();
   }
 
  private:
+  [[noreturn]] void refuse(XML_Error error) const {
+    // Of a text that is cut off the parser says that nothing was found.
+    if (error == XML_ERROR_NO_ELEMENTS) builder_.requireClosed();
+    throw PropertyListDamage(std::string("it is not XML: ") + XML_ErrorString(error) + " in line " +
+                             std::to_string(XML_GetCurrentLineNumber(parser_.get())));
+  }
+
   /// Does something for the parser, through which nothing may be thrown.
   template <typename Work>
   static void guarded(void* self, Work work) noexcept {

@@ -259,6 +259,8 @@ TEST(PropertyList, GoesByTheBytesWhateverEncodingTheHeadNames) {
 TEST(PropertyList, SaysWhereATextIsNotXml) {
   EXPECT_EQ(read("<plist>\n<dict>\n</plist>"), "damaged: it is not XML: mismatched tag in line 3");
   EXPECT_EQ(read(""), "damaged: it is not XML: no element found in line 1");
+  EXPECT_EQ(read("<plist>\n<dict><key>k</key>\n"), "damaged: <dict> is not closed");
+  EXPECT_EQ(read("<plist><string>text"), "damaged: <string> is not closed");
 }
 
 }  // namespace

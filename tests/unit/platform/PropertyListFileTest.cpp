@@ -81,8 +81,7 @@ TEST_F(PropertyListFile, ChangesNothingOnTheDiskByReadingAlone) {
   EXPECT_FALSE(readDictionaryFile(kFile));
   EXPECT_FALSE(readArrayFile(kFile));
   EXPECT_EQ(files.snapshot(), (std::map<std::string, std::string>{{kFile, "<plist><dict>"}}));
-  EXPECT_EQ(lines,
-            std::vector<std::string>(2, kFile + " is damaged: it is not XML: no element found in line 1"));
+  EXPECT_EQ(lines, std::vector<std::string>(2, kFile + " is damaged: <dict> is not closed"));
 }
 
 TEST_F(PropertyListFile, SetsADamagedFileAside) {
@@ -90,7 +89,7 @@ TEST_F(PropertyListFile, SetsADamagedFileAside) {
   EXPECT_FALSE(PropertyListStore(kFile).readDictionary());
   EXPECT_EQ(files.snapshot(), (std::map<std::string, std::string>{{kAside, "<plist><dict>"}}));
   EXPECT_EQ(lines, std::vector<std::string>{kFile + " is damaged and now named " + kAside +
-                                            ": it is not XML: no element found in line 1"});
+                                            ": <dict> is not closed"});
   EXPECT_TRUE(writePropertyListFile(kFile, kNew, Durability::Plain));
   EXPECT_EQ(PropertyListStore(kFile).readDictionary(), kNew);
   EXPECT_EQ(files.contents(kAside), "<plist><dict>");
@@ -138,10 +137,7 @@ TEST_F(PropertyListFile, TellsWhenADamagedFileCannotBeSetAside) {
   EXPECT_FALSE(PropertyListStore(kFile).readDictionary());
   EXPECT_TRUE(files.exists(kFile));
   ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(
-      lines[0],
-      kFile +
-          " is damaged (it is not XML: no element found in line 1) and cannot be renamed: Permission denied");
+  EXPECT_EQ(lines[0], kFile + " is damaged (<dict> is not closed) and cannot be renamed: Permission denied");
 }
 
 TEST_F(PropertyListFile, LeavesTheOldFileWhenTheValueCannotBeStored) {

@@ -86,8 +86,7 @@ TEST_F(PropertyListStoreTest, ReadingSetsADamagedFileAside) {
   files.put(kFile, "<plist><dict>");
   EXPECT_FALSE(store.readDictionary());
   EXPECT_EQ(files.snapshot(), (Files{{kAside, "<plist><dict>"}}));
-  EXPECT_EQ(lines, Lines{kFile + " is damaged and now named " + kAside +
-                         ": it is not XML: no element found in line 1"});
+  EXPECT_EQ(lines, Lines{kFile + " is damaged and now named " + kAside + ": <dict> is not closed"});
   EXPECT_EQ(setAside, Lines{kFile});
   EXPECT_FALSE(store.isSomethingInTheWay());
   EXPECT_TRUE(store.write(kNew));
