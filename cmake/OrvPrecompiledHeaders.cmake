@@ -39,5 +39,5 @@ function(orv_use_precompiled target name)
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
   # What GCC 12 inlines from precompiled headers counts as ours, and the optimiser sees overruns in it that are not there.
   target_compile_options(${target} PRIVATE
-    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release,RelWithDebInfo>>:-Wno-array-bounds;-Wno-restrict;-Wno-stringop-overflow;-Wno-stringop-overread>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds;-Wno-restrict;-Wno-stringop-overflow;-Wno-stringop-overread>)
 endfunction()
