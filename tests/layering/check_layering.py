@@ -107,7 +107,7 @@ def check_library_include(folder, path, include, public):
         return None
     if include in STANDARD_HEADERS and include not in PLATFORM_ONLY_STANDARD:
         return None
-    if include.startswith(LIBRARIES.get(folder, ())) and LIBRARIES.get(folder):
+    if include.startswith(LIBRARIES.get(folder, ())):
         return None
     return f"only the platform may include <{include}>"
 

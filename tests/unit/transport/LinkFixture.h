@@ -8,6 +8,8 @@
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <tests/support/Environment.h>
+
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 
@@ -148,10 +150,7 @@ class LinkFixture : public ::testing::Test {
   json::object lastReply;
 
  private:
-  static std::uint64_t seed() {
-    const char* text = std::getenv("ORV_TEST_SEED");
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : 1;
-  }
+  static std::uint64_t seed() { return test::numberFromEnvironment("ORV_TEST_SEED", 1); }
   const SteadyTime firstMoment_ = platform.clock().steadyNow();
   ObserverToken observer_;
 };
