@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -36,20 +38,18 @@ inline std::vector<ZonePeerCase> casesOfZonePeer(int seed, const std::vector<std
   const ChildResult result = peer.wait(std::chrono::seconds(100));
   EXPECT_EQ(result.exitCode, 0) << result.errors;
   std::vector<ZonePeerCase> cases;
-  const char* at = result.output.c_str();
-  const auto number = [&at] {
-    char* end = nullptr;
-    const std::int64_t value = std::strtoll(at, &end, 10);
-    at = end;
-    return value;
-  };
   for (std::string_view rest = result.output; !rest.empty(); rest.remove_prefix(rest.find('\n') + 1)) {
-    const std::string_view line = rest.substr(0, rest.find('\n'));
-    at = line.data();
+    std::string_view line = rest.substr(0, rest.find('\n'));
+    const auto number = [&line] {
+      std::int64_t value = 0;
+      const char* end = std::from_chars(line.data(), line.data() + line.size(), value).ptr;
+      line.remove_prefix(std::min(line.size(), static_cast<std::size_t>(end - line.data()) + 1));
+      return value;
+    };
     if (line.starts_with("zone ")) {
       cases.push_back({.zone = std::string(line.substr(5)), .moments = {}, .leftOut = {}});
     } else if (line.starts_with("- ")) {
-      at += 2;
+      line.remove_prefix(2);
       const std::int64_t localTime = number();
       cases.back().leftOut.push_back({localTime, number()});
     } else {
