@@ -34,7 +34,7 @@ endfunction()
 # orv_public_headers(TARGET ENTRY...)
 #
 # The headers of a library that hosts may include: those named, and those of the folders named. What lies in a
-# subfolder of these is private. They are installed with the library, and each must compile on its own.
+# subfolder of these is private. They are installed with the library.
 function(orv_public_headers target)
   foreach(entry IN LISTS ARGN)
     if(IS_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/${entry})
@@ -44,7 +44,6 @@ function(orv_public_headers target)
     endif()
     list(APPEND headers ${found})
   endforeach()
-  set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
   target_sources(${target} PUBLIC FILE_SET public_headers TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
     FILES ${headers})
 endfunction()
