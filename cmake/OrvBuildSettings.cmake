@@ -1,7 +1,7 @@
 # Compiler settings shared by every target of the project.
 add_library(orv_build_settings INTERFACE)
 target_compile_options(orv_build_settings INTERFACE
-  -Wall -Wextra -Wconversion -Wshadow -Werror
+  -Wall -Wextra -Wconversion -Wshadow $<$<BOOL:${ORV_WARNINGS_AS_ERRORS}>:-Werror>
   # Clang 14 does not see that a generic lambda uses `this`.
   $<$<CXX_COMPILER_ID:Clang>:-Wno-unused-lambda-capture>)
 
