@@ -70,11 +70,11 @@ class Loader {
  public:
   Loader(Host& host, const CourseList& list, std::uint64_t wanted)
       : host_(host), list_(list), bar_("loading", "courses", wanted) {
-    token_ = NotificationCenter::defaultCenter().observe(std::string(QXNotificationUserInfoInvalidate),
-                                                         [this](const auto&) {
-                                                           sessionOver_ = true;
-                                                           Host::notice();
-                                                         });
+    token_ =
+        NotificationCenter::defaultCenter().observe(QXNotificationUserInfoInvalidate, [this](const auto&) {
+          sessionOver_ = true;
+          Host::notice();
+        });
     look_ = Timer::schedule(kLookEvery, true, &Host::notice);
   }
   Loader(const Loader&) = delete;

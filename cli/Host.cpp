@@ -101,7 +101,7 @@ Host::Host(const Options& options)
     server_->start();
     url_ = server_->url();
   }
-  opened_ = NotificationCenter::defaultCenter().observe(std::string(QXNotificationDidOpen),
+  opened_ = NotificationCenter::defaultCenter().observe(QXNotificationDidOpen,
                                                         [](const Notification&) { notice(); });
   auto& manager = QXWebSocketMgr::standard();
   manager.setApiServerUrl(url_);

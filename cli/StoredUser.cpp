@@ -19,11 +19,11 @@ UserRequest requestAsUser(Host& host, const Operation& operation, const std::vec
     bool refused = false;
   };
   const auto state = std::make_shared<State>();
-  const auto invalid = NotificationCenter::defaultCenter().observe(
-      std::string(QXNotificationUserInfoInvalidate), [state](const Notification&) {
-        state->refused = true;
-        Host::notice();
-      });
+  const auto invalid = NotificationCenter::defaultCenter().observe(QXNotificationUserInfoInvalidate,
+                                                                   [state](const Notification&) {
+                                                                     state->refused = true;
+                                                                     Host::notice();
+                                                                   });
   // On a link that has been up for a while nothing is renewed by itself.
   if (host.linkWasUp()) QXUserInfoMgr::getInstance().refresheSession();
   // The library's own session request is waiting on the main queue: this one goes after it, else it would be refused for

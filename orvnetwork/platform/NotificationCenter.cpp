@@ -104,7 +104,8 @@ NotificationCenter& NotificationCenter::defaultCenter() {
   return *center;
 }
 
-ObserverToken NotificationCenter::observe(const OptionalString& name, Callback callback, const void* object) {
+ObserverToken NotificationCenter::observe(std::optional<std::string_view> name, Callback callback,
+                                          const void* object) {
   auto observer = std::make_shared<detail::Observer>();
   observer->name = name;
   observer->object = object;

@@ -5,6 +5,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string_view>
 
 namespace orv {
 
@@ -69,10 +71,10 @@ class ORV_EXPORT NotificationCenter {
   static NotificationCenter& defaultCenter();
 
   /// Registers an observer. Observing twice means being called twice. Any thread.
-  /// @param name the name to be called for; absent: every name
+  /// @param name the name to be called for; `std::nullopt`: every name
   /// @param object who has to have posted it, by identity; null: anybody
   /// @return keeps the observer registered: without it nothing is heard
-  [[nodiscard]] ObserverToken observe(const OptionalString& name, Callback callback,
+  [[nodiscard]] ObserverToken observe(std::optional<std::string_view> name, Callback callback,
                                       const void* object = nullptr);
 
   /// Tells all observers and returns when they have run. Any thread; the library posts on the main thread.

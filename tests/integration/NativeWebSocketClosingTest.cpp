@@ -2,6 +2,7 @@
 #include <tests/support/WebSocketFixture.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -207,6 +208,18 @@ TEST_F(NativeWebSocketClosing, APeerThatDoesNotAnswerOurCloseIsCutOffWithoutAnEv
   EXPECT_TRUE(peer.readEnd());
   EXPECT_TRUE(waitFor([this] { return socket->readyState() == WebSocketState::Closed; }));
   EXPECT_EQ(eventsAfterAll(), Events{"opened"});
+}
+
+TEST_F(NativeWebSocketClosing, APeerThatDoesNotAnswerIsWaitedForOnceFromWhenOurCloseFrameHasLeft) {
+  limits.closing = Seconds(2);
+  RawPeer peer = openToPeer();
+  const auto begun = std::chrono::steady_clock::now();
+  socket->close();
+  EXPECT_EQ(peer.readFrame()->closeCode(), 1000);
+  EXPECT_TRUE(peer.readEnd());
+  const Seconds waited = std::chrono::steady_clock::now() - begun;
+  EXPECT_GE(waited, Seconds(2));
+  EXPECT_LT(waited, Seconds(3.9)) << "twice the limit";
 }
 
 TEST_F(NativeWebSocketClosing, APeerThatDoesNotEndTheStreamAfterItsCloseFrameIsCutOff) {

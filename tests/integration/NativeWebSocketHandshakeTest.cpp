@@ -175,7 +175,50 @@ TEST_F(NativeWebSocketHandshake, AMissingAcceptKeyIsABadHandshake) {
 }
 
 TEST_F(NativeWebSocketHandshake, AnAnswerThatIsNotHttpIsABadHandshake) {
-  EXPECT_EQ(eventsAfterAnswer("220 mail.example.org ready\r\n\r\n"), Events{"failed OrvWebSocket 2133"});
+  // It is known by its first letters: a server that waits for the client to speak sends no more.
+  for (const char* answer :
+       {"220 mail.example.org ready\r\n\r\n", "SSH-2.0-Open\r\n", "{}", "\x15\x03\x01"}) {
+    RecordingDelegate own;
+    const auto other = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
+    other->setDelegate(&own);
+    other->open();
+    RawPeer peer = listener.accept();
+    peer.readRequest();
+    peer.send(answer);
+    EXPECT_TRUE(waitFor([&] { return own.ended(); })) << answer;
+    EXPECT_EQ(own.events, Events{"failed OrvWebSocket 2133"});
+    EXPECT_EQ(own.lastError.description, "the server's answer to the handshake is not HTTP");
+  }
+}
+
+TEST_F(NativeWebSocketHandshake, AnAnswerPassesUpToItsLongestHeader) {
+  const auto event = [this](std::size_t size) {
+    RecordingDelegate own;
+    const auto other = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
+    other->setDelegate(&own);
+    other->open();
+    RawPeer peer = listener.accept();
+    const std::string asked = peer.readRequest();
+    const std::size_t rest = size - RawPeer::agreement(asked, "X: \r\n").size();
+    const std::string header = RawPeer::agreement(asked, "X: " + std::string(rest, 'x') + "\r\n");
+    EXPECT_EQ(header.size(), size);
+    peer.send(header + frameBytes(opcode::kText, "first"));
+    EXPECT_TRUE(waitFor([&] { return own.has("text first") || own.ended(); }));
+    other->setDelegate(nullptr);
+    return own.events;
+  };
+  for (const std::size_t size : {7999u, 8000u, 8001u, 8192u, 15'000u, 16u << 10}) {
+    EXPECT_EQ(event(size), (Events{"opened", "text first"})) << size;
+  }
+  EXPECT_EQ(event((16u << 10) + 1), Events{"failed OrvWebSocket 2133"});
+}
+
+TEST_F(NativeWebSocketHandshake, AnExtensionThatWasNotOfferedIsABadHandshake) {
+  start(listener.url());
+  RawPeer peer = listener.accept();
+  peer.send(RawPeer::agreement(peer.readRequest(), "Sec-WebSocket-Extensions: permessage-deflate\r\n"));
+  EXPECT_TRUE(waitForEnd());
+  EXPECT_EQ(eventsAfterAll(), Events{"failed OrvWebSocket 2133"});
 }
 
 TEST_F(NativeWebSocketHandshake, AHeaderWithoutEndIsABadHandshake) {

@@ -100,6 +100,12 @@ TEST_F(NativeWebSocketTls, RefusesACertificateForAnotherAddress) {
   EXPECT_EQ(refusal(identity, "127.0.0.1").code, X509_V_ERR_IP_ADDRESS_MISMATCH);
 }
 
+TEST_F(NativeWebSocketTls, RefusesACertificateThatNamesTheHostAsItsSubjectOnly) {
+  const TlsIdentity identity("", "localhost");
+  identity.trust();
+  EXPECT_EQ(refusal(identity, "localhost").code, X509_V_ERR_HOSTNAME_MISMATCH);
+}
+
 TEST_F(NativeWebSocketTls, RefusesAnUnknownAuthority) {
   const TlsIdentity identity("DNS:localhost");
   TlsIdentity("DNS:localhost").trust();

@@ -22,7 +22,7 @@ void addNames(X509* certificate, const std::string& names) {
   X509_EXTENSION_free(extension);
 }
 
-X509* signedCertificate(EVP_PKEY* key, const std::string& names) {
+X509* signedCertificate(EVP_PKEY* key, const std::string& names, const std::string& commonName) {
   constexpr long kDay = 24 * 60 * 60;
   X509* certificate = X509_new();
   X509_set_version(certificate, X509_VERSION_3);
@@ -31,19 +31,20 @@ X509* signedCertificate(EVP_PKEY* key, const std::string& names) {
   X509_gmtime_adj(X509_getm_notAfter(certificate), kDay);
   X509_set_pubkey(certificate, key);
   X509_NAME* name = X509_get_subject_name(certificate);
-  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("test"), -1, -1,
-                             0);
+  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
+                             reinterpret_cast<const unsigned char*>(commonName.c_str()), -1, -1, 0);
   X509_set_issuer_name(certificate, name);
-  addNames(certificate, names);
+  if (!names.empty()) addNames(certificate, names);
   require(X509_sign(certificate, key, EVP_sha256()) > 0, "signing failed");
   return certificate;
 }
 
 }  // namespace
 
-TlsIdentity::TlsIdentity(const std::string& names) : context_(SSL_CTX_new(TLS_server_method())) {
+TlsIdentity::TlsIdentity(const std::string& names, const std::string& commonName)
+    : context_(SSL_CTX_new(TLS_server_method())) {
   EVP_PKEY* key = EVP_EC_gen("P-256");
-  X509* certificate = signedCertificate(key, names);
+  X509* certificate = signedCertificate(key, names, commonName);
   require(SSL_CTX_use_certificate(context_.get(), certificate) == 1, "bad certificate");
   require(SSL_CTX_use_PrivateKey(context_.get(), key) == 1, "bad key");
   X509_free(certificate);

@@ -10,8 +10,8 @@ namespace orv::test {
 /// A server's key with a certificate that it signed itself, made for one test.
 class TlsIdentity {
  public:
-  /// `names` as a certificate lists them: "DNS:example.org, IP:127.0.0.1".
-  explicit TlsIdentity(const std::string& names);
+  /// `names` as a certificate lists them: "DNS:example.org, IP:127.0.0.1"; empty for a certificate without such a list.
+  explicit TlsIdentity(const std::string& names, const std::string& commonName = "test");
 
   /// The context for the server's sessions.
   ssl_ctx_st* context() const { return context_.get(); }

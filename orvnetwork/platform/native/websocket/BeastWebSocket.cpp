@@ -129,6 +129,14 @@ void BeastWebSocket::sendOne(const Outgoing& item) {
   }
 }
 
+void BeastWebSocket::outputDrained() {
+  sendOutgoing();
+  // The close frame has left: from now on the peer has its time to answer, once.
+  if (phase_ == Phase::Open && stream().isSealedAndSent()) {
+    armDeadline(limits_.closing, &BeastWebSocket::closingLimitReached);
+  }
+}
+
 void BeastWebSocket::outputFailed(const error_code& error) {
   if (phase_ == Phase::Parting) return end();
   if (phase_ != Phase::Connecting && phase_ != Phase::Open) return;

@@ -73,7 +73,7 @@ class BeastWebSocket final : public WebSocket,
   void takeOutgoing();
   void sendOutgoing();
   void sendOne(const Outgoing& item);
-  void outputDrained() override { sendOutgoing(); }
+  void outputDrained() override;
   void outputFailed(const error_code& error) override;
   void reportWriteError();
 

@@ -81,6 +81,9 @@ void BeastWebSocket::onHandshake(const error_code& error) {
   if (response_.count(http::field::sec_websocket_protocol) > 0) {
     return fail(websocket_error::kBadHandshake, "the server chose a sub-protocol that was not asked for");
   }
+  if (response_.count(http::field::sec_websocket_extensions) > 0) {
+    return fail(websocket_error::kBadHandshake, "the server chose an extension that was not offered");
+  }
   // When close() was quicker, its request is in the queue and ends the attempt.
   auto expected = WebSocketState::Connecting;
   if (!state_.compare_exchange_strong(expected, WebSocketState::Open)) return;
@@ -97,10 +100,16 @@ void BeastWebSocket::onHandshake(const error_code& error) {
 void BeastWebSocket::handshakeFailed(const error_code& error) {
   const HandshakeGate& gate = stream().gate();
   if (gate.state() == HandshakeGate::State::Refused) {
-    const int status = gate.status().value_or(0);
-    const bool refused = status >= 400;
+    if (gate.isTooLong()) {
+      return fail(websocket_error::kBadHandshake,
+                  "the header of the server's answer to the handshake is too long");
+    }
+    if (!gate.status()) {
+      return fail(websocket_error::kBadHandshake, "the server's answer to the handshake is not HTTP");
+    }
+    const bool refused = *gate.status() >= 400;
     return fail(refused ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake,
-                "the server answered the handshake with HTTP status " + std::to_string(status));
+                "the server answered the handshake with HTTP status " + std::to_string(*gate.status()));
   }
   if (stream().sawEnd()) {
     reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);

@@ -4,8 +4,16 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace orv {
+
+namespace {
+
+/// What the protocol library accepts; a longer header is an error there.
+constexpr std::size_t kLongestHeaderThatIsRead = 8000;
+
+}  // namespace
 
 // ---- Output
 
@@ -92,8 +100,20 @@ void GatheringStream::onRead(error_code error, std::size_t size) {
     case HandshakeGate::State::Refused:
       return endRead(asio::error::connection_refused, 0);
     case HandshakeGate::State::Passed:
+      shortenHeader();
       return endRead({}, takeReady(readInto_));
   }
+}
+
+/// The protocol library takes headers of half the length that passes; of a long one it gets the lines that it reads.
+void GatheringStream::shortenHeader() {
+  const std::size_t size = gate_.headerLeft();
+  if (size <= kLongestHeaderThatIsRead) return;
+  const std::string shorter = linesOfHandshake({in_.data(), size});
+  const std::size_t gone = size - shorter.size();
+  std::memcpy(in_.data() + gone, shorter.data(), shorter.size());
+  inBegin_ = gone;
+  gate_.headerUsed(gone);
 }
 
 std::size_t GatheringStream::takeReady(asio::mutable_buffer into) {

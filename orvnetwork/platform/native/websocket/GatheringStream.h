@@ -82,6 +82,8 @@ class GatheringStream {
     gather(asio::const_buffer(lastFrame.data(), lastFrame.size()));
     sealed_ = true;
   }
+  /// The last frame has left.
+  bool isSealedAndSent() const { return sealed_ && gathered_.empty() && !writing_; }
   std::size_t gatheredBytes() const { return gathered_.size(); }
   std::uint64_t sentBytes() const { return sentBytes_; }
 
@@ -229,6 +231,7 @@ class GatheringStream {
   }
   std::size_t takeReady(asio::mutable_buffer into);
   void readMore();
+  void shortenHeader();
   void onRead(error_code error, std::size_t size);
   void endRead(const error_code& error, std::size_t size);
   void endOurSide();

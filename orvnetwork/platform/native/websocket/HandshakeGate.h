@@ -2,11 +2,14 @@
 
 // The HTTP side of the handshake: a status line, header lines, and an empty line that ends them. What comes behind
 // the empty line of a 101 answer is WebSocket frames already and is let through untouched; any other answer is a
-// refusal. A header longer than the bound counts as a refusal too.
+// refusal, and so is what does not begin as HTTP does, and a header longer than the bound.
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace orv {
@@ -23,12 +26,15 @@ class HandshakeGate {
   State look(std::string_view received) {
     if (state_ != State::Waiting) return state_;
     constexpr std::string_view kEnd = "\r\n\r\n";
-    const std::size_t end = received.find(kEnd);
+    const std::size_t begun = std::min(received.size(), kHttp.size());
+    if (received.substr(0, begun) != kHttp.substr(0, begun)) return state_ = State::Refused;
+    const std::size_t end = received.substr(0, kLongestHeader).find(kEnd);
     if (end != std::string_view::npos) {
       headerLeft_ = end + kEnd.size();
       status_ = readStatus(received);
       state_ = status_ == kSwitchingProtocols ? State::Passed : State::Refused;
     } else if (received.size() > kLongestHeader) {
+      tooLong_ = true;
       state_ = State::Refused;
     }
     return state_;
@@ -38,6 +44,8 @@ class HandshakeGate {
 
   /// The HTTP status of the answer; absent before it has come, or when it is not HTTP.
   std::optional<int> status() const { return status_; }
+  /// It was refused because its header has no end within the bound.
+  bool isTooLong() const { return tooLong_; }
 
   /// How much of what was received is still header, and the note that some of it was used.
   std::size_t headerLeft() const { return headerLeft_; }
@@ -45,10 +53,10 @@ class HandshakeGate {
 
  private:
   static constexpr int kSwitchingProtocols = 101;
+  static constexpr std::string_view kHttp = "HTTP/";
 
   /// The status of a line like "HTTP/1.1 101 Switching Protocols".
   static std::optional<int> readStatus(std::string_view header) {
-    if (!header.starts_with("HTTP/")) return std::nullopt;
     const std::size_t space = header.find(' ');
     if (space == std::string_view::npos || header.size() < space + 4) return std::nullopt;
     int status = 0;
@@ -58,8 +66,31 @@ class HandshakeGate {
   }
 
   State state_ = State::Waiting;
+  bool tooLong_ = false;
   std::optional<int> status_;
   std::size_t headerLeft_ = 0;
 };
+
+/// Of a whole header the status line and the lines by which a WebSocket handshake is checked, with the empty line.
+inline std::string linesOfHandshake(std::string_view header) {
+  constexpr std::array<std::string_view, 3> kNames = {"upgrade:", "connection:", "sec-websocket-"};
+  constexpr std::string_view kLineEnd = "\r\n";
+  const auto startsWith = [](std::string_view line, std::string_view name) {
+    return line.size() >= name.size() &&
+           std::equal(name.begin(), name.end(), line.begin(), [](char a, char b) {
+             return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b + ('a' - 'A')) : b);
+           });
+  };
+  std::string lines;
+  for (bool first = true; !header.empty(); first = false) {
+    const std::string_view line = header.substr(0, header.find(kLineEnd) + kLineEnd.size());
+    header.remove_prefix(line.size());
+    const bool wanted = first || header.empty() || std::any_of(kNames.begin(), kNames.end(), [&](auto name) {
+                          return startsWith(line, name);
+                        });
+    if (wanted) lines += line;
+  }
+  return lines;
+}
 
 }  // namespace orv

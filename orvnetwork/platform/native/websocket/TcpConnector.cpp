@@ -3,7 +3,10 @@
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 
 #include <boost/asio/ssl/error.hpp>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -64,7 +67,7 @@ void TcpConnector::tryNext() {
 
   error_code error;
   socket_.close(error);
-  socket_.open(endpoint.protocol(), error);
+  openSocket(endpoint.protocol(), error);
   const std::uint64_t attempt = ++attempt_;
   if (error) return onAttempt(error);
   socket_.async_connect(endpoint, [this, keep = alive_, attempt](const error_code& outcome) {
@@ -75,6 +78,18 @@ void TcpConnector::tryNext() {
   attemptTimer_.async_wait([this, keep = alive_, attempt](const error_code& cancelled) {
     if (!cancelled && attempt == attempt_) onAttempt(asio::error::timed_out);
   });
+}
+
+/// Opens the socket closed to programs that the host starts at any moment from now on, which Asio does not: one of
+/// them would keep the link open after the host has ended.
+void TcpConnector::openSocket(const asio::ip::tcp& protocol, error_code& error) {
+  const int descriptor = ::socket(protocol.family(), protocol.type() | SOCK_CLOEXEC, protocol.protocol());
+  if (descriptor < 0) {
+    error.assign(errno, boost::system::system_category());
+    return;
+  }
+  socket_.assign(protocol, descriptor, error);
+  if (error) ::close(descriptor);
 }
 
 void TcpConnector::onAttempt(const error_code& error) {

@@ -38,6 +38,7 @@ class TcpConnector {
  private:
   void onAddresses(HostAddresses addresses);
   void tryNext();
+  void openSocket(const asio::ip::tcp& protocol, error_code& error);
   void onAttempt(const error_code& error);
   void finish(const std::optional<Error>& error);
 

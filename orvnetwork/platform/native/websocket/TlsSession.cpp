@@ -39,7 +39,9 @@ bool isNumericAddress(const std::string& host) {
 bool nameHost(SSL* session, const std::string& host) {
   X509_VERIFY_PARAM* verification = SSL_get0_param(session);
   if (isNumericAddress(host)) return X509_VERIFY_PARAM_set1_ip_asc(verification, host.c_str()) == 1;
-  X509_VERIFY_PARAM_set_hostflags(verification, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
+  // A name stands in the list of alternative names or nowhere: the subject's common name is no host name any more.
+  X509_VERIFY_PARAM_set_hostflags(verification,
+                                  X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS | X509_CHECK_FLAG_NEVER_CHECK_SUBJECT);
   // A trailing dot only says that the name is absolute; certificates do not carry it.
   const std::string name = host.ends_with('.') ? host.substr(0, host.size() - 1) : host;
   return X509_VERIFY_PARAM_set1_host(verification, name.c_str(), name.size()) == 1 &&

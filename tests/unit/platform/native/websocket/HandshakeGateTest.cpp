@@ -38,11 +38,37 @@ TEST(HandshakeGate, RefusesWhatIsNotHttpWithoutAStatus) {
   }
 }
 
+TEST(HandshakeGate, KnowsByTheFirstLettersWhatIsNotHttp) {
+  for (const char* answer : {"S", "http/1.1", "HTTQ", "HTTP1", "\x15"}) {
+    HandshakeGate gate;
+    EXPECT_EQ(gate.look(answer), State::Refused) << answer;
+    EXPECT_EQ(gate.status(), std::nullopt);
+    EXPECT_FALSE(gate.isTooLong());
+  }
+}
+
+TEST(HandshakeGate, KeepsTheLinesOfTheHandshake) {
+  EXPECT_EQ(
+      linesOfHandshake("HTTP/1.1 101 Yes\r\nSet-Cookie: a\r\nUPGRADE: websocket\r\nDate: now\r\n"
+                       "connection: Upgrade\r\nSec-WebSocket-Accept: k\r\nSec-WebSocket-Protocol: p\r\n\r\n"),
+      "HTTP/1.1 101 Yes\r\nUPGRADE: websocket\r\nconnection: Upgrade\r\nSec-WebSocket-Accept: k\r\n"
+      "Sec-WebSocket-Protocol: p\r\n\r\n");
+}
+
 TEST(HandshakeGate, RefusesAHeaderWithoutEnd) {
   HandshakeGate gate;
   std::string header = "HTTP/1.1 101 Yes\r\n" + std::string(HandshakeGate::kLongestHeader, 'x');
   EXPECT_EQ(gate.look(std::string_view(header).substr(0, HandshakeGate::kLongestHeader)), State::Waiting);
   EXPECT_EQ(gate.look(header), State::Refused);
+  EXPECT_TRUE(gate.isTooLong());
+}
+
+TEST(HandshakeGate, RefusesAHeaderWhoseEndComesTooLate) {
+  const std::string begin = "HTTP/1.1 101 Yes\r\nX: ", end = "\r\n\r\n";
+  const std::size_t filling = HandshakeGate::kLongestHeader - begin.size() - end.size();
+  HandshakeGate longest, longer;
+  EXPECT_EQ(longest.look(begin + std::string(filling, 'x') + end), State::Passed);
+  EXPECT_EQ(longer.look(begin + std::string(filling + 1, 'x') + end), State::Refused);
 }
 
 }  // namespace
