@@ -5,6 +5,9 @@
 #include <orvnetwork/data/Result.h>
 #include <orvnetwork/data/Types.h>
 
+#include <string>
+#include <vector>
+
 /// Property lists: the form in which the library keeps its files, and in which a desktop's own tools keep theirs. What
 /// they hold is what JSON holds, save null; see `KeyedArchive.h` for records, and `PropertyListFile.h` of the platform
 /// for files.
@@ -48,5 +51,19 @@ ORV_EXPORT Result<std::string> writePropertyList(const json::value& value);
 ORV_EXPORT Result<std::string> writePropertyList(const json::object& dictionary);
 /// The same without making a value of the array first.
 ORV_EXPORT Result<std::string> writePropertyList(const json::array& array);
+
+/// A property list, and what is missing in it.
+struct PartialPropertyList {
+  std::string text;
+  /// Where something was left out, and why, such as "data.list[3].name holds a zero byte"; never the value itself.
+  std::vector<std::string> leftOut;
+};
+
+/// Writes all of a dictionary that a property list can hold, for what must be stored whatever somebody else put into
+/// it. What would be an error of `writePropertyList` is left out: the member or the element, no more around it. An error
+/// only when the memory does not suffice. Any thread.
+ORV_EXPORT Result<PartialPropertyList> writePartialPropertyList(const json::object& dictionary);
+/// The same for an array. What follows on an element that is left out moves up.
+ORV_EXPORT Result<PartialPropertyList> writePartialPropertyList(const json::array& array);
 
 }  // namespace orv

@@ -25,6 +25,12 @@ constexpr std::string_view kTail = "</plist>\n";
 /// How many bytes of a key an error shows.
 constexpr std::size_t kShownKeySize = 60;
 
+/// What the ends of all that is open can take.
+constexpr std::size_t kRoomForEnds = (kMaxPropertyListDepth + 1) * (kMaxPropertyListDepth + 16);
+
+/// What becomes of a value that a property list cannot hold.
+enum class Unstorable { Fails, IsLeftOut };
+
 enum class Byte : std::uint8_t { Plain, Sequence, Escaped, Zero };
 
 constexpr std::array<Byte, 256> makeKinds() {
@@ -42,10 +48,12 @@ std::string_view view(json::string_view text) {
 
 class Writer {
  public:
-  Writer() { out_.reserve(4096); }
+  explicit Writer(Unstorable unstorable) : leavesOut_(unstorable == Unstorable::IsLeftOut) {
+    out_.reserve(4096);
+  }
 
   template <typename Value>
-  Result<std::string> run(const Value& value) && {
+  Result<PartialPropertyList> run(const Value& value) && {
     out_ += kHead;
     if (!write(value)) {
       return failure((place_.empty() ? "the root" : place_.substr(place_.front() == '.' ? 1 : 0)) + " " +
@@ -53,7 +61,7 @@ class Writer {
     }
     out_ += kTail;
     if (out_.size() > kMaxPropertyListSize) return failure("the root is too large for a property list");
-    return std::move(out_);
+    return PartialPropertyList{std::move(out_), std::move(leftOut_)};
   }
 
   static Error failure(std::string why) {
@@ -84,25 +92,57 @@ class Writer {
   }
 
   bool write(const json::array& array) {
-    if (array.empty()) return enter() && leave() && writeLine("<array/>");
+    const std::size_t start = out_.size();
     writeLine("<array>");
+    const std::size_t inside = out_.size();
     if (!enter()) return false;
     for (std::size_t at = 0; at < array.size(); ++at) {
-      if (!write(array[at])) return failBelow("[" + std::to_string(at) + "]");
+      const auto step = [at] { return "[" + std::to_string(at) + "]"; };
+      if (!writePart([&] { return write(array[at]) || failBelow(step()); }, step)) return false;
     }
-    return leave() && writeLine("</array>");
+    return leave(inside, "</array>") || writeEmpty(start, "<array/>");
   }
 
   bool write(const json::object& dictionary) {
-    if (dictionary.empty()) return enter() && leave() && writeLine("<dict/>");
+    const std::size_t start = out_.size();
     writeLine("<dict>");
+    const std::size_t inside = out_.size();
     if (!enter()) return false;
     for (const json::key_value_pair* member : sorted(dictionary)) {
-      const std::string_view key = view(member->key());
-      if (!writeText("<key>", key, "</key>\n")) return failAtKey();
-      if (!write(member->value())) return failBelow("." + std::string(utf8Front(key, kShownKeySize)));
+      const auto step = [member] { return "." + std::string(utf8Front(view(member->key()), kShownKeySize)); };
+      if (!writePart([&] { return writeMember(*member, step); }, step)) return false;
     }
-    return leave() && writeLine("</dict>");
+    return leave(inside, "</dict>") || writeEmpty(start, "<dict/>");
+  }
+
+  template <typename Step>
+  bool writeMember(const json::key_value_pair& member, const Step& step) {
+    if (!writeText("<key>", view(member.key()), "</key>\n")) return failAtKey();
+    return write(member.value()) || failBelow(step());
+  }
+
+  /// Writes one part of an array or a dictionary, by `write`, which on a failure notes where below this one it was; or
+  /// takes back what was written of it. `step` names the part.
+  template <typename Write, typename Step>
+  bool writePart(const Write& write, const Step& step) {
+    if (!leavesOut_) return write();
+    const std::size_t written = out_.size();
+    const std::size_t depth = depth_;
+    const std::size_t leftOutBefore = leftOut_.size();
+    if (!write()) {
+      leftOut_.push_back(place_ + " " + problem_);
+    } else if (out_.size() + kRoomForEnds > kMaxPropertyListSize) {
+      leftOut_.resize(leftOutBefore);
+      leftOut_.push_back(step() + " makes it too large for a property list");
+    } else {
+      // What was left out further in was named from there.
+      for (std::size_t at = leftOutBefore; at < leftOut_.size(); ++at) leftOut_[at].insert(0, step());
+      return true;
+    }
+    out_.resize(written);
+    depth_ = depth;
+    place_.clear();
+    return true;
   }
 
   static std::vector<const json::key_value_pair*> sorted(const json::object& dictionary) {
@@ -117,9 +157,14 @@ class Writer {
 
   /// What is inside stands a tab further in, but for the root.
   bool enter() { return ++depth_ <= kMaxPropertyListDepth || fail("is nested too deep for a property list"); }
-  bool leave() {
+  /// False when nothing was written since `inside`.
+  bool leave(std::size_t inside, std::string_view end) {
     --depth_;
-    return true;
+    return out_.size() > inside && writeLine(end);
+  }
+  bool writeEmpty(std::size_t start, std::string_view line) {
+    out_.resize(start);
+    return writeLine(line);
   }
 
   void indent() { out_.append(depth_, '\t'); }
@@ -197,30 +242,53 @@ class Writer {
     return false;
   }
 
+  const bool leavesOut_;
+
   std::string out_;
   std::size_t depth_ = 0;
   std::string problem_;
   /// Where it went wrong, put together on the way back.
   std::string place_;
+  std::vector<std::string> leftOut_;
 };
 
 template <typename Value>
-Result<std::string> writeRoot(const Value& value) try {
-  return Writer().run(value);
+Result<PartialPropertyList> writeRoot(const Value& value, Unstorable unstorable) try {
+  Result<PartialPropertyList> list = Writer(unstorable).run(value);
+  if (!list) return list;
+  for (std::string& place : list->leftOut) {
+    if (place.front() == '.') place.erase(0, 1);
+    if (place.front() == ' ') place.insert(0, "the root");
+  }
+  return list;
 } catch (const std::exception& exception) {
   return Writer::failure(exception.what());
+}
+
+template <typename Value>
+Result<std::string> writeWhole(const Value& value) {
+  Result<PartialPropertyList> list = writeRoot(value, Unstorable::Fails);
+  if (!list) return list.error();
+  return std::move(list->text);
 }
 
 }  // namespace
 
 Result<std::string> writePropertyList(const json::value& value) {
-  return writeRoot(value);
+  return writeWhole(value);
 }
 Result<std::string> writePropertyList(const json::object& dictionary) {
-  return writeRoot(dictionary);
+  return writeWhole(dictionary);
 }
 Result<std::string> writePropertyList(const json::array& array) {
-  return writeRoot(array);
+  return writeWhole(array);
+}
+
+Result<PartialPropertyList> writePartialPropertyList(const json::object& dictionary) {
+  return writeRoot(dictionary, Unstorable::IsLeftOut);
+}
+Result<PartialPropertyList> writePartialPropertyList(const json::array& array) {
+  return writeRoot(array, Unstorable::IsLeftOut);
 }
 
 }  // namespace orv

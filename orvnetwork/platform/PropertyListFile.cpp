@@ -2,10 +2,8 @@
 
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/ConsoleLog.h>
-#include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/detail/PropertyListReading.h>
-
-#include <system_error>
+#include <orvnetwork/platform/detail/PropertyListWriting.h>
 
 namespace orv {
 
@@ -19,12 +17,6 @@ json::value readRoot(const std::string& path, json::kind root) {
   return std::move(reading.value);
 }
 
-/// Looking is cheaper than replacing by much: most records of a page that is loaded again are as they were.
-bool holdsAlready(const std::string& path, std::string_view text) {
-  std::error_code error;
-  return Platform::current().files().read(path, error) == text;
-}
-
 template <typename Value>
 bool writeFile(const std::string& path, const Value& value, Durability durability, unsigned mode) {
   const Result<std::string> list = writePropertyList(value);
@@ -32,14 +24,7 @@ bool writeFile(const std::string& path, const Value& value, Durability durabilit
     consoleLog("%@ cannot be written: %@", path, list.error().description);
     return false;
   }
-  // What is in the file need not have reached the disk.
-  if (durability == Durability::Plain && holdsAlready(path, *list)) return true;
-  std::error_code error;
-  if (!Platform::current().files().writeAtomically(path, *list, durability, mode, error)) {
-    consoleLog("%@ cannot be written: %@", path, error.message());
-    return false;
-  }
-  return true;
+  return writePropertyListText(path, *list, durability, mode);
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 #include "orvnetwork/platform/PropertyListStore.h"
 
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/detail/PropertyListReading.h>
+#include <orvnetwork/platform/detail/PropertyListWriting.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -14,6 +17,16 @@ namespace {
 
 std::string nameAside(const std::string& path) {
   return path + ".damaged";
+}
+
+/// What was left out, in one line however much that is.
+std::string leftOutText(const std::vector<std::string>& leftOut) {
+  constexpr std::size_t kMostShown = 5;
+  const std::size_t shown = std::min(leftOut.size(), kMostShown);
+  std::string text;
+  for (std::size_t at = 0; at < shown; ++at) text += (at == 0 ? "" : "; ") + leftOut[at];
+  if (shown < leftOut.size()) text += formatText("; and %lu more", leftOut.size() - shown);
+  return text;
 }
 
 }  // namespace
@@ -59,6 +72,11 @@ json::value PropertyListStore::readRoot(json::kind root) {
 
 template <typename Root>
 bool PropertyListStore::writeRoot(const Root& root) {
+  const Result<PartialPropertyList> list = writePartialPropertyList(root);
+  if (!list) {
+    consoleLog("%@ cannot be written: %@", path_, list.error().description);
+    return false;
+  }
   bool renamed = false;
   if (isSomethingInTheWay_) {
     std::error_code error;
@@ -70,8 +88,11 @@ bool PropertyListStore::writeRoot(const Root& root) {
     }
     isSomethingInTheWay_ = false;
   }
-  const bool written = writePropertyListFile(path_, root, options_.durability, options_.mode);
+  const bool written = writePropertyListText(path_, list->text, options_.durability, options_.mode);
   if (renamed) consoleLog("%@ could not be read and is now named %@", path_, nameAside(path_));
+  if (written && !list->leftOut.empty()) {
+    consoleLog("%@ was written without what it cannot hold: %@", path_, leftOutText(list->leftOut));
+  }
   return written;
 }
 

@@ -19,7 +19,11 @@ namespace orv {
 /// aside by the next writing; as long as that fails, nothing is written. The store knows only what it has read:
 /// whoever may find something reads before writing.
 ///
-/// Nothing throws. What goes wrong, and what is set aside, is logged to the console, one line each. Any thread; two
+/// What a property list cannot hold, such as a text with a zero byte in it, keeps the rest from nothing: it is left out
+/// of the file, member by member (see `writePartialPropertyList`).
+///
+/// Nothing throws. What goes wrong, and what is set aside or left out, is logged to the console, one line each, without
+/// the values. Any thread; two
 /// threads that read and write one file at the same time put that in order themselves.
 class ORV_EXPORT PropertyListStore {
  public:
@@ -49,8 +53,7 @@ class ORV_EXPORT PropertyListStore {
   std::optional<json::array> readArray();
 
   /// Writes the file, which is the old one or the new one at every moment. False, and the old file is untouched, when
-  /// something is in the way and cannot be set aside, when the value cannot be stored (see `writePropertyList`), and
-  /// when the disk refuses.
+  /// something is in the way and cannot be set aside, and when the disk refuses.
   bool write(const json::object& dictionary);
   bool write(const json::array& array);
 

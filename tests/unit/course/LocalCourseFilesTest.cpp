@@ -3,6 +3,7 @@
 #include "tests/unit/course/LocalFixture.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -62,17 +63,24 @@ TEST_F(LocalCourseFiles, ReadingWritesNothing) {
   EXPECT_EQ(platform.files().calls(FileOperation::WriteAtomically), writes);
 }
 
-TEST_F(LocalCourseFiles, CourseThatAPropertyListCannotHoldStaysInMemoryAndTheConsoleIsTold) {
+TEST_F(LocalCourseFiles, WhatAPropertyListCannotHoldIsLeftOutOfTheFileAndTheConsoleIsTold) {
   add(1, "old");
   const Course course = makeLocal(1, "new");
-  course->orv_createInfo = json::object{{"nothing", nullptr}};
+  course->orv_createInfo = json::object{{"nothing", nullptr}, {"kept", 5}};
   EXPECT_FALSE(courses().addLocalCourse(course));
   EXPECT_EQ(courses().getLocalCourseWithRoomID(1), course);
-  EXPECT_EQ(titleOnDisk(1), "old");
-  EXPECT_TRUE(consoleTold("1.plist cannot be written"));
-  EXPECT_TRUE(courses().addLocalCourse(makeLocal(2, std::string("a\0b", 3))));
-  EXPECT_FALSE(hasRecord(2));
+  EXPECT_EQ(titleOnDisk(1), "new");
+  EXPECT_TRUE(consoleTold("1.plist was written without what it cannot hold: orv_createInfo.nothing is null"));
+  const Course second = makeLocal(2, std::string("a\0b", 3));
+  second->intro = "introduction";
+  EXPECT_TRUE(courses().addLocalCourse(second));
   EXPECT_EQ(listOnDisk(), (Keys{"2", "1"}));
+  startAnew();
+  const Course again = courses().getLocalCourseWithRoomID(2);
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(again->title.get(), std::nullopt);
+  EXPECT_EQ(again->intro.get(), "introduction");
+  EXPECT_EQ(courses().getLocalCourseWithRoomID(1)->orv_createInfo.get(), (json::object{{"kept", 5}}));
 }
 
 // What is missing or damaged -------------------------------------------------------------------------------------

@@ -2,6 +2,7 @@
 
 #include "tests/unit/course/PagingFixture.h"
 
+#include <string>
 #include <system_error>
 
 namespace orv {
@@ -18,6 +19,21 @@ TEST_F(RecordedPages, WritesEveryRecordAndTheList) {
   ASSERT_TRUE(cloudFile(99));
   EXPECT_EQ(*cloudFile(99), courses().getRecordCourseWithIndex(1)->jsonObject());
   EXPECT_EQ(cloudFile(99)->at("title"), "课程 99");
+}
+
+TEST_F(RecordedPages, StoresOfACourseWhatAFileCanHold) {
+  recorded = {courseItem(9), courseItem(8)};
+  recorded[0].as_object()["title"] = std::string("a\0b", 3);
+  recorded[0].as_object()["intro"] = "introduction";
+  signIn();
+  EXPECT_EQ(getCourses(0, 30), (Answer{true, 2}));
+  EXPECT_EQ(courses().getRecordCourseWithIndex(0)->title, std::string("a\0b", 3)) << "the memory has it all";
+  ASSERT_TRUE(cloudFile(9));
+  EXPECT_FALSE(cloudFile(9)->contains("title"));
+  EXPECT_EQ(cloudFile(9)->at("intro"), "introduction");
+  courses().init();
+  EXPECT_EQ(courses().cloudCourseList(), (Keys{"9", "8"})) << "a course without a file would be gone";
+  EXPECT_EQ(courses().getRecordCourseWithIndex(0)->intro, "introduction");
 }
 
 TEST_F(RecordedPages, UpdatesTheRecordThatCallersShare) {

@@ -318,11 +318,50 @@ TEST_F(QXUserInfoMgrStore, WritesToAnotherPathFromTheNextStoreOn) {
 
 TEST_F(QXUserInfoMgrStore, TellsTheConsoleOfAUserWhoCannotBeWritten) {
   users().setUserInfo(makeUser());
-  const auto odd = makeUser({{"uID", "8"}, {"nick", std::string("a\0b", 3)}});
-  users().setUserInfo(odd);
-  EXPECT_EQ(users().userInfo(), odd);
+  platform.files().failAt(testing::FileOperation::WriteAtomically, 1, std::errc::no_space_on_device);
+  const auto second = makeUser({{"uID", "8"}, {"nick", "Bob"}});
+  users().setUserInfo(second);
+  EXPECT_EQ(users().userInfo(), second);
   EXPECT_EQ(inFile("nick"), "Ann");
   EXPECT_TRUE(consoleTold("cannot be written"));
+}
+
+TEST_F(QXUserInfoMgrStore, LeavesOutOfTheFileWhatItCannotHoldAndStoresTheUser) {
+  users().setUserInfo(makeUser());
+  const std::string zero("secret\0b", 8);
+  const auto odd = makeUser({{"uID", "8"},
+                             {"token", "secret-8"},
+                             {"nick", zero},
+                             {"city", "\xFF"},
+                             {"classroominfo", {{"id", "5"}, {"title", zero}, {"income", "12"}}}});
+  users().setUserInfo(odd);
+  EXPECT_EQ(users().userInfo(), odd);
+  EXPECT_EQ(odd->nick.get(), zero) << "the memory has it all";
+  EXPECT_TRUE(consoleTold(plist +
+                          " was written without what it cannot hold: city is not UTF-8; classroominfo.title "
+                          "holds a zero byte; nick holds a zero byte"));
+  EXPECT_FALSE(consoleTold("secret"));
+  users().init();
+  ASSERT_TRUE(users().userInfo());
+  EXPECT_EQ(users().userInfo()->uID.get(), "8") << "not the former user";
+  EXPECT_EQ(users().userInfo()->token.get(), "secret-8");
+  EXPECT_EQ(users().userInfo()->nick.get(), std::nullopt);
+  EXPECT_EQ(users().userInfo()->classroominfo.get()->ID.get(), "5");
+  EXPECT_EQ(users().userInfo()->classroominfo.get()->income.get(), "12");
+}
+
+TEST_F(QXUserInfoMgrStore, StoresAUserWithAZeroInAnyTextAsTheOneWhoComesBack) {
+  for (const std::string name :
+       {"videoID", "userpic", "province", "classroom", "pictureID", "followCnt", "city", "bio", "fansCnt",
+        "onlineID", "mcoin", "coverID", "token", "nick", "phone", "lastNotiUID", "notifyCnt"}) {
+    users().setUserInfo(makeUser({{"uID", "7"}, {"nick", "former"}}));
+    json::object values{{"uID", "8"}};
+    values.insert_or_assign(name, std::string("a\0b", 3));
+    users().setUserInfo(makeUser(values));
+    users().init();
+    ASSERT_TRUE(users().userInfo()) << name;
+    EXPECT_EQ(users().userInfo()->uID.get(), "8") << name;
+  }
 }
 
 TEST_F(QXUserInfoMgrStore, MayBeUsedAgainByTheConsolesSinkWhileItWrites) {
