@@ -2,7 +2,8 @@
 
 // A user who is stored goes first into memory, then into the file, then the link is opened afresh (for nobody), then
 // it is posted. The place in the order of the file's writings is taken under the lock under which the memory changes,
-// so that both end with the same user. A reply counts only for the user, told by `uID`, for whom it was asked.
+// so that both end with the same user. A reply counts only for the user, told by `uID`, for whom it was asked, and one to
+// the session refresh only for the token that it was asked with.
 
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/platform/NotificationCenter.h>
@@ -38,7 +39,9 @@ class UserFile;
 /// returns when it is called there, later otherwise. The replies to requests are dealt with on the main thread.
 ///
 /// A reply speaks of the user for whom it was asked: when another one is stored by the time it comes (told by `uID`),
-/// or nobody, it is logged and changes nothing.
+/// or nobody, it is logged and changes nothing. A reply to the session refresh speaks of the token, too, that it was
+/// asked with: the same user may have logged in anew meanwhile, and the refusal of an older token says nothing of the
+/// session that the new one has.
 class ORV_EXPORT QXUserInfoMgr final {
  public:
   /// @name The one instance
@@ -134,7 +137,8 @@ class ORV_EXPORT QXUserInfoMgr final {
   /// logged in or live on another device is told by `QXNotificationOtherUserLoggedIn`. A reply without "data" changes
   /// no field. A refusal counts in `errorCount`; the third in a row, and code -999999 or 2 at once, end the timer
   /// and post `QXNotificationUserInfoInvalidate`. Any "err" but null makes it a refusal, an empty text too. A missing
-  /// reply counts for nothing.
+  /// reply counts for nothing, and so does one that was asked with another token than the user has when it comes; a
+  /// success counts as well when the new token came by another renewal that was asked with the same one.
   void refresheSession();
 
   /// Fetches the user's classroom with "Course.Room.Info" and puts it into the user:
@@ -153,6 +157,17 @@ class ORV_EXPORT QXUserInfoMgr final {
   using UserPointer = std::shared_ptr<OrvUserInfoModel>;
   struct Replacement;
   enum class Writing { Now, Later };
+  /// What a session request is made with.
+  struct SignIn {
+    OptionalString uID, token;
+    friend bool operator==(const SignIn&, const SignIn&) = default;
+  };
+  /// A renewal, and the token that the user had afterwards.
+  struct Renewal {
+    SignIn asked;
+    OptionalString token;
+    friend bool operator==(const Renewal&, const Renewal&) = default;
+  };
 
   QXUserInfoMgr() = default;
   ~QXUserInfoMgr() = default;
@@ -173,8 +188,8 @@ class ORV_EXPORT QXUserInfoMgr final {
 
   bool isOvertaken(std::uint64_t order, const std::uint64_t& contrary) const;
   void endTimer();
-  void sessionAnswered(const OptionalString& askedFor, bool success, const json::object& reply);
-  void sessionRenewed(const UserPointer& user, const json::value* data);
+  void sessionAnswered(const SignIn& asked, bool success, const json::object& reply);
+  void sessionRenewed(const UserPointer& user, const SignIn& asked, const json::value* data);
   void sessionRefused(std::int64_t code);
   void classroomAnswered(const OptionalString& askedFor, std::int64_t retriesLeft, bool success,
                          const json::object& reply);
@@ -182,6 +197,8 @@ class ORV_EXPORT QXUserInfoMgr final {
   UserPointer userWith(const OptionalString& uID) const;
 
   std::atomic<std::int32_t> errorCount_{0};
+  /// The last one. A second one that was under way with the same token goes on from it. Main thread only.
+  std::optional<Renewal> lastRenewal_;
 
   // Recursive, since what the console gets a line while the file is read may bring the host back here.
   std::recursive_mutex initMutex_;

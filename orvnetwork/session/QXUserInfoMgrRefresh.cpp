@@ -127,35 +127,39 @@ void QXUserInfoMgr::refresheSession() {
   }
   const UserPointer user = userInfo();
   if (!user) return;
-  const OptionalString uID = user->uID;
+  const SignIn asked{user->uID, user->token};
   QXAPIHelper::loginWithSession_token_completeBlock_timeoutBlock(
-      uID, user->token,
-      [this, uID](const auto&, bool success, const json::object& reply) {
-        sessionAnswered(uID, success, reply);
+      asked.uID, asked.token,
+      [this, asked](const auto&, bool success, const json::object& reply) {
+        sessionAnswered(asked, success, reply);
       },
       [](const auto& item) { QXFileLog::standard().log("%s timeout %@", kRefreshSession, describe(item)); });
 }
 
-void QXUserInfoMgr::sessionAnswered(const OptionalString& askedFor, bool success, const json::object& reply) {
+void QXUserInfoMgr::sessionAnswered(const SignIn& asked, bool success, const json::object& reply) {
   const ReplyValues values(reply);
-  const UserPointer user = userWith(askedFor);
+  const UserPointer user = userWith(asked.uID);
+  const bool isCurrent = user && user->token.get() == asked.token;
   if (success && values.error == nullptr) {
     QXFileLog::standard().log("refresh session success: %s", kRefreshSession);
-    if (user) sessionRenewed(user, values.data);
+    if (isCurrent || (user && lastRenewal_ == Renewal{asked, user->token})) {
+      sessionRenewed(user, asked, values.data);
+    }
     return;
   }
-  if (user) sessionRefused(values.code);
+  if (isCurrent) sessionRefused(values.code);
   QXFileLog::standard().log("%s %d errCode %ld, %@", kRefreshSession, kSessionErrorLine, values.code,
                             values.error);
 }
 
-void QXUserInfoMgr::sessionRenewed(const UserPointer& user, const json::value* data) {
+void QXUserInfoMgr::sessionRenewed(const UserPointer& user, const SignIn& asked, const json::value* data) {
   errorCount_ = 0;
   if (const json::object* const news = looseObject(data)) {
     json::object merged(*news);
     merged.erase("classroominfo");
     user->merge(merged);
   }
+  lastRenewal_ = Renewal{asked, user->token};
   if (!storeAgain(user)) return;
   const auto other = user->otherDeviceLogin.get();
   if (other && (other->isLogin || other->liveStatus)) post(QXNotificationOtherUserLoggedIn);

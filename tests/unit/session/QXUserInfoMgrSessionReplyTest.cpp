@@ -180,6 +180,54 @@ TEST_F(QXUserInfoMgrSessionReply, GivesNoReplyToAnotherUserThanTheOneItWasAskedF
   }
 }
 
+TEST_F(QXUserInfoMgrSessionReply, GivesNoReplyToASignInThatIsNewerThanTheTokenItWasAskedWith) {
+  for (const json::object& reply :
+       {refusal(2), refusal(-999999), refusal(5), success({{"token", "old"}, {"nick", "Late"}})}) {
+    if (link.isOpen()) {
+      users().setUserInfo(makeUser());
+    } else {
+      beginRefreshing(makeUser());
+    }
+    // The third refusal in a row would end the session.
+    users().setErrorCount(2);
+    server.setFaultChooser([](const json::object&) { return testing::ReplyFault::late(Seconds(1)); });
+    answer(kSession, {reply});
+    users().refresheSession();
+    settle();
+    const auto fresh = makeUser({{"uID", "7"}, {"token", "fresh"}, {"nick", "Ann"}});
+    users().setUserInfo(fresh);
+    forget();
+    runFor(2);
+    EXPECT_EQ(names(), Strings{});
+    EXPECT_EQ(users().errorCount(), 2);
+    EXPECT_EQ(fresh->token.get(), "fresh");
+    EXPECT_EQ(fresh->nick.get(), "Ann");
+    EXPECT_EQ(inFile("token"), "fresh");
+    ASSERT_TRUE(users().autoLogintimer());
+    EXPECT_TRUE(users().autoLogintimer()->isValid());
+  }
+}
+
+TEST_F(QXUserInfoMgrSessionReply, TakesTheSecondOfTwoRenewalsThoughTheFirstBroughtANewToken) {
+  const auto user = makeUser();
+  beginRefreshing(user);
+  server.setFaultChooser([](const json::object&) { return testing::ReplyFault::late(Seconds(1)); });
+  answer(kSession, {success({{"token", "second"}}), success({{"token", "third"}}), refusal(2)});
+  for (int i = 0; i < 3; ++i) {
+    users().refresheSession();
+    settle();
+  }
+  runFor(2);
+  EXPECT_EQ(user->token.get(), "third") << "both were asked with the first one";
+  EXPECT_EQ(inFile("token"), "third");
+  EXPECT_EQ(count(QXNotificationUserInfoInvalidate), 0u) << "refused was the first one";
+  // And the refusal of the one that is stored is one.
+  server.setFaultChooser(nullptr);
+  users().refresheSession();
+  settle();
+  EXPECT_EQ(count(QXNotificationUserInfoInvalidate), 1u);
+}
+
 TEST_F(QXUserInfoMgrSessionReply, MergesIntoTheRecordThatIsCurrentWhenTheReplyComes) {
   const auto first = makeUser();
   beginRefreshing(first);
