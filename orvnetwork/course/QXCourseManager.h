@@ -16,6 +16,7 @@
 namespace orv {
 
 struct Catalogue;
+struct PageLoad;
 
 /// The courses of the user who is signed in, and of their classroom: those recorded on this device, those recorded in
 /// the cloud, and the live ones by status.
@@ -86,7 +87,7 @@ class ORV_EXPORT QXCourseManager final {
   ///   `getRecordCourseWithIndex` gives them; (false, -1), at once and on the caller's thread, when the link is not
   ///   open, nobody is signed in, or the user has no classroom. A request that waits when the link is lost goes on
   ///   with the next one that is made; one that waits when the user or the classroom changes is dropped, and
-  ///   its callback never called.
+  ///   its callback never called. A page that was asked for before such a change is merged nowhere, whenever it comes.
   void getCoursesWithStartIndex_count_force_coursesBlock(std::uint64_t start, std::uint64_t count, bool force,
                                                          CoursesBlock coursesBlock);
   Course getRecordCourseWithIndex(std::uint64_t index);
@@ -242,14 +243,14 @@ class ORV_EXPORT QXCourseManager final {
   QXCourseManager();
   ~QXCourseManager();
 
-  // These hold the catalogue themselves. `opened` tells for which one a page came; for another nothing is done.
-  void retryRecordPage(std::int64_t page, std::int64_t retriesLeft);
-  bool mergeRecordPage(std::int64_t page, const json::array& items, std::uint64_t opened);
-  void retryLivePage(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft);
-  void postLiveCheck(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft);
+  // These take the catalogue themselves.
+  void retryRecordPage(const PageLoad& load);
+  void mergeRecordPage(const PageLoad& load, const json::array& items);
+  void checkAfterRecordPage(const PageLoad& load, bool lastPage);
+  void retryLivePage(const PageLoad& load);
+  void mergeLiveCoursePage(const PageLoad& load, const json::array& items);
+  void checkAfterLivePage(const PageLoad& load, bool lastPage);
   void takeUpdate(const Course& course, const json::value& data);
-  bool mergeLiveCoursePage(std::int64_t page, std::uint64_t status, const json::array& items,
-                           std::uint64_t opened);
 
   std::unique_ptr<Catalogue> catalogue_;
 };

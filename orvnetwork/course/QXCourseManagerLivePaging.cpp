@@ -129,67 +129,78 @@ bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_ret
 
 void QXCourseManager::loadLiveCourseWithPage_courseStatus_retryCount(std::int64_t page, std::uint64_t status,
                                                                      std::int64_t retryCount) {
+  const std::uint64_t opened = catalogue_->opened();
   const std::optional<PagingUser> user = PagingUser::current();
-  if (!user) return;
+  if (!user || !catalogue_->belongsTo(user->uID, opened)) return;
   const std::shared_ptr<Semaphore> inFlight = catalogue_->livePaging.inFlight;
   if (!inFlight->tryWait()) return;
   if (page == 1) catalogue_->livePaging.cursor = std::nullopt;
-  const std::int64_t left = retryCount - 1;
+  const PageLoad load{.page = page, .status = status, .retriesLeft = retryCount - 1, .opened = opened};
   QXAPIHelper::getMyCourseWithStart_limit_classroomID_uID_containTest_courseStatus_completeBlock_timeoutBlock(
       page, kCoursePageSize, int64FromText(user->classroom), user->uID, containTest(),
       static_cast<std::int64_t>(status),
-      [this, inFlight, page, status, left, asked = *user](const auto&, bool success,
-                                                          const json::object& reply) {
-        logPage(success, status, asked, reply);
+      [this, inFlight, load, asked = *user](const auto&, bool success, const json::object& reply) {
+        logPage(success, load.status, asked, reply);
         if (hasLeft(asked.classroom)) {
           // The page counts as in flight for good: nothing more is loaded in this process, on purpose.
-          return postLiveCheck(page, status, left);
+          catalogue_->merges->post([this, load] {
+            checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(load.page, load.status, false,
+                                                                              load.retriesLeft);
+          });
+          return;
         }
         inFlight->signal();
         const json::object* const values = looseObject(member(reply, "v"));
-        if (!success || values == nullptr) return retryLivePage(page, status, left);
+        if (!success || values == nullptr) return retryLivePage(load);
         const json::array* const items = looseArray(member(values, "data"));
-        catalogue_->merges->post(
-            [this, page, status, left, opened = catalogue_->opened(),
-             courses = items != nullptr ? json::array(*items, json::storage_ptr()) : json::array()] {
-              const bool lastPage = mergeLiveCoursePage(page, status, courses, opened);
-              checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(page, status, lastPage, left);
-            });
+        catalogue_->merges->post([this, load,
+                                  courses = items != nullptr
+                                                ? json::array(*items, json::storage_ptr())
+                                                : json::array()] { mergeLiveCoursePage(load, courses); });
       },
-      [this, inFlight, page, status, left](const auto&) {
+      [this, inFlight, load](const auto&) {
         inFlight->signal();
-        retryLivePage(page, status, left);
+        retryLivePage(load);
       });
 }
 
-void QXCourseManager::retryLivePage(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft) {
-  if (retriesLeft > 0) return loadLiveCourseWithPage_courseStatus_retryCount(page, status, retriesLeft);
-  postLiveCheck(page, status, retriesLeft);
+void QXCourseManager::retryLivePage(const PageLoad& load) {
+  if (load.retriesLeft > 0 && load.opened == catalogue_->opened()) {
+    return loadLiveCourseWithPage_courseStatus_retryCount(load.page, load.status, load.retriesLeft);
+  }
+  catalogue_->merges->post([this, load] { checkAfterLivePage(load, false); });
 }
 
-void QXCourseManager::postLiveCheck(std::int64_t page, std::uint64_t status, std::int64_t retriesLeft) {
-  catalogue_->merges->post([this, page, status, retriesLeft] {
-    checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(page, status, false, retriesLeft);
-  });
-}
-
-bool QXCourseManager::mergeLiveCoursePage(std::int64_t page, std::uint64_t status, const json::array& items,
-                                          std::uint64_t opened) {
+void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::array& items) {
   QXFileLog& fileLog = QXFileLog::standard();
-  fileLog.log("拉取课程(状态 %d)个数: %d", static_cast<int>(status), static_cast<int>(items.size()));
+  fileLog.log("拉取课程(状态 %d)个数: %d", static_cast<int>(load.status), static_cast<int>(items.size()));
   LivePageEffects effects(*catalogue_, items);
   PageMergeResult result;
+  bool isMerged = false;
   {
     const CatalogueLock lock(*catalogue_);
-    // The user has changed since the page came.
-    if (catalogue_->opened() != opened) return false;
-    OptionalString cursor = catalogue_->livePaging.cursor;
-    result = mergeLivePage(catalogue_->live.lists(), status, cursor, page, items, effects);
-    catalogue_->livePaging.cursor = cursor;
-    if (result.writeList) catalogue_->live.saveLists();
+    // Another user's page is merged nowhere.
+    isMerged = catalogue_->opened() == load.opened;
+    if (isMerged) {
+      OptionalString cursor = catalogue_->livePaging.cursor;
+      result = mergeLivePage(catalogue_->live.lists(), load.status, cursor, load.page, items, effects);
+      catalogue_->livePaging.cursor = cursor;
+      if (result.writeList) catalogue_->live.saveLists();
+    }
   }
-  fileLog.log("新拉取课程(state %d): %@", static_cast<int>(status), effects.titles());
-  return result.lastPage;
+  if (isMerged) {
+    fileLog.log("新拉取课程(state %d): %@", static_cast<int>(load.status), effects.titles());
+  }
+  checkAfterLivePage(load, result.lastPage);
+}
+
+void QXCourseManager::checkAfterLivePage(const PageLoad& load, bool lastPage) {
+  if (catalogue_->startAnew(catalogue_->livePaging, load.opened)) {
+    checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(-1, load.status, false, MaxRetryCount);
+  } else {
+    checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(load.page, load.status, lastPage,
+                                                                      load.retriesLeft);
+  }
 }
 
 }  // namespace orv

@@ -91,51 +91,65 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
 }
 
 void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std::int64_t retryCount) {
+  const std::uint64_t opened = catalogue_->opened();
   const std::optional<PagingUser> user = PagingUser::current();
-  if (!user) return;
+  // When the user has just changed, the catalogue is about to, and who waits for this one is dropped.
+  if (!user || !catalogue_->belongsTo(user->uID, opened)) return;
   const std::shared_ptr<Semaphore> inFlight = catalogue_->paging.inFlight;
   // A page is on its way; the check that follows it sees to the requests that wait.
   if (!inFlight->tryWait()) return;
   if (page == 1) catalogue_->paging.cursor = std::nullopt;
-  const std::int64_t left = retryCount - 1;
+  const PageLoad load{.page = page, .retriesLeft = retryCount - 1, .opened = opened};
   QXAPIHelper::
       filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
           user->classroom, live_type::kRecorded, page, kCoursePageSize, false, user->uID, std::nullopt,
           std::nullopt, std::nullopt,
-          [this, inFlight, page, left](const auto&, bool success, const json::object& reply) {
+          [this, inFlight, load](const auto&, bool success, const json::object& reply) {
             inFlight->signal();
             const json::array* const items = looseArray(member(looseObject(member(reply, "v")), "data"));
-            if (!success || items == nullptr) return retryRecordPage(page, left);
+            if (!success || items == nullptr) return retryRecordPage(load);
             // The main thread only copies the page; the rest is the workers'.
-            catalogue_->merges->post([this, page, left, opened = catalogue_->opened(),
-                                      courses = json::array(*items, json::storage_ptr())] {
-              const bool lastPage = mergeRecordPage(page, courses, opened);
-              checkCourseRequestPage_arriveLastPage_retryCount(page, lastPage, left);
+            catalogue_->merges->post([this, load, courses = json::array(*items, json::storage_ptr())] {
+              mergeRecordPage(load, courses);
             });
           },
-          [this, inFlight, page, left](const auto&) {
+          [this, inFlight, load](const auto&) {
             inFlight->signal();
-            retryRecordPage(page, left);
+            retryRecordPage(load);
           });
 }
 
-void QXCourseManager::retryRecordPage(std::int64_t page, std::int64_t retriesLeft) {
-  if (retriesLeft > 0) return loadRecordCourseWithPage_retryCount(page, retriesLeft);
-  catalogue_->merges->post([this, page, retriesLeft] {
-    checkCourseRequestPage_arriveLastPage_retryCount(page, false, retriesLeft);
-  });
+void QXCourseManager::retryRecordPage(const PageLoad& load) {
+  if (load.retriesLeft > 0 && load.opened == catalogue_->opened()) {
+    return loadRecordCourseWithPage_retryCount(load.page, load.retriesLeft);
+  }
+  catalogue_->merges->post([this, load] { checkAfterRecordPage(load, false); });
 }
 
-bool QXCourseManager::mergeRecordPage(std::int64_t page, const json::array& items, std::uint64_t opened) {
-  const CatalogueLock lock(*catalogue_);
-  // The user has changed since the page came.
-  if (catalogue_->opened() != opened) return false;
-  RecordPageEffects effects(*catalogue_, items);
-  OptionalString cursor = catalogue_->paging.cursor;
-  const PageMergeResult result = mergeCloudPage(catalogue_->cloud.list(), cursor, page, items, effects);
-  catalogue_->paging.cursor = cursor;
-  if (result.writeList) catalogue_->cloud.saveLists();
-  return result.lastPage;
+void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items) {
+  bool lastPage = false;
+  {
+    const CatalogueLock lock(*catalogue_);
+    // Another user's page is merged nowhere.
+    if (catalogue_->opened() == load.opened) {
+      RecordPageEffects effects(*catalogue_, items);
+      OptionalString cursor = catalogue_->paging.cursor;
+      const PageMergeResult result =
+          mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
+      catalogue_->paging.cursor = cursor;
+      if (result.writeList) catalogue_->cloud.saveLists();
+      lastPage = result.lastPage;
+    }
+  }
+  checkAfterRecordPage(load, lastPage);
+}
+
+void QXCourseManager::checkAfterRecordPage(const PageLoad& load, bool lastPage) {
+  if (catalogue_->startAnew(catalogue_->paging, load.opened)) {
+    checkCourseRequestPage_arriveLastPage_retryCount(-1, false, MaxRetryCount);
+  } else {
+    checkCourseRequestPage_arriveLastPage_retryCount(load.page, lastPage, load.retriesLeft);
+  }
 }
 
 QXCourseManager::Course QXCourseManager::getRecordCourseWithIndex(std::uint64_t index) {

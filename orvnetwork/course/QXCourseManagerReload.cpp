@@ -36,7 +36,7 @@ void QXCourseManager::reload() {
     const bool changed =
         userID != catalogue.currentUserID || !classroom || catalogue.currentClassroomID.get() != classroom;
     if (!changed) return;
-    dropped = catalogue.open(baseFolder(user));
+    dropped = catalogue.open(baseFolder(user), userID);
     catalogue.currentUserID = userID;
     catalogue.currentClassroomID = classroom;
   }

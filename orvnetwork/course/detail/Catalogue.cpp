@@ -10,7 +10,7 @@ void Catalogue::observe(ObserverToken token) {
   observers_.push_back(std::move(token));
 }
 
-std::vector<CourseRequest> Catalogue::open(std::string base) {
+std::vector<CourseRequest> Catalogue::open(std::string base, std::int64_t userID) {
   const std::lock_guard lock(opening_);
   clear();
   std::vector<CourseRequest> dropped = paging.requests.get();
@@ -18,9 +18,24 @@ std::vector<CourseRequest> Catalogue::open(std::string base) {
   paging.requests.set({});
   livePaging.requests.set({});
   base_ = std::move(base);
+  userID_ = userID;
   ++opened_;
   loadPending_ = true;
   return dropped;
+}
+
+bool Catalogue::belongsTo(std::int64_t userID, std::uint64_t opened) const {
+  const std::lock_guard lock(opening_);
+  return opened_ == opened && userID_ == userID;
+}
+
+bool Catalogue::startAnew(Paging& kind, std::uint64_t opened) {
+  if (opened_ == opened) return false;
+  const CatalogueLock lock(*this);
+  std::vector<CourseRequest> requests = kind.requests.get();
+  for (CourseRequest& request : requests) request.endIndex.reset();
+  kind.requests.set(std::move(requests));
+  return true;
 }
 
 void Catalogue::ensureLoaded() {

@@ -36,12 +36,17 @@ struct Catalogue : CourseCollections {
   /// Keeps an observer registered for good.
   void observe(ObserverToken token);
 
-  /// Forgets everything that belongs to a user, and notes where the files of the next one are: `base` is the folder
-  /// of the catalogue below the user's documents. The requests that waited are handed back, for their callbacks
+  /// Forgets everything that belongs to a user, and notes whose catalogue comes next and where its files are: `base` is
+  /// its folder below the user's documents. The requests that waited are handed back, for their callbacks
   /// to be destroyed where no lock is held.
-  std::vector<CourseRequest> open(std::string base);
+  std::vector<CourseRequest> open(std::string base, std::int64_t userID);
   /// How many catalogues have been opened. What was begun for one must not be finished in the next.
   std::uint64_t opened() const { return opened_; }
+  /// Whether the catalogue that was opened as the `opened`th is still in use, and this user's.
+  bool belongsTo(std::int64_t userID, std::uint64_t opened) const;
+  /// After a page of an earlier catalogue: lets the requests that wait ask for their pages from the first one on, since
+  /// that page kept theirs from being asked for. False when the page was asked for this catalogue.
+  bool startAnew(Paging& kind, std::uint64_t opened);
   /// Makes the folders and reads the lists, unless that has been done.
   void ensureLoaded();
 
@@ -50,8 +55,9 @@ struct Catalogue : CourseCollections {
   std::mutex loading_;
   std::atomic<bool> loadPending_ = false;
   /// Guards what follows, and is never held while the disk is waited for.
-  std::mutex opening_;
+  mutable std::mutex opening_;
   std::string base_;
+  std::int64_t userID_ = -1;
   std::atomic<std::uint64_t> opened_ = 0;
   std::mutex observing_;
   std::vector<ObserverToken> observers_;

@@ -40,4 +40,15 @@ struct Paging {
   Property<std::shared_ptr<Semaphore>> inFlight;
 };
 
+/// One page that was asked for.
+struct PageLoad {
+  std::int64_t page = 0;
+  /// Of live courses, the list.
+  std::uint64_t status = 0;
+  std::int64_t retriesLeft = 0;
+  /// Which catalogue it was asked for; see `Catalogue::opened`. Its courses belong in no other, not even in a later one
+  /// of the same user.
+  std::uint64_t opened = 0;
+};
+
 }  // namespace orv

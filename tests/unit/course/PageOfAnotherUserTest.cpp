@@ -9,7 +9,7 @@ namespace orv {
 
 namespace {
 
-/// A page that has come waits for a worker while the user changes.
+/// The user changes while a page is on its way, or while one that has come waits for a worker.
 class PageOfAnotherUser : public PagingFixture {
  protected:
   /// Lets replies reach the main thread, and nothing of what they start be done.
@@ -52,6 +52,101 @@ TEST_F(PageOfAnotherUser, LiveCoursesAreNotMergedIntoTheNextCatalogue) {
   answerWhileNobodyWorks();
   EXPECT_EQ(courses().getLiveCourseCountWithStatus(2), 0u);
   EXPECT_FALSE(hasRecordFiles());
+}
+
+TEST_F(PageOfAnotherUser, RecordedCoursesThatWereOnTheirWayAreNotMergedEither) {
+  signIn();
+  holdPages();
+  ask("first", 0, 30);
+  settle();
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002", "5002"));
+  settle();
+  ask("second", 0, 30, true);
+  settle();
+  ASSERT_EQ(held.size(), 1u) << "one page at a time";
+  answerHeld(pageOf({courseItem(3), courseItem(2), courseItem(1)}));
+  EXPECT_EQ(courses().cloudCourseList(), Keys{});
+  EXPECT_FALSE(hasRecordFiles());
+  EXPECT_EQ(answers, Strings{}) << "what waits is not answered with nothing for the other one's page";
+  ASSERT_EQ(held.size(), 1u);
+  EXPECT_EQ(held[0].at("v").at("classroomID"), "5002");
+  EXPECT_EQ(held[0].at("v").at("start"), 1);
+  answerHeld(pageOf({courseItem(5), courseItem(4)}));
+  EXPECT_EQ(answers, Strings{"second true 2"});
+  EXPECT_EQ(courses().cloudCourseList(), (Keys{"5", "4"}));
+}
+
+TEST_F(PageOfAnotherUser, LiveCoursesThatWereOnTheirWayAreNotMergedEither) {
+  signIn("100001", "5001");
+  holdPages();
+  askLive("first", 0, 30, 2);
+  settle();
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002", "5001"));
+  settle();
+  askLive("second", 0, 30, 2, true);
+  settle();
+  ASSERT_EQ(held.size(), 1u);
+  answerHeld(pageOf({courseItem(1, live_type::kLive, 2)}));
+  EXPECT_EQ(list(2), Keys{});
+  EXPECT_EQ(answers, Strings{});
+  ASSERT_EQ(held.size(), 1u);
+  EXPECT_EQ(held[0].at("v").at("uID"), 100002);
+  answerHeld(pageOf({courseItem(7, live_type::kLive, 2)}));
+  EXPECT_EQ(answers, Strings{"second true 1"});
+  EXPECT_EQ(list(2), Keys{"7"});
+}
+
+TEST_F(PageOfAnotherUser, IsNotAskedForAgainInTheNameOfTheNextOne) {
+  listRooms(40, 1);
+  signIn();
+  getCourses(0, 30);
+  holdPages();
+  ask("first", 30, 10);
+  settle();
+  ASSERT_EQ(held.at(0).at("v").at("start"), 2);
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002", "5002"));
+  ask("second", 0, 30);
+  runFor(11);
+  ASSERT_EQ(held.size(), 2u);
+  EXPECT_EQ(held[1].at("v").at("start"), 1);
+  EXPECT_EQ(held[1].at("v").at("uID"), 100002);
+  held.erase(held.begin());
+  answerHeld(pageOf({courseItem(5)}));
+  EXPECT_EQ(answers, Strings{"second true 1"});
+}
+
+TEST_F(PageOfAnotherUser, IsNotMergedWhenTheFirstOneIsBackBefore) {
+  signIn();
+  holdPages();
+  ask("first", 0, 30);
+  settle();
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002", "5002"));
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser());
+  settle();
+  answerHeld(pageOf({courseItem(3)}));
+  EXPECT_EQ(courses().cloudCourseList(), Keys{}) << "nobody waits for it any more";
+}
+
+TEST_F(PageOfAnotherUser, WaitsForASessionAndIsNotMergedIntoTheNextCatalogue) {
+  signIn();
+  holdPages();
+  ask("first", 0, 30);
+  settle();
+  server.reply(server.latest(), held.at(0), {{"ret", 1001}});
+  settle();
+  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  held.clear();
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002", "5002"));
+  ask("second", 0, 30);
+  QXUserInfoMgr::getInstance().refresheSession();
+  settle();
+  ASSERT_EQ(held.size(), 1u) << "sent again as it was";
+  EXPECT_EQ(held[0].at("v").at("classroomID"), "5001");
+  answerHeld(pageOf({courseItem(3)}));
+  EXPECT_EQ(courses().cloudCourseList(), Keys{});
+  answerHeld(pageOf({courseItem(5)}));
+  EXPECT_EQ(courses().cloudCourseList(), Keys{"5"});
+  EXPECT_EQ(answers, Strings{"second true 1"});
 }
 
 }  // namespace

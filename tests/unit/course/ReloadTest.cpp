@@ -209,7 +209,11 @@ TEST_F(Reload, LeavesCursorsAndPagesThatAreUnderWay) {
   ask("b", 0, 3);
   settle();
   EXPECT_EQ(held.size(), 1u);
-  // The page of the user before is taken for the new one's.
+  // The page of the user before is not taken for the new one's, which is asked for then.
+  answerHeld(pageAsked(held.front()));
+  EXPECT_EQ(answers, Strings{});
+  EXPECT_EQ(courses().getRecordCourseCount(), 0u);
+  ASSERT_EQ(held.size(), 1u);
   answerHeld(pageAsked(held.front()));
   EXPECT_EQ(answers, Strings{"b true 3"});
 }
