@@ -114,6 +114,15 @@ TEST(Shell, TheEmbeddedServerLivesAsLongAsTheShell) {
   EXPECT_EQ(result.json(2).at("count"), 2);
 }
 
+TEST(Shell, ALogInHoldsThoughTheServerRefusesTheTokenOfTheRunBefore) {
+  // Each run has a server of its own, which knows nothing of the user that is stored.
+  for (int run = 1; run <= 3; ++run) {
+    const Result result = shell("login 13800000001\nclassroom\ncourses --count 3\n");
+    EXPECT_EQ(result.exitCode, 0) << run << " " << result.out << result.err;
+    EXPECT_EQ(result.json(1).at("outcome"), "complete") << run;
+  }
+}
+
 TEST(Shell, WatchShowsNotificationsBetweenTheAnswers) {
   Program program({"shell"});
   program.write("call Dev.Echo\nserver {\"push\":\"System.Upload.Log\"}\ncall Dev.Echo\nwatch on\n");
