@@ -91,6 +91,12 @@ class TimedFiles final : public FileSystem {
   std::unique_ptr<FileHandle> openForWriting(const std::string& path) override {
     return timed([&] { return files_.openForWriting(path); });
   }
+  std::unique_ptr<FileHandle> openForAppending(const std::string& path, unsigned mode) override {
+    return timed([&] { return files_.openForAppending(path, mode); });
+  }
+  std::unique_ptr<LockFile> openLockFile(const std::string& path, unsigned mode) override {
+    return timed([&] { return files_.openLockFile(path, mode); });
+  }
 
  private:
   FileSystem& files_;

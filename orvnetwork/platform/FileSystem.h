@@ -2,6 +2,7 @@
 
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/LockFile.h>
 
 #include <memory>
 #include <system_error>
@@ -14,7 +15,8 @@ namespace orv {
 class ORV_EXPORT FileHandle {
  public:
   virtual ~FileHandle() = default;
-  /// Writes all of `bytes` at the current offset and moves it. False when not all could be written.
+  /// Writes all of `bytes` at the current offset (of a file that is appended to: at its end) and moves it. False when
+  /// not all could be written.
   virtual bool write(std::string_view bytes) = 0;
   /// The current offset in bytes.
   virtual std::uint64_t offset() const = 0;
@@ -72,6 +74,16 @@ class ORV_EXPORT FileSystem {
 
   /// Opens an existing file for writing at offset 0 without truncating it; null when there is none.
   virtual std::unique_ptr<FileHandle> openForWriting(const std::string& path) = 0;
+
+  /// Opens a file to which every write of the handle is appended in one piece, wherever its end is by then: what other
+  /// programs append to the same file is neither torn nor written over. A file that is missing is made, empty, with
+  /// the permissions `mode`, narrowed by the process's umask. The handle's offset is 0 at first, and after a write
+  /// where the file's end was then. Null when the file can be neither opened nor made.
+  virtual std::unique_ptr<FileHandle> openForAppending(const std::string& path, unsigned mode) = 0;
+
+  /// Opens a file for locks, which is made with the permissions `mode`, narrowed by the process's umask, when it is
+  /// missing. Null when it can be neither opened nor made.
+  virtual std::unique_ptr<LockFile> openLockFile(const std::string& path, unsigned mode) = 0;
 };
 
 }  // namespace orv

@@ -38,7 +38,16 @@ struct QXFileLog::Implementation final : Executor {
           writer.finish();
           runGuarded("log queue", task);
         });
-    writer.finish();
+    if (isEnding.load()) {
+      writer.finishForGood();
+    } else {
+      writer.finish();
+    }
+  }
+
+  void writeLastLines() {
+    isEnding = true;
+    drain->runNow();
   }
 
   void open() {
@@ -48,6 +57,7 @@ struct QXFileLog::Implementation final : Executor {
   }
 
   std::atomic<bool> isOpen{false};
+  std::atomic<bool> isEnding{false};
   std::atomic<bool> echo{false};
   LogFolder folder;
   LogFileWriter writer{folder};
@@ -71,7 +81,7 @@ QXFileLog& QXFileLog::standard() {
 }
 
 QXFileLog::QXFileLog() : implementation_(std::make_unique<Implementation>()) {
-  std::atexit([] { standard().implementation_->drain->runNow(); });
+  std::atexit([] { standard().implementation_->writeLastLines(); });
 }
 
 QXFileLog::~QXFileLog() = default;

@@ -17,7 +17,11 @@ namespace orv {
 ///
 /// Lines are queued in memory and written by a thread of the log's own, in the order in which they were
 /// queued; a caller never waits for the disk. The queue is bounded (64 MiB): while it is full lines are lost,
-/// and a line in the log says how many. Lines that wait when the process exits are written then.
+/// and a line in the log says how many. So are the files, should lines come faster than a new one can be begun, which is
+/// once a second: 64 MiB for one and 80 MiB for the others together. Lines that wait when the process exits are written
+/// then.
+///
+/// Several programs may write the same files: each line stays in one piece. Files are closed to other users.
 ///
 /// Every operation may be called on any thread. Those that work on the file itself run on the caller's thread
 /// and are not ordered with lines that are being written.
@@ -60,12 +64,14 @@ class ORV_EXPORT QXFileLog {
   std::uint64_t logFileSize(const OptionalString& path) const;
 
   /// Goes on to a new file if more than 2,097,152 bytes were written to the running one, and then removes the
-  /// oldest file if there are more than ten. The log does so by itself; a day that begins makes no new file.
+  /// oldest file if there are more than ten, and more of them while the others hold more than 80 MiB. The log does so
+  /// by itself, and not in the second in which it has begun a file; a day that begins makes no new file.
   void checkFileSize();
 
   /// Flushes and closes the running file and opens the newest one of the folder if it is of today and has less than
   /// 1,585,152 bytes, else a new one named after this second: "yyyyMMddHHmmss_0.log", in local time. Always true,
-  /// even when no file could be opened; lines are lost then, and `writeFileHandle` is null.
+  /// even when no file could be opened; lines are lost then, and `writeFileHandle` is null, until it is tried again
+  /// with the next look at the size.
   bool openNewLogFile();
 
   /// Flushes the running file to the disk. Lines that are still in the queue are not in it yet: a task on `opQueue`
@@ -89,13 +95,13 @@ class ORV_EXPORT QXFileLog {
   OptionalString logDirPath() const;
   /// The full path of the file that is being written, or was last; absent without a folder.
   OptionalString logFilePath() const;
-  /// The file that is being written, positioned at its end; null when none is open. It may be used on any
-  /// thread, and goes dead when the log leaves the file.
+  /// The file that is being written, positioned at its end, where everything goes that is written to it; null when none
+  /// is open. It may be used on any thread, and goes dead when the log leaves the file.
   std::shared_ptr<FileHandle> writeFileHandle() const;
   /// Lines written since the last look at the file's size: 0 to 100.
   std::int64_t logTimes() const;
-  /// The names of the log files when the running one was opened, oldest first, and its own last. A file that has been
-  /// removed since stays in the list until the next one is opened.
+  /// The names of the log files when the running one was opened, oldest first, and its own last. The one file that a
+  /// rotation removes for their number stays in the list until the next rotation.
   std::vector<std::string> logFiles() const;
   /// The queue on which lines are written, one after another: a task posted here runs when the lines queued
   /// before it are in the file.

@@ -28,6 +28,10 @@ enum class FileOperation {
   List,
   FileSize,
   OpenForWriting,
+  OpenForAppending,
+  OpenLockFile,
+  Lock,
+  Reserve,
   HandleWrite,
   SeekToEnd,
   Synchronize,
@@ -65,6 +69,9 @@ class ORV_EXPORT SimulatedFileSystem final : public FileSystem {
   std::optional<std::vector<std::string>> list(const std::string& path, std::error_code& error) override;
   std::optional<std::uint64_t> fileSize(const std::string& path) override;
   std::unique_ptr<FileHandle> openForWriting(const std::string& path) override;
+  std::unique_ptr<FileHandle> openForAppending(const std::string& path, unsigned mode) override;
+  /// Its file is not to be seen. A call that is made to fail finds that another program has the lock or the number.
+  std::unique_ptr<LockFile> openLockFile(const std::string& path, unsigned mode) override;
 
   // Faults.
 
@@ -119,6 +126,7 @@ class ORV_EXPORT SimulatedFileSystem final : public FileSystem {
 
  private:
   class Handle;
+  class Lock;
   using Node = SimulatedFileNode;
   using Place = SimulatedFilePlace;
   struct Failure {
@@ -129,6 +137,7 @@ class ORV_EXPORT SimulatedFileSystem final : public FileSystem {
   static constexpr auto kOperations = static_cast<std::size_t>(FileOperation::Count);
 
   std::optional<std::errc> begin(FileOperation operation);
+  std::unique_ptr<FileHandle> openNode(const std::shared_ptr<Node>& node, bool appends);
   Place locate(const std::string& path) const;
   std::shared_ptr<Node> find(const std::string& path) const;
   std::shared_ptr<Node> makeNode(bool isFolder, unsigned mode);

@@ -2,6 +2,7 @@
 
 #include "orvnetwork/testing/SimulatedFileSystem.h"
 
+#include <orvnetwork/platform/LockFile.h>
 #include <orvnetwork/testing/detail/SimulatedFileNode.h>
 
 #include <algorithm>
@@ -14,8 +15,8 @@ namespace orv::testing {
 /// An open file. It keeps its file whatever becomes of the name, and dies with a crash.
 class SimulatedFileSystem::Handle final : public FileHandle {
  public:
-  Handle(SimulatedFileSystem& files, std::shared_ptr<Node> node)
-      : files_(files), node_(std::move(node)), generation_(files.generation_) {
+  Handle(SimulatedFileSystem& files, std::shared_ptr<Node> node, bool appends)
+      : files_(files), node_(std::move(node)), generation_(files.generation_), appends_(appends) {
     ++node_->openHandles;
   }
   Handle(const Handle&) = delete;
@@ -29,6 +30,9 @@ class SimulatedFileSystem::Handle final : public FileHandle {
     }
     if (isDead()) {
       return false;
+    }
+    if (appends_ && count > 0) {
+      offset_ = node_->data.size();
     }
     const auto overwritten = std::min<std::uint64_t>(count, node_->data.size() - offset_);
     if (!files_.hasRoomFor(count - overwritten)) {
@@ -62,6 +66,7 @@ class SimulatedFileSystem::Handle final : public FileHandle {
   SimulatedFileSystem& files_;
   const std::shared_ptr<Node> node_;
   const std::uint64_t generation_;
+  const bool appends_;
   std::size_t offset_ = 0;
 };
 
@@ -73,9 +78,49 @@ std::unique_ptr<FileHandle> SimulatedFileSystem::openForWriting(const std::strin
   if (node == nullptr || node->isFolder || !node->isWritable()) {
     return nullptr;
   }
+  return openNode(node, false);
+}
+
+std::unique_ptr<FileHandle> SimulatedFileSystem::openForAppending(const std::string& path, unsigned mode) {
+  if (begin(FileOperation::OpenForAppending)) {
+    return nullptr;
+  }
+  auto place = locate(path);
+  if (place.node == nullptr && place.parent != nullptr && place.parent->isWritable()) {
+    place.node = makeNode(false, mode);
+    place.parent->link(place.name, place.node);
+  }
+  if (place.node == nullptr || place.node->isFolder || !place.node->isWritable()) {
+    return nullptr;
+  }
+  return openNode(place.node, true);
+}
+
+/// There is no other program, so everything is free unless a failure was ordered.
+class SimulatedFileSystem::Lock final : public LockFile {
+ public:
+  explicit Lock(SimulatedFileSystem& files) : files_(files) {}
+  bool lock(Seconds) override { return !files_.begin(FileOperation::Lock); }
+  void unlock() override {}
+  bool reserve(std::uint64_t) override { return !files_.begin(FileOperation::Reserve); }
+
+ private:
+  SimulatedFileSystem& files_;
+};
+
+std::unique_ptr<LockFile> SimulatedFileSystem::openLockFile(const std::string& path, unsigned) {
+  const auto place = locate(path);
+  const bool canBe = place.node == nullptr && place.parent != nullptr && place.parent->isWritable();
+  if (begin(FileOperation::OpenLockFile) || !canBe) {
+    return nullptr;
+  }
+  return std::make_unique<Lock>(*this);
+}
+
+std::unique_ptr<FileHandle> SimulatedFileSystem::openNode(const std::shared_ptr<Node>& node, bool appends) {
   std::erase_if(opened_, [](const auto& opened) { return opened.expired(); });
   opened_.push_back(node);
-  return std::make_unique<Handle>(*this, node);
+  return std::make_unique<Handle>(*this, node, appends);
 }
 
 }  // namespace orv::testing

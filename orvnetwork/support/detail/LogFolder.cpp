@@ -4,12 +4,14 @@
 #include <orvnetwork/dates/LocalTime.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/support/detail/LogStamp.h>
 
 #include <algorithm>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace orv {
 
@@ -36,7 +38,8 @@ void removeFile(const OptionalString& folder, const std::string& name) {
 }
 
 std::shared_ptr<SharedFileHandle> openAtEnd(const OptionalString& path) {
-  auto file = path ? Platform::current().files().openForWriting(*path) : nullptr;
+  // Several programs may write the same file, so lines go to wherever its end is by then.
+  auto file = path ? Platform::current().files().openForAppending(*path, kPrivateFileMode) : nullptr;
   if (!file) return nullptr;
   file->seekToEnd();
   return std::make_shared<SharedFileHandle>(std::move(file));
@@ -83,15 +86,17 @@ bool LogFolder::openNewLogFile() {
     name = names.back();
   }
   const OptionalString path = pathIn(folder, name);
+  // Opening makes the file: what another program has begun under this name meanwhile must not be replaced.
+  auto handle = openAtEnd(path);
   if (std::find(names.begin(), names.end(), name) == names.end()) {
     if (folder) names.push_back(name);
-    QXPathManager::sharedManager().createFile(path);
+    if (!handle) consoleLog("%s %d, %@", "-[QXPathManager createFile:]", 187, OptionalString());
   }
-  auto handle = openAtEnd(path);
 
   const std::lock_guard lock(mutex_);
   logFilePath_ = path;
   logFiles_ = std::move(names);
+  isOpeningDue_ = folder && !handle;
   writeFileHandle_ = std::move(handle);
   oldestRemoved_ = false;
   openedInSecond_.reset();
@@ -104,10 +109,37 @@ void LogFolder::checkFileSize() {
   if (!handle || handle->offset() <= kRotateAbove) return;
   openNewLogFile();
   const std::vector<std::string> names = logFiles();
-  if (names.size() <= kMaxFiles) return;
-  removeFile(logDirPath(), names.front());
+  if (names.size() > kMaxFiles) {
+    removeFile(logDirPath(), names.front());
+    const std::lock_guard lock(mutex_);
+    oldestRemoved_ = true;
+  }
+  removeLargeFiles();
+}
+
+/// Ten files of the usual size come nowhere near the bound. In a flood of lines a file gets much larger.
+void LogFolder::removeLargeFiles() {
+  const OptionalString folder = logDirPath();
+  std::vector<std::string> names = logFilesIn(folder);
+  std::erase_if(names, [&](const std::string& name) { return pathIn(folder, name) == logFilePath(); });
+  std::uint64_t room = kMostInOldFiles;
+  // From the newest on: what does not fit any more is removed, and so is all that is older.
+  for (auto name = names.rbegin(); name != names.rend(); ++name) {
+    const std::uint64_t size = logFileSize(pathIn(folder, *name));
+    if (size <= room) {
+      room -= size;
+      continue;
+    }
+    room = 0;
+    removeFile(folder, *name);
+    const std::lock_guard lock(mutex_);
+    std::erase(logFiles_, *name);
+  }
+}
+
+void LogFolder::forgetRemoved() {
   const std::lock_guard lock(mutex_);
-  oldestRemoved_ = true;
+  if (std::exchange(oldestRemoved_, false)) logFiles_.erase(logFiles_.begin());
 }
 
 void LogFolder::synchronizeFile() {
@@ -115,7 +147,16 @@ void LogFolder::synchronizeFile() {
 }
 
 void LogFolder::saveLog() {
+  {
+    const std::lock_guard lock(mutex_);
+    isOpeningDue_ = false;
+  }
   closeFile();
+}
+
+bool LogFolder::isOpeningDue() const {
+  const std::lock_guard lock(mutex_);
+  return isOpeningDue_;
 }
 
 void LogFolder::closeFile() {

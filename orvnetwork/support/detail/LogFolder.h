@@ -20,6 +20,9 @@ class LogFolder {
   /// A file of today is not written further, when one is opened, if it has as many bytes as this.
   static constexpr std::uint64_t kReuseBelow = 1'585'152;
   static constexpr std::size_t kMaxFiles = 10;
+  /// What the files beside the running one may hold together when it has been begun: one that was filled by a flood of
+  /// lines, and some usual ones.
+  static constexpr std::uint64_t kMostInOldFiles = std::uint64_t{80} << 20;
 
   /// Makes the folder, removes files of an older naming and the oldest ones beyond ten, and opens a file.
   void open();
@@ -37,9 +40,14 @@ class LogFolder {
   /// Whether a rotation at `now` would open the file that is open already, because it has the name that a new
   /// file would get, and would remove no other.
   bool wouldReopenSameFile(WallTime now) const;
+  /// What such a rotation leaves behind: a list without the name of the file that was removed by the one before.
+  void forgetRemoved();
+  /// Whether the last file could not be opened, so that there is none, though nobody has closed it.
+  bool isOpeningDue() const;
 
  private:
   void removeOldFiles() const;
+  void removeLargeFiles();
   void closeFile();
 
   mutable std::mutex mutex_;
@@ -49,6 +57,7 @@ class LogFolder {
   std::shared_ptr<SharedFileHandle> writeFileHandle_;
   /// The second whose stamp the open file's name bears, if it was opened in that second.
   std::optional<std::chrono::sys_seconds> openedInSecond_;
+  bool isOpeningDue_ = false;
   /// The first of `logFiles_` has been removed since the list was made.
   bool oldestRemoved_ = false;
 };

@@ -55,6 +55,12 @@ class SlowFiles final : public FileSystem {
   std::unique_ptr<FileHandle> openForWriting(const std::string& path) override {
     return files_.openForWriting(path);
   }
+  std::unique_ptr<FileHandle> openForAppending(const std::string& path, unsigned mode) override {
+    return files_.openForAppending(path, mode);
+  }
+  std::unique_ptr<LockFile> openLockFile(const std::string& path, unsigned mode) override {
+    return files_.openLockFile(path, mode);
+  }
 
   std::promise<void> reading, letGo;
 

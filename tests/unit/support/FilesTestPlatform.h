@@ -32,6 +32,7 @@ struct FileControl {
   std::atomic<bool> refuseWrites{false};
   std::atomic<bool> refuseFolders{false};
   std::atomic<bool> refuseListing{false};
+  std::atomic<bool> refuseOpening{false};
 };
 
 class ControlledHandle final : public FileHandle {
@@ -86,6 +87,14 @@ class ControlledFiles final : public FileSystem {
     auto file = files_.openForWriting(path);
     if (!file) return nullptr;
     return std::make_unique<ControlledHandle>(std::move(file), control);
+  }
+  std::unique_ptr<FileHandle> openForAppending(const std::string& path, unsigned mode) override {
+    auto file = control.refuseOpening ? nullptr : files_.openForAppending(path, mode);
+    if (!file) return nullptr;
+    return std::make_unique<ControlledHandle>(std::move(file), control);
+  }
+  std::unique_ptr<LockFile> openLockFile(const std::string& path, unsigned mode) override {
+    return files_.openLockFile(path, mode);
   }
 
   FileControl control;

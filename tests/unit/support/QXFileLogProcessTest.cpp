@@ -142,6 +142,65 @@ TEST(QXFileLogProcess, ReopeningWhileLinesAreWrittenDoesNoHarm) {
   EXPECT_EQ(loggedMessages().back(), "the end");
 }
 
+TEST(QXFileLogProcess, TwoProgramsWriteOneFileAndEachLineStaysWhole) {
+  constexpr int kPrograms = 3;
+  constexpr int kLines = 20'000;
+  // A line says whose it is, which, and how long its rest is.
+  const auto line = [](int program, int number) {
+    const int length = number * 31 % 300;
+    return std::to_string(program) + " " + std::to_string(number) + " " + std::to_string(length) + " " +
+           std::string(static_cast<std::size_t>(length), static_cast<char>('a' + program));
+  };
+  std::vector<pid_t> children;
+  for (int program = 0; program < kPrograms; ++program) {
+    const pid_t child = fork();
+    if (child == 0) {
+      Console::setSink([](std::string_view) {});
+      for (int i = 0; i < kLines; ++i) QXFileLog::standard().logString(line(program, i));
+      std::exit(0);
+    }
+    children.push_back(child);
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+  }
+  std::vector<int> next(kPrograms);
+  int torn = 0;
+  for (const std::string& message : loggedMessages()) {
+    const auto program = static_cast<std::size_t>(message[0] - '0');
+    if (program >= next.size() || message != line(static_cast<int>(program), next[program])) {
+      ++torn;
+    } else {
+      ++next[program];
+    }
+  }
+  EXPECT_EQ(torn, 0) << "lines that are torn, or not the next ones of their program";
+  EXPECT_EQ(next, std::vector<int>(kPrograms, kLines));
+}
+
+TEST(QXFileLogProcess, ALineThatWasTornByAFullDiskDoesNotTearTheNextOne) {
+  const int status = runProgram([] {
+    signal(SIGXFSZ, SIG_IGN);
+    QXFileLog::standard().logString("before");
+    waitForLog();
+    const rlimit small{.rlim_cur = 100, .rlim_max = RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &small);
+    QXFileLog::standard().logString(std::string(500, 'x'));
+    waitForLog();
+    const rlimit large{.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &large);
+    QXFileLog::standard().logString("there is room again");
+    return 0;
+  });
+  EXPECT_EQ(status, 0);
+  const auto messages = loggedMessages();
+  ASSERT_EQ(messages.size(), 3U);
+  EXPECT_EQ(messages.front(), "before");
+  EXPECT_EQ(messages.back(), "there is room again");
+}
+
 TEST(QXFileLogProcess, AFileThatMayNotGrowStopsNobody) {
   const int status = runProgram([] {
     signal(SIGXFSZ, SIG_IGN);

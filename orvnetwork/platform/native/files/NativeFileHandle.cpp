@@ -6,7 +6,13 @@ namespace orv {
 
 bool NativeFileHandle::write(std::string_view bytes) {
   const std::size_t written = file_.writeAll(bytes);
-  offset_ += written;
+  if (place_ == Place::Offset) {
+    offset_ += written;
+  } else if (written > 0) {
+    // Others may have appended since: the system knows where the end was.
+    const off_t end = ::lseek(file_.get(), 0, SEEK_CUR);
+    offset_ = end >= 0 ? static_cast<std::uint64_t>(end) : offset_ + written;
+  }
   return written == bytes.size();
 }
 

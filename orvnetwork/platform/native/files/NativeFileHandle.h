@@ -10,7 +10,10 @@ namespace orv {
 /// A file of the operating system, open for writing.
 class NativeFileHandle final : public FileHandle {
  public:
-  explicit NativeFileHandle(FileDescriptor file) : file_(std::move(file)) {}
+  /// Where a write goes. `End` is for a descriptor that was opened to be appended to.
+  enum class Place { Offset, End };
+
+  NativeFileHandle(FileDescriptor file, Place place) : file_(std::move(file)), place_(place) {}
 
   bool write(std::string_view bytes) override;
   std::uint64_t offset() const override { return offset_; }
@@ -19,6 +22,7 @@ class NativeFileHandle final : public FileHandle {
 
  private:
   FileDescriptor file_;
+  const Place place_;
   std::uint64_t offset_ = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/platform/native/files/AtomicFileWriter.h>
 #include <orvnetwork/platform/native/files/NativeFileHandle.h>
+#include <orvnetwork/platform/native/files/NativeLockFile.h>
 #include <orvnetwork/platform/native/system/FileDescriptor.h>
 
 #include <dirent.h>
@@ -172,7 +173,21 @@ std::unique_ptr<FileHandle> NativeFileSystem::openForWriting(const std::string& 
   if (hasZeroByte(path)) return nullptr;
   auto file = FileDescriptor::open(path, O_WRONLY | O_NONBLOCK);
   if (!file) return nullptr;
-  return std::make_unique<NativeFileHandle>(std::move(file));
+  return std::make_unique<NativeFileHandle>(std::move(file), NativeFileHandle::Place::Offset);
+}
+
+std::unique_ptr<FileHandle> NativeFileSystem::openForAppending(const std::string& path, unsigned mode) {
+  if (hasZeroByte(path)) return nullptr;
+  auto file = FileDescriptor::open(path, O_WRONLY | O_NONBLOCK | O_APPEND | O_CREAT, mode);
+  if (!file) return nullptr;
+  return std::make_unique<NativeFileHandle>(std::move(file), NativeFileHandle::Place::End);
+}
+
+std::unique_ptr<LockFile> NativeFileSystem::openLockFile(const std::string& path, unsigned mode) {
+  if (hasZeroByte(path)) return nullptr;
+  auto file = FileDescriptor::open(path, O_RDWR | O_NONBLOCK | O_CREAT | O_NOFOLLOW, mode);
+  if (!file) return nullptr;
+  return std::make_unique<NativeLockFile>(std::move(file));
 }
 
 }  // namespace orv

@@ -26,6 +26,8 @@ class NativeFileSystem final : public FileSystem {
   std::optional<std::vector<std::string>> list(const std::string& path, std::error_code& error) override;
   std::optional<std::uint64_t> fileSize(const std::string& path) override;
   std::unique_ptr<FileHandle> openForWriting(const std::string& path) override;
+  std::unique_ptr<FileHandle> openForAppending(const std::string& path, unsigned mode) override;
+  std::unique_ptr<LockFile> openLockFile(const std::string& path, unsigned mode) override;
 };
 
 }  // namespace orv
