@@ -54,10 +54,13 @@ class ORV_EXPORT QXCourseManager final {
   /// @name Local courses
   /// Courses whose `roomID` is not above 0, or that are not marked `orv_local`, are ignored, save by `deleteLocalCourse`.
   /// A file that cannot be written is logged to the console; the memory keeps the change.
+  ///
+  /// Other programs with the same home may change the list too. Each change here begins by taking over theirs, and
+  /// waits 2 s at most for one that is under way; when that does not end, the list is written later.
   /// @{
 
   /// A new course for a recording on this device, in no list yet. Its number is free now; only `addLocalCourse`
-  /// takes it.
+  /// takes it. Other programs with the same home do not get this number.
   Course createLocalCourse();
   /// Puts a course in front of the list and on the disk. True when it was not in the list before.
   bool addLocalCourse(const Course& course);

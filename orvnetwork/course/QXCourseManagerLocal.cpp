@@ -2,6 +2,7 @@
 
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/course/detail/LocalTurn.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXPathManager.h>
 
@@ -41,13 +42,11 @@ QXCourseManager::Course QXCourseManager::createLocalCourse() {
   const CatalogueLock lock(*catalogue_);
   const auto now = Platform::current().clock().wallNow().time_since_epoch();
   const std::int64_t seconds = std::chrono::duration_cast<std::chrono::seconds>(now).count();
-  std::int64_t roomID = seconds % kLocalRoomIDs;
-  while (catalogue_->local.contains(courseKey(roomID))) ++roomID;
   auto course = std::make_shared<OrvCourseModel>();
   course->orv_local = true;
   course->publishStatus = publish_status::kNewLocal;
   course->addtime = seconds;
-  course->roomID = roomID;
+  course->roomID = LocalTurn(*catalogue_).freeNumber(seconds % kLocalRoomIDs);
   course->liveType = live_type::kRecorded;
   return course;
 }
@@ -55,6 +54,7 @@ QXCourseManager::Course QXCourseManager::createLocalCourse() {
 bool QXCourseManager::addLocalCourse(const Course& course) {
   if (!isLocalCourse(course)) return false;
   const CatalogueLock lock(*catalogue_);
+  const LocalTurn turn(*catalogue_);
   const std::string key = courseKey(course->roomID);
   const bool known = catalogue_->local.list().remove(key);
   putInFront(*catalogue_, key, course);
@@ -64,12 +64,14 @@ bool QXCourseManager::addLocalCourse(const Course& course) {
 void QXCourseManager::refreshLocalCourse(const Course& course) {
   if (!isLocalCourse(course)) return;
   const CatalogueLock lock(*catalogue_);
+  const LocalTurn turn(*catalogue_);
   const std::string key = courseKey(course->roomID);
   if (catalogue_->local.list().remove(key)) putInFront(*catalogue_, key, course);
 }
 
 void QXCourseManager::saveLocalCourse(const Course& course) {
   const CatalogueLock lock(*catalogue_);
+  const LocalTurn turn(*catalogue_);
   if (!isLocalCourse(course)) return;
   const std::string key = courseKey(course->roomID);
   if (catalogue_->local.contains(key)) catalogue_->local.store(key, course);
@@ -80,11 +82,13 @@ void QXCourseManager::saveLocalCourse(const Course& course) {
 void QXCourseManager::deleteLocalCourse(const Course& course) {
   if (course == nullptr) return;
   const CatalogueLock lock(*catalogue_);
+  const LocalTurn turn(*catalogue_);
   removeLocal(*catalogue_, courseKey(course->roomID), course);
 }
 
 void QXCourseManager::deleteLocalCourseWithRoomID(std::int64_t roomID) {
   const CatalogueLock lock(*catalogue_);
+  const LocalTurn turn(*catalogue_);
   const std::string key = courseKey(roomID);
   if (roomID <= 0 || !catalogue_->local.contains(key)) return;
   removeLocal(*catalogue_, key, catalogue_->local.find(key));

@@ -1,6 +1,7 @@
 #include "orvnetwork/course/detail/Collection.h"
 
 #include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/course/detail/MergedKeys.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/PathText.h>
 #include <orvnetwork/support/QXPathManager.h>
@@ -111,6 +112,17 @@ void Collection::load() {
     lists_[number].assign(keys);
   }
   if (anyGone) saveLists();
+}
+
+std::vector<std::string> Collection::takeOverChanges() {
+  const auto file = files_.list();
+  const auto change = file ? file->readChange() : std::nullopt;
+  if (!change) return {};
+  KeyList& list = lists_.front();
+  std::vector<std::string> gone = list.snapshot();
+  list.assign(mergedKeys(keysOf(&change->before), gone, keysOf(&change->now)));
+  std::erase_if(gone, [&list](const std::string& key) { return list.contains(key); });
+  return gone;
 }
 
 void Collection::follow(Collection& opened) {

@@ -66,6 +66,8 @@ class Collection {
   void open(const std::string& base);
   /// Reads the keys. Those whose record is gone leave the lists of what the server can give again, and the file.
   void load();
+  /// Takes over what another program has made of the file of the keys. Gives the keys that have left the list.
+  std::vector<std::string> takeOverChanges();
   /// Goes to where the other one is and changes lists with it.
   void follow(Collection& opened);
   /// Forgets all keys and records; the files stay.

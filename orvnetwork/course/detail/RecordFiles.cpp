@@ -22,7 +22,7 @@ std::string fileNameOf(std::string_view key) {
 
 void RecordFiles::follow(const RecordFiles& other) {
   OptionalString folder = other.folder();
-  std::shared_ptr<PropertyListStore> list = other.list();
+  std::shared_ptr<KeyFile> list = other.list();
   const std::lock_guard lock(mutex_);
   folder_.swap(folder);
   list_.swap(list);
@@ -38,7 +38,7 @@ void RecordFiles::setFolder(OptionalString folder) {
   folder_.swap(folder);
 }
 
-std::shared_ptr<PropertyListStore> RecordFiles::list() const {
+std::shared_ptr<KeyFile> RecordFiles::list() const {
   const std::lock_guard lock(mutex_);
   return list_;
 }
@@ -49,7 +49,7 @@ OptionalString RecordFiles::listFile() const {
 }
 
 void RecordFiles::setListFile(OptionalString file) {
-  auto list = file ? std::make_shared<PropertyListStore>(std::move(*file), options()) : nullptr;
+  auto list = file ? std::make_shared<KeyFile>(std::move(*file), options()) : nullptr;
   const std::lock_guard lock(mutex_);
   list_.swap(list);
 }
@@ -99,7 +99,7 @@ bool RecordFiles::isIn(const Names& names, std::string_view key) {
 
 std::optional<json::array> RecordFiles::readList() const {
   const auto file = list();
-  return file ? file->readArray() : std::nullopt;
+  return file ? file->read() : std::nullopt;
 }
 
 bool RecordFiles::writeList(const json::array& keys) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/course/OrvCourseModel.h>
+#include <orvnetwork/course/detail/KeyFile.h>
 #include <orvnetwork/platform/PropertyListStore.h>
 
 #include <memory>
@@ -43,17 +44,18 @@ class RecordFiles {
   /// The list; absent when there is none. A damaged one is set aside.
   std::optional<json::array> readList() const;
   bool writeList(const json::array& keys) const;
+  /// The file of the list; null without one.
+  std::shared_ptr<KeyFile> list() const;
 
  private:
   OptionalString pathOf(std::string_view key) const;
   PropertyListStore::Options options() const { return {.durability = durability_, .mode = kPrivateFileMode}; }
-  std::shared_ptr<PropertyListStore> list() const;
 
   const Durability durability_;
   mutable std::mutex mutex_;
   OptionalString folder_;
   /// Null without a file for the list.
-  std::shared_ptr<PropertyListStore> list_;
+  std::shared_ptr<KeyFile> list_;
 };
 
 }  // namespace orv

@@ -1,0 +1,55 @@
+#include "orvnetwork/course/detail/LocalTurn.h"
+
+#include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/platform/Platform.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace orv {
+
+namespace {
+
+constexpr std::chrono::seconds kPauseBeforeNextTry{1};
+
+void writeLater(Catalogue& catalogue, const std::shared_ptr<KeyFile>& file) {
+  Platform& platform = Platform::current();
+  platform.delays().runAt(platform.clock().steadyNow() + kPauseBeforeNextTry, *catalogue.workers.load(),
+                          [&catalogue, file] {
+                            file->unclaim();
+                            const CatalogueLock lock(catalogue);
+                            if (catalogue.local.files().list() != file || !file->isUnwritten()) return;
+                            const LocalTurn turn(catalogue);
+                            catalogue.local.saveLists();
+                          });
+}
+
+}  // namespace
+
+LocalTurn::LocalTurn(Catalogue& catalogue) : catalogue_(catalogue), file_(catalogue.local.files().list()) {
+  if (file_ == nullptr) return;
+  file_->beginTurn();
+  for (const std::string& key : catalogue.local.takeOverChanges()) catalogue.forget(key, true);
+}
+
+LocalTurn::~LocalTurn() {
+  if (file_ == nullptr) return;
+  file_->endTurn();
+  if (file_->claimUnwritten()) writeLater(catalogue_, file_);
+}
+
+std::int64_t LocalTurn::freeNumber(std::int64_t from) const {
+  // More than a program can have asked for in a second; a lock that always refuses must not hold anybody up.
+  constexpr int kMostRefusals = 10'000;
+  std::int64_t roomID = from;
+  for (int refusals = 0;; ++roomID) {
+    if (catalogue_.local.contains(courseKey(roomID))) continue;
+    if (file_ == nullptr || refusals == kMostRefusals) return roomID;
+    if (file_->reserve(static_cast<std::uint64_t>(roomID))) return roomID;
+    ++refusals;
+  }
+}
+
+}  // namespace orv

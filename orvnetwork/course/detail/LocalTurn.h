@@ -1,0 +1,32 @@
+#pragma once
+
+#include <orvnetwork/course/detail/Catalogue.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace orv {
+
+/// One change of the local courses by this program, while other programs with the same home change nothing. It begins
+/// by taking over what they have added and deleted since the last turn, and whoever makes it holds the catalogue.
+///
+/// When another program keeps the lock too long the change is made in memory and on the records; the list is written
+/// as soon as it can be, by a worker or with the next change.
+class LocalTurn {
+ public:
+  explicit LocalTurn(Catalogue& catalogue);
+  ~LocalTurn();
+  LocalTurn(const LocalTurn&) = delete;
+  LocalTurn& operator=(const LocalTurn&) = delete;
+
+  /// The first number, counted from `from` on, that no course of the list has, and that no other program has got from
+  /// here for a course that is not in the list yet. This program may get it again; others may not, until it has ended
+  /// or changes over to another catalogue.
+  std::int64_t freeNumber(std::int64_t from) const;
+
+ private:
+  Catalogue& catalogue_;
+  const std::shared_ptr<KeyFile> file_;
+};
+
+}  // namespace orv

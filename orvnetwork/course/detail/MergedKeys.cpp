@@ -1,0 +1,38 @@
+#include "orvnetwork/course/detail/MergedKeys.h"
+
+#include <string_view>
+#include <unordered_set>
+
+namespace orv {
+
+namespace {
+
+using Set = std::unordered_set<std::string_view>;
+
+Set setOf(const std::vector<std::string>& keys) {
+  return {keys.begin(), keys.end()};
+}
+
+}  // namespace
+
+std::vector<std::string> mergedKeys(const std::vector<std::string>& base,
+                                    const std::vector<std::string>& ours,
+                                    const std::vector<std::string>& theirs) {
+  const Set inBase = setOf(base);
+  const Set inOurs = setOf(ours);
+  Set taken;
+  std::vector<std::string> merged;
+  const auto take = [&](const std::string& key) {
+    if (taken.insert(key).second) merged.push_back(key);
+  };
+  for (const std::string& key : ours) {
+    if (!inBase.contains(key)) take(key);
+  }
+  for (const std::string& key : theirs) {
+    const bool deletedByUs = inBase.contains(key) && !inOurs.contains(key);
+    if (!deletedByUs) take(key);
+  }
+  return merged;
+}
+
+}  // namespace orv
