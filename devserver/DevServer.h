@@ -30,9 +30,10 @@ struct DevServerOptions {
   std::string tlsCertificateFile;
   /// PEM file with the key; empty: it is in the certificate's file.
   std::string tlsKeyFile;
-  /// SQLite file that keeps the school; empty: it lives as long as the object.
+  /// SQLite file that keeps the school, open to its owner only; empty: it lives as long as the object.
   std::string dataFile;
-  /// Connections of every kind at a time; further ones are reset.
+  /// Connections of every kind at a time. Beyond, one that has not finished its handshake goes for one that comes; an
+  /// address without a connection gets the place of the longest idle one of the address with most; others are reset.
   std::size_t maxConnections = 1000;
   /// A longer message ends its connection with close code 1009.
   std::size_t maxMessageBytes = 32u << 20;
@@ -46,7 +47,7 @@ struct DevServerOptions {
   /// Sessions end by themselves this long after the sign-in or its refresh; 0: never. Tokens stay good.
   std::chrono::milliseconds sessionLifetime{0};
   /// From TCP's accept to the end of the WebSocket handshake.
-  std::chrono::milliseconds handshakeTimeout{30'000};
+  std::chrono::milliseconds handshakeTimeout{5'000};
 };
 
 /// The embedded classroom server: a WebSocket server with a small school in it that answers like the real
@@ -89,7 +90,8 @@ class DevServer {
   // `user` is a user id or a mobile number; empty means every open connection. The results are the numbers
   // of connections reached.
 
-  /// Sends a push frame {"C":command,"s":now,"v":values}.
+  /// Sends a push frame {"C":command,"s":now,"v":values}. Throws std::invalid_argument for a number that JSON cannot
+  /// have.
   std::size_t push(std::string_view command, const boost::json::object& values = {},
                    std::string_view user = {});
   /// Sends a text frame as it is.

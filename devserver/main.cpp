@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
       "The embedded classroom server. It listens on 127.0.0.1. The page at http://127.0.0.1:PORT/ shows what "
       "passes; GET and POST /control steer it.");
   app.name("orv-devserver");
+  app.set_version_flag("--version", std::string("orv-devserver " ORV_VERSION));
   orv::DevServer::Options options;
   std::vector<std::string> tls;
   app.add_option("--port", options.port, "Port to listen on; 0: a free one")->check(CLI::Range(0, 65535));

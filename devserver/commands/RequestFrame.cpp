@@ -1,5 +1,7 @@
 #include "devserver/commands/RequestFrame.h"
 
+#include "devserver/school/ReadJson.h"
+
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
@@ -30,6 +32,10 @@ ParsedFrame parseRequestFrame(std::string_view text) {
 
   json::value* timestamp = frame->if_contains("s");
   if (timestamp == nullptr) return malformed(result::kNoCommand, "no \"s\"");
+  if (!isWritable(value)) {
+    json::value known = isWritable(*timestamp) ? std::move(*timestamp) : json::value();
+    return malformed(result::kNoCommand, "not JSON: a number is too large", std::move(known));
+  }
   if (!timestamp->is_string() && !timestamp->is_number()) {
     return malformed(result::kTimestampWrongKind, "\"s\" is neither text nor a number",
                      std::move(*timestamp));

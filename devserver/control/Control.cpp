@@ -3,9 +3,9 @@
 #include "devserver/control/ControlActions.h"
 #include "devserver/control/ControlFields.h"
 #include "devserver/faults/Garbage.h"
+#include "devserver/school/ReadJson.h"
 
 #include <boost/json/array.hpp>
-#include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
 #include <chrono>
@@ -179,7 +179,7 @@ HttpAnswer Control::answer(std::string_view method, std::string_view body) {
   if (method == "GET") return {.body = json::serialize(state())};
   if (method != "POST") return httpProblem(405, "expected GET or POST");
   json::error_code error;
-  const json::value request = json::parse({body.data(), body.size()}, error);
+  const json::value request = readJson(body, error);
   if (error || !request.is_object()) return httpProblem(400, "expected a JSON object");
   try {
     return {.body = json::serialize(apply(request.get_object()))};

@@ -10,7 +10,7 @@ template <class Number>
 struct BasicCounters {
   Number tcpAccepted{0};       ///< TCP connections, the control's included
   Number opened{0};            ///< WebSocket connections
-  Number turnedAway{0};        ///< not let in: too many connections, or a fault
+  Number turnedAway{0};        ///< not let in: too many connections, a foreign page, or a fault
   Number slowReadersCut{0};    ///< cut because they did not read
   Number framesReceived{0};    ///< text and binary frames, "PING" included
   Number pings{0};             ///< "PING" texts received

@@ -287,4 +287,8 @@ HttpAnswer Engine::http(const HttpRequest& request) {
   return httpProblem(404, "expected a WebSocket, the page at /, or /control");
 }
 
+std::string_view Engine::refusesWebSocket(const HttpRequest& request) {
+  return foreignUpgrade(request);
+}
+
 }  // namespace orv::devserver

@@ -73,6 +73,7 @@ class Engine : public NetworkEvents {
   void closed(Peer& peer) override;
   void received(Peer& peer, std::string_view payload, bool binary) override;
   HttpAnswer http(const HttpRequest& request) override;
+  std::string_view refusesWebSocket(const HttpRequest& request) override;
   void tcpAccepted() override { ++counters_.tcpAccepted; }
   void turnedAway() override;
   void slowReaderCut() override { ++counters_.slowReadersCut; }

@@ -2,6 +2,10 @@
 
 #include "devserver/engine/Engine.h"
 
+#include "devserver/school/ReadJson.h"
+
+#include <stdexcept>
+
 namespace orv::devserver {
 
 namespace {
@@ -14,6 +18,7 @@ std::int64_t microsecondsNow() {
 }  // namespace
 
 std::size_t Engine::push(std::string_view command, const json::object& values, std::string_view user) {
+  if (!isWritable(values)) throw std::invalid_argument("\"values\": a number is too large for JSON");
   return sendText(frameText(command, microsecondsNow(), values), user);
 }
 

@@ -76,6 +76,17 @@ void Connection::start() {
   });
 }
 
+void Connection::sendAway() {
+  deadline_.cancel();
+  core_->reset();
+}
+
+/// It has said what it wants, and has its place for as long as that takes.
+void Connection::settle() {
+  deadline_.cancel();
+  settled_ = true;
+}
+
 void Connection::abandon() {
   deadline_.cancel();
   core_->abandon();
@@ -105,17 +116,22 @@ void Connection::onHead(error_code error) {
   websocket::is_upgrade(message) ? admit(message) : onRequest(message);
 }
 
-void Connection::onRequest(const HttpMessage& message) {
+HttpRequest Connection::describe(const HttpMessage& message) const {
   HttpRequest request = requestIn(message);
   request.tls = tls_;
   request.fromThisMachine = fromThisMachine_;
-  const HttpAnswer answer = events_.http(request);
+  request.reachedAt = core_->reachedAt();
+  return request;
+}
+
+void Connection::onRequest(const HttpMessage& message) {
+  const HttpAnswer answer = events_.http(describe(message));
   answer.stream ? streamHttp(answer) : answerHttp(answer);
 }
 
 void Connection::answerHttp(const HttpAnswer& answer, std::string_view reason) {
   core_->write(headOf(answer, reason), answer.body);
-  deadline_.cancel();
+  settle();
   core_->finish(true);
 }
 
@@ -143,6 +159,10 @@ void Connection::admit(const HttpMessage& message) {
     case ConnectionMode::Reject:
       return refuse({admission.httpStatus, "Rejected", R"({"err":"a fault that was asked for"})"});
   }
+  if (const auto reason = events_.refusesWebSocket(describe(message)); !reason.empty()) {
+    events_.turnedAway();
+    return answerHttp(httpProblem(403, reason));
+  }
   core_->exposeToFaults();
   // Whatever came behind the request head belongs to the WebSocket.
   const auto rest = buffer_.data();
@@ -151,7 +171,7 @@ void Connection::admit(const HttpMessage& message) {
   webSocket_->read_message_max(options_.maxMessageBytes);
   webSocket_->async_accept(message, [self = shared_from_this()](error_code error) {
     if (error || self->core_->ended()) return self->core_->finish(true);
-    self->deadline_.cancel();
+    self->settle();
     self->open_ = true;
     self->events_.opened(self);
     self->readMessage();
@@ -159,7 +179,7 @@ void Connection::admit(const HttpMessage& message) {
 }
 
 void Connection::stall(std::function<void()> onEnd) {
-  deadline_.cancel();
+  settle();
   Stall(*core_, shared_from_this(), std::move(onEnd)).ready();
 }
 
@@ -170,6 +190,7 @@ void Connection::readMessage() {
 
 void Connection::onMessage(error_code error) {
   if (!error) {
+    lastHeard_ = std::chrono::steady_clock::now();
     const auto payload = buffer_.data();
     const std::string_view bytes(static_cast<const char*>(payload.data()), payload.size());
     if (!closing_) events_.received(*this, bytes, webSocket_->got_binary());

@@ -10,6 +10,7 @@
 #include "devserver/net/Link.h"
 #include "devserver/net/NetworkEvents.h"
 #include "devserver/net/NetworkOptions.h"
+#include "devserver/net/Places.h"
 
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
@@ -26,7 +27,7 @@ namespace websocket = boost::beast::websocket;
 
 /// One connection from TCP on: TLS, one HTTP request, and then either its answer or the WebSocket.
 /// I/O thread only. It keeps itself alive by what it waits for.
-class Connection : public Peer, public std::enable_shared_from_this<Connection> {
+class Connection : public Peer, public Guest, public std::enable_shared_from_this<Connection> {
  public:
   Connection(Socket socket, net::ssl::context* tls, const NetworkOptions& options, Faults& faults,
              NetworkEvents& events);
@@ -40,6 +41,10 @@ class Connection : public Peer, public std::enable_shared_from_this<Connection> 
   void sendWire(std::string_view bytes) override;
   void cut(const Cut& cut) override;
 
+  bool isUnsettled() const override { return !settled_ || core_->ended(); }
+  std::chrono::steady_clock::time_point lastHeard() const override { return lastHeard_; }
+  void sendAway() override;
+
  private:
   using WebSocket = websocket::stream<Link, false>;
 
@@ -47,6 +52,8 @@ class Connection : public Peer, public std::enable_shared_from_this<Connection> 
   void onHead(error_code error);
   void admit(const HttpMessage& message);
   void onRequest(const HttpMessage& message);
+  HttpRequest describe(const HttpMessage& message) const;
+  void settle();
   void answerHttp(const HttpAnswer& answer, std::string_view reason = {});
   void refuse(const HttpRefusal& refusal);
   void streamHttp(const HttpAnswer& answer);
@@ -66,7 +73,8 @@ class Connection : public Peer, public std::enable_shared_from_this<Connection> 
   beast::flat_buffer buffer_;
   std::optional<HttpParser> parser_;
   std::optional<WebSocket> webSocket_;
-  bool open_ = false, closing_ = false;
+  bool settled_ = false, open_ = false, closing_ = false;
+  std::chrono::steady_clock::time_point lastHeard_ = std::chrono::steady_clock::now();
 };
 
 }  // namespace orv::devserver

@@ -10,7 +10,7 @@
 
 namespace orv::devserver {
 
-/// A plain HTTP request. The texts live as long as the call that they are given to; what was not sent is empty.
+/// An HTTP request. The texts live as long as the call that they are given to; what was not sent is empty.
 struct HttpRequest {
   std::string_view method;
   std::string_view target;
@@ -19,6 +19,7 @@ struct HttpRequest {
   std::string_view origin;
   std::string_view fetchSite;  ///< "Sec-Fetch-Site"
   std::string_view lastEvent;  ///< "Last-Event-ID"
+  std::string reachedAt{};     ///< the numeric address that the connection came to
   bool tls = false;
   bool fromThisMachine = false;
 };

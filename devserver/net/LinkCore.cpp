@@ -36,6 +36,12 @@ bool LinkCore::fromThisMachine() const {
   return !error && peer.address().is_loopback();
 }
 
+std::string LinkCore::reachedAt() const {
+  error_code error;
+  const auto here = socket_.local_endpoint(error);
+  return error ? std::string() : here.address().to_string();
+}
+
 void LinkCore::handshake(Done done) {
   if (!tls_) return done({});
   tls_->async_handshake(net::ssl::stream_base::server, [self = shared_from_this(), done = std::move(done)](

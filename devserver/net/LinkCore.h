@@ -50,6 +50,8 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
   net::io_context::executor_type executor() { return socket_.get_executor(); }
   /// True where the peer has a loopback address.
   bool fromThisMachine() const;
+  /// The numeric address of this machine that the peer connected to.
+  std::string reachedAt() const;
   /// The TLS handshake; succeeds at once where there is no TLS.
   void handshake(Done done);
 

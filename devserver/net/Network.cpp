@@ -1,6 +1,7 @@
 #include "devserver/net/Network.h"
 
 #include "devserver/net/Connection.h"
+#include "devserver/net/Places.h"
 
 #include <boost/asio/basic_socket_acceptor.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -105,8 +106,9 @@ class Server : public Network {
 
   void admit(Socket socket) {
     events_.tcpAccepted();
-    std::erase_if(connections_, [](const auto& connection) { return connection.expired(); });
-    if (connections_.size() >= options_.maxConnections) {
+    error_code unknown;
+    std::string address = socket.remote_endpoint(unknown).address().to_string();
+    if (!places_.makeRoomFor(address)) {
       events_.turnedAway();
       error_code ignored;
       socket.set_option(net::socket_base::linger(true, 0), ignored);
@@ -115,7 +117,9 @@ class Server : public Network {
     }
     auto connection =
         std::make_shared<Connection>(std::move(socket), tls_ ? &*tls_ : nullptr, options_, faults_, events_);
+    std::erase_if(connections_, [](const auto& other) { return other.expired(); });
     connections_.push_back(connection);
+    places_.take(std::move(address), connection);
     connection->start();
   }
 
@@ -134,7 +138,9 @@ class Server : public Network {
   Faults& faults_;
   NetworkEvents& events_;
   std::optional<net::ssl::context> tls_;
+  /// All that live, also those that have been sent away.
   std::vector<std::weak_ptr<Connection>> connections_;
+  Places places_{options_.maxConnections};
   net::io_context ioc_{1};
   net::executor_work_guard<Executor> work_{ioc_.get_executor()};
   Acceptor acceptor_{ioc_.get_executor()};

@@ -19,8 +19,10 @@ class NetworkEvents {
   virtual void closed(Peer& peer) = 0;
   virtual void received(Peer& peer, std::string_view payload, bool binary) = 0;
   virtual HttpAnswer http(const HttpRequest& request) = 0;
+  /// Why a request for a WebSocket is refused; empty: it is not.
+  virtual std::string_view refusesWebSocket(const HttpRequest& request) = 0;
   virtual void tcpAccepted() = 0;
-  virtual void turnedAway() = 0;     ///< a connection was not let in: too many, or a fault
+  virtual void turnedAway() = 0;     ///< a connection was not let in: too many, of a foreign page, or a fault
   virtual void slowReaderCut() = 0;  ///< a client did not read and its queue was full
 };
 

@@ -3,9 +3,10 @@
 #include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/data/Utf8.h>
 
+#include "devserver/school/ReadJson.h"
+
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
-#include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
 #include <algorithm>
@@ -21,6 +22,8 @@ namespace {
 
 /// Levels of a value that is shown as a tree; a deeper one is shown as text.
 constexpr std::size_t kMaxDepth = 100;
+/// A name that clients give their passwords beside those that are on the wire.
+constexpr std::string_view kAnotherSecret = "password";
 /// Bytes that are shown of what is no text.
 constexpr std::size_t kShownBytes = 256;
 
@@ -105,18 +108,16 @@ std::string escaped(std::string_view text) {
 void describeText(json::object& event, std::string_view text, bool cut) {
   if (cut) text = withoutSplitUtf8(text);
   // First, since what escapes a byte ends in a letter that would hide the beginning of a name.
-  const std::string shown = hideSecrets(text);
+  const std::string shown = hideSecrets(text, kAnotherSecret);
   event["text"] = isUtf8(shown) ? shown : escaped(shown);
 }
 
 /// Puts what a JSON object tells into the event; false when the text holds none.
 bool describeObject(json::object& event, std::string_view text) {
-  json::parse_options options;
-  options.max_depth = kMaxDepth;
   json::error_code error;
-  json::value value = json::parse({text.data(), text.size()}, error, {}, options);
+  json::value value = readJson(text, error, kMaxDepth);
   if (error || !value.is_object()) return false;
-  hideSecretsInPlace(value);
+  hideSecretsInPlace(value, kAnotherSecret);
   const json::object& frame = value.get_object();
   for (const char* key : {"c", "C"}) {
     const json::value* command = frame.if_contains(key);

@@ -11,4 +11,8 @@ namespace orv::devserver {
 /// it comes from, where it tells one, has to be the server's own.
 std::string_view foreignRequest(const HttpRequest& request);
 
+/// The same for a request that asks for a WebSocket. Such a link may also lead to the address that the server listens
+/// on, where that is not one of this machine alone.
+std::string_view foreignUpgrade(const HttpRequest& request);
+
 }  // namespace orv::devserver

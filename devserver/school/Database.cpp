@@ -1,9 +1,16 @@
 #include "devserver/school/Database.h"
 
+#include "devserver/school/ReadJson.h"
+
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -12,13 +19,34 @@ namespace orv::devserver {
 namespace {
 
 constexpr int kBusyMilliseconds = 2'000;
+constexpr const char* kInMemory = ":memory:";
+constexpr mode_t kOwnerOnly = 0600;
 
 }  // namespace
 
-Database::Value::Value(const json::object& document) : value_(json::serialize(document)) {}
+Database::Value::Value(const json::object& document) {
+  if (!isWritable(document)) throw std::invalid_argument("a number is too large for JSON");
+  value_ = json::serialize(document);
+}
+
+/// The file holds tokens and digests of passwords: it is for its owner only, whoever made it.
+void Database::keepPrivate() const {
+  // Not by SQLite, which would make it as open as the system's usual mode says. Once there it is not opened here:
+  // closing it would give back the locks of everybody else in this process.
+  const int made = ::open(file_.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, kOwnerOnly);
+  if (made >= 0) {
+    ::close(made);
+  } else if (errno == EEXIST) {
+    struct stat status {};
+    const bool isOpen = ::stat(file_.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+                        (status.st_mode & 0777 & ~kOwnerOnly) != 0;
+    if (isOpen && ::chmod(file_.c_str(), kOwnerOnly) != 0) fail(std::strerror(errno));
+  }
+}
 
 Database::Database(const std::string& file) : file_(file) {
-  const char* name = file.empty() ? ":memory:" : file.c_str();
+  if (!file.empty() && file != kInMemory) keepPrivate();
+  const char* name = file.empty() ? kInMemory : file.c_str();
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   if (sqlite3_open_v2(name, &database_, flags, nullptr) != SQLITE_OK) {
     const std::string problem = database_ != nullptr ? sqlite3_errmsg(database_) : "out of memory";

@@ -100,6 +100,7 @@ class Database {
   sqlite3_stmt* prepare(std::string_view sql);
   void bind(sqlite3_stmt* statement, const Values& values) const;
   void giveBack(std::string sql, sqlite3_stmt* statement) noexcept;
+  void keepPrivate() const;
   [[noreturn]] void fail() const;
   [[noreturn]] void fail(const std::string& problem) const;
 

@@ -45,17 +45,22 @@ std::ptrdiff_t openBrackets(std::string_view text) {
          std::count_if(text.begin(), text.end(), isClosing);
 }
 
-bool isSecret(std::string_view name) {
-  return std::any_of(kNames.begin(), kNames.end(), [&](std::string_view secret) {
-    return std::equal(secret.begin(), secret.end(), name.begin(), name.end(),
-                      [](char a, char b) { return a == lower(b); });
-  });
+bool isSame(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lower(x) == lower(y); });
+}
+
+bool isSecret(std::string_view name, std::string_view another) {
+  if (!another.empty() && isSame(another, name)) return true;
+  return std::any_of(kNames.begin(), kNames.end(),
+                     [&](std::string_view secret) { return isSame(secret, name); });
 }
 
 /// Reads a text word by word and copies it, values under secret names left out.
 class Copier {
  public:
-  explicit Copier(std::string_view text) : text_(text), openElsewhere_(openBrackets(text)) {}
+  Copier(std::string_view text, std::string_view another)
+      : text_(text), another_(another), openElsewhere_(openBrackets(text)) {}
 
   std::string copy() {
     copied_.reserve(text_.size());
@@ -64,7 +69,7 @@ class Copier {
       copied_ += word;
       if (word.empty()) {
         copied_ += text_[at_++];
-      } else if (isSecret(word) && copyUpToValue()) {
+      } else if (isSecret(word, another_) && copyUpToValue()) {
         hideValue();
       }
     }
@@ -79,7 +84,7 @@ class Copier {
     const std::size_t begin = at_;
     while (!atEnd() && isWord(text_[at_])) ++at_;
     const bool escape = begin > 0 && text_[begin - 1] == '\\' && at_ > begin;
-    if (escape && !isSecret(text_.substr(begin, at_ - begin))) at_ = begin + 1;
+    if (escape && !isSecret(text_.substr(begin, at_ - begin), another_)) at_ = begin + 1;
     return text_.substr(begin, at_ - begin);
   }
 
@@ -183,6 +188,7 @@ class Copier {
   void skipRest() { at_ = text_.size(); }
 
   const std::string_view text_;
+  const std::string_view another_;
   std::size_t at_ = 0;
   /// How many more brackets are opened than closed outside what has been hidden.
   std::ptrdiff_t openElsewhere_;
@@ -191,24 +197,24 @@ class Copier {
 
 }  // namespace
 
-std::string hideSecrets(std::string_view text) {
-  return Copier(text).copy();
+std::string hideSecrets(std::string_view text, std::string_view another) {
+  return Copier(text, another).copy();
 }
 
-void hideSecretsInPlace(json::value& value) {
+void hideSecretsInPlace(json::value& value, std::string_view another) {
   if (json::object* const object = value.if_object()) {
     for (auto& [key, member] : *object) {
-      if (isSecret(key)) {
+      if (isSecret(key, another)) {
         member = json::string_view(kHiddenSecret);
       } else {
-        hideSecretsInPlace(member);
+        hideSecretsInPlace(member, another);
       }
     }
   } else if (json::array* const array = value.if_array()) {
-    for (json::value& element : *array) hideSecretsInPlace(element);
+    for (json::value& element : *array) hideSecretsInPlace(element, another);
   } else if (json::string* const text = value.if_string()) {
     const std::string_view before(*text);
-    const std::string after = hideSecrets(before);
+    const std::string after = hideSecrets(before, another);
     if (after != before) *text = after;
   }
 }

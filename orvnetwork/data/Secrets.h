@@ -16,12 +16,13 @@ inline constexpr std::string_view kHiddenSecret = "***";
 /// A value in double quotes keeps its quotes, so that JSON stays JSON; numbers, words, arrays and dictionaries are
 /// replaced as a whole. Where the end of a value cannot be told, all that follows is hidden with it: behind a value
 /// in single quotes, behind an array or a dictionary when the brackets of the text do not pair, and when the text
-/// ends within the value. Takes time in proportion to the text. Any thread.
-ORV_EXPORT std::string hideSecrets(std::string_view text);
+/// ends within the value. `another` is one more name, for those who know of one; empty: none. Takes time in
+/// proportion to the text. Any thread.
+ORV_EXPORT std::string hideSecrets(std::string_view text, std::string_view another = {});
 
 /// Hides the values under the same names in a JSON value, at every level: each becomes the text "***", whatever its
 /// kind. Texts under other names are treated as by `hideSecrets`. As deep as the value is nested, so deep is the
 /// stack. The value must not be used by others meanwhile.
-ORV_EXPORT void hideSecretsInPlace(json::value& value);
+ORV_EXPORT void hideSecretsInPlace(json::value& value, std::string_view another = {});
 
 }  // namespace orv

@@ -108,6 +108,7 @@ TEST_F(ControlOverHttp, WrongRequestsAreRefusedNamingWhatWasExpected) {
   EXPECT_NE(refused(R"({"garbage":"wire","hex":"0g"})").find("hexadecimal"), std::string::npos);
   EXPECT_NE(refused(R"({"push":"X","values":[]})").find("an object"), std::string::npos);
   EXPECT_NE(refused(R"({"clear":false})").find("true"), std::string::npos);
+  EXPECT_NE(refused(R"({"push":"X","values":{"n":1e400}})").find("JSON"), std::string::npos);
   EXPECT_TRUE(server.faults().describe().empty());
 }
 

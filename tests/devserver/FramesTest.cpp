@@ -2,6 +2,7 @@
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -99,6 +100,26 @@ TEST_F(Frames, MalformedFramesAreAnsweredWhereATimestampIsThereAndElseCounted) {
   EXPECT_EQ(code(client.receiveObject()), 9003);
   EXPECT_EQ(server.counters().malformed, 11u);
   EXPECT_EQ(code(client.request("Dev.Echo", {})), 0);
+}
+
+TEST_F(Frames, NumbersThatAreNoJsonAreRefusedAndNeverSent) {
+  RawClient client = open();
+  for (const char* number : {"1e400", "-1e400", "123456789e4000"}) {
+    client.sendText(std::string(R"({"c":"Dev.Echo","s":"12","v":{"a":[{"n":)") + number + "}]}}");
+    const std::string text = client.receiveText();
+    EXPECT_EQ(text.find("Inf"), std::string::npos) << text;
+    EXPECT_NE(text.find("9001"), std::string::npos) << text;
+    EXPECT_NE(text.find(R"("s":"12")"), std::string::npos) << text;
+  }
+  client.sendText(R"({"c":"Dev.Echo","s":1e400})");
+  EXPECT_EQ(code(client.request("Dev.Echo", {})), 0)
+      << "nothing comes back for a timestamp that is no number";
+  EXPECT_EQ(server.counters().malformed, 4u);
+  const double infinite = std::numeric_limits<double>::infinity();
+  EXPECT_THROW(server.push("Dev.Push", one("n", infinite)), std::invalid_argument);
+  EXPECT_THROW(server.addCourse(one("price", infinite)), std::invalid_argument);
+  EXPECT_THROW(server.changeCourse(70001, one("price", infinite)), std::invalid_argument);
+  EXPECT_TRUE(server.course(70001));
 }
 
 TEST_F(Frames, BinaryFramesAreCountedAndNotAnswered) {

@@ -245,9 +245,10 @@ TEST_F(PageOfTheServer, SecretsAreHidden) {
   client.request("User.Post.Session", {{"uID", "100001"}, {"token", token}}, "2");
   client.request("User.Post.Cpwd", {{"type", 0}, {"opwd", "old-secret"}, {"npwd", "new-secret"}}, "3");
   client.request("Dev.Echo",
-                 {{"inner", {{"SCODE", "inner-secret"}, {"n", 1}}}, {"note", R"({"pass":"text-secret"})"}},
+                 {{"inner", {{"SCODE", "inner-secret"}, {"Password", "inner-secret"}}},
+                  {"note", R"({"pass":"text-secret","password":"text-secret"})"}},
                  "4");
-  client.sendText(R"({"c":"User.Post.Login","s":"5","v":{"passwd":"cut-secret)");
+  client.sendText(R"({"c":"User.Post.Login","s":"5","v":{"passwd":"secret","password":"cut-secret)");
   server.sendText("token=plain-secret&x=1");
   server.sendText("\xf7pwd=byte-secret");
   server.push("Dev.Last");

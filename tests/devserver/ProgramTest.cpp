@@ -2,6 +2,8 @@
 #include "tests/devserver/ServerProcess.h"
 #include "tests/devserver/ServerTest.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -66,6 +68,30 @@ TEST_F(ServerProgram, WrongUseAndATakenPortEndItWithOneAndAMessage) {
     EXPECT_FALSE(program.errors().empty()) << arguments.front();
     EXPECT_EQ(program.line(), "") << arguments.front();
   }
+}
+
+TEST_F(ServerProgram, KeepsItsDataFileToItsOwner) {
+  namespace fs = std::filesystem;
+  const std::string file = std::string(std::getenv("HOME")) + "/school.sqlite";
+  ::umask(0);
+  for (const bool wasThere : {false, true}) {
+    if (wasThere) fs::permissions(file, fs::perms(0664));
+    Program program({"--data", file});
+    EXPECT_FALSE(program.listeningUrl().empty());
+    for (const auto& entry : fs::directory_iterator(fs::path(file).parent_path())) {
+      if (!entry.path().filename().string().starts_with("school.sqlite")) continue;
+      EXPECT_EQ(entry.status().permissions(), fs::perms(0600)) << entry.path();
+    }
+    EXPECT_TRUE(fs::exists(file));
+  }
+}
+
+TEST_F(ServerProgram, TellsItsVersion) {
+  Program program({"--version"});
+  const std::string line = program.line();
+  ASSERT_TRUE(line.starts_with("orv-devserver ")) << line;
+  EXPECT_NE(line.find_first_of("0123456789"), std::string::npos) << line;
+  EXPECT_EQ(program.wait(), 0);
 }
 
 TEST_F(ServerProgram, HelpIsNoError) {

@@ -26,7 +26,7 @@ struct RawClient::Tls {
   std::unique_ptr<SSL, decltype(&SSL_free)> stream{SSL_new(context.get()), SSL_free};
 };
 
-RawClient::RawClient(std::uint16_t port, bool tls, int receiveBuffer) {
+RawClient::RawClient(std::uint16_t port, bool tls, int receiveBuffer, const char* from) {
   socket_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (receiveBuffer != 0) {
     ::setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
@@ -35,6 +35,13 @@ RawClient::RawClient(std::uint16_t port, bool tls, int receiveBuffer) {
   ::setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
   sockaddr_in address{};
   address.sin_family = AF_INET;
+  if (from != nullptr) {
+    address.sin_addr.s_addr = ::inet_addr(from);
+    if (::bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+      ::close(socket_);
+      throw std::runtime_error("no such address here");
+    }
+  }
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   if (::connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {

@@ -23,8 +23,9 @@ class RawClient {
   enum class End { None, Fin, Reset };
   static constexpr std::chrono::seconds kPatience{20};
 
-  /// Connects to the port on 127.0.0.1; `tls` without looking at the certificate.
-  explicit RawClient(std::uint16_t port, bool tls = false, int receiveBuffer = 0);
+  /// Connects to the port on 127.0.0.1; `tls` without looking at the certificate. `from` is the address of this
+  /// machine that it comes from, where that matters.
+  explicit RawClient(std::uint16_t port, bool tls = false, int receiveBuffer = 0, const char* from = nullptr);
   ~RawClient();
   RawClient(RawClient&&) noexcept;
 

@@ -109,7 +109,7 @@ TEST_F(Robustness, HalfHandshakesDoNoHarm) {
 
 TEST_F(Robustness, HandshakeWithoutAKeyIsRefused) {
   RawClient client(server.port());
-  client.sendBytes("GET / HTTP/1.1\r\nHost: x\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n\r\n");
+  client.sendBytes("GET / HTTP/1.1\r\nHost: localhost\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n\r\n");
   EXPECT_EQ(client.receiveRest().substr(0, 12), "HTTP/1.1 400");
   expectAlive();
 }

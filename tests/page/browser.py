@@ -11,6 +11,7 @@ import tempfile
 import time
 
 PATIENCE = 60  # seconds until something that has to come is given up
+STRANGER = "stranger.example"
 
 # One program, no window, nothing but this machine.
 ARGUMENTS = """
@@ -40,7 +41,8 @@ class Browser:
             raise Failure("there is no chromium; run script/bootstrap")
         self._folder = tempfile.TemporaryDirectory(prefix="orv-browser-", ignore_cleanup_errors=True)
         arguments = [program, *ARGUMENTS, f"--user-data-dir={self._folder.name}/profile",
-                     "--host-resolver-rules=MAP * ~NOTFOUND , EXCLUDE 127.0.0.1"]
+                     # A name of someone else that leads to this machine.
+                     f"--host-resolver-rules=MAP {STRANGER} 127.0.0.1 , MAP * ~NOTFOUND , EXCLUDE 127.0.0.1"]
         if os.geteuid() == 0:
             arguments.append("--no-sandbox")
         self._next, self._input, self.events = 1, b"", []

@@ -4,11 +4,13 @@
 Usage: check_page.py SERVER
 """
 
+import http.server
 import json
 import sys
+import threading
 import traceback
 
-from browser import Browser, Failure
+from browser import STRANGER, Browser, Failure
 from classroom import Client, Server
 
 ROWS = "[...document.querySelectorAll('#rows tr:not(.gap)')]"
@@ -276,9 +278,63 @@ def check(browser, program, scheme):
         lesson.page.close()
 
 
+class Elsewhere:
+    """An empty page of another origin; use it in a with statement."""
+
+    def __init__(self):
+        class Empty(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                self.send_response(200)
+                self.send_header("Content-Type", "text/html")
+                self.end_headers()
+                self.wfile.write(b"<!doctype html><title>elsewhere</title>")
+
+            def log_message(self, *_):
+                pass
+
+        self._server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Empty)
+        self.port = self._server.server_address[1]
+
+    def __enter__(self):
+        threading.Thread(target=self._server.serve_forever, daemon=True).start()
+        return self
+
+    def __exit__(self, *_):
+        self._server.shutdown()
+        self._server.server_close()
+
+
+def opens_socket(page, address):
+    """Whether a page can open a WebSocket."""
+    return page.value(f"""new Promise((resolve) => {{
+      const socket = new WebSocket({json.dumps(address)});
+      socket.onopen = () => {{ socket.close(); resolve(true); }};
+      socket.onerror = () => resolve(false);
+    }})""")
+
+
+def check_strangers(browser, program):
+    """No page of someone else opens a socket of the server, the server's own does."""
+    print("strangers", flush=True)
+    with Server(program) as server, Elsewhere() as elsewhere:
+        page = browser.open(f"http://127.0.0.1:{elsewhere.port}/")
+        for host in ("127.0.0.1", "localhost", STRANGER):
+            expect(opens_socket(page, f"ws://{host}:{server.port}/"), False, f"a socket of another page to {host}")
+        page.close()
+        # Under a name that leads here the page is of one origin with the server.
+        page = browser.open(f"http://{STRANGER}:{server.port}/")
+        expect(opens_socket(page, f"ws://{STRANGER}:{server.port}/"), False, "a socket under a name led here")
+        page.close()
+        expect(server.control({"push": "Dev.Nothing"})["counters"]["opened"], 0, "sockets that were opened")
+        page = browser.open(server.page)
+        expect(opens_socket(page, server.url + "/"), True, "a socket of the server's own page")
+        page.close()
+
+
 def main():
     try:
         with Browser() as browser:
+            check_strangers(browser, sys.argv[1])
             for scheme in ("light", "dark"):
                 check(browser, sys.argv[1], scheme)
     except Exception:  # the reason of a failed test is what matters
