@@ -153,10 +153,9 @@ void QXCourseManager::loadLiveCourseWithPage_courseStatus_retryCount(std::int64_
         const json::object* const values = looseObject(member(reply, "v"));
         if (!success || values == nullptr) return retryLivePage(load);
         const json::array* const items = looseArray(member(values, "data"));
-        catalogue_->merges->post([this, load,
-                                  courses = items != nullptr
-                                                ? json::array(*items, json::storage_ptr())
-                                                : json::array()] { mergeLiveCoursePage(load, courses); });
+        catalogue_->merges->post([this, load, courses = items != nullptr ? *items : json::array()] {
+          mergeLiveCoursePage(load, courses);
+        });
       },
       [this, inFlight, load](const auto&) {
         inFlight->signal();

@@ -109,9 +109,7 @@ void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std
             const json::array* const items = looseArray(member(looseObject(member(reply, "v")), "data"));
             if (!success || items == nullptr) return retryRecordPage(load);
             // The main thread only copies the page; the rest is the workers'.
-            catalogue_->merges->post([this, load, courses = json::array(*items, json::storage_ptr())] {
-              mergeRecordPage(load, courses);
-            });
+            catalogue_->merges->post([this, load, courses = *items] { mergeRecordPage(load, courses); });
           },
           [this, inFlight, load](const auto&) {
             inFlight->signal();

@@ -32,10 +32,23 @@ inline constexpr std::size_t kMaxJsonDepth = 512;
 /// Integers come as signed, else unsigned 64-bit numbers if they fit, and as correctly rounded doubles if they
 /// do not or if they have a fraction or an exponent. Members keep their order.
 ///
-/// The values of a long text share one chain of blocks, which is freed as a whole when all that was moved out of
-/// the result is gone, and which does not reuse what is replaced in it meanwhile; copies are independent of it.
-/// What is kept for long is therefore better copied than moved out. Any thread.
+/// The values lie in the default memory resource of Boost.JSON, each by itself: they and their copies can be kept,
+/// changed and dropped on any thread. They take from twice the memory of their text to twelve times (arrays of short
+/// numbers), and while they are built twice that. Any thread.
 ORV_EXPORT Result<json::value> parseJson(std::string_view text);
+
+/// The values of a text, and what they take of memory, in bytes.
+struct MeasuredJson {
+  json::value value;
+  std::size_t bytes = 0;
+};
+
+/// Reads a text as `parseJson` does, with a bound: it is an error, too, when the values would take more than `most`
+/// bytes of memory, what is needed to build them included. For texts of others, who can write a few bytes for each
+/// value. Reading stops where the bound is reached. Any thread.
+/// @param text the JSON text, UTF-8
+/// @param most the bound in bytes; the text itself does not count
+ORV_EXPORT Result<MeasuredJson> parseJsonWithin(std::string_view text, std::size_t most);
 
 /// Writes an array or a dictionary, its members in their order, indented by two blanks a level, with a blank
 /// on both sides of each colon and no line feed at the end. "/" is escaped, non-ASCII text is not. Real

@@ -16,9 +16,9 @@ std::shared_ptr<const ReplyFrame> notAFrame(Error error) {
 }  // namespace
 
 std::shared_ptr<const ReplyFrame> ReplyFrame::read(std::string_view message) {
-  auto parsed = parseJson(message);
+  auto parsed = parseJsonWithin(message, kMostMemory);
   if (!parsed) return notAFrame(std::move(parsed).error());
-  const auto* dictionary = parsed->if_object();
+  const auto* dictionary = parsed->value.if_object();
   if (dictionary == nullptr) return notAFrame({"OrvFrame", 1, "the message is not a dictionary"});
   const auto* values = member(*dictionary, "v");
   if (values != nullptr && !values->is_object() && !values->is_null()) {
@@ -29,7 +29,8 @@ std::shared_ptr<const ReplyFrame> ReplyFrame::read(std::string_view message) {
   frame->command = looseString(member(*dictionary, "C"));
   frame->timestamp = truncateToInt64(looseDouble(member(*dictionary, "s")));
   if (values != nullptr && values->is_object()) frame->ret = looseInt32(member(values->get_object(), "ret"));
-  frame->root = *std::move(parsed);
+  frame->root = std::move(parsed->value);
+  frame->memory = parsed->bytes;
   return frame;
 }
 

@@ -13,6 +13,10 @@ namespace orv {
 
 /// A text message of the server, read as a reply or push frame.
 struct ReplyFrame {
+  /// A message whose values would take more memory than this is no frame. It takes some millions of values; those of
+  /// the largest replies are some thousands.
+  static constexpr std::size_t kMostMemory = std::size_t{128} << 20;
+
   /// The frame, or absent when the message is not JSON, not a dictionary, or holds a "v" that is not one.
   std::optional<json::value> root;
   /// Why there is no frame.
@@ -23,6 +27,8 @@ struct ReplyFrame {
   std::int64_t timestamp = 0;
   /// "v"."ret": the result code; 0 when there is none.
   std::int32_t ret = 0;
+  /// What `root` takes of memory, in bytes.
+  std::size_t memory = 0;
 
   bool isFrame() const { return root.has_value(); }
   bool succeeded() const { return ret == 0; }

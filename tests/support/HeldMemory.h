@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstddef>
+
+namespace orv::test {
+
+/// How many bytes the whole program holds that it got from `operator new` and has not given back, counted exactly, on
+/// all threads. Linking this in replaces `operator new` and `operator delete` of the program.
+std::size_t heldBytes();
+
+/// The most that was held at one time since the start, or since `forgetMostHeld`.
+std::size_t mostHeldBytes();
+void forgetMostHeld();
+
+}  // namespace orv::test
