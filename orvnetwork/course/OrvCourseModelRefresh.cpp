@@ -54,13 +54,14 @@ void complete(const std::weak_ptr<Record>& course, bool success, const json::obj
 void OrvCourseModel::refreshCourseInfoWithCompleteBlock(RefreshBlock completeBlock) {
   const std::int64_t copyInCloud = orv_cloudRoomID;
   const bool isPublished = orv_local && publishStatus == publish_status::kPublished && copyInCloud > 0;
-  const auto block = std::make_shared<const RefreshBlock>(std::move(completeBlock));
+  // The request alone holds it: it ends on the main thread.
+  auto block = std::make_shared<const RefreshBlock>(std::move(completeBlock));
+  auto completion = [course = weak_from_this(), block](const auto&, bool success, const json::object& reply) {
+    complete(course, success, reply, *block);
+  };
+  auto expiry = [block = std::move(block)](const auto&) { call(*block, false, "timeout", nullptr); };
   QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock(
-      std::to_string(isPublished ? copyInCloud : roomID.get()),
-      [course = weak_from_this(), block](const auto&, bool success, const json::object& reply) {
-        complete(course, success, reply, *block);
-      },
-      [block](const auto&) { call(*block, false, "timeout", nullptr); });
+      std::to_string(isPublished ? copyInCloud : roomID.get()), std::move(completion), std::move(expiry));
 }
 
 }  // namespace orv

@@ -10,6 +10,8 @@
 #include <orvnetwork/transport/QXNotification.h>
 
 #include <chrono>
+#include <memory>
+#include <utility>
 
 namespace orv {
 
@@ -30,6 +32,10 @@ std::vector<std::int64_t> confirmedRooms(const json::object* frame) {
     if (room > 0 && looseInt64(member(data, "code")) == 0) rooms.push_back(room);
   }
   return rooms;
+}
+
+void tellUpdate(const QXCourseManager::UpdateHandler& handler, const QXCourseManager::Course& result) {
+  if (handler) runGuarded("the handler of a course's update", [&] { handler(result); });
 }
 
 void postListChanged() {
@@ -64,27 +70,27 @@ void QXCourseManager::courseCreateFinishedNotification(const Notification& notif
 }
 
 void QXCourseManager::updateCourse_withHandler(const Course& course, UpdateHandler handler) {
-  const auto tell = [handler = std::move(handler)](const Course& result) {
-    if (handler) runGuarded("the handler of a course's update", [&] { handler(result); });
-  };
   if (course == nullptr || course->roomID <= 0 || !live_type::isLive(course->liveType)) {
-    return tell(nullptr);
+    return tellUpdate(handler, nullptr);
   }
-  QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock(
-      courseKey(course->roomID),
-      [this, course, tell](const auto&, bool success, const json::object& reply) {
-        const json::object* const values = looseObject(member(reply, "v"));
-        const json::value* const error = member(values, "err");
-        if (!success || (error != nullptr && !error->is_null())) return tell(nullptr);
-        // The main thread waits neither for the catalogue nor for the disk.
-        const json::value* const data = member(values, "data");
-        catalogue_->merges->post(
-            [this, course, tell, data = data != nullptr ? json::value(*data, json::storage_ptr()) : nullptr] {
-              takeUpdate(course, data);
-              Platform::current().mainQueue().post([course, tell] { tell(course); });
-            });
-      },
-      [tell](const auto&) { tell(nullptr); });
+  // Shared, and handed on from step to step: the last one to hold it is on the main thread, where it is called.
+  auto shared = std::make_shared<const UpdateHandler>(std::move(handler));
+  auto complete = [this, course, shared](const auto&, bool success, const json::object& reply) {
+    const json::object* const values = looseObject(member(reply, "v"));
+    const json::value* const error = member(values, "err");
+    if (!success || (error != nullptr && !error->is_null())) return tellUpdate(*shared, nullptr);
+    // The main thread waits neither for the catalogue nor for the disk.
+    const json::value* const data = member(values, "data");
+    catalogue_->merges->post(
+        [this, course, shared, data = data != nullptr ? *data : json::value()]() mutable {
+          takeUpdate(course, data);
+          Platform::current().mainQueue().post(
+              [course, shared = std::move(shared)] { tellUpdate(*shared, course); });
+        });
+  };
+  auto expire = [shared = std::move(shared)](const auto&) { tellUpdate(*shared, nullptr); };
+  QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock(courseKey(course->roomID), std::move(complete),
+                                                        std::move(expire));
 }
 
 void QXCourseManager::takeUpdate(const Course& course, const json::value& data) {

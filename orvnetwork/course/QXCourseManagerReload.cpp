@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace orv {
 
@@ -25,7 +26,7 @@ std::string baseFolder(const std::shared_ptr<OrvUserInfoModel>& user) {
 
 void QXCourseManager::reload() {
   QXUserInfoMgr& users = QXUserInfoMgr::getInstance();
-  std::vector<CourseRequest> dropped;  // Their callbacks are destroyed when nothing is locked any more.
+  std::vector<CourseRequest> dropped;
   Catalogue& catalogue = *catalogue_;
   {
     const SemaphoreHold held(catalogue.dataSemaphore);
@@ -40,6 +41,8 @@ void QXCourseManager::reload() {
     catalogue.currentUserID = userID;
     catalogue.currentClassroomID = classroom;
   }
+  // Their callbacks are destroyed where they would have been called, with nothing locked.
+  if (!dropped.empty()) catalogue.workers.load()->post([left = std::move(dropped)] {});
   queue().post([&catalogue] { catalogue.ensureLoaded(); });
 }
 

@@ -76,8 +76,10 @@ void Console::write(std::string_view line) {
       held.lines.emplace_back(line);
       return;
     }
+    // Let go of when the turn has ended: a sink that replaces itself may write while it is destroyed.
+    SharedSink sink;
     const std::scoped_lock lock(state().turn);
-    const SharedSink sink = currentSink();
+    sink = currentSink();
     if (sink == nullptr) {
       return writeToStandardError(line);
     }

@@ -3,6 +3,8 @@
 #include <orvnetwork/platform/Executor.h>
 
 #include <functional>
+#include <type_traits>
+#include <utility>
 
 namespace orv {
 
@@ -41,6 +43,15 @@ class ORV_EXPORT MainQueue : public Executor {
   /// A descriptor that is readable whenever tasks wait. Watch it level-triggered, for reading only, and never
   /// read from it: `drain()` does. It stays the same for the life of the process. Any thread.
   virtual int wakeUpDescriptor() = 0;
+
+  /// Destroys something on the main thread: at once when it is called there, else behind what waits. For closures
+  /// of the host that will not be called any more, since what they hold may belong to the main thread. Any thread.
+  template <typename Thing>
+  requires(std::is_nothrow_move_constructible_v<Thing> &&
+           !std::is_lvalue_reference_v<Thing>) void destroyThere(Thing&& thing) {
+    Thing taken = std::move(thing);
+    if (!isCurrent()) post([left = std::move(taken)] {});
+  }
 
   /// Installs a function that is called, on any thread, each time that tasks begin to wait: it must arrange
   /// for the host's loop to call `drain()` on the main thread soon, and must not call it itself. An empty

@@ -65,10 +65,13 @@ class ObserverList {
   }
 
   void leave(Observer& observer) {
+    NotificationCenter::Callback spent;
     {
       const std::lock_guard lock(mutex_);
       const auto mine = std::ranges::find(observer.runningOn, std::this_thread::get_id());
       observer.runningOn.erase(mine);
+      // It was removed by its own call: the observers behind it need not be waited for.
+      if (observer.removed && observer.runningOn.empty()) spent = std::move(observer.callback);
     }
     idle_.notify_all();
   }

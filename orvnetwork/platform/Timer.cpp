@@ -48,11 +48,13 @@ class ScheduledTimer final : public Timer, public std::enable_shared_from_this<S
     {
       const std::lock_guard lock(mutex_);
       if (!valid_.exchange(false, std::memory_order_acq_rel)) return;
-      // Destroyed outside the lock: what the action holds may call back here.
+      // Destroyed outside the lock, since what the action holds may call back here, and on the main thread.
       spent = std::move(action_);
       handle = handle_;
     }
-    Platform::current().delays().cancel(handle);
+    auto& platform = Platform::current();
+    platform.delays().cancel(handle);
+    if (spent) platform.mainQueue().destroyThere(std::move(spent));
   }
 
   bool isValid() const override { return valid_.load(std::memory_order_acquire); }

@@ -27,7 +27,8 @@ class ORV_EXPORT Timer {
   /// schedule. Does nothing on an invalid timer. The timer counts as valid while the action runs.
   virtual void fire() = 0;
 
-  /// Ends the timer. Any thread, any number of times, also from inside the action.
+  /// Ends the timer. Any thread, any number of times, also from inside the action. The action is destroyed on the
+  /// main thread: before this returns when it is called there and not from inside the action.
   virtual void invalidate() = 0;
 
   /// Whether it will still fire, or its action runs. Any thread.

@@ -1,14 +1,15 @@
 #include "orvnetwork/testing/SimulatedReachability.h"
 
 #include <memory>
+#include <utility>
 
 namespace orv::testing {
 
-SimulatedReachability::SimulatedReachability(Scheduler& scheduler, Executor& mainQueue)
+SimulatedReachability::SimulatedReachability(Scheduler& scheduler, MainQueue& mainQueue)
     : mainQueue_(mainQueue), lane_(scheduler.makeLane(LaneKind::Link, "reachability")) {}
 
 void SimulatedReachability::startMonitoring(Callback callback) {
-  watch_->callback = std::move(callback);
+  replace(std::move(callback));
   if (withheld_) {
     return;
   }
@@ -21,7 +22,11 @@ void SimulatedReachability::startMonitoring(Callback callback) {
 
 void SimulatedReachability::stopMonitoring() {
   ++watch_->generation;
-  watch_->callback = nullptr;
+  replace(nullptr);
+}
+
+void SimulatedReachability::replace(Callback callback) {
+  mainQueue_.destroyThere(std::exchange(watch_->callback, std::move(callback)));
 }
 
 void SimulatedReachability::report(ReachabilityStatus status) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Reachability.h>
 #include <orvnetwork/testing/Scheduler.h>
 
@@ -13,7 +14,7 @@ namespace orv::testing {
 ///     platform.reachability().report(ReachabilityStatus::NotReachable);   // the cable is pulled
 class ORV_EXPORT SimulatedReachability final : public Reachability {
  public:
-  SimulatedReachability(Scheduler& scheduler, Executor& mainQueue);
+  SimulatedReachability(Scheduler& scheduler, MainQueue& mainQueue);
 
   /// The server whose route counts; here it is only noted, for `server()`.
   void setServer(const OptionalString& url) override { server_ = url; }
@@ -44,8 +45,9 @@ class ORV_EXPORT SimulatedReachability final : public Reachability {
     std::uint64_t generation = 0;  // counts the stops
   };
   static void post(Executor& mainQueue, const std::shared_ptr<Watch>& watch);
+  void replace(Callback callback);
 
-  Executor& mainQueue_;
+  MainQueue& mainQueue_;
   const std::shared_ptr<Lane> lane_;
   const std::shared_ptr<Watch> watch_ = std::make_shared<Watch>();
   OptionalString server_;

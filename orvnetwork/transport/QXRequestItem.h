@@ -12,7 +12,8 @@ class QXRequestItem;
 
 /// Called on the main thread when the reply to a request has come: with the request, whether "v"."ret" of the
 /// reply is 0 (a missing one counts as 0), and the whole reply frame ("C", "s", "v"). The frame lives only as
-/// long as the call; copy what is to be kept. May be empty.
+/// long as the call; copy what is to be kept, which is then like any other value. May be empty. What it holds is
+/// destroyed on the main thread.
 using CompleteBlock =
     std::function<void(const std::shared_ptr<QXRequestItem>& item, bool success, const json::object& reply)>;
 
@@ -31,7 +32,7 @@ class ORV_EXPORT QXRequestItem {
   /// The dotted command name, for example "User.Post.Login".
   OptionalString command;
   /// The text that is sent; absent when the values could not be written as JSON. Once the item has been sent it
-  /// must not be changed: the network thread reads it without a copy.
+  /// must not be changed: the main thread reads it.
   OptionalString jsonString;
   /// Hears the reply. May be empty.
   CompleteBlock completeBlock;

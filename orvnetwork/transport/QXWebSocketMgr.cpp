@@ -120,15 +120,17 @@ void QXWebSocketMgr::send(const OptionalString& text) {
   if (text) writeToSocket(std::make_shared<const std::string>(*text));
 }
 
-void QXWebSocketMgr::sendRequestItem(const std::shared_ptr<QXRequestItem>& item) {
+void QXWebSocketMgr::sendRequestItem(std::shared_ptr<QXRequestItem> item) {
   if (!item) return;
   if (isOpen()) {
-    requests_->submit(item);
+    requests_->submit(std::move(item));
     return;
   }
   QXFileLog::standard().log("WebSocket is closed, ignore sendRequestItem:%@", item->command);
   reconnect();
   if (item->timeoutBlock) runGuarded("time-out callback", [&] { item->timeoutBlock(item); });
+  // What the callbacks hold is let go on the main thread, for which they were made.
+  Platform::current().mainQueue().destroyThere(std::move(item));
 }
 
 void QXWebSocketMgr::transmit(const std::shared_ptr<QXRequestItem>& item) {
@@ -136,8 +138,8 @@ void QXWebSocketMgr::transmit(const std::shared_ptr<QXRequestItem>& item) {
     QXFileLog::standard().log("send failed, websocket is not opening!");
     return;
   }
-  // The item keeps its text alive while the socket has it: no copy.
-  if (item->jsonString) writeToSocket({item, &*item->jsonString});
+  // A copy: what waits in the socket must not hold the item, and with it what the host's callbacks hold.
+  if (item->jsonString) writeToSocket(std::make_shared<const std::string>(*item->jsonString));
 }
 
 void QXWebSocketMgr::autoReconnect() {

@@ -107,7 +107,10 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// (code 1000, 1001 or 10031) holds the request until a session is there, however long that takes, and then
   /// sends it again. A request with the identifier of one that is outstanding takes its place, and the earlier
   /// one's callbacks are never called.
-  void sendRequestItem(const std::shared_ptr<QXRequestItem>& item);
+  ///
+  /// The item is let go of on the main thread, as soon as its callback has returned: a caller on another thread that
+  /// moves it in lets nothing of its callbacks end there.
+  void sendRequestItem(std::shared_ptr<QXRequestItem> item);
 
   /// Whether automatic attempts have been made since the link was last up.
   bool isAutoReconnecting() const { return retryTimes_ != 0; }

@@ -1,5 +1,6 @@
 #include "orvnetwork/platform/native/network/NativeReachability.h"
 
+#include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/native/network/LoopbackUrl.h>
 #include <orvnetwork/platform/native/network/NetworkWatcher.h>
 #include <orvnetwork/platform/native/threads/ServiceThread.h>
@@ -8,6 +9,7 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace orv {
 
@@ -16,7 +18,7 @@ namespace {
 class NativeReachability final : public Reachability {
  public:
   NativeReachability(Executor& mainQueue, NativeReachabilityOptions options)
-      : watcher_(mainQueue, std::move(options), subscription_) {}
+      : mainQueue_(mainQueue), watcher_(mainQueue, std::move(options), subscription_) {}
 
   ~NativeReachability() override {
     subscription_->stop();
@@ -29,7 +31,7 @@ class NativeReachability final : public Reachability {
   }
 
   void startMonitoring(Callback callback) override {
-    subscription_->start(std::move(callback));
+    letGo(subscription_->start(std::move(callback)));
     const std::lock_guard lock(threadMutex_);
     const int error = thread_.joinable() ? 0 : startThread();
     if (error == 0) return watcher_.wake();
@@ -37,11 +39,16 @@ class NativeReachability final : public Reachability {
   }
 
   void stopMonitoring() override {
-    subscription_->stop();
+    letGo(subscription_->stop());
     watcher_.wake();
   }
 
  private:
+  /// What a callback holds may belong to the main thread, on which it was called.
+  void letGo(ReachabilitySubscription::SharedCallback callback) {
+    if (callback && !MainQueue::instance().isCurrent()) mainQueue_.post([left = std::move(callback)] {});
+  }
+
   /// Returns 0 or the number of the error.
   int startThread() {
     if (!watcher_.isUsable()) return EMFILE;
@@ -53,6 +60,7 @@ class NativeReachability final : public Reachability {
     }
   }
 
+  Executor& mainQueue_;
   const std::shared_ptr<ReachabilitySubscription> subscription_ =
       std::make_shared<ReachabilitySubscription>();
   NetworkWatcher watcher_;

@@ -7,22 +7,22 @@ void ReachabilitySubscription::setServerIsOnThisMachine(bool isHere) {
   serverIsHere_ = isHere;
 }
 
-void ReachabilitySubscription::start(Reachability::Callback callback) {
-  beginPeriod(callback ? std::make_shared<const Reachability::Callback>(std::move(callback)) : nullptr, true);
+ReachabilitySubscription::SharedCallback ReachabilitySubscription::start(Reachability::Callback callback) {
+  return beginPeriod(callback ? std::make_shared<const Reachability::Callback>(std::move(callback)) : nullptr,
+                     true);
 }
 
-void ReachabilitySubscription::stop() {
-  beginPeriod(nullptr, false);
+ReachabilitySubscription::SharedCallback ReachabilitySubscription::stop() {
+  return beginPeriod(nullptr, false);
 }
 
-void ReachabilitySubscription::beginPeriod(SharedCallback callback, bool monitoring) {
-  {
-    const std::lock_guard lock(mutex_);
-    ++period_;
-    monitoring_ = monitoring;
-    callback_.swap(callback);
-  }
-  // The old callback is the host's code: it is destroyed here, without the lock.
+ReachabilitySubscription::SharedCallback ReachabilitySubscription::beginPeriod(SharedCallback callback,
+                                                                               bool monitoring) {
+  const std::lock_guard lock(mutex_);
+  ++period_;
+  monitoring_ = monitoring;
+  callback_.swap(callback);
+  return callback;
 }
 
 ReachabilitySubscription::Period ReachabilitySubscription::monitoredPeriod() const {

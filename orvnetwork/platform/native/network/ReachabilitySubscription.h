@@ -24,8 +24,11 @@ class ReachabilitySubscription {
   using Period = std::uint64_t;
 
   void setServerIsOnThisMachine(bool isHere);
-  void start(Reachability::Callback callback);
-  void stop();
+  /// Both return the callback that was in force, which is the host's: it is for the caller to let it go, with no lock
+  /// held.
+  using SharedCallback = std::shared_ptr<const Reachability::Callback>;
+  SharedCallback start(Reachability::Callback callback);
+  SharedCallback stop();
 
   /// The current period if reports are wanted in it, else 0.
   Period monitoredPeriod() const;
@@ -35,8 +38,7 @@ class ReachabilitySubscription {
   void deliver(Period period, NetworkFacts facts) const;
 
  private:
-  using SharedCallback = std::shared_ptr<const Reachability::Callback>;
-  void beginPeriod(SharedCallback callback, bool monitoring);
+  SharedCallback beginPeriod(SharedCallback callback, bool monitoring);
 
   mutable std::mutex mutex_;
   bool serverIsHere_ = false;

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -116,11 +117,13 @@ void NativeMainQueue::signalIfArmed(std::unique_lock<std::mutex>& lock) {
 
 void NativeMainQueue::callWaker(std::unique_lock<std::mutex>& lock) {
   if (!waker_) return;
-  const auto waker = waker_;
+  auto waker = waker_;
   const auto self = std::this_thread::get_id();
   wakerRunsOn_.push_back(self);
   lock.unlock();
-  runGuarded("main queue waker", waker);
+  runGuarded("main queue waker", *waker);
+  // It may have taken itself away: what it holds ends without the lock.
+  waker = nullptr;
   lock.lock();
   wakerRunsOn_.erase(std::ranges::find(wakerRunsOn_, self));
   wakerIdle_.notify_all();
@@ -133,8 +136,9 @@ void NativeMainQueue::waitForSignal() {
 }
 
 void NativeMainQueue::setWaker(std::function<void()> waker) {
+  auto former = waker ? std::make_shared<const std::function<void()>>(std::move(waker)) : nullptr;
   std::unique_lock lock(mutex_);
-  waker_.swap(waker);
+  waker_.swap(former);
   // The old one must not be running any more when its owner thinks it gone.
   wakerIdle_.wait(lock, [this] {
     return std::ranges::all_of(wakerRunsOn_, [](auto id) { return id == std::this_thread::get_id(); });

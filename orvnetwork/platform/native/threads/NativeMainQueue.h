@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -45,7 +46,7 @@ class NativeMainQueue final : public MainQueue {
 
   std::mutex mutex_;
   std::deque<Task> incoming_;
-  std::function<void()> waker_;
+  std::shared_ptr<const std::function<void()>> waker_;
   std::vector<std::thread::id> wakerRunsOn_;
   std::condition_variable wakerIdle_;
   bool armed_ = true;       // nobody drains: the next post has to signal
