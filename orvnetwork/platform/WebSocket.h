@@ -22,6 +22,10 @@ struct WebSocketMessage {
   bool isText = true;
   /// What `WebSocketRequest::prepare` made of the payload; empty when there is no such function.
   std::any prepared;
+  /// The message's share of what may wait for the main thread: a socket whose messages hold too much is not read until
+  /// some of them are dropped. It goes with the message; who puts aside for a while what was made of it puts this beside it. May
+  /// be empty.
+  std::shared_ptr<void> share{};
 };
 
 /// Hears what happens to a socket. Every call comes on the main queue, in the order in which things happened.
@@ -65,6 +69,9 @@ struct WebSocketRequest {
   /// Called with each text message on the socket's own thread before the message is queued for the main
   /// thread, so that costly decoding stays off it. Must not touch anything that belongs to another thread.
   std::function<std::any(std::string_view payload)> prepare;
+  /// How much memory, in bytes, that takes which `prepare` made. It counts with the payload for what may wait for the
+  /// main thread. Called after `prepare`, on the same thread; empty: nothing but the payload counts.
+  std::function<std::size_t(const std::any& prepared)> sizeOfPrepared{};
 };
 
 /// A WebSocket client for one connection; it cannot be opened twice. Made by `Platform::makeWebSocket`. All

@@ -27,6 +27,13 @@ std::any readFrame(std::string_view message) {
   return ReplyFrame::read(message);
 }
 
+std::size_t sizeOfFrame(const std::any& prepared) {
+  const auto* const frame = std::any_cast<std::shared_ptr<const ReplyFrame>>(&prepared);
+  // Beside its values a frame takes its own place and those of what shares it.
+  constexpr std::size_t kFrameItself = sizeof(ReplyFrame) + 64;
+  return frame != nullptr ? (*frame)->memory + kFrameItself : 0;
+}
+
 }  // namespace
 
 QXWebSocketMgr& QXWebSocketMgr::standard() {
@@ -79,6 +86,7 @@ void QXWebSocketMgr::reconnect() {
     old->close();
   }
   request.prepare = readFrame;
+  request.sizeOfPrepared = sizeOfFrame;
   const auto fresh = platform.makeWebSocket(std::move(request));
   fresh->setDelegate(this);
   {

@@ -152,7 +152,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   void sendFirstPing();
   void startKeepAlive();
   void receivedPong(const WebSocket& socket);
-  void dispatch(std::shared_ptr<const ReplyFrame> frame);
+  void dispatch(std::shared_ptr<const ReplyFrame> frame, std::shared_ptr<void> share);
   void scheduleRetry(const Error& error);
   void armRetry(TimerPointer& slot, double seconds, std::function<void()> action);
   void networkStatusChanged(ReachabilityStatus status);

@@ -79,7 +79,7 @@ void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMes
   if (!isCurrent(socket)) return;
   auto frame = frameOf(message);
   if (frame->isFrame()) {
-    dispatch(std::move(frame));
+    dispatch(std::move(frame), std::move(message.share));
   } else if (message.isText && message.payload == "PONG") {
     receivedPong(socket);
   } else {
@@ -87,7 +87,7 @@ void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMes
   }
 }
 
-void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame) {
+void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame, std::shared_ptr<void> share) {
   struct Push {
     std::string_view command;
     std::string_view notification;
@@ -108,7 +108,7 @@ void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame) {
     if (!push.notification.empty()) post(push.notification, &frame->dictionary());
     return;
   }
-  requests_->answer(std::move(frame));
+  requests_->answer(std::move(frame), std::move(share));
 }
 
 void QXWebSocketMgr::webSocket_didFailWithError(WebSocket& socket, const Error& error) {

@@ -12,7 +12,25 @@ namespace {
 
 using namespace test;
 
-using NativeWebSocketMessages = WebSocketTest;
+class NativeWebSocketMessages : public WebSocketTest {
+ protected:
+  /// Another socket shares the network thread: while it gets answers, the first one could be read.
+  void exchangeOnAnotherSocket(int times) {
+    PumpedExecutor otherQueue;
+    RecordingDelegate own;
+    auto other = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, otherQueue);
+    other->setDelegate(&own);
+    other->open();
+    RawPeer otherPeer = listener.accept();
+    otherPeer.acceptHandshake();
+    for (int i = 0; i < times; ++i) {
+      otherPeer.send(frameBytes(opcode::kPing, ""));
+      ASSERT_TRUE(otherPeer.readFrame().has_value());
+    }
+    otherPeer.close();
+    EXPECT_TRUE(otherQueue.pumpUntil([&] { return own.ended(); }));
+  }
+};
 
 TEST_F(NativeWebSocketMessages, SendsEachTextAsOneMaskedFrame) {
   RawPeer peer = openToPeer();
@@ -199,24 +217,53 @@ TEST_F(NativeWebSocketMessages, IsNotReadWhileTooMuchWaitsForTheMainThread) {
   std::string burst;
   for (int i = 0; i < kCount; ++i) burst += frameBytes(opcode::kText, std::to_string(i));
   peer.send(burst);
-  // Another socket shares the network thread: while it gets answers, the first one could be read.
-  PumpedExecutor otherQueue;
-  RecordingDelegate own;
-  auto other = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, otherQueue);
-  other->setDelegate(&own);
-  other->open();
-  RawPeer otherPeer = listener.accept();
-  otherPeer.acceptHandshake();
   ASSERT_TRUE(mainQueue.waitForQueued(5));
-  for (int i = 0; i < 200; ++i) {
-    otherPeer.send(frameBytes(opcode::kPing, ""));
-    ASSERT_TRUE(otherPeer.readFrame().has_value());
-  }
+  exchangeOnAnotherSocket(200);
   EXPECT_LT(mainQueue.queued(), 20u);
   EXPECT_TRUE(waitForEvent("text " + std::to_string(kCount - 1)));
   EXPECT_EQ(delegate.events.size(), 1u + kCount);
-  otherPeer.close();
-  EXPECT_TRUE(otherQueue.pumpUntil([&] { return own.ended(); }));
+}
+
+TEST_F(NativeWebSocketMessages, AMessageThatDoesNotFitBesideThoseThatWaitIsReadOnlyInPart) {
+  limits.undeliveredBytes = std::size_t{1} << 20;
+  RawPeer peer = openToPeer();
+  const std::string large(std::size_t{700} << 10, 'x');
+  std::thread sending([&] {
+    for (int i = 0; i < 4; ++i) peer.send(frameBytes(opcode::kText, std::to_string(i) + large));
+  });
+  ASSERT_TRUE(mainQueue.waitForQueued(1));
+  exchangeOnAnotherSocket(200);
+  EXPECT_EQ(mainQueue.queued(), 1u);
+  EXPECT_TRUE(waitForEvent("text 3" + large));
+  sending.join();
+  EXPECT_EQ(delegate.events.size(), 5u);
+}
+
+TEST_F(NativeWebSocketMessages, AMessageBeyondTheBoundIsReadWhenItIsAlone) {
+  limits.undeliveredBytes = 1000;
+  RawPeer peer = openToPeer();
+  const std::string large(std::size_t{4} << 20, 'x');
+  std::thread sending([&] {
+    for (const char* name : {"a", "b", "c"}) peer.send(frameBytes(opcode::kText, name + large));
+  });
+  EXPECT_TRUE(waitForEvent("text c" + large));
+  sending.join();
+  EXPECT_EQ(delegate.events, (Events{"opened", "text a" + large, "text b" + large, "text c" + large}));
+}
+
+TEST_F(NativeWebSocketMessages, WhatIsMadeOfAMessageCountsForAsLongAsItsShareIsHeld) {
+  limits.undeliveredBytes = std::size_t{1} << 20;
+  request.prepare = [](std::string_view text) -> std::any { return std::string(text); };
+  request.sizeOfPrepared = [](const std::any&) { return std::size_t{700} << 10; };
+  delegate.keepsShares = true;
+  RawPeer peer = openToPeer(frameBytes(opcode::kText, "0") + frameBytes(opcode::kText, "1") +
+                            frameBytes(opcode::kText, "2") + frameBytes(opcode::kText, "3"));
+  EXPECT_TRUE(waitForEvent("text 1"));
+  exchangeOnAnotherSocket(200);
+  EXPECT_EQ(mainQueue.queued(), 0u);
+  delegate.shares.clear();
+  EXPECT_TRUE(waitForEvent("text 3"));
+  delegate.shares.clear();
 }
 
 TEST_F(NativeWebSocketMessages, SlowPeersGetEverythingAsLongAsItFits) {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <any>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,6 +32,7 @@ class RecordingDelegate final : public WebSocketDelegate {
   void webSocket_didReceiveMessage(WebSocket&, WebSocketMessage message) override {
     events.push_back((message.isText ? "text " : "binary ") + message.payload);
     prepared.push_back(std::move(message.prepared));
+    if (keepsShares) shares.push_back(std::move(message.share));
   }
   void webSocket_didCloseWithCode_reason_wasClean(WebSocket& socket, int code, const OptionalString& reason,
                                                   bool wasClean) override {
@@ -51,6 +53,8 @@ class RecordingDelegate final : public WebSocketDelegate {
 
   std::vector<std::string> events;
   std::vector<std::any> prepared;
+  bool keepsShares = false;
+  std::vector<std::shared_ptr<void>> shares;
   Error lastError;
   WebSocketState stateWhenOpened = WebSocketState::Connecting;
   WebSocketState stateAtEnd = WebSocketState::Connecting;

@@ -36,8 +36,9 @@ void RequestTable::submit(ItemPointer item) {
       [this, item = std::move(item), submittedAt = steadyNow()] { file(item, submittedAt); });
 }
 
-void RequestTable::answer(std::shared_ptr<const ReplyFrame> reply) {
-  requestDataSyncQueue_->post([this, reply = std::move(reply)] { complete(*reply); });
+void RequestTable::answer(std::shared_ptr<const ReplyFrame> reply, std::shared_ptr<void> share) {
+  requestDataSyncQueue_->post(
+      [this, share = std::move(share), reply = std::move(reply)] { complete(*reply); });
 }
 
 void RequestTable::file(const ItemPointer& item, SteadyTime submittedAt) {

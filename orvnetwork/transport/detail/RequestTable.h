@@ -26,9 +26,10 @@ namespace orv {
 /// happens, even if the callback runs the host's loop. So no lock guards the table and no thread is switched
 /// for it.
 ///
-/// Three things grow with what the host does and are not bounded here, since a request must never be lost: the
-/// table (a request leaves it after 10 s at the latest), the held requests (they wait for a session), and what
-/// arrives while a callback runs the host's loop (it is handled when the callback returns).
+/// Two things grow with what the host does and are not bounded here, since a request must never be lost: the
+/// table (a request leaves it after 10 s at the latest) and the held requests (they wait for a session). Replies that
+/// arrive while a callback runs the host's loop wait for its return; they keep their share of what may wait for the
+/// main thread, so that the socket is not read for more than that.
 class RequestTable {
  public:
   /// How long a request waits for its reply.
@@ -46,7 +47,8 @@ class RequestTable {
   void submit(std::shared_ptr<QXRequestItem> item);
 
   /// Matches a reply with its request, soon. Any thread.
-  void answer(std::shared_ptr<const ReplyFrame> reply);
+  /// @param share the message's share of what may wait for the main thread; held until the reply has been dealt with
+  void answer(std::shared_ptr<const ReplyFrame> reply, std::shared_ptr<void> share);
 
   /// How many requests wait for a reply, how many for a session, and how many time-outs are armed. Any thread;
   /// exact on the main thread.

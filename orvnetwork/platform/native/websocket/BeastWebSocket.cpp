@@ -3,6 +3,7 @@
 #include <orvnetwork/platform/native/system/SystemRandom.h>
 #include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/IoThread.h>
+#include <orvnetwork/platform/native/websocket/MemoryReturn.h>
 
 #include <algorithm>
 #include <chrono>
@@ -152,13 +153,14 @@ void BeastWebSocket::reportWriteError() {
 // ---- Receiving
 
 void BeastWebSocket::readNext() {
-  protocol_.async_read(
-      message_, [self = shared_from_this()](const error_code& error, std::size_t) { self->onRead(error); });
+  protocol_.async_read_some(message_, 0, [self = shared_from_this()](const error_code& error, std::size_t) {
+    self->onRead(error);
+  });
 }
 
 void BeastWebSocket::onRead(const error_code& error) {
   if (!error) {
-    if (phase_ == Phase::Open) deliverMessage();
+    if (phase_ == Phase::Open && protocol_.is_message_done()) deliverMessage();
     if (!pauseReading()) readNext();
     return;
   }
@@ -166,27 +168,36 @@ void BeastWebSocket::onRead(const error_code& error) {
   if (phase_ == Phase::Parting) stream().part();
 }
 
-/// True when too much waits for the main thread: then the delivery that makes room goes on reading.
+/// Whether reading may go on. It always may when nothing waits, however long the message that is being read.
+bool BeastWebSocket::hasRoom() const {
+  const std::size_t waiting = undelivered_;
+  return waiting == 0 || waiting + incomplete_ <= limits_.undeliveredBytes;
+}
+
+/// True when too much waits for the main thread: then the message that makes room goes on reading.
 bool BeastWebSocket::pauseReading() {
-  if (undelivered_ <= limits_.undeliveredBytes) return false;
+  incomplete_ = message_.size();
+  if (hasRoom()) return false;
   readingPaused_ = true;
   // Room may have been made just before that was to be seen; one of both sides takes the flag back.
-  return undelivered_ > limits_.undeliveredBytes || !readingPaused_.exchange(false);
+  return !hasRoom() || !readingPaused_.exchange(false);
 }
 
 void BeastWebSocket::deliverMessage() {
   auto message = std::make_unique<WebSocketMessage>();
   message->isText = protocol_.got_text();
   message->payload = message_.take();
+  std::size_t size = message->payload.capacity();
   if (message->isText && request_.prepare) {
     try {
       message->prepared = request_.prepare(message->payload);
+      if (request_.sizeOfPrepared) size += request_.sizeOfPrepared(message->prepared);
     } catch (...) {
       message->prepared.reset();  // the receiver decodes for itself and finds out why
     }
   }
-  const std::size_t size = message->payload.size();
-  deliverIncoming(size, [message = std::move(message)](WebSocketDelegate& delegate, WebSocket& socket) {
+  message->share = shareOf(size);
+  deliver([message = std::move(message)](WebSocketDelegate& delegate, WebSocket& socket) {
     delegate.webSocket_didReceiveMessage(socket, std::move(*message));
   });
 }
@@ -194,9 +205,10 @@ void BeastWebSocket::deliverMessage() {
 void BeastWebSocket::onControlFrame(websocket::frame_type kind, std::string_view payload) {
   if (phase_ != Phase::Open) return;
   if (kind == websocket::frame_type::close) return onCloseFrame();
-  if (kind != websocket::frame_type::pong || undelivered_ > limits_.undeliveredBytes) return;
+  if (kind != websocket::frame_type::pong || !hasRoom()) return;
   auto copy = std::make_unique<std::string>(payload);
-  deliverIncoming(payload.size(), [copy = std::move(copy)](WebSocketDelegate& delegate, WebSocket& socket) {
+  deliver([copy = std::move(copy), share = shareOf(payload.size())](WebSocketDelegate& delegate,
+                                                                    WebSocket& socket) {
     delegate.webSocket_didReceivePong(socket, std::move(*copy));
   });
 }
@@ -284,6 +296,9 @@ void BeastWebSocket::end() {
   disarmDeadline();
   connector_.cancel();
   outgoing_.clear();
+  // Whoever asked for the socket gave them to this thread; the socket itself may live on elsewhere.
+  request_.prepare = nullptr;
+  request_.sizeOfPrepared = nullptr;
   stream().cancel();
 }
 
@@ -301,9 +316,22 @@ void BeastWebSocket::disarmDeadline() {
   deadline_.cancel();
 }
 
-void BeastWebSocket::delivered(std::size_t size) {
-  const std::size_t left = undelivered_ -= size + kEventCost;
-  if (left > limits_.undeliveredBytes || !readingPaused_.exchange(false)) return;
+std::shared_ptr<void> BeastWebSocket::shareOf(std::size_t size) {
+  if ((undelivered_ += size + kEventCost) > kFlood) flooded_ = true;
+  struct Share {
+    Share(std::shared_ptr<BeastWebSocket> of, std::size_t bytes) : socket(std::move(of)), size(bytes) {}
+    Share(const Share&) = delete;
+    Share& operator=(const Share&) = delete;
+    ~Share() { socket->letGo(size); }
+    const std::shared_ptr<BeastWebSocket> socket;
+    const std::size_t size;
+  };
+  return std::make_shared<Share>(shared_from_this(), size + kEventCost);
+}
+
+void BeastWebSocket::letGo(std::size_t size) {
+  if ((undelivered_ -= size) < kCalm && flooded_.exchange(false)) giveMemoryBackSoon();
+  if (!hasRoom() || !readingPaused_.exchange(false)) return;
   asio::post(context_, [self = shared_from_this()] { self->readNext(); });
 }
 

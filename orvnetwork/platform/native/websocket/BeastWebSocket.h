@@ -3,7 +3,7 @@
 // The client's side of RFC 6455, from the look-up of the host to the last byte. An event is made on the network
 // thread and delivered on the main queue, in order; of the two terminal ones one comes, once (`takeTerminalEvent`).
 // The peer is never waited for without bound: connecting, closing and the acknowledgement of sent data have a limit
-// each.
+// each. What it sends is read piece by piece, and no further than there is room for what waits for the main thread.
 
 #include <orvnetwork/platform/native/websocket/GatheringStream.h>
 #include <orvnetwork/platform/native/websocket/MessageBuffer.h>
@@ -43,8 +43,11 @@ class BeastWebSocket final : public WebSocket,
   WebSocketState readyState() const override { return state_; }
 
  private:
-  /// What an event costs beside its payload while it waits for the main thread.
-  static constexpr std::size_t kEventCost = 128;
+  /// What an event takes of memory beside its payload while it waits for the main thread.
+  static constexpr std::size_t kEventCost = 192;
+  /// When so much has waited, memory is given back to the system once less than the other waits.
+  static constexpr std::size_t kFlood = std::size_t{32} << 20;
+  static constexpr std::size_t kCalm = std::size_t{1} << 20;
 
   using Protocol = boost::beast::websocket::stream<GatheringStream, false>;
   using Expiry = void (BeastWebSocket::*)();
@@ -79,6 +82,7 @@ class BeastWebSocket final : public WebSocket,
 
   // Receiving.
   void readNext();
+  bool hasRoom() const;
   bool pauseReading();
   void onRead(const error_code& error);
   void deliverMessage();
@@ -104,10 +108,9 @@ class BeastWebSocket final : public WebSocket,
   /// Posts `call(delegate, socket)`; it runs if there is a delegate then.
   template <typename Call>
   void deliver(Call call);
-  /// The same for what the peer sent; it counts as undelivered for as long as it waits.
-  template <typename Call>
-  void deliverIncoming(std::size_t size, Call call);
-  void delivered(std::size_t size);
+  /// Counts something that the peer sent as undelivered for as long as what this returns is held.
+  std::shared_ptr<void> shareOf(std::size_t size);
+  void letGo(std::size_t size);
 
   // Shared by all threads.
   Executor& mainQueue_;
@@ -117,12 +120,14 @@ class BeastWebSocket final : public WebSocket,
   std::atomic<bool> opened_{false};
   std::atomic<bool> overflowed_{false};
   std::atomic<std::size_t> undelivered_{0};
+  std::atomic<std::size_t> incomplete_{0};  // of the message that is being read
   std::atomic<bool> readingPaused_{false};
+  std::atomic<bool> flooded_{false};
   OutgoingQueue queue_;
 
   // The network thread's.
   asio::io_context& context_;
-  const WebSocketRequest request_;
+  WebSocketRequest request_;
   Protocol protocol_;
   TcpConnector connector_;
   asio::steady_timer deadline_;
@@ -135,15 +140,6 @@ class BeastWebSocket final : public WebSocket,
   std::uint64_t sentWhenArmed_ = 0;
   MessageBuffer message_;
 };
-
-template <typename Call>
-void BeastWebSocket::deliverIncoming(std::size_t size, Call call) {
-  undelivered_ += size + kEventCost;
-  mainQueue_.post([self = shared_from_this(), size, call = std::move(call)]() mutable {
-    self->delivered(size);
-    if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
-  });
-}
 
 template <typename Call>
 void BeastWebSocket::deliver(Call call) {

@@ -23,12 +23,15 @@ class MessageBuffer {
   std::size_t capacity() const { return bytes_.capacity(); }
   const_buffers_type data() const { return {bytes_.data(), size_}; }
 
-  /// Room for up to `count` bytes. It grows with what has really come, so that a frame's header alone, which
-  /// may promise any length, does not make us take memory.
+  /// Room for up to `count` bytes. Memory is used as bytes really come, so that a frame's header alone, which may
+  /// promise any length, does not make us take any. For a long message that has begun to come, addresses for all of it
+  /// are set aside at once: it is put together without being copied, and is never there twice.
   mutable_buffers_type prepare(std::size_t count) {
     if (count > limit_ - size_) throw std::length_error("message too long");
-    count = std::min(count, std::max(size_, kFirstStep));
+    const std::size_t promised = size_ + count;
+    count = std::min(count, std::clamp(size_, kFirstStep, kLongStep));
     try {
+      if (size_ >= kLongStep && bytes_.capacity() < promised) bytes_.reserve(promised);
       if (bytes_.size() < size_ + count) bytes_.resize(size_ + count);
     } catch (const std::bad_alloc&) {
       throw std::length_error("no memory for the message");
@@ -41,7 +44,7 @@ class MessageBuffer {
     size_ -= std::min(size_, count);
   }
 
-  /// Hands out the message and starts the next one.
+  /// Hands out the message, with little memory beside what it needs, and starts the next one.
   std::string take() {
     const std::size_t size = std::exchange(size_, 0);
     if (size <= kCopiedSize) return bytes_.substr(0, size);
@@ -51,7 +54,8 @@ class MessageBuffer {
 
  private:
   static constexpr std::size_t kFirstStep = std::size_t{64} << 10;
-  static constexpr std::size_t kCopiedSize = std::size_t{16} << 10;
+  static constexpr std::size_t kLongStep = std::size_t{1} << 20;
+  static constexpr std::size_t kCopiedSize = kFirstStep;
 
   const std::size_t limit_;
   std::string bytes_;

@@ -38,8 +38,9 @@ struct NativeWebSocketLimits {
   std::size_t outgoingBytes = std::size_t{256} << 20;
   /// The longest message that is taken; a longer one is a protocol error.
   std::size_t incomingBytes = std::size_t{256} << 20;
-  /// Messages that may wait for the main thread, in bytes, a small sum for each included. Beyond it the socket
-  /// is not read until some are delivered.
+  /// Memory that messages may hold until the main thread has dealt with them, in bytes: their texts, what `prepare`
+  /// made of them, and a small sum for each. Beyond it the socket is not read until some have been let go; one message
+  /// that is larger by itself is read when it is alone.
   std::size_t undeliveredBytes = std::size_t{256} << 20;
 };
 

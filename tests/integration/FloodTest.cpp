@@ -1,0 +1,151 @@
+// More messages than the main thread can take: what waits is bounded in memory, comes in its order all the same, and
+// leaves nothing behind.
+
+#include <tests/support/HeldMemory.h>
+#include <tests/support/LiveLink.h>
+#include <tests/support/RawPeer.h>
+
+#include <dlfcn.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+namespace {
+
+std::atomic<int> trims{0};
+
+}  // namespace
+
+/// The C library's, counted.
+extern "C" int malloc_trim(std::size_t pad) {
+  ++trims;
+  static const auto original = reinterpret_cast<int (*)(std::size_t)>(::dlsym(RTLD_NEXT, "malloc_trim"));
+  return original != nullptr ? original(pad) : 0;
+}
+
+namespace orv {
+namespace {
+
+using namespace std::chrono_literals;
+using test::RawPeer;
+
+constexpr std::size_t kBound = std::size_t{256} << 20;
+
+std::string pushFrame(std::size_t number, std::size_t zeros) {
+  std::string text = R"({"C":"Rooms.Push.Message","v":{"number":)" + std::to_string(number) + R"(,"data":[0)";
+  for (std::size_t i = 1; i < zeros; ++i) text += ",0";
+  return test::frameBytes(test::opcode::kText, text + "]}}");
+}
+
+class Flood : public test::LiveLinkTest {
+ protected:
+  Flood() {
+    pushes_ = NotificationCenter::defaultCenter().observe(
+        std::string(QXNotificationPushOrvMessage), [this](const Notification& posted) {
+          const auto& values = posted.userInfo->at("v").as_object();
+          inOrder = inOrder && values.at("number").to_number<std::size_t>() == received;
+          ++received;
+          notifications.clear();
+        });
+  }
+
+  /// Brings the link up to a peer of the test's own; the thread that is given goes on with the peer.
+  template <typename Work>
+  std::thread bringUpToPeer(Work work) {
+    std::thread peerThread([this, work = std::move(work)] {
+      RawPeer peer = listener.accept();
+      peer.acceptHandshake();
+      EXPECT_EQ(peer.readFrame()->payload, "PING");
+      peer.send(test::frameBytes(test::opcode::kText, "PONG"));
+      work(peer);
+    });
+    start(listener.url());
+    EXPECT_TRUE(waitUntilOpen());
+    return peerThread;
+  }
+  /// Keeps the main thread busy until the peer cannot send on.
+  void standStillUntilNothingMoves() const {
+    for (auto last = sent.load();; last = sent) {
+      std::this_thread::sleep_for(500ms);
+      if (sent == last && sent > 0) return;
+    }
+  }
+
+  test::RawListener listener;
+  std::atomic<std::size_t> sent{0};
+  std::size_t received = 0;
+  bool inOrder = true;
+
+ private:
+  ObserverToken pushes_;
+};
+
+TEST_F(Flood, OfPushesBeforeABusyMainThreadTakesABoundedAmountOfMemoryAndGivesItBack) {
+  constexpr std::size_t kPushes = 20'000;
+  constexpr std::size_t kZeros = 1'500;
+  std::thread peerThread = bringUpToPeer([this](RawPeer& peer) {
+    for (; sent < kPushes; ++sent) peer.send(pushFrame(sent, kZeros));
+    peer.readFrame();
+  });
+  const std::size_t before = test::heldBytes();
+  test::forgetMostHeld();
+  standStillUntilNothingMoves();
+  EXPECT_LT(sent, kPushes) << "the socket is read no further than there is room";
+  EXPECT_GT(test::mostHeldBytes() - before, kBound / 2);
+  EXPECT_EQ(received, 0u);
+  EXPECT_EQ(trims, 0);
+  ASSERT_TRUE(pumpUntil([&] { return received == kPushes; }, 5min));
+  EXPECT_TRUE(inOrder);
+  EXPECT_LT(test::mostHeldBytes() - before, kBound + kBound / 8);
+  EXPECT_TRUE(pumpUntil([&] { return trims > 0; })) << "what is free goes back to the system";
+  EXPECT_TRUE(link.isOpen());
+  link.close();
+  peerThread.join();
+}
+
+TEST_F(Flood, OfRepliesThatNobodyAskedForTakesABoundedAmountOfMemory) {
+  constexpr std::size_t kReplies = 20'000;
+  std::thread peerThread = bringUpToPeer([this](RawPeer& peer) {
+    std::string text = R"({"C":"Nobody.Asked","s":"1","v":{"data":[0)";
+    for (std::size_t i = 1; i < 1'500; ++i) text += ",0";
+    const std::string frame = test::frameBytes(test::opcode::kText, text + "]}}");
+    for (; sent < kReplies; ++sent) peer.send(frame);
+    peer.send(pushFrame(0, 1));
+    peer.readFrame();
+  });
+  const std::size_t before = test::heldBytes();
+  test::forgetMostHeld();
+  standStillUntilNothingMoves();
+  ASSERT_TRUE(pumpUntil([&] { return received == 1; }, 5min));
+  EXPECT_GT(test::mostHeldBytes() - before, kBound / 2);
+  EXPECT_LT(test::mostHeldBytes() - before, kBound + kBound / 8);
+  link.close();
+  peerThread.join();
+}
+
+TEST_F(Flood, OfValuesInOneFrameIsRefusedBeforeItTakesMuchMemory) {
+  const std::string large = pushFrame(0, 32'000'000);
+  ASSERT_GT(large.size(), std::size_t{60} << 20);
+  std::thread peerThread = bringUpToPeer([&](RawPeer& peer) {
+    peer.send(large);
+    peer.send(pushFrame(0, 1'000'000));
+    peer.readFrame();
+  });
+  const std::size_t before = test::heldBytes();
+  test::forgetMostHeld();
+  ASSERT_TRUE(pumpUntil([&] { return received == 1; }));
+  EXPECT_LT(test::mostHeldBytes() - before, kBound);
+  EXPECT_EQ(countLogged("websocket parse json error! dic->"), 1u);
+  EXPECT_TRUE(link.isOpen());
+  link.close();
+  peerThread.join();
+}
+
+}  // namespace
+}  // namespace orv
