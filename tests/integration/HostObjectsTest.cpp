@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/platform/Timer.h>
+#include <orvnetwork/transport/QXRequestItem.h>
 
 #include <devserver/DevServer.h>
 #include <tests/support/HostObject.h>

@@ -2,8 +2,12 @@
 // have been called.
 
 #include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Timer.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXRequestItem.h>
 
 #include <tests/support/HostObject.h>
 #include <tests/unit/course/PagingFixture.h>
@@ -12,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv {

@@ -18,7 +18,7 @@ class JsonTreeSize {
   bool addScalar() { return add(0); }
   bool addKey(std::size_t length) { return add(block(length + 1)); }
   bool addString(std::size_t length) {
-    return add(length <= kLengthInPlace ? 0 : block(kTableHead + length + 1));
+    return add(length <= kLengthInPlace ? 0 : block(kTableHead + std::max(length, kShortestBlock) + 1));
   }
   bool closeArray(std::size_t count) {
     return close(count, count == 0 ? 0 : block(kTableHead + count * sizeof(json::value)));
@@ -36,6 +36,7 @@ class JsonTreeSize {
 
  private:
   static constexpr std::size_t kLengthInPlace = 14;
+  static constexpr std::size_t kShortestBlock = 30;
   static constexpr std::size_t kTableHead = 8;
 
   /// What the C library takes for a block.

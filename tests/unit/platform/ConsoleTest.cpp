@@ -146,6 +146,22 @@ TEST(Console, SurvivesASinkThatThrows) {
   EXPECT_EQ(calls, 2);
 }
 
+TEST(Console, ASinkThatReplacedItselfMayWriteWhileItIsDestroyed) {
+  struct WritesWhenDestroyed {
+    WritesWhenDestroyed() = default;
+    WritesWhenDestroyed(const WritesWhenDestroyed&) = delete;
+    WritesWhenDestroyed& operator=(const WritesWhenDestroyed&) = delete;
+    ~WritesWhenDestroyed() { Console::write("destroyed"); }
+  };
+  std::vector<std::string> lines;
+  Console::setSink([&lines, held = std::make_shared<WritesWhenDestroyed>()](std::string_view) {
+    Console::setSink([&lines](std::string_view line) { lines.emplace_back(line); });
+  });
+  Console::write("first");
+  Console::setSink({});
+  EXPECT_EQ(lines, std::vector<std::string>{"destroyed"});
+}
+
 TEST(Console, ASinkMayReplaceItself) {
   std::vector<std::string> first;
   std::vector<std::string> second;

@@ -3,6 +3,7 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/native/network/LoopbackUrl.h>
 #include <orvnetwork/platform/native/network/NetworkWatcher.h>
+#include <orvnetwork/platform/native/network/ReachabilitySubscription.h>
 #include <orvnetwork/platform/native/threads/ServiceThread.h>
 
 #include <cerrno>

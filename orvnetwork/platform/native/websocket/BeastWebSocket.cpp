@@ -168,19 +168,25 @@ void BeastWebSocket::onRead(const error_code& error) {
   if (phase_ == Phase::Parting) stream().part();
 }
 
-/// Whether reading may go on. It always may when nothing waits, however long the message that is being read.
-bool BeastWebSocket::hasRoom() const {
+/// Whether no more than `most` waits, with what there is of the message that is being read. However long that is, it
+/// may be read when nothing else waits.
+bool BeastWebSocket::holdsAtMost(std::size_t most) const {
   const std::size_t waiting = undelivered_;
-  return waiting == 0 || waiting + incomplete_ <= limits_.undeliveredBytes;
+  return waiting == 0 || waiting + incomplete_ <= most;
 }
 
 /// True when too much waits for the main thread: then the message that makes room goes on reading.
 bool BeastWebSocket::pauseReading() {
   incomplete_ = message_.size();
-  if (hasRoom()) return false;
+  if (holdsAtMost(limits_.undeliveredBytes)) return false;
   readingPaused_ = true;
   // Room may have been made just before that was to be seen; one of both sides takes the flag back.
-  return !hasRoom() || !readingPaused_.exchange(false);
+  return !resumesReading();
+}
+
+/// A part of the room has to be free again, so that a busy main thread does not wake this one for each message.
+bool BeastWebSocket::resumesReading() {
+  return holdsAtMost(limits_.undeliveredBytes / 4 * 3) && readingPaused_.exchange(false);
 }
 
 void BeastWebSocket::deliverMessage() {
@@ -205,7 +211,7 @@ void BeastWebSocket::deliverMessage() {
 void BeastWebSocket::onControlFrame(websocket::frame_type kind, std::string_view payload) {
   if (phase_ != Phase::Open) return;
   if (kind == websocket::frame_type::close) return onCloseFrame();
-  if (kind != websocket::frame_type::pong || !hasRoom()) return;
+  if (kind != websocket::frame_type::pong || !holdsAtMost(limits_.undeliveredBytes)) return;
   auto copy = std::make_unique<std::string>(payload);
   deliver([copy = std::move(copy), share = shareOf(payload.size())](WebSocketDelegate& delegate,
                                                                     WebSocket& socket) {
@@ -331,7 +337,7 @@ std::shared_ptr<void> BeastWebSocket::shareOf(std::size_t size) {
 
 void BeastWebSocket::letGo(std::size_t size) {
   if ((undelivered_ -= size) < kCalm && flooded_.exchange(false)) giveMemoryBackSoon();
-  if (!hasRoom() || !readingPaused_.exchange(false)) return;
+  if (!resumesReading()) return;
   asio::post(context_, [self = shared_from_this()] { self->readNext(); });
 }
 

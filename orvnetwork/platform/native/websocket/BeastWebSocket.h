@@ -82,8 +82,9 @@ class BeastWebSocket final : public WebSocket,
 
   // Receiving.
   void readNext();
-  bool hasRoom() const;
+  bool holdsAtMost(std::size_t most) const;
   bool pauseReading();
+  bool resumesReading();
   void onRead(const error_code& error);
   void deliverMessage();
   void onControlFrame(boost::beast::websocket::frame_type kind, std::string_view payload);

@@ -167,6 +167,22 @@ TEST(NativeMainQueue, NeverCallsAWakerThatWasTakenAway) {
   poster.join();
 }
 
+TEST(NativeMainQueue, AWakerThatTookItselfAwayIsDestroyedWithNothingLocked) {
+  struct PostsWhenDestroyed {
+    explicit PostsWhenDestroyed(NativeMainQueue& used) : queue(used) {}
+    PostsWhenDestroyed(const PostsWhenDestroyed&) = delete;
+    PostsWhenDestroyed& operator=(const PostsWhenDestroyed&) = delete;
+    ~PostsWhenDestroyed() {
+      queue.post([] {});
+    }
+    NativeMainQueue& queue;
+  };
+  NativeMainQueue queue;
+  queue.setWaker([&queue, held = std::make_shared<PostsWhenDestroyed>(queue)] { queue.setWaker(nullptr); });
+  queue.post([] {});
+  EXPECT_EQ(queue.drain(), 2u);
+}
+
 TEST(NativeMainQueue, LetsAWakerTakeItselfAway) {
   NativeMainQueue queue;
   int calls = 0;

@@ -1,4 +1,4 @@
-#include "tests/support/HeldMemory.h"
+#include "tests/memory/HeldMemory.h"
 
 #include <malloc.h>
 

@@ -4,14 +4,17 @@
 #include <orvnetwork/api/OperationRegistry.h>
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/data/Json.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/transport/QXRequestItem.h>
 
-#include <tests/support/HeldMemory.h>
+#include <tests/memory/HeldMemory.h>
 #include <tests/unit/transport/LinkFixture.h>
 
 #include <boost/json/serialize.hpp>
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
