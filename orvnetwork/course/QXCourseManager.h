@@ -85,7 +85,8 @@ class ORV_EXPORT QXCourseManager final {
   /// @{
 
   /// Asks for `count` courses of the list from the index `start` on, and for the pages of 30 that are missing; with
-  /// `force` for all pages of the range, whatever the list holds. Up to three attempts are made for a page.
+  /// `force` for all pages of the range, whatever the list holds. Up to three attempts are made for a page. One whose
+  /// request the link has forgotten, since another request took its identifier, is given up after 15 s.
   /// @param coursesBlock is called with (true, number of courses of the range that there are) on `queue()`, after which
   ///   `getRecordCourseWithIndex` gives them; (false, -1), at once and on the caller's thread, when the link is not
   ///   open, nobody is signed in, or the user has no classroom. A request that waits when the link is lost goes on

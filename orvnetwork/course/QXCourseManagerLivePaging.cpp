@@ -6,12 +6,14 @@
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PageRequest.h>
+#include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/support/QXFileLog.h>
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -136,10 +138,16 @@ void QXCourseManager::loadLiveCourseWithPage_courseStatus_retryCount(std::int64_
   if (!inFlight->tryWait()) return;
   if (page == 1) catalogue_->livePaging.cursor = std::nullopt;
   const PageLoad load{.page = page, .status = status, .retriesLeft = retryCount - 1, .opened = opened};
+  const auto givenUp = [this, inFlight, load] {
+    inFlight->signal();
+    retryLivePage(load);
+  };
+  const std::shared_ptr<PageTicket> ticket = PageTicket::make(givenUp);
   QXAPIHelper::getMyCourseWithStart_limit_classroomID_uID_containTest_courseStatus_completeBlock_timeoutBlock(
       page, kCoursePageSize, int64FromText(user->classroom), user->uID, containTest(),
       static_cast<std::int64_t>(status),
-      [this, inFlight, load, asked = *user](const auto&, bool success, const json::object& reply) {
+      [this, inFlight, load, ticket, asked = *user](const auto&, bool success, const json::object& reply) {
+        ticket->answered();
         logPage(success, load.status, asked, reply);
         if (hasLeft(asked.classroom)) {
           // The page counts as in flight for good: nothing more is loaded in this process, on purpose.
@@ -157,9 +165,9 @@ void QXCourseManager::loadLiveCourseWithPage_courseStatus_retryCount(std::int64_
           mergeLiveCoursePage(load, courses);
         });
       },
-      [this, inFlight, load](const auto&) {
-        inFlight->signal();
-        retryLivePage(load);
+      [givenUp, ticket](const auto&) {
+        ticket->answered();
+        givenUp();
       });
 }
 

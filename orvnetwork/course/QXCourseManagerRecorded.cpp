@@ -6,10 +6,12 @@
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PageRequest.h>
+#include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
 #include <orvnetwork/course/detail/RecordPageEffects.h>
 #include <orvnetwork/data/LooseRead.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -100,20 +102,26 @@ void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std
   if (!inFlight->tryWait()) return;
   if (page == 1) catalogue_->paging.cursor = std::nullopt;
   const PageLoad load{.page = page, .retriesLeft = retryCount - 1, .opened = opened};
+  const auto givenUp = [this, inFlight, load] {
+    inFlight->signal();
+    retryRecordPage(load);
+  };
+  const std::shared_ptr<PageTicket> ticket = PageTicket::make(givenUp);
   QXAPIHelper::
       filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
           user->classroom, live_type::kRecorded, page, kCoursePageSize, false, user->uID, std::nullopt,
           std::nullopt, std::nullopt,
-          [this, inFlight, load](const auto&, bool success, const json::object& reply) {
+          [this, inFlight, load, ticket](const auto&, bool success, const json::object& reply) {
+            ticket->answered();
             inFlight->signal();
             const json::array* const items = looseArray(member(looseObject(member(reply, "v")), "data"));
             if (!success || items == nullptr) return retryRecordPage(load);
             // The main thread only copies the page; the rest is the workers'.
             catalogue_->merges->post([this, load, courses = *items] { mergeRecordPage(load, courses); });
           },
-          [this, inFlight, load](const auto&) {
-            inFlight->signal();
-            retryRecordPage(load);
+          [givenUp, ticket](const auto&) {
+            ticket->answered();
+            givenUp();
           });
 }
 

@@ -23,8 +23,8 @@ CourseWalk::CourseWalk(std::uint64_t seed, Changes changes)
       link_(QXWebSocketMgr::standard()),
       changes_(changes) {
   Console::setSink([](std::string_view) {});
-  // Requests of one moment are told apart by chance alone. Here they always are: a page whose identifier another request
-  // took would never end.
+  // Requests of one moment are told apart by chance alone. Here they always are: of a request whose identifier another one
+  // took nobody would hear again, and the model knows no such thing.
   std::vector<std::uint32_t> jitter(200'000);
   std::iota(jitter.begin(), jitter.end(), 0u);
   platform_.queueRandom(jitter);
