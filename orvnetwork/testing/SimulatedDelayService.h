@@ -3,7 +3,9 @@
 #include <orvnetwork/platform/DelayService.h>
 #include <orvnetwork/testing/Scheduler.h>
 
+#include <map>
 #include <memory>
+#include <optional>
 
 namespace orv::testing {
 
@@ -17,14 +19,30 @@ class ORV_EXPORT SimulatedDelayService final : public DelayService {
 
   /// Hands `task` to `executor` when the virtual steady clock has come to `when`; at once for a moment that has passed.
   /// @return what `cancel` takes
-  Handle runAt(SteadyTime when, Executor& executor, Task task) override {
-    return scheduler_->runAt(when, executor, std::move(task));
-  }
+  Handle runAt(SteadyTime when, Executor& executor, Task task) override;
   /// A task that has not been handed over never runs; one that has, runs.
-  void cancel(Handle handle) override { scheduler_->cancel(handle); }
+  void cancel(Handle handle) override;
+
+  /// Lets the `n`-th request from now fail, 1 being the next; 0 lets none fail. It fails as where no thread is to be had
+  /// that waits: the task is not handed over before the next request, which tries again, however long ago it was due.
+  void failAt(std::uint64_t n) { failIn_ = n; }
+  std::uint64_t failuresInjected() const { return failures_; }
 
  private:
+  struct Waiting {
+    Handle handle = 0;
+    SteadyTime when;
+    Executor* executor = nullptr;
+    std::shared_ptr<Task> task;
+  };
+
   const std::shared_ptr<Scheduler> scheduler_;
+  std::uint64_t failIn_ = 0;
+  std::uint64_t failures_ = 0;
+  /// What has failed and waits for the next request.
+  std::optional<Waiting> waiting_;
+  /// Handles that were given for tasks that had to wait, and those under which they are scheduled now.
+  std::map<Handle, Handle> scheduledAs_;
 };
 
 }  // namespace orv::testing

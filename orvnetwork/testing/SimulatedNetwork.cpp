@@ -88,7 +88,25 @@ ConnectPlan SimulatedNetwork::nextPlan() {
     plan = std::move(plans_.front());
     plans_.pop_front();
   }
-  return nextOperationFails() ? ConnectPlan::refuse() : plan;
+  if (nextOperationFails()) {
+    return ConnectPlan::refuse();
+  }
+  constexpr int kUnavailable = 503;
+  for (const ConnectPlan& failure :
+       {ConnectPlan::unknownHost(), ConnectPlan::refuse(), ConnectPlan::httpStatus(kUnavailable)}) {
+    if (nextStepFails()) {
+      return failure;
+    }
+  }
+  return plan;
+}
+
+bool SimulatedNetwork::nextStepFails() {
+  if (failInSteps_ == 0 || --failInSteps_ > 0) {
+    return false;
+  }
+  ++failures_;
+  return true;
 }
 
 std::shared_ptr<SimulatedLink> SimulatedNetwork::connect(const std::shared_ptr<SimulatedWebSocket>& socket) {

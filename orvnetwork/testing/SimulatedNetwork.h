@@ -63,6 +63,9 @@ class ORV_EXPORT SimulatedNetwork {
   ///     for (int n = 1; ; ++n) { ...failAtLinkOperation(n)...; if (network.failuresInjected() == 0) break; }
   void failAtLinkOperation(std::uint64_t n) { failIn_ = n; }
   std::uint64_t linkOperations() const { return operations_; }
+  /// The same for the steps of attempts to connect, each of which has three: the look-up of the name (it is not known),
+  /// the connection (refused) and the handshake (answered with HTTP status 503).
+  void failAtConnectStep(std::uint64_t n) { failInSteps_ = n; }
   std::uint64_t failuresInjected() const { return failures_; }
 
   /// All sockets made so far, in that order.
@@ -76,6 +79,7 @@ class ORV_EXPORT SimulatedNetwork {
   ConnectPlan nextPlan();
   void carryOut(const ConnectPlan& plan, const std::shared_ptr<SimulatedLink>& link);
   bool nextOperationFails();
+  bool nextStepFails();
 
   const std::shared_ptr<Scheduler> scheduler_;
   Executor& mainQueue_;
@@ -90,6 +94,7 @@ class ORV_EXPORT SimulatedNetwork {
   std::vector<std::weak_ptr<SimulatedLink>> links_;
   std::uint64_t operations_ = 0;
   std::uint64_t failIn_ = 0;
+  std::uint64_t failInSteps_ = 0;
   std::uint64_t failures_ = 0;
 };
 

@@ -100,7 +100,7 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   SimulatedClock& clock() override { return clock_; }
   SimulatedMainQueue& mainQueue() override { return mainQueue_; }
   Executor& globalQueue() override { return *workers_; }
-  DelayService& delays() override { return delays_; }
+  SimulatedDelayService& delays() override { return delays_; }
   SimulatedReachability& reachability() override { return reachability_; }
   SimulatedFileSystem& files() override { return files_; }
   SimulatedDirectories& directories() override { return directories_; }

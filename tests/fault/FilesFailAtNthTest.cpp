@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iostream>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -25,7 +26,8 @@ constexpr std::uint64_t kMost = 500;
 
 /// Runs `body(platform, n)` for n = 1, 2, 3 … in a fresh process each, until no failure was injected. What it
 /// returns is a complaint.
-void failEachCall(const std::function<std::string(SimulatedPlatform&, std::uint64_t n)>& body) {
+void failEachCall(const char* store,
+                  const std::function<std::string(SimulatedPlatform&, std::uint64_t n)>& body) {
   std::uint64_t n = 1;
   for (; n <= kMost; ++n) {
     const std::string told = test::runForked([&]() -> std::string {
@@ -39,6 +41,7 @@ void failEachCall(const std::function<std::string(SimulatedPlatform&, std::uint6
   }
   EXPECT_GT(n, 5u);
   EXPECT_LE(n, kMost);
+  std::cout << store << ": " << n - 1 << " calls failed in turn" << std::endl;
 }
 
 void logLines(SimulatedPlatform& platform, const std::string& text, int count) {
@@ -66,7 +69,7 @@ std::string missing(const std::string& text, const std::string& line, int count)
 }
 
 TEST(FilesFailAtNth, LogGoesOnWhicheverCallFails) {
-  failEachCall([](SimulatedPlatform& platform, std::uint64_t n) -> std::string {
+  failEachCall("log", [](SimulatedPlatform& platform, std::uint64_t n) -> std::string {
     platform.files().put("/home/user/Documents/OrvLog/OrvCourse/old.log", "of an older kind");
     for (int i = 10; i < 22; ++i) {
       platform.files().put(
@@ -79,8 +82,13 @@ TEST(FilesFailAtNth, LogGoesOnWhicheverCallFails) {
     log.synchronizeFile();
     platform.files().clearFailures();
 
-    // A log whose folder could not be made stays silent; else opening a file mends everything.
+    // A log whose folder could not be made stays silent. Any other opens a file by itself, with its next look at the
+    // size at the latest, and opening one mends everything at once.
     if (!log.logDirPath()) return {};
+    logLines(platform, "between", 101);
+    logLines(platform, "by itself", 25);
+    const std::string complaint = missing(logged(platform), "by itself", 25);
+    if (!complaint.empty()) return complaint;
     if (!log.openNewLogFile()) return "openNewLogFile is always true";
     logLines(platform, "late", 25);
     return missing(logged(platform), "late", 25);
@@ -147,7 +155,7 @@ std::string usePaths(SimulatedPlatform& platform, bool mayFail) {
 }
 
 TEST(FilesFailAtNth, PathManagerClaimsNothingThatIsNotSo) {
-  failEachCall([](SimulatedPlatform& platform, std::uint64_t n) {
+  failEachCall("folders", [](SimulatedPlatform& platform, std::uint64_t n) {
     platform.files().failAt(n);
     std::string complaints = usePaths(platform, true);
     platform.files().clearFailures();

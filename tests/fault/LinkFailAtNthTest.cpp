@@ -1,8 +1,10 @@
-// A short life of the link in which the first link operation fails, then one in which the second does, and so on
-// until there is nothing left to fail. Whatever fails: each request ends exactly once, and nothing is left over.
+// A short life of the link in which the first call of the platform fails, then one in which the second does, and so on
+// until there is nothing left to fail: operations of an open link, steps of an attempt to connect, and timers. Whatever
+// fails: each request ends exactly once, the link comes up again, and nothing is left over.
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
@@ -11,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <iostream>
 #include <optional>
 #include <string_view>
 
@@ -21,6 +24,8 @@ namespace {
 constexpr Seconds kTimeoutPassed{11};
 /// Longer than the pause between reconnects.
 constexpr Seconds kPausePassed{2};
+
+enum class Failing { LinkOperation, ConnectStep, Timer };
 
 class ScriptedLife {
  public:
@@ -33,8 +38,8 @@ class ScriptedLife {
   }
 
   /// Lives through the script and tells what was wrong, a line each.
-  std::string live(std::uint64_t failingOperation) {
-    platform_.network().failAtLinkOperation(failingOperation);
+  std::string live(Failing what, std::uint64_t n) {
+    letFail(what, n);
     link_.watchNetworkStatus();
     comeUp();
     openSession("login");
@@ -50,13 +55,29 @@ class ScriptedLife {
     openSession("last session");
     link_.close();
     platform_.runFor(Seconds(120));
+    // A timer that could not be armed is tried again with the next one that anybody asks for.
+    const auto next = Timer::schedule(Seconds(1), false, [] {});
+    platform_.runFor(Seconds(2));
     checkLeftovers();
     return complaints_;
   }
 
-  std::uint64_t failures() const { return platform_.network().failuresInjected(); }
+  std::uint64_t failures() const {
+    return platform_.network().failuresInjected() + platform_.delays().failuresInjected();
+  }
 
  private:
+  void letFail(Failing what, std::uint64_t n) {
+    switch (what) {
+      case Failing::LinkOperation:
+        return platform_.network().failAtLinkOperation(n);
+      case Failing::ConnectStep:
+        return platform_.network().failAtConnectStep(n);
+      case Failing::Timer:
+        return platform_.delays().failAt(n);
+    }
+  }
+
   struct Request {
     std::string name;
     int ends = 0;
@@ -134,22 +155,36 @@ class ScriptedLife {
   std::string complaints_;
 };
 
-TEST(LinkFailAtNth, EachRequestEndsOnceWhicheverOperationFails) {
+/// Lives until no call is left to fail. `least`: so many there must have been.
+void failEachCall(Failing what, const char* name, std::uint64_t least) {
   constexpr std::uint64_t kMost = 200;
   for (const std::uint64_t seed : {1, 2, 3}) {
     std::uint64_t n = 1;
     for (; n <= kMost; ++n) {
       const std::string told = test::runForked([&] {
         ScriptedLife life(seed);
-        const std::string complaints = life.live(n);
+        const std::string complaints = life.live(what, n);
         return complaints.empty() && life.failures() == 0 ? "nothing failed" : complaints;
       });
       if (told == "nothing failed") break;
-      EXPECT_EQ(told, "") << "seed " << seed << ", operation " << n;
+      EXPECT_EQ(told, "") << "seed " << seed << ", " << name << " " << n;
     }
-    EXPECT_GT(n, 15u) << "connects, sends and arrivals were all made to fail";
+    EXPECT_GT(n, least) << "so many were made to fail";
     EXPECT_LE(n, kMost) << "the script comes to its end";
+    std::cout << "seed " << seed << ": " << n - 1 << " " << name << "s failed in turn" << std::endl;
   }
+}
+
+TEST(LinkFailAtNth, EachRequestEndsOnceWhicheverOperationFails) {
+  failEachCall(Failing::LinkOperation, "operation", 15);
+}
+
+TEST(LinkFailAtNth, EachRequestEndsOnceWhicheverStepOfConnectingFails) {
+  failEachCall(Failing::ConnectStep, "connecting step", 2);
+}
+
+TEST(LinkFailAtNth, EachRequestEndsOnceWhicheverTimerCannotBeArmed) {
+  failEachCall(Failing::Timer, "timer", 10);
 }
 
 }  // namespace

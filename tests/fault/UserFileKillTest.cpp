@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <iterator>
 #include <random>
 #include <string_view>
@@ -157,6 +158,7 @@ void failEachCall(const std::function<std::string(testing::SimulatedPlatform&)>&
   }
   EXPECT_GT(n, 5u);
   EXPECT_LE(n, 500u);
+  std::cout << "user's file: " << n - 1 << " calls failed in turn" << std::endl;
 }
 
 TEST(UserFileFailAtNth, FileIsAlwaysWholeAndTheMemoryIsRight) {

@@ -1,0 +1,162 @@
+#include "tests/fault/SystemCalls.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <netdb.h>
+#include <pthread.h>
+#include <sys/epoll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+namespace orv::test::system_calls {
+
+namespace {
+
+std::atomic<std::uint64_t> failIn{0};
+std::atomic<std::uint64_t> made{0};
+std::atomic<Kind> failingKind{Kind::File};
+std::atomic<const char*> failedCall{nullptr};
+/// Set before the counting begins, and by nobody afterwards.
+std::string failingCall;
+thread_local bool isAskingThread = false;
+
+bool isCounted(Kind kind) {
+  if (kind == Kind::File && isAskingThread) return true;
+  char name[16] = "";
+  return ::pthread_getname_np(::pthread_self(), name, sizeof name) == 0 && std::strncmp(name, "orv-", 4) == 0;
+}
+
+/// Whether this call has to fail; `error` is then its `errno`.
+bool fails(Kind kind, const char* call, int error) {
+  if (failIn == 0 || kind != failingKind || !isCounted(kind)) return false;
+  if (!failingCall.empty() && failingCall != call) return false;
+  if (++made != failIn) return false;
+  failedCall = call;
+  errno = error;
+  return true;
+}
+
+}  // namespace
+
+void failAt(Kind kind, std::uint64_t n) {
+  failAt(kind, "", n);
+}
+
+void failAt(Kind kind, const std::string& call, std::uint64_t n) {
+  isAskingThread = true;
+  failingKind = kind;
+  failingCall = call;
+  failedCall = nullptr;
+  made = 0;
+  failIn = n;
+}
+
+void letPass() {
+  failIn = 0;
+}
+
+std::string failed() {
+  const char* const call = failedCall;
+  return call != nullptr ? call : "";
+}
+
+}  // namespace orv::test::system_calls
+
+using orv::test::system_calls::fails;
+using orv::test::system_calls::Kind;
+
+// The linker leads the calls of this program to wrapX, and those of realX to what X would be otherwise.
+
+#define ORV_WRAP(kind, result, onFailure, call, error, declaration, arguments) \
+  extern "C" {                                                                 \
+  result real_##call declaration asm("__real_" #call);                         \
+  result wrap_##call declaration asm("__wrap_" #call);                         \
+  result wrap_##call declaration {                                             \
+    return fails(kind, #call, error) ? (onFailure) : real_##call arguments;    \
+  }                                                                            \
+  }
+
+ORV_WRAP(Kind::File, ssize_t, -1, read, EIO, (int file, void* into, size_t size), (file, into, size))
+ORV_WRAP(Kind::File, ssize_t, -1, write, ENOSPC, (int file, const void* from, size_t size),
+         (file, from, size))
+ORV_WRAP(Kind::File, int, -1, fsync, EIO, (int file), (file))
+ORV_WRAP(Kind::File, int, -1, fdatasync, EIO, (int file), (file))
+ORV_WRAP(Kind::File, off_t, -1, lseek, EINVAL, (int file, off_t offset, int from), (file, offset, from))
+ORV_WRAP(Kind::File, int, -1, rename, EIO, (const char* from, const char* to), (from, to))
+ORV_WRAP(Kind::File, int, -1, linkat, EIO,
+         (int fromFolder, const char* from, int toFolder, const char* to, int flags),
+         (fromFolder, from, toFolder, to, flags))
+ORV_WRAP(Kind::File, int, -1, unlink, EIO, (const char* path), (path))
+ORV_WRAP(Kind::File, int, -1, mkdir, ENOSPC, (const char* path, mode_t mode), (path, mode))
+ORV_WRAP(Kind::File, int, -1, stat, EIO, (const char* path, struct stat* into), (path, into))
+ORV_WRAP(Kind::File, int, -1, lstat, EIO, (const char* path, struct stat* into), (path, into))
+ORV_WRAP(Kind::File, int, -1, fstat, EIO, (int file, struct stat* into), (file, into))
+ORV_WRAP(Kind::File, DIR*, nullptr, opendir, EMFILE, (const char* path), (path))
+ORV_WRAP(Kind::File, dirent*, nullptr, readdir, EIO, (DIR * folder), (folder))
+
+ORV_WRAP(Kind::Socket, int, EAI_AGAIN, getaddrinfo, EAGAIN,
+         (const char* host, const char* service, const addrinfo* hints, addrinfo** list),
+         (host, service, hints, list))
+ORV_WRAP(Kind::Socket, int, -1, socket, EMFILE, (int family, int type, int protocol),
+         (family, type, protocol))
+ORV_WRAP(Kind::Socket, int, -1, connect, ECONNREFUSED, (int socket, const sockaddr* to, socklen_t size),
+         (socket, to, size))
+ORV_WRAP(Kind::Socket, int, -1, getsockopt, ENOBUFS,
+         (int socket, int level, int name, void* into, socklen_t* size), (socket, level, name, into, size))
+ORV_WRAP(Kind::Socket, int, -1, setsockopt, ENOBUFS,
+         (int socket, int level, int name, const void* value, socklen_t size),
+         (socket, level, name, value, size))
+ORV_WRAP(Kind::Socket, int, -1, epoll_ctl, ENOSPC, (int epoll, int operation, int file, epoll_event* event),
+         (epoll, operation, file, event))
+ORV_WRAP(Kind::Socket, ssize_t, -1, send, EPIPE, (int socket, const void* from, size_t size, int flags),
+         (socket, from, size, flags))
+ORV_WRAP(Kind::Socket, ssize_t, -1, sendmsg, EPIPE, (int socket, const msghdr* message, int flags),
+         (socket, message, flags))
+ORV_WRAP(Kind::Socket, ssize_t, -1, recv, ECONNRESET, (int socket, void* into, size_t size, int flags),
+         (socket, into, size, flags))
+ORV_WRAP(Kind::Socket, ssize_t, -1, recvmsg, ECONNRESET, (int socket, msghdr* message, int flags),
+         (socket, message, flags))
+ORV_WRAP(Kind::Socket, int, -1, shutdown, ENOTCONN, (int socket, int how), (socket, how))
+
+extern "C" {
+int realOpen(const char* path, int flags, ...) asm("__real_open");
+int wrapOpen(const char* path, int flags, ...) asm("__wrap_open");
+int realFcntl(int file, int command, ...) asm("__real_fcntl");
+int wrapFcntl(int file, int command, ...) asm("__wrap_fcntl");
+int realIoctl(int file, unsigned long request, ...) asm("__real_ioctl");
+int wrapIoctl(int file, unsigned long request, ...) asm("__wrap_ioctl");
+
+int wrapOpen(const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const auto mode = static_cast<mode_t>(va_arg(rest, unsigned));
+  va_end(rest);
+  return fails(Kind::File, "open", EMFILE) ? -1 : realOpen(path, flags, mode);
+}
+
+int wrapFcntl(int file, int command, ...) {
+  va_list rest;
+  va_start(rest, command);
+  void* const argument = va_arg(rest, void*);
+  va_end(rest);
+  return fails(Kind::File, "fcntl", ENOLCK) ? -1 : realFcntl(file, command, argument);
+}
+
+int wrapIoctl(int file, unsigned long request, ...) {
+  va_list rest;
+  va_start(rest, request);
+  void* const argument = va_arg(rest, void*);
+  va_end(rest);
+  return fails(Kind::Socket, "ioctl", ENOBUFS) ? -1 : realIoctl(file, request, argument);
+}
+}

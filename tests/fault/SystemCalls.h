@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace orv::test {
+
+/// System calls that this program makes through the linker's wrappers (see the list in tests/CMakeLists.txt), which are
+/// counted, and one of which can be made to fail, with an error that such a call may tell. Counted are calls of the
+/// library's own threads, whose names begin with "orv-", and those for files on the thread that has asked for it too; a
+/// test's other threads go on undisturbed.
+namespace system_calls {
+
+/// What a call has to do with.
+enum class Kind { File, Socket };
+
+/// Lets the `n`-th call of a kind from now fail, 1 being the next.
+void failAt(Kind kind, std::uint64_t n);
+/// The same, counting calls of one name only, such as "recv".
+void failAt(Kind kind, const std::string& call, std::uint64_t n);
+/// Lets no call fail any more.
+void letPass();
+/// The name of the call that has failed; empty when none has.
+std::string failed();
+
+}  // namespace system_calls
+
+}  // namespace orv::test
