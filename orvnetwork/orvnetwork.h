@@ -30,6 +30,7 @@
 #include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/support/QXPathManager.h>
+#include <orvnetwork/transport/LinkFailure.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>

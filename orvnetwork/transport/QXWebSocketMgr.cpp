@@ -174,6 +174,7 @@ void QXWebSocketMgr::networkStatusChanged(ReachabilityStatus status) {
   const auto number = static_cast<std::int64_t>(status);
   QXFileLog::standard().log("Network status change: %ld", number);
   networkStatus_ = status;
+  networkIsKnown_ = true;
   const json::object userInfo{{WNNetworkNotificationKey_Status, number}};
   post(QXNotificationReachabilityStatusChange, &userInfo);
   if (!isNetworkEnable()) {
@@ -206,6 +207,11 @@ void QXWebSocketMgr::dropSocket(const WebSocket& socket) {
   const std::lock_guard lock(mutex_);
   // An observer may have put a new socket in its place already.
   if (webSocket_.get() == &socket) dropped = std::move(webSocket_);
+}
+
+void QXWebSocketMgr::keepFailure(LinkFailure failure) {
+  const std::lock_guard lock(mutex_);
+  lastFailure_ = std::move(failure);
 }
 
 void QXWebSocketMgr::endTimer(TimerPointer& slot) {

@@ -4,6 +4,7 @@
 #include <orvnetwork/platform/Reachability.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/platform/WebSocket.h>
+#include <orvnetwork/transport/LinkFailure.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/RetrySchedule.h>
 
@@ -84,6 +85,12 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// Whether the server has answered "PONG" on this socket.
   bool connected() const { return connected_; }
 
+  /// Why the link is not up: the network is gone, the server has not answered "PING" on the open socket, or what the
+  /// last attempt or the last link ended with; where that is the first one, that there is no answer yet. Absent while
+  /// the link is up, and as long as nothing is known. What went wrong before the link was last up is forgotten. Any
+  /// thread; on the main thread it is as new as the notifications.
+  std::optional<LinkFailure> linkFailure() const;
+
   /// Replaces the socket by a new one and opens it. Does nothing within 1.5 s of the last time that it did.
   void reconnect();
   /// When `reconnect` last went ahead; absent before.
@@ -162,6 +169,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   bool isCurrent(const WebSocket& socket) const;
   bool hasOpenSocket() const;
   void dropSocket(const WebSocket& socket);
+  void keepFailure(LinkFailure failure);
   void endTimer(TimerPointer& slot);
   void endAndClearTimer(TimerPointer& slot);
   void post(std::string_view name, const json::object* userInfo = nullptr) const;
@@ -169,11 +177,13 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::atomic<bool> firstConnect_{true};
   std::atomic<bool> connected_{false};
   std::atomic<ReachabilityStatus> networkStatus_{ReachabilityStatus::NotReachable};
+  std::atomic<bool> networkIsKnown_{false};
   std::atomic<std::int64_t> retryTimes_{0};
 
   // Guards what follows; never held while host code runs.
   mutable std::mutex mutex_;
   OptionalString apiServerUrl_;
+  std::optional<LinkFailure> lastFailure_;
   std::shared_ptr<WebSocket> webSocket_;
   std::optional<WallTime> reconnectDate_;
   // The pause between reconnects is measured here: the wall clock may jump.

@@ -62,6 +62,7 @@ void QXWebSocketMgr::receivedPong(const WebSocket& socket) {
     // In one step: another thread may just have put a new socket in place, which this PONG does not confirm.
     const std::lock_guard lock(mutex_);
     if (webSocket_.get() != &socket || connected_.exchange(true)) return;
+    lastFailure_.reset();
   }
   post(QXNotificationDidOpen);
   Platform::current().mainQueue().post([this] { startKeepAlive(); });
@@ -114,6 +115,7 @@ void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame, std::shar
 void QXWebSocketMgr::webSocket_didFailWithError(WebSocket& socket, const Error& error) {
   if (!isCurrent(socket)) return;
   QXFileLog::standard().log(":( Websocket Failed With Error %@", error);
+  keepFailure(linkFailureOf(error));
   endTimer(timer_);
   if (firstConnect_) post(QXNotificationDidAutoReconnectFailed);
   firstConnect_ = false;
@@ -163,6 +165,7 @@ void QXWebSocketMgr::webSocket_didCloseWithCode_reason_wasClean(WebSocket& socke
                                                                 const OptionalString& reason, bool wasClean) {
   if (!isCurrent(socket)) return;
   QXFileLog::standard().log("WebSocket closed");
+  keepFailure(linkFailureOfClose(code, reason, wasClean));
   connected_ = false;
   firstConnect_ = false;
   endAndClearTimer(timer_);

@@ -51,6 +51,20 @@ std::optional<WallTime> QXWebSocketMgr::reconnectDate() const {
   return reconnectDate_;
 }
 
+std::optional<LinkFailure> QXWebSocketMgr::linkFailure() const {
+  const std::lock_guard lock(mutex_);
+  const auto state = webSocket_ ? webSocket_->readyState() : WebSocketState::Closed;
+  if (state == WebSocketState::Open && connected_) return std::nullopt;
+  if (networkIsKnown_ && !isNetworkEnable()) {
+    return LinkFailure{LinkTrouble::NoNetwork, "there is no network", {}};
+  }
+  if (state == WebSocketState::Open) {
+    return LinkFailure{LinkTrouble::Unconfirmed, "the server does not confirm the link", {}};
+  }
+  if (lastFailure_ || state != WebSocketState::Connecting) return lastFailure_;
+  return LinkFailure{LinkTrouble::NoAnswer, "the server does not answer", {}};
+}
+
 std::shared_ptr<Timer> QXWebSocketMgr::timer() const {
   const std::lock_guard lock(mutex_);
   return timer_;

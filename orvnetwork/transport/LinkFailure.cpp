@@ -1,0 +1,147 @@
+#include "orvnetwork/transport/LinkFailure.h"
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+
+namespace orv {
+
+namespace {
+
+// Codes of the sockets' errors, by domain.
+constexpr std::int64_t kBadUrl = -1000, kTimedOut = 504, kRefusedByServer = 2132, kBadHandshake = 2133;
+constexpr std::int64_t kExpired = 10, kOtherHost = 62, kOtherAddress = 64, kLastOfVerifier = 99;
+
+LinkTrouble troubleOfSystem(std::int64_t code) {
+  switch (code) {
+    case ECONNREFUSED:
+      return LinkTrouble::Refused;
+    case ENETUNREACH:
+    case EHOSTUNREACH:
+    case ENETDOWN:
+    case EHOSTDOWN:
+    case EADDRNOTAVAIL:
+      return LinkTrouble::Unreachable;
+    case ETIMEDOUT:
+      return LinkTrouble::NoAnswer;
+    default:
+      return LinkTrouble::Lost;
+  }
+}
+
+LinkTrouble troubleOfTls(std::int64_t code) {
+  if (code == kExpired) return LinkTrouble::CertificateExpired;
+  if (code == kOtherHost || code == kOtherAddress) return LinkTrouble::CertificateOfAnother;
+  // The reasons of the TLS library itself begin above those of its verifier.
+  return code > 0 && code <= kLastOfVerifier ? LinkTrouble::CertificateNotTrusted : LinkTrouble::TlsFailed;
+}
+
+LinkTrouble troubleOfSocket(std::int64_t code) {
+  switch (code) {
+    case kBadUrl:
+      return LinkTrouble::BadAddress;
+    case kTimedOut:
+      return LinkTrouble::NoAnswer;
+    case kRefusedByServer:
+      return LinkTrouble::RefusedByHttp;
+    case kBadHandshake:
+      return LinkTrouble::NoWebSocket;
+    default:
+      return LinkTrouble::Lost;
+  }
+}
+
+LinkTrouble troubleOf(const Error& error) {
+  if (error.domain == "POSIX") return troubleOfSystem(error.code);
+  if (error.domain == "OrvTls") return troubleOfTls(error.code);
+  if (error.domain == "OrvNameLookup") return LinkTrouble::NameNotFound;
+  return error.domain == "OrvWebSocket" ? troubleOfSocket(error.code) : LinkTrouble::Lost;
+}
+
+/// What is said of a trouble in front of the socket's own words; nothing where those say it all.
+std::string_view wordsFor(LinkTrouble trouble) {
+  switch (trouble) {
+    case LinkTrouble::NameNotFound:
+      return "the name of the server is not found";
+    case LinkTrouble::Refused:
+      return "the connection was refused";
+    case LinkTrouble::Unreachable:
+      return "there is no way to the server";
+    case LinkTrouble::NoAnswer:
+      return "the server does not answer";
+    case LinkTrouble::CertificateExpired:
+      return "the certificate of the server has expired";
+    case LinkTrouble::CertificateOfAnother:
+      return "the certificate of the server is for another host";
+    case LinkTrouble::CertificateNotTrusted:
+      return "the certificate of the server is not trusted";
+    case LinkTrouble::TlsFailed:
+      return "TLS failed";
+    default:
+      return {};
+  }
+}
+
+/// Whether the socket's own words tell more than ours.
+bool saysMore(LinkTrouble trouble) {
+  return trouble == LinkTrouble::NameNotFound || trouble == LinkTrouble::Unreachable ||
+         trouble == LinkTrouble::CertificateNotTrusted || trouble == LinkTrouble::TlsFailed;
+}
+
+}  // namespace
+
+std::string_view nameOf(LinkTrouble trouble) {
+  switch (trouble) {
+    case LinkTrouble::NoNetwork:
+      return "noNetwork";
+    case LinkTrouble::BadAddress:
+      return "badAddress";
+    case LinkTrouble::NameNotFound:
+      return "nameNotFound";
+    case LinkTrouble::Refused:
+      return "refused";
+    case LinkTrouble::Unreachable:
+      return "unreachable";
+    case LinkTrouble::NoAnswer:
+      return "noAnswer";
+    case LinkTrouble::CertificateExpired:
+      return "certificateExpired";
+    case LinkTrouble::CertificateOfAnother:
+      return "certificateOfAnother";
+    case LinkTrouble::CertificateNotTrusted:
+      return "certificateNotTrusted";
+    case LinkTrouble::TlsFailed:
+      return "tlsFailed";
+    case LinkTrouble::RefusedByHttp:
+      return "refusedByHttp";
+    case LinkTrouble::NoWebSocket:
+      return "noWebSocket";
+    case LinkTrouble::Unconfirmed:
+      return "unconfirmed";
+    case LinkTrouble::ClosedByServer:
+      return "closedByServer";
+    case LinkTrouble::Lost:
+      break;
+  }
+  return "lost";
+}
+
+LinkFailure linkFailureOf(const Error& error) {
+  LinkFailure failure{troubleOf(error), {}, error};
+  failure.text = wordsFor(failure.trouble);
+  if (failure.text.empty()) {
+    failure.text = error.description;
+  } else if (saysMore(failure.trouble)) {
+    failure.text += ": " + error.description;
+  }
+  return failure;
+}
+
+LinkFailure linkFailureOfClose(int code, const OptionalString& reason, bool wasClean) {
+  if (!wasClean) return {LinkTrouble::ClosedByServer, "the server ended the connection", {}};
+  std::string text = "the server closed the link, code " + std::to_string(code);
+  if (reason && !reason->empty()) text += ": " + *reason;
+  return {LinkTrouble::ClosedByServer, std::move(text), {}};
+}
+
+}  // namespace orv

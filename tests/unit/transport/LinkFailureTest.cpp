@@ -1,0 +1,128 @@
+#include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/transport/LinkFailure.h>
+
+#include "LinkFixture.h"
+
+#include <cerrno>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace orv {
+namespace {
+
+using testing::ConnectPlan;
+
+class LinkFailures : public LinkFixture {
+ protected:
+  LinkTrouble troubleAfter(ConnectPlan plan, double seconds = 1) {
+    platform.network().setDefaultPlan(std::move(plan));
+    link.watchNetworkStatus();
+    runFor(seconds);
+    return link.linkFailure().value().trouble;
+  }
+};
+
+TEST_F(LinkFailures, NothingIsToldBeforeTheFirstAttemptAndWhileTheLinkIsUp) {
+  EXPECT_EQ(link.linkFailure(), std::nullopt);
+  bringUp();
+  EXPECT_EQ(link.linkFailure(), std::nullopt);
+}
+
+TEST_F(LinkFailures, RefusedIsToldAsThat) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::refuse()), LinkTrouble::Refused);
+  EXPECT_EQ(link.linkFailure()->text, "the connection was refused");
+  EXPECT_EQ(link.linkFailure()->cause, (Error{"POSIX", ECONNREFUSED, "Connection refused"}));
+}
+
+TEST_F(LinkFailures, NameThatIsNotKnownIsToldAsThat) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::unknownHost()), LinkTrouble::NameNotFound);
+  EXPECT_EQ(link.linkFailure()->text, "the name of the server is not found: Name or service not known");
+}
+
+TEST_F(LinkFailures, HttpStatusIsTold) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::httpStatus(503)), LinkTrouble::RefusedByHttp);
+  EXPECT_NE(link.linkFailure()->text.find("HTTP status 503"), std::string::npos);
+}
+
+TEST_F(LinkFailures, AnswerOfSomethingElseIsNoWebSocket) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::httpStatus(200)), LinkTrouble::NoWebSocket);
+}
+
+TEST_F(LinkFailures, ServerWithoutAnAnswerIsSilentWhileItIsWaitedForAndAfterwards) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::neverAnswer()), LinkTrouble::NoAnswer);
+  runFor(70);
+  EXPECT_EQ(link.linkFailure()->trouble, LinkTrouble::NoAnswer);
+}
+
+TEST_F(LinkFailures, EndOfTheStreamIsAClose) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::endOfStream()), LinkTrouble::ClosedByServer);
+}
+
+TEST_F(LinkFailures, ServerThatDoesNotAnswerPingLeavesTheLinkUnconfirmed) {
+  server.setAnswersPing(false);
+  EXPECT_EQ(troubleAfter(ConnectPlan::accept()), LinkTrouble::Unconfirmed);
+}
+
+TEST_F(LinkFailures, LossOfTheLinkIsToldUntilItIsUpAgain) {
+  bringUp();
+  runFor(10);
+  platform.network().setDefaultPlan(ConnectPlan::refuse());
+  server.reset(1);
+  settle();
+  EXPECT_EQ(link.linkFailure()->trouble, LinkTrouble::Refused) << "of the attempt that followed at once";
+  platform.network().setDefaultPlan(ConnectPlan::neverAnswer());
+  runFor(8);
+  EXPECT_EQ(link.linkFailure()->trouble, LinkTrouble::Refused) << "the last that is known";
+  platform.network().setDefaultPlan(ConnectPlan::accept());
+  link.reconnect();
+  settle();
+  EXPECT_EQ(link.linkFailure(), std::nullopt);
+}
+
+TEST_F(LinkFailures, NetworkThatIsGoneComesFirst) {
+  bringUp();
+  platform.reachability().report(ReachabilityStatus::NotReachable);
+  settle();
+  EXPECT_EQ(link.linkFailure()->trouble, LinkTrouble::NoNetwork);
+}
+
+TEST(LinkFailureOf, TellsCertificatesApart) {
+  const auto trouble = [](std::int64_t code) { return linkFailureOf({"OrvTls", code, "words"}).trouble; };
+  EXPECT_EQ(trouble(10), LinkTrouble::CertificateExpired);
+  EXPECT_EQ(trouble(62), LinkTrouble::CertificateOfAnother);
+  EXPECT_EQ(trouble(64), LinkTrouble::CertificateOfAnother);
+  EXPECT_EQ(trouble(18), LinkTrouble::CertificateNotTrusted);
+  EXPECT_EQ(trouble(20), LinkTrouble::CertificateNotTrusted);
+  EXPECT_EQ(trouble(267), LinkTrouble::TlsFailed) << "wrong version number: no TLS at all";
+  EXPECT_EQ(trouble(0), LinkTrouble::TlsFailed);
+}
+
+TEST(LinkFailureOf, TellsErrorsOfTheSystemApart) {
+  const auto trouble = [](std::int64_t code) { return linkFailureOf({"POSIX", code, "words"}).trouble; };
+  EXPECT_EQ(trouble(EHOSTUNREACH), LinkTrouble::Unreachable);
+  EXPECT_EQ(trouble(ENETUNREACH), LinkTrouble::Unreachable);
+  EXPECT_EQ(trouble(ETIMEDOUT), LinkTrouble::NoAnswer);
+  EXPECT_EQ(trouble(ECONNRESET), LinkTrouble::Lost);
+  EXPECT_EQ(linkFailureOf({"POSIX", ECONNRESET, "Connection reset by peer"}).text,
+            "Connection reset by peer");
+  EXPECT_EQ(linkFailureOf({"OrvWebSocket", -1000, "not a WebSocket address"}).trouble,
+            LinkTrouble::BadAddress);
+  EXPECT_EQ(linkFailureOf({"Another", 1, "words"}).trouble, LinkTrouble::Lost);
+}
+
+TEST(LinkFailureOf, CloseTellsCodeAndReason) {
+  EXPECT_EQ(linkFailureOfClose(1013, "later", true).text, "the server closed the link, code 1013: later");
+  EXPECT_EQ(linkFailureOfClose(1005, std::nullopt, true).text, "the server closed the link, code 1005");
+  EXPECT_EQ(linkFailureOfClose(1001, "Stream end", false).text, "the server ended the connection");
+}
+
+TEST(LinkTroubleNames, AreDifferent) {
+  constexpr int kLast = static_cast<int>(LinkTrouble::Lost);
+  std::set<std::string_view> names;
+  for (int i = 0; i <= kLast; ++i) names.insert(nameOf(static_cast<LinkTrouble>(i)));
+  EXPECT_EQ(names.size(), static_cast<std::size_t>(kLast) + 1);
+}
+
+}  // namespace
+}  // namespace orv
