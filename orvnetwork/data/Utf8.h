@@ -100,6 +100,22 @@ inline void appendUtf8(std::string& out, char32_t code) {
   }
 }
 
+/// The text with U+FFFD in the place of each byte that is part of no well-formed character.
+inline std::string repairedUtf8(std::string_view text) {
+  std::string repaired;
+  repaired.reserve(text.size());
+  while (!text.empty()) {
+    const std::size_t length = utf8SequenceLength(text);
+    if (length == 0) {
+      appendUtf8(repaired, 0xFFFD);
+    } else {
+      repaired += text.substr(0, length);
+    }
+    text.remove_prefix(length == 0 ? 1 : length);
+  }
+  return repaired;
+}
+
 /// The front of a text, of at most `size` bytes, that does not end within a character: `utf8Front("a文", 3)` is "a".
 /// It refers to the same bytes as `text`. For what is shown in little room.
 inline std::string_view utf8Front(std::string_view text, std::size_t size) {

@@ -1,5 +1,8 @@
 #include "orvnetwork/platform/Console.h"
 
+#include <orvnetwork/data/LineShape.h>
+#include <orvnetwork/data/Utf8.h>
+
 #include <unistd.h>
 
 #include <cerrno>
@@ -25,6 +28,9 @@ State& state() {
   static State& instance = *new State;
   return instance;
 }
+
+/// How a line on standard error begins.
+constexpr std::string_view kShapeOfStamp = "0000-00-00 ";
 
 thread_local bool insideSink = false;
 
@@ -53,7 +59,8 @@ std::string stamp() {
 
 void writeToStandardError(std::string_view line) {
   std::string text = stamp();
-  text.append(line).append(1, '\n');
+  appendMessage(text, line, kShapeOfStamp);
+  text += '\n';
   std::string_view rest = text;
   while (!rest.empty()) {
     const ssize_t written = ::write(STDERR_FILENO, rest.data(), rest.size());
@@ -72,6 +79,12 @@ void Console::write(std::string_view line) {
     return;
   }
   try {
+    // Names of files and what damaged ones hold may be any bytes.
+    std::string repaired;
+    if (!isUtf8(line)) {
+      repaired = repairedUtf8(line);
+      line = repaired;
+    }
     if (held.holds > 0) {
       held.lines.emplace_back(line);
       return;

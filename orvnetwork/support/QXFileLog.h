@@ -51,7 +51,8 @@ class ORV_EXPORT QXFileLog {
   /// the one before or after. Every tenth line flushes the file to the disk; after every 101st the file's size is
   /// looked at.
   ///
-  /// @param message UTF-8 by custom, but any bytes are taken, line feeds included
+  /// @param message UTF-8 by custom, but any bytes are taken, line feeds included; one before what looks like the date
+  /// of a line of the log is written as `\\n`, so that no message looks like another line
   void logString(std::string_view message) noexcept;
 
   /// Absent when the running file cannot be read; else empty, since reading begins at the file's end.

@@ -1,5 +1,6 @@
 #include "orvnetwork/support/detail/LogFileWriter.h"
 
+#include <orvnetwork/data/LineShape.h>
 #include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/platform/Platform.h>
 
@@ -12,10 +13,19 @@
 
 namespace orv {
 
+namespace {
+
+/// How a line of the log begins.
+constexpr std::string_view kShapeOfStamp = "0000/00/00 ";
+
+}  // namespace
+
 void LogFileWriter::add(std::string_view message) {
   const WallTime now = Platform::current().clock().wallNow();
   constexpr std::size_t kAroundMessage = 32;
-  if (!makeRoom(message.size() + kAroundMessage, now)) {
+  // A line feed takes two bytes where a forged line would begin.
+  const auto feeds = static_cast<std::size_t>(std::ranges::count(message, '\n'));
+  if (!makeRoom(message.size() + feeds + kAroundMessage, now)) {
     ++lost_;
     return;
   }
@@ -60,7 +70,7 @@ bool LogFileWriter::makeRoom(std::size_t size, WallTime now) {
 void LogFileWriter::append(std::string_view message, WallTime now) {
   block_ += stamp_.of(now);
   block_ += " - ";
-  block_ += message;
+  appendMessage(block_, message, kShapeOfStamp);
   block_ += '\n';
 }
 

@@ -22,6 +22,12 @@ TEST(FolderName, WhatWouldLeadElsewhereIsEscaped) {
   EXPECT_EQ(folderName(std::string_view("\0", 1)), "%00");
 }
 
+TEST(FolderName, ControlCharactersAreEscaped) {
+  EXPECT_EQ(folderName("a\nb\t\x1b[2J\x7f"), "a%0Ab%09%1B[2J%7F");
+  EXPECT_EQ(folderName("\u0080\u009b\u00a0"), "%C2%80%C2%9B\u00a0");
+  EXPECT_EQ(folderName("\x9b"), "%9B") << "no UTF-8, and a control character to some";
+}
+
 }  // namespace
 
 }  // namespace orv

@@ -56,6 +56,16 @@ TEST(Utf8, TakesTheFrontOfATextWithoutSplittingACharacter) {
   EXPECT_EQ(utf8Front("\x80\x80\x80", 2), "");
 }
 
+TEST(Utf8, RepairsWhatIsNotWellFormed) {
+  EXPECT_EQ(repairedUtf8(""), "");
+  EXPECT_EQ(repairedUtf8("a文👩\n"), "a文👩\n");
+  EXPECT_EQ(repairedUtf8("a\xFF"
+                         "b\xE6\x96"),
+            "a\uFFFD"
+            "b\uFFFD\uFFFD");
+  EXPECT_TRUE(isUtf8(repairedUtf8("\xC0\x80\xED\xA0\x80\x9B")));
+}
+
 TEST(Utf8, DropsTheCharacterThatACutWentThrough) {
   const std::string_view text = "a文👩b";
   const std::vector<std::size_t> sizes = {0, 1, 1, 1, 4, 4, 4, 4, 8, 9};

@@ -50,6 +50,28 @@ class CapturedStandardError {
   int file_;
 };
 
+TEST(Console, LinesAreUtf8WhateverTheyHold) {
+  std::vector<std::string> seen;
+  Console::setSink([&](std::string_view line) { seen.emplace_back(line); });
+  Console::write("a\xFF\xC0\x80 b\xE6\x96");
+  consoleLog("%@ is damaged", std::string("/f\x9B.plist"));
+  Console::setSink(nullptr);
+  EXPECT_EQ(seen,
+            (std::vector<std::string>{"a\uFFFD\uFFFD\uFFFD b\uFFFD\uFFFD", "/f\uFFFD.plist is damaged"}));
+  const CapturedStandardError captured;
+  Console::write("\x9B");
+  EXPECT_TRUE(captured.text().ends_with(" \uFFFD\n")) << captured.text();
+}
+
+TEST(Console, LineFeedsInALineMakeNoLineThatLooksLikeAnother) {
+  const CapturedStandardError captured;
+  Console::write("closed: x\n2024-01-31 08:45:10.000 all is well\n    more");
+  const auto lines = split(captured.text());
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_TRUE(lines[0].ends_with("closed: x\\n2024-01-31 08:45:10.000 all is well")) << lines[0];
+  EXPECT_EQ(lines[1], "    more");
+}
+
 TEST(Console, WritesLinesWithATimeStampToStandardError) {
   const CapturedStandardError captured;
   Console::write("hello 世界");

@@ -37,6 +37,13 @@ TEST_F(QXFileLogTest, WritesStampedLinesInOrder) {
   EXPECT_EQ(log().logTimes(), 3);
 }
 
+TEST_F(QXFileLogTest, LineFeedsInALoggedValueMakeNoLineThatLooksLikeAnother) {
+  log().log("closed: %@", "x\n2024/01/31 08:45:10.000 - all is well\n    more");
+  platform.drainLog();
+  EXPECT_EQ(contentsOf(*log().logFilePath()),
+            std::string(kStamp) + "closed: x\\n2024/01/31 08:45:10.000 - all is well\n    more\n");
+}
+
 TEST_F(QXFileLogTest, WritesManyQueuedLinesWithOneWrite) {
   for (int i = 0; i < 90; ++i) log().logString("line");
   const int before = platform.control().writes;
