@@ -7,7 +7,9 @@
 #include "cli/ExitCode.h"
 #include "cli/Host.h"
 #include "cli/LineReader.h"
+#include "cli/Output.h"
 #include "cli/Request.h"
+#include "cli/TerminalText.h"
 
 #include <unistd.h>
 
@@ -160,7 +162,10 @@ ExitCode run(const BatchCommand&, Context& context) {
   Host& host = context.host();
   Batch batch(context.output);
   // Without a link each request is answered so; what is wrong with a line is told all the same.
-  host.openLink();
+  const bool isUp = host.openLink();
+  if (!isUp && !host.interrupted()) {
+    writeAll(STDERR_FILENO, "orv: " + printable(host.noLinkMessage()) + "\n");
+  }
   if (!host.interrupted()) batch.read(STDIN_FILENO);
   host.runUntil([&batch] { return batch.over(); });
   batch.interrupt();

@@ -2,10 +2,12 @@
 
 #include <orvnetwork/data/Url.h>
 
+#include "cli/WrongWords.h"
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include <algorithm>
 #include <cmath>
 
 namespace orv::cli {
@@ -206,6 +208,7 @@ std::variant<Invocation, WrongUse, Text> parseCommandLine(int argc, const char* 
   Parsed parsed;
   parsed.options.appVersion = ORV_VERSION;
   Grammar grammar(parsed);
+  const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
   try {
     grammar.app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -214,8 +217,13 @@ std::variant<Invocation, WrongUse, Text> parseCommandLine(int argc, const char* 
     return Text{std::string(version.what()) + "\n"};
   } catch (const CLI::ExtrasError&) {
     // Not the parser's own text: it repeats the arguments, and one of them may be secret.
-    return WrongUse{"too many arguments, or an option after the command; see `orv --help`"};
+    std::string problem = explainWords(grammar.app, words);
+    if (problem.empty()) problem = "too many arguments, or an option after the command; see `orv --help`";
+    return WrongUse{std::move(problem)};
   } catch (const CLI::RequiredError& error) {
+    if (std::string problem = explainWords(grammar.app, words); !problem.empty()) {
+      return WrongUse{std::move(problem)};
+    }
     if (!grammar.app.get_subcommands().empty()) return WrongUse{error.what()};
     return WrongUse{
         "a command is expected: demo, shell, call, invoke, operations, watch, courses, local, log, login, "
@@ -223,6 +231,12 @@ std::variant<Invocation, WrongUse, Text> parseCommandLine(int argc, const char* 
         "or logout; see `orv --help`"};
   } catch (const CLI::ParseError& error) {
     return WrongUse{error.what()};
+  }
+  // What follows an operation is taken as it is, and no JSON text begins like an option.
+  if (grammar.invoke->parsed()) {
+    if (std::string problem = explainWords(grammar.app, words); !problem.empty()) {
+      return WrongUse{std::move(problem)};
+    }
   }
   return choose(grammar, parsed);
 }

@@ -164,8 +164,10 @@ bool loadRange(Loader& loader, const CourseList& list, std::uint64_t start, std:
   }
 }
 
-Answer fail(ExitCode code, std::string_view outcome, std::string_view message) {
-  return {writeLine({{"outcome", outcome}, {"message", message}}), code};
+Answer fail(ExitCode code, std::string_view outcome, std::string_view message, std::string_view reason = {}) {
+  json::object answer{{"outcome", outcome}, {"message", message}};
+  if (!reason.empty()) answer.emplace("reason", reason);
+  return {writeLine(answer), code};
 }
 
 Answer show(const CoursesCommand& command, const CourseList& list, std::string_view message) {
@@ -199,7 +201,9 @@ Answer load(const CoursesCommand& command, Context& context) {
   }
   const CourseList list(command.status);
   if (!host) return show(command, list, "as stored; with --server the server is asked");
-  if (!host->openLink()) return fail(ExitCode::NoReply, "timeout", host->noLinkMessage());
+  if (!host->openLink()) {
+    return fail(ExitCode::NoReply, "timeout", host->noLinkMessage(), host->noLinkReason());
+  }
 
   Loader loader(*host, list, command.start + command.count);
   const bool loaded = loadRange(loader, list, command.start, command.count, command.force);

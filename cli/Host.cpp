@@ -8,6 +8,7 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/Output.h"
+#include "cli/TerminalText.h"
 
 #include <signal.h>
 #include <sys/random.h>
@@ -74,8 +75,9 @@ std::string settleIn(const std::string& home) {
 }
 
 void installConsoleSink() {
-  Console::setSink(
-      [](std::string_view line) { writeAll(STDERR_FILENO, timeOfDay() + " " + hideSecrets(line) + "\n"); });
+  Console::setSink([](std::string_view line) {
+    writeAll(STDERR_FILENO, timeOfDay() + " " + printable(hideSecrets(line)) + "\n");
+  });
 }
 
 std::string secondsText(double seconds) {
@@ -141,9 +143,20 @@ void Host::forgetInterruption() {
   signals_.forget();
 }
 
+std::string Host::shownUrl() const {
+  return shownAddress(url_);
+}
+
 std::string Host::noLinkMessage(std::optional<double> waited) const {
   if (interrupted_) return "interrupted";
-  return "no link to " + hideSecrets(url_) + " within " + secondsText(waited.value_or(wait_));
+  const auto failure = QXWebSocketMgr::standard().linkFailure();
+  return "no link to " + shownUrl() + " within " + secondsText(waited.value_or(wait_)) +
+         (failure ? ": " + failure->text : "");
+}
+
+std::string Host::noLinkReason() const {
+  const auto failure = interrupted_ ? std::nullopt : QXWebSocketMgr::standard().linkFailure();
+  return failure ? std::string(nameOf(failure->trouble)) : std::string();
 }
 
 bool Host::runUntil(const std::function<bool()>& condition, std::optional<Seconds> limit) {

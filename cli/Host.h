@@ -33,8 +33,8 @@ class Host {
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  /// The address of the server in use.
-  const std::string& url() const { return url_; }
+  /// The address of the server in use, as it may be shown.
+  std::string shownUrl() const;
   /// The embedded server; null when another one is in use.
   DevServer* server() { return server_.get(); }
 
@@ -43,8 +43,11 @@ class Host {
   /// Starts to follow the network and waits until the link is up, if it is not. False after `Options::wait` seconds or when
   /// interrupted.
   bool openLink();
-  /// Why `openLink`, or waiting for so many seconds, was in vain.
+  /// Why `openLink`, or waiting for so many seconds, was in vain, in words. What the server has said is in it as it
+  /// came.
   std::string noLinkMessage(std::optional<double> waited = {}) const;
+  /// The same in one word, as `nameOf(LinkTrouble)` tells it; "" when interrupted, and when nothing is known.
+  std::string noLinkReason() const;
 
   /// Runs the main queue until the condition holds. It is asked now and after each `notice()`. False after
   /// `limit` or when interrupted.

@@ -4,16 +4,25 @@
 
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
+#include "cli/LogFile.h"
+#include "cli/Output.h"
 #include "cli/SingleRequest.h"
+#include "cli/TerminalText.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <filesystem>
-#include <fstream>
+#include <string>
 
 namespace orv::cli {
 
 namespace {
+
+/// A file of the log is little more than 2 MiB; one that has grown otherwise is not taken into memory.
+constexpr std::size_t kMostShown = std::size_t{8} << 20;
 
 /// The newest file of the log; absent when there is none. The log itself is not touched: making it would open
 /// a new file.
@@ -41,11 +50,15 @@ ExitCode run(const LogCommand& command, Context& context) {
     output.line(path->string());
     return ExitCode::Success;
   }
-  std::ifstream file(*path, std::ios::binary);
-  // A file is little more than 2 MiB.
-  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (!file) return refuse("the log cannot be read: " + path->string(), output);
-  output.text(hideSecrets(text));
+  const Result<LogTail> tail = readLogTail(*path, kMostShown);
+  if (!tail) {
+    return refuse("the log cannot be read: " + path->string() + ": " + tail.error().description, output);
+  }
+  if (tail->skipped > 0) {
+    writeAll(STDERR_FILENO,
+             "orv: the first " + std::to_string(tail->skipped) + " bytes of the log are left out\n");
+  }
+  output.text(printable(hideSecrets(tail->text)));
   return ExitCode::Success;
 }
 

@@ -1,5 +1,4 @@
 #include <orvnetwork/data/LooseRead.h>
-#include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"
@@ -8,6 +7,7 @@
 #include "cli/Request.h"
 #include "cli/SecretInput.h"
 #include "cli/SingleRequest.h"
+#include "cli/StoredUser.h"
 
 #include <memory>
 #include <optional>
@@ -35,7 +35,7 @@ ExitCode run(const LoginCommand& command, Context& context) {
   const Result<std::string> secret = context.askSecret(command.byCode ? "Verification code" : "Password");
   const Operation& operation = *findOperation(command.byCode ? kByCode : kByPassword).value();
   const auto unanswered = [&](const std::string& message) {
-    output.line(noReply(operation.name, operation.command, message).line);
+    output.line(noReply(operation.name, operation.command, message, host.noLinkReason()).line);
     return ExitCode::NoReply;
   };
   if (host.interrupted()) return unanswered("interrupted");
@@ -50,6 +50,7 @@ ExitCode run(const LoginCommand& command, Context& context) {
     std::optional<Answer> answer;
     bool abandoned = false;
     bool bringsNobody = false;
+    bool isKept = true;
   };
   const auto state = std::make_shared<State>();
   request(
@@ -62,6 +63,7 @@ ExitCode run(const LoginCommand& command, Context& context) {
         if (state->abandoned) return;
         const auto user = success ? userIn(reply) : nullptr;
         if (user) QXUserInfoMgr::getInstance().setUserInfo(user);
+        state->isKept = !user || isInFile(*user);
         state->bringsNobody = success && !user;
       });
   if (!host.runUntil([&] { return state->answer.has_value(); })) {
@@ -69,8 +71,13 @@ ExitCode run(const LoginCommand& command, Context& context) {
     return unanswered("interrupted");
   }
   if (state->bringsNobody) return refuse("the reply to the log-in holds no user; nobody is stored", output);
+  if (!state->isKept) {
+    return refuse(
+        "logged in, but the user could not be written to " + userFile() + "; standard error tells why",
+        output);
+  }
   // The token is stored; nobody needs to read it here.
-  output.line(hideSecrets(state->answer->line));
+  output.line(withoutSecrets(state->answer->line));
   return state->answer->code;
 }
 

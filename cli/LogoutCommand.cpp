@@ -2,6 +2,7 @@
 
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
+#include "cli/Output.h"
 #include "cli/SingleRequest.h"
 #include "cli/StoredUser.h"
 
@@ -34,8 +35,12 @@ Ending tellServer(Host& host, const Operation& operation) {
   };
   if (!host.openLink()) {
     if (host.interrupted()) return ending("timeout", "interrupted", ExitCode::NoReply);
-    return ending("timeout", "logged out here; the server was not told: " + host.noLinkMessage(),
-                  ExitCode::NoReply);
+    Ending unlinked = ending("timeout", "logged out here; the server was not told: " + host.noLinkMessage(),
+                             ExitCode::NoReply);
+    if (const std::string reason = host.noLinkReason(); !reason.empty()) {
+      unlinked.line.emplace("reason", reason);
+    }
+    return unlinked;
   }
   const UserRequest asked = requestAsUser(host, operation, {});
   switch (asked.outcome) {
@@ -56,6 +61,18 @@ Ending tellServer(Host& host, const Operation& operation) {
   return {std::move(line), asked.answer.code, false};
 }
 
+/// The next run would find the user again, and whoever reads the file can sign in while the server knows the token.
+ExitCode notForgotten(const Operation& operation, const Ending& ending, Output& output) {
+  const bool isTold = ending.code == ExitCode::Success && ending.line.contains("reply");
+  output.line(
+      answerWithout(operation, "error",
+                    (isTold ? "the server was told, but the user could not be removed: the token is still on "
+                              "the disk, in "
+                            : "the user could not be removed: the token is still on the disk, in ") +
+                        userFile() + "; standard error tells why"));
+  return ExitCode::WrongUse;
+}
+
 }  // namespace
 
 ExitCode run(const LogoutCommand&, Context& context) {
@@ -72,7 +89,10 @@ ExitCode run(const LogoutCommand&, Context& context) {
   const Ending ending = host ? tellServer(*host, operation)
                              : Ending{answerWithout(operation, "complete",
                                                     "logged out here; with --server the server is told too")};
-  if (!ending.staysLoggedIn) users.setUserInfo(nullptr);
+  if (!ending.staysLoggedIn) {
+    users.setUserInfo(nullptr);
+    if (!isFileEmpty()) return notForgotten(operation, ending, output);
+  }
   output.line(ending.line);
   return ending.code;
 }

@@ -2,6 +2,8 @@
 
 #include <orvnetwork/data/Json.h>
 
+#include "cli/TerminalText.h"
+
 #include <poll.h>
 #include <unistd.h>
 
@@ -32,7 +34,7 @@ bool Output::text(std::string_view text) {
 }
 
 bool Output::line(std::string_view text) {
-  std::string whole(text);
+  std::string whole = printable(text);
   whole += '\n';
   return this->text(whole);
 }

@@ -10,11 +10,12 @@ namespace orv::cli {
 /// Standard output, or what takes its place. Each line is written at once and whole.
 class Output {
  public:
-  /// Writes a text and a line feed. False when it cannot be written; nothing is written from then on.
+  /// Writes a text, as `printable` shows it, and a line feed. False when it cannot be written; nothing is written from
+  /// then on.
   bool line(std::string_view text);
-  /// Writes a dictionary as one line of JSON.
+  /// Writes a dictionary as one line of JSON, likewise.
   bool line(const json::object& object);
-  /// Writes a text as it is.
+  /// Writes a text of the program's own as it is, with its colours.
   bool text(std::string_view text);
 
   /// Gives the texts to a function in the place of standard output; an empty one ends that. It returns the number of

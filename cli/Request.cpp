@@ -1,6 +1,7 @@
 #include "cli/Request.h"
 
 #include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
@@ -61,10 +62,21 @@ Answer wrongUse(std::string_view message) {
   return {writeLine({{"outcome", "error"}, {"message", message}}), ExitCode::WrongUse};
 }
 
-Answer noReply(std::string_view operation, std::string_view command, std::string_view message) {
-  return {writeLine(
-              {{"operation", operation}, {"command", command}, {"outcome", "timeout"}, {"message", message}}),
-          ExitCode::NoReply};
+Answer noReply(std::string_view operation, std::string_view command, std::string_view message,
+               std::string_view reason) {
+  json::object answer{
+      {"operation", operation}, {"command", command}, {"outcome", "timeout"}, {"message", message}};
+  if (!reason.empty()) answer.emplace("reason", reason);
+  return {writeLine(answer), ExitCode::NoReply};
+}
+
+std::string withoutSecrets(const std::string& line) {
+  // In the values: in the text a number would become what is no JSON.
+  Result<json::value> parsed = parseJson(line);
+  if (!parsed || !parsed->is_object()) return {};
+  json::value answer = *parsed;
+  hideSecretsInPlace(answer);
+  return writeLine(answer.get_object());
 }
 
 std::string commandOf(const Operation& operation, const std::vector<Object>& arguments) {

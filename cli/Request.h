@@ -28,8 +28,13 @@ std::string writeLine(const json::object& object);
 /// The answer to what is wrong use; nothing has been sent.
 Answer wrongUse(std::string_view message);
 
-/// The answer to a request that could not be sent, or that nobody answered.
-Answer noReply(std::string_view operation, std::string_view command, std::string_view message);
+/// The answer to a request that could not be sent, or that nobody answered. `reason` says in one word why there is no
+/// link; "" where that is not known, or not what is the matter.
+Answer noReply(std::string_view operation, std::string_view command, std::string_view message,
+               std::string_view reason = {});
+
+/// The same line of JSON with the values of its secrets hidden.
+std::string withoutSecrets(const std::string& line);
 
 /// The command that a call of an operation with these arguments sends.
 std::string commandOf(const Operation& operation, const std::vector<Object>& arguments);

@@ -19,7 +19,7 @@ Answer ask(const Operation& operation, const std::vector<Object>& arguments, Con
   }
   Host& host = context.host();
   const std::string command = commandOf(operation, arguments);
-  if (!host.openLink()) return noReply(operation.name, command, host.noLinkMessage());
+  if (!host.openLink()) return noReply(operation.name, command, host.noLinkMessage(), host.noLinkReason());
   // A request that was interrupted may be answered when nobody waits any more.
   const auto answer = std::make_shared<std::optional<Answer>>();
   request(operation, arguments, [answer](Answer ended) {

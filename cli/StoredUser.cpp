@@ -1,12 +1,15 @@
 #include "cli/StoredUser.h"
 
 #include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace orv::cli {
@@ -50,6 +53,23 @@ UserRequest requestAsUser(Host& host, const Operation& operation, const std::vec
     state->result.outcome = UserRequest::Outcome::SessionRefused;
   }
   return state->result;
+}
+
+bool isInFile(const OrvUserInfoModel& user) {
+  const auto stored = readDictionaryFile(userFile());
+  const auto record = stored ? makeRecord<OrvUserInfoModel>(*stored) : nullptr;
+  return record && record->uID.get() == user.uID.get() && record->token.get() == user.token.get();
+}
+
+bool isFileEmpty() {
+  std::error_code error;
+  if (!std::filesystem::exists(userFile(), error)) return true;
+  const auto stored = readDictionaryFile(userFile());
+  return stored && stored->empty();
+}
+
+std::string userFile() {
+  return QXUserInfoMgr::getInstance().userInfoPlist().value_or("userInfo/userInfo.plist");
 }
 
 }  // namespace orv::cli

@@ -8,6 +8,7 @@
 #include "cli/ExitCode.h"
 #include "cli/Host.h"
 #include "cli/Output.h"
+#include "cli/TerminalText.h"
 
 #include <unistd.h>
 
@@ -58,9 +59,8 @@ ExitCode run(const WatchCommand& command, Context& context) {
   look->invalidate();
   if (end) end->invalidate();
   if (linkWasUp || unread() || host.interrupted()) return ExitCode::Success;
-  writeAll(
-      STDERR_FILENO,
-      "orv: " + host.noLinkMessage(std::min(options.wait, command.duration.value_or(options.wait))) + "\n");
+  const double waited = std::min(options.wait, command.duration.value_or(options.wait));
+  writeAll(STDERR_FILENO, "orv: " + printable(host.noLinkMessage(waited)) + "\n");
   return ExitCode::NoReply;
 }
 

@@ -52,16 +52,18 @@ ExitCode run(const WhoamiCommand&, Context& context) {
     output.line(json::object{{"outcome", "error"}, {"message", kNobodyMessage}});
     return ExitCode::Refused;
   }
-  const auto show = [&](std::string_view session, const std::string& message, ExitCode code) {
+  const auto show = [&](std::string_view session, const std::string& message, ExitCode code,
+                        const std::string& reason = {}) {
     json::object line = describeUser(*user, session);
     if (!message.empty()) line.emplace("message", message);
+    if (!reason.empty()) line.emplace("reason", reason);
     output.line(line);
     return code;
   };
   if (!host) return show("unknown", "as stored; with --server the server is asked", ExitCode::Success);
   if (!host->openLink()) {
     const ExitCode code = host->interrupted() ? ExitCode::NoReply : ExitCode::Success;
-    return show("unknown", "as stored: " + host->noLinkMessage(), code);
+    return show("unknown", "as stored: " + host->noLinkMessage(), code, host->noLinkReason());
   }
   const UserRequest asked =
       requestAsUser(*host, *findOperation(kClassroom).value(), {Object(user->classroom.get())});

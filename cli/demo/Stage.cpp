@@ -3,6 +3,7 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/Secrets.h>
 
+#include "cli/TerminalText.h"
 #include "cli/TextWidth.h"
 
 #include <algorithm>
@@ -132,24 +133,28 @@ std::string Stage::painted(std::string_view style, std::string_view text) const 
   return "\x1b[" + std::string(style) + "m" + std::string(text) + "\x1b[0m";
 }
 
+void Stage::write(const std::string& line) {
+  output_.text(line + "\n");
+}
+
 void Stage::title(std::string_view text) {
-  output_.line(painted(kBold, text));
+  write(painted(kBold, text));
 }
 
 void Stage::step(std::string_view text) {
   steps_.push_back({std::string(text), 0, 0});
-  output_.line("\n" + painted(kBold, padded(std::to_string(steps_.size()), 2) + "  " + std::string(text)));
+  write("\n" + painted(kBold, padded(std::to_string(steps_.size()), 2) + "  " + std::string(text)));
 }
 
 void Stage::note(std::string_view text) {
-  output_.line(std::string(kIndent, ' ') + folded(hideSecrets(text), kWidth - kIndent, kIndent));
+  write(std::string(kIndent, ' ') + folded(printable(hideSecrets(text)), kWidth - kIndent, kIndent));
 }
 
 void Stage::block(std::string_view text) {
-  const std::string shown = hideSecrets(text);
+  const std::string shown = printable(hideSecrets(text));
   for (std::size_t at = 0; at < shown.size();) {
     const auto end = std::min(shown.find('\n', at), shown.size());
-    output_.line("        " + shown.substr(at, end - at));
+    write("        " + shown.substr(at, end - at));
     at = end + 1;
   }
 }
@@ -158,27 +163,25 @@ void Stage::row(Row kind, std::string_view text) {
   if (quiet_) return;
   const Label label = labelOf(kind);
   // Hidden first: a cut text may lack what shows where a secret ends.
-  output_.line("    " + painted(kDim, padded(decimal(elapsed(), 3), 6)) + "  " +
-               painted(label.style, label.text) + "  " +
-               cut(squeezed(hideSecrets(text)), kind == Row::Console ? 1 : kRowLines));
+  write("    " + painted(kDim, padded(decimal(elapsed(), 3), 6)) + "  " + painted(label.style, label.text) +
+        "  " + cut(printable(squeezed(hideSecrets(text))), kind == Row::Console ? 1 : kRowLines));
 }
 
 void Stage::file(const std::string& name, const std::string& size) {
   const std::size_t used = 2 * kIndent + textWidth(name) + textWidth(size);
   const std::string gap(used + 1 < kWidth ? kWidth - used : 1, ' ');
-  output_.line(std::string(kIndent, ' ') + name + (size.empty() ? "" : gap + painted(kDim, size)));
+  write(std::string(kIndent, ' ') + name + (size.empty() ? "" : gap + painted(kDim, size)));
 }
 
 void Stage::verdict(std::string_view expected, bool reached, std::string_view seen) {
   (reached ? steps_.back().reached : steps_.back().missed) += 1;
   const std::string mark = reached ? painted(kGreen, "✓") : painted(kRed, "✗");
   const std::string found =
-      seen.empty() ? "" : "(" + std::string(reached ? "" : "seen: ") + hideSecrets(seen) + ")";
+      seen.empty() ? "" : "(" + std::string(reached ? "" : "seen: ") + printable(hideSecrets(seen)) + ")";
   const std::size_t indent = kIndent + 2;
   const bool onOneLine = indent + textWidth(expected) + 1 + textWidth(found) <= kWidth;
-  output_.line(
-      "    " + mark + " " + folded(expected, kWidth - indent, indent) +
-      (found.empty() ? "" : (onOneLine ? " " : "\n" + std::string(indent, ' ')) + painted(kDim, found)));
+  write("    " + mark + " " + folded(expected, kWidth - indent, indent) +
+        (found.empty() ? "" : (onOneLine ? " " : "\n" + std::string(indent, ' ')) + painted(kDim, found)));
 }
 
 bool Stage::endStep() {
@@ -190,7 +193,7 @@ void Stage::skipped(std::string_view text) {
 }
 
 bool Stage::summary() {
-  output_.line("\n" + painted(kBold, "Verdicts"));
+  write("\n" + painted(kBold, "Verdicts"));
   std::size_t good = 0;
   for (std::size_t i = 0; i < steps_.size(); ++i) {
     const Step& step = steps_[i];
@@ -204,12 +207,12 @@ bool Stage::summary() {
     } else if (!reached) {
       line += ": not run";
     }
-    output_.line(line);
+    write(line);
   }
   const bool all = good == steps_.size();
-  output_.line("\n" + painted(all ? kGreen : kRed,
-                              std::to_string(good) + " of " + std::to_string(steps_.size()) +
-                                  " steps did what they must, in " + decimal(elapsed(), 1) + " s"));
+  write("\n" +
+        painted(all ? kGreen : kRed, std::to_string(good) + " of " + std::to_string(steps_.size()) +
+                                         " steps did what they must, in " + decimal(elapsed(), 1) + " s"));
   return all;
 }
 

@@ -60,6 +60,7 @@ class Stage {
     std::size_t reached = 0, missed = 0;
   };
 
+  void write(const std::string& line);
   std::string painted(std::string_view style, std::string_view text) const;
 
   Output& output_;

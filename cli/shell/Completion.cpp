@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/OperationRegistry.h>
 
+#include "cli/TerminalText.h"
 #include "cli/shell/Words.h"
 
 #include <algorithm>
@@ -87,7 +88,8 @@ void offerArgument(Completion& completion, std::string_view typed, const Operati
   const bool quoted = parameter.kind == ArgumentKind::Text;
   for (const std::string& room : courses.cloud) {
     const std::string shown = quoted ? '"' + room + '"' : room;
-    if (shown.starts_with(typed)) completion.words.push_back(shown);
+    // What a server calls a room may be anything.
+    if (shown.starts_with(typed) && printable(shown) == shown) completion.words.push_back(shown);
   }
 }
 

@@ -4,6 +4,10 @@
 
 #include "cli/Output.h"
 #include "cli/Signals.h"
+#include "cli/shell/Candidates.h"
+#include "cli/shell/PastedText.h"
+#include "cli/shell/ResizeWatch.h"
+#include "cli/shell/TypedLine.h"
 
 #include <histedit.h>
 #include <poll.h>
@@ -14,58 +18,24 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <clocale>
 #include <cwchar>
 #include <initializer_list>
+#include <optional>
+#include <utility>
 
 namespace orv::cli {
 
 namespace {
 
 constexpr int kRememberedLines = 1000;
-constexpr std::size_t kMostShown = 60;
-
-/// What all candidates begin with.
-std::string commonBeginning(const std::vector<std::string>& words) {
-  std::string common = words.front();
-  for (const std::string& word : words) {
-    const auto [end, other] = std::ranges::mismatch(common, word);
-    common.erase(end, common.end());
-  }
-  return std::string(utf8Front(words.front(), common.size()));
-}
-
-/// Columns that a text takes on the terminal.
-std::size_t widthOf(const wchar_t* begin, const wchar_t* end) {
-  std::size_t width = 0;
-  for (; begin < end; ++begin) width += static_cast<std::size_t>(std::max(::wcwidth(*begin), 0));
-  return width;
-}
-
-std::size_t widthOf(const std::string& text) {
-  std::wstring wide(text.size() + 1, L'\0');
-  const std::size_t size = std::mbstowcs(wide.data(), text.c_str(), wide.size());
-  return size == static_cast<std::size_t>(-1) ? text.size() : widthOf(wide.data(), wide.data() + size);
-}
-
-/// The words in columns, as many as make sense.
-std::string inColumns(const std::vector<std::string>& words, std::size_t columns) {
-  if (words.size() > kMostShown) return std::to_string(words.size()) + " possibilities\n";
-  std::size_t widest = 0;
-  for (const std::string& word : words) widest = std::max(widest, word.size());
-  const std::size_t perLine = std::max<std::size_t>(1, columns / (widest + 2));
-  std::string text;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    const bool last = (i + 1) % perLine == 0 || i + 1 == words.size();
-    text += words[i] + (last ? "\n" : std::string(widest + 2 - words[i].size(), ' '));
-  }
-  return text;
-}
 
 /// The settings that a second signal has to bring back.
 termios usualSettings;
 
 void restoreUsualSettings() {
+  writeAll(STDIN_FILENO, PastedText::kNoMarks);
   ::tcsetattr(STDIN_FILENO, TCSADRAIN, &usualSettings);
 }
 
@@ -93,6 +63,10 @@ struct LineEditor::Impl {
     ::el_wset(editor, EL_ADDFN, L"orv-complete", L"Complete the word", &Impl::onTab);
     ::el_set(editor, EL_BIND, "^I", "orv-complete", nullptr);
     ::el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+    ::el_wset(editor, EL_ADDFN, L"orv-paste", L"Take what is pasted", &Impl::onPaste);
+    ::el_wset(editor, EL_ADDFN, L"orv-nothing", L"Do nothing", &Impl::onNothing);
+    ::el_set(editor, EL_BIND, "\\e[200~", "orv-paste", nullptr);
+    ::el_set(editor, EL_BIND, "\\e[201~", "orv-nothing", nullptr);
     // The arrows, the ends and the words as people expect them of any prompt.
     for (const auto& [keys, does] : std::initializer_list<std::pair<const char*, const char*>>{
              {"\\e[3~", "ed-delete-next-char"}, {"\\e[1;5C", "em-next-word"}, {"\\e[1;5D", "ed-prev-word"}}) {
@@ -118,6 +92,8 @@ struct LineEditor::Impl {
   }
   static int nextKey(EditLine* editor, wchar_t* key) { return of(editor).waitForKey(key); }
   static unsigned char onTab(EditLine* editor, int) { return of(editor).tab(); }
+  static unsigned char onPaste(EditLine* editor, int) { return of(editor).takePaste(); }
+  static unsigned char onNothing(EditLine*, int) { return CC_NORM; }
 
   std::size_t columns() const {
     winsize size{};
@@ -130,12 +106,14 @@ struct LineEditor::Impl {
     while (true) {
       if (hooks.abandoned()) return -1;
       if (const int got = takeKey(key); got >= 0) return got;
-      std::array<pollfd, 2> watched{{{STDIN_FILENO, POLLIN, 0}, {wakeUp, POLLIN, 0}}};
-      if (::poll(watched.data(), watched.size(), -1) < 0 && errno != EINTR) return 0;
-      if (const std::size_t width = columns(); width != shownColumns) {
-        if (shownColumns != 0) ::el_resize(editor);
-        shownColumns = width;
+      std::array<pollfd, 3> watched{
+          {{STDIN_FILENO, POLLIN, 0}, {wakeUp, POLLIN, 0}, {resizes.descriptor(), POLLIN, 0}}};
+      if (::poll(watched.data(), watched.size(), -1) < 0) {
+        if (errno != EINTR) return 0;
+        continue;
       }
+      if (watched[2].revents != 0) resizes.forget();
+      if (columns() != shownColumns) followResize();
       if (watched[1].revents != 0) hooks.drain();
       if (watched[0].revents != 0 && !readBytes()) return 0;
     }
@@ -181,13 +159,75 @@ struct LineEditor::Impl {
     return CC_NORM;
   }
 
-  /// Goes to the beginning of the line that is being typed and clears the screen from there on.
-  std::string erasure() const {
+  /// The prompt and what is typed up to the cursor.
+  std::wstring typedSoFar() const {
     const LineInfoW* const line = ::el_wline(editor);
-    const std::size_t before = widthOf(prompt) + widthOf(line->buffer, line->cursor);
-    std::string text = "\r";
-    if (const std::size_t rows = before / columns(); rows > 0) text += "\x1b[" + std::to_string(rows) + "A";
-    return text + "\x1b[J";
+    return widened(prompt) + std::wstring(line->buffer, line->cursor);
+  }
+
+  /// Goes to the beginning of the line that is being typed and clears the screen from there on.
+  std::string erasure() const { return erasureFrom(placeBehind(typedSoFar(), shownColumns).row); }
+
+  /// Draws the line anew on a terminal of another width. Most terminals have wrapped it anew by then, others have left
+  /// its rows as they were: the column in which the cursor stands now tells which.
+  void followResize() {
+    const std::wstring typed = typedSoFar();
+    const ScreenPlace before = placeBehind(typed, shownColumns);
+    shownColumns = columns();
+    ScreenPlace now = placeBehind(typed, shownColumns);
+    if (now.row != before.row) {
+      const auto column = askColumn();
+      if (column && *column != now.column) now = before;
+    }
+    writeAll(terminal, erasureFrom(now.row));
+    ::el_resize(editor);
+    ::el_set(editor, EL_REFRESH);
+  }
+
+  /// The column in which the terminal has its cursor; absent where it does not answer in time.
+  std::optional<std::size_t> askColumn() {
+    constexpr std::chrono::milliseconds kPatience{500};
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    writeAll(terminal, "\x1b[6n");
+    while (true) {
+      if (const auto column = takeReportedColumn(bytes)) return column;
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+      pollfd watched{STDIN_FILENO, POLLIN, 0};
+      if (left.count() <= 0 || ::poll(&watched, 1, static_cast<int>(left.count())) <= 0 || !readBytes()) {
+        return std::nullopt;
+      }
+    }
+  }
+
+  /// Puts what is pasted into the line. A line feed in it that is outside brackets is a key of its own.
+  unsigned char takePaste() {
+    const LineInfo* const line = ::el_line(editor);
+    PastedText paste(std::string_view(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer)));
+    auto step = PastedText::Step::More;
+    while (step == PastedText::Step::More) {
+      if (bytes.empty() && !waitForBytes()) break;
+      step = paste.feed(bytes.front());
+      bytes.erase(0, 1);
+    }
+    // The rest of it comes with the next line.
+    isPasting = step == PastedText::Step::LineEnd;
+    if (isPasting) bytes.insert(0, "\r");
+    const std::string text = repairedUtf8(paste.take());
+    if (!text.empty() && ::el_insertstr(editor, text.c_str()) != 0) return CC_ERROR;
+    return CC_REFRESH;
+  }
+
+  /// Waits for more of a paste. False when none comes, or the line is given up.
+  bool waitForBytes() {
+    constexpr int kPatienceMilliseconds = 1000;
+    pollfd watched{STDIN_FILENO, POLLIN, 0};
+    return !hooks.abandoned() && ::poll(&watched, 1, kPatienceMilliseconds) > 0 && readBytes();
+  }
+
+  /// Goes on with a paste that a line feed has interrupted, if more of it is there.
+  void resumePaste() {
+    pollfd watched{STDIN_FILENO, POLLIN, 0};
+    if (std::exchange(isPasting, false) && ::poll(&watched, 1, 0) > 0) bytes.insert(0, PastedText::kBegin);
   }
 
   int print(std::string_view text) {
@@ -205,8 +245,12 @@ struct LineEditor::Impl {
   std::string prompt;
   /// Read and not yet taken.
   std::string bytes;
+  ResizeWatch resizes;
+  /// The width for which the line has been drawn.
   std::size_t shownColumns = 0;
   bool editing = false;
+  /// Whether the line that was read last ended within a paste.
+  bool isPasting = false;
 };
 
 LineEditor::LineEditor(std::FILE* file, int wakeUpDescriptor, Hooks hooks)
@@ -219,9 +263,14 @@ LineEditor::Outcome LineEditor::read(std::string& line) {
   if (::tcgetattr(STDIN_FILENO, &usualSettings) == 0) Signals::beforeAbruptEnd(restoreUsualSettings);
   // Before the prompt is there: a Ctrl-D that comes at once is to find the keys in the editor's hands.
   ::el_set(impl_->editor, EL_PREP_TERM, 1);
+  writeAll(impl_->terminal, PastedText::kAskForMarks);
+  impl_->resumePaste();
+  if (impl_->shownColumns != 0 && impl_->columns() != impl_->shownColumns) ::el_resize(impl_->editor);
+  impl_->shownColumns = impl_->columns();
   impl_->editing = true;
   const char* const text = ::el_gets(impl_->editor, &size);
   impl_->editing = false;
+  writeAll(impl_->terminal, PastedText::kNoMarks);
   ::el_set(impl_->editor, EL_PREP_TERM, 0);
   Signals::beforeAbruptEnd(nullptr);
   if (impl_->hooks.abandoned()) {

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/data/Json.h>
 
+#include "cli/TerminalText.h"
 #include "cli/TextWidth.h"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ constexpr std::size_t kIndent = 2;
 constexpr std::string_view kName = "36", kText = "32", kNumber = "33", kNotification = "35";
 
 std::string compact(const json::value& value) {
-  return writeJsonCompact(value).valueOr("?");
+  return printable(writeJsonCompact(value).valueOr("?"));
 }
 
 /// Writes JSON on as few lines as its columns and its nesting allow.
@@ -106,7 +107,7 @@ std::string present(std::string_view line, std::size_t columns, bool coloured) {
     presenter.write(*parsed, 0);
     return presenter.take();
   }
-  presenter.painted(kNotification, "• " + std::string(std::string_view(notification->get_string())));
+  presenter.painted(kNotification, "• " + printable(std::string_view(notification->get_string())));
   const json::value* const userInfo = object.if_contains("userInfo");
   if (userInfo == nullptr || userInfo->is_null()) return presenter.take();
   presenter.newLine(kIndent);

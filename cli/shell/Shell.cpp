@@ -163,7 +163,7 @@ ExitCode Shell::switchOf(const Words& words) {
 ExitCode Shell::steer(const Words& words) {
   DevServer* const server = context_.host().server();
   if (server == nullptr) {
-    return wrong("the embedded server does not run: the shell uses " + context_.host().url());
+    return wrong("the embedded server does not run: the shell uses " + context_.host().shownUrl());
   }
   if (words.size() > 2) return wrong("server [CONTROL] is expected, CONTROL being one JSON dictionary");
   if (words.size() == 1) return done({{"server", server->state()}});

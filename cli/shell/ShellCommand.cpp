@@ -11,6 +11,7 @@
 #include "cli/LineReader.h"
 #include "cli/Output.h"
 #include "cli/Request.h"
+#include "cli/TerminalText.h"
 #include "cli/shell/History.h"
 #include "cli/shell/LineEditor.h"
 #include "cli/shell/Presentation.h"
@@ -123,13 +124,12 @@ ExitCode runScript(Shell& shell, Context& context) {
 
 std::string greeting(Host& host) {
   const auto user = QXUserInfoMgr::getInstance().userInfo();
-  const std::string where =
-      host.server() != nullptr ? "the embedded server, " + host.url() : hideSecrets(host.url());
+  const std::string where = (host.server() != nullptr ? "the embedded server, " : "") + host.shownUrl();
   const std::string who = user ? user->nick.get().value_or("") + " (" + user->uID.get().value_or("") + ")"
                                : "nobody; `login 13800000001` with the password `classroom`, for example";
-  return "OrvNetwork on " + where +
-         "\nUser: " + (user || host.server() != nullptr ? who : "nobody; see `help`") +
-         "\nTab completes, `help` lists the commands, Ctrl-D leaves.\n";
+  return printable("OrvNetwork on " + where +
+                   "\nUser: " + (user || host.server() != nullptr ? who : "nobody; see `help`") +
+                   "\nTab completes, `help` lists the commands, Ctrl-D leaves.\n");
 }
 
 std::size_t columnsOf(int terminal) {
@@ -168,7 +168,8 @@ ExitCode runPrompt(Shell& shell, Context& context, std::FILE* terminal) {
   // Where standard error goes elsewhere it has its lines as always.
   const bool ownsConsole = ::isatty(STDERR_FILENO) == 1;
   const auto showConsole = [&editor](std::string_view line) {
-    MainQueue::instance().post([&editor, text = "  " + hideSecrets(line) + "\n"] { editor.print(text); });
+    MainQueue::instance().post(
+        [&editor, text = "  " + printable(hideSecrets(line)) + "\n"] { editor.print(text); });
   };
   if (ownsConsole) shell.setConsole(false, showConsole);
   editor.print(greeting(host));

@@ -61,6 +61,34 @@ std::string Word::plain() const {
   return std::string(std::string_view(one->front().get_string()));
 }
 
+void WordState::feed(char c) {
+  if (kind_ == Kind::Quoted) {
+    if (c == '\'') kind_ = Kind::Between;
+  } else if (kind_ == Kind::Word) {
+    feedWord(c);
+  } else if (c == '\'') {
+    kind_ = Kind::Quoted;
+  } else if (kBlanks.find(c) == std::string_view::npos) {
+    kind_ = Kind::Word;
+    feedWord(c);
+  }
+}
+
+void WordState::feedWord(char c) {
+  if (inString_) {
+    inString_ = isEscaped_ || c != '"';
+    isEscaped_ = !isEscaped_ && c == '\\';
+  } else if (c == '"') {
+    inString_ = true;
+  } else if (c == '{' || c == '[') {
+    ++depth_;
+  } else if ((c == '}' || c == ']') && depth_ > 0) {
+    --depth_;
+  } else if (depth_ == 0 && kBlanks.find(c) != std::string_view::npos) {
+    kind_ = Kind::Between;
+  }
+}
+
 std::vector<Word> splitWords(std::string_view line) {
   std::vector<Word> words;
   std::size_t at = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,24 @@ struct Word {
 
   /// For those who want no JSON: what stands in its double quotes, or the text.
   std::string plain() const;
+};
+
+/// What `splitWords` knows at each place of a line that is fed to it character by character.
+class WordState {
+ public:
+  void feed(char c);
+  /// Whether a quote or a bracket is open.
+  bool open() const { return kind_ == Kind::Quoted || (kind_ == Kind::Word && (depth_ > 0 || inString_)); }
+
+ private:
+  enum class Kind { Between, Quoted, Word };
+
+  void feedWord(char c);
+
+  Kind kind_ = Kind::Between;
+  std::size_t depth_ = 0;
+  bool inString_ = false;
+  bool isEscaped_ = false;
 };
 
 /// The words of a line. Blanks separate them.

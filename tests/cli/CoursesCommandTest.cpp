@@ -181,7 +181,9 @@ TEST_F(Courses, WithoutALinkExits3) {
   server.stop();
   const Result result = runOrv({"--server", server.url(), "--wait", "0.3", "courses"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(result.json().at("message"), json::value("no link to " + server.url() + " within 0.3 s"));
+  EXPECT_EQ(result.json().at("message"),
+            json::value("no link to " + server.url() + " within 0.3 s: the connection was refused"));
+  EXPECT_EQ(result.json().at("reason"), "refused");
 }
 
 TEST_F(Courses, ALinkThatIsLostInTheMiddleIsToldAtOnceAndExits3) {

@@ -76,18 +76,20 @@ int freePort() {
   return server.port();
 }
 
-json::object noLink(const std::string& url, const std::string& wait) {
+json::object noLink(const std::string& url, const std::string& wait, const std::string& reason,
+                    const std::string& text) {
   return {{"operation", "requestWithCommand:values:completeBlock:timeoutBlock:"},
           {"command", "Dev.Echo"},
           {"outcome", "timeout"},
-          {"message", "no link to " + url + " within " + wait}};
+          {"message", "no link to " + url + " within " + wait + ": " + text},
+          {"reason", reason}};
 }
 
 TEST(NoLink, ConnectionRefusedExits3AsSoonAsTheWaitIsOver) {
   const std::string url = "ws://127.0.0.1:" + std::to_string(freePort());
   const Result result = runOrv({"--server", url, "--wait", "0.5", "call", "Dev.Echo"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(result.json(), noLink(url, "0.5 s"));
+  EXPECT_EQ(result.json(), noLink(url, "0.5 s", "refused", "the connection was refused"));
   EXPECT_GE(result.seconds, 0.5);
   EXPECT_LT(result.seconds, 5);
 }
@@ -96,7 +98,8 @@ TEST(NoLink, ServerThatIsNoWebSocketExits3) {
   PlainServer server("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nhi");
   const Result result = runOrv({"--server", server.url(), "--wait", "0.5", "call", "Dev.Echo"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(result.json(), noLink(server.url(), "0.5 s"));
+  EXPECT_EQ(result.json(), noLink(server.url(), "0.5 s", "noWebSocket",
+                                  "the server answered the handshake with HTTP status 200"));
   EXPECT_GE(server.accepted(), 1);
 }
 
@@ -104,7 +107,9 @@ TEST(NoLink, ServerThatTalksNonsenseExits3) {
   PlainServer server("220 mail ready\r\n");
   const Result result = runOrv({"--server", server.url(), "--wait", "0.5", "call", "Dev.Echo"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(result.json(), noLink(server.url(), "0.5 s"));
+  EXPECT_FALSE(result.json().at("reason").as_string().empty()) << result.out;
+  EXPECT_NE(result.out.find("\"no link to " + server.url() + " within 0.5 s: "), std::string::npos)
+      << result.out;
 }
 
 TEST(NoLink, ServerThatNeverConfirmsExits3) {
@@ -113,7 +118,8 @@ TEST(NoLink, ServerThatNeverConfirmsExits3) {
   server.faults().setPingAnswer(std::nullopt);
   const Result result = runOrv({"--server", server.url(), "--wait", "0.5", "call", "Dev.Echo"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(result.json(), noLink(server.url(), "0.5 s"));
+  EXPECT_EQ(result.json(),
+            noLink(server.url(), "0.5 s", "unconfirmed", "the server does not confirm the link"));
   EXPECT_EQ(server.counters().pings, 1U);
   EXPECT_EQ(server.counters().requests, 0U);
 }

@@ -285,8 +285,9 @@ TEST_F(StoredUser, WhoamiWithoutALinkShowsWhatIsStoredAndSaysSo) {
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.json().at("user").at("uID"), "100001");
   EXPECT_EQ(result.json().at("session"), "unknown");
-  EXPECT_EQ(result.json().at("message"),
-            json::value("as stored: no link to " + server.url() + " within 0.3 s"));
+  EXPECT_EQ(result.json().at("message"), json::value("as stored: no link to " + server.url() +
+                                                     " within 0.3 s: the connection was refused"));
+  EXPECT_EQ(result.json().at("reason"), "refused");
 }
 
 TEST_F(StoredUser, WhoamiSaysThatTheSessionIsOverAndExits2) {
@@ -328,8 +329,10 @@ TEST_F(StoredUser, LogoutForgetsTheUserWithoutALinkToo) {
   const Result result = runOrv({"--server", server.url(), "--wait", "0.3", "logout"});
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(result.json().at("outcome"), "timeout");
-  EXPECT_EQ(result.json().at("message"), json::value("logged out here; the server was not told: no link to " +
-                                                     server.url() + " within 0.3 s"));
+  EXPECT_EQ(result.json().at("message"),
+            json::value("logged out here; the server was not told: no link to " + server.url() +
+                        " within 0.3 s: the connection was refused"));
+  EXPECT_EQ(result.json().at("reason"), "refused");
   EXPECT_EQ(runOrv({"whoami"}).exitCode, 2);
 }
 

@@ -41,6 +41,24 @@ TEST(Secrets, PasswordIsShownByNoCommand) {
   expectHidden(runOrv({"--server", "ws://127.0.0.1:1/?token=" + kPlanted, "--wait", "0.2", "watch"}));
 }
 
+TEST(Secrets, PasswordInTheServersAddressIsShownByNoCommand) {
+  for (const std::string& user : {"user:" + kPlanted, kPlanted, kPlanted + ":x", "a@b:" + kPlanted}) {
+    const std::string url = "ws://" + user + "@127.0.0.1:1/path";
+    for (const char* command : {"watch", "whoami", "shell"}) {
+      const Result result = runOrv({"--server", url, "--wait", "0.2", command}, "server\ncall Dev.Echo\n");
+      expectHidden(result);
+    }
+    const Result call = runOrv({"--server", url, "--wait", "0.2", "call", "Dev.Echo"});
+    expectHidden(call);
+    EXPECT_NE(call.out.find("no link to ws://***@127.0.0.1:1/path within"), std::string::npos) << call.out;
+    expectHidden(runOrv({"call", "Dev.Echo", "--server", url}));
+    expectHidden(runOrv({"--server", url + " ", "call", "Dev.Echo"}));
+    expectHidden(runOrv({"--sever", url, "call", "Dev.Echo"}));
+    expectHidden(runOrv({url, "call", "Dev.Echo"}));
+    expectHidden(runOrv({"log"}));
+  }
+}
+
 TEST(Secrets, FrameThatTimedOutIsInTheLogFileButItsSecretsAreNotPrinted) {
   DevServer server;
   server.start();

@@ -25,10 +25,11 @@ int millisecondsUntil(Clock::time_point end) {
 
 }  // namespace
 
-Terminal::Terminal(std::vector<std::string> arguments) {
+Terminal::Terminal(std::vector<std::string> arguments, std::size_t columns) {
   if (::openpty(&master_, &slave_, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
   ::fcntl(master_, F_SETFD, FD_CLOEXEC);
   ::fcntl(slave_, F_SETFD, FD_CLOEXEC);
+  if (columns > 0) resize(columns);
   arguments.insert(arguments.begin(), ORV_PROGRAM);
   std::vector<char*> argv;
   for (auto& argument : arguments) argv.push_back(argument.data());
@@ -62,13 +63,22 @@ void Terminal::signal(int number) {
   ::kill(pid_, number);
 }
 
+void Terminal::resize(std::size_t columns) {
+  constexpr unsigned short kRows = 40;
+  const winsize size{kRows, static_cast<unsigned short>(columns), 0, 0};
+  ::ioctl(master_, TIOCSWINSZ, &size);
+}
+
 bool Terminal::readSome(int milliseconds) {
   pollfd watched{master_, POLLIN, 0};
   if (::poll(&watched, 1, milliseconds) <= 0) return false;
   std::array<char, 4096> buffer{};
   const ssize_t size = ::read(master_, buffer.data(), buffer.size());
-  if (size > 0) screen_.append(buffer.data(), static_cast<std::size_t>(size));
-  return size > 0;
+  if (size <= 0) return false;
+  const std::string text(buffer.data(), static_cast<std::size_t>(size));
+  screen_ += text;
+  if (onOutput_) onOutput_(text);
+  return true;
 }
 
 bool Terminal::waitForScreen(const std::string& text, std::chrono::seconds timeout) {

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv::test {
@@ -10,7 +13,8 @@ namespace orv::test {
 /// The console host in a terminal of its own, which is its standard input, output and error.
 class Terminal {
  public:
-  explicit Terminal(std::vector<std::string> arguments);
+  /// `columns` is the width of the terminal; 0: it tells none.
+  explicit Terminal(std::vector<std::string> arguments, std::size_t columns = 0);
   /// Kills it if it still runs.
   ~Terminal();
   Terminal(const Terminal&) = delete;
@@ -19,6 +23,10 @@ class Terminal {
   /// Types a text.
   void type(const std::string& text);
   void signal(int number);
+  /// Changes its width, which the program is told.
+  void resize(std::size_t columns);
+  /// Called with all that the program writes, as it is read.
+  void setOnOutput(std::function<void(const std::string& text)> callback) { onOutput_ = std::move(callback); }
   /// Waits until the screen holds the text; false after the time-out or at the program's end.
   bool waitForScreen(const std::string& text, std::chrono::seconds timeout = std::chrono::seconds(20));
   /// The same for a place in all that was shown; the place behind the text.
@@ -40,6 +48,7 @@ class Terminal {
   int slave_ = -1;
   int pid_ = -1;
   std::string screen_;
+  std::function<void(const std::string&)> onOutput_;
 };
 
 }  // namespace orv::test

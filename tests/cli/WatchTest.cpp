@@ -90,7 +90,8 @@ TEST(Watch, PrintsWhatTheManagersPostForTheStoredUser) {
 TEST(Watch, WithoutALinkExits3AndTellsWhyOnStandardError) {
   const Result result = runOrv({"--server", "ws://127.0.0.1:1", "--wait", "0.3", "watch"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_NE(result.err.find("orv: no link to ws://127.0.0.1:1 within 0.3 s\n"), std::string::npos)
+  EXPECT_NE(result.err.find("orv: no link to ws://127.0.0.1:1 within 0.3 s: the connection was refused\n"),
+            std::string::npos)
       << result.err;
   EXPECT_NE(result.out.find("QXNotificationDidAutoReconnectFailed"), std::string::npos) << result.out;
 }
