@@ -1,5 +1,6 @@
 #include "cli/Host.h"
 
+#include <orvnetwork/data/LineShape.h>
 #include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/MainQueue.h>
@@ -30,6 +31,8 @@ namespace orv::cli {
 namespace {
 
 constexpr Seconds kAskAgainEvery{0.5};
+/// How a line of the console begins.
+constexpr std::string_view kShapeOfTime = "00:00:00.";
 
 /// A random identifier in the usual form of 8-4-4-4-12 hexadecimal digits.
 std::string randomIdentifier() {
@@ -76,7 +79,9 @@ std::string settleIn(const std::string& home) {
 
 void installConsoleSink() {
   Console::setSink([](std::string_view line) {
-    writeAll(STDERR_FILENO, timeOfDay() + " " + printable(hideSecrets(line)) + "\n");
+    std::string text = timeOfDay() + " ";
+    appendMessage(text, printable(hideSecrets(line)), kShapeOfTime);
+    writeAll(STDERR_FILENO, text + "\n");
   });
 }
 

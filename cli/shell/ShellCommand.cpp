@@ -132,6 +132,13 @@ std::string greeting(Host& host) {
                    "\nTab completes, `help` lists the commands, Ctrl-D leaves.\n");
 }
 
+/// The lines of a text, each behind two blanks, so that none looks like what the shell itself shows.
+std::string indented(std::string_view text) {
+  std::string shown = "  ";
+  for (const char c : text) shown += c == '\n' ? "\n  " : std::string(1, c);
+  return shown + "\n";
+}
+
 std::size_t columnsOf(int terminal) {
   winsize size{};
   return ::ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
@@ -169,7 +176,7 @@ ExitCode runPrompt(Shell& shell, Context& context, std::FILE* terminal) {
   const bool ownsConsole = ::isatty(STDERR_FILENO) == 1;
   const auto showConsole = [&editor](std::string_view line) {
     MainQueue::instance().post(
-        [&editor, text = "  " + printable(hideSecrets(line)) + "\n"] { editor.print(text); });
+        [&editor, text = indented(printable(hideSecrets(line)))] { editor.print(text); });
   };
   if (ownsConsole) shell.setConsole(false, showConsole);
   editor.print(greeting(host));

@@ -99,6 +99,14 @@ TEST(HostileServer, GetsNothingToTheTerminalThroughNotificationsAndTheLog) {
   EXPECT_EQ(log.out.find("\n2024/01/31 08:45:10.000 - all is well"), std::string::npos) << log.out;
 }
 
+TEST(TerminalText, LineFeedsInWhatTheConsoleTellsMakeNoLineThatLooksLikeAnother) {
+  const std::string home = std::string(std::getenv("HOME")) + "/a\n08:45:10.000 all is well";
+  const Result result = runOrv({"--home", home, "call", "Dev.Echo"});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_NE(result.err.find("/a\\n08:45:10.000 all is well/Documents"), std::string::npos) << result.err;
+  EXPECT_EQ(result.err.find("\n08:45:10.000 all is well"), std::string::npos) << result.err;
+}
+
 class LogFiles : public testing::Test {
  protected:
   LogFiles() { fs::create_directories(folder); }
