@@ -8,14 +8,17 @@
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
+#include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/support/QXFileLog.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace orv {
 
@@ -51,50 +54,48 @@ std::int64_t collect(Catalogue& catalogue, std::uint64_t status, const CourseReq
   });
 }
 
-void removeRecordRequest(Catalogue& catalogue, const CourseRequest& request) {
-  std::vector<CourseRequest> requests = catalogue.paging.requests.get();
-  const auto isSame = [&](const CourseRequest& other) { return other.isSame(request); };
-  if (std::erase_if(requests, isSame) > 0) catalogue.paging.requests.set(std::move(requests));
-}
-
-void answerRequests(Catalogue& catalogue, const PageProgress& progress, std::uint64_t loaded) {
+/// Hands back what has left the lists.
+RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& progress,
+                                    std::uint64_t loaded) {
   Executor& workers = *catalogue.workers.load();
-  std::vector<CourseRequest> waiting;
-  for (CourseRequest& request : catalogue.livePaging.requests.get()) {
-    const std::uint64_t wanted = request.status.value_or(0);
+  RequestList::Entries refused;
+  RequestList::Entries left = catalogue.livePaging.requests.take([&](const RequestList::Entry& request) {
+    const std::uint64_t wanted = request->status.value_or(0);
     const PageVerdict verdict =
-        judgeLivePageRequest(request, wanted, progress, loaded, catalogue.live.size(wanted));
-    if (verdict == PageVerdict::serve) {
-      postCourses(workers, std::move(request.blockHandler), true, collect(catalogue, wanted, request));
-      continue;
-    }
-    if (verdict == PageVerdict::refuse) {
-      // It leaves the list of the other requests and stays in this one, on purpose.
-      postCourses(workers, request.blockHandler, false, -1);
-      removeRecordRequest(catalogue, request);
-    }
-    waiting.push_back(std::move(request));
+        judgeLivePageRequest(*request, wanted, progress, loaded, catalogue.live.size(wanted));
+    if (verdict == PageVerdict::refuse) refused.push_back(request);
+    return verdict == PageVerdict::serve;
+  });
+  for (RequestList::Entry& request : left) {
+    const std::int64_t count = collect(catalogue, request->status.value_or(0), *request);
+    postCourses(workers, std::move(request), true, count);
   }
-  catalogue.livePaging.requests.set(std::move(waiting));
+  for (const RequestList::Entry& request : refused) {
+    // It leaves the list of the other requests and stays in this one, on purpose.
+    postCourses(workers, request, false, -1);
+    auto same = catalogue.paging.requests.take([&](const auto& other) { return other->isSame(*request); });
+    std::move(same.begin(), same.end(), std::back_inserter(left));
+  }
+  return left;
 }
 
-std::optional<LivePage> takeNextPage(Catalogue& catalogue) {
-  std::vector<CourseRequest> requests = catalogue.livePaging.requests.get();
+/// Adds to `left` what has left the list.
+std::optional<LivePage> takeNextPage(Catalogue& catalogue, RequestList::Entries& left) {
+  RequestList& requests = catalogue.livePaging.requests;
   // Live courses are asked for by range only.
-  const auto first = std::find_if(requests.begin(), requests.end(), std::mem_fn(&CourseRequest::isRange));
-  requests.erase(requests.begin(), first);
-  std::optional<LivePage> wanted;
-  if (!requests.empty()) {
-    CourseRequest& request = requests.front();
-    request.page.reset();
-    const std::uint64_t status = request.status.value_or(0);
-    const auto next = nextPage(request, catalogue.live.size(status));
-    if (next->startsPass) catalogue.livePaging.cursor = std::nullopt;
-    request.endIndex = next->endIndex;
-    wanted = LivePage{next->page, status};
-  }
-  catalogue.livePaging.requests.set(std::move(requests));
-  return wanted;
+  bool isInFront = true;
+  auto others = requests.take([&](const auto& request) {
+    isInFront = isInFront && !request->isRange();
+    return isInFront;
+  });
+  std::move(others.begin(), others.end(), std::back_inserter(left));
+  const RequestList::Entry first = requests.first();
+  if (first == nullptr) return std::nullopt;
+  const std::uint64_t status = first->status.value_or(0);
+  const NextPage next = nextPageOfRange(*first, catalogue.live.size(status));
+  if (next.startsPass) catalogue.livePaging.cursor = std::nullopt;
+  left.push_back(requests.noteEndIndex(first, next.endIndex));
+  return LivePage{next.page, status};
 }
 
 }  // namespace
@@ -115,12 +116,11 @@ void QXCourseManager::getLiveCoursesWithStartIndex_count_courseStatus_force_cour
 
 bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(
     std::int64_t page, std::uint64_t status, bool arriveLastPage, std::int64_t retryCount) {
-  std::vector<CourseRequest> before;  // What the callbacks hold is let go when nothing is locked any more.
+  RequestList::Entries left;  // What the callbacks hold is let go when nothing is locked any more.
   const CatalogueLock lock(*catalogue_);
-  before = catalogue_->livePaging.requests.get();
-  answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, status);
+  left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, status);
   catalogue_->evictLive();
-  const auto next = takeNextPage(*catalogue_);
+  const auto next = takeNextPage(*catalogue_, left);
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
     queue().post([this, wanted = *next] {
       loadLiveCourseWithPage_courseStatus_retryCount(wanted.page, wanted.status, MaxRetryCount);

@@ -9,6 +9,7 @@
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
 #include <orvnetwork/course/detail/RecordPageEffects.h>
+#include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/data/LooseRead.h>
 
 #include <memory>
@@ -30,37 +31,39 @@ std::int64_t collect(Catalogue& catalogue, const CourseRequest& request) {
                                [&](const auto&, const auto& course) { catalogue.keep(course, true); });
 }
 
-void answerRequests(Catalogue& catalogue, const PageProgress& progress) {
+/// Hands back what has left the list.
+RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& progress) {
   Executor& workers = *catalogue.workers.load();
-  std::vector<CourseRequest> waiting;
-  for (CourseRequest& request : catalogue.paging.requests.get()) {
-    switch (judgePageRequest(request, progress, catalogue.cloud.size())) {
-      case PageVerdict::wait:
-        waiting.push_back(std::move(request));
-        break;
-      case PageVerdict::serve:
-        postCourses(workers, std::move(request.blockHandler), true, collect(catalogue, request));
-        break;
-      case PageVerdict::tellPage:
-        // The one callback that comes while the catalogue is locked.
-        tellCourses(request.blockHandler, true, 0);
-        break;
-      case PageVerdict::refuse:
-        postCourses(workers, std::move(request.blockHandler), false, -1);
-        break;
+  const std::uint64_t listed = catalogue.cloud.size();
+  const auto judge = [&](const CourseRequest& request) {
+    return judgePageRequest(request, progress, listed);
+  };
+  RequestList::Entries answered = catalogue.paging.requests.take(
+      [&](const auto& request) { return judge(*request) != PageVerdict::wait; });
+  for (RequestList::Entry& request : answered) {
+    const PageVerdict verdict = judge(*request);
+    if (verdict == PageVerdict::tellPage) {
+      // The one callback that comes while the catalogue is locked.
+      tellCourses(request->blockHandler, true, 0);
+    } else if (verdict == PageVerdict::refuse) {
+      postCourses(workers, std::move(request), false, -1);
+    } else {
+      const std::int64_t count = collect(catalogue, *request);
+      postCourses(workers, std::move(request), true, count);
     }
   }
-  catalogue.paging.requests.set(std::move(waiting));
+  return answered;
 }
 
-std::optional<std::int64_t> takeNextPage(Catalogue& catalogue) {
+/// Adds to `left` what has left the list.
+std::optional<std::int64_t> takeNextPage(Catalogue& catalogue, RequestList::Entries& left) {
   // Those that ask for nothing that could be loaded have been answered.
-  std::vector<CourseRequest> requests = catalogue.paging.requests.get();
-  const auto next = requests.empty() ? std::nullopt : nextPage(requests.front(), catalogue.cloud.size());
+  RequestList& requests = catalogue.paging.requests;
+  const RequestList::Entry first = requests.first();
+  const auto next = first != nullptr ? nextPage(*first, catalogue.cloud.size()) : std::nullopt;
   if (!next) return std::nullopt;
   if (next->startsPass) catalogue.paging.cursor = std::nullopt;
-  if (next->endIndex) requests.front().endIndex = next->endIndex;
-  catalogue.paging.requests.set(std::move(requests));
+  if (next->endIndex) left.push_back(requests.noteEndIndex(first, next->endIndex));
   return next->page;
 }
 
@@ -81,12 +84,11 @@ void QXCourseManager::getCoursesWithStartIndex_count_force_coursesBlock(std::uin
 
 bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int64_t page, bool arriveLastPage,
                                                                        std::int64_t retryCount) {
-  std::vector<CourseRequest> before;  // What the callbacks hold is let go when nothing is locked any more.
+  RequestList::Entries left;  // What the callbacks hold is let go when nothing is locked any more.
   const CatalogueLock lock(*catalogue_);
-  before = catalogue_->paging.requests.get();
-  answerRequests(*catalogue_, {page, arriveLastPage, retryCount});
+  left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount});
   catalogue_->evict();
-  if (const std::optional<std::int64_t> next = takeNextPage(*catalogue_)) {
+  if (const std::optional<std::int64_t> next = takeNextPage(*catalogue_, left)) {
     queue().post([this, wanted = *next] { loadRecordCourseWithPage_retryCount(wanted, MaxRetryCount); });
   }
   return false;

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/FolderName.h>
+#include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
@@ -26,7 +27,7 @@ std::string baseFolder(const std::shared_ptr<OrvUserInfoModel>& user) {
 
 void QXCourseManager::reload() {
   QXUserInfoMgr& users = QXUserInfoMgr::getInstance();
-  std::vector<CourseRequest> dropped;
+  RequestList::Entries dropped;
   Catalogue& catalogue = *catalogue_;
   {
     const SemaphoreHold held(catalogue.dataSemaphore);

@@ -1,7 +1,12 @@
 #include "orvnetwork/course/detail/Catalogue.h"
 
+#include <orvnetwork/course/detail/RequestList.h>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace orv {
 
@@ -10,13 +15,12 @@ void Catalogue::observe(ObserverToken token) {
   observers_.push_back(std::move(token));
 }
 
-std::vector<CourseRequest> Catalogue::open(std::string base, std::int64_t userID) {
+RequestList::Entries Catalogue::open(std::string base, std::int64_t userID) {
   const std::lock_guard lock(opening_);
   clear();
-  std::vector<CourseRequest> dropped = paging.requests.get();
-  for (CourseRequest& request : livePaging.requests.get()) dropped.push_back(std::move(request));
-  paging.requests.set({});
-  livePaging.requests.set({});
+  RequestList::Entries dropped = paging.requests.set({});
+  RequestList::Entries liveOnes = livePaging.requests.set({});
+  std::move(liveOnes.begin(), liveOnes.end(), std::back_inserter(dropped));
   base_ = std::move(base);
   userID_ = userID;
   ++opened_;
@@ -31,10 +35,12 @@ bool Catalogue::belongsTo(std::int64_t userID, std::uint64_t opened) const {
 
 bool Catalogue::startAnew(Paging& kind, std::uint64_t opened) {
   if (opened_ == opened) return false;
+  RequestList::Entry replaced;  // Let go when nothing is locked any more.
   const CatalogueLock lock(*this);
-  std::vector<CourseRequest> requests = kind.requests.get();
-  for (CourseRequest& request : requests) request.endIndex.reset();
-  kind.requests.set(std::move(requests));
+  // Pages are asked for in the name of the oldest one only.
+  if (const RequestList::Entry first = kind.requests.first()) {
+    replaced = kind.requests.noteEndIndex(first, std::nullopt);
+  }
   return true;
 }
 

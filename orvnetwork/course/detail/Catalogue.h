@@ -2,6 +2,7 @@
 
 #include <orvnetwork/course/detail/CourseCollections.h>
 #include <orvnetwork/course/detail/Paging.h>
+#include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/data/Property.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/NotificationCenter.h>
@@ -39,7 +40,7 @@ struct Catalogue : CourseCollections {
   /// Forgets everything that belongs to a user, and notes whose catalogue comes next and where its files are: `base` is
   /// its folder below the user's documents. The requests that waited are handed back, for their callbacks
   /// to be destroyed where no lock is held.
-  std::vector<CourseRequest> open(std::string base, std::int64_t userID);
+  RequestList::Entries open(std::string base, std::int64_t userID);
   /// How many catalogues have been opened. What was begun for one must not be finished in the next.
   std::uint64_t opened() const { return opened_; }
   /// Whether the catalogue that was opened as the `opened`th is still in use, and this user's.

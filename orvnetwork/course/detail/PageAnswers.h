@@ -1,7 +1,10 @@
 #pragma once
 
 #include <orvnetwork/course/CourseRequest.h>
+#include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/platform/Executor.h>
+
+#include <utility>
 
 namespace orv {
 
@@ -10,10 +13,11 @@ inline void tellCourses(const CoursesBlock& block, bool success, std::int64_t co
   if (block) runGuarded("the callback of a request for courses", [&] { block(success, count); });
 }
 
-/// Answers a request on an executor.
-inline void postCourses(Executor& executor, CoursesBlock block, bool success, std::int64_t count) {
-  if (!block) return;
-  executor.post([block = std::move(block), success, count] { tellCourses(block, success, count); });
+/// Answers a request on an executor, where its callback is let go then.
+inline void postCourses(Executor& executor, RequestList::Entry request, bool success, std::int64_t count) {
+  if (!request->blockHandler) return;
+  executor.post(
+      [request = std::move(request), success, count] { tellCourses(request->blockHandler, success, count); });
 }
 
 }  // namespace orv

@@ -19,21 +19,6 @@ bool isRangeServed(const CourseRequest& request, bool canContinue, std::uint64_t
   return covered >= request.need() || !canContinue;
 }
 
-NextPage nextPageOfRange(const CourseRequest& request, std::uint64_t listCount) {
-  NextPage next;
-  next.startsPass = !request.endIndex.has_value();
-  if (request.force) {
-    const std::uint64_t base = request.endIndex.value_or(*request.start / kPageSize * kPageSize);
-    next.endIndex = base > kMost - kPageSize ? kMost : base + kPageSize;
-    next.page = static_cast<std::int64_t>(*next.endIndex / kPageSize);
-  } else {
-    const std::uint64_t page = listCount / kPageSize + 1;
-    next.page = static_cast<std::int64_t>(page);
-    next.endIndex = page * kPageSize;
-  }
-  return next;
-}
-
 }  // namespace
 
 PageVerdict judgePageRequest(const CourseRequest& request, const PageProgress& progress,
@@ -58,6 +43,21 @@ PageVerdict judgeLivePageRequest(const CourseRequest& request, std::uint64_t wan
 
 IndexRange servedRange(const CourseRequest& request, std::uint64_t listCount) {
   return {request.start.value_or(0), std::min(request.need(), listCount)};
+}
+
+NextPage nextPageOfRange(const CourseRequest& request, std::uint64_t listCount) {
+  NextPage next;
+  next.startsPass = !request.endIndex.has_value();
+  if (request.force) {
+    const std::uint64_t base = request.endIndex.value_or(*request.start / kPageSize * kPageSize);
+    next.endIndex = base > kMost - kPageSize ? kMost : base + kPageSize;
+    next.page = static_cast<std::int64_t>(*next.endIndex / kPageSize);
+  } else {
+    const std::uint64_t page = listCount / kPageSize + 1;
+    next.page = static_cast<std::int64_t>(page);
+    next.endIndex = page * kPageSize;
+  }
+  return next;
 }
 
 std::optional<NextPage> nextPage(const CourseRequest& request, std::uint64_t listCount) {

@@ -55,6 +55,8 @@ struct NextPage {
   bool startsPass = false;
 };
 
+/// Of a request for a range; a page that it may ask for besides does not count.
+NextPage nextPageOfRange(const CourseRequest& request, std::uint64_t listCount);
 /// Absent for a request that asks for neither a range nor a page from 1 on. Of one that asks for both the page
 /// counts.
 std::optional<NextPage> nextPage(const CourseRequest& request, std::uint64_t listCount);
