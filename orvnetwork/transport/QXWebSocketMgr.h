@@ -42,6 +42,15 @@ struct ReplyFrame;
 /// | confirming | socket open, "PING" sent | "PONG" → up; failure or close → retrying |
 /// | up | `isOpen()` | failure or close → retrying; `close` or loss of the network → idle |
 /// | retrying | no socket, a retry timer runs | timer → opening; loss of the network → idle |
+///
+/// What a host that relies on the link by itself has to know:
+/// - An attempt that fails within 1.5 s of its start is followed by none: the immediate retry is counted, comes too soon
+///   for `reconnect`, and arms no timer. A report of a reachable network, a request, or a refresh of the session goes on.
+/// - No notification tells that a link was lost by a failure, such as a reset, unless it is the first one of the process
+///   or a retry fails. `isOpen()` tells.
+/// - A server that opens the link and never answers "PONG" leaves it confirming: one attempt, one "PING", no retry.
+/// - A close by the server goes unreported when a request at that very moment finds the link closed: its `reconnect`
+///   replaces the socket, and what an older socket reports is dropped.
 class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
  public:
   /// The one instance, made on first use and never destroyed.
@@ -52,7 +61,8 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
 
   /// @name Set by the host before the link is first opened
   /// @{
-  /// Address of the server's endpoint, a ws or wss URL. There is no default.
+  /// Address of the server's endpoint, a ws or wss URL. There is no default. A new address counts from the next
+  /// `reconnect` on; after `watchNetworkStatus()` it brings no new report of the network, nor closes the present link.
   OptionalString apiServerUrl() const;
   void setApiServerUrl(OptionalString url);
   /// Identifier of this installation: "g" of every frame.
@@ -66,8 +76,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// @}
 
   /// Starts to follow the network's state, seen from `apiServerUrl`. Each report, on the main thread, is logged and
-  /// posted as
-  /// `QXNotificationReachabilityStatusChange`; a network that is gone closes the link, one that is there opens
+  /// posted as `QXNotificationReachabilityStatusChange`; a network that is gone closes the link, one that is there opens
   /// it when it is closed.
   void watchNetworkStatus();
 
