@@ -1,6 +1,14 @@
 #pragma once
 
+/// @file
 /// The public surface of the library in one include.
+
+/// @namespace orv
+/// The client side of a live classroom: one link to its server, and what travels over it.
+///
+/// Begin with `QXWebSocketMgr` (the link), `QXAPIHelper` (what can be asked), `QXUserInfoMgr` (who is signed in),
+/// `QXCourseManager` (the catalogue of courses) and `MainQueue` (where callbacks run). Names that begin with QX, Orv or WX
+/// are those of the system; `Platform` and what it gives are the seam to the operating system.
 
 #include <orvnetwork/api/Operation.h>
 #include <orvnetwork/api/OperationRegistry.h>

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+/// Test doubles for hosts: a simulated platform, with its network, its disk and its time.
 namespace orv::testing {
 
 /// An operating system for tests: one thread, virtual time, a seeded order of whatever is ready, a network

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Makes the reference of the public headers and fails on any warning.
+"""Makes the reference of the public headers; fails on any warning, a picture that is missing, and what is private.
 
 Usage: check_reference.py ROOT
 """
 
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -22,9 +23,17 @@ def warnings(root):
         said = [line for line in run.stderr.splitlines() if line.strip()]
         if run.returncode != 0 and not said:
             said.append(f"doxygen: exit code {run.returncode}")
-        if not said and not any(pathlib.Path(folder).rglob("index.html")):
-            said.append("there are no pages")
-        return said
+        return said or flaws(pathlib.Path(folder) / "reference")
+
+
+def flaws(pages):
+    """What is wrong with pages that were made without a warning."""
+    if not (pages / "index.html").is_file():
+        return ["there are no pages"]
+    said = [f"{page.name}: the picture {picture} is missing" for page in pages.glob("*.html")
+            for picture in re.findall(r'<(?:img|object)[^>]* (?:src|data)="([^":]+)"', page.read_text(encoding="utf-8"))
+            if not (pages / picture).is_file()]
+    return said + [f"{page.name} shows what is private" for page in pages.glob("*_1_1detail*.html")]
 
 
 def main():

@@ -13,13 +13,13 @@ import check_reference  # noqa: E402
 SETTINGS = (pathlib.Path(__file__).parents[2] / "Doxyfile").read_text(encoding="utf-8")
 
 
-def found(header):
+def found(header, start_page="# Title\n"):
     """The warnings about a tree that holds one header."""
     with tempfile.TemporaryDirectory() as folder:
         root = pathlib.Path(folder)
         (root / "orvnetwork").mkdir()
         (root / "docs").mkdir()
-        (root / "README.md").write_text("# Title\n", encoding="utf-8")
+        (root / "README.md").write_text(start_page, encoding="utf-8")
         (root / "Doxyfile").write_text(SETTINGS, encoding="utf-8")
         (root / "orvnetwork" / "A.h").write_text("#pragma once\n/// A file.\n/// @file\n\n" + header,
                                                  encoding="utf-8")
@@ -41,6 +41,12 @@ class CheckReferenceTest(unittest.TestCase):
 
     def test_mark_without_end(self):
         self.assertTrue(found("/// Adds.\n/// @{\nint add(int one);\n"))
+
+    def test_picture_that_is_missing(self):
+        self.assertIn("a.png", " ".join(found("", "# Title\n\n![A picture](docs/a.png)\n")))
+
+    def test_namespace_that_is_private_is_left_out(self):
+        self.assertEqual(found("/// Ours.\nnamespace orv::detail {\n/// Adds.\nstruct Adder {};\n}\n"), [])
 
 
 if __name__ == "__main__":
