@@ -2,7 +2,9 @@
 
 #include <string_view>
 
+/// @file
 /// Texts for the host to show to its user; the library shows none of them itself.
+
 namespace orv {
 
 /// No reply came in time.

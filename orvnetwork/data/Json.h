@@ -4,6 +4,7 @@
 #include <orvnetwork/data/Result.h>
 #include <orvnetwork/data/Types.h>
 
+/// @file
 /// JSON texts: what the server sends and is sent. Reading and writing hold to one set of rules, which the functions of
 /// Boost.JSON do not share in all points, so a host that wants the same frames as the library uses these.
 ///
@@ -12,6 +13,7 @@
 ///     json::object& frame = parsed->as_object();  // an array is well-formed too: look before
 ///
 /// Nothing here depends on the locale of the process.
+
 namespace orv {
 
 /// Domain of every error of the JSON reader and writers.

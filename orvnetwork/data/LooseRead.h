@@ -3,6 +3,7 @@
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/data/Types.h>
 
+/// @file
 /// Readings of what a peer sent, or did not send, as the kind that is wanted. A null pointer is an absent
 /// member; absent members, JSON null and kinds that have no such reading give 0, false or absence. So a reply can be
 /// read without a look at each step, whatever the server made of it:
@@ -25,6 +26,7 @@
 ///
 /// The fields of records have rules of their own; see `RecordNumber.h`. Nothing here depends on the locale, throws or
 /// keeps what it is given, and everything may be called on any thread.
+
 namespace orv {
 
 /// The member of a dictionary, owned by it; null when there is none.

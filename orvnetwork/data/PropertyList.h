@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+/// @file
 /// Property lists: the form in which the library keeps its files, and in which a desktop's own tools keep theirs. What
 /// they hold is what JSON holds, save null; see `KeyedArchive.h` for records, and `PropertyListFile.h` of the platform
 /// for files.
@@ -16,6 +17,7 @@
 ///     Result<std::string> text = writePropertyList(lesson);
 ///     if (!text) return tell(text.error().description);      // such as "marks[1] is null, which …"
 ///     Result<json::value> back = readPropertyList(*text);     // equal to what was written
+
 namespace orv {
 
 /// Domain of every error of the property-list reader and writer.

@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+/// @file
 /// The making of field tables. The source of a class of records includes this; nobody else needs it.
 ///
 /// A host that has records of its own makes a class of them in two steps. The header declares the fields:
@@ -89,6 +90,7 @@
 ///     }
 ///
 /// Integers are `std::int64_t`, `std::uint64_t` and `std::int32_t`; other types do not compile.
+
 namespace orv {
 
 /// How a field is reached, and what fields of a type do. `recordField` and `recordAccessor` put these together.

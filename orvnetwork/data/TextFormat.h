@@ -8,6 +8,7 @@
 #include <array>
 #include <span>
 
+/// @file
 /// Fills the slots of a text with arguments. The text is checked when the program is compiled: as many slots
 /// as arguments, each of a kind that fits.
 ///
@@ -41,6 +42,7 @@
 ///
 /// The console and the log take the same formats: `consoleLog("%@ failed: %@", path, error)`. Nothing here depends on
 /// the locale of the process.
+
 namespace orv {
 
 /// The text of a dictionary or an array for a log: members sorted by key, one a line, 4 blanks a level, text

@@ -15,6 +15,7 @@
 #include <type_traits>
 #include <utility>
 
+/// @file
 /// The types that every other header speaks in. What may be absent has a type that says so; what may not is a plain
 /// type, so that the compiler refuses an absent one:
 ///
@@ -32,6 +33,7 @@
 ///     const Seconds limit = std::chrono::milliseconds(1500);  // 1.5
 ///
 /// They are plain values: each thread has its own, or one is read by many while nobody changes it.
+
 namespace orv {
 
 /// JSON values are those of Boost.JSON: `json::value`, `json::object` (which keeps the order of its members),

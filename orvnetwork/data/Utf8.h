@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+/// @file
 /// The rules of UTF-8. A text is well-formed when each of its characters stands in its shortest form, none is half of
 /// a surrogate pair, and none lies above U+10FFFF; a zero byte and control characters are characters like any other.
 /// Everything here takes any bytes, needs nothing but them, and may be called on any thread.
@@ -16,6 +17,7 @@
 ///       take(utf8CodePoint(rest, length));
 ///       rest.remove_prefix(length);
 ///     }
+
 namespace orv {
 
 /// Whether a byte is one of those that follow the first byte of a character. A text may be cut before any other one.

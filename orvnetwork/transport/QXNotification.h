@@ -2,10 +2,12 @@
 
 #include <string_view>
 
+/// @file
 /// The names under which the library posts notifications on `NotificationCenter::defaultCenter()`, and the
 /// keys of what they carry. The value of each constant is its own name.
 ///
 /// All notifications are posted on the main thread. "The manager" is `&QXWebSocketMgr::standard()`.
+
 namespace orv {
 
 /// The link is confirmed: the first "PONG" after a socket opened. Object: the manager.

@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <string>
 
+/// @file
 /// Codes of the WebSocket closing handshake.
+
 namespace orv::close_codes {
 
 inline constexpr int kNormal = 1000;
