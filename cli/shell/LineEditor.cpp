@@ -20,6 +20,7 @@
 #include <cerrno>
 #include <chrono>
 #include <clocale>
+#include <cstdlib>
 #include <cwchar>
 #include <initializer_list>
 #include <optional>
@@ -31,11 +32,16 @@ namespace {
 
 constexpr int kRememberedLines = 1000;
 
+bool knowsSequences() {
+  const char* const terminal = std::getenv("TERM");
+  return terminal != nullptr && *terminal != '\0' && std::string_view(terminal) != "dumb";
+}
+
 /// The settings that a second signal has to bring back.
 termios usualSettings;
 
 void restoreUsualSettings() {
-  writeAll(STDIN_FILENO, PastedText::kNoMarks);
+  if (knowsSequences()) writeAll(STDIN_FILENO, PastedText::kNoMarks);
   ::tcsetattr(STDIN_FILENO, TCSADRAIN, &usualSettings);
 }
 
@@ -176,7 +182,7 @@ struct LineEditor::Impl {
     shownColumns = columns();
     ScreenPlace now = placeBehind(typed, shownColumns);
     if (now.row != before.row) {
-      const auto column = askColumn();
+      const auto column = isXtermLike ? askColumn() : std::nullopt;
       if (column && *column != now.column) now = before;
     }
     writeAll(terminal, erasureFrom(now.row));
@@ -240,6 +246,8 @@ struct LineEditor::Impl {
   Hooks hooks;
   const int terminal;
   const int wakeUp;
+  /// Whether the terminal may be asked for more than letters: what it does not know it would show.
+  const bool isXtermLike = knowsSequences();
   EditLine* editor = nullptr;
   ::History* history = nullptr;
   std::string prompt;
@@ -263,14 +271,14 @@ LineEditor::Outcome LineEditor::read(std::string& line) {
   if (::tcgetattr(STDIN_FILENO, &usualSettings) == 0) Signals::beforeAbruptEnd(restoreUsualSettings);
   // Before the prompt is there: a Ctrl-D that comes at once is to find the keys in the editor's hands.
   ::el_set(impl_->editor, EL_PREP_TERM, 1);
-  writeAll(impl_->terminal, PastedText::kAskForMarks);
+  if (impl_->isXtermLike) writeAll(impl_->terminal, PastedText::kAskForMarks);
   impl_->resumePaste();
   if (impl_->shownColumns != 0 && impl_->columns() != impl_->shownColumns) ::el_resize(impl_->editor);
   impl_->shownColumns = impl_->columns();
   impl_->editing = true;
   const char* const text = ::el_gets(impl_->editor, &size);
   impl_->editing = false;
-  writeAll(impl_->terminal, PastedText::kNoMarks);
+  if (impl_->isXtermLike) writeAll(impl_->terminal, PastedText::kNoMarks);
   ::el_set(impl_->editor, EL_PREP_TERM, 0);
   Signals::beforeAbruptEnd(nullptr);
   if (impl_->hooks.abandoned()) {
