@@ -29,10 +29,12 @@ void putInFront(Catalogue& catalogue, const std::string& key, const QXCourseMana
   catalogue.keep(course, true);
 }
 
+/// The list is written first: whenever the process ends, no course is listed whose record is gone.
 void removeLocal(Catalogue& catalogue, const std::string& key, const QXCourseManager::Course& course) {
-  catalogue.local.remove(key);
-  if (course != nullptr) QXPathManager::sharedManager().removeFolderOrFile(course->courseFolder());
+  catalogue.local.list().remove(key);
   catalogue.local.saveLists();
+  catalogue.local.drop(key);
+  if (course != nullptr) QXPathManager::sharedManager().removeFolderOrFile(course->courseFolder());
   catalogue.forget(key, true);
 }
 
