@@ -4,7 +4,10 @@
 
 namespace orv {
 
-/// How many recorded and local courses, and how many live ones, are kept in memory after a check.
+/// How many recorded and local courses, and how many live ones, are kept in memory after a check. There are more of the
+/// first two when local courses are exempt (those that are no longer as they were created), and when the entry that was
+/// used longest ago stands for a record that is not in memory any more, as after `deleteCloudCourse`: such an entry stays
+/// and ends the eviction.
 inline constexpr std::int64_t MaxCourseCountInMem = 60;
 /// How often the loading of a page is tried.
 inline constexpr std::int64_t MaxRetryCount = 3;

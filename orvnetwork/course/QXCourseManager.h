@@ -87,6 +87,19 @@ class ORV_EXPORT QXCourseManager final {
   /// Asks for `count` courses of the list from the index `start` on, and for the pages of 30 that are missing; with
   /// `force` for all pages of the range, whatever the list holds. Up to three attempts are made for a page. One whose
   /// request the link has forgotten, since another request took its identifier, is given up after 15 s.
+  ///
+  /// What a host must know of the rules behind it:
+  /// - Without `force` the page is chosen by how long the list is. When all courses of a page are passed over (status 4,
+  ///   or 5 and not published) the list stays as long as it was, so the same page is asked for again and again and the
+  ///   request is never answered. After a page that changed nothing 1 s passes before that, then 2 s, up to 30 s. Such
+  ///   a range needs `force`.
+  /// - A page without courses clears the list, whatever its number. So reading on to the end of a list whose length is a
+  ///   multiple of 30 empties it: the page behind the last one has none.
+  /// - A new course in the middle of the server's list takes the place in front of its neighbour, and that one is
+  ///   dropped for it until the next pass, which brings it back by dropping the one before. So the hole moves forward by
+  ///   one place with each pass, until it is at the beginning: for place 45 that takes 46 passes.
+  /// - With `force` each look at the requests that wait counts a page of the first one as covered, and another request
+  ///   that is made meanwhile causes such a look. The pages that it skips are not asked for.
   /// @param coursesBlock is called with (true, number of courses of the range that there are) on `queue()`, after which
   ///   `getRecordCourseWithIndex` gives them; (false, -1), at once and on the caller's thread, when the link is not
   ///   open, nobody is signed in, or the user has no classroom. A request that waits when the link is lost goes on
@@ -123,7 +136,8 @@ class ORV_EXPORT QXCourseManager final {
   std::int64_t getIndexOfLiveCourse(const Course& course);
   Course getLiveCourseWithIndex_courseStatus(std::uint64_t index, std::uint64_t status);
   /// As `getCoursesWithStartIndex_count_force_coursesBlock`, for the list of a status. A status other than 1, 2 and 3
-  /// is refused with (false, -1) too.
+  /// is refused with (false, -1) too. No course is passed over, a page without courses changes nothing, and the places
+  /// are the server's; a range can still wait without end, when courses stand in a page twice.
   ///
   /// A reply that arrives after the user's classroom has changed stops the loading of live pages for the rest of
   /// the process.

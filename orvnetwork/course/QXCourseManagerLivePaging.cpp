@@ -40,11 +40,6 @@ bool hasLeft(const std::string& classroom) {
   return user == nullptr || user->classroom.get() != classroom;
 }
 
-struct LivePage {
-  std::int64_t page = 0;
-  std::uint64_t status = 0;
-};
-
 // The caller of these holds the catalogue.
 
 std::int64_t collect(Catalogue& catalogue, std::uint64_t status, const CourseRequest& request) {
@@ -80,7 +75,7 @@ RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& pr
 }
 
 /// Adds to `left` what has left the list.
-std::optional<LivePage> takeNextPage(Catalogue& catalogue, RequestList::Entries& left) {
+std::optional<WantedPage> takeNextPage(Catalogue& catalogue, RequestList::Entries& left) {
   RequestList& requests = catalogue.livePaging.requests;
   // Live courses are asked for by range only.
   bool isInFront = true;
@@ -95,7 +90,7 @@ std::optional<LivePage> takeNextPage(Catalogue& catalogue, RequestList::Entries&
   const NextPage next = nextPageOfRange(*first, catalogue.live.size(status));
   if (next.startsPass) catalogue.livePaging.cursor = std::nullopt;
   left.push_back(requests.noteEndIndex(first, next.endIndex));
-  return LivePage{next.page, status};
+  return WantedPage{.page = next.page, .status = status, .startsPass = next.startsPass};
 }
 
 }  // namespace
@@ -122,7 +117,7 @@ bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_ret
   catalogue_->evictLive();
   const auto next = takeNextPage(*catalogue_, left);
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
-    queue().post([this, wanted = *next] {
+    catalogue_->startLoad(catalogue_->livePaging, *next, [this, wanted = *next] {
       loadLiveCourseWithPage_courseStatus_retryCount(wanted.page, wanted.status, MaxRetryCount);
     });
   }
@@ -189,9 +184,12 @@ void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::arra
     // Another user's page is merged nowhere.
     isMerged = catalogue_->opened() == load.opened;
     if (isMerged) {
+      const PageView before(catalogue_->live.list(load.status), load.page);
       OptionalString cursor = catalogue_->livePaging.cursor;
       result = mergeLivePage(catalogue_->live.lists(), load.status, cursor, load.page, items, effects);
       catalogue_->livePaging.cursor = cursor;
+      const bool isChanged = before != PageView(catalogue_->live.list(load.status), load.page);
+      catalogue_->livePaging.repeats.merged(load.page, load.status, isChanged);
       if (result.writeList) catalogue_->live.saveLists();
     }
   }

@@ -56,7 +56,7 @@ RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& pr
 }
 
 /// Adds to `left` what has left the list.
-std::optional<std::int64_t> takeNextPage(Catalogue& catalogue, RequestList::Entries& left) {
+std::optional<WantedPage> takeNextPage(Catalogue& catalogue, RequestList::Entries& left) {
   // Those that ask for nothing that could be loaded have been answered.
   RequestList& requests = catalogue.paging.requests;
   const RequestList::Entry first = requests.first();
@@ -64,7 +64,7 @@ std::optional<std::int64_t> takeNextPage(Catalogue& catalogue, RequestList::Entr
   if (!next) return std::nullopt;
   if (next->startsPass) catalogue.paging.cursor = std::nullopt;
   if (next->endIndex) left.push_back(requests.noteEndIndex(first, next->endIndex));
-  return next->page;
+  return WantedPage{.page = next->page, .startsPass = next->startsPass};
 }
 
 }  // namespace
@@ -88,8 +88,10 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
   const CatalogueLock lock(*catalogue_);
   left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount});
   catalogue_->evict();
-  if (const std::optional<std::int64_t> next = takeNextPage(*catalogue_, left)) {
-    queue().post([this, wanted = *next] { loadRecordCourseWithPage_retryCount(wanted, MaxRetryCount); });
+  if (const std::optional<WantedPage> next = takeNextPage(*catalogue_, left)) {
+    catalogue_->startLoad(catalogue_->paging, *next, [this, wanted = next->page] {
+      loadRecordCourseWithPage_retryCount(wanted, MaxRetryCount);
+    });
   }
   return false;
 }
@@ -141,10 +143,13 @@ void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& i
     // Another user's page is merged nowhere.
     if (catalogue_->opened() == load.opened) {
       RecordPageEffects effects(*catalogue_, items);
+      const PageView before(catalogue_->cloud.list(), load.page);
       OptionalString cursor = catalogue_->paging.cursor;
       const PageMergeResult result =
           mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
       catalogue_->paging.cursor = cursor;
+      const bool isChanged = before != PageView(catalogue_->cloud.list(), load.page);
+      catalogue_->paging.repeats.merged(load.page, load.status, isChanged);
       if (result.writeList) catalogue_->cloud.saveLists();
       lastPage = result.lastPage;
     }

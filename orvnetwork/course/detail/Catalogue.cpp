@@ -1,8 +1,10 @@
 #include "orvnetwork/course/detail/Catalogue.h"
 
 #include <orvnetwork/course/detail/RequestList.h>
+#include <orvnetwork/platform/Platform.h>
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -21,6 +23,7 @@ RequestList::Entries Catalogue::open(std::string base, std::int64_t userID) {
   RequestList::Entries dropped = paging.requests.set({});
   RequestList::Entries liveOnes = livePaging.requests.set({});
   std::move(liveOnes.begin(), liveOnes.end(), std::back_inserter(dropped));
+  for (Paging* kind : {&paging, &livePaging}) kind->repeats.reset();
   base_ = std::move(base);
   userID_ = userID;
   ++opened_;
@@ -42,6 +45,26 @@ bool Catalogue::startAnew(Paging& kind, std::uint64_t opened) {
     replaced = kind.requests.noteEndIndex(first, std::nullopt);
   }
   return true;
+}
+
+void Catalogue::startLoad(Paging& kind, const WantedPage& wanted, Task load) {
+  const Seconds pause = wanted.startsPass ? Seconds(0) : kind.repeats.pauseBefore(wanted.page, wanted.status);
+  if (pause == Seconds(0)) {
+    kind.repeats.cancelWait();
+    workers.load()->post(std::move(load));
+    return;
+  }
+  const std::optional<std::uint64_t> ticket = kind.repeats.wait();
+  if (!ticket) return;
+  Platform& platform = Platform::current();
+  const auto when = platform.clock().steadyNow() + std::chrono::duration_cast<SteadyTime::duration>(pause);
+  platform.delays().runAt(when, *workers.load(), [this, &kind, ticket, load = std::move(load)]() mutable {
+    {
+      const CatalogueLock lock(*this);
+      if (!kind.repeats.endWait(*ticket)) return;
+    }
+    load();
+  });
 }
 
 void Catalogue::ensureLoaded() {

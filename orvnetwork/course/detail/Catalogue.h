@@ -4,6 +4,7 @@
 #include <orvnetwork/course/detail/Paging.h>
 #include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/data/Property.h>
+#include <orvnetwork/data/Task.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/SerialQueue.h>
@@ -48,6 +49,9 @@ struct Catalogue : CourseCollections {
   /// After a page of an earlier catalogue: lets the requests that wait ask for their pages from the first one on, since
   /// that page kept theirs from being asked for. False when the page was asked for this catalogue.
   bool startAnew(Paging& kind, std::uint64_t opened);
+  /// Runs `load` on the workers, for who holds the catalogue: soon, or after a pause when the request would ask for the
+  /// very page again that has just changed nothing.
+  void startLoad(Paging& kind, const WantedPage& wanted, Task load);
   /// Makes the folders and reads the lists, unless that has been done.
   void ensureLoaded();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/course/detail/PageRepeats.h>
 #include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/data/Property.h>
 #include <orvnetwork/platform/Semaphore.h>
@@ -15,6 +16,16 @@ struct Paging {
   Property<OptionalString> cursor;
   /// Taken while a page is on its way.
   Property<std::shared_ptr<Semaphore>> inFlight;
+  PageRepeats repeats;
+};
+
+/// The page that the oldest request wants next.
+struct WantedPage {
+  std::int64_t page = 0;
+  /// Of live courses, the list.
+  std::uint64_t status = 0;
+  /// It is the first one that the request asks for.
+  bool startsPass = false;
 };
 
 /// One page that was asked for.
