@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -33,6 +34,7 @@ using Clock = std::chrono::steady_clock;
 
 /// ORV_KILLS=n kills more often.
 const int kKills = static_cast<int>(test::numberFromEnvironment("ORV_KILLS", 30));
+const auto kLongest = std::chrono::seconds(std::max(60, kKills / 4));
 
 std::string listPath() {
   return std::string(std::getenv("HOME")) + "/Documents/orv_course/public/local/localCourse.plist";
@@ -239,7 +241,9 @@ TEST(TwoPrograms, WhatOneDeletesIsNotBroughtBackByTheOther) {
 TEST(TwoPrograms, OneThatIsKilledLosesNothingOfEitherAndHoldsNobodyUp) {
   std::mt19937 random(20240131);
   Rooms certain, gone;
-  for (int round = 0; round < kKills; ++round) {
+  const auto end = Clock::now() + kLongest;
+  int round = 0;
+  for (; round < kKills && Clock::now() < end; ++round) {
     const std::int64_t first = 1 + round * 20'000LL;
     Worker victim([first](int reports) { workForever(first, reports); });
     Worker other([first](int reports) { workForever(first + 10'000, reports); });
@@ -259,8 +263,8 @@ TEST(TwoPrograms, OneThatIsKilledLosesNothingOfEitherAndHoldsNobodyUp) {
     }
     ASSERT_EQ(whatIsWrong(certain, gone), "") << "round " << round;
   }
-  EXPECT_GT(certain.size(), static_cast<std::size_t>(2 * kKills));
-  std::cout << 2 * kKills << " kills, " << certain.size() << " courses" << std::endl;
+  EXPECT_GT(certain.size(), static_cast<std::size_t>(2 * round));
+  std::cout << 2 * round << " kills, " << certain.size() << " courses" << std::endl;
 }
 
 TEST(TwoPrograms, CoursesMadeInOneSecondHaveNumbersOfTheirOwn) {
@@ -307,13 +311,17 @@ TEST(TwoPrograms, OneThatStopsInTheMiddleDoesNotHoldUpTheOtherAndTheListIsWritte
   ASSERT_TRUE(stopped.takeReport());
   const auto begin = Clock::now();
   EXPECT_TRUE(QXCourseManager::getInstance().addLocalCourse(makeCourse(3)));
-  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
+  for (std::int64_t room = 4; room < 14; ++room) {
+    QXCourseManager::getInstance().addLocalCourse(makeCourse(room));
+  }
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(10)) << "once 2 s, and then hardly at all";
   EXPECT_EQ(readArrayFile(listPath())->size(), 1u) << "it is the other one's turn";
   stopped.kill();
   // Now by itself, without another change.
   const auto end = Clock::now() + std::chrono::seconds(20);
-  while (readArrayFile(listPath())->size() != 2 && Clock::now() < end) std::this_thread::yield();
-  EXPECT_EQ(*readArrayFile(listPath()), (json::array{"3", "1"}));
+  while (readArrayFile(listPath())->size() == 1 && Clock::now() < end) std::this_thread::yield();
+  EXPECT_EQ(*readArrayFile(listPath()),
+            (json::array{"13", "12", "11", "10", "9", "8", "7", "6", "5", "4", "3", "1"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -19,6 +20,8 @@ namespace {
 /// A turn of another program takes some writings to the disk. One that takes longer than this has stopped in the
 /// middle, and the caller, who may be the main thread, waits no longer.
 constexpr Seconds kLongestWait{2};
+/// As long as it has not moved on, the following changes wait hardly at all.
+constexpr Seconds kNextWait{0.05};
 
 }  // namespace
 
@@ -62,7 +65,8 @@ bool KeyFile::write(const json::array& keys) {
 
 bool KeyFile::beginTurn() {
   LockFile* const lock = lockFile();
-  const bool ours = lock == nullptr || lock->lock(kLongestWait);
+  const bool ours = lock == nullptr || lock->lock(wasTheirs_ ? kNextWait : kLongestWait);
+  wasTheirs_ = !ours;
   const std::lock_guard guard(mutex_);
   turn_ = lock == nullptr ? Turn::Free : ours ? Turn::Ours : Turn::Theirs;
   return ours;

@@ -3,6 +3,7 @@
 #include <orvnetwork/platform/LockFile.h>
 #include <orvnetwork/platform/PropertyListStore.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -64,6 +65,7 @@ class KeyFile {
   json::array known_;
   std::unique_ptr<LockFile> lock_;
   Turn turn_ = Turn::Free;
+  std::atomic<bool> wasTheirs_ = false;
   bool isUnwritten_ = false;
   bool isClaimed_ = false;
 };
