@@ -4,6 +4,16 @@
 
 namespace orv::testing {
 
+/// A copy goes on with the same numbers as its original, so a test can run one part twice with the same chance.
+///
+///     SeededRandom random(seed);
+///     for (int round = 0; round < 1000; ++round) {
+///       if (random.oneIn(10)) {
+///         server.cutAll();
+///       } else {
+///         send(texts[random.below(texts.size())]);
+///       }
+///     }
 /// A small generator of pseudo-random numbers: the same seed gives the same numbers on every machine, with every compiler
 /// and in every release, so that a seed that made a test fail can be kept. Not for secrets. One thread at a time.
 class SeededRandom {
@@ -21,9 +31,11 @@ class SeededRandom {
   }
 
   /// A number from 0 to `limit` - 1; 0 when `limit` is 0.
+  /// It takes one number from the row, or none when `limit` is 0. All results are equally likely as long as `limit`
+  /// is far below 2^64.
   std::uint64_t below(std::uint64_t limit) { return limit == 0 ? 0 : next() % limit; }
 
-  /// True once in `n` times on average; never when `n` is 0.
+  /// True once in `n` times on average: always when `n` is 1, never when it is 0.
   bool oneIn(std::uint64_t n) { return n != 0 && below(n) == 0; }
 
  private:

@@ -40,6 +40,8 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
  public:
   /// Makes a platform and puts it in place for the whole process, which must not have used another one yet:
   /// throws std::logic_error otherwise. One test, one process.
+  /// @param seed decides every order that is left to chance
+  /// @return lives until the process ends
   static SimulatedPlatform& install(std::uint64_t seed = 1);
 
   /// A platform that nobody uses yet. Whatever it made must be gone before it is destroyed.
@@ -56,9 +58,11 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
 
   /// Like `runFor(limit)`, but ends as soon as `done` is true; it is asked after every task. True when it
   /// was.
+  /// @param done what is waited for; it runs as the test's own code and must not throw
+  /// @param limit virtual time; when `done` has not come true by then, all of it has passed
   bool runUntil(const std::function<bool()>& done, Seconds limit);
 
-  /// Runs one ready task; false when there is none.
+  /// Runs one ready task; false when there is none. Time does not move.
   bool step();
 
   /// Lets time pass while nothing runs, as when the process is stopped for a while. What became due in
@@ -71,9 +75,11 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   void setWallTime(WallTime time) { clock_.setWallTime(time); }
 
   /// Keeps the tasks of the main queue or of the worker pool waiting, as when that thread is busy or stuck.
+  /// The state lasts until it is set again; a held task does not count as ready, so `settle` ends without it.
   void holdMainQueue(bool held) { mainQueue_.lane().setHeld(held); }
   void holdGlobalQueue(bool held) { workers_->setHeld(held); }
 
+  /// The user's locale from now on, for example "zh_CN".
   void setLocale(std::string name) { locale_ = std::move(name); }
   /// The zone of that name by the system's zone files, or a rule, as for `timeZoneNamed`. The process's own zone has
   /// no say.
@@ -84,6 +90,7 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   /// The next answers of `random()`; after them it goes on with seeded ones.
   void queueRandom(const std::vector<std::uint32_t>& values);
 
+  /// The seed that it was made with: print it when a test fails.
   std::uint64_t seed() const { return seed_; }
   std::uint64_t stepsRun() const { return scheduler_->stepsRun(); }
   /// The same for two runs when their tasks took turns in the same order.
@@ -93,7 +100,9 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   /// Virtual time since the platform was made.
   Seconds elapsed() const { return scheduler_->now() - start_; }
 
+  /// What is between the library and its server: attempts to connect that fail, latency, broken links.
   SimulatedNetwork& network() { return network_; }
+  /// The server that the library talks to, whatever address it connects to.
   SimulatedServer& server() { return network_.server(); }
   /// For doubles of your own.
   Scheduler& scheduler() { return *scheduler_; }
@@ -105,6 +114,7 @@ class ORV_EXPORT SimulatedPlatform final : public Platform {
   SimulatedReachability& reachability() override { return reachability_; }
   SimulatedFileSystem& files() override { return files_; }
   SimulatedDirectories& directories() override { return directories_; }
+  /// The numbers of `queueRandom`, then those that come from the seed.
   std::uint32_t random() override;
   std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) override;
   std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) override;

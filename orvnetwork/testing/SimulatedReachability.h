@@ -14,18 +14,21 @@ namespace orv::testing {
 ///     platform.reachability().report(ReachabilityStatus::NotReachable);   // the cable is pulled
 class ORV_EXPORT SimulatedReachability final : public Reachability {
  public:
+  /// @param mainQueue where reports arrive; must outlive this
   SimulatedReachability(Scheduler& scheduler, MainQueue& mainQueue);
 
   /// The server whose route counts; here it is only noted, for `server()`.
   void setServer(const OptionalString& url) override { server_ = url; }
   /// The first report follows on its own when the simulation runs, with the status at that moment.
   void startMonitoring(Callback callback) override;
-  /// Reports that are under way do not arrive any more.
+  /// Reports that are under way do not arrive any more. The callback is destroyed on the main queue.
   void stopMonitoring() override;
 
   /// Sets the status and, while monitored, reports it, also when it is the same as before.
+  /// @param status also `Unknown`, as before the first answer of a system
   void report(ReachabilityStatus status);
   /// Sets the status without a word, for the first report or for a change that the system misses.
+  /// A report that waits on the main queue keeps the status that it was made with.
   void setStatus(ReachabilityStatus status);
   /// Whether the first report is left out, as when the system cannot be asked. False at the start.
   void withholdFirstReport(bool withhold) { withheld_ = withhold; }

@@ -22,6 +22,7 @@ using ConnectionId = int;
 /// A text message of a client.
 struct ReceivedFrame {
   ConnectionId connection = 0;
+  /// As the client has sent it, JSON or not.
   std::string text;
   SteadyTime time{};
 };
@@ -36,7 +37,7 @@ struct ReceivedClose {
   SteadyTime time{};
 };
 
-/// A protocol ping or pong of a client.
+/// A protocol ping or pong of a client. `time`, here as above, is a moment of the virtual steady clock.
 struct ReceivedControl {
   ConnectionId connection = 0;
   std::string payload;
@@ -53,71 +54,100 @@ struct ReceivedControl {
 /// By itself it answers the text "PING" with "PONG", a protocol ping with a pong and a close frame with a
 /// close frame. Handlers run as tasks of the link, never on the main thread. Operations on a connection
 /// that has ended do nothing.
+///
+/// Each handler is the only one of its kind: setting another replaces it, and an empty one takes it away. What it
+/// refers to must be there whenever the simulation runs. `onEnd` is also called inside `cut` and `reset`.
+///
+/// A test that looks at what came, once the link is open:
+///
+///     QXAPIHelper::logoutWithCompleteBlock_timeoutBlock({}, {});
+///     platform.settle();
+///     EXPECT_TRUE(server.lastRequest("User.Post.Logout"));
+///
+/// One thread: that of the simulation. A host takes the server from `SimulatedPlatform::server`, which owns it.
 class ORV_EXPORT SimulatedServer {
  public:
+  /// @param scheduler gives the lane on which delayed replies wait
   explicit SimulatedServer(std::shared_ptr<Scheduler> scheduler);
   ~SimulatedServer();
   SimulatedServer(const SimulatedServer&) = delete;
   SimulatedServer& operator=(const SimulatedServer&) = delete;
 
   // What it does by itself.
+  /// Whether the text "PING" is answered with "PONG". True at the start, like the two that follow.
   void setAnswersPing(bool answers) { answersPing_ = answers; }
+  /// Whether a protocol ping is answered with a pong of the same payload.
   void setAnswersProtocolPing(bool answers) { answersProtocolPing_ = answers; }
+  /// Whether a client's close frame is answered. Without an answer the client cuts the connection after 10 s.
   void setAnswersClose(bool answers) { answersClose_ = answers; }
 
-  /// Called with each text that is a JSON object.
+  /// Called with each text that is a JSON object. Its answer may go out at once, with `reply`, or later.
   void onRequest(std::function<void(ConnectionId, const json::object&)> handler) {
     onRequest_ = std::move(handler);
   }
   /// Called with each text, before the answer to "PING" and before `onRequest`.
   void onText(std::function<void(ConnectionId, const std::string&)> handler) { onText_ = std::move(handler); }
+  /// Called when the server has accepted a connection; the client hears of it after that. Something sent from here
+  /// arrives as the first message.
   void onConnect(std::function<void(ConnectionId)> handler) { onConnect_ = std::move(handler); }
+  /// Called once for each connection, when it is no longer among `connections`.
   void onEnd(std::function<void(ConnectionId)> handler) { onEnd_ = std::move(handler); }
 
   /// Answers a request: {"C": its "c", "s": its "s", "v": `values`}, with the next fault if there is one.
+  /// A request without "c" or "s" gets an answer without it.
   void reply(ConnectionId connection, const json::object& request, json::object values);
-  /// Sends {"C": `command`, "s": 0, "v": `values`}.
+  /// Sends {"C": `command`, "s": 0, "v": `values`}. Faults do not apply to it.
   void push(ConnectionId connection, std::string_view command, json::object values);
   /// What happens to the replies that follow, one after another; when there is none left the chooser decides.
   void faultNextReply(ReplyFault fault) { faults_.push_back(fault); }
-  /// Asked about each reply frame; empty: no faults.
+  /// Asked about each reply frame; empty: no faults. It sees the whole frame, as it would be sent.
   void setFaultChooser(std::function<ReplyFault(const json::object& reply)> chooser) {
     chooser_ = std::move(chooser);
   }
-  /// Sends the replies that `ReplyFault::reorder` holds back.
+  /// Sends the replies that `ReplyFault::reorder` holds back, in the order in which they were made.
   void sendHeldReplies(ConnectionId connection);
 
   /// Sends one message, whatever its text.
+  /// Everything that is sent arrives in its order, after the latency, and nothing after the server's close frame.
   void send(ConnectionId connection, std::string text);
+  /// Sends one binary message.
   void sendBinary(ConnectionId connection, std::string bytes);
+  /// Sends a protocol ping, which the client answers by itself: see `pongs`.
   void sendPing(ConnectionId connection, std::string payload);
   /// Sends a pong, asked for or not.
   void sendPong(ConnectionId connection, std::string payload);
   /// Starts the closing handshake; an absent code sends a close frame without a body.
+  /// The connection is up until the client has answered.
+  /// @param code one that no peer may send, such as 1005, is answered with 1002
+  /// @param reason UTF-8; without a meaning when `code` is absent
   void close(ConnectionId connection, std::optional<int> code = 1000, OptionalString reason = std::nullopt);
-  /// Ends the stream without a close frame.
+  /// Ends the stream without a close frame. The client has what was sent before.
   void cut(ConnectionId connection);
   void cutAll();
   /// Resets the connection: the client's socket fails with ECONNRESET.
   void reset(ConnectionId connection);
   /// From now on the server takes what comes, records it, and answers nothing, not even "PING" or a close
-  /// frame; the connection stays up. False makes it talk again.
+  /// frame; the connection stays up. False makes it talk again. What the test itself sends still goes out.
   void setSilent(ConnectionId connection, bool silent = true);
 
   /// The connections that are up, oldest first.
   std::vector<ConnectionId> connections() const;
-  /// The connection that came last; 0 before the first.
+  /// The connection that came last, even when it has ended; 0 before the first.
   ConnectionId latest() const { return latest_; }
   bool isConnected(ConnectionId connection) const { return open_.contains(connection); }
-  /// All connections that were ever accepted, in that order.
+  /// All connections that were accepted since the start or the last `clearRecords`, in that order.
   const std::vector<ConnectionId>& accepted() const { return accepted_; }
 
   // What it received, in the order of arrival.
+  /// All texts, "PING" among them. The references here hold until the simulation goes on.
   const std::vector<ReceivedFrame>& frames() const { return frames_; }
+  /// The ends of connections that the client brought about or answered; one that was cut here is not among them.
   const std::vector<ReceivedClose>& closes() const { return closes_; }
   const std::vector<ReceivedControl>& pings() const { return pings_; }
+  /// Those that the clients have sent as answers to `sendPing`.
   const std::vector<ReceivedControl>& pongs() const { return pongs_; }
-  /// The frames that are JSON objects, of all commands or of one.
+  /// The frames that are JSON objects, of all commands or of one. Each call parses them again.
+  /// @param command the value of "c", letter by letter; empty: all
   std::vector<json::object> requests(std::string_view command = {}) const;
   /// The last request of this command; absent when there was none.
   std::optional<json::object> lastRequest(std::string_view command) const;
