@@ -41,7 +41,9 @@ ORV_EXPORT Result<json::value> parseJson(std::string_view text);
 
 /// The values of a text, and what they take of memory, in bytes.
 struct MeasuredJson {
+  /// The array or dictionary.
   json::value value;
+  /// What it takes, in bytes, to within some per cent where the C library is the usual one.
   std::size_t bytes = 0;
 };
 
