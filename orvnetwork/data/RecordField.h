@@ -352,6 +352,8 @@ RecordField makeField(std::string_view name, std::vector<std::string_view> keys)
 /// The field that is the property `Member`. Its JSON key is its own name unless keys are given: then these are looked
 /// for, in their order, and the first is the one that is written. The name by itself is no key then, unless it is in
 /// the list. Name and keys must live as long as the program: literals do.
+/// @param name what archives call the field; also its key, when `keys` is empty
+/// @param keys those that are looked for, with the one that is written in front
 template <auto Member>
 RecordField recordField(std::string_view name, std::vector<std::string_view> keys = {}) {
   return detail::makeField<detail::MemberAccess<Member>>(name, std::move(keys));

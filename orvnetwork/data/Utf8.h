@@ -21,6 +21,7 @@
 namespace orv {
 
 /// Whether a byte is one of those that follow the first byte of a character. A text may be cut before any other one.
+/// It is true of bytes 0x80 to 0xBF, wherever they stand: one that follows no first byte is not looked for here.
 constexpr bool isUtf8Continuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
@@ -53,6 +54,11 @@ inline std::size_t utf8SequenceLength(std::string_view text) {
 
 /// Whether a text is well-formed from its first byte to its last. An empty one is. It takes a time in proportion to the
 /// text's size, and least where the text is ASCII.
+///
+///     isUtf8("a文👩")                        // true
+///     isUtf8("\xED\xA0\x80")                 // false: half of a surrogate pair
+///     isUtf8("\xF4\x90\x80\x80")             // false: above U+10FFFF
+///     isUtf8(std::string_view("a\0b", 3))    // true
 inline bool isUtf8(std::string_view text) {
   std::size_t at = 0;
   while (at < text.size()) {
@@ -70,7 +76,12 @@ inline bool isUtf8(std::string_view text) {
 }
 
 /// The code point of the well-formed character at the front of `text`, which has `length` bytes; see
-/// `utf8SequenceLength`.
+/// `utf8SequenceLength`. What follows these bytes is not looked at.
+///
+///     utf8CodePoint("文字", 3)   // U+6587
+///
+/// @param text must begin with such a character; this does not look again
+/// @param length what `utf8SequenceLength` has answered for it, 1 to 4
 inline char32_t utf8CodePoint(std::string_view text, std::size_t length) {
   const auto lead = static_cast<unsigned char>(text[0]);
   if (length == 1) return lead;
@@ -83,6 +94,13 @@ inline char32_t utf8CodePoint(std::string_view text, std::size_t length) {
 
 /// Appends the character with this code point, which must be one that a text can hold: at most U+10FFFF and no
 /// surrogate. Nobody looks again. The text grows by 1 to 4 bytes.
+///
+///     std::string text = "a";
+///     appendUtf8(text, 0x6587);    // "a文"
+///     appendUtf8(text, U'👩');      // "a文👩"
+///
+/// @param out text that is well-formed so far stays so
+/// @param code what a JSON escape or a character reference has named, once surrogate pairs are put together
 inline void appendUtf8(std::string& out, char32_t code) {
   const auto tail = [&](int shift) { out += static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
   if (code < 0x80) {
@@ -103,6 +121,11 @@ inline void appendUtf8(std::string& out, char32_t code) {
 }
 
 /// The text with U+FFFD in the place of each byte that is part of no well-formed character.
+/// A text that is well-formed comes out as it is; the result is at most three times as long. For lines that are shown
+/// or logged, not for what is stored: which bytes were there is lost.
+///
+///     repairedUtf8("a\xFF")        // "a\uFFFD"
+///     repairedUtf8("b\xE6\x96")    // "b\uFFFD\uFFFD": two bytes of a character that was cut off
 inline std::string repairedUtf8(std::string_view text) {
   std::string repaired;
   repaired.reserve(text.size());
@@ -120,6 +143,7 @@ inline std::string repairedUtf8(std::string_view text) {
 
 /// The front of a text, of at most `size` bytes, that does not end within a character: `utf8Front("a文", 3)` is "a".
 /// It refers to the same bytes as `text`. For what is shown in little room.
+/// @param size in bytes, not in characters
 inline std::string_view utf8Front(std::string_view text, std::size_t size) {
   if (text.size() <= size) return text;
   while (size > 0 && isUtf8Continuation(text[size])) --size;
@@ -128,6 +152,10 @@ inline std::string_view utf8Front(std::string_view text, std::size_t size) {
 
 /// What is left of a text that was cut somewhere, without the character that the cut went through. A text that ends with
 /// a whole character, or with bytes that no cut can have made, stays as it is. It refers to the same bytes as `text`.
+/// At most three bytes go. For what was read in pieces of a fixed size:
+///
+///     withoutSplitUtf8("ab\xE6\x96")    // "ab": the third byte of "文" is missing
+///     withoutSplitUtf8("ab\x80")        // the same text: no cut leaves such a byte alone
 inline std::string_view withoutSplitUtf8(std::string_view text) {
   for (std::size_t back = 1; back <= 3 && back <= text.size(); ++back) {
     const std::string_view last = text.substr(text.size() - back);
