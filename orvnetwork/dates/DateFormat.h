@@ -12,6 +12,11 @@ namespace orv {
 /// It keeps to the locale and the time zone that it was made with, and to the locale's calendar and digits.
 /// Making one is cheap; what is dear about it is made at first use and kept for the next ones of the same
 /// pattern, locale and zone. Any thread.
+///
+///     const DateFormat format = DateFormat::withPattern("yyyy-MM-dd HH:mm:ss", "en_US_POSIX", "UTC");
+///     format.format(Seconds(1'706'688'000))                            // "2024-01-31 08:00:00"
+///     const std::optional<Seconds> moment = format.parse("2024-01-31 08:00:00");
+///     if (!moment) return refuse("not a date");
 class ORV_EXPORT DateFormat {
  public:
   /// Letters of the pattern stand for fields, as in "yyyy-MM-dd HH:mm:ss.SSS", text between ' for itself.

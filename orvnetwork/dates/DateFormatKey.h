@@ -6,6 +6,7 @@
 namespace orv {
 
 /// How much of a date or of a time of day is written, in the words and order of the user's locale.
+/// The examples are those of the locale "en_US". A date and a time of day have each a style of their own.
 enum class DateStyle {
   None = 0,    ///< nothing
   Short = 1,   ///< digits: "1/31/24", "8:45 AM"
