@@ -6,6 +6,11 @@
 namespace orv {
 
 /// Reads the two clocks. Neither blocks; any thread.
+///
+///     Clock& clock = Platform::current().clock();
+///     const SteadyTime begin = clock.steadyNow();
+///     work();
+///     const Seconds took = clock.steadyNow() - begin;
 class ORV_EXPORT Clock {
  public:
   virtual ~Clock() = default;
@@ -16,6 +21,7 @@ class ORV_EXPORT Clock {
 
   /// A moment for measuring how long something takes. It never goes back and no setting of the clock moves it;
   /// its origin means nothing, so it cannot be compared with one of another process.
+  /// It is the clock that `DelayService` and `Timer` go by.
   virtual SteadyTime steadyNow() const = 0;
 };
 

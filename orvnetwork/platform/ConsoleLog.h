@@ -10,6 +10,9 @@ namespace orv {
 /// @param format the text with its slots (`%@`, `%ld` …), as `TextFormat.h` tells; their number and kinds are
 /// checked when this is compiled
 /// @param args what goes into the slots, in their order
+///
+///     consoleLog("%@ could not be read: %@", path, error);
+///     consoleLog("%ld of %ld courses", count, total);
 template <typename... Args>
 void consoleLog(FormatText<std::type_identity_t<Args>...> format, const Args&... args) noexcept {
   try {

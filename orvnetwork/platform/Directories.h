@@ -13,6 +13,10 @@ inline constexpr int kCachesDirectoryCode = 13;
 
 /// Where the user's standard folders are, as absolute paths, asked anew at each call. None of them needs to exist.
 /// Any thread.
+///
+///     Directories& folders = Platform::current().directories();
+///     const OptionalString caches = folders.searchPath(kCachesDirectoryCode);   // such as "/home/ann/.cache"
+///     const std::string scratch = folders.temporary() + "upload";               // the slash is there already
 class ORV_EXPORT Directories {
  public:
   virtual ~Directories() = default;

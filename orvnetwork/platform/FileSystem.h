@@ -34,6 +34,11 @@ enum class Durability {
 
 /// The file operations that the library uses. Paths are absolute. No operation throws; what went wrong is
 /// told in `error`, which is cleared on success. Any thread.
+///
+///     FileSystem& files = Platform::current().files();
+///     std::error_code error;
+///     if (!files.writeAtomically(path, text, Durability::Durable, 0600, error)) tell(error.message());
+///     const std::optional<std::string> back = files.read(path, error);
 class ORV_EXPORT FileSystem {
  public:
   virtual ~FileSystem() = default;

@@ -20,7 +20,9 @@ class ORV_EXPORT LockFile {
 
   /// Waits until no other program has the lock, but not longer than `limit`; false when one still has it then.
   /// Programs that want it again and again get it in turns.
+  /// @param limit in seconds; 0 tries once
   virtual bool lock(Seconds limit) = 0;
+  /// Lets another program have the lock. Numbers that were taken stay.
   virtual void unlock() = 0;
 
   /// Takes a number for this object until it goes; false, at once, when another program has taken it. A number that

@@ -34,6 +34,7 @@ class ORV_EXPORT ObserverToken {
   /// A token of no observer.
   ObserverToken() = default;
   ObserverToken(ObserverToken&&) noexcept = default;
+  /// Removes the observer that it kept, and keeps the other one's.
   ObserverToken& operator=(ObserverToken&& other) noexcept;
   ~ObserverToken() { reset(); }
 
@@ -56,6 +57,9 @@ class ORV_EXPORT ObserverToken {
 /// their registration. The observers are those registered when the post began and still registered when
 /// their turn comes. No lock is held while they run, so they may post, observe and remove as they like. What
 /// one throws is logged to the console and the next one runs.
+///
+///     const ObserverToken opened = NotificationCenter::defaultCenter().observe(
+///         QXNotificationDidOpen, [](const Notification&) { showThatTheLinkIsUp(); });
 class ORV_EXPORT NotificationCenter {
  public:
   /// Called on the posting thread, which is the main thread for what the library posts.

@@ -19,6 +19,11 @@ namespace orv {
 /// Everything that the library takes from the operating system. Above this interface nothing creates a
 /// thread, reads a clock, opens a socket or touches a file by itself, so a whole life of the library can run
 /// on a simulated platform in virtual time.
+///
+/// Hosts seldom need it: what they do with the library goes through it anyway. Their tests put
+/// `testing::SimulatedPlatform` in its place, first thing in `main` or in the test:
+///
+///     testing::SimulatedPlatform& platform = testing::SimulatedPlatform::install();
 class ORV_EXPORT Platform {
  public:
   /// The platform in use: the one installed, else the operating system's, made on first use. Any thread.
@@ -36,18 +41,22 @@ class ORV_EXPORT Platform {
   virtual MainQueue& mainQueue() = 0;
   /// The worker pool: tasks start in the order posted and run at the same time where there are threads.
   virtual Executor& globalQueue() = 0;
+  /// Runs tasks later; `Timer` is what most of the library uses of it.
   virtual DelayService& delays() = 0;
   /// Whether there is a network. One watcher: monitoring it again replaces who is told of it.
   virtual Reachability& reachability() = 0;
+  /// The disk; every file that the library keeps is read and written through it.
   virtual FileSystem& files() = 0;
+  /// Where the user's folders are.
   virtual Directories& directories() = 0;
 
-  /// 32 bits from a source that is not seeded by the program.
+  /// 32 bits from a source that is not seeded by the program. Any thread.
   virtual std::uint32_t random() = 0;
   /// A socket that is not open yet; never null and never an exception: one that cannot be made for want of
   /// descriptors or threads fails after its `open()`. Any thread.
   virtual std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) = 0;
   /// A drain that calls `drain` on a thread of its own. Any thread.
+  /// @param drain called by that thread alone, or inside `runNow`, and never twice at once
   virtual std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) = 0;
 
   /// The user's locale, read at each call, for example "zh_CN" or "sr_Latn_RS". "C" and "POSIX" are told as

@@ -25,6 +25,11 @@ namespace orv {
 /// Nothing throws. What goes wrong, and what is set aside or left out, is logged to the console, one line each, without
 /// the values. Any thread; two
 /// threads that read and write one file at the same time put that in order themselves.
+///
+///     PropertyListStore store(folder + "/marks.plist");
+///     json::object marks = store.readDictionary().value_or(json::object());
+///     marks["algebra"] = 2;
+///     if (!store.write(marks)) tell("the marks are not saved");
 class ORV_EXPORT PropertyListStore {
  public:
   struct Options {
@@ -45,6 +50,7 @@ class ORV_EXPORT PropertyListStore {
   PropertyListStore(const PropertyListStore&) = delete;
   PropertyListStore& operator=(const PropertyListStore&) = delete;
 
+  /// The path that it was made with. Any thread.
   const std::string& path() const { return path_; }
 
   /// What the file holds. Absent when there is no file or an empty one, when it cannot be read, when it is damaged,

@@ -12,6 +12,7 @@ namespace orv {
 enum class ReachabilityStatus : int { Unknown = -1, NotReachable = 0, Cellular = 1, WiFi = 2 };
 
 /// Watches whether there is a network.
+/// Hosts leave it to `QXWebSocketMgr::watchNetworkStatus`; a platform has one watcher.
 class ORV_EXPORT Reachability {
  public:
   /// Hears each report, on the main queue.

@@ -13,18 +13,27 @@ namespace orv {
 /// A counting semaphore. It belongs to no thread: what one thread has taken another may give back. It is not
 /// re-entrant. Those that wait are served in the order in which they came, so that none waits for ever beside
 /// one that takes it again and again. Any thread.
+///
+///     auto slots = std::make_shared<Semaphore>(2);   // two at a time
+///     const SemaphoreHold hold(slots);               // waits while two others hold one, and gives it back at the end
+///
+/// It must not be destroyed while a thread waits for it.
 class ORV_EXPORT Semaphore {
  public:
   /// @param value how many can be taken before the first `wait` has to wait
+  /// It is no upper bound. 0 makes the first `wait` a wait for a `signal`; a negative number has no use.
   explicit Semaphore(std::int64_t value) : value_(value) {}
   Semaphore(const Semaphore&) = delete;
   Semaphore& operator=(const Semaphore&) = delete;
 
   /// Takes one, blocking the thread until there is one. A thread that holds the only one waits for ever.
+  /// On the main thread that holds up every callback until then; there `tryWait` is the better choice.
   void wait();
   /// Takes one if there is one, and says whether it did. Never blocks.
+  /// One that has been granted to a thread that waits is not there any more.
   bool tryWait();
   /// Gives one back: to the one that has waited longest, if anybody waits. Never blocks.
+  /// When nobody waits, it is there for the next `wait`, however many there are already.
   void signal();
 
  private:

@@ -16,6 +16,17 @@ namespace orv {
 /// A task may keep its *turn* beyond its own return: the queue stands still until the turn is given back,
 /// and no thread waits meanwhile. That is how "work on this queue, then wait for a callback on main" is
 /// written without a blocked worker. A task that runs a nested main loop keeps its turn the whole time.
+///
+///     auto queue = SerialQueue::make("lessons", Platform::current().globalQueue());
+///     queue->post([] { readList(); });
+///     queue->postKeepingTurn([](SerialQueue::Turn turn) {
+///       auto kept = std::make_shared<SerialQueue::Turn>(std::move(turn));
+///       askServer([kept](const json::object& reply) {   // on the main thread, later
+///         merge(reply);
+///         kept->release();
+///       });
+///     });
+///     queue->post([] { writeList(); });                 // after the merging
 class ORV_EXPORT SerialQueue final : public Executor, public std::enable_shared_from_this<SerialQueue> {
  public:
   /// The right to be the task that runs. Given back on destruction or by `release()`, on any thread. It keeps its
@@ -23,6 +34,7 @@ class ORV_EXPORT SerialQueue final : public Executor, public std::enable_shared_
   class ORV_EXPORT Turn {
    public:
     Turn(Turn&&) noexcept = default;
+    /// Gives back the turn that it had, and takes the other one.
     Turn& operator=(Turn&& other) noexcept;
     ~Turn() { release(); }
     /// Gives the turn back: the next task is posted to the target. Does nothing the second time.
@@ -45,12 +57,14 @@ class ORV_EXPORT SerialQueue final : public Executor, public std::enable_shared_
 
   /// Like `post`, but the task is handed its turn and the queue goes on only when that is given back. A turn that
   /// is never given back stops the queue for good.
+  /// A task that throws gives its turn back, unless it has passed it on. Any thread.
   void postKeepingTurn(std::function<void(Turn)> task);
 
-  /// The name that it was made with.
+  /// The name that it was made with. Any thread.
   const std::string& label() const { return label_; }
 
-  /// How many tasks wait, and one more while one has its turn. Any thread.
+  /// How many tasks wait, and one more as long as the queue is busy: from the first `post` until the last turn has
+  /// been given back. So 0 says that nothing is left to do. Any thread.
   std::size_t size() const;
 
  private:
