@@ -23,6 +23,11 @@ inline constexpr std::uint64_t kCacheDirectoryKind = 3;
 /// Nothing throws: each failure is told by the result, and where the system gives a reason by one console
 /// line. An absent path names nothing: tests of it are false and what is to be made fails. Every operation
 /// may be called on any thread and works on the caller's.
+///
+///     const QXPathManager& paths = QXPathManager::sharedManager();
+///     const OptionalString folder = paths.createFolderWithSuffix("Lessons");     // below the documents
+///     if (!folder) return tell("no place to save");                              // the console says why
+///     const auto lessons = paths.filesAtPath_hasSuffix(folder, ".plist");        // absent when it cannot be listed
 class ORV_EXPORT QXPathManager {
  public:
   /// The one instance, made on first use and never destroyed.
