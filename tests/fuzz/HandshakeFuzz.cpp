@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -56,7 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(pieces.status() == whole.status() && pieces.headerLeft() == whole.headerLeft(),
           "nor for what is told");
   if (state == State::Passed) checkPassed(whole, answer);
-  if (state == State::Waiting)
+  if (state == State::Waiting) {
     require(answer.size() <= HandshakeGate::kLongestHeader, "nothing is waited for without end");
+  }
   return 0;
 }

@@ -8,6 +8,7 @@
 // and everything else is a text frame of the first client.
 
 #include "devserver/control/Control.h"
+#include "devserver/crowd/Peer.h"
 #include "devserver/engine/Engine.h"
 #include "devserver/net/Network.h"
 
