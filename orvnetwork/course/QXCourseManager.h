@@ -69,7 +69,7 @@ class ORV_EXPORT QXCourseManager final {
   /// Writes a course of the list and leaves it in its place.
   void saveLocalCourse(const Course& course);
   /// Removes a course from the list and the disk, with its record file and its folder, also when it is not in the
-  /// list.
+  /// list. When this returns the folder is gone; a worker removes the files that were in it.
   void deleteLocalCourse(const Course& course);
   /// The same for a course of the list.
   void deleteLocalCourseWithRoomID(std::int64_t roomID);

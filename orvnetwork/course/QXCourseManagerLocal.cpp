@@ -3,8 +3,8 @@
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/course/detail/LocalTurn.h>
+#include <orvnetwork/course/detail/Trash.h>
 #include <orvnetwork/platform/Platform.h>
-#include <orvnetwork/support/QXPathManager.h>
 
 #include <chrono>
 #include <string>
@@ -34,7 +34,9 @@ void removeLocal(Catalogue& catalogue, const std::string& key, const QXCourseMan
   catalogue.local.list().remove(key);
   catalogue.local.saveLists();
   catalogue.local.drop(key);
-  if (course != nullptr) QXPathManager::sharedManager().removeFolderOrFile(course->courseFolder());
+  if (course != nullptr) {
+    throwAway(course->courseFolder(), catalogue.local.files().folder(), *catalogue.workers.load());
+  }
   catalogue.forget(key, true);
 }
 

@@ -44,7 +44,10 @@ void QXCourseManager::reload() {
   }
   // Their callbacks are destroyed where they would have been called, with nothing locked.
   if (!dropped.empty()) catalogue.workers.load()->post([left = std::move(dropped)] {});
-  queue().post([&catalogue] { catalogue.ensureLoaded(); });
+  queue().post([&catalogue] {
+    catalogue.ensureLoaded();
+    catalogue.tidy();
+  });
 }
 
 }  // namespace orv

@@ -37,6 +37,7 @@ class Collection {
   std::span<KeyList> lists() { return lists_; }
   RecordCache& memory() { return memory_; }
   RecordFiles& files() { return files_; }
+  const RecordFiles& files() const { return files_; }
 
   /// How many keys a list holds, and whether it holds one; a list that there is not holds none.
   std::size_t size(std::uint64_t list = 0) const { return list < lists_.size() ? lists_[list].size() : 0; }

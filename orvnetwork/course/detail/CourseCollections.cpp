@@ -3,6 +3,8 @@
 #include <orvnetwork/course/CourseLimits.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/course/detail/LiveInsertion.h>
+#include <orvnetwork/course/detail/Trash.h>
+#include <orvnetwork/platform/Platform.h>
 
 #include <optional>
 #include <string>
@@ -121,6 +123,15 @@ void CourseCollections::follow(CourseCollections& loaded) {
   local.follow(loaded.local);
   cloud.follow(loaded.cloud);
   live.follow(loaded.live);
+}
+
+void CourseCollections::tidy() const {
+  for (const Collection* kind : {&local, &cloud, &live}) {
+    if (const OptionalString folder = kind->files().folder()) {
+      Platform::current().files().removeLeftovers(*folder);
+    }
+  }
+  emptyTrash(local.files().folder());
 }
 
 void CourseCollections::clear() {

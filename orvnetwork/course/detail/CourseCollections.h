@@ -52,6 +52,8 @@ struct CourseCollections {
   void load(const std::string& base);
   /// Goes to where another catalogue's collections are, which were read apart, and takes their lists.
   void follow(CourseCollections& loaded);
+  /// Removes from the folders what processes have left there that ended too early.
+  void tidy() const;
   /// Forgets all keys and records; the files stay.
   void clear();
 };

@@ -1,5 +1,8 @@
 #include "tests/unit/course/LocalFixture.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <string>
 #include <system_error>
 
 namespace orv {
@@ -23,6 +26,26 @@ TEST_F(LocalCourseDeleting, DeletedCourseIsGoneWithItsFiles) {
   EXPECT_TRUE(hasRecord(1));
   EXPECT_FALSE(platform.files().folders().contains("/home/user/Documents/5-2/"));
   EXPECT_TRUE(platform.files().contents("/home/user/Documents/5-1/mp4/1.mp4"));
+}
+
+TEST_F(LocalCourseDeleting, CallerDoesNotWaitForTheFilesToBeRemoved) {
+  const Course course = add(2);
+  constexpr std::size_t kPictures = 2'000;
+  for (std::size_t i = 0; i < kPictures; ++i) {
+    platform.files().put("/home/user/Documents/0-2/snapshots/" + std::to_string(i) + ".png", "picture");
+  }
+  const auto pictures = [this] {
+    const auto files = platform.files().snapshot();
+    return std::count_if(files.begin(), files.end(),
+                         [](const auto& file) { return file.first.ends_with(".png"); });
+  };
+  platform.holdGlobalQueue(true);
+  courses().deleteLocalCourse(course);
+  EXPECT_FALSE(platform.files().folders().contains("/home/user/Documents/0-2/")) << "it is gone all the same";
+  EXPECT_EQ(pictures(), static_cast<std::ptrdiff_t>(kPictures));
+  platform.holdGlobalQueue(false);
+  settle();
+  EXPECT_EQ(pictures(), 0);
 }
 
 TEST_F(LocalCourseDeleting, DeletingACourseThatIsNotListedStillRemovesItsFilesAndWritesTheList) {
