@@ -61,6 +61,10 @@ class ORV_EXPORT FileSystem {
   virtual bool writeAtomically(const std::string& path, std::string_view bytes, Durability durability,
                                unsigned mode, std::error_code& error) = 0;
 
+  /// Removes from a folder what `writeAtomically` has left there in processes that have ended in the middle of it. What
+  /// a process that lives is writing stays. A file system that leaves nothing need not do anything.
+  virtual void removeLeftovers(const std::string& /*folder*/) {}
+
   /// The whole file; absent when it cannot be read.
   virtual std::optional<std::string> read(const std::string& path, std::error_code& error) = 0;
 

@@ -2,6 +2,7 @@
 
 #include "orvnetwork/testing/SimulatedFileSystem.h"
 
+#include <orvnetwork/platform/TemporaryName.h>
 #include <orvnetwork/testing/detail/SimulatedFileNode.h>
 
 #include <optional>
@@ -125,6 +126,15 @@ void SimulatedFileSystem::put(const std::string& path, std::string_view bytes, u
 std::optional<unsigned> SimulatedFileSystem::mode(const std::string& path) const {
   const auto node = find(path);
   return node == nullptr ? std::nullopt : std::optional(node->mode);
+}
+
+void SimulatedFileSystem::removeLeftovers(const std::string& folder) {
+  const auto node = find(folder);
+  if (node == nullptr || !node->isFolder) return;
+  const auto entries = node->entries;
+  for (const auto& [name, file] : entries) {
+    if (!file->isFolder && isTemporaryName(name, kIncompleteEnding)) node->unlink(name);
+  }
 }
 
 bool SimulatedFileSystem::setMode(const std::string& path, unsigned mode) {

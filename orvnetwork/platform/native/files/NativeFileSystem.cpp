@@ -1,5 +1,6 @@
 #include "orvnetwork/platform/native/files/NativeFileSystem.h"
 
+#include <orvnetwork/platform/TemporaryName.h>
 #include <orvnetwork/platform/native/files/AtomicFileWriter.h>
 #include <orvnetwork/platform/native/files/NativeFileHandle.h>
 #include <orvnetwork/platform/native/files/NativeLockFile.h>
@@ -104,6 +105,15 @@ bool NativeFileSystem::createDirectory(const std::string& path, bool intermediat
 bool NativeFileSystem::writeAtomically(const std::string& path, std::string_view bytes, Durability durability,
                                        unsigned mode, std::error_code& error) {
   return !refuse(path, error) && writeFileAtomically(path, bytes, durability, mode, error);
+}
+
+void NativeFileSystem::removeLeftovers(const std::string& folder) {
+  std::error_code error;
+  const auto names = list(folder, error);
+  if (!names) return;
+  for (const std::string& name : *names) {
+    if (isTemporaryName(name, kIncompleteEnding)) removeIfAbandoned(folder + "/" + name);
+  }
 }
 
 std::optional<std::string> NativeFileSystem::read(const std::string& path, std::error_code& error) {

@@ -3,11 +3,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -327,6 +329,44 @@ TEST_F(NativeFileSystemTest, APathWithAZeroByteNamesNothing) {
   EXPECT_EQ(files.fileSize(path), std::nullopt);
   EXPECT_EQ(files.openForWriting(path), nullptr);
   EXPECT_EQ(contents(file), "kept");
+  EXPECT_EQ(listed(folder), Names{"file"});
+}
+
+TEST_F(NativeFileSystemTest, RemovesWhatAnEndedProcessHasLeftAndNothingElse) {
+  const std::string abandoned = folder + "/.orv-0123456789abcdef.tmp";
+  const std::string underWay = folder + "/.orv-fedcba9876543210.tmp";
+  make(abandoned, "half");
+  make(underWay, "half");
+  make(folder + "/.orv-0123456789abcdeg.tmp");
+  make(folder + "/list.plist");
+  fs::create_directory(folder + "/.orv-1111111111111111.tmp");
+  make(folder + "/target");
+  fs::create_symlink("target", folder + "/.orv-2222222222222222.tmp");
+  const int held = ::open(underWay.c_str(), O_WRONLY | O_CLOEXEC);
+  ASSERT_EQ(::flock(held, LOCK_EX), 0) << "as the process has that writes it";
+  files.removeLeftovers(folder);
+  EXPECT_EQ(listed(folder),
+            (Names{".orv-0123456789abcdeg.tmp", ".orv-1111111111111111.tmp", ".orv-2222222222222222.tmp",
+                   ".orv-fedcba9876543210.tmp", "list.plist", "target"}));
+  ::close(held);
+  files.removeLeftovers(folder);
+  EXPECT_FALSE(fs::exists(underWay));
+  files.removeLeftovers(folder + "/none");
+}
+
+TEST_F(NativeFileSystemTest, WritingIsNotDisturbedByWhoeverRemovesLeftovers) {
+  std::atomic<bool> isOver = false;
+  std::thread remover([&] {
+    while (!isOver) NativeFileSystem().removeLeftovers(folder);
+  });
+  int failed = 0;
+  for (int i = 0; i < 3'000; ++i) {
+    const Durability durability = i % 10 == 0 ? Durability::Durable : Durability::Plain;
+    if (!write(file, std::to_string(i), durability) || contents(file) != std::to_string(i)) ++failed;
+  }
+  isOver = true;
+  remover.join();
+  EXPECT_EQ(failed, 0);
   EXPECT_EQ(listed(folder), Names{"file"});
 }
 
