@@ -118,10 +118,11 @@ class Life {
 std::string liveWithFailure(const std::string& call, std::uint64_t n, bool secure) {
   return runForked([&]() -> std::string {
     ::signal(SIGPIPE, SIG_IGN);
-    const TlsIdentity identity("DNS:localhost");
+    // The thread serves until the process is gone, and so must these.
+    const TlsIdentity& identity = *new TlsIdentity("DNS:localhost");
     if (secure) identity.trust();
-    RawListener listener;
-    std::thread([&] { serve(listener, secure ? &identity : nullptr); }).detach();
+    RawListener& listener = *new RawListener;
+    std::thread([&listener, served = secure ? &identity : nullptr] { serve(listener, served); }).detach();
     const std::string url = listener.url("/", secure ? "wss" : "ws", "localhost");
     system_calls::failAt(Kind::Socket, call, n);
     std::string wrong = Life(url).live(false);
