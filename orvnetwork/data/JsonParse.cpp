@@ -45,21 +45,22 @@ class ValueBuilder {
     stack_.push_array(count);
     return within(size_.closeArray(count), error);
   }
-  bool on_key_part(json::string_view part, std::size_t, json::error_code&) {
-    stack_.push_chars(part);
-    return true;
+  bool on_key_part(json::string_view part, std::size_t length, json::error_code& error) {
+    return pushPart(part, length, error);
   }
   bool on_key(json::string_view rest, std::size_t length, json::error_code& error) {
+    if (!within(size_.addKey(length), error)) return false;
     stack_.push_key(rest);
-    return within(size_.addKey(length), error);
-  }
-  bool on_string_part(json::string_view part, std::size_t, json::error_code&) {
-    stack_.push_chars(part);
     return true;
   }
+  bool on_string_part(json::string_view part, std::size_t length, json::error_code& error) {
+    return pushPart(part, length, error);
+  }
+  // One text may take more than all that is allowed, so it is looked at before it is made.
   bool on_string(json::string_view rest, std::size_t length, json::error_code& error) {
+    if (!within(size_.addString(length), error)) return false;
     stack_.push_string(rest);
-    return within(size_.addString(length), error);
+    return true;
   }
   bool on_number_part(json::string_view, json::error_code&) { return true; }
   bool on_int64(std::int64_t number, json::string_view, json::error_code& error) {
@@ -92,6 +93,12 @@ class ValueBuilder {
   bool on_comment(json::string_view, json::error_code&) { return true; }
 
  private:
+  /// A part of a text that comes in several, with the length of all so far.
+  bool pushPart(json::string_view part, std::size_t length, json::error_code& error) {
+    if (!within(size_.hasRoomFor(length), error)) return false;
+    stack_.push_chars(part);
+    return true;
+  }
   static bool within(bool isWithin, json::error_code& error) {
     if (!isWithin) error = json::error::array_too_large;
     return isWithin;

@@ -16,6 +16,11 @@ class JsonTreeSize {
 
   // Each tells whether all is still within the bound.
   bool addScalar() { return add(0); }
+  /// For a text that is not complete yet, of which so much is there.
+  bool hasRoomFor(std::size_t length) {
+    isExceeded_ = isExceeded_ || bytes_ + length > most_;
+    return !isExceeded_;
+  }
   bool addKey(std::size_t length) { return add(block(length + 1)); }
   bool addString(std::size_t length) {
     return add(length <= kLengthInPlace ? 0 : block(kTableHead + std::max(length, kShortestBlock) + 1));
