@@ -7,11 +7,12 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+/// @file
+/// Names of what the library lets lie on the disk for a moment only, like ".orv-0123456789abcdef.tmp": hidden, with digits
+/// that chance has chosen and an ending that tells what it is. So whoever finds one later knows that a process has ended
+/// too early.
 
-// The library gives what is to lie on the disk for a moment only names like ".orv-0123456789abcdef.tmp": hidden, with
-// digits that chance has chosen and an ending that tells what it is. So whoever finds one later knows that a process has
-// ended too early.
+namespace orv {
 
 /// The ending of a file that is not complete yet and then takes another one's place.
 inline constexpr std::string_view kIncompleteEnding = ".tmp";

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 namespace orv::testing {
@@ -49,6 +50,20 @@ TEST(SimulatedFileSharing, LocksAreFreeUntilAFailureIsOrdered) {
   files.failAlways(FileOperation::Reserve);
   EXPECT_FALSE(lock->reserve(1));
   EXPECT_EQ(files.openLockFile("/tmp/no/lock", 0600), nullptr);
+}
+
+TEST(SimulatedFileSharing, LeftoversGoAndNothingElse) {
+  SimulatedFileSystem files;
+  files.put("/tmp/.orv-0123456789abcdef.tmp", "half");
+  files.put("/tmp/.orv-0123456789abcdef.deleted/film", "film");
+  files.put("/tmp/own.tmp", "somebody's");
+  files.resetCounters();
+  files.removeLeftovers("/tmp");
+  files.removeLeftovers("/tmp/none");
+  EXPECT_EQ(files.snapshot(),
+            (std::map<std::string, std::string>{{"/tmp/.orv-0123456789abcdef.deleted/film", "film"},
+                                                {"/tmp/own.tmp", "somebody's"}}));
+  EXPECT_EQ(files.calls(), 0u);
 }
 
 }  // namespace
