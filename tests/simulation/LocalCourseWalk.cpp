@@ -266,7 +266,7 @@ void LocalCourseWalk::cutPower() {
   manager_.reload();
   manager_.getLocalCourseCount();
   if (removalMayComeBack_) {
-    // A deletion whose list was not written.
+    // A deletion after whose list nothing was written: the record is back, and no list names it.
     for (std::int64_t room = -1; room <= 200; ++room) {
       const std::string key = std::to_string(room);
       if (const auto stored = storedNow(key); stored && !disk_.contains(key)) disk_[key] = *stored;

@@ -113,9 +113,12 @@ void LocalCourseWalk::settleDisk(const std::string& key, const Disk& wanted, con
   if (list != wantedList && !(failed && list == listOnDisk_)) {
     complain("the list's file is neither old nor new");
   }
-  // A record that was removed is gone for good with the next write that succeeds.
-  if (list != listOnDisk_ || !failed) removalMayComeBack_ = false;
-  if (failed && !now && at(disk_)) removalMayComeBack_ = true;
+  // The list is written before a record is removed, which is gone for good with the next write that succeeds.
+  if (!now && at(disk_)) {
+    removalMayComeBack_ = true;
+  } else if (list != listOnDisk_ || !failed) {
+    removalMayComeBack_ = false;
+  }
   if (now) {
     disk_[key] = *now;
   } else {
