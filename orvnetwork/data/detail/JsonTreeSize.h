@@ -16,9 +16,10 @@ class JsonTreeSize {
 
   // Each tells whether all is still within the bound.
   bool addScalar() { return add(0); }
-  /// For a text that is not complete yet, of which so much is there.
+  /// For a text that comes in parts, of which so much is there: they are put together in a buffer that doubles, and then
+  /// copied.
   bool hasRoomFor(std::size_t length) {
-    isExceeded_ = isExceeded_ || bytes_ + length > most_;
+    isExceeded_ = isExceeded_ || bytes_ + 3 * length > most_;
     return !isExceeded_;
   }
   bool addKey(std::size_t length) { return add(block(length + 1)); }
