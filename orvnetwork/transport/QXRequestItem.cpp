@@ -3,6 +3,7 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/detail/CurrentReply.h>
 #include <orvnetwork/transport/detail/LinkSettings.h>
 
 #include <utility>
@@ -99,6 +100,12 @@ std::shared_ptr<QXRequestItem> QXRequestItem::initWithMeetingCommand_parameters_
 
 std::shared_ptr<QXRequestItem> QXRequestItem::copyWithZone() const {
   return std::make_shared<MakeableItem>(*this);
+}
+
+std::shared_ptr<const json::object> keepReply(const json::object& reply) {
+  auto current = CurrentReply::get();
+  if (!current || &current->dictionary() != &reply) return std::make_shared<const json::object>(reply);
+  return {std::move(current), &reply};
 }
 
 std::string describe(const std::shared_ptr<QXRequestItem>& item) {

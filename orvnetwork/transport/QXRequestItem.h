@@ -12,7 +12,8 @@ class QXRequestItem;
 
 /// Called on the main thread when the reply to a request has come: with the request, whether "v"."ret" of the
 /// reply is 0 (a missing one counts as 0), and the whole reply frame ("C", "s", "v"). The frame lives only as
-/// long as the call; copy what is to be kept, which is then like any other value. May be empty. What it holds is
+/// long as the call; copy what is to be kept, which is then like any other value (`keepReply` keeps all of it). May be
+/// empty. What it holds is
 /// destroyed on the main thread.
 using CompleteBlock =
     std::function<void(const std::shared_ptr<QXRequestItem>& item, bool success, const json::object& reply)>;
@@ -80,6 +81,11 @@ class ORV_EXPORT QXRequestItem {
   QXRequestItem() = default;
   QXRequestItem(const QXRequestItem&) = default;
 };
+
+/// A frame to keep: inside its own completion callback the frame itself, shared instead of copied, anywhere else a copy.
+/// Both stay as they are and may be read and dropped on any thread. Main thread.
+/// @param reply what the completion callback was called with
+ORV_EXPORT std::shared_ptr<const json::object> keepReply(const json::object& reply);
 
 /// The item in a log line: its command and identifier.
 ORV_EXPORT std::string describe(const std::shared_ptr<QXRequestItem>& item);

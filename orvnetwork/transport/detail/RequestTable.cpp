@@ -2,6 +2,7 @@
 
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/transport/detail/CurrentReply.h>
 
 #include <algorithm>
 #include <memory>
@@ -38,7 +39,7 @@ void RequestTable::submit(ItemPointer item) {
 
 void RequestTable::answer(std::shared_ptr<const ReplyFrame> reply, std::shared_ptr<void> share) {
   requestDataSyncQueue_->post(
-      [this, share = std::move(share), reply = std::move(reply)] { complete(*reply); });
+      [this, share = std::move(share), reply = std::move(reply)] { complete(reply); });
 }
 
 void RequestTable::file(const ItemPointer& item, SteadyTime submittedAt) {
@@ -98,7 +99,8 @@ void RequestTable::expire(const ItemPointer& item) {
   remove(item->timestamp);
 }
 
-void RequestTable::complete(const ReplyFrame& reply) {
+void RequestTable::complete(const std::shared_ptr<const ReplyFrame>& frame) {
+  const ReplyFrame& reply = *frame;
   const auto found = requestData_.find(reply.timestamp);
   if (found == requestData_.end()) {
     QXFileLog::standard().log("### WebSocket Timeout ### %@", reply.command);
@@ -110,6 +112,7 @@ void RequestTable::complete(const ReplyFrame& reply) {
   if (needsSession(reply.ret) && !isSession) {
     sessionRequiredRequests_.push_back(item);
   } else if (item->completeBlock) {
+    const CurrentReply current(frame);
     runGuarded("completion callback",
                [&] { item->completeBlock(item, reply.succeeded(), reply.dictionary()); });
   }

@@ -65,7 +65,7 @@ class RequestTable {
   void onAlarm();
   void expireDue(std::vector<std::int64_t> due, std::size_t next, SerialQueue::Turn turn);
   void expire(const ItemPointer& item);
-  void complete(const ReplyFrame& reply);
+  void complete(const std::shared_ptr<const ReplyFrame>& frame);
   void resendParked();
   void remove(std::int64_t timestamp);
   void publishCounts();
