@@ -112,7 +112,7 @@ def check_class_headers(root, path, code, have, classes):
         if header == name_of_file or header in have or pathlib.PurePosixPath(header).name in have:
             continue
         match = re.search(rf"(?<![\w:.>]){word}\b(?=\s*(?:::|\(|\{{|<))(?!\s*\()", code)
-        if match and not re.search(rf"\b(?:class|struct) {word};|\busing {word} =", own + code):
+        if match and not re.search(rf"\b(?:class|struct) {word}(?:;| \{{)|\busing {word} =", own + code):
             yield match.start(), f"uses {word} and does not include <{header}>"
 
 

@@ -52,6 +52,7 @@ class CheckStyleTest(unittest.TestCase):
         self.assert_clean(orvnetwork__api__A_cpp="#include <orvnetwork/data/Thing.h>\nauto a = Thing{};\n", **thing)
         self.assert_clean(orvnetwork__api__A_h="class Thing;\nvoid f(Thing&);\n", **thing)
         self.assert_clean(orvnetwork__api__A_h="auto a = Other::Thing{};\n", **thing)
+        self.assert_clean(cli__A_cpp="struct Thing {\n};\nauto a = Thing{};\n", **thing)
 
     def test_braces(self):
         breach = "a body on a line of its own stands in braces"
