@@ -20,6 +20,8 @@
 #include <orvnetwork/api/QXAPIHelperCourseList.h>
 #include <orvnetwork/api/QXAPIHelperInteraction.h>
 #include <orvnetwork/api/QXAPIHelperLive.h>
+#include <orvnetwork/client/Subscribers.h>
+#include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Record.h>

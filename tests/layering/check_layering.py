@@ -24,7 +24,7 @@ from circles import INCLUDE, check_circles, is_own_header
 MAX_LINES = 400
 
 # What each folder may include, besides itself.
-LAYERS = ["data", "platform", "dates", "support", "transport", "api", "session", "course"]
+LAYERS = ["data", "platform", "dates", "support", "transport", "api", "session", "course", "client"]
 MAY_INCLUDE = {f"orvnetwork/{layer}": LAYERS[:floor] for floor, layer in enumerate(LAYERS)}
 MAY_INCLUDE["orvnetwork/testing"] = ["data", "platform", "dates", "support"]
 

@@ -42,14 +42,14 @@ class CheckLayeringTest(unittest.TestCase):
 
     def test_includes_that_point_upwards(self):
         for layer, higher in [("data", "platform"), ("platform", "dates"), ("dates", "support"), ("support", "transport"), ("transport", "api"),
-                              ("api", "session"), ("session", "course"), ("testing", "transport"),
-                              ("platform", "testing"), ("course", "testing")]:
+                              ("api", "session"), ("session", "course"), ("course", "client"), ("testing", "transport"),
+                              ("platform", "testing"), ("course", "testing"), ("client", "testing")]:
             self.assert_breach(f"orvnetwork/{layer}/A.cpp", f"#include <orvnetwork/{higher}/B.h>\n")
             self.assert_breach(f"orvnetwork/{layer}/A.h", f"#include <orvnetwork/{higher}/B.h>\n")
             self.assert_breach(f"orvnetwork/{layer}/A.cpp", f"#  include  <orvnetwork/{higher}/B.h>\n")
 
     def test_includes_that_point_downwards(self):
-        for layer, lower in [("support", "platform"), ("course", "session"), ("api", "api"), ("testing", "platform")]:
+        for layer, lower in [("support", "platform"), ("course", "session"), ("client", "course"), ("api", "api"), ("testing", "platform")]:
             self.assert_clean(f"orvnetwork/{layer}/A.cpp", f"#include <orvnetwork/{lower}/B.h>\n")
 
     def test_includes_of_programs(self):
@@ -89,7 +89,7 @@ class CheckLayeringTest(unittest.TestCase):
                      "int s = socket(AF_INET, 0, 0);", "int f = ::open(a, 0);", "if (::socket(1, 2, 3)) {}",
                      "std::random_device r;", "time(nullptr);", "std::this_thread::yield();", "usleep(3);",
                      'auto h = std::getenv("HOME");', "std::filesystem::path p;"):
-            for layer in ("support", "transport", "api", "session", "course", "testing"):
+            for layer in ("support", "transport", "api", "session", "course", "client", "testing"):
                 self.assert_breach(f"orvnetwork/{layer}/A.cpp", code + "\n")
             self.assert_clean("orvnetwork/platform/A.cpp", code + "\n")
 
@@ -109,7 +109,7 @@ class CheckLayeringTest(unittest.TestCase):
         self.assert_breach("orvnetwork/api/A.h", '#include "orvnetwork/api/B.h"\n')
 
     def test_private_headers_in_public_ones(self):
-        for layer in ("data", "platform", "dates", "support", "transport", "api", "session", "course", "testing"):
+        for layer in ("data", "platform", "dates", "support", "transport", "api", "session", "course", "client", "testing"):
             for private in ("detail/B.h", "native/B.h", "icu/B.h", "native/files/B.h"):
                 self.assert_breach(f"orvnetwork/{layer}/A.h", including(f"orvnetwork/{layer}/{private}"))
                 self.assert_clean(f"orvnetwork/{layer}/A.cpp", including(f"orvnetwork/{layer}/{private}"))
