@@ -1,0 +1,394 @@
+#include <orvnetwork/client/Pending.h>
+#include <orvnetwork/platform/Console.h>
+
+#include "PendingFixture.h"
+
+#include <concepts>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orv {
+namespace {
+
+class PendingAnswer : public PendingFixture {};
+
+TEST_F(PendingAnswer, IsToldInALaterTurnAndOnce) {
+  const auto kept = source.pending().then(note());
+  source.answer("7");
+  EXPECT_EQ(told, Strings{}) << "nobody is called inside the call that caused it";
+  EXPECT_TRUE(kept.isWaiting());
+  settle();
+  EXPECT_EQ(told, Strings{"7"});
+  EXPECT_FALSE(kept.isWaiting());
+  settle();
+  EXPECT_EQ(told.size(), 1u);
+}
+
+TEST_F(PendingAnswer, IsToldAtOnceInATurnOfItsOwn) {
+  const auto kept = source.pending().then(note());
+  platform.mainQueue().post([this] {
+    source.answerNow("7");
+    told.push_back("after");
+  });
+  settle();
+  EXPECT_EQ(told, (Strings{"7", "after"}));
+}
+
+TEST_F(PendingAnswer, ThatWasThereBeforeIsToldLaterAllTheSame) {
+  auto pending = source.pending();
+  source.answer("7");
+  settle();
+  EXPECT_TRUE(pending.isReady());
+  const auto kept = std::move(pending).then(note());
+  EXPECT_EQ(told, Strings{});
+  settle();
+  EXPECT_EQ(told, Strings{"7"});
+}
+
+TEST_F(PendingAnswer, IsTheFirstOne) {
+  const auto kept = source.pending().then(note());
+  source.answer("7");
+  source.answer("8");
+  settle();
+  EXPECT_EQ(told, Strings{"7"});
+}
+
+TEST_F(PendingAnswer, IsWantedUntilItIsThereOrNobodyWaits) {
+  EXPECT_TRUE(source.isWanted());
+  {
+    auto pending = source.pending();
+    EXPECT_TRUE(source.isWanted());
+  }
+  EXPECT_FALSE(source.isWanted());
+}
+
+TEST_F(PendingAnswer, OfASourceThatGoesIsCancelled) {
+  std::optional<PendingSource<Text>> going(std::in_place);
+  const auto kept = going->pending().then(note());
+  going.reset();
+  EXPECT_EQ(told, Strings{});
+  settle();
+  EXPECT_EQ(told, Strings{"cancelled"});
+}
+
+TEST_F(PendingAnswer, OfAReplacedSourceIsCancelled) {
+  const auto kept = source.pending().then(note());
+  source = PendingSource<Text>();
+  settle();
+  EXPECT_EQ(told, Strings{"cancelled"});
+}
+
+TEST_F(PendingAnswer, OfNothingIsCancelled) {
+  Pending<Text> nothing;
+  EXPECT_FALSE(nothing);
+  nothing.cancel();
+  nothing.deadline(Seconds(1));
+  const auto kept = std::move(nothing).then(note());
+  EXPECT_EQ(told, Strings{});
+  settle();
+  EXPECT_EQ(told, Strings{"cancelled"});
+}
+
+TEST_F(PendingAnswer, ThatWasMovedFromIsCancelled) {
+  auto first = source.pending();
+  const auto second = std::move(first);
+  const auto kept = std::move(first).then(note());
+  settle();
+  EXPECT_EQ(told, Strings{"cancelled"});
+  EXPECT_TRUE(second);
+}
+
+TEST_F(PendingAnswer, MayBeMovedOnly) {
+  PendingSource<std::optional<std::unique_ptr<int>>> numbers;
+  const auto kept = numbers.pending().then(
+      [this](std::optional<std::unique_ptr<int>> number) { told.push_back(std::to_string(**number)); });
+  numbers.answer(std::make_unique<int>(9));
+  settle();
+  EXPECT_EQ(told, Strings{"9"});
+}
+
+TEST_F(PendingAnswer, OfVoidIsHowItEnded) {
+  PendingSource<> done, given;
+  const auto first = done.pending().then(note());
+  auto second = given.pending().then(note());
+  done.answer(PendingEnd::Finished);
+  second.cancel();
+  settle();
+  EXPECT_EQ(told, (Strings{"finished", "cancelled"}));
+}
+
+TEST_F(PendingAnswer, IsCancelledOnceAndLater) {
+  auto kept = source.pending().then(note());
+  kept.cancel();
+  kept.cancel();
+  EXPECT_EQ(told, Strings{});
+  source.answer("too late");
+  settle();
+  EXPECT_EQ(told, Strings{"cancelled"});
+}
+
+TEST_F(PendingAnswer, ThatIsThereIsNotCancelled) {
+  auto kept = source.pending().then(note());
+  source.answer("7");
+  kept.cancel();
+  settle();
+  EXPECT_EQ(told, Strings{"7"});
+}
+
+TEST_F(PendingAnswer, IsGivenUpAtTheDeadlineToTheTick) {
+  const auto kept = source.pending().deadline(Seconds(3)).then(note());
+  runFor(2.999);
+  EXPECT_EQ(told, Strings{});
+  runFor(0.001);
+  EXPECT_EQ(told, Strings{"the deadline has passed"});
+  source.answer("too late");
+  runFor(10);
+  EXPECT_EQ(told.size(), 1u);
+}
+
+TEST_F(PendingAnswer, LeavesNoDeadlineBehind) {
+  const auto kept = source.pending().deadline(Seconds(3)).then(note());
+  { const auto dropped = PendingSource<Text>().pending().deadline(Seconds(3)); }
+  source.answer("7");
+  settle();
+  EXPECT_FALSE(platform.nextDueIn());
+}
+
+TEST_F(PendingAnswer, HasTheLastDeadlineThatWasSet) {
+  auto kept = source.pending().deadline(Seconds(3)).then(note());
+  runFor(2);
+  kept.deadline(Seconds(3));
+  runFor(2.5);
+  EXPECT_EQ(told, Strings{});
+  runFor(0.5);
+  EXPECT_EQ(told, Strings{"the deadline has passed"});
+}
+
+TEST_F(PendingAnswer, IsNotGivenUpByADeadlineThatWasPutOffOnItsWay) {
+  auto kept = source.pending().deadline(Seconds(3)).then(note());
+  platform.holdMainQueue(true);
+  runFor(3);
+  kept.deadline(Seconds(2));
+  platform.holdMainQueue(false);
+  settle();
+  EXPECT_EQ(told, Strings{});
+  runFor(2);
+  EXPECT_EQ(told, Strings{"the deadline has passed"});
+}
+
+TEST_F(PendingAnswer, TakesDeadlinesOfAnyLength) {
+  std::vector<PendingCallback> kept;
+  for (const double span : {0.0, -1.0, 1e300, std::stod("inf"), std::stod("nan"), -std::stod("inf")}) {
+    PendingSource<Text> one;
+    auto pending = one.pending().deadline(Seconds(span));
+    kept.push_back(std::move(pending).then(note()));
+    EXPECT_EQ(told, Strings{});
+    settle();
+    const bool isLong = span > 1;
+    EXPECT_EQ(told, isLong ? Strings{} : Strings{"the deadline has passed"}) << span;
+    told.clear();
+    one.answer("x");
+    settle();
+    EXPECT_EQ(told, isLong ? Strings{"x"} : Strings{}) << span;
+    told.clear();
+  }
+}
+
+TEST_F(PendingAnswer, IsGivenUpWhenATokenStops) {
+  std::stop_source stop;
+  const auto kept = source.pending().stopOn(stop.get_token()).then(note());
+  stop.request_stop();
+  EXPECT_EQ(told, Strings{});
+  settle();
+  EXPECT_EQ(told, Strings{"cancelled"});
+}
+
+TEST_F(PendingAnswer, IsGivenUpByATokenThatHasStoppedAlreadyButLater) {
+  std::stop_source stop;
+  stop.request_stop();
+  auto kept = source.pending().then(note());
+  kept.stopOn(stop.get_token());
+  EXPECT_EQ(told, Strings{});
+  settle();
+  EXPECT_EQ(told, Strings{"cancelled"});
+}
+
+TEST_F(PendingAnswer, IsGivenUpWhenATokenStopsOnAWorker) {
+  std::stop_source stop;
+  const auto kept = source.pending().stopOn(stop.get_token()).then([this](const Text& text) {
+    EXPECT_TRUE(platform.mainQueue().isCurrent());
+    told.push_back(words(text));
+  });
+  platform.globalQueue().post([&] { stop.request_stop(); });
+  settle();
+  EXPECT_EQ(told, Strings{"cancelled"});
+}
+
+TEST_F(PendingAnswer, HearsNoTokenAfterItsEnd) {
+  std::stop_source stop;
+  {
+    const auto dropped = PendingSource<Text>().pending().stopOn(stop.get_token());
+    const auto kept = source.pending().stopOn(stop.get_token()).then(note());
+    source.answer("7");
+    settle();
+  }
+  stop.request_stop();
+  settle();
+  EXPECT_EQ(told, Strings{"7"});
+}
+
+TEST_F(PendingAnswer, IsSilentOnceItsHandleIsGone) {
+  {
+    const auto kept = source.pending().then(note());
+    source.answer("7");
+  }
+  settle();
+  EXPECT_EQ(told, Strings{});
+}
+
+TEST_F(PendingAnswer, IsSilentAfterACancelWhoseHandleIsGone) {
+  {
+    auto kept = source.pending().deadline(Seconds(0)).then(note());
+    kept.cancel();
+  }
+  runFor(1);
+  EXPECT_EQ(told, Strings{});
+}
+
+TEST_F(PendingAnswer, LetsGoOfWhatTheCallbackHeldWithTheHandle) {
+  const auto held = std::make_shared<int>(1);
+  auto kept = source.pending().then([held](const Text&) {});
+  EXPECT_EQ(held.use_count(), 2);
+  kept = PendingCallback();
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(PendingAnswer, LetsGoOfWhatTheCallbackHeldWhenItHasReturned) {
+  const auto held = std::make_shared<int>(1);
+  const auto kept = source.pending().then([held](const Text&) {});
+  source.answer("7");
+  settle();
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(PendingAnswer, MayDestroyItsHandleInTheCallback) {
+  auto kept = std::make_unique<PendingCallback>();
+  const auto held = std::make_shared<std::string>("held");
+  *kept = source.pending().then([&kept, held, this](const Text&) {
+    kept.reset();
+    told.push_back(*held);
+  });
+  source.answer("7");
+  settle();
+  EXPECT_EQ(told, Strings{"held"});
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(PendingAnswer, MayAskAnewIntoTheSameHandleInTheCallback) {
+  PendingCallback kept;
+  std::vector<PendingSource<Text>> sources;
+  std::function<void(const Text&)> again = [&](const Text& text) {
+    told.push_back(words(text));
+    sources.emplace_back();
+    kept = sources.back().pending().then(again);
+  };
+  again("0");
+  for (const char* answer : {"1", "2", "3"}) {
+    PendingSource<Text> current = std::move(sources.back());
+    current.answer(answer);
+    settle();
+  }
+  EXPECT_EQ(told, (Strings{"0", "1", "2", "3"}));
+}
+
+TEST_F(PendingAnswer, IsToldAlsoWhenNobodyKeepsTheDetachedCallback) {
+  source.pending().then(note()).detach();
+  source.answer("7");
+  settle();
+  EXPECT_EQ(told, Strings{"7"});
+}
+
+TEST_F(PendingAnswer, SurvivesACallbackThatThrows) {
+  const auto kept = source.pending().then([](const Text&) { throw std::runtime_error("a host's fault"); });
+  source.answer("7");
+  settle();
+  ASSERT_EQ(console.size(), 1u);
+  EXPECT_NE(console[0].find("continuation"), std::string::npos) << console[0];
+  EXPECT_NE(console[0].find("a host's fault"), std::string::npos) << console[0];
+}
+
+TEST_F(PendingAnswer, CanBeKeptAsASubscription) {
+  std::vector<Subscription> all;
+  all.emplace_back(source.pending().then(note()));
+  all.clear();
+  source.answer("7");
+  settle();
+  EXPECT_EQ(told, Strings{});
+}
+
+TEST_F(PendingAnswer, IsToldInsideALoopThatACallbackRuns) {
+  PendingSource<Text> second;
+  const auto first = source.pending().then([this](const Text&) {
+    platform.mainQueue().drain();
+    told.push_back("first");
+  });
+  const auto other = second.pending().then(note());
+  source.answer("7");
+  second.answer("second");
+  settle();
+  EXPECT_EQ(told, (Strings{"second", "first"}));
+}
+
+// What must not compile.
+
+template <typename P>
+concept HasThen = requires(P pending) {
+  std::move(pending).then([](const auto&) {});
+};
+template <typename P>
+concept NamedThen = requires(P& pending) {
+  pending.then([](const auto&) {});
+};
+template <typename P>
+concept AwaitedByName = requires(P& pending) {
+  pending.operator co_await();
+};
+template <typename P>
+concept AwaitedUnnamed = requires(P pending) {
+  std::move(pending).operator co_await();
+};
+using Number = Result<int>;
+static_assert(HasThen<Pending<Number>> && !HasThen<PendingCallback>,
+              "one continuation, a second does not compile");
+static_assert(!NamedThen<Pending<Number>>, "the continuation takes the place of what waits");
+static_assert(AwaitedByName<Pending<Number>> && !AwaitedUnnamed<Pending<Number>>,
+              "only what has a name is awaited");
+static_assert(!std::copy_constructible<Pending<Number>> && !std::copy_constructible<PendingCallback>);
+static_assert(Answerable<Number> && Answerable<std::optional<int>> && Answerable<PendingEnd>);
+static_assert(!Answerable<int> && !Answerable<std::string>,
+              "what cannot say that no answer came is not waited for");
+static_assert(!std::is_aggregate_v<Pending<Number>> && !std::is_aggregate_v<PendingCallback>);
+static_assert(!std::is_aggregate_v<detail::PendingAwaiter<Number>>);
+
+#ifndef NDEBUG
+TEST_F(PendingAnswer, ComplainsOnAnotherThread) {
+  GTEST_FLAG_SET(death_test_style, "fast");
+  auto pending = source.pending();
+  platform.globalQueue().post([&] { pending.cancel(); });
+  EXPECT_DEATH(
+      {
+        Console::setSink(nullptr);
+        settle();
+      },
+      "Pending::cancel was used on a thread that is not the main thread");
+}
+#endif
+
+}  // namespace
+}  // namespace orv
