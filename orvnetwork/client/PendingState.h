@@ -32,6 +32,9 @@ class ORV_EXPORT PendingCore : public Withdrawable, public std::enable_shared_fr
 
   /// Whether the answer is there, or it is known that none will come.
   bool isSettled() const noexcept { return settled_; }
+  /// Whether it is there and no turn is under way that will tell it. Until that turn has come, a coroutine that asks
+  /// again and again would keep the main thread for itself.
+  bool isAtHand() const noexcept { return settled_ && !deliveryPosted_; }
   /// Whether an answer would still be of use.
   bool isWanted() const noexcept { return !settled_ && !withdrawn_; }
 
@@ -131,7 +134,7 @@ class PendingAwaiter {
   }
 
   /// Where somebody else awaits already there is nothing to be had, and nothing to wait for.
-  bool await_ready() const noexcept { return state_->isSettled() || state_->isAwaited(); }
+  bool await_ready() const noexcept { return state_->isAtHand() || state_->isAwaited(); }
   template <typename Promise>
   void await_suspend(std::coroutine_handle<Promise> waiter) noexcept {
     waiter_ = waiter;
@@ -143,7 +146,7 @@ class PendingAwaiter {
   }
   T await_resume() {
     waiter_ = nullptr;
-    return state_->isSettled() ? state_->take() : WithoutAnswer<T>::make(PendingEnd::Cancelled);
+    return state_->isAtHand() ? state_->take() : WithoutAnswer<T>::make(PendingEnd::Cancelled);
   }
 
  private:
