@@ -20,10 +20,13 @@
 #include <orvnetwork/api/QXAPIHelperCourseList.h>
 #include <orvnetwork/api/QXAPIHelperInteraction.h>
 #include <orvnetwork/api/QXAPIHelperLive.h>
+#include <orvnetwork/client/Ask.h>
 #include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/PendingCallback.h>
 #include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/client/PendingSource.h>
+#include <orvnetwork/client/Reply.h>
+#include <orvnetwork/client/ReplyCode.h>
 #include <orvnetwork/client/Subscribers.h>
 #include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/course/OrvCourseModel.h>
