@@ -11,8 +11,10 @@ namespace {
 
 std::atomic<std::size_t> held{0};
 std::atomic<std::size_t> most{0};
+std::atomic<std::size_t> made{0};
 
 void count(std::size_t size) noexcept {
+  ++made;
   const std::size_t now = held += size;
   std::size_t before = most;
   while (now > before && !most.compare_exchange_weak(before, now)) {
@@ -53,6 +55,10 @@ namespace orv::test {
 
 std::size_t heldBytes() {
   return held;
+}
+
+std::size_t allocationsMade() {
+  return made;
 }
 
 std::size_t mostHeldBytes() {

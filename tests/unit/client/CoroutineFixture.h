@@ -70,16 +70,6 @@ class CoroutineFixture : public PendingFixture {
     const Text other = co_await never;
     co_return other;
   }
-  Pending<std::optional<int>> count(int depth) {
-    if (depth == 0) {
-      const Text text = co_await base_;
-      co_return text ? std::optional<int>(0) : std::nullopt;
-    }
-    auto below = count(depth - 1);
-    const std::optional<int> number = co_await below;
-    co_return number ? std::optional<int>(*number + 1) : std::nullopt;
-  }
-
   Pending<Text> base_ = source.pending();
 };
 

@@ -14,18 +14,37 @@ namespace orv {
 namespace {
 
 /// A coroutine of another kind, that a host might have.
-struct Foreign {
+class Foreign {
+ public:
   struct promise_type {
-    Foreign get_return_object() { return {}; }
+    Foreign get_return_object() { return Foreign(std::coroutine_handle<promise_type>::from_promise(*this)); }
     std::suspend_never initial_suspend() { return {}; }
-    std::suspend_never final_suspend() noexcept { return {}; }
+    std::suspend_always final_suspend() noexcept { return {}; }
     void return_void() {}
     void unhandled_exception() { throw; }
   };
+
+  explicit Foreign(std::coroutine_handle<> frame) : frame_(frame) {}
+  Foreign(Foreign&& other) noexcept : frame_(std::exchange(other.frame_, nullptr)) {}
+  Foreign& operator=(const Foreign&) = delete;
+  ~Foreign() {
+    if (frame_) frame_.destroy();
+  }
+
+ private:
+  std::coroutine_handle<> frame_;
 };
 
 class PendingCoroutine : public CoroutineFixture {
  protected:
+  Pending<std::optional<int>> one(Pending<Text> awaited) {
+    const Text text = co_await awaited;
+    co_return text ? std::optional<int>(1) : std::nullopt;
+  }
+  Pending<std::optional<int>> oneMore(Pending<std::optional<int>> awaited) {
+    const std::optional<int> number = co_await awaited;
+    co_return number ? std::optional<int>(*number + 1) : std::nullopt;
+  }
   Foreign foreign(Pending<Text>& awaited) {
     const Text text = co_await awaited;
     told.push_back("foreign " + words(text));
@@ -82,9 +101,11 @@ TEST_F(PendingCoroutine, AwaitsCoroutines) {
 }
 
 TEST_F(PendingCoroutine, EndsOneAfterTheOtherAndNotInsideEachOther) {
-  constexpr int kDeep = 20000;
+  constexpr int kDeep = 50000;
+  auto last = one(std::move(base_));
+  for (int i = 1; i < kDeep; ++i) last = oneMore(std::move(last));
   std::optional<int> number;
-  const auto kept = count(kDeep).then([&](std::optional<int> counted) { number = counted; });
+  const auto kept = std::move(last).then([&](std::optional<int> counted) { number = counted; });
   source.answer("go");
   settle();
   EXPECT_EQ(number, kDeep);
@@ -161,17 +182,25 @@ TEST_F(PendingCoroutine, GoesOnByItselfWhenDetached) {
 }
 
 TEST_F(PendingCoroutine, OfAnotherKindMayAwait) {
-  foreign(base_);
+  const Foreign kept = foreign(base_);
   source.answer("7");
   settle();
   EXPECT_EQ(told, Strings{"foreign 7"});
 }
 
+TEST_F(PendingCoroutine, OfAnotherKindThatIsDestroyedHearsNothing) {
+  { const Foreign dropped = foreign(base_); }
+  source.answer("7");
+  settle();
+  EXPECT_EQ(told, Strings{});
+}
+
 TEST_F(PendingCoroutine, OfAnotherKindThatThrowsDoesNoHarm) {
-  [](Pending<Text>& awaited) -> Foreign {
+  auto throwing = [](Pending<Text>& awaited) -> Foreign {
     const Text text = co_await awaited;
     throw std::runtime_error(words(text));
-  }(base_);
+  };
+  const Foreign kept = throwing(base_);
   source.answer("a host's fault");
   settle();
   ASSERT_EQ(console.size(), 1u);
