@@ -13,28 +13,6 @@
 namespace orv {
 namespace {
 
-/// A coroutine of another kind, that a host might have.
-class Foreign {
- public:
-  struct promise_type {
-    Foreign get_return_object() { return Foreign(std::coroutine_handle<promise_type>::from_promise(*this)); }
-    std::suspend_never initial_suspend() { return {}; }
-    std::suspend_always final_suspend() noexcept { return {}; }
-    void return_void() {}
-    void unhandled_exception() { throw; }
-  };
-
-  explicit Foreign(std::coroutine_handle<> frame) : frame_(frame) {}
-  Foreign(Foreign&& other) noexcept : frame_(std::exchange(other.frame_, nullptr)) {}
-  Foreign& operator=(const Foreign&) = delete;
-  ~Foreign() {
-    if (frame_) frame_.destroy();
-  }
-
- private:
-  std::coroutine_handle<> frame_;
-};
-
 class PendingCoroutine : public CoroutineFixture {
  protected:
   Pending<std::optional<int>> one(Pending<Text> awaited) {
@@ -44,10 +22,6 @@ class PendingCoroutine : public CoroutineFixture {
   Pending<std::optional<int>> oneMore(Pending<std::optional<int>> awaited) {
     const std::optional<int> number = co_await awaited;
     co_return number ? std::optional<int>(*number + 1) : std::nullopt;
-  }
-  Foreign foreign(Pending<Text>& awaited) {
-    const Text text = co_await awaited;
-    told.push_back("foreign " + words(text));
   }
 };
 
@@ -179,32 +153,6 @@ TEST_F(PendingCoroutine, GoesOnByItselfWhenDetached) {
   source.answer("7");
   settle();
   EXPECT_EQ(told, (Strings{"resumed", "~frame"}));
-}
-
-TEST_F(PendingCoroutine, OfAnotherKindMayAwait) {
-  const Foreign kept = foreign(base_);
-  source.answer("7");
-  settle();
-  EXPECT_EQ(told, Strings{"foreign 7"});
-}
-
-TEST_F(PendingCoroutine, OfAnotherKindThatIsDestroyedHearsNothing) {
-  { const Foreign dropped = foreign(base_); }
-  source.answer("7");
-  settle();
-  EXPECT_EQ(told, Strings{});
-}
-
-TEST_F(PendingCoroutine, OfAnotherKindThatThrowsDoesNoHarm) {
-  auto throwing = [](Pending<Text>& awaited) -> Foreign {
-    const Text text = co_await awaited;
-    throw std::runtime_error(words(text));
-  };
-  const Foreign kept = throwing(base_);
-  source.answer("a host's fault");
-  settle();
-  ASSERT_EQ(console.size(), 1u);
-  EXPECT_NE(console[0].find("a host's fault"), std::string::npos) << console[0];
 }
 
 template <typename P>
