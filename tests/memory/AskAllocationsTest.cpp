@@ -18,8 +18,9 @@ class AskAllocations : public LinkFixture {
   AskAllocations() {
     bringUp();
     json::array courses;
-    for (int i = 0; i < 30; ++i)
+    for (int i = 0; i < 30; ++i) {
       courses.push_back({{"roomID", i}, {"title", "a title of some length, as titles are"}});
+    }
     answerAll({{"ret", 0}, {"data", std::move(courses)}});
   }
 
