@@ -1,6 +1,7 @@
 // What `ask` costs beside the same operation with two callbacks, on the same link: the time of a round trip, and the
 // main thread's work for it.
 
+#include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/orvnetwork.h>
 
 #include "bench/support/OpenLink.h"
