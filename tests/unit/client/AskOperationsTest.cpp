@@ -5,6 +5,9 @@
 #include "../transport/LinkFixture.h"
 #include "Operations.h"
 
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+
 #include <cstddef>
 #include <set>
 #include <string>
