@@ -2,6 +2,8 @@
 
 #include "../transport/LinkFixture.h"
 
+#include <boost/json/serialize.hpp>
+
 #include <concepts>
 #include <memory>
 #include <optional>
