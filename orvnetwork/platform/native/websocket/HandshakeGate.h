@@ -31,7 +31,7 @@ class HandshakeGate {
     const std::size_t end = received.substr(0, kLongestHeader).find(kEnd);
     if (end != std::string_view::npos) {
       headerLeft_ = end + kEnd.size();
-      status_ = readStatus(received);
+      status_ = readStatus(received.substr(0, received.find(kEnd.substr(0, 2))));
       state_ = status_ == kSwitchingProtocols ? State::Passed : State::Refused;
     } else if (received.size() > kLongestHeader) {
       tooLong_ = true;
@@ -56,11 +56,11 @@ class HandshakeGate {
   static constexpr std::string_view kHttp = "HTTP/";
 
   /// The status of a line like "HTTP/1.1 101 Switching Protocols".
-  static std::optional<int> readStatus(std::string_view header) {
-    const std::size_t space = header.find(' ');
-    if (space == std::string_view::npos || header.size() < space + 4) return std::nullopt;
+  static std::optional<int> readStatus(std::string_view line) {
+    const std::size_t space = line.find(' ');
+    if (space == std::string_view::npos || line.size() < space + 4) return std::nullopt;
     int status = 0;
-    const char* const digits = header.data() + space + 1;
+    const char* const digits = line.data() + space + 1;
     if (std::from_chars(digits, digits + 3, status).ptr != digits + 3) return std::nullopt;
     return status;
   }

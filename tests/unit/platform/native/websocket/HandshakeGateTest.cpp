@@ -31,7 +31,8 @@ TEST(HandshakeGate, RefusesEveryOtherStatusWithoutWaitingForABody) {
 
 TEST(HandshakeGate, RefusesWhatIsNotHttpWithoutAStatus) {
   for (const char* answer :
-       {"\r\n\r\n", "hello\r\n\r\n", "HTTP/1.1\r\n\r\n", "HTTP/1.1 abc\r\n\r\n", "HTTP/1.1 10\r\n\r\n"}) {
+       {"\r\n\r\n", "hello\r\n\r\n", "HTTP/1.1\r\n\r\n", "HTTP/1.1 abc\r\n\r\n", "HTTP/1.1 10\r\n\r\n",
+        "HTTP/1.1\r\nX: 101\r\n\r\n", "HTTP/1.1\r\n\r\n 101 behind the header"}) {
     HandshakeGate gate;
     EXPECT_EQ(gate.look(answer), State::Refused) << answer;
     EXPECT_EQ(gate.status(), std::nullopt) << answer;
