@@ -82,6 +82,9 @@ TEST(QXFileLogProcess, AProgramMayEndFromATaskOnTheLogsQueue) {
   EXPECT_EQ(loggedMessages(), std::vector<std::string>{"before"});
 }
 
+// The address sanitizer looks for leaks at the child's end and waits for a lock of its own, which another thread may have
+// held when the child was forked.
+#if !defined(__SANITIZE_ADDRESS__)
 TEST(QXFileLogProcess, AForkedChildDoesNotWriteItsParentsLinesAgain) {
   EXPECT_EQ(runProgram([] {
               for (int i = 0; i < 100; ++i) QXFileLog::standard().logString("line");
@@ -92,6 +95,7 @@ TEST(QXFileLogProcess, AForkedChildDoesNotWriteItsParentsLinesAgain) {
             0);
   EXPECT_EQ(loggedMessages().size(), 100U);
 }
+#endif
 
 TEST(QXFileLogProcess, LinesOfEachThreadKeepTheirOrder) {
   Console::setSink([](std::string_view) {});
