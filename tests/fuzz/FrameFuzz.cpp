@@ -14,10 +14,10 @@
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <tests/fuzz/Require.h>
+
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,17 +26,11 @@
 namespace {
 
 using namespace orv;
+using orv::test::require;
 
 constexpr std::size_t kRequests = 4;
 constexpr Seconds kTimeoutPassed{11};
 constexpr Seconds kPausePassed{2};
-
-void require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-  }
-}
 
 class FuzzedLink {
  public:

@@ -5,24 +5,18 @@
 
 #include <orvnetwork/platform/native/websocket/HandshakeGate.h>
 
+#include <tests/fuzz/Require.h>
+
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace {
 
 using namespace orv;
+using orv::test::require;
 using State = HandshakeGate::State;
-
-void require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-  }
-}
 
 State inPieces(HandshakeGate& gate, std::string_view answer, std::size_t piece) {
   State state = State::Waiting;

@@ -4,20 +4,14 @@
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/TextFormat.h>
 
+#include <tests/fuzz/Require.h>
+
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 
 namespace {
 
 using namespace orv;
-
-void require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-  }
-}
+using orv::test::require;
 
 /// Equality that takes 1.0 and 1 as the same, because whole reals are written without a fraction.
 bool sameValue(const json::value& left, const json::value& right) {

@@ -3,19 +3,12 @@
 #include <orvnetwork/data/JsonEquality.h>
 #include <orvnetwork/data/PropertyList.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <tests/fuzz/Require.h>
 
 namespace {
 
 using namespace orv;
-
-void require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-  }
-}
+using orv::test::require;
 
 /// The kind of a value and of all that it holds, for numbers keep theirs.
 bool sameKinds(const json::value& left, const json::value& right) {

@@ -8,20 +8,14 @@
 #include <orvnetwork/session/OrvUserInfoModel.h>
 #include <orvnetwork/session/WXUserInfoModel.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <tests/fuzz/Require.h>
+
 #include <string>
 
 namespace {
 
 using namespace orv;
-
-void require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-  }
-}
+using orv::test::require;
 
 /// What holds for a record of any class.
 template <typename T>

@@ -11,12 +11,11 @@
 #include "devserver/crowd/Peer.h"
 #include "devserver/engine/Engine.h"
 #include "devserver/net/Network.h"
+#include <tests/fuzz/Require.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
@@ -27,13 +26,7 @@
 namespace {
 
 using namespace orv::devserver;
-
-void require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-  }
-}
+using orv::test::require;
 
 /// Runs tasks when it is told to.
 class HeldNetwork final : public Network {

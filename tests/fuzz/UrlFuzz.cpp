@@ -3,23 +3,17 @@
 #include <orvnetwork/data/Url.h>
 #include <orvnetwork/platform/native/websocket/WebSocketUrl.h>
 
+#include <tests/fuzz/Require.h>
+
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace {
 
 using namespace orv;
-
-void require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-  }
-}
+using orv::test::require;
 
 std::string written(const HostAndPort& server) {
   const std::string host = server.isInBrackets ? "[" + server.host + "]" : server.host;

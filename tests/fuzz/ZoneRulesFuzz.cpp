@@ -2,22 +2,16 @@
 
 #include <orvnetwork/data/ZoneRules.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <tests/fuzz/Require.h>
+
 #include <limits>
 
 namespace {
 
 using namespace orv;
+using orv::test::require;
 
 constexpr std::int32_t kMaxOffset = 26 * 3600;
-
-void require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", what);
-    std::abort();
-  }
-}
 
 void use(const ZoneRulesResult& result) {
   if (!result.rules) {
