@@ -1,5 +1,7 @@
 #include "orvnetwork/testing/ConnectPlan.h"
 
+#include <orvnetwork/platform/WebSocketError.h>
+
 #include <cerrno>
 #include <string>
 
@@ -7,9 +9,7 @@ namespace orv::testing {
 
 namespace {
 
-// Codes as the platform's own sockets tell them.
-constexpr std::int64_t kRefusedByServer = 2132;
-constexpr std::int64_t kBadHandshake = 2133;
+// Codes of the libraries behind the platform's own sockets.
 constexpr std::int64_t kSelfSignedCertificate = 18;
 constexpr std::int64_t kNameNotKnown = -2;
 
@@ -20,15 +20,15 @@ ConnectPlan ConnectPlan::accept(Seconds delay) {
 }
 
 ConnectPlan ConnectPlan::refuse(Seconds delay) {
-  return fail({"POSIX", ECONNREFUSED, "Connection refused"}, delay);
+  return fail({websocket_error::kSystemDomain, ECONNREFUSED, "Connection refused"}, delay);
 }
 
 ConnectPlan ConnectPlan::unreachable() {
-  return fail({"POSIX", ENETUNREACH, "Network is unreachable"});
+  return fail({websocket_error::kSystemDomain, ENETUNREACH, "Network is unreachable"});
 }
 
 ConnectPlan ConnectPlan::unknownHost() {
-  return fail({"OrvNameLookup", kNameNotKnown, "Name or service not known"});
+  return fail({websocket_error::kNameLookupDomain, kNameNotKnown, "Name or service not known"});
 }
 
 ConnectPlan ConnectPlan::neverAnswer() {
@@ -36,13 +36,14 @@ ConnectPlan ConnectPlan::neverAnswer() {
 }
 
 ConnectPlan ConnectPlan::failTls(Seconds delay) {
-  return fail({"OrvTls", kSelfSignedCertificate, "self-signed certificate"}, delay);
+  return fail({websocket_error::kTlsDomain, kSelfSignedCertificate, "self-signed certificate"}, delay);
 }
 
 ConnectPlan ConnectPlan::httpStatus(int status, Seconds delay) {
-  const auto code = status >= 400 ? kRefusedByServer : kBadHandshake;
-  return fail({"OrvWebSocket", code, "The server answered with HTTP status " + std::to_string(status)},
-              delay);
+  const auto code = status >= 400 ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake;
+  return fail(
+      {websocket_error::kDomain, code, "The server answered with HTTP status " + std::to_string(status)},
+      delay);
 }
 
 ConnectPlan ConnectPlan::endOfStream(Seconds delay) {

@@ -1,5 +1,7 @@
 #include "orvnetwork/transport/LinkFailure.h"
 
+#include <orvnetwork/platform/WebSocketError.h>
+
 #include <cerrno>
 #include <string>
 #include <string_view>
@@ -8,8 +10,7 @@ namespace orv {
 
 namespace {
 
-// Codes of the sockets' errors, by domain.
-constexpr std::int64_t kBadUrl = -1000, kTimedOut = 504, kRefusedByServer = 2132, kBadHandshake = 2133;
+// Results of the verifier of certificates.
 constexpr std::int64_t kExpired = 10, kOtherHost = 62, kOtherAddress = 64, kLastOfVerifier = 99;
 
 LinkTrouble troubleOfSystem(std::int64_t code) {
@@ -38,13 +39,13 @@ LinkTrouble troubleOfTls(std::int64_t code) {
 
 LinkTrouble troubleOfSocket(std::int64_t code) {
   switch (code) {
-    case kBadUrl:
+    case websocket_error::kBadUrl:
       return LinkTrouble::BadAddress;
-    case kTimedOut:
+    case websocket_error::kTimedOut:
       return LinkTrouble::NoAnswer;
-    case kRefusedByServer:
+    case websocket_error::kRefusedByServer:
       return LinkTrouble::RefusedByHttp;
-    case kBadHandshake:
+    case websocket_error::kBadHandshake:
       return LinkTrouble::NoWebSocket;
     default:
       return LinkTrouble::Lost;
@@ -52,10 +53,10 @@ LinkTrouble troubleOfSocket(std::int64_t code) {
 }
 
 LinkTrouble troubleOf(const Error& error) {
-  if (error.domain == "POSIX") return troubleOfSystem(error.code);
-  if (error.domain == "OrvTls") return troubleOfTls(error.code);
-  if (error.domain == "OrvNameLookup") return LinkTrouble::NameNotFound;
-  return error.domain == "OrvWebSocket" ? troubleOfSocket(error.code) : LinkTrouble::Lost;
+  if (error.domain == websocket_error::kSystemDomain) return troubleOfSystem(error.code);
+  if (error.domain == websocket_error::kTlsDomain) return troubleOfTls(error.code);
+  if (error.domain == websocket_error::kNameLookupDomain) return LinkTrouble::NameNotFound;
+  return error.domain == websocket_error::kDomain ? troubleOfSocket(error.code) : LinkTrouble::Lost;
 }
 
 /// What is said of a trouble in front of the socket's own words; nothing where those say it all.

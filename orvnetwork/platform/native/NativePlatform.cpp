@@ -51,7 +51,8 @@ class NativePlatform final : public Platform {
     try {
       return makeNativeWebSocket(std::move(request), mainQueue_);
     } catch (const std::system_error& error) {
-      return makeFailedWebSocket(mainQueue_, {"POSIX", error.code().value(), error.what()});
+      return makeFailedWebSocket(mainQueue_,
+                                 {websocket_error::kSystemDomain, error.code().value(), error.what()});
     } catch (const std::exception& error) {
       return makeFailedWebSocket(mainQueue_, {"OrvWebSocket", 0, error.what()});
     }

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/data/Url.h>
 #include <orvnetwork/data/Utf8.h>
+#include <orvnetwork/platform/WebSocketError.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -159,7 +160,7 @@ void SimulatedWebSocket::messageArrived(std::string payload, bool isText) {
     return;
   }
   if (carrier_.nextOperationFails()) {
-    failed({"POSIX", ECONNRESET, "Connection reset by peer"});
+    failed({websocket_error::kSystemDomain, ECONNRESET, "Connection reset by peer"});
     return;
   }
   if (isText && !isUtf8(payload)) {
@@ -186,7 +187,7 @@ void SimulatedWebSocket::pongArrived(std::string payload) {
     return;
   }
   if (carrier_.nextOperationFails()) {
-    failed({"POSIX", ECONNRESET, "Connection reset by peer"});
+    failed({websocket_error::kSystemDomain, ECONNRESET, "Connection reset by peer"});
     return;
   }
   tellDelegate(
@@ -243,7 +244,7 @@ void SimulatedWebSocket::watchAcknowledgement() {
 }
 
 void SimulatedWebSocket::acknowledgementTimedOut() {
-  failed({"POSIX", ETIMEDOUT, "Connection timed out"});
+  failed({websocket_error::kSystemDomain, ETIMEDOUT, "Connection timed out"});
 }
 
 DelayService::Handle SimulatedWebSocket::after(Seconds delay, void (SimulatedWebSocket::*action)()) {

@@ -20,7 +20,9 @@ constexpr int kMostLookupsAtOnce = 32;
 std::atomic<int> lookupsUnderWay{0};
 
 Error lookupError(int code) {
-  if (code == EAI_SYSTEM) return {"POSIX", errno, std::system_category().message(errno)};
+  if (code == EAI_SYSTEM) {
+    return {websocket_error::kSystemDomain, errno, std::system_category().message(errno)};
+  }
   return {websocket_error::kNameLookupDomain, code, gai_strerror(code)};
 }
 
@@ -65,7 +67,7 @@ void lookUpHost(std::string host, std::uint16_t port, std::function<void(HostAdd
     }).detach();
   } catch (const std::system_error& error) {
     lookupsUnderWay.fetch_sub(1);
-    done({{}, {"POSIX", error.code().value(), error.what()}});
+    done({{}, {websocket_error::kSystemDomain, error.code().value(), error.what()}});
   }
 }
 

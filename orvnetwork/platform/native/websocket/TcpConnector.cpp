@@ -28,7 +28,8 @@ asio::ip::tcp::endpoint toEndpoint(const SocketAddress& address) {
 Error systemError(const error_code& error) {
   const bool ofTls = error.category() == asio::error::get_ssl_category() ||
                      error.category() == asio::ssl::error::get_stream_category();
-  return {ofTls ? websocket_error::kTlsDomain : "POSIX", error.value(), error.message()};
+  return {ofTls ? websocket_error::kTlsDomain : websocket_error::kSystemDomain, error.value(),
+          error.message()};
 }
 
 void TcpConnector::start(const std::string& host, std::uint16_t port, Clock::time_point deadline,
