@@ -1,5 +1,6 @@
 # Read by ctest: one entry of each suite of a program of tests, which runs each test of it in a process of its own.
-# Needs `program`, and `properties` for the entries.
+# Needs `program`; leaves the names of the entries in `tests`.
+set(tests)
 execute_process(COMMAND ${program} --gtest_list_tests OUTPUT_VARIABLE listed RESULT_VARIABLE code ERROR_QUIET)
 if(NOT code EQUAL 0)
   # An entry that fails, as its program is missing or cannot start.
@@ -11,5 +12,5 @@ string(REGEX MATCHALL "(^|\n)[^ \n]+\\." suites "${listed}")
 foreach(suite IN LISTS suites)
   string(REGEX REPLACE "^\n|\\.$" "" suite "${suite}")
   add_test(${suite} ${program} --gtest_filter=${suite}.*)
-  set_tests_properties(${suite} PROPERTIES ${properties})
+  list(APPEND tests ${suite})
 endforeach()
