@@ -5,6 +5,7 @@ Usage: check_documents.py ROOT
 
 - The program quoted in README.md is an example, which is built like any other source.
 - Files and folders that the documents name are there.
+- docs/names.md has every notification, code, outcome, trouble of the link and domain of errors that the headers have.
 """
 
 import pathlib
@@ -16,7 +17,29 @@ PATH = re.compile(r"`((?:orvnetwork|devserver|cli|tests|bench|examples|docs|scri
                   r"|[A-Z]+\.md)`")
 
 
+CONSTANT = re.compile(r"std::string_view (\w*Notification\w+) =")
+DOMAIN = re.compile(r'Domain = "(\w+)"')
+ENUMERATION = re.compile(r"enum class (\w+)[^{]*{(.*?)^};", re.DOTALL | re.MULTILINE)
+ENUMERATOR = re.compile(r"^ +(\w+)(?: = [^,]+)?,", re.MULTILINE)
+NAMED = ("ReplyCode", "ReplyOutcome", "PendingEnd", "LinkTrouble")
+
+
+def names_of_headers(root):
+    """What docs/names.md must have, as it stands there."""
+    for header in sorted((root / "orvnetwork").rglob("*.h")):
+        text = header.read_text(encoding="utf-8")
+        yield from (f"`{name}`" for name in CONSTANT.findall(text))
+        yield from (f'"{name}"' for name in DOMAIN.findall(text))
+        for enumeration, body in ENUMERATION.findall(text):
+            if enumeration in NAMED:
+                yield from (f"`{name}`" for name in ENUMERATOR.findall(body))
+
+
 def breaches(root):
+    names = (root / "docs" / "names.md").read_text(encoding="utf-8")
+    for name in sorted(set(names_of_headers(root))):
+        if name not in names:
+            yield f"docs/names.md: {name} is missing"
     example = (root / "examples" / "minimal.cpp").read_text(encoding="utf-8")
     if QUOTED.findall((root / "README.md").read_text(encoding="utf-8")) != [example]:
         yield "README.md: the quoted program is not examples/minimal.cpp"
