@@ -7,6 +7,7 @@
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Md5.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/support/detail/Spans.h>
 
 namespace orv {
 
@@ -71,7 +72,6 @@ OptionalString QXCommonTools::DataTOjsonString(const Object& value) {
 }
 
 std::string QXCommonTools::getMessageTime(std::int64_t seconds) {
-  constexpr Seconds kDay{86'400};
   Platform& platform = Platform::current();
   const std::string locale = platform.localeName();
   const TimeZonePtr zone = platform.timeZone();

@@ -1,12 +1,10 @@
 #include "orvnetwork/support/QXDate.h"
 
+#include <orvnetwork/support/detail/Spans.h>
+
 namespace orv {
 
 namespace {
-
-constexpr Seconds kMinute{60};
-constexpr Seconds kHour{3600};
-constexpr Seconds kDay{86'400};
 
 /// Cut off towards 0.
 std::int64_t wholeSpans(Seconds distance, Seconds span) {

@@ -1,13 +1,12 @@
 #include "orvnetwork/support/QXDate.h"
 
+#include <orvnetwork/support/detail/Spans.h>
+
 #include <limits>
 
 namespace orv {
 
 namespace {
-
-constexpr Seconds kMinute{60};
-constexpr Seconds kHour{3600};
 
 /// The smallest number has no opposite; the largest is as far beyond every limit.
 std::int64_t opposite(std::int64_t amount) {

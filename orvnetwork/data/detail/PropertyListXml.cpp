@@ -32,9 +32,9 @@ int describeBytes(void*, const XML_Char*, XML_Encoding* encoding) {
   return XML_STATUS_OK;
 }
 
-class Reader {
+class XmlReader {
  public:
-  explicit Reader(std::string_view text) : text_(text), parser_(XML_ParserCreate("bytes")) {
+  explicit XmlReader(std::string_view text) : text_(text), parser_(XML_ParserCreate("bytes")) {
     if (parser_ == nullptr) throw std::bad_alloc();
     XML_Parser parser = parser_.get();
     XML_SetUserData(parser, this);
@@ -42,8 +42,8 @@ class Reader {
     XML_SetElementHandler(parser, opened, closed);
     XML_SetCharacterDataHandler(parser, characters);
     XML_SetCdataSectionHandler(
-        parser, [](void* self) { static_cast<Reader*>(self)->isMarkedData_ = true; },
-        [](void* self) { static_cast<Reader*>(self)->isMarkedData_ = false; });
+        parser, [](void* self) { static_cast<XmlReader*>(self)->isMarkedData_ = true; },
+        [](void* self) { static_cast<XmlReader*>(self)->isMarkedData_ = false; });
     XML_SetStartDoctypeDeclHandler(parser, typeDeclared);
     XML_SetSkippedEntityHandler(parser, entitySkipped);
   }
@@ -67,7 +67,7 @@ class Reader {
   /// Does something for the parser, through which nothing may be thrown.
   template <typename Work>
   static void guarded(void* self, Work work) noexcept {
-    auto& reader = *static_cast<Reader*>(self);
+    auto& reader = *static_cast<XmlReader*>(self);
     // A parser that was stopped may have a few things to tell still.
     if (reader.failure_ != nullptr) return;
     try {
@@ -80,21 +80,23 @@ class Reader {
 
   // Attributes mean nothing in a property list.
   static void opened(void* self, const XML_Char* name, const XML_Char**) {
-    guarded(self, [name](Reader& reader) { reader.builder_.open(name); });
+    guarded(self, [name](XmlReader& reader) { reader.builder_.open(name); });
   }
   static void closed(void* self, const XML_Char*) {
-    guarded(self, [](Reader& reader) { reader.builder_.close(); });
+    guarded(self, [](XmlReader& reader) { reader.builder_.close(); });
   }
   static void characters(void* self, const XML_Char* resolved, int size) {
-    guarded(self, [=](Reader& reader) { reader.takeCharacters({resolved, static_cast<std::size_t>(size)}); });
+    guarded(self, [=](XmlReader& reader) {
+      reader.takeCharacters({resolved, static_cast<std::size_t>(size)});
+    });
   }
   static void typeDeclared(void* self, const XML_Char*, const XML_Char*, const XML_Char*, int declaresMore) {
-    guarded(self, [=](Reader&) {
+    guarded(self, [=](XmlReader&) {
       if (declaresMore != 0) throw PropertyListDamage("it declares its own type");
     });
   }
   static void entitySkipped(void* self, const XML_Char*, int) {
-    guarded(self, [](Reader&) { throw PropertyListDamage("it refers to a character that is none"); });
+    guarded(self, [](XmlReader&) { throw PropertyListDamage("it refers to a character that is none"); });
   }
 
   /// `resolved` is what the parser makes of the characters, and right for a reference to one.
@@ -124,7 +126,7 @@ json::value readXmlPropertyList(std::string_view text) {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   if (text.find('\0') != std::string_view::npos) throw PropertyListDamage("it holds a zero byte");
-  return Reader(text).run();
+  return XmlReader(text).run();
 }
 
 }  // namespace orv
