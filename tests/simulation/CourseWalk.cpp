@@ -3,8 +3,9 @@
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/Console.h>
 
+#include <tests/simulation/DistinctIdentifiers.h>
+
 #include <memory>
-#include <numeric>
 #include <stdexcept>
 #include <string_view>
 
@@ -23,11 +24,7 @@ CourseWalk::CourseWalk(std::uint64_t seed, Changes changes)
       link_(QXWebSocketMgr::standard()),
       changes_(changes) {
   Console::setSink([](std::string_view) {});
-  // Requests of one moment are told apart by chance alone. Here they always are: of a request whose identifier another one
-  // took nobody would hear again, and the model knows no such thing.
-  std::vector<std::uint32_t> jitter(200'000);
-  std::iota(jitter.begin(), jitter.end(), 0u);
-  platform_.queueRandom(jitter);
+  keepIdentifiersApart(platform_, 200'000);
   link_.setApiServerUrl("ws://walk.test");
   link_.setGlobalUUID("walk");
   server_.onRequest([this](auto connection, const json::object& frame) { serve(connection, frame); });

@@ -69,6 +69,9 @@ class CourseWalk {
     int repeats = 0;  // how often it was asked for in a row
   };
 
+  /// After so many repeats of a page even a server that is well refuses it.
+  static constexpr int kMostRepeats = 40;
+
   int pick(int below) { return static_cast<int>(random_() % static_cast<unsigned>(below)); }
   bool oneIn(int n) { return pick(n) == 0; }
   void complain(std::string text);
@@ -98,6 +101,7 @@ class CourseWalk {
   void letTimePass();
 
   // What must hold.
+  void waitForRepeatedPages();
   void checkAtRest();
   void checkRequests();
   void checkRecorded();

@@ -123,10 +123,21 @@ void CourseWalk::comeToRest() {
   ask(false);
   ask(true);
   platform_.runFor(Seconds(60));
+  waitForRepeatedPages();
   checkAtRest();
   if (updatesEnded_ != updates_) complain("an update did not end");
   if (!courses().requestRecordList().empty()) complain("requests still wait");
   if (changes_ == Changes::Calm && !courses().requestLiveList().empty()) complain("live requests still wait");
+}
+
+/// A range behind the end of a list that its page makes no longer asks for that page again and again, every 30 s in the
+/// end, until the server has had enough. Only a request whose pages are asked for may take so long.
+void CourseWalk::waitForRepeatedPages() {
+  std::size_t seen = 0;
+  for (int pause = 0; pause < kMostRepeats + 3 && seen != pages_; ++pause) {
+    seen = pages_;
+    platform_.runFor(Seconds(31));
+  }
 }
 
 void CourseWalk::checkAgainstServer() {
@@ -136,10 +147,16 @@ void CourseWalk::checkAgainstServer() {
   std::vector<std::string> expected;
   for (const auto& item : school.recorded) expected.push_back(std::to_string(item.at("roomID").as_int64()));
   // A new course is put in front of its neighbour, which the same pass then drops and the next one brings back in front
-  // of its own, and so on to the beginning of the list.
-  std::size_t passes = expected.size() + 2;
+  // of its own, and so on to the beginning of the list, which then is one longer. A course whose place lies behind the
+  // end of a list that is short in this way is appended and cut off again, until the list has become long enough.
+  const std::size_t mostPasses = expected.size() + 2;
+  std::size_t passes = mostPasses, longest = 0;
   do {
     loadAll(0);
+    if (courses().cloudCourseList().size() > longest) {
+      longest = courses().cloudCourseList().size();
+      passes = mostPasses;
+    }
   } while (--passes > 0 && courses().cloudCourseList() != expected);
   compareRecorded();
   if (changes_ == Changes::Wild) return;

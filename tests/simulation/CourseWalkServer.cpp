@@ -112,7 +112,7 @@ void CourseWalk::serve(testing::ConnectionId connection, const json::object& fra
   json::array items = listed(frame);
   // As long as the list does not grow a range behind its end asks for the same page over and over, as when a full page
   // has courses that are passed over. Three refusals end that.
-  if (page.repeats > (wellBehaved_ ? 40 : 5)) {
+  if (page.repeats > (wellBehaved_ ? kMostRepeats : 5)) {
     page.answered = platform_.elapsed();
     return server_.reply(connection, frame, {{"ret", 5}, {"err", "enough"}});
   }

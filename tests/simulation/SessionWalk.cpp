@@ -7,8 +7,9 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
+#include <tests/simulation/DistinctIdentifiers.h>
+
 #include <algorithm>
-#include <numeric>
 #include <string_view>
 
 namespace orv {
@@ -46,10 +47,7 @@ SessionWalk::SessionWalk(std::uint64_t seed)
       server_(platform_.server()),
       link_(QXWebSocketMgr::standard()) {
   Console::setSink([](std::string_view) {});
-  // Requests of one moment are told apart by chance alone. Here they always are.
-  std::vector<std::uint32_t> jitter(1'000'000);
-  std::iota(jitter.begin(), jitter.end(), 0u);
-  platform_.queueRandom(jitter);
+  keepIdentifiersApart(platform_, 1'000'000);
   link_.setApiServerUrl("ws://walk.test");
   link_.setGlobalUUID("walk");
   server_.onRequest([this](auto connection, const json::object& frame) { serve(connection, frame); });
