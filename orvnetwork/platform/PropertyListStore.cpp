@@ -61,6 +61,7 @@ json::value PropertyListStore::readRoot(json::kind root) {
   isSomethingInTheWay_ = options_.durability == Durability::Durable &&
                          (reading.outcome == Outcome::Unreadable || (damaged && !renamed));
   if (renamed) {
+    if (options_.onSetAside) options_.onSetAside(path_);
     consoleLog("%@ is damaged and now named %@: %@", path_, nameAside(path_), reading.problem);
   } else if (damaged) {
     consoleLog("%@ is damaged (%@) and cannot be renamed: %@", path_, reading.problem, error.message());
@@ -89,7 +90,10 @@ bool PropertyListStore::writeRoot(const Root& root) {
     isSomethingInTheWay_ = false;
   }
   const bool written = writePropertyListText(path_, list->text, options_.durability, options_.mode);
-  if (renamed) consoleLog("%@ could not be read and is now named %@", path_, nameAside(path_));
+  if (renamed && (written || !putBack())) {
+    if (options_.onSetAside) options_.onSetAside(path_);
+    consoleLog("%@ could not be read and is now named %@", path_, nameAside(path_));
+  }
   if (written && !list->leftOut.empty()) {
     consoleLog("%@ was written without what it cannot hold: %@", path_, leftOutText(list->leftOut));
   }
@@ -97,8 +101,15 @@ bool PropertyListStore::writeRoot(const Root& root) {
 }
 
 bool PropertyListStore::rename(std::error_code& error) {
-  if (!Platform::current().files().rename(path_, nameAside(path_), error)) return false;
-  if (options_.onSetAside) options_.onSetAside(path_);
+  return Platform::current().files().rename(path_, nameAside(path_), error);
+}
+
+/// What merely could not be read is better than nothing, when nothing can be written in its place.
+bool PropertyListStore::putBack() {
+  FileSystem& files = Platform::current().files();
+  std::error_code error;
+  if (files.exists(path_) || !files.rename(nameAside(path_), path_, error)) return false;
+  isSomethingInTheWay_ = true;
   return true;
 }
 

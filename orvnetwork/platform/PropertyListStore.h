@@ -16,15 +16,14 @@ namespace orv {
 /// A file that is damaged, or holds something else than what is read, is set aside by the reading: renamed to its
 /// name with ".damaged" at the end, in the place of an older one of that name. What cannot be renamed then, and what
 /// cannot be read at all (no permission, a failing disk, a folder in the file's place), stays where it is and is set
-/// aside by the next writing; as long as that fails, nothing is written. The store knows only what it has read:
-/// whoever may find something reads before writing.
+/// aside by the next writing; as long as that fails, nothing is written, and when the disk then refuses what is written
+/// it comes back. The store knows only what it has read: whoever may find something reads before writing.
 ///
 /// What a property list cannot hold, such as a text with a zero byte in it, keeps the rest from nothing: it is left out
 /// of the file, member by member (see `writePartialPropertyList`).
 ///
 /// Nothing throws. What goes wrong, and what is set aside or left out, is logged to the console, one line each, without
-/// the values. Any thread; two
-/// threads that read and write one file at the same time put that in order themselves.
+/// the values. Any thread; two threads that read and write one file at the same time put that in order themselves.
 ///
 ///     PropertyListStore store(folder + "/marks.plist");
 ///     json::object marks = store.readDictionary().value_or(json::object());
@@ -71,6 +70,7 @@ class ORV_EXPORT PropertyListStore {
   template <typename Root>
   bool writeRoot(const Root& root);
   bool rename(std::error_code& error);
+  bool putBack();
 
   const std::string path_;
   const Options options_;

@@ -70,14 +70,18 @@ void LocalCourseWalk::step() {
   if (steps_ % 1000 == 0) checkAll();
 }
 
-void LocalCourseWalk::checkAll() {
+LocalCourseWalk::Keys LocalCourseWalk::keysOfRecordFiles() const {
   Keys keys;
-  const auto files = platform_.files().snapshot();
-  for (const auto& [path, bytes] : files) {
+  for (const auto& [path, bytes] : platform_.files().snapshot()) {
     if (!path.starts_with(folder_ + "/") || !path.ends_with(".plist")) continue;
     const std::string key = path.substr(folder_.size() + 1, path.size() - folder_.size() - 7);
     if (key != "localCourse" && storedNow(key)) keys.push_back(key);
   }
+  return keys;
+}
+
+void LocalCourseWalk::checkAll() {
+  const Keys keys = keysOfRecordFiles();
   for (const auto& key : keys) {
     if (!disk_.contains(key) || disk_[key] != storedNow(key)) complain("file of " + key + " is another");
   }
@@ -266,10 +270,10 @@ void LocalCourseWalk::cutPower() {
   manager_.reload();
   manager_.getLocalCourseCount();
   if (removalMayComeBack_) {
-    // A deletion after whose list nothing was written: the record is back, and no list names it.
-    for (std::int64_t room = -1; room <= 200; ++room) {
-      const std::string key = std::to_string(room);
-      if (const auto stored = storedNow(key); stored && !disk_.contains(key)) disk_[key] = *stored;
+    // A deletion after whose list nothing was written: the record is back, and no list names it. Likewise what was damaged
+    // and set aside.
+    for (const std::string& key : keysOfRecordFiles()) {
+      if (!disk_.contains(key)) disk_[key] = storedNow(key).value();
     }
     removalMayComeBack_ = false;
   }

@@ -73,6 +73,7 @@ class LocalCourseWalk {
   void expectFromDisk(const std::string& key, const Course& answer, const char* deed);
   /// Compares the files of one key, and the list's, with what they were and what they should be now.
   void settleDisk(const std::string& key, const Disk& wanted, const Keys& wantedList);
+  Keys keysOfRecordFiles() const;
   std::optional<Stored> storedNow(const std::string& key) const;
   Keys listNow() const;
   void forgetMemory();

@@ -139,6 +139,30 @@ TEST_F(PropertyListStoreTest, NothingIsWrittenAsLongAsSomethingIsInTheWay) {
   EXPECT_EQ(files.contents(kAside), "precious");
 }
 
+TEST_F(PropertyListStoreTest, WhatCouldNotBeReadComesBackWhenNothingCanBeWrittenInItsPlace) {
+  findUnreadable(store, textOf(kOld));
+  files.failAt(FileOperation::WriteAtomically, 1, std::errc::no_space_on_device);
+  EXPECT_FALSE(store.write(kNew));
+  EXPECT_EQ(files.snapshot(), (Files{{kFile, textOf(kOld)}}));
+  EXPECT_TRUE(store.isSomethingInTheWay());
+  EXPECT_EQ(setAside, Lines());
+  EXPECT_EQ(lines.size(), 2u) << "that it cannot be read, and that nothing can be written";
+  EXPECT_TRUE(store.write(kNew));
+  EXPECT_EQ(files.snapshot(), (Files{{kAside, textOf(kOld)}, {kFile, textOf(kNew)}}));
+  EXPECT_EQ(setAside, Lines{kFile});
+}
+
+TEST_F(PropertyListStoreTest, WhatCouldNotBeReadDoesNotComeBackInPlaceOfWhatIsNewer) {
+  findUnreadable(store);
+  files.failAt(FileOperation::WriteAtomically, 1, std::errc::no_space_on_device);
+  Console::setSink([&](std::string_view line) {
+    if (line.find("cannot be written") != std::string_view::npos) files.put(kFile, textOf(kNew));
+  });
+  EXPECT_FALSE(store.write(kOld));
+  EXPECT_EQ(files.snapshot(), (Files{{kAside, "precious"}, {kFile, textOf(kNew)}}));
+  EXPECT_EQ(setAside, Lines{kFile});
+}
+
 TEST_F(PropertyListStoreTest, DamagedFileThatCannotBeRenamedIsInTheWay) {
   files.put(kFile, "damaged");
   files.failAt(FileOperation::Rename, 1, std::errc::permission_denied);
