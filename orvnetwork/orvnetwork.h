@@ -21,12 +21,16 @@
 #include <orvnetwork/api/QXAPIHelperInteraction.h>
 #include <orvnetwork/api/QXAPIHelperLive.h>
 #include <orvnetwork/client/Ask.h>
+#include <orvnetwork/client/LocalCourses.h>
 #include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/PendingCallback.h>
 #include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/client/PendingSource.h>
 #include <orvnetwork/client/Reply.h>
 #include <orvnetwork/client/ReplyCode.h>
+#include <orvnetwork/client/SessionInfo.h>
+#include <orvnetwork/client/SessionStatus.h>
+#include <orvnetwork/client/SignIn.h>
 #include <orvnetwork/client/Subscribers.h>
 #include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/course/OrvCourseModel.h>

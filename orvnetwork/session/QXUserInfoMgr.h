@@ -9,6 +9,7 @@
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>
+#include <orvnetwork/session/SessionRenewal.h>
 #include <orvnetwork/session/WXUserInfoModel.h>
 
 #include <atomic>
@@ -51,6 +52,8 @@ class ORV_EXPORT QXUserInfoMgr final {
   static QXUserInfoMgr& getInstance();
   /// The instance as it is: allocated, but constructed only if `getInstance()` or `init()` has done so.
   static QXUserInfoMgr& allocWithZone();
+  /// Whether the instance is constructed: `getInstance()` then returns at once and reads no file. Any thread.
+  static bool isConstructed() { return allocWithZone().isLoaded_.load(std::memory_order_acquire); }
   /// The instance itself: there is no second one.
   QXUserInfoMgr& copy() { return *this; }
   QXUserInfoMgr& mutableCopy() { return *this; }
@@ -141,6 +144,10 @@ class ORV_EXPORT QXUserInfoMgr final {
   /// success counts as well when the new token came by another renewal that was asked with the same one.
   void refresheSession();
 
+  /// Calls `ended` on the main thread with the end of each renewal that speaks of the user who is stored, after that has
+  /// taken effect and before it is posted. Any thread; withdrawn by the token.
+  [[nodiscard]] ObserverToken watchRenewals(std::function<void(const SessionRenewal& renewal)> ended);
+
   /// Fetches the user's classroom with "Course.Room.Info" and puts it into the user:
   /// `refreshClassroomInfoWithRetryCount` with 3.
   void refreshClassroomInfo();
@@ -190,7 +197,9 @@ class ORV_EXPORT QXUserInfoMgr final {
   void endTimer();
   void sessionAnswered(const SignIn& asked, bool success, const json::object& reply);
   void sessionRenewed(const UserPointer& user, const SignIn& asked, const json::value* data);
-  void sessionRefused(std::int64_t code);
+  void sessionRefused(std::int64_t code, const json::value* error);
+  void sessionUnanswered(const SignIn& asked);
+  void tellRenewal(const SessionRenewal& renewal);
   void classroomAnswered(const OptionalString& askedFor, std::int64_t retriesLeft, bool success,
                          const json::object& reply);
   void classroomArrived(OrvUserInfoModel& user, const json::value* data);
@@ -199,6 +208,7 @@ class ORV_EXPORT QXUserInfoMgr final {
   std::atomic<std::int32_t> errorCount_{0};
   /// The last one. A second one that was under way with the same token goes on from it. Main thread only.
   std::optional<Renewal> lastRenewal_;
+  NotificationCenter renewals_;
 
   // Recursive, since what the console gets a line while the file is read may bring the host back here.
   std::recursive_mutex initMutex_;

@@ -133,7 +133,10 @@ void QXUserInfoMgr::refresheSession() {
       [this, asked](const auto&, bool success, const json::object& reply) {
         sessionAnswered(asked, success, reply);
       },
-      [](const auto& item) { QXFileLog::standard().log("%s timeout %@", kRefreshSession, describe(item)); });
+      [this, asked](const auto& item) {
+        QXFileLog::standard().log("%s timeout %@", kRefreshSession, describe(item));
+        sessionUnanswered(asked);
+      });
 }
 
 void QXUserInfoMgr::sessionAnswered(const SignIn& asked, bool success, const json::object& reply) {
@@ -147,7 +150,7 @@ void QXUserInfoMgr::sessionAnswered(const SignIn& asked, bool success, const jso
     }
     return;
   }
-  if (isCurrent) sessionRefused(values.code);
+  if (isCurrent) sessionRefused(values.code, values.error);
   QXFileLog::standard().log("%s %d errCode %ld, %@", kRefreshSession, kSessionErrorLine, values.code,
                             values.error);
 }
@@ -161,15 +164,36 @@ void QXUserInfoMgr::sessionRenewed(const UserPointer& user, const SignIn& asked,
   }
   lastRenewal_ = Renewal{asked, user->token};
   if (!storeAgain(user)) return;
+  tellRenewal({SessionRenewal::End::Renewed});
   const auto other = user->otherDeviceLogin.get();
   if (other && (other->isLogin || other->liveStatus)) post(QXNotificationOtherUserLoggedIn);
 }
 
-void QXUserInfoMgr::sessionRefused(std::int64_t code) {
+void QXUserInfoMgr::sessionRefused(std::int64_t code, const json::value* error) {
   const std::int32_t errors = ++errorCount_;
-  if (!endsSession(code) && errors < kMostErrors) return;
-  stopRefreshSession();
-  post(QXNotificationUserInfoInvalidate);
+  const bool isOver = endsSession(code) || errors >= kMostErrors;
+  if (isOver) stopRefreshSession();
+  const auto text = looseStringView(error);
+  tellRenewal({SessionRenewal::End::Refused, code, text ? OptionalString(*text) : std::nullopt, isOver});
+  if (isOver) post(QXNotificationUserInfoInvalidate);
+}
+
+void QXUserInfoMgr::sessionUnanswered(const SignIn& asked) {
+  MainQueue& main = Platform::current().mainQueue();
+  // On a link that was closed meanwhile this runs on the caller's thread.
+  if (!main.isCurrent()) return main.post([this, asked] { sessionUnanswered(asked); });
+  const UserPointer user = userWith(asked.uID);
+  if (user && user->token.get() == asked.token) tellRenewal({SessionRenewal::End::Unanswered});
+}
+
+ObserverToken QXUserInfoMgr::watchRenewals(std::function<void(const SessionRenewal& renewal)> ended) {
+  return renewals_.observe(std::nullopt, [ended = std::move(ended)](const Notification& told) {
+    ended(*static_cast<const SessionRenewal*>(told.object));
+  });
+}
+
+void QXUserInfoMgr::tellRenewal(const SessionRenewal& renewal) {
+  renewals_.post({}, &renewal);
 }
 
 QXUserInfoMgr::UserPointer QXUserInfoMgr::userWith(const OptionalString& uID) const {

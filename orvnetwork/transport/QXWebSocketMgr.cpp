@@ -43,7 +43,8 @@ QXWebSocketMgr& QXWebSocketMgr::standard() {
 
 QXWebSocketMgr::QXWebSocketMgr()
     : requests_(std::make_unique<RequestTable>([this](const auto& item) { transmit(item); },
-                                               [this](const auto& item) { sendRequestItem(item); })) {}
+                                               [this](const auto& item) { sendRequestItem(item); },
+                                               [this] { parkings_.post({}); })) {}
 
 QXWebSocketMgr::~QXWebSocketMgr() = default;
 

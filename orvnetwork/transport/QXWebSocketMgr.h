@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/Clock.h>
+#include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Reachability.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/platform/WebSocket.h>
@@ -143,6 +144,9 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::size_t outstandingRequestCount() const;
   std::size_t parkedRequestCount() const;
   std::size_t armedTimeoutCount() const;
+  /// Calls `parked` on the main thread after each request that the server has refused for want of a session and that is
+  /// held until there is one. It must not run the host's loop. Any thread; withdrawn by the token.
+  [[nodiscard]] ObserverToken watchParkedRequests(std::function<void()> parked);
   /// The timer that keeps the link alive; null before the link was first up and after it was closed.
   std::shared_ptr<Timer> timer() const;
   /// The timer that sent the first "PING"; null before that and once the link is up.
@@ -200,6 +204,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   TimerPointer connectTimer_, timer_;
   TimerPointer firstAutoReconnectTimer_, secondAutoReconnectTimer_, loopAutoReconnectTimer_;
 
+  NotificationCenter parkings_;
   std::unique_ptr<RequestTable> requests_;
 };
 

@@ -92,4 +92,8 @@ std::size_t QXWebSocketMgr::armedTimeoutCount() const {
   return requests_->armedCount();
 }
 
+ObserverToken QXWebSocketMgr::watchParkedRequests(std::function<void()> parked) {
+  return parkings_.observe(std::nullopt, [parked = std::move(parked)](const Notification&) { parked(); });
+}
+
 }  // namespace orv

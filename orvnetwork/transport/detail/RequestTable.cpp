@@ -27,9 +27,10 @@ SteadyTime steadyNow() {
 }  // namespace
 
 RequestTable::RequestTable(std::function<void(const ItemPointer&)> transmit,
-                           std::function<void(const ItemPointer&)> resend)
+                           std::function<void(const ItemPointer&)> resend, std::function<void()> parked)
     : transmit_(std::move(transmit)),
       resend_(std::move(resend)),
+      parked_(std::move(parked)),
       requestDataSyncQueue_(SerialQueue::make("orv.network.requestData", Platform::current().mainQueue())) {}
 
 void RequestTable::submit(ItemPointer item) {
@@ -109,7 +110,8 @@ void RequestTable::complete(const std::shared_ptr<const ReplyFrame>& frame) {
   const auto item = found->second;
   const bool isSession = reply.command == kSessionCommand;
   if (isSession && reply.succeeded()) resendParked();
-  if (needsSession(reply.ret) && !isSession) {
+  const bool isParked = needsSession(reply.ret) && !isSession;
+  if (isParked) {
     sessionRequiredRequests_.push_back(item);
   } else if (item->completeBlock) {
     const CurrentReply current(frame);
@@ -117,6 +119,7 @@ void RequestTable::complete(const std::shared_ptr<const ReplyFrame>& frame) {
                [&] { item->completeBlock(item, reply.succeeded(), reply.dictionary()); });
   }
   remove(item->timestamp);
+  if (isParked) parked_();
 }
 
 void RequestTable::resendParked() {

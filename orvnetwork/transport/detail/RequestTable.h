@@ -38,10 +38,11 @@ class RequestTable {
   /// each would otherwise cost a thread switch. A time-out is never early, and a lone one is on time.
   static constexpr std::chrono::milliseconds kAlarmSpacing{5};
 
-  /// `transmit` puts a request's text on the wire, `resend` sends a request anew from the start. Both are called
-  /// on the main thread.
+  /// `transmit` puts a request's text on the wire, `resend` sends a request anew from the start, `parked` hears that
+  /// one is held for want of a session. All are called on the main thread.
   RequestTable(std::function<void(const std::shared_ptr<QXRequestItem>&)> transmit,
-               std::function<void(const std::shared_ptr<QXRequestItem>&)> resend);
+               std::function<void(const std::shared_ptr<QXRequestItem>&)> resend,
+               std::function<void()> parked);
 
   /// Files the request, arms its time-out and transmits it, soon. Any thread.
   void submit(std::shared_ptr<QXRequestItem> item);
@@ -72,6 +73,7 @@ class RequestTable {
 
   const std::function<void(const ItemPointer&)> transmit_;
   const std::function<void(const ItemPointer&)> resend_;
+  const std::function<void()> parked_;
   const std::shared_ptr<SerialQueue> requestDataSyncQueue_;
 
   // Main thread only.

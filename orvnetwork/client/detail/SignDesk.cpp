@@ -1,0 +1,174 @@
+#include "orvnetwork/client/detail/SignDesk.h"
+
+#include <orvnetwork/api/QXAPIHelperAccount.h>
+#include <orvnetwork/client/Ask.h>
+#include <orvnetwork/client/detail/LogOutRequest.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include <string>
+#include <utility>
+
+namespace orv::detail {
+
+namespace {
+
+constexpr Seconds kLinkWait{10};
+constexpr Seconds kLogOutWait{5};
+
+std::shared_ptr<OrvUserInfoModel> storedUser() {
+  return QXUserInfoMgr::isConstructed() ? QXUserInfoMgr::getInstance().userInfo() : nullptr;
+}
+
+/// The server has opened a session on this link for somebody who is not going to be stored: gives it back to the user who
+/// is, or ends it.
+void returnSession() {
+  if (storedUser()) {
+    QXUserInfoMgr::getInstance().websocketStatusChanged();
+  } else if (QXWebSocketMgr::standard().isOpen()) {
+    ask<&QXAPIHelper::logoutWithCompleteBlock_timeoutBlock>().then([](const Reply&) {}).detach();
+  }
+}
+
+/// Sends a log-in, and looks after its answer when nobody waits for it any more.
+Pending<Reply> followed(const SignDesk::LogIn& logIn) {
+  const auto source = std::make_shared<PendingSource<Reply>>();
+  auto pending = source->pending();
+  logIn()
+      .then([source](const Reply& reply) {
+        if (source->isWanted()) {
+          source->answerNow(reply);
+        } else if (reply.succeeded()) {
+          returnSession();
+        }
+      })
+      .detach();
+  return pending;
+}
+
+/// The user whom the answer to a log-in brings; null when it brings none.
+std::shared_ptr<OrvUserInfoModel> userIn(const Reply& reply) {
+  auto user = makeRecord<OrvUserInfoModel>(reply.data());
+  return user && user->uID.get() && user->token.get() ? user : nullptr;
+}
+
+SignInResult notAccepted(const Reply& reply) {
+  const bool isRefused = reply.outcome() == ReplyOutcome::Refused;
+  std::string text(reply.text());
+  if (text.empty()) text = isRefused ? "the server refuses" : "the server does not answer";
+  return SignInResult(isRefused ? SignInOutcome::Refused : SignInOutcome::NoAnswer, std::move(text),
+                      reply.code());
+}
+
+}  // namespace
+
+/// A user who is being stored; gives that up when it goes before it was told to keep them.
+class SignDesk::Unfinished {
+ public:
+  Unfinished(Self desk, UserStore::StoringPointer storing)
+      : desk_(std::move(desk)), storing_(std::move(storing)) {}
+  Unfinished(const Unfinished&) = delete;
+  Unfinished& operator=(const Unfinished&) = delete;
+  ~Unfinished() {
+    if (!storing_) return;
+    desk_->store_.giveUp(storing_);
+    returnSession();
+  }
+  void finish() { storing_.reset(); }
+
+ private:
+  const Self desk_;
+  UserStore::StoringPointer storing_;
+};
+
+void SignDesk::giveUpSignIns() {
+  std::exchange(signIns_, std::stop_source()).request_stop();
+}
+
+Pending<SignInResult> SignDesk::signIn(LogIn logIn) {
+  giveUpSignIns();
+  return signInUntil(shared_from_this(), std::move(logIn), signIns_.get_token());
+}
+
+// Apart, so that the host may set a stop token of its own.
+Pending<SignInResult> SignDesk::signInUntil(Self desk, LogIn logIn, std::stop_token stop) {
+  auto signing = signInNow(std::move(desk), std::move(logIn), stop);
+  signing.stopOn(stop);
+  const SignInResult result = co_await signing;
+  co_return result;
+}
+
+Pending<SignInResult> SignDesk::signInNow(Self desk, LogIn logIn, std::stop_token stop) {
+  if (desk->isSigningOut_) {
+    auto leaving = desk->joinSignOut();
+    [[maybe_unused]] const SignOutResult left = co_await leaving;
+  }
+  auto& link = QXWebSocketMgr::standard();
+  if (!link.isOpen()) {
+    link.reconnect();
+    auto up = desk->watch_->linkUp();
+    up.deadline(kLinkWait);
+    [[maybe_unused]] const PendingEnd waited = co_await up;
+  }
+  // What stops it is told a turn later.
+  if (stop.stop_requested()) co_return SignInResult::withoutAnswer(PendingEnd::Cancelled);
+  auto asked = followed(logIn);
+  const Reply reply = co_await asked;
+  if (!reply.succeeded()) co_return notAccepted(reply);
+  auto keeping = keep(desk, reply, stop);
+  const SignInResult result = co_await keeping;
+  co_return result;
+}
+
+Pending<SignInResult> SignDesk::keep(Self desk, Reply reply, std::stop_token stop) {
+  const auto user = userIn(reply);
+  if (!user) co_return SignInResult(SignInOutcome::NoUser, "the answer to the log-in holds no user");
+  const auto identity = SessionWatch::Identity::of(*user);
+  const auto storing = std::make_shared<UserStore::Storing>(user);
+  Unfinished unfinished(desk, storing);
+  if (stop.stop_requested()) co_return SignInResult::withoutAnswer(PendingEnd::Cancelled);
+  desk->watch_->expect(identity);
+  auto stored = desk->store_.store(storing);
+  const std::optional<bool> isKept = co_await stored;
+  if (stop.stop_requested()) co_return SignInResult::withoutAnswer(PendingEnd::Cancelled);
+  unfinished.finish();
+  desk->watch_->confirm(identity);
+  if (isKept.value_or(false)) co_return SignInResult(SignInOutcome::SignedIn);
+  co_return SignInResult(SignInOutcome::NotWritten, "the user could not be written to " + UserStore::file());
+}
+
+Pending<SignOutResult> SignDesk::joinSignOut() {
+  return leaving_.emplace_back().pending();
+}
+
+Pending<SignOutResult> SignDesk::signOut() {
+  giveUpSignIns();
+  auto joined = joinSignOut();
+  if (!std::exchange(isSigningOut_, true)) signOutNow(shared_from_this()).detach();
+  return joined;
+}
+
+Pending<> SignDesk::signOutNow(Self desk) {
+  std::string text = "there is no session on this link";
+  bool isTold = false;
+  if (desk->watch_->info().state == SessionState::Good) {
+    LogOutRequest request;
+    auto asked = request.send();
+    asked.deadline(kLogOutWait);
+    const Reply reply = co_await asked;
+    isTold = reply.succeeded();
+    text = isTold ? std::string() : reply.sentence();
+  }
+  auto cleared = desk->store_.clear();
+  const std::optional<bool> isEmpty = co_await cleared;
+  desk->isSigningOut_ = false;
+  const bool isRemoved = isEmpty.value_or(false);
+  if (!isRemoved) text = "the user could not be removed from " + UserStore::file();
+  desk->watch_->look();
+  for (auto& waiter : std::exchange(desk->leaving_, {})) {
+    waiter.answer(
+        SignOutResult(isRemoved ? SignOutOutcome::SignedOut : SignOutOutcome::NotRemoved, isTold, text));
+  }
+}
+
+}  // namespace orv::detail
