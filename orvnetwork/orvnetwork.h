@@ -21,6 +21,11 @@
 #include <orvnetwork/api/QXAPIHelperInteraction.h>
 #include <orvnetwork/api/QXAPIHelperLive.h>
 #include <orvnetwork/client/Ask.h>
+#include <orvnetwork/client/Client.h>
+#include <orvnetwork/client/ClientError.h>
+#include <orvnetwork/client/ClientOptions.h>
+#include <orvnetwork/client/LinkSnapshot.h>
+#include <orvnetwork/client/LinkStatus.h>
 #include <orvnetwork/client/LocalCourses.h>
 #include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/PendingCallback.h>
@@ -38,6 +43,7 @@
 #include <orvnetwork/data/Record.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/HomeFolder.h>
 #include <orvnetwork/platform/MainBundle.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/NotificationCenter.h>
@@ -52,6 +58,7 @@
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/transport/LinkFailure.h>
+#include <orvnetwork/transport/LinkReading.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>

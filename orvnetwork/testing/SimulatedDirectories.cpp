@@ -1,8 +1,14 @@
 #include "orvnetwork/testing/SimulatedDirectories.h"
 
+#include <orvnetwork/platform/HomeFolder.h>
+
 #include <optional>
 
 namespace orv::testing {
+
+std::string SimulatedDirectories::home() {
+  return HomeFolder::chosen().value_or(home_);
+}
 
 OptionalString SimulatedDirectories::searchPath(int code) {
   const auto set = searchPaths_.find(code);
@@ -11,11 +17,11 @@ OptionalString SimulatedDirectories::searchPath(int code) {
   }
   switch (code) {
     case kLibraryDirectoryCode:
-      return home_ + "/.local/share";
+      return home() + "/.local/share";
     case kDocumentDirectoryCode:
-      return home_ + "/Documents";
+      return home() + "/Documents";
     case kCachesDirectoryCode:
-      return home_ + "/.cache";
+      return home() + "/.cache";
     default:
       return std::nullopt;
   }

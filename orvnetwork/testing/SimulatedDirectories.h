@@ -15,8 +15,8 @@ namespace orv::testing {
 ///     platform.directories().setSearchPath(kDocumentDirectoryCode, std::nullopt);   // a user without one
 class ORV_EXPORT SimulatedDirectories final : public Directories {
  public:
-  /// The user's home, without a slash at its end.
-  std::string home() override { return home_; }
+  /// The home that the host has chosen (`HomeFolder`), else the user's; without a slash at its end.
+  std::string home() override;
   /// The folder of temporary files, with a slash at its end.
   std::string temporary() override { return temporary_; }
   /// The folder that was set for the code, else the usual one under the home.

@@ -9,10 +9,12 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/transport/RetrySchedule.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 
 #include <any>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,8 +22,6 @@
 namespace orv {
 
 namespace {
-
-constexpr Seconds kReconnectPause{1.5};
 
 std::any readFrame(std::string_view message) {
   return ReplyFrame::read(message);
@@ -64,18 +64,24 @@ bool QXWebSocketMgr::isClosed() const {
 }
 
 void QXWebSocketMgr::reconnect() {
+  if (isClosedForGood_) return;
   auto& platform = Platform::current();
   TimerPointer connectTimer, keepAlive;
   std::shared_ptr<WebSocket> old;
   WebSocketRequest request;
+  isWanted_ = true;
   {
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
     const auto now = platform.clock().steadyNow();
-    if (reconnectedAt_ && now - *reconnectedAt_ < kReconnectPause) return;
+    if (reconnectedAt_ && now - *reconnectedAt_ < Seconds(kReconnectPause)) {
+      lock.unlock();
+      return tellChange();
+    }
     connected_ = false;
     connectTimer = std::move(connectTimer_);
     keepAlive = std::move(timer_);
     reconnectedAt_ = now;
+    ++attempts_;
     reconnectDate_ = platform.clock().wallNow();
     old = std::move(webSocket_);
     request.url = apiServerUrl_;
@@ -95,6 +101,8 @@ void QXWebSocketMgr::reconnect() {
     webSocket_ = fresh;
   }
   consoleLog("WebSocket opening");
+  // Before the socket can report anything.
+  tellChange();
   fresh->open();
 }
 
@@ -102,15 +110,33 @@ void QXWebSocketMgr::close() {
   QXFileLog::standard().log("WebSocket closing");
   connected_ = false;
   firstConnect_ = false;
+  isWanted_ = false;
   endAndClearTimer(timer_);
   std::shared_ptr<WebSocket> old;
   {
     const std::lock_guard lock(mutex_);
     old = std::move(webSocket_);
   }
-  if (!old) return;
-  old->setDelegate(nullptr);
-  old->close();
+  if (old) {
+    old->setDelegate(nullptr);
+    old->close();
+  }
+  tellChange();
+}
+
+void QXWebSocketMgr::closeForGood() {
+  isClosedForGood_ = true;
+  Platform::current().reachability().stopMonitoring();
+  stopAutoReconnect();
+  close();
+  networkStatus_ = ReachabilityStatus::NotReachable;
+  networkIsKnown_ = false;
+  {
+    const std::lock_guard lock(mutex_);
+    lastFailure_.reset();
+    reconnectedAt_.reset();
+  }
+  tellChange();
 }
 
 void QXWebSocketMgr::sendPing(const Object&) {
@@ -155,17 +181,22 @@ void QXWebSocketMgr::autoReconnect() {
   QXFileLog::standard().log("auto reconnect, retry times: %ld", retryTimes_.load());
   ++retryTimes_;
   reconnect();
+  // The timer that brought this is spent, also where it was too soon for an attempt.
+  tellChange();
 }
 
 void QXWebSocketMgr::stopAutoReconnect() {
   retryTimes_ = 0;
-  for (auto* slot : {&timer_, &connectTimer_, &firstAutoReconnectTimer_, &secondAutoReconnectTimer_,
-                     &loopAutoReconnectTimer_}) {
+  for (auto* slot : {&timer_, &connectTimer_, &firstAutoReconnectTimer_.timer,
+                     &secondAutoReconnectTimer_.timer, &loopAutoReconnectTimer_.timer}) {
     endTimer(*slot);
   }
+  tellChange();
 }
 
 void QXWebSocketMgr::watchNetworkStatus() {
+  // What was going on when the link was closed for good may have counted attempts since.
+  if (isClosedForGood_.exchange(false)) stopAutoReconnect();
   auto& reachability = Platform::current().reachability();
   reachability.setServer(apiServerUrl());
   reachability.startMonitoring([this](ReachabilityStatus status) { networkStatusChanged(status); });
@@ -186,6 +217,7 @@ void QXWebSocketMgr::networkStatusChanged(ReachabilityStatus status) {
   } else if (isClosed()) {
     autoReconnect();
   }
+  tellChange();
 }
 
 // A socket that is not open sends nothing.
@@ -213,6 +245,7 @@ void QXWebSocketMgr::dropSocket(const WebSocket& socket) {
 void QXWebSocketMgr::keepFailure(LinkFailure failure) {
   const std::lock_guard lock(mutex_);
   lastFailure_ = std::move(failure);
+  ++failures_;
 }
 
 void QXWebSocketMgr::endTimer(TimerPointer& slot) {

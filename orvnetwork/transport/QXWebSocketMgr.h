@@ -6,6 +6,7 @@
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/platform/WebSocket.h>
 #include <orvnetwork/transport/LinkFailure.h>
+#include <orvnetwork/transport/LinkReading.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/RetrySchedule.h>
 
@@ -101,6 +102,13 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// thread; on the main thread it is as new as the notifications.
   std::optional<LinkFailure> linkFailure() const;
 
+  /// All of the above at this moment, and what is planned. Any thread; exact on the main thread.
+  LinkReading reading() const;
+  /// Calls `changed` on the main thread after each change of what `reading()` tells, and with each "PONG"; a message by
+  /// itself is no change. A change on the main thread is told before the operation or the event that brought it is over, one
+  /// on another thread later. It must not call the link back. One watcher; an empty function ends it. Main thread.
+  void watch(std::function<void()> changed);
+
   /// Replaces the socket by a new one and opens it. Does nothing within 1.5 s of the last time that it did.
   void reconnect();
   /// When `reconnect` last went ahead; absent before.
@@ -110,6 +118,11 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// already goes on, and a report of a reachable network opens the link again; `stopAutoReconnect()` ends the
   /// former.
   void close();
+
+  /// Closes the link until `watchNetworkStatus()` is called again: it ends the schedule and the watching of the network, and
+  /// forgets both. Until then nothing opens the link, requests and the schedule among them; a request finds it closed.
+  /// Main thread.
+  void closeForGood();
 
   /// Sends a protocol-level ping. The argument is ignored. When the link is not open, says so on the console.
   void sendPing(const Object& ignored = {});
@@ -157,6 +170,11 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
 
  private:
   using TimerPointer = std::shared_ptr<Timer>;
+  struct RetryTimer {
+    TimerPointer timer;
+    std::optional<SteadyTime> due;  ///< absent once the timer has fired
+  };
+  class Telling;
 
   QXWebSocketMgr();
   ~QXWebSocketMgr() override;
@@ -174,7 +192,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   void receivedPong(const WebSocket& socket);
   void dispatch(std::shared_ptr<const ReplyFrame> frame, std::shared_ptr<void> share);
   void scheduleRetry(const Error& error);
-  void armRetry(TimerPointer& slot, double seconds, std::function<void()> action);
+  void armRetry(RetryTimer& slot, double seconds, std::function<void()> action);
   void networkStatusChanged(ReachabilityStatus status);
 
   void transmit(const std::shared_ptr<QXRequestItem>& item);
@@ -186,12 +204,17 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   void endTimer(TimerPointer& slot);
   void endAndClearTimer(TimerPointer& slot);
   void post(std::string_view name, const json::object* userInfo = nullptr) const;
+  void tellChange();
 
   std::atomic<bool> firstConnect_{true};
   std::atomic<bool> connected_{false};
   std::atomic<ReachabilityStatus> networkStatus_{ReachabilityStatus::NotReachable};
   std::atomic<bool> networkIsKnown_{false};
   std::atomic<std::int64_t> retryTimes_{0};
+  std::atomic<bool> isWanted_{false};
+  std::atomic<bool> isClosedForGood_{false};
+  std::atomic<bool> isWatched_{false};
+  std::atomic<std::uint64_t> messages_{0};
 
   // Guards what follows; never held while host code runs.
   mutable std::mutex mutex_;
@@ -201,8 +224,10 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::optional<WallTime> reconnectDate_;
   // The pause between reconnects is measured here: the wall clock may jump.
   std::optional<SteadyTime> reconnectedAt_;
+  std::uint64_t attempts_ = 0, failures_ = 0;
   TimerPointer connectTimer_, timer_;
-  TimerPointer firstAutoReconnectTimer_, secondAutoReconnectTimer_, loopAutoReconnectTimer_;
+  RetryTimer firstAutoReconnectTimer_, secondAutoReconnectTimer_, loopAutoReconnectTimer_;
+  std::function<void()> watcher_;
 
   NotificationCenter parkings_;
   std::unique_ptr<RequestTable> requests_;

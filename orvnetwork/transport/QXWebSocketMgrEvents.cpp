@@ -10,6 +10,8 @@
 
 #include <any>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -38,6 +40,18 @@ std::shared_ptr<const ReplyFrame> frameOf(const WebSocketMessage& message) {
 
 }  // namespace
 
+/// Tells of a change when what brought it has been dealt with, whichever way that ends.
+class QXWebSocketMgr::Telling {
+ public:
+  explicit Telling(QXWebSocketMgr& manager) : manager_(manager) {}
+  Telling(const Telling&) = delete;
+  Telling& operator=(const Telling&) = delete;
+  ~Telling() { manager_.tellChange(); }
+
+ private:
+  QXWebSocketMgr& manager_;
+};
+
 void QXWebSocketMgr::webSocketDidOpen(WebSocket& socket) {
   if (!isCurrent(socket)) return;
   firstConnect_ = false;
@@ -58,17 +72,22 @@ void QXWebSocketMgr::sendFirstPing() {
 
 void QXWebSocketMgr::receivedPong(const WebSocket& socket) {
   QXFileLog::standard().log("Recieve PONG form server, connect server success");
+  bool isFirst = false;
   {
     // In one step: another thread may just have put a new socket in place, which this PONG does not confirm.
     const std::lock_guard lock(mutex_);
-    if (webSocket_.get() != &socket || connected_.exchange(true)) return;
-    lastFailure_.reset();
+    if (webSocket_.get() != &socket) return;
+    isFirst = !connected_.exchange(true);
+    if (isFirst) lastFailure_.reset();
   }
+  tellChange();
+  if (!isFirst) return;
   post(QXNotificationDidOpen);
   Platform::current().mainQueue().post([this] { startKeepAlive(); });
 }
 
 void QXWebSocketMgr::startKeepAlive() {
+  if (isClosedForGood_) return;
   endAndClearTimer(connectTimer_);
   endTimer(timer_);
   auto timer = Timer::schedule(kKeepAliveInterval, true, [this] { writeToSocket(pingText()); });
@@ -78,6 +97,7 @@ void QXWebSocketMgr::startKeepAlive() {
 
 void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMessage message) {
   if (!isCurrent(socket)) return;
+  messages_.fetch_add(1, std::memory_order_relaxed);
   auto frame = frameOf(message);
   if (frame->isFrame()) {
     dispatch(std::move(frame), std::move(message.share));
@@ -114,6 +134,7 @@ void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame, std::shar
 
 void QXWebSocketMgr::webSocket_didFailWithError(WebSocket& socket, const Error& error) {
   if (!isCurrent(socket)) return;
+  const Telling telling(*this);
   QXFileLog::standard().log(":( Websocket Failed With Error %@", error);
   keepFailure(linkFailureOf(error));
   endTimer(timer_);
@@ -135,7 +156,7 @@ void QXWebSocketMgr::scheduleRetry(const Error& error) {
       autoReconnect();
       break;
     case RetryStep::First: {
-      endTimer(firstAutoReconnectTimer_);
+      endTimer(firstAutoReconnectTimer_.timer);
       const json::object userInfo{{QXNotificationKey_Msg, error.toJson()}};
       post(QXNotificationDidFailWithError, &userInfo);
       if (hasOpenSocket()) return;
@@ -154,16 +175,26 @@ void QXWebSocketMgr::scheduleRetry(const Error& error) {
   }
 }
 
-void QXWebSocketMgr::armRetry(TimerPointer& slot, double seconds, std::function<void()> action) {
-  endTimer(slot);
-  auto timer = Timer::schedule(Seconds(seconds), false, std::move(action));
+void QXWebSocketMgr::armRetry(RetryTimer& slot, double seconds, std::function<void()> action) {
+  endTimer(slot.timer);
+  if (isClosedForGood_) return;
+  const auto due =
+      Platform::current().clock().steadyNow() + std::chrono::round<SteadyTime::duration>(Seconds(seconds));
+  auto timer = Timer::schedule(Seconds(seconds), false, [this, &slot, act = std::move(action)] {
+    {
+      const std::lock_guard lock(mutex_);
+      slot.due.reset();
+    }
+    act();
+  });
   const std::lock_guard lock(mutex_);
-  slot = std::move(timer);
+  slot = {std::move(timer), due};
 }
 
 void QXWebSocketMgr::webSocket_didCloseWithCode_reason_wasClean(WebSocket& socket, int code,
                                                                 const OptionalString& reason, bool wasClean) {
   if (!isCurrent(socket)) return;
+  const Telling telling(*this);
   QXFileLog::standard().log("WebSocket closed");
   keepFailure(linkFailureOfClose(code, reason, wasClean));
   connected_ = false;

@@ -6,6 +6,9 @@
 #include <orvnetwork/transport/detail/LinkSettings.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 
+#include <atomic>
+#include <functional>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -63,6 +66,44 @@ std::optional<LinkFailure> QXWebSocketMgr::linkFailure() const {
   }
   if (lastFailure_ || state != WebSocketState::Connecting) return lastFailure_;
   return LinkFailure{LinkTrouble::NoAnswer, "the server does not answer", {}};
+}
+
+LinkReading QXWebSocketMgr::reading() const {
+  LinkReading reading;
+  const std::lock_guard lock(mutex_);
+  if (webSocket_) reading.socket = webSocket_->readyState();
+  reading.isConfirmed = webSocket_ && connected_;
+  reading.isWanted = isWanted_;
+  if (networkIsKnown_) reading.network = networkStatus_.load();
+  reading.attempts = attempts_;
+  reading.attemptedAt = reconnectedAt_;
+  for (const auto* retry :
+       {&firstAutoReconnectTimer_, &secondAutoReconnectTimer_, &loopAutoReconnectTimer_}) {
+    if (!retry->due || !retry->timer->isValid()) continue;
+    if (!reading.retryAt || *retry->due < *reading.retryAt) reading.retryAt = retry->due;
+  }
+  reading.failures = failures_;
+  reading.failure = lastFailure_;
+  reading.messages = messages_.load(std::memory_order_relaxed);
+  return reading;
+}
+
+void QXWebSocketMgr::watch(std::function<void()> changed) {
+  const std::lock_guard lock(mutex_);
+  isWatched_ = static_cast<bool>(changed);
+  watcher_.swap(changed);
+}
+
+void QXWebSocketMgr::tellChange() {
+  if (!isWatched_) return;
+  auto& main = Platform::current().mainQueue();
+  if (!main.isCurrent()) return main.post([this] { tellChange(); });
+  std::function<void()> watcher;
+  {
+    const std::lock_guard lock(mutex_);
+    watcher = watcher_;
+  }
+  if (watcher) runGuarded("link watcher", watcher);
 }
 
 std::shared_ptr<Timer> QXWebSocketMgr::timer() const {

@@ -11,6 +11,9 @@ inline constexpr double kAutoReconnectTimeout_First = 5.0;
 inline constexpr double kAutoReconnectTimeout_Second = 15.0;
 inline constexpr double kAutoReconnectTimeout_Loop = 30.0;
 
+/// How much time lies between two attempts at least, in seconds: `QXWebSocketMgr::reconnect` does nothing before.
+inline constexpr double kReconnectPause = 1.5;
+
 /// What follows a failure of the link: an attempt at once, or one after the pause of that name.
 /// Each of the three pauses has a timer of its own in `QXWebSocketMgr`.
 enum class RetryStep { Immediate, First, Second, Loop };

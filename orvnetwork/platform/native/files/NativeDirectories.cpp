@@ -1,6 +1,7 @@
 #include "orvnetwork/platform/native/files/NativeDirectories.h"
 
 #include <orvnetwork/data/PathText.h>
+#include <orvnetwork/platform/HomeFolder.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
 #include <orvnetwork/platform/native/files/UserDirsFile.h>
 
@@ -21,8 +22,10 @@ namespace orv {
 
 namespace {
 
-/// The absolute path in an environment variable; absent when it is unset or not absolute.
+/// The absolute path in an environment variable; absent when it is unset or not absolute, and where the host has chosen
+/// a home: variables name folders of the user elsewhere.
 OptionalString pathInVariable(const char* name) {
+  if (HomeFolder::chosen()) return std::nullopt;
   const char* value = std::getenv(name);
   if (value == nullptr || *value != '/') return std::nullopt;
   return appendPathComponent(value, "");
@@ -40,6 +43,7 @@ OptionalString homeInPasswordDatabase() {
 }  // namespace
 
 std::string NativeDirectories::home() {
+  if (auto path = HomeFolder::chosen()) return *path;
   if (auto path = pathInVariable("HOME")) return *path;
   return homeInPasswordDatabase().value_or("/");
 }

@@ -1,0 +1,73 @@
+#include "orvnetwork/client/Client.h"
+
+#include <orvnetwork/client/MainThread.h>
+#include <orvnetwork/client/detail/ClientSetup.h>
+#include <orvnetwork/client/detail/InstallationFile.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+/// Whether there is a client. Main thread only.
+bool isThereOne = false;
+
+void setUp(const ClientOptions& options) {
+  auto& manager = QXWebSocketMgr::standard();
+  manager.setApiServerUrl(options.server);
+  manager.setGlobalUUID(options.installation);
+  manager.setAppVersion(options.version);
+  manager.setAppBuildVersion(options.build);
+  // Both watch for the link, and so are there before it is opened.
+  QXUserInfoMgr::getInstance();
+  QXCourseManager::getInstance();
+}
+
+}  // namespace
+
+/// What a client consists of, in the order in which it is made. Each follows the layers below from then on.
+struct Client::Parts {
+  explicit Parts(const ClientOptions& options) : link(options.supervised) {}
+
+  LinkStatus link;
+};
+
+Result<std::unique_ptr<Client>> Client::start(ClientOptions options) {
+  auto& main = MainQueue::instance();
+  main.claim();
+  if (!main.isCurrent()) {
+    return clientError(ClientError::WrongThread, "a client is started on the main thread");
+  }
+  if (isThereOne) {
+    return clientError(ClientError::AlreadyStarted, "there is a client in this process already");
+  }
+  if (auto error = errorInOptions(options)) return std::move(*error);
+  if (auto error = moveIn(options)) return std::move(*error);
+  if (!options.installation) options.installation = installationIn(options.installationFile);
+  setUp(options);
+  return std::unique_ptr<Client>(new Client(std::move(options)));
+}
+
+Client::Client(ClientOptions options)
+    : options_(std::move(options)), parts_(std::make_unique<Parts>(options_)) {
+  isThereOne = true;
+  QXWebSocketMgr::standard().watchNetworkStatus();
+}
+
+Client::~Client() {
+  detail::expectMainThread("a Client");
+  QXWebSocketMgr::standard().closeForGood();
+  QXUserInfoMgr::getInstance().stopRefreshSession();
+  isThereOne = false;
+}
+
+LinkStatus& Client::link() {
+  return parts_->link;
+}
+
+}  // namespace orv

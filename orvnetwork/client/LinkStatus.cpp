@@ -1,0 +1,33 @@
+#include "orvnetwork/client/LinkStatus.h"
+
+#include <orvnetwork/client/MainThread.h>
+#include <orvnetwork/client/detail/LinkTracker.h>
+
+#include <utility>
+
+namespace orv {
+
+LinkStatus::LinkStatus(bool supervised) : tracker_(std::make_unique<LinkTracker>(supervised)) {}
+
+LinkStatus::~LinkStatus() = default;
+
+const LinkSnapshot& LinkStatus::snapshot() const {
+  detail::expectMainThread("LinkStatus");
+  return tracker_->present();
+}
+
+bool LinkStatus::isUp() const {
+  detail::expectMainThread("LinkStatus::isUp");
+  return tracker_->isUp();
+}
+
+Subscription LinkStatus::onChanged(Callback changed) {
+  return tracker_->add(std::move(changed));
+}
+
+void LinkStatus::tryNow() {
+  detail::expectMainThread("LinkStatus::tryNow");
+  tracker_->tryNow();
+}
+
+}  // namespace orv

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <orvnetwork/client/LinkSnapshot.h>
+#include <orvnetwork/client/Subscription.h>
+#include <orvnetwork/data/Export.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace orv {
+
+class Client;
+class LinkTracker;
+
+/// The link to the server as a host sees it: one state, why it is not up, and word of every change.
+///
+///     orv::LinkStatus& link = client->link();
+///     shown_ = link.onChanged([this](const orv::LinkChange& change) {
+///       if (change.now.isUp()) return banner_.hide();
+///       banner_.showAfter(orv::Seconds(1), change.now.sentence());   // a short loss is not worth a word
+///     });
+///
+/// Every change is told, also those that no notification tells: a link that was reset, one that a request has replaced, a
+/// server that does not answer any more. "Up" alone clears a failure: an attempt that begins is no better than one that
+/// has failed.
+///
+/// The link comes back by a schedule of its own: at once, after 5 s, after 15 s, then every 30 s. Where that stalls (an
+/// attempt that fails within 1.5 s of its start is followed by none; a server that opens the link and never answers "PING"
+/// is waited for without end; one that is silent afterwards as well) a supervisor starts an attempt, unless it was switched
+/// off (`ClientOptions::supervised`). It never acts where the schedule has an attempt planned or under way. Its attempts
+/// wait 1.5 s and a random time on top, 10 s at most before the first one, twice as much each time, up to 60 s. They
+/// begin anew at 10 s only after the link was up for 10 s. So thousands of hosts whose server was away do not come back at
+/// the same moment.
+///
+/// The `Client` has one. Main thread: it is called there and calls back there. Nothing in it waits.
+class ORV_EXPORT LinkStatus {
+ public:
+  /// Hears of a change. What it throws is told on the console.
+  using Callback = std::function<void(const LinkChange& change)>;
+
+  LinkStatus(const LinkStatus&) = delete;
+  LinkStatus& operator=(const LinkStatus&) = delete;
+  ~LinkStatus();
+
+  /// How the link stands.
+  const LinkSnapshot& snapshot() const;
+  LinkState state() const { return snapshot().state; }
+  /// Whether a request can be sent now. It asks the link itself, so it is right also inside a notification of the layers
+  /// below, before the change is told.
+  bool isUp() const;
+  /// The snapshot in one line: `LinkSnapshot::sentence`.
+  std::string sentence() const { return snapshot().sentence(); }
+  /// Whether the link comes up, or comes back, without anybody's doing: `LinkSnapshot::willRetry`.
+  bool willRetry() const { return snapshot().willRetry; }
+
+  /// Calls `changed` with every change from now on, each in a turn of the main queue after the one that caused it, and
+  /// once in the next turn with how things stand now: `before` and `now` are the same then. Two snapshots that follow each
+  /// other are never the same otherwise.
+  /// @return keeps the callback; destroying it, from inside the callback too, ends it for good
+  [[nodiscard]] Subscription onChanged(Callback changed);
+
+  /// Makes one attempt now, as when a person does not want to wait; it changes nothing of the waits that follow when it
+  /// fails. An attempt that is under way for 1.5 s or longer is given up for it. Within 1.5 s of the last one it waits until
+  /// these have passed, and does nothing when that one is still under way. Does nothing while the link is up. A link that
+  /// was closed on purpose is opened again, and without a network it is tried all the same.
+  void tryNow();
+
+ private:
+  friend class Client;
+  explicit LinkStatus(bool supervised);
+
+  const std::unique_ptr<LinkTracker> tracker_;
+};
+
+}  // namespace orv

@@ -1,0 +1,115 @@
+#include "orvnetwork/client/detail/InstallationFile.h"
+
+#include <orvnetwork/client/detail/PlainText.h>
+#include <orvnetwork/data/PathText.h>
+#include <orvnetwork/platform/ConsoleLog.h>
+#include <orvnetwork/platform/FileSystem.h>
+#include <orvnetwork/platform/LockFile.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/PrivateFolder.h>
+#include <orvnetwork/platform/PropertyListFile.h>
+
+#include <array>
+#include <cstdio>
+#include <optional>
+#include <system_error>
+
+namespace orv {
+
+namespace {
+
+constexpr Seconds kLongestWait{2};
+
+OptionalString documentsFolder() {
+  return Platform::current().directories().searchPath(kDocumentDirectoryCode);
+}
+
+OptionalString usualPath() {
+  const OptionalString documents = documentsFolder();
+  return documents ? OptionalString(appendPathComponent(*documents, "OrvInstallation/identifier"))
+                   : std::nullopt;
+}
+
+std::string folderOf(const std::string& path) {
+  const std::string folder = path.substr(0, path.rfind('/'));
+  return folder.empty() ? "/" : folder;
+}
+
+/// One file that keeps an identifier.
+class InstallationFile {
+ public:
+  explicit InstallationFile(std::string path) : path_(std::move(path)) {}
+
+  /// The identifier; absent when the file has none and none can be kept: `error_` tells why.
+  OptionalString identifier() {
+    if (const auto kept = read()) return kept;
+    if (error_ || !makeFolder()) return std::nullopt;
+    // Without locks, as on some file systems, the file is made all the same.
+    const auto lock = files_.openLockFile(path_ + ".lock", kPrivateFileMode);
+    if (lock && !lock->lock(kLongestWait)) error_ = std::make_error_code(std::errc::timed_out);
+    // Another program may have made it meanwhile.
+    if (const auto kept = read()) return kept;
+    return error_ ? std::nullopt : make();
+  }
+  std::error_code error() const { return error_; }
+
+ private:
+  /// What the file has; absent when there is none, or nothing of use, which is set aside.
+  OptionalString read() {
+    if (!files_.exists(path_)) return std::nullopt;
+    std::error_code error;
+    auto text = files_.read(path_, error);
+    if (!text) {
+      error_ = error;
+      return std::nullopt;
+    }
+    while (!text->empty() && (text->back() == '\n' || text->back() == '\r')) text->pop_back();
+    if (isPlainText(*text)) return text;
+    consoleLog("%@ is damaged, set aside as %@.damaged", path_, path_);
+    if (!files_.rename(path_, path_ + ".damaged", error)) error_ = error;
+    return std::nullopt;
+  }
+
+  bool makeFolder() {
+    return makePrivateFolder(files_, documentsFolder().value_or("/"), folderOf(path_), error_);
+  }
+
+  OptionalString make() {
+    std::string made = randomIdentifier();
+    if (!files_.writeAtomically(path_, made + "\n", Durability::Durable, kPrivateFileMode, error_)) {
+      return std::nullopt;
+    }
+    return made;
+  }
+
+  FileSystem& files_ = Platform::current().files();
+  const std::string path_;
+  std::error_code error_;
+};
+
+}  // namespace
+
+std::string randomIdentifier() {
+  std::array<std::uint32_t, 4> parts{};
+  for (auto& part : parts) part = Platform::current().random();
+  parts[1] = (parts[1] & 0xFFFF0FFFU) | 0x00004000U;
+  parts[2] = (parts[2] & 0x3FFFFFFFU) | 0x80000000U;
+  std::array<char, 40> text{};
+  std::snprintf(text.data(), text.size(), "%08x-%04x-%04x-%04x-%04x%08x", parts[0], parts[1] >> 16,
+                parts[1] & 0xFFFFU, parts[2] >> 16, parts[2] & 0xFFFFU, parts[3]);
+  return text.data();
+}
+
+std::string installationIn(const OptionalString& path) {
+  const OptionalString place = path ? path : usualPath();
+  if (!place) {
+    consoleLog("there is no folder for the identifier of this installation");
+    return randomIdentifier();
+  }
+  InstallationFile file(*place);
+  if (auto kept = file.identifier()) return *kept;
+  consoleLog("the identifier of this installation cannot be kept in %@: %@", *place, file.error().message());
+  return randomIdentifier();
+}
+
+}  // namespace orv

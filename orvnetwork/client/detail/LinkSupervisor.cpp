@@ -1,0 +1,148 @@
+#include "orvnetwork/client/detail/LinkSupervisor.h"
+
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/RetrySchedule.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr Seconds kPatienceWithConnecting{65};
+constexpr Seconds kPatienceWithConfirming{10};
+constexpr Seconds kPatienceWithSilence{45};
+constexpr Seconds kFirstSpread{10};
+constexpr Seconds kLastSpread{60};
+/// How long a link is up that counts as one that works.
+constexpr Seconds kLastingLink{10};
+
+/// A random part of a span.
+Seconds partOf(Seconds span) {
+  constexpr double kRange = 4294967296.0;
+  return span * (Platform::current().random() / kRange);
+}
+
+}  // namespace
+
+LinkSupervisor::LinkSupervisor(bool acts, Actions actions) : acts_(acts), actions_(std::move(actions)) {}
+
+LinkSupervisor::~LinkSupervisor() {
+  rest();
+}
+
+SteadyTime LinkSupervisor::now() {
+  return Platform::current().clock().steadyNow();
+}
+
+Seconds LinkSupervisor::spread(std::uint64_t attempts) {
+  Seconds widest = kFirstSpread;
+  for (; attempts > 0 && widest < kLastSpread; --attempts) widest *= 2;
+  return std::min(widest, kLastSpread);
+}
+
+LinkSupervisor::Kind LinkSupervisor::kindOf(const LinkReading& reading) {
+  if (!reading.isWanted) return Kind::Fine;
+  if (reading.isUp()) return Kind::Up;
+  // The schedule goes on.
+  if (reading.retryAt) return Kind::Fine;
+  if (reading.socket == WebSocketState::Open) return Kind::Confirming;
+  if (reading.socket == WebSocketState::Connecting) return Kind::Connecting;
+  return reading.isOffline() ? Kind::Fine : Kind::Stalled;
+}
+
+Seconds LinkSupervisor::patienceWith(Kind kind) {
+  switch (kind) {
+    case Kind::Connecting:
+      return kPatienceWithConnecting;
+    case Kind::Confirming:
+      return kPatienceWithConfirming;
+    case Kind::Up:
+      return kPatienceWithSilence;
+    default:
+      return Seconds::zero();
+  }
+}
+
+std::optional<LinkFailure> LinkSupervisor::troubleOf(Kind kind) {
+  switch (kind) {
+    case Kind::Connecting:
+      return LinkFailure{LinkTrouble::NoAnswer, "the server does not answer", {}};
+    case Kind::Confirming:
+      return LinkFailure{LinkTrouble::Unconfirmed, "the server does not confirm the link", {}};
+    case Kind::Up:
+      return LinkFailure{LinkTrouble::NoAnswer, "the server does not answer any more", {}};
+    default:
+      return std::nullopt;  // what brought it about is known
+  }
+}
+
+bool LinkSupervisor::isAsSeen(const LinkReading& reading) const {
+  const bool isSilent = reading.messages == messages_;
+  return sight_ == Sight{kindOf(reading), reading.attempts} && (sight_.kind != Kind::Up || isSilent);
+}
+
+void LinkSupervisor::follow(const LinkReading& reading) {
+  if (isAsSeen(reading)) return;
+  const Sight seen{kindOf(reading), reading.attempts};
+  if (sight_.kind == Kind::Up && seen != sight_) forgetAttemptsOfALastingLink();
+  if (seen.kind == Kind::Up && seen != sight_) upSince_ = now();
+  sight_ = seen;
+  messages_ = reading.messages;
+  rest();
+  if (seen.kind == Kind::Stalled) {
+    planAttempt();
+  } else if (seen.kind != Kind::Fine) {
+    lookOn();
+  }
+}
+
+void LinkSupervisor::forgetAttemptsOfALastingLink() {
+  if (now() - upSince_ >= kLastingLink) attempts_ = 0;
+}
+
+void LinkSupervisor::rest() {
+  if (const auto timer = std::exchange(timer_, nullptr)) timer->invalidate();
+  trouble_.reset();
+  nextAttempt_.reset();
+}
+
+void LinkSupervisor::lookOn() {
+  timer_ = Timer::schedule(patienceWith(sight_.kind), false, [this] { note(); });
+}
+
+void LinkSupervisor::note() {
+  const LinkReading reading = actions_.read();
+  if (!isAsSeen(reading)) {
+    follow(reading);
+    return actions_.noted();
+  }
+  if (sight_.kind == Kind::Up) forgetAttemptsOfALastingLink();
+  trouble_ = troubleOf(sight_.kind);
+  planAttempt();
+  actions_.noted();
+}
+
+void LinkSupervisor::planAttempt() {
+  if (!acts_) return;
+  const Seconds wait = Seconds(kReconnectPause) + partOf(spread(attempts_));
+  nextAttempt_ = now() + std::chrono::round<SteadyTime::duration>(wait);
+  timer_ = Timer::schedule(wait, false, [this] { act(); });
+}
+
+void LinkSupervisor::act() {
+  const LinkReading reading = actions_.read();
+  if (isAsSeen(reading)) {
+    ++attempts_;
+    actions_.attempt();
+    // Another thread may have been quicker, without an attempt that shows yet.
+    if (isAsSeen(actions_.read())) planAttempt();
+  } else {
+    follow(reading);
+  }
+  actions_.noted();
+}
+
+}  // namespace orv

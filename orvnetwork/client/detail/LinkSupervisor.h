@@ -1,0 +1,87 @@
+#pragma once
+
+#include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/Timer.h>
+#include <orvnetwork/transport/LinkFailure.h>
+#include <orvnetwork/transport/LinkReading.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace orv {
+
+/// Watches over the link: it notices what does not go on by itself, and starts an attempt then.
+///
+/// | what it sees | how long it looks on |
+/// |---|---|
+/// | no socket, and no timer that would make one | not at all |
+/// | a socket that connects and does not end | 65 s: it has 60 s by itself |
+/// | an open socket whose server has not answered the first "PING" | 10 s |
+/// | a link on which nothing comes any more | 45 s: "PING" is sent every 30 s |
+///
+/// Then the trouble is noted, and the attempt waits some random time. Whatever changes meanwhile withdraws it. Main thread.
+class LinkSupervisor {
+ public:
+  struct Actions {
+    /// How the link stands.
+    std::function<LinkReading()> read;
+    /// Something was noted: `trouble()` and `nextAttempt()` are new.
+    std::function<void()> noted;
+    /// Has to start an attempt.
+    std::function<void()> attempt;
+  };
+
+  /// @param acts whether it starts attempts; else it only notes
+  LinkSupervisor(bool acts, Actions actions);
+  ~LinkSupervisor();
+  LinkSupervisor(const LinkSupervisor&) = delete;
+  LinkSupervisor& operator=(const LinkSupervisor&) = delete;
+
+  /// How the link stands now. To be called after each change.
+  void follow(const LinkReading& reading);
+
+  /// What is wrong with a link that says nothing of it by itself; absent while all is well.
+  const std::optional<LinkFailure>& trouble() const { return trouble_; }
+  /// When it will start an attempt; absent where it need not.
+  std::optional<SteadyTime> nextAttempt() const { return nextAttempt_; }
+  /// Whether it starts attempts.
+  bool acts() const { return acts_; }
+
+  /// The most that the wait before an attempt has on top of the shortest one.
+  /// @param attempts how many of its attempts came before without a link that lasted
+  static Seconds spread(std::uint64_t attempts);
+
+ private:
+  enum class Kind { Fine, Stalled, Connecting, Confirming, Up };
+  struct Sight {
+    Kind kind = Kind::Fine;
+    std::uint64_t attempts = 0;
+    bool operator==(const Sight&) const = default;
+  };
+
+  static Kind kindOf(const LinkReading& reading);
+  static Seconds patienceWith(Kind kind);
+  static std::optional<LinkFailure> troubleOf(Kind kind);
+  static SteadyTime now();
+  bool isAsSeen(const LinkReading& reading) const;
+  void forgetAttemptsOfALastingLink();
+  void rest();
+  void lookOn();
+  void note();
+  void planAttempt();
+  void act();
+
+  const bool acts_;
+  const Actions actions_;
+  Sight sight_;
+  std::uint64_t messages_ = 0;
+  SteadyTime upSince_{};
+  std::uint64_t attempts_ = 0;  ///< its own since a link lasted
+  std::optional<LinkFailure> trouble_;
+  std::optional<SteadyTime> nextAttempt_;
+  std::shared_ptr<Timer> timer_;
+};
+
+}  // namespace orv
