@@ -24,6 +24,10 @@
 #include <orvnetwork/client/Client.h>
 #include <orvnetwork/client/ClientError.h>
 #include <orvnetwork/client/ClientOptions.h>
+#include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/client/CourseListChange.h>
+#include <orvnetwork/client/CourseListState.h>
+#include <orvnetwork/client/CourseRows.h>
 #include <orvnetwork/client/LinkSnapshot.h>
 #include <orvnetwork/client/LinkStatus.h>
 #include <orvnetwork/client/LocalCourses.h>
