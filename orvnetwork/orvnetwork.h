@@ -42,6 +42,8 @@
 #include <orvnetwork/client/SignIn.h>
 #include <orvnetwork/client/Subscribers.h>
 #include <orvnetwork/client/Subscription.h>
+#include <orvnetwork/course/CourseChange.h>
+#include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Record.h>

@@ -48,6 +48,11 @@ QXCourseManager& QXCourseManager::init() {
 void QXCourseManager::refreshRecordCourse(const Course& course) {
   const CatalogueLock lock(*catalogue_);
   catalogue_->keep(course, true);
+  if (course == nullptr) return;
+  const bool isLocal = course->orv_local;
+  const std::int64_t roomID = course->roomID;
+  if (!(isLocal ? catalogue_->local : catalogue_->cloud).contains(courseKey(roomID))) return;
+  catalogue_->tellCourse(isLocal ? CourseListKind::Local : CourseListKind::Recorded, roomID);
 }
 
 void QXCourseManager::refreshRecordCourse_keepFront(const Course& course, bool keepFront) {

@@ -16,6 +16,7 @@
 namespace orv {
 
 struct Catalogue;
+class CourseStore;
 struct PageLoad;
 
 /// The courses of the user who is signed in, and of their classroom: those recorded on this device, those recorded in
@@ -258,6 +259,8 @@ class ORV_EXPORT QXCourseManager final {
   /// @}
 
  private:
+  friend class CourseStore;
+
   QXCourseManager();
   ~QXCourseManager();
 

@@ -26,6 +26,7 @@ void QXCourseManager::addLiveCourse(const Course& course) {
   catalogue_->keepLive(course, key, true);
   catalogue_->live.files().write(key, *course);
   catalogue_->live.saveLists();
+  catalogue_->tellCourse(CourseListKind::Live, course->roomID);
 }
 
 void QXCourseManager::refreshLiveCourse(const Course& course) {
@@ -35,6 +36,7 @@ void QXCourseManager::refreshLiveCourse(const Course& course) {
   if (!catalogue_->live.contains(key, course->status)) return;
   catalogue_->live.store(key, course);
   catalogue_->live.saveLists();
+  catalogue_->tellCourse(CourseListKind::Live, course->roomID);
 }
 
 bool QXCourseManager::deleteLiveCourse(const Course& course) {
@@ -44,6 +46,7 @@ bool QXCourseManager::deleteLiveCourse(const Course& course) {
   catalogue_->liveQueue.remove(key);
   catalogue_->live.remove(key);
   catalogue_->live.saveLists();
+  catalogue_->tellCourse(CourseListKind::Live, course->roomID);
   return true;
 }
 

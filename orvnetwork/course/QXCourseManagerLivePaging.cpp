@@ -191,6 +191,7 @@ void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::arra
       const bool isChanged = before != PageView(catalogue_->live.list(load.status), load.page);
       catalogue_->livePaging.repeats.merged(load.page, load.status, isChanged);
       if (result.writeList) catalogue_->live.saveLists();
+      catalogue_->tell(pageChange({CourseListKind::Live, load.status}, load.page, items));
     }
   }
   if (isMerged) {

@@ -27,6 +27,7 @@ void putInFront(Catalogue& catalogue, const std::string& key, const QXCourseMana
   catalogue.local.store(key, course);
   catalogue.local.saveLists();
   catalogue.keep(course, true);
+  catalogue.tellCourse(CourseListKind::Local, course->roomID);
 }
 
 /// The list is written first: whenever the process ends, no course is listed whose record is gone.
@@ -38,6 +39,7 @@ void removeLocal(Catalogue& catalogue, const std::string& key, const QXCourseMan
     throwAway(course->courseFolder(), catalogue.local.files().folder(), *catalogue.workers.load());
   }
   catalogue.forget(key, true);
+  catalogue.tellCourse(CourseListKind::Local, roomIDOfKey(key));
 }
 
 }  // namespace
@@ -81,6 +83,7 @@ void QXCourseManager::saveLocalCourse(const Course& course) {
   if (catalogue_->local.contains(key)) catalogue_->local.store(key, course);
   catalogue_->local.saveLists();
   catalogue_->keep(course, false);
+  catalogue_->tellCourse(CourseListKind::Local, course->roomID);
 }
 
 void QXCourseManager::deleteLocalCourse(const Course& course) {

@@ -12,6 +12,10 @@ Catalogue& loaded(Catalogue& catalogue) {
   return catalogue;
 }
 
+void tellAll(Catalogue& catalogue, CourseListKind kind) {
+  catalogue.tell({.what = CourseChange::What::All, .list = {kind}});
+}
+
 }  // namespace
 
 bool QXCourseManager::containTest() const {
@@ -46,6 +50,7 @@ void QXCourseManager::setLiveCourseList(const std::vector<Keys>& lists) {
   for (std::size_t status = 0; status < kLiveStatuses; ++status) {
     catalogue.live.list(status).assign(status < lists.size() ? lists[status] : Keys());
   }
+  tellAll(catalogue, CourseListKind::Live);
 }
 
 QXCourseManager::Courses QXCourseManager::cloudCourseDict() const {
@@ -53,18 +58,21 @@ QXCourseManager::Courses QXCourseManager::cloudCourseDict() const {
 }
 void QXCourseManager::setCloudCourseDict(const Courses& courses) {
   loaded(*catalogue_).cloud.memory().assign(courses);
+  tellAll(*catalogue_, CourseListKind::Recorded);
 }
 QXCourseManager::Courses QXCourseManager::localCourseDict() const {
   return loaded(*catalogue_).local.memory().snapshot();
 }
 void QXCourseManager::setLocalCourseDict(const Courses& courses) {
   loaded(*catalogue_).local.memory().assign(courses);
+  tellAll(*catalogue_, CourseListKind::Local);
 }
 QXCourseManager::Courses QXCourseManager::liveCourseDict() const {
   return loaded(*catalogue_).live.memory().snapshot();
 }
 void QXCourseManager::setLiveCourseDict(const Courses& courses) {
   loaded(*catalogue_).live.memory().assign(courses);
+  tellAll(*catalogue_, CourseListKind::Live);
 }
 
 QXCourseManager::Keys QXCourseManager::cloudCourseList() const {
@@ -72,12 +80,14 @@ QXCourseManager::Keys QXCourseManager::cloudCourseList() const {
 }
 void QXCourseManager::setCloudCourseList(const Keys& keys) {
   loaded(*catalogue_).cloud.list().assign(keys);
+  tellAll(*catalogue_, CourseListKind::Recorded);
 }
 QXCourseManager::Keys QXCourseManager::localCourseList() const {
   return loaded(*catalogue_).local.list().snapshot();
 }
 void QXCourseManager::setLocalCourseList(const Keys& keys) {
   loaded(*catalogue_).local.list().assign(keys);
+  tellAll(*catalogue_, CourseListKind::Local);
 }
 QXCourseManager::Keys QXCourseManager::courseQueue() const {
   return loaded(*catalogue_).queue.snapshot();

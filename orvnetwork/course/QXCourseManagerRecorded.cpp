@@ -151,6 +151,7 @@ void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& i
       const bool isChanged = before != PageView(catalogue_->cloud.list(), load.page);
       catalogue_->paging.repeats.merged(load.page, load.status, isChanged);
       if (result.writeList) catalogue_->cloud.saveLists();
+      catalogue_->tell(pageChange({CourseListKind::Recorded}, load.page, items));
       lastPage = result.lastPage;
     }
   }
@@ -182,6 +183,7 @@ bool QXCourseManager::deleteCloudCourse(const Course& course) {
   catalogue_->forget(key, true);
   catalogue_->cloud.remove(key);
   catalogue_->cloud.saveLists();
+  catalogue_->tellCourse(CourseListKind::Recorded, course->roomID);
   return true;
 }
 

@@ -41,6 +41,7 @@ void QXCourseManager::reload() {
     dropped = catalogue.open(baseFolder(user), userID);
     catalogue.currentUserID = userID;
     catalogue.currentClassroomID = classroom;
+    catalogue.tell({.what = CourseChange::What::Opened});
   }
   // Their callbacks are destroyed where they would have been called, with nothing locked.
   if (!dropped.empty()) catalogue.workers.load()->post([left = std::move(dropped)] {});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/course/detail/CourseCollections.h>
 #include <orvnetwork/course/detail/Paging.h>
 #include <orvnetwork/course/detail/RequestList.h>
@@ -10,6 +11,7 @@
 #include <orvnetwork/platform/SerialQueue.h>
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,6 +36,15 @@ struct Catalogue : CourseCollections {
   std::atomic<Executor*> workers = nullptr;
   /// Where replies are merged, in the order in which they came.
   std::shared_ptr<SerialQueue> merges;
+
+  /// Tells those who follow the catalogue; `object` is the `CourseChange`.
+  NotificationCenter news;
+  /// Tells them of a change, for who holds the catalogue.
+  void tell(const CourseChange& change) { news.post("", &change); }
+  /// The same of one course.
+  void tellCourse(CourseListKind kind, std::int64_t roomID) {
+    tell({.what = CourseChange::What::Course, .list = {kind}, .roomID = roomID});
+  }
 
   /// Keeps an observer registered for good.
   void observe(ObserverToken token);

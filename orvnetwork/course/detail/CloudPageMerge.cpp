@@ -11,14 +11,6 @@ namespace orv {
 
 namespace {
 
-bool isListed(const json::object& course) {
-  const std::int64_t status = looseInt64(member(course, "status"));
-  const std::int64_t published = looseInt64(member(course, "publishStatus"));
-  const bool isPublished =
-      published == publish_status::kPublished || published == publish_status::kConverting;
-  return status != course_status::kWithdrawn && (status != course_status::kRecorded || isPublished);
-}
-
 /// Where a new course belongs that is expected at an index of the list.
 std::size_t placeByRoom(const KeyList& list, std::size_t expected, std::int64_t roomID) {
   if (list.roomIDAt(expected) > roomID) {
@@ -43,13 +35,21 @@ std::int64_t insertNew(KeyList& list, const PageItems& items, std::size_t item, 
 
 }  // namespace
 
+bool isListedInCloud(const json::object& item) {
+  const std::int64_t status = looseInt64(member(item, "status"));
+  const std::int64_t published = looseInt64(member(item, "publishStatus"));
+  const bool isPublished =
+      published == publish_status::kPublished || published == publish_status::kConverting;
+  return status != course_status::kWithdrawn && (status != course_status::kRecorded || isPublished);
+}
+
 PageMergeResult mergeCloudPage(KeyList& list, OptionalString& cursor, std::int64_t page,
                                const json::array& data, CloudMergeEffects& effects) {
   const PageItems items(page, data);
   PagePass pass(list, cursor, page, effects);
   for (std::size_t item = 0; item < items.size(); ++item) {
     const json::object* course = items.course(item);
-    if (course == nullptr || !isListed(*course)) continue;
+    if (course == nullptr || !isListedInCloud(*course)) continue;
     const std::string key = items.key(item);
     const std::size_t known = list.indexOf(key, pass.hint());
     const bool isKnown = known != KeyList::npos;

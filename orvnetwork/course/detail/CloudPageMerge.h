@@ -18,12 +18,15 @@ class CloudMergeEffects : public DroppedCourses {
   ~CloudMergeEffects() = default;
 };
 
+/// Whether an item of the server's list stands in the list of recorded courses: items with status 4, and those with
+/// status 5 that are not published (1 or 3), do not.
+bool isListedInCloud(const json::object& item);
+
 /// Merges a page of recorded courses into their list: puts new keys where the order of room identifiers wants
 /// them, drops what the server passed over since the course that it listed before, and cuts off what lies
 /// behind the last page. An empty page empties the list, which is not written then.
 ///
-/// Items with status 4, and those with status 5 that are not published (1 or 3), are passed over, and so is
-/// what is no dictionary.
+/// Items that are not listed (`isListedInCloud`) are passed over, and so is what is no dictionary.
 ///
 /// A new key whose place in all pages lies behind the end of the list is appended. When that place is one too
 /// far, as behind an item that was passed over, the key counts as one of the entries in front of its place

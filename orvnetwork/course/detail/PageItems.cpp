@@ -3,6 +3,7 @@
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/data/JsonEquality.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace orv {
@@ -14,6 +15,17 @@ const json::value* roomOf(const json::value& item) {
 }
 
 }  // namespace
+
+CourseChange pageChange(const CourseListName& list, std::int64_t page, const json::array& items) {
+  const PageItems read(page, items);
+  CourseChange change{.what = CourseChange::What::Page, .list = list};
+  change.first =
+      static_cast<std::size_t>(read.empty() ? 0 : (std::max<std::int64_t>(page, 1) - 1) * kCoursePageSize);
+  for (std::size_t index = 0; index < read.size(); ++index) {
+    if (read.course(index) != nullptr) change.rooms.push_back(read.roomID(index));
+  }
+  return change;
+}
 
 PageItems::PageItems(std::int64_t page, const json::array& items)
     : page_(page < 1 ? 1 : page), items_(items) {

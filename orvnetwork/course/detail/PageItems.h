@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/data/Types.h>
 
 #include <vector>
@@ -8,6 +9,9 @@ namespace orv {
 
 /// How many courses a page holds; one with fewer is the last one.
 inline constexpr std::int64_t kCoursePageSize = 30;
+
+/// What tells those who follow a list that a page of it was merged. `page` counts from 1.
+CourseChange pageChange(const CourseListName& list, std::int64_t page, const json::array& items);
 
 /// The items of one page that a server sent, whatever they are. Refers to the array.
 class PageItems {

@@ -1,0 +1,123 @@
+// What happens outside, and what a list makes of it.
+
+#include <orvnetwork/client/detail/CourseListCore.h>
+#include <orvnetwork/course/CourseStore.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include <cstddef>
+#include <utility>
+
+namespace orv::detail {
+
+namespace {
+
+/// How soon a list is refreshed that somebody else's pages do not fit to.
+constexpr Seconds kAfterForeignPage{1};
+/// After the link is up, lists that are looked at are refreshed within this, and others within the next such span.
+constexpr double kSpread = 1;
+constexpr std::uint32_t kSteps = 1000;
+
+/// Whether what was listed at these places is what the pages have there.
+bool fits(const CoursePages& pages, bool isWhole, const CourseChange& change) {
+  std::vector<std::int64_t> held;
+  for (const CoursePagePointer& page : pages) {
+    for (const auto& item : page->items) held.push_back(item.roomID);
+  }
+  for (std::size_t index = 0; index < change.rooms.size(); ++index) {
+    const std::size_t place = change.first + index;
+    if (place < held.size() ? held[place] != change.rooms[index] : isWhole) return false;
+  }
+  // A page without courses has cleared what is stored.
+  return !change.rooms.empty();
+}
+
+}  // namespace
+
+void CourseListCore::catalogueChanged() {
+  for (const CourseChange& change : inbox_->take()) noteChange(change);
+  work();
+}
+
+void CourseListCore::noteChange(const CourseChange& change) {
+  if (change.what == CourseChange::What::Opened) return anotherCatalogue();
+  if (change.list.kind != list_.kind) return;
+  switch (change.what) {
+    case CourseChange::What::Course:
+      return touch(change.roomID);
+    case CourseChange::What::Page:
+      return notePage(change);
+    case CourseChange::What::All:
+    case CourseChange::What::Opened:
+      break;
+  }
+  if (isFromServer_) return refreshIn(kAfterForeignPage);
+  needsStored_ = needsAllStored_ = true;
+}
+
+void CourseListCore::notePage(const CourseChange& change) {
+  if (change.by == this) return;
+  const bool isOurs = change.list == list_;
+  if (!isFromServer_) {
+    // What is stored has changed, and live courses leave one list for another.
+    needsStored_ = true;
+    for (const std::int64_t roomID : change.rooms) touch(roomID);
+    return;
+  }
+  if (isOurs && !fits(pages_, isWhole_, change)) return refreshIn(kAfterForeignPage);
+  for (const std::int64_t roomID : change.rooms) {
+    if (shown_->indexOf(roomID)) touch(roomID);
+  }
+}
+
+void CourseListCore::touch(std::int64_t roomID) {
+  touched_.insert(roomID);
+  if (pass_ || read_) touchedSincePass_.insert(roomID);
+}
+
+void CourseListCore::anotherCatalogue() {
+  const bool wasLoading = stateNow().phase == CourseListPhase::Loading;
+  ++generation_;
+  committing_ = Commit::None;
+  pass_.reset();
+  read_.reset();
+  ready_.reset();
+  disposeOf(std::exchange(pages_, {}));
+  isFromServer_ = isWhole_ = false;
+  error_.reset();
+  wants_ = failed_ = {};
+  if (later_) later_->invalidate();
+  later_.reset();
+  touched_.clear();
+  touchedSincePass_.clear();
+  isClearing_ = needsStored_ = needsAllStored_ = true;
+  if (isLocal() || !isUsed_) return;
+  std::optional<CourseListError> nobody = CoursePageReader::whyNobody();
+  if (!nobody) {
+    wants_.refresh = true;
+  } else if (wasLoading) {
+    error_ = std::move(nobody);
+  }
+}
+
+void CourseListCore::linkIsUp() {
+  if (!isUsed_) return;
+  // What was asked for on the link before is not answered any more.
+  if (pass_) wants_.add(passWants_);
+  pass_.reset();
+  const double within = kSpread * static_cast<double>(Platform::current().random() % kSteps) / kSteps;
+  refreshIn(Seconds(isVisible() ? within : kSpread + within));
+}
+
+void CourseListCore::refreshIn(Seconds delay) {
+  if (later_ || !isUsed_ || !QXWebSocketMgr::standard().isOpen()) return;
+  later_ = Timer::schedule(delay, false, [this] {
+    later_.reset();
+    error_.reset();
+    wants_.refresh = true;
+    wants_.add(std::exchange(failed_, {}));
+    work();
+  });
+}
+
+}  // namespace orv::detail

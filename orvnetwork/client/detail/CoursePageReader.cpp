@@ -1,0 +1,145 @@
+#include "orvnetwork/client/detail/CoursePageReader.h"
+
+#include <orvnetwork/client/Ask.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include <string>
+#include <utility>
+
+namespace orv::detail {
+
+namespace {
+
+constexpr int kAttempts = 3;
+constexpr auto kCount = static_cast<std::int64_t>(kCoursesAPage);
+/// Longer than a request waits for its reply.
+constexpr Seconds kPatience{12};
+constexpr std::int64_t kRecordedType = 2;
+
+Pending<Reply> askForPage(const CourseListName& list, std::int64_t page, const OrvUserInfoModel& user) {
+  const OptionalString classroom = user.classroom;
+  const std::int64_t uID = int64FromText(user.uID.get().value_or(""));
+  if (list.kind == CourseListKind::Recorded) {
+    return ask<
+        &QXAPIHelper::
+            filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock>(
+        classroom.value_or(""), kRecordedType, page, kCount, false, uID, std::nullopt, std::nullopt,
+        std::nullopt);
+  }
+  return ask<
+      &QXAPIHelper::
+          getMyCourseWithStart_limit_classroomID_uID_containTest_courseStatus_completeBlock_timeoutBlock>(
+      page, kCount, int64FromText(classroom.value_or("")), uID, QXCourseManager::getInstance().containTest(),
+      static_cast<std::int64_t>(list.status));
+}
+
+/// The courses of a reply; null when it has none. A server without live courses may leave them out.
+const json::array* itemsOf(const CourseListName& list, const json::object& frame) {
+  static const json::array none;
+  const json::value* const data = member(looseObject(member(frame, "v")), "data");
+  if (const json::array* const items = looseArray(data)) return items;
+  const bool isAbsent = data == nullptr || data->is_null();
+  return isAbsent && list.kind == CourseListKind::Live ? &none : nullptr;
+}
+
+}  // namespace
+
+CoursePageReader::CoursePageReader(CourseListName list, std::shared_ptr<Executor> worker)
+    : list_(list), worker_(std::move(worker)) {}
+
+std::optional<CourseListError> CoursePageReader::whyNobody() {
+  const auto user = QXUserInfoMgr::getInstance().userInfo();
+  if (user == nullptr) return CourseListError{CourseListErrorKind::NoUser, "nobody is signed in"};
+  if (int64FromText(user->classroom.get().value_or("")) != 0) return std::nullopt;
+  return CourseListError{CourseListErrorKind::NoClassroom, "the user has no classroom, and so no courses"};
+}
+
+void CoursePageReader::read(std::size_t page, CourseRowsPointer base, Callback callback) {
+  cancel();
+  page_ = page;
+  base_ = std::move(base);
+  callback_ = std::move(callback);
+  attemptsLeft_ = kAttempts;
+  ask();
+}
+
+void CoursePageReader::cancel() {
+  ++reading_;
+  asked_ = PendingCallback();
+  callback_ = nullptr;
+  base_ = nullptr;
+}
+
+void CoursePageReader::ask() {
+  const auto user = QXUserInfoMgr::getInstance().userInfo();
+  if (auto error = whyNobody(); error || user == nullptr) {
+    MainQueue::instance().post([weak = weak_from_this(), reading = reading_, error = std::move(error)] {
+      if (const auto reader = weak.lock()) reader->finish(reading, nullptr, error);
+    });
+    return;
+  }
+  if (list_.kind == CourseListKind::Live && (list_.status < 1 || list_.status > 3)) {
+    MainQueue::instance().post([weak = weak_from_this(), reading = reading_] {
+      CourseListError error{CourseListErrorKind::Refused, "live courses of this status are not listed"};
+      if (const auto reader = weak.lock()) reader->finish(reading, nullptr, std::move(error));
+    });
+    return;
+  }
+  --attemptsLeft_;
+  askedAt_ = Platform::current().clock().steadyNow();
+  asked_ = askForPage(list_, static_cast<std::int64_t>(page_), *user)
+               .deadline(kPatience)
+               .then([this](const Reply& reply) { answered(reply); });
+}
+
+void CoursePageReader::answered(const Reply& reply) {
+  switch (reply.outcome()) {
+    case ReplyOutcome::Succeeded:
+      break;
+    case ReplyOutcome::Refused:
+      return fail(CourseListErrorKind::Refused,
+                  reply.text().empty() ? std::string_view("the server refused") : reply.text());
+    case ReplyOutcome::NoLink:
+      return fail(CourseListErrorKind::NoLink, reply.text());
+    case ReplyOutcome::TimedOut:
+    case ReplyOutcome::Cancelled:
+      if (Platform::current().clock().steadyNow() - askedAt_ >= kPatience) {
+        return fail(CourseListErrorKind::NoSession, "the server waits for a session");
+      }
+      if (!QXWebSocketMgr::standard().isOpen()) {
+        return fail(CourseListErrorKind::NoLink, reply.text().empty() ? "the link was lost" : reply.text());
+      }
+      if (attemptsLeft_ > 0) return ask();
+      return fail(CourseListErrorKind::TimedOut, "the server does not answer");
+  }
+  if (itemsOf(list_, *reply.frame()) == nullptr) {
+    return fail(CourseListErrorKind::Refused, "the server's answer holds no courses");
+  }
+  worker_->post(
+      [weak = weak_from_this(), list = list_, frame = reply.frame(), base = base_, reading = reading_] {
+        CoursePagePointer page = makePage(list, *itemsOf(list, *frame), *base);
+        MainQueue::instance().post([weak, reading, page = std::move(page)] {
+          if (const auto reader = weak.lock()) reader->finish(reading, page, std::nullopt);
+        });
+      });
+}
+
+void CoursePageReader::fail(CourseListErrorKind kind, std::string_view text) {
+  finish(reading_, nullptr, CourseListError{kind, std::string(text)});
+}
+
+void CoursePageReader::finish(std::uint64_t reading, CoursePagePointer page,
+                              std::optional<CourseListError> error) {
+  if (reading != reading_ || !callback_) return;
+  const auto kept = shared_from_this();
+  base_ = nullptr;
+  const Callback callback = std::exchange(callback_, nullptr);
+  callback(std::move(page), std::move(error));
+}
+
+}  // namespace orv::detail

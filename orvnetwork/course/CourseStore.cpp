@@ -1,0 +1,166 @@
+#include "orvnetwork/course/CourseStore.h"
+
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CloudPageMerge.h>
+#include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/data/LooseRead.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <unordered_set>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+/// How many records are written while the catalogue is held once.
+constexpr std::size_t kAtATime = 8;
+
+Collection& collectionOf(Catalogue& catalogue, CourseListKind kind) {
+  switch (kind) {
+    case CourseListKind::Local:
+      return catalogue.local;
+    case CourseListKind::Recorded:
+      return catalogue.cloud;
+    case CourseListKind::Live:
+      break;
+  }
+  return catalogue.live;
+}
+
+// The caller of these holds the catalogue.
+
+void write(Collection& collection, const OrvCourseModel& course) {
+  const std::string key = courseKey(course.roomID);
+  if (const Collection::Course cached = collection.memory().find(key)) copyAllFields(course, *cached);
+  collection.files().write(key, course);
+}
+
+void drop(Catalogue& catalogue, CourseListKind kind, const std::string& key) {
+  Collection& collection = collectionOf(catalogue, kind);
+  const bool isListed =
+      std::ranges::any_of(collection.lists(), [&](const KeyList& list) { return list.contains(key); });
+  if (isListed) return;
+  if (kind == CourseListKind::Live) {
+    catalogue.liveQueue.remove(key);
+  } else {
+    catalogue.forget(key, false);
+  }
+  collection.drop(key);
+}
+
+struct NewList {
+  std::vector<std::string> keys, dropped;
+};
+
+/// The list that begins with the keys of `courses`, and what leaves it.
+NewList newList(std::vector<std::string> old, const std::vector<CourseStore::Read>& courses, bool isWhole) {
+  NewList result;
+  std::unordered_set<std::string> here;
+  for (const auto& read : courses) {
+    std::string key = courseKey(read.roomID);
+    if (read.course != nullptr && here.insert(key).second) result.keys.push_back(std::move(key));
+  }
+  const auto isHere = [&here](const std::string& key) { return here.contains(key); };
+  auto tail = isWhole ? old.end() : std::find_if(old.rbegin(), old.rend(), isHere).base();
+  for (auto key = old.begin(); key != old.end(); ++key) {
+    if (isHere(*key)) continue;
+    (key < tail ? result.dropped : result.keys).push_back(std::move(*key));
+  }
+  return result;
+}
+
+}  // namespace
+
+CourseStore& CourseStore::getInstance() {
+  static auto& store = *new CourseStore(*QXCourseManager::getInstance().catalogue_);
+  return store;
+}
+
+std::uint64_t CourseStore::opened() const {
+  return catalogue_.opened();
+}
+
+bool CourseStore::belongsTo(std::int64_t userID, const OptionalString& classroom) const {
+  return catalogue_.currentUserID == userID && catalogue_.currentClassroomID.get() == classroom;
+}
+
+ObserverToken CourseStore::observe(std::function<void(const CourseChange&)> callback) {
+  return catalogue_.news.observe(std::nullopt, [callback = std::move(callback)](const Notification& posted) {
+    callback(*static_cast<const CourseChange*>(posted.object));
+  });
+}
+
+CourseStore::Listed CourseStore::listed(const CourseListName& list) const {
+  const CatalogueLock lock(catalogue_);
+  Listed listed{.opened = catalogue_.opened()};
+  const auto lists = collectionOf(catalogue_, list.kind).lists();
+  if (list.status < lists.size()) listed.keys = lists[list.status].snapshot();
+  return listed;
+}
+
+CourseStore::Copy CourseStore::copyOf(const CourseListName& list, const std::string& key) const {
+  const CatalogueLock lock(catalogue_);
+  const Collection::Course course = collectionOf(catalogue_, list.kind).find(key);
+  return course != nullptr ? course->copyWithZone() : nullptr;
+}
+
+CourseStore::Read CourseStore::read(const CourseListName& list, const json::object& item) const {
+  Read read{.roomID = looseInt64(member(item, "roomID"))};
+  if (read.roomID <= 0 || (list.kind == CourseListKind::Recorded && !isListedInCloud(item))) return read;
+  const Copy known = copyOf(list, courseKey(read.roomID));
+  const std::shared_ptr<OrvCourseModel> course =
+      known != nullptr ? known->copyWithZone() : std::make_shared<OrvCourseModel>();
+  course->merge(item);
+  read.isNews = known == nullptr || !allFieldsEqual(*known, *course);
+  read.course = course;
+  return read;
+}
+
+bool CourseStore::takeOver(const CourseListName& list, std::uint64_t opened, const std::vector<Read>& courses,
+                           bool isWhole, const void* by) {
+  Collection& collection = collectionOf(catalogue_, list.kind);
+  if (list.kind == CourseListKind::Local || list.status >= collection.lists().size()) return false;
+  // Records first: whenever the process ends, no course is listed whose record is missing.
+  for (auto next = courses.begin(); next != courses.end();) {
+    const CatalogueLock lock(catalogue_);
+    if (catalogue_.opened() != opened) return false;
+    for (std::size_t written = 0; next != courses.end() && written < kAtATime; ++next) {
+      if (next->course == nullptr || !next->isNews) continue;
+      write(collection, *next->course);
+      ++written;
+    }
+  }
+  NewList changed;
+  {
+    const CatalogueLock lock(catalogue_);
+    if (catalogue_.opened() != opened) return false;
+    KeyList& keys = collection.list(list.status);
+    const std::vector<std::string> old = keys.snapshot();
+    changed = newList(old, courses, isWhole);
+    bool isChanged = changed.keys != old;
+    for (KeyList& other : collection.lists()) {
+      if (&other == &keys) continue;
+      for (const Read& read : courses) isChanged = other.remove(courseKey(read.roomID)) || isChanged;
+    }
+    keys.assign(changed.keys);
+    if (isChanged) collection.saveLists();
+    CourseChange change{.what = CourseChange::What::Page, .list = list, .by = by};
+    for (const Read& read : courses) change.rooms.push_back(read.roomID);
+    catalogue_.tell(change);
+  }
+  for (std::span<const std::string> left(changed.dropped); !left.empty();) {
+    const auto some = left.first(std::min(left.size(), kAtATime));
+    left = left.subspan(some.size());
+    const CatalogueLock lock(catalogue_);
+    if (catalogue_.opened() != opened) return false;
+    for (const std::string& key : some) drop(catalogue_, list.kind, key);
+  }
+  return true;
+}
+
+}  // namespace orv
