@@ -135,10 +135,11 @@ void LinkSupervisor::planAttempt() {
 void LinkSupervisor::act() {
   const LinkReading reading = actions_.read();
   if (isAsSeen(reading)) {
+    const Sight acted = sight_;
     ++attempts_;
     actions_.attempt();
-    // Another thread may have been quicker, without an attempt that shows yet.
-    if (isAsSeen(actions_.read())) planAttempt();
+    // An attempt is a new sight; without one it came too soon.
+    if (sight_ == acted) planAttempt();
   } else {
     follow(reading);
   }
