@@ -32,9 +32,14 @@ void setUp(const ClientOptions& options) {
 
 /// What a client consists of, in the order in which it is made. Each follows the layers below from then on.
 struct Client::Parts {
-  explicit Parts(const ClientOptions& options) : link(options.supervised) {}
+  explicit Parts(const ClientOptions& options)
+      : link(options.supervised),
+        // The session learns of every loss of the link, those without a notification too.
+        followsLink(link.onChanged([this](const LinkChange&) { session.linkChanged(); })) {}
 
   LinkStatus link;
+  SessionStatus session;
+  Subscription followsLink;
 };
 
 Result<std::unique_ptr<Client>> Client::start(ClientOptions options) {
@@ -68,6 +73,10 @@ Client::~Client() {
 
 LinkStatus& Client::link() {
   return parts_->link;
+}
+
+SessionStatus& Client::session() {
+  return parts_->session;
 }
 
 }  // namespace orv

@@ -3,6 +3,7 @@
 #include <orvnetwork/client/ClientError.h>
 #include <orvnetwork/client/ClientOptions.h>
 #include <orvnetwork/client/LinkStatus.h>
+#include <orvnetwork/client/SessionStatus.h>
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/data/Result.h>
 
@@ -46,6 +47,8 @@ class ORV_EXPORT Client {
 
   /// The link to the server.
   LinkStatus& link();
+  /// Who is signed in, and whether the server still says so.
+  SessionStatus& session();
 
   /// What it was started with, the identifier of the installation included.
   const ClientOptions& options() const { return options_; }

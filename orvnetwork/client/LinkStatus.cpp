@@ -25,6 +25,11 @@ Subscription LinkStatus::onChanged(Callback changed) {
   return tracker_->add(std::move(changed));
 }
 
+Pending<> LinkStatus::whenUp() {
+  detail::expectMainThread("LinkStatus::whenUp");
+  return tracker_->whenUp();
+}
+
 void LinkStatus::tryNow() {
   detail::expectMainThread("LinkStatus::tryNow");
   tracker_->tryNow();

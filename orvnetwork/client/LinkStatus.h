@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/client/LinkSnapshot.h>
+#include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/data/Export.h>
 
@@ -59,6 +60,15 @@ class ORV_EXPORT LinkStatus {
   /// other are never the same otherwise.
   /// @return keeps the callback; destroying it, from inside the callback too, ends it for good
   [[nodiscard]] Subscription onChanged(Callback changed);
+
+  /// Waits for the link to be up; where it is up already the answer comes in the next turn. Give it a `deadline` where
+  /// somebody looks on, since it waits as long as there is no link.
+  ///
+  ///     auto up = client.link().whenUp().deadline(orv::Seconds(10));
+  ///     if (co_await up != orv::PendingEnd::Finished) co_return show(client.link().sentence());
+  ///
+  /// By the time of the answer the link may be lost again: then a request says so.
+  [[nodiscard]] Pending<> whenUp();
 
   /// Makes one attempt now, as when a person does not want to wait; it changes nothing of the waits that follow when it
   /// fails. An attempt that is under way for 1.5 s or longer is given up for it. Within 1.5 s of the last one it waits until

@@ -68,6 +68,7 @@ void LinkTracker::update() {
   attempts_ = reading.attempts;
   failures_ = reading.failures;
   if (next == present_) return;
+  if (next.isUp()) answerThoseWhoWait();
   LinkChange change{std::exchange(present_, next), std::move(next)};
   subscribers_.tell(std::move(change));
 }
@@ -126,6 +127,22 @@ void LinkTracker::attempt(LinkStarter starter) {
   starting_ = starter;
   QXWebSocketMgr::standard().reconnect();
   starting_ = LinkStarter::Link;
+}
+
+Pending<> LinkTracker::whenUp() {
+  std::erase_if(waiting_, [](const PendingSource<>& source) { return !source.isWanted(); });
+  PendingSource<> source;
+  Pending<> pending = source.pending();
+  if (isUp()) {
+    source.answer(PendingEnd::Finished);
+  } else {
+    waiting_.push_back(std::move(source));
+  }
+  return pending;
+}
+
+void LinkTracker::answerThoseWhoWait() {
+  for (PendingSource<>& source : std::exchange(waiting_, {})) source.answer(PendingEnd::Finished);
 }
 
 void LinkTracker::tryNow() {

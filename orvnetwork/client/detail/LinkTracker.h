@@ -1,6 +1,8 @@
 #pragma once
 
 #include <orvnetwork/client/LinkSnapshot.h>
+#include <orvnetwork/client/Pending.h>
+#include <orvnetwork/client/PendingSource.h>
 #include <orvnetwork/client/Subscribers.h>
 #include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/client/detail/LinkSupervisor.h>
@@ -12,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace orv {
 
@@ -27,12 +30,14 @@ class LinkTracker {
   /// Whether the link can be used, by the link itself and by what the supervisor has noted.
   bool isUp() const;
   Subscription add(std::function<void(const LinkChange&)> changed);
+  Pending<> whenUp();
   void tryNow();
 
  private:
   static LinkReading read(bool wasWanted);
   LinkReading read() const { return read(wasWanted_); }
   void update();
+  void answerThoseWhoWait();
   void attempt(LinkStarter starter);
   void waitToTry(Seconds span);
 
@@ -44,6 +49,7 @@ class LinkTracker {
 
   LinkSupervisor supervisor_;
   Subscribers<LinkChange> subscribers_;
+  std::vector<PendingSource<>> waiting_;  ///< for the link to be up
   LinkSnapshot present_;
   /// Whether a link was asked for since the beginning: before that nobody can have closed it on purpose.
   bool wasWanted_ = false;
