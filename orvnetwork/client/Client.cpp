@@ -54,13 +54,14 @@ Result<std::unique_ptr<Client>> Client::start(ClientOptions options) {
   if (auto error = errorInOptions(options)) return std::move(*error);
   if (auto error = moveIn(options)) return std::move(*error);
   if (!options.installation) options.installation = installationIn(options.installationFile);
+  // From here on: what is set up posts notifications, and an observer may want to start one.
+  isThereOne = true;
   setUp(options);
   return std::unique_ptr<Client>(new Client(std::move(options)));
 }
 
 Client::Client(ClientOptions options)
     : options_(std::move(options)), parts_(std::make_unique<Parts>(options_)) {
-  isThereOne = true;
   QXWebSocketMgr::standard().watchNetworkStatus();
 }
 

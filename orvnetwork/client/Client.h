@@ -24,9 +24,8 @@ namespace orv {
 ///     orv::MainQueue::instance().run();
 ///
 /// There is one in a process at a time. While it lives the link is kept up and the network is watched; the user who is
-/// stored is taken over. Destroying it closes the link for good: no report of the network and no timer opens it
-/// again, and nothing of its parts calls back any more. Then another one can be started, in the same home. A host that goes on
-/// to use the layers below by itself opens the link again with the next request.
+/// stored is taken over. Destroying it closes the link for good: no report of the network, no timer and no request opens
+/// it again, and nothing of its parts calls back any more. Then another one can be started, in the same home.
 ///
 /// Everything in it belongs to the main thread, for which it claims the thread that starts the first one.
 class ORV_EXPORT Client {

@@ -97,7 +97,8 @@ void QXWebSocketMgr::startKeepAlive() {
 
 void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMessage message) {
   if (!isCurrent(socket)) return;
-  messages_.fetch_add(1, std::memory_order_relaxed);
+  // Counted on this thread alone.
+  messages_.store(messages_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   auto frame = frameOf(message);
   if (frame->isFrame()) {
     dispatch(std::move(frame), std::move(message.share));

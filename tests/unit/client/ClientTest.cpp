@@ -119,6 +119,20 @@ TEST_F(ClientStart, RefusesASecondOne) {
   EXPECT_TRUE(link().isUp()) << "the first one takes no notice";
 }
 
+TEST_F(ClientStart, RefusesASecondOneAlsoWhileTheFirstIsBeingStarted) {
+  platform.files().put("/home/user/Documents/userInfo/userInfo.plist",
+                       "<?xml version=\"1.0\"?><plist "
+                       "version=\"1.0\"><dict><key>token</key><string>t1</string></dict></plist>");
+  std::string inside = "nothing";
+  const auto token = NotificationCenter::defaultCenter().observe(
+      std::string(QXNotificationDidChangeUserInfo),
+      [&](const Notification&) { inside = refusalOf(options()); });
+  start();
+  EXPECT_EQ(inside, "there is a client in this process already");
+  settle();
+  EXPECT_TRUE(link().isUp());
+}
+
 TEST_F(ClientStart, WorksInTheHomeThatWasChosen) {
   auto with = keptInFile();
   with.home = "/srv/kiosk//3/";
