@@ -1,40 +1,30 @@
-// The smallest host: connect, send one request, print the answer.
+// The smallest host: open the link, ask one thing, print the answer.
 //
 //   minimal ws://127.0.0.1:PORT
 
 #include <orvnetwork/orvnetwork.h>
 
-#include <boost/json/serialize.hpp>
-
 #include <iostream>
-#include <string>
+
+constexpr auto& ask = orv::ask<&orv::QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock>;
+
+orv::Pending<> greet(orv::Client& client) {
+  auto up = client.link().whenUp();
+  co_await up;
+  auto asked = ask("Dev.Echo", orv::json::object{{"hello", "classroom"}});
+  const orv::Reply reply = co_await asked;
+  if (reply) std::cout << "answer: " << *reply.data() << std::endl;
+  if (!reply) std::cout << reply.sentence() << std::endl;
+  orv::MainQueue::instance().stop();
+}
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::cerr << "usage: minimal URL\n";
-    return 1;
-  }
-  auto& main = orv::MainQueue::instance();
-  auto& link = orv::QXWebSocketMgr::standard();
-  link.setApiServerUrl(argv[1]);
-  link.setGlobalUUID("minimal-host");
-  link.setAppVersion("1.0");
-  link.setAppBuildVersion("1");
-
-  const auto opened = orv::NotificationCenter::defaultCenter().observe(
-      std::string(orv::QXNotificationDidOpen), [&](const orv::Notification&) {
-        orv::QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock(
-            "Dev.Echo", orv::json::object{{"hello", "classroom"}},
-            [&](const auto&, bool success, const orv::json::object& reply) {
-              std::cout << (success ? "answer: " : "refused: ") << orv::json::value(reply) << std::endl;
-              main.stop();
-            },
-            [&](const auto&) {
-              std::cout << "no answer" << std::endl;
-              main.stop();
-            });
-      });
-  link.watchNetworkStatus();  // the first report of a reachable network opens the link
-  main.run();
-  return 0;
+  orv::ClientOptions options;
+  options.server = argc > 1 ? argv[1] : "";
+  options.version = "1.0";
+  options.build = "1";
+  const auto client = orv::Client::start(options);
+  if (!client) return std::cerr << client.error().description << '\n', 1;
+  const auto greeting = greet(**client);
+  orv::MainQueue::instance().run();
 }

@@ -5,17 +5,16 @@
 
 #include <orvnetwork/orvnetwork.h>
 
-#include <boost/json/serialize.hpp>
-
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <iostream>
 #include <mutex>
-#include <string>
 
 namespace {
+
+constexpr auto& ask = orv::ask<&orv::QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock>;
 
 class ToolkitLoop {
  public:
@@ -66,22 +65,19 @@ int main(int argc, char** argv) {
   main.claim();
   main.setWaker([&loop] { loop.invokeLater([] { orv::MainQueue::instance().drain(); }); });
 
-  auto& link = orv::QXWebSocketMgr::standard();
-  link.setApiServerUrl(argv[1]);
-  link.setGlobalUUID("waker-host");
-  link.setAppVersion("1.0");
-  link.setAppBuildVersion("1");
-  const auto opened = orv::NotificationCenter::defaultCenter().observe(
-      std::string(orv::QXNotificationDidOpen), [&](const orv::Notification&) {
-        orv::QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock(
-            "Dev.Echo", orv::json::object{{"hello", "classroom"}},
-            [&](const auto&, bool success, const orv::json::object& reply) {
-              std::cout << "echo: " << orv::json::value(reply) << std::endl;
-              loop.quit(success ? 0 : 2);
-            },
-            [&](const auto&) { loop.quit(3); });
-      });
-  link.watchNetworkStatus();
+  orv::ClientOptions options;
+  options.server = argv[1];
+  options.version = "1.0";
+  options.build = "1";
+  const auto client = orv::Client::start(options);
+  if (!client) return std::cerr << client.error().description << '\n', 1;
+  orv::PendingCallback asking;
+  const auto waiting = (*client)->link().whenUp().then([&](orv::PendingEnd) {
+    asking = ask("Dev.Echo", orv::json::object{{"hello", "classroom"}}).then([&](const orv::Reply& reply) {
+      if (reply) std::cout << "echo: " << *reply.data() << std::endl;
+      loop.quit(reply ? 0 : 2);
+    });
+  });
 
   const int exitCode = loop.exec();
   main.setWaker(nullptr);  // the loop is about to go

@@ -42,26 +42,25 @@ class ExampleHosts : public testing::Test {
   DevServer server;
 };
 
-const json::object kEchoed{{"ret", 0},
-                           {"data", {{"command", "Dev.Echo"}, {"values", {{"hello", "classroom"}}}}}};
+const json::object kEchoed{{"command", "Dev.Echo"}, {"values", {{"hello", "classroom"}}}};
 
 TEST_F(ExampleHosts, MinimalPrintsItsAnswer) {
   const ChildResult result = run(ORV_EXAMPLE_MINIMAL, {server.url()});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
-  EXPECT_EQ(replyAfter("answer: ", result.output).at("v").as_object(), kEchoed);
+  EXPECT_EQ(replyAfter("answer: ", result.output), kEchoed);
 }
 
 TEST_F(ExampleHosts, MinimalTellsARefusal) {
   server.faults().failRequests(77, "not today");
   const ChildResult result = run(ORV_EXAMPLE_MINIMAL, {server.url()});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(replyAfter("refused: ", result.output).at("v").at("ret").as_int64(), 77);
+  EXPECT_EQ(result.output, "Dev.Echo was refused with code 77: not today\n");
 }
 
 TEST_F(ExampleHosts, WakerHostPrintsItsEcho) {
   const ChildResult result = run(ORV_EXAMPLE_WAKER_HOST, {server.url()});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
-  EXPECT_EQ(replyAfter("echo: ", result.output).at("v").as_object(), kEchoed);
+  EXPECT_EQ(replyAfter("echo: ", result.output), kEchoed);
 }
 
 TEST_F(ExampleHosts, WakerHostEndsWith2WhenItIsRefused) {
@@ -69,20 +68,51 @@ TEST_F(ExampleHosts, WakerHostEndsWith2WhenItIsRefused) {
   EXPECT_EQ(run(ORV_EXAMPLE_WAKER_HOST, {server.url()}).exitCode, 2);
 }
 
-TEST_F(ExampleHosts, PollHostLogsIn) {
+TEST_F(ExampleHosts, PollHostSignsIn) {
   ChildProgram program(ORV_EXAMPLE_POLL_HOST, {server.url(), "13800000001", "classroom"});
   const ChildResult result = program.wait();
   EXPECT_EQ(result.exitCode, 0) << result.errors;
-  const json::object reply = replyAfter("logged in: ", result.output);
-  EXPECT_EQ(reply.at("C").as_string(), "User.Post.Login");
-  EXPECT_EQ(reply.at("v").at("data").at("phone").as_string(), "13800000001");
+  EXPECT_EQ(result.output, "signed in: 林老师\n");
 }
 
 TEST_F(ExampleHosts, PollHostEndsWith2AtAWrongPassword) {
   ChildProgram program(ORV_EXAMPLE_POLL_HOST, {server.url(), "13800000001", "not it"});
   const ChildResult result = program.wait();
   EXPECT_EQ(result.exitCode, 2);
-  EXPECT_NE(replyAfter("refused: ", result.output).at("v").at("ret").as_int64(), 0);
+  EXPECT_TRUE(result.output.starts_with("Refused: ")) << result.output;
+}
+
+TEST_F(ExampleHosts, CoroutinesTellsOfTheFirstFiveCoursesToCome) {
+  ChildProgram program(ORV_EXAMPLE_COROUTINES, {server.url(), "13800000001", "classroom"});
+  const ChildResult result = program.wait();
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 5) << result.output;
+  EXPECT_NE(result.output.find("林老师"), std::string::npos) << result.output;
+}
+
+TEST_F(ExampleHosts, CoroutinesTellsWhyItGoesNoFurther) {
+  ChildProgram program(ORV_EXAMPLE_COROUTINES, {server.url(), "13800000001", "not it"});
+  const ChildResult result = program.wait();
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
+}
+
+TEST_F(ExampleHosts, ClassroomFillsItsListsAndEndsWhenItIsLoggedOut) {
+  ChildProgram program(ORV_EXAMPLE_CLASSROOM, {server.url(), "13800000001", "classroom"});
+  for (const char* line :
+       {"link: up", "session: Good", "recorded: complete", "live: complete", "removed it"}) {
+    EXPECT_TRUE(program.waitForOutput(line)) << line;
+  }
+  server.push("User.OtherDevice.Logout", {}, "13800000001");
+  const ChildResult result = program.wait();
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_TRUE(result.output.ends_with("another device has logged this one out\n")) << result.output;
+}
+
+TEST_F(ExampleHosts, ClassroomSaysThatItsPasswordIsWrong) {
+  const ChildResult result = run(ORV_EXAMPLE_CLASSROOM, {server.url(), "13800000001", "not it"});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_EQ(result.output.find("recorded"), std::string::npos) << result.output;
 }
 
 TEST_F(ExampleHosts, PollHostEndsWhenItsStandardInputDoes) {
@@ -97,12 +127,16 @@ TEST_F(ExampleHosts, PollHostEndsWhenItsStandardInputDoes) {
 }
 
 TEST_F(ExampleHosts, TellHowTheyAreUsed) {
-  for (const char* path : {ORV_EXAMPLE_MINIMAL, ORV_EXAMPLE_WAKER_HOST, ORV_EXAMPLE_POLL_HOST}) {
+  for (const char* path :
+       {ORV_EXAMPLE_CLASSROOM, ORV_EXAMPLE_COROUTINES, ORV_EXAMPLE_WAKER_HOST, ORV_EXAMPLE_POLL_HOST}) {
     const ChildResult result = run(path, {});
     EXPECT_EQ(result.exitCode, 1) << path;
     EXPECT_TRUE(result.errors.starts_with("usage: ")) << result.errors;
     EXPECT_EQ(result.output, "");
   }
+  const ChildResult result = run(ORV_EXAMPLE_MINIMAL, {"nowhere"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_NE(result.errors.find("the address of the server is none"), std::string::npos) << result.errors;
 }
 
 }  // namespace

@@ -100,6 +100,14 @@ bool ChildProgram::readSome(Clock::time_point deadline) {
   return true;
 }
 
+bool ChildProgram::waitForOutput(std::string_view text, std::chrono::seconds patience) {
+  const auto deadline = Clock::now() + patience;
+  while (result_.output.find(text) == std::string::npos) {
+    if (Clock::now() >= deadline || !readSome(deadline)) return false;
+  }
+  return true;
+}
+
 ChildResult ChildProgram::wait(std::chrono::seconds patience) {
   const auto deadline = Clock::now() + patience;
   // Its end closes both pipes.

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -37,6 +38,8 @@ class ChildProgram {
   ~ChildProgram();
 
   void closeInput() { input_.close(); }
+  /// Waits until it has written this to its standard output. False when it has ended or the time is over before.
+  bool waitForOutput(std::string_view text, std::chrono::seconds patience = std::chrono::seconds(60));
   /// Waits for its end and kills it when that does not come in time.
   ChildResult wait(std::chrono::seconds patience = std::chrono::seconds(60));
 
