@@ -53,8 +53,8 @@ void Faults::duplicateReplies(std::size_t count, std::string command, std::size_
        .failure = {}});
 }
 
-void Faults::reorderReplies(std::size_t count) {
-  add({.kind = Kind::Reorder, .command = {}, .count = count, .failure = {}});
+void Faults::reorderReplies(std::size_t count, std::string command) {
+  add({.kind = Kind::Reorder, .command = std::move(command), .count = count, .failure = {}});
 }
 
 void Faults::spoilTimestamp(TimestampFault kind, std::size_t count, std::string command) {

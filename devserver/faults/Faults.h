@@ -51,7 +51,7 @@ class Faults {
   /// Each reply goes out `copies` times more.
   void duplicateReplies(std::size_t count = 1, std::string command = {}, std::size_t copies = 1);
   /// The next `count` replies are held and then sent in reverse order. `clear` sends what is held.
-  void reorderReplies(std::size_t count);
+  void reorderReplies(std::size_t count, std::string command = {});
   /// Spoils "s" of the next replies.
   void spoilTimestamp(TimestampFault kind, std::size_t count = 1, std::string command = {});
   /// The next requests are not carried out but answered with this code and text.

@@ -85,6 +85,18 @@ TEST_F(ReplyFaults, ClearSendsWhatIsHeld) {
   EXPECT_EQ(nextTimestamp(client), R"("1")");
 }
 
+TEST_F(ReplyFaults, RepliesToOneCommandAreHeldAloneUntilTheyAreLetGo) {
+  server.faults().reorderReplies(2, "Dev.Held");
+  RawClient client = open();
+  send(client, "1", "Dev.Held");
+  send(client, "2");
+  send(client, "3");
+  EXPECT_EQ(nextTimestamp(client), R"("2")");
+  EXPECT_EQ(nextTimestamp(client), R"("3")");
+  server.faults().clear();
+  EXPECT_EQ(nextTimestamp(client), R"("1")");
+}
+
 TEST_F(ReplyFaults, TimestampsAreSpoiltInThreeWays) {
   RawClient client = open();
   server.faults().spoilTimestamp(TimestampFault::Unknown);

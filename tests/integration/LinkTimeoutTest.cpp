@@ -21,8 +21,8 @@ class LinkTimeout : public test::LiveLinkTest {
  protected:
   void sendTimed(const std::string& command) {
     const auto sentAt = Clock::now();
-    link.sendRequestItem(QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
-        command, json::object(), completion(command), [this, command, sentAt](const auto&) {
+    link.sendRequestItem(
+        makeRequest(command, json::object(), completion(command), [this, command, sentAt](const auto&) {
           outcomes.push_back(command + " timeout");
           waited[command] = Clock::now() - sentAt;
         }));
@@ -39,7 +39,8 @@ class LinkTimeout : public test::LiveLinkTest {
 
 TEST_F(LinkTimeout, EndsEachRequestThatIsNotAnsweredAfterTenSeconds) {
   server.faults().dropReplies(1, "Dev.Dropped");
-  server.faults().delayReplies(11s, "Dev.Late", 1);
+  // The first of two is held until it is let go.
+  server.faults().reorderReplies(2, "Dev.Late");
   server.faults().spoilTimestamp(TimestampFault::Unknown, 1, "Dev.OfAnother");
   server.faults().spoilTimestamp(TimestampFault::Text, 1, "Dev.OfText");
   server.faults().spoilTimestamp(TimestampFault::Missing, 1, "Dev.OfNone");
@@ -64,6 +65,7 @@ TEST_F(LinkTimeout, EndsEachRequestThatIsNotAnsweredAfterTenSeconds) {
   EXPECT_EQ(link.outstandingRequestCount(), 0u);
   EXPECT_EQ(countLogged("#WebSocketWithBlock# TIMEOUT"), lost.size());
 
+  server.faults().clear();
   ASSERT_TRUE(pumpUntil([&] { return countLogged("### WebSocket Timeout ### Dev.Late") == 1; }));
   EXPECT_EQ(outcomes, expected) << "a reply that comes too late reaches nobody";
   EXPECT_TRUE(link.isOpen());

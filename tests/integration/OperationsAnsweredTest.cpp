@@ -75,7 +75,6 @@ class OperationsAnswered : public test::LiveLinkTest {
     const auto* operation = OperationRegistry::standard().find(row.operation);
     ASSERT_NE(operation, nullptr);
     ASSERT_TRUE(pumpUntil([&] { return Clock::now() - lastCall_ >= kApart; }));
-    lastCall_ = Clock::now();
     bool timedOut = false;
     const std::string problem = operation->invoke(
         argumentsOf(row),
@@ -85,6 +84,7 @@ class OperationsAnswered : public test::LiveLinkTest {
           reply = frame;
         },
         [&](const auto&) { timedOut = true; });
+    lastCall_ = Clock::now();
     ASSERT_EQ(problem, "");
     ASSERT_TRUE(pumpUntil([&] { return reply || timedOut || link.parkedRequestCount() > 0; }));
     ASSERT_TRUE(reply) << (timedOut ? "no answer" : "no session");

@@ -113,13 +113,21 @@ TimeoutBlock LiveLinkTest::timeout(const std::string& command) {
   };
 }
 
-std::shared_ptr<QXRequestItem> LiveLinkTest::send(const std::string& command,
-                                                  const std::optional<json::object>& values) {
+std::shared_ptr<QXRequestItem> LiveLinkTest::makeRequest(const std::string& command,
+                                                         const std::optional<json::object>& values,
+                                                         const CompleteBlock& completed,
+                                                         const TimeoutBlock& timedOut) {
   std::shared_ptr<QXRequestItem> item;
   do {
-    item = QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
-        command, values, completion(command), timeout(command));
+    item = QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(command, values, completed,
+                                                                                timedOut);
   } while (!identifiers_.insert(item->timestamp).second);
+  return item;
+}
+
+std::shared_ptr<QXRequestItem> LiveLinkTest::send(const std::string& command,
+                                                  const std::optional<json::object>& values) {
+  auto item = makeRequest(command, values, completion(command), timeout(command));
   link.sendRequestItem(item);
   return item;
 }

@@ -54,8 +54,12 @@ class LiveLinkTest : public testing::Test {
   /// Waits until the link is up again after it was lost.
   bool waitUntilReopened() { return waitForPosted(QXNotificationDidOpen) && waitUntilOpen(); }
 
-  /// Sends a request whose outcome is written down as "COMMAND ok", "COMMAND refused" or "COMMAND timeout". Its
-  /// identifier is none that a request before it had: those of requests made within a millisecond may collide.
+  /// A request whose identifier is none that one before it had. Those of requests made within a millisecond may be the
+  /// same, and then only the later one is ever answered.
+  std::shared_ptr<QXRequestItem> makeRequest(const std::string& command,
+                                             const std::optional<json::object>& values,
+                                             const CompleteBlock& completed, const TimeoutBlock& timedOut);
+  /// Sends such a request, whose outcome is written down as "COMMAND ok", "COMMAND refused" or "COMMAND timeout".
   std::shared_ptr<QXRequestItem> send(const std::string& command,
                                       const std::optional<json::object>& values = json::object());
   CompleteBlock completion(const std::string& command);
