@@ -1,5 +1,6 @@
 #include "orvnetwork/client/SessionStatus.h"
 
+#include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/api/QXAPIHelperAccount.h>
 #include <orvnetwork/client/Ask.h>
 #include <orvnetwork/client/MainThread.h>

@@ -4,6 +4,7 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv::detail {

@@ -1,6 +1,7 @@
 #include "orvnetwork/client/detail/SessionWatch.h"
 
 #include <orvnetwork/client/MainThread.h>
+#include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv::detail {
@@ -118,6 +120,9 @@ void SessionWatch::renewalEnded(const SessionRenewal& renewal) {
     reason_ = reasonOf(renewal);
   }
   look();
+  // The manager's next tick is two minutes away.
+  const bool isUnanswered = renewal.end == SessionRenewal::End::Unanswered;
+  if (isUnanswered && verdict_ == Verdict::None && theLink().isOpen()) renewSoon();
 }
 
 void SessionWatch::confirm(const Identity& identity) {
@@ -133,15 +138,19 @@ void SessionWatch::confirm(const Identity& identity) {
   renewWithin(kSpread);
 }
 
-// The server does not know the session, or did not when it got the request. Nobody else asks before the next tick.
+// The server does not know the session, or did not when it got the request. Where it has not been confirmed yet the
+// answer to the renewal that is under way sends the request again; a refusal counts, and is nothing to be asked for.
 void SessionWatch::requestParked() {
-  if (verdict_ == Verdict::Refused || verdict_ == Verdict::TakenOver) return;
+  if (verdict_ == Verdict::Good && reason_.empty()) renewSoon();
+}
+
+void SessionWatch::renewSoon() {
   if (renewal_ && renewal_->isValid()) return;
   const SteadyTime now = Platform::current().clock().steadyNow();
-  const bool isCalm = !parkedAt_ || now - *parkedAt_ > std::max(kCalm, parkedSpread_ * 2);
-  parkedSpread_ = isCalm ? kSpread : std::min(parkedSpread_ * 2, kWidestSpread);
-  parkedAt_ = now;
-  renewWithin(parkedSpread_);
+  const bool isCalm = !askedAt_ || now - *askedAt_ > std::max(kCalm, askedSpread_ * 2);
+  askedSpread_ = isCalm ? kSpread : std::min(askedSpread_ * 2, kWidestSpread);
+  askedAt_ = now;
+  renewWithin(askedSpread_);
 }
 
 void SessionWatch::renewWithin(Seconds spread) {

@@ -11,6 +11,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv::detail {
@@ -56,6 +58,7 @@ class SessionWatch : public std::enable_shared_from_this<SessionWatch> {
   void takenOver();
   void renewalEnded(const SessionRenewal& renewal);
   void requestParked();
+  void renewSoon();
   void renewWithin(Seconds spread);
 
   std::shared_ptr<OrvUserInfoModel> storedUser() const;
@@ -71,8 +74,8 @@ class SessionWatch : public std::enable_shared_from_this<SessionWatch> {
   bool isLoaded_ = false;
 
   std::shared_ptr<Timer> renewal_;
-  Seconds parkedSpread_{0};
-  std::optional<SteadyTime> parkedAt_;
+  Seconds askedSpread_{0};
+  std::optional<SteadyTime> askedAt_;
 
   std::optional<Subscribers<SessionChange>> subscribers_{std::in_place};
   std::vector<PendingSource<>> linkWaiters_;

@@ -1,11 +1,14 @@
 #include "orvnetwork/client/detail/SignDesk.h"
 
+#include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/api/QXAPIHelperAccount.h>
 #include <orvnetwork/client/Ask.h>
+#include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/client/detail/LogOutRequest.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 

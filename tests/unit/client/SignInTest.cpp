@@ -1,0 +1,376 @@
+#include <orvnetwork/client/ReplyCode.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/testing/SimulatedSchool.h>
+
+#include "SessionStatusFixture.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace orv {
+namespace {
+
+using SignIn = SessionStatusFixture;
+using SignOut = SessionStatusFixture;
+
+TEST_F(SignIn, EndsWhenTheDiskHasTheUser) {
+  begin();
+  platform.holdGlobalQueue(true);
+  signIn();
+  settle();
+  EXPECT_TRUE(results.empty());
+  EXPECT_EQ(state(), "SignedOut");
+  platform.holdGlobalQueue(false);
+  platform.runUntil([this] { return !results.empty(); }, Seconds(1));
+  EXPECT_EQ(results, Strings{"SignedIn"});
+  EXPECT_EQ(inFile("uID"), ann);
+  EXPECT_TRUE(school.isTokenGood(inFile("token")));
+  settle();
+  EXPECT_EQ(told, Strings{"Good, user 11"});
+  EXPECT_EQ(nick(), "Ann");
+}
+
+TEST_F(SignIn, TakesACode) {
+  begin();
+  signing = session->signInWithCode("13800000001", "8888").then(note());
+  settle();
+  EXPECT_EQ(results, Strings{"SignedIn"});
+  EXPECT_EQ(state(), "Good");
+}
+
+TEST_F(SignIn, IsFollowedByRenewals) {
+  begin();
+  signIn();
+  runFor(2);
+  EXPECT_EQ(asked("User.Post.Session"), 1u);
+  runFor(240);
+  EXPECT_EQ(asked("User.Post.Session"), 3u);
+}
+
+TEST_F(SignIn, IsRefusedInTheServersWords) {
+  begin();
+  signIn("13800000001", "wrong");
+  settle();
+  EXPECT_EQ(results, Strings{"Refused"});
+  EXPECT_EQ(lastText, "wrong password");
+  EXPECT_EQ(inFile("uID"), "");
+  EXPECT_TRUE(told.empty());
+}
+
+TEST_F(SignIn, TellsTheCodeOfARefusal) {
+  begin();
+  std::optional<ReplyCode> code;
+  const auto kept = session->signIn("1", "x").then([&](const SignInResult& result) { code = result.code(); });
+  settle();
+  EXPECT_EQ(code, ReplyCode{testing::SimulatedSchool::kNoSuchAccount});
+}
+
+TEST_F(SignIn, TellsThatNoAnswerCame) {
+  begin();
+  school.ignore("User.Post.Login");
+  signIn();
+  runFor(9.9);
+  EXPECT_TRUE(results.empty());
+  runFor(0.2);
+  EXPECT_EQ(results, Strings{"NoAnswer"});
+}
+
+TEST_F(SignIn, WaitsTenSecondsForALink) {
+  platform.network().setDefaultPlan(testing::ConnectPlan::neverAnswer());
+  watch();
+  settle();
+  signIn();
+  runFor(9.9);
+  EXPECT_TRUE(results.empty());
+  runFor(0.2);
+  EXPECT_EQ(results, Strings{"NoAnswer"});
+  EXPECT_FALSE(lastText.empty());
+}
+
+TEST_F(SignIn, GoesOnWhenTheLinkIsUp) {
+  watch();
+  settle();
+  signIn();
+  runFor(2);
+  EXPECT_EQ(results, Strings{"SignedIn"});
+}
+
+TEST_F(SignIn, TellsThatNoUserCame) {
+  begin();
+  school.answer("User.Post.Login", [](const json::object&, const std::string&) {
+    return json::object{{"ret", 0}, {"data", {{"uID", "7"}}}};
+  });
+  signIn();
+  settle();
+  EXPECT_EQ(results, Strings{"NoUser"});
+  EXPECT_EQ(state(), "SignedOut");
+}
+
+TEST_F(SignIn, TellsThatTheDiskIsFull) {
+  begin();
+  platform.files().setCapacity(platform.files().usedBytes());
+  signIn();
+  settle();
+  EXPECT_EQ(results, Strings{"NotWritten"});
+  EXPECT_NE(lastText.find(plist), std::string::npos) << lastText;
+  EXPECT_EQ(inFile("uID"), "");
+  // As long as the program runs.
+  EXPECT_EQ(state(), "Good");
+  EXPECT_EQ(nick(), "Ann");
+}
+
+TEST_F(SignIn, StoresNobodyWhenItIsDestroyedBeforeTheAnswer) {
+  begin();
+  school.delay("User.Post.Login", Seconds(1));
+  signIn();
+  settle();
+  signing = {};
+  runFor(10);
+  EXPECT_TRUE(results.empty());
+  EXPECT_TRUE(told.empty());
+  EXPECT_EQ(inFile("uID"), "");
+  // The server has no session for somebody who is not signed in here.
+  EXPECT_FALSE(school.hasSession(ann));
+}
+
+TEST_F(SignIn, GivesTheSessionBackToTheUserWhoIsThere) {
+  signedIn();
+  school.delay("User.Post.Login", Seconds(1));
+  signIn("13800000002", "other");
+  settle();
+  EXPECT_TRUE(school.hasSession(bob));
+  signing.cancel();
+  runFor(10);
+  EXPECT_EQ(results, Strings{"Cancelled"});
+  EXPECT_TRUE(school.hasSession(ann));
+  EXPECT_FALSE(school.hasSession(bob));
+  EXPECT_EQ(state(), "Good");
+  EXPECT_EQ(nick(), "Ann");
+}
+
+TEST_F(SignIn, StoresNobodyWhenItIsDestroyedBeforeTheDiskIsAsked) {
+  begin();
+  platform.holdGlobalQueue(true);
+  signIn();
+  settle();
+  signing = {};
+  platform.holdGlobalQueue(false);
+  runFor(10);
+  EXPECT_TRUE(told.empty());
+  EXPECT_EQ(inFile("uID"), "");
+  EXPECT_FALSE(users().isLogined());
+  EXPECT_FALSE(school.hasSession(ann));
+}
+
+TEST_F(SignIn, PutsBackWhoWasThereWhenItIsDestroyedAfterTheDiskWasAsked) {
+  signedIn();
+  signIn("13800000002", "other");
+  platform.runUntil([this] { return inFile("uID") == bob; }, Seconds(1));
+  ASSERT_EQ(inFile("uID"), bob);
+  ASSERT_TRUE(results.empty());
+  signing = {};
+  runFor(5);
+  EXPECT_EQ(inFile("uID"), ann);
+  EXPECT_EQ(nick(), "Ann");
+  EXPECT_EQ(state(), "Good");
+  EXPECT_TRUE(school.hasSession(ann));
+}
+
+TEST_F(SignIn, IsGivenUpByALaterOne) {
+  begin();
+  school.delay("User.Post.Login", Seconds(1));
+  signIn();
+  settle();
+  school.clearFaults();
+  const auto later = session->signIn("13800000002", "other").then(note());
+  settle();
+  EXPECT_EQ(results, (Strings{"Cancelled", "SignedIn"}));
+  runFor(5);
+  EXPECT_EQ(inFile("uID"), bob);
+  EXPECT_EQ(nick(), "Bob");
+  EXPECT_TRUE(school.hasSession(bob));
+}
+
+TEST_F(SignIn, IsGivenUpWithTheStatus) {
+  begin();
+  school.delay("User.Post.Login", Seconds(1));
+  signIn();
+  settle();
+  session.reset();
+  runFor(5);
+  EXPECT_EQ(results, Strings{"Cancelled"});
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignIn, KeepsADeadlineOfTheHost) {
+  begin();
+  school.delay("User.Post.Login", Seconds(4));
+  signing = session->signIn("13800000001", "secret").deadline(Seconds(3)).then(note());
+  runFor(10);
+  EXPECT_EQ(results, Strings{"NoAnswer"});
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignIn, MayBeWithdrawnInsideItsCallback) {
+  begin();
+  int calls = 0;
+  signing = session->signIn("13800000001", "secret").then([&](const SignInResult&) {
+    ++calls;
+    signing = {};
+    session.reset();
+  });
+  runFor(5);
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(inFile("uID"), ann);
+}
+
+TEST_F(SignIn, AnswersForTheFormerUserChangeNothing) {
+  signedIn();
+  school.delay("User.Post.Session", Seconds(5));
+  users().refresheSession();
+  settle();
+  signIn("13800000002", "other");
+  settle();
+  ASSERT_EQ(results, Strings{"SignedIn"});
+  school.dropTokens(ann);
+  told.clear();
+  runFor(30);
+  EXPECT_EQ(nick(), "Bob");
+  EXPECT_TRUE(told.empty());
+  EXPECT_EQ(inFile("uID"), bob);
+}
+
+TEST_F(SignIn, TheProgramMayEndWhileItIsUnderWay) {
+  begin();
+  platform.holdGlobalQueue(true);
+  signIn();
+  settle();
+  platform.holdGlobalQueue(false);
+  platform.step();
+  std::exit(::testing::Test::HasFailure() ? 1 : 0);
+}
+
+TEST_F(SignOut, TellsTheServerAndStoresNobody) {
+  signedIn();
+  const std::string token = inFile("token");
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_EQ(lastText, "");
+  EXPECT_FALSE(school.isTokenGood(token));
+  EXPECT_EQ(inFile("uID"), "");
+  EXPECT_EQ(told, Strings{"SignedOut"});
+  EXPECT_EQ(nick(), "nobody");
+}
+
+TEST_F(SignOut, WaitsFiveSecondsAtMostForTheServer) {
+  signedIn();
+  school.ignore("User.Post.Logout");
+  signOut();
+  runFor(4.9);
+  EXPECT_TRUE(results.empty());
+  EXPECT_EQ(inFile("uID"), ann);
+  runFor(0.2);
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_FALSE(lastText.empty());
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignOut, DoesNotAskWithoutASession) {
+  putUser(ann, school.issueToken(ann));
+  watch();
+  settle();
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_EQ(asked("User.Post.Logout"), 0u);
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignOut, EndsAtOnceWhenNobodyIsStored) {
+  begin();
+  server.clearRecords();
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_TRUE(link.isOpen());
+  EXPECT_TRUE(server.closes().empty());
+}
+
+TEST_F(SignOut, ALogOutThatWasHeldDoesNotLogTheNextUserOut) {
+  signedIn();
+  school.endSessions();
+  signOut();
+  runFor(1);
+  school.dropTokens(ann);  // no renewal frees it
+  runFor(10);
+  ASSERT_EQ(results, Strings{"SignedOut"});
+  const auto sent = asked("User.Post.Logout");
+  signIn("13800000002", "other");
+  runFor(20);
+  EXPECT_EQ(asked("User.Post.Logout"), sent);
+  EXPECT_TRUE(school.hasSession(bob));
+  EXPECT_EQ(state(), "Good");
+}
+
+TEST_F(SignOut, TellsThatTheUserIsStillOnTheDisk) {
+  signedIn();
+  platform.files().failAlways(testing::FileOperation::WriteAtomically, std::errc::no_space_on_device);
+  platform.files().failAlways(testing::FileOperation::Remove, std::errc::permission_denied);
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"NotRemoved"});
+  EXPECT_EQ(state(), "SignedOut");
+  EXPECT_EQ(inFile("uID"), ann);
+}
+
+TEST_F(SignOut, GoesOnWhenNobodyWaitsForIt) {
+  signedIn();
+  school.delay("User.Post.Logout", Seconds(1));
+  signOut();
+  settle();
+  leaving = {};
+  session.reset();
+  runFor(10);
+  EXPECT_TRUE(results.empty());
+  EXPECT_EQ(inFile("uID"), "");
+  EXPECT_FALSE(users().isLogined());
+}
+
+TEST_F(SignOut, TwoAreOne) {
+  signedIn();
+  signOut();
+  const auto second = session->signOut().then(note());
+  settle();
+  EXPECT_EQ(results, (Strings{"SignedOut", "SignedOut"}));
+  EXPECT_EQ(asked("User.Post.Logout"), 1u);
+}
+
+TEST_F(SignOut, GivesUpASignIn) {
+  begin();
+  school.delay("User.Post.Login", Seconds(1));
+  signIn();
+  settle();
+  signOut();
+  runFor(10);
+  EXPECT_EQ(results, (Strings{"Cancelled", "SignedOut"}));
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignOut, ASignInWaitsForItsEnd) {
+  signedIn();
+  school.delay("User.Post.Logout", Seconds(2));
+  signOut();
+  signIn("13800000002", "other");
+  runFor(15);
+  EXPECT_EQ(results, (Strings{"SignedOut", "SignedIn"}));
+  EXPECT_EQ(inFile("uID"), bob);
+  EXPECT_EQ(state(), "Good");
+}
+
+}  // namespace
+}  // namespace orv
