@@ -117,7 +117,7 @@ TEST(Batch, RequestHeldForASessionIsSentAgainByALaterLogIn) {
   server.expireSessions();
   program.write(generic("Classroom.Get.Items", {}));
   ASSERT_TRUE(
-      server.waitUntil([&] { return server.counters().refusedNoSession == 1; }, std::chrono::seconds(5)));
+      server.waitUntil([&] { return server.counters().refusedNoSession == 1; }, std::chrono::seconds(20)));
   const std::string token = [&] {
     // The token is whatever the log-in told; the last answer line has it.
     Result peek;

@@ -168,7 +168,7 @@ TEST(Ending, ReaderThatGoesAwayEndsWatch) {
   Program program({"watch"});
   ASSERT_TRUE(program.waitForOutput("QXNotificationDidOpen"));
   program.closeOutput();
-  EXPECT_EQ(program.wait(std::chrono::seconds(5)).exitCode, 0);
+  EXPECT_EQ(program.wait(std::chrono::seconds(20)).exitCode, 0);
 }
 
 TEST(Ending, ReaderThatGoesAwayEndsABatch) {

@@ -54,7 +54,7 @@ TEST(Watch, KeepsTheLinkThroughALoss) {
       server.waitUntil([&] { return server.connectionCount() == 0; }, std::chrono::milliseconds(1700)));
   server.cut({devserver::Cut::Kind::Close, 4001, "so long"});
   ASSERT_TRUE(program.waitForOutput("QXNotificationDidCloseWithCode"));
-  ASSERT_TRUE(server.waitUntil([&] { return server.counters().pings == 2; }, std::chrono::seconds(10)));
+  ASSERT_TRUE(server.waitUntil([&] { return server.counters().pings == 2; }, std::chrono::seconds(20)));
   server.push("Rooms.Push.Message");
   ASSERT_TRUE(program.waitForOutput("QXNotificationPushOrvMessage"));
   program.signal(SIGINT);
