@@ -30,6 +30,7 @@
 #include <orvnetwork/client/CourseRows.h>
 #include <orvnetwork/client/LinkSnapshot.h>
 #include <orvnetwork/client/LinkStatus.h>
+#include <orvnetwork/client/LocalCourseTrouble.h>
 #include <orvnetwork/client/LocalCourses.h>
 #include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/PendingCallback.h>

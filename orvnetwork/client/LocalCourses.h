@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/client/LocalCourseTrouble.h>
 #include <orvnetwork/client/Pending.h>
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/data/Export.h>
@@ -8,27 +9,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 namespace orv {
-
-/// Domain of the errors of `LocalCourses`; their code is a `LocalCourseTrouble`, their description a part of a sentence.
-/// Errors of waiting itself, such as "cancelled", have the domain `kPendingErrorDomain`.
-inline constexpr std::string_view kLocalCourseErrorDomain = "OrvLocalCourses";
-
-/// Why something could not be done with a local course.
-enum class LocalCourseTrouble {
-  NotFound = 1,    ///< there is no local course with this number
-  NotWritten = 2,  ///< the disk has not taken it; the console was told why
-  OtherUser = 3,   ///< the user or the classroom has changed meanwhile; nothing was done
-  NotAllowed = 4,  ///< the course is being published
-  Refused = 5,     ///< the server has refused; the text is its own
-  NoAnswer = 6,    ///< there was no link, or the server has not answered
-};
-
-/// Its name, for example "NotWritten". Any thread.
-ORV_EXPORT std::string_view nameOf(LocalCourseTrouble trouble) noexcept;
 
 /// The courses that were recorded on this device and lie on its disk, of the user who is signed in.
 ///
@@ -62,7 +45,8 @@ class ORV_EXPORT LocalCourses {
   Pending<Answer> create(json::object fields = {});
 
   /// Writes a course of the list, told by its `roomID`; its place stays.
-  /// @param course copied before this returns; "orv_local" counts as set
+  /// @param course copied before this returns; "orv_local" counts as set,
+  ///        and what `publish` has noted stays
   /// @return the course as it is on the disk; `NotFound`, or `NotWritten`: then it is as it was
   Pending<Answer> save(const OrvCourseModel& course);
 
@@ -70,13 +54,14 @@ class ORV_EXPORT LocalCourses {
   /// @return its number; `NotFound`, or `NotWritten`: then it may be there again after a restart
   Pending<Result<std::int64_t>> remove(std::int64_t roomID);
 
-  /// Announces a course to the server, which gives it a room of its own ("Course.Post.Create", made of "title", the
-  /// course's `orv_createInfo` and `info`, the latter one first), and notes that room in `orv_cloudRoomID` with
-  /// `publishStatus` 1. A course that has a room already is not announced again.
+  /// Announces a course to the server ("Course.Post.Create"), which gives it a room of its own, and notes that room in
+  /// `orv_cloudRoomID` with `publishStatus` 1. A course that has a room already is not announced again. The request is
+  /// made of the title, the course's `orv_createInfo` and `info`; what stands further behind here counts more.
   ///
   /// That is all that the library does for publishing. The host uploads the recording and submits it
   /// (`QXAPIHelper::coursePostUpdateSubmit…`); when the server then confirms the publishing by a push, the course is
-  /// removed from this device. A push that comes while the program does not run is not repeated.
+  /// removed from this device. It knows it among the courses in memory, to which `find` and `all` bring those that are
+  /// being published. A push that comes while the program does not run is not repeated.
   /// @param info members of the request
   /// @return the course with its room; a room that the server has made and the disk has not taken is told by
   ///         `NotWritten`, and is there all the same

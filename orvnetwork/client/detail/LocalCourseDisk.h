@@ -1,0 +1,44 @@
+#pragma once
+
+#include <orvnetwork/client/LocalCourseTrouble.h>
+#include <orvnetwork/course/OrvCourseModel.h>
+#include <orvnetwork/data/Error.h>
+#include <orvnetwork/data/Result.h>
+#include <orvnetwork/data/Types.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orv::detail {
+
+/// Whose courses are meant.
+struct CourseOwner {
+  OptionalString uID, classroom;
+  /// Of the user who is stored; absent as long as nobody knows who that is. Waits for no disk.
+  static std::optional<CourseOwner> present();
+  bool operator==(const CourseOwner&) const = default;
+};
+
+Error localCourseError(LocalCourseTrouble trouble, std::string text);
+
+/// What is done with the local courses on a worker. Each step tells what the disk has made of it.
+class LocalCourseDisk {
+ public:
+  using Course = std::shared_ptr<OrvCourseModel>;
+  using Answer = Result<Course>;
+
+  /// Has the catalogue be that of the user who is stored now. False when that is not the owner.
+  static bool open(const std::optional<CourseOwner>& owner);
+
+  static Answer create(const json::object& fields);
+  /// Takes the course over.
+  static Answer save(const Course& course);
+  static Result<std::int64_t> remove(std::int64_t roomID);
+  static Answer note(std::int64_t roomID, std::int64_t cloudRoomID);
+  static Answer find(std::int64_t roomID);
+  static Result<std::vector<Course>> all();
+};
+
+}  // namespace orv::detail
