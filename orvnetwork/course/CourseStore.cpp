@@ -3,6 +3,7 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/CloudPageMerge.h>
+#include <orvnetwork/course/detail/Collection.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/data/LooseRead.h>
 

@@ -1,5 +1,6 @@
 #include "orvnetwork/course/QXCourseManager.h"
 
+#include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/FolderName.h>
 #include <orvnetwork/course/detail/RequestList.h>

@@ -1,6 +1,7 @@
 #include "orvnetwork/client/detail/CourseCommit.h"
 
 #include <orvnetwork/client/detail/RowDiff.h>
+#include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/platform/Console.h>
 
 #include <cstddef>

@@ -1,6 +1,8 @@
 // What happens outside, and what a list makes of it.
 
 #include <orvnetwork/client/detail/CourseListCore.h>
+#include <orvnetwork/client/detail/CoursePageReader.h>
+#include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>

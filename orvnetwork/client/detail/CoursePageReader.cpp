@@ -1,5 +1,6 @@
 #include "orvnetwork/client/detail/CoursePageReader.h"
 
+#include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/client/Ask.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/LooseRead.h>

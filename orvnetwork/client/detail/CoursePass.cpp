@@ -1,5 +1,7 @@
 #include "orvnetwork/client/detail/CoursePass.h"
 
+#include <orvnetwork/course/CourseStore.h>
+
 #include <algorithm>
 #include <utility>
 

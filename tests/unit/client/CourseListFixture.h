@@ -4,6 +4,7 @@
 
 #include "../course/PagingFixture.h"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>

@@ -251,16 +251,38 @@ TEST_F(CourseListTest, RowsAreCopiesThatNobodyChanges) {
   EXPECT_EQ(courses().getRecordCourseWithIndex(0)->title.get(), "新");
 }
 
-TEST_F(CourseListTest, TenThousandCoursesComeInTwoRequestsAPage) {
+TEST_F(CourseListTest, AThousandCoursesComeInTwoRequestsAPage) {
   signIn();
-  listRooms(10'000, 1);
+  listRooms(1'000, 1);
   auto list = CourseList::recorded();
   View view(list);
   loadAll(list);
-  EXPECT_EQ(list.size(), 10'000u);
+  EXPECT_EQ(list.keys(), rooms(1'000, 1));
+  EXPECT_EQ(pagesAsked.size(), 67u);
+  EXPECT_EQ(view.rowChanges(), 34u) << "one change a page";
+}
+
+TEST_F(CourseListTest, TenThousandCoursesAreRefreshedInOneRequestAPage) {
+  signIn();
+  listRooms(10'000, 1);
+  ASSERT_EQ(getCourses(0, 10'000).count, 10'000);
+  pagesAsked.clear();
+  unlist(recorded, 5'000);
+  recorded.insert(recorded.begin(), courseItem(10'001));
+  recorded[7'000].as_object()["title"] = "新";
+  auto list = CourseList::recorded();
+  View view(list);
+  settle();
+  EXPECT_EQ(list.size(), 10'000u) << "what is stored";
+  list.refresh();
+  settle();
   EXPECT_EQ(list.keys(), serverRooms(recorded));
-  EXPECT_EQ(pagesAsked.size(), 667u);
-  EXPECT_EQ(view.rowChanges(), 334u) << "one change a page";
+  EXPECT_EQ(pagesAsked.size(), 334u);
+  ASSERT_EQ(view.rowChanges(), 2u);
+  EXPECT_EQ(view.changes().back().removed, (std::vector<CourseListRange>{{5'000, 1}}));
+  EXPECT_EQ(view.changes().back().inserted, (std::vector<CourseListRange>{{0, 1}}));
+  EXPECT_EQ(view.changes().back().updated, (std::vector<CourseListRange>{{7'000, 1}}));
+  EXPECT_EQ(stored(), serverRooms(recorded));
 }
 
 }  // namespace

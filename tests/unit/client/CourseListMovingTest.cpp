@@ -1,0 +1,196 @@
+// The server's list changes while it is read.
+
+#include <orvnetwork/client/CourseList.h>
+
+#include "CourseListFixture.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orv {
+namespace {
+
+using Deed = std::function<void(json::array& list)>;
+struct Move {
+  const char* name;
+  Deed deed;
+};
+
+json::value taken(json::array& list, std::size_t index) {
+  json::value item = list[index];
+  list.erase(list.begin() + static_cast<std::ptrdiff_t>(index));
+  return item;
+}
+
+json::object another(std::int64_t roomID) {
+  return {{"roomID", roomID}, {"title", "新课"}, {"liveType", 2}, {"status", 1}, {"publishStatus", 1}};
+}
+
+std::vector<Move> moves() {
+  return {
+      {"GrowsInFront", [](json::array& list) { list.insert(list.begin(), another(1001)); }},
+      {"GrowsInTheMiddle", [](json::array& list) { list.insert(list.begin() + 45, another(1002)); }},
+      {"GrowsAtAPageBorder", [](json::array& list) { list.insert(list.begin() + 30, another(1003)); }},
+      {"GrowsAtTheEnd", [](json::array& list) { list.push_back(another(1004)); }},
+      {"ShrinksInFront", [](json::array& list) { taken(list, 0); }},
+      {"ShrinksAtAPageBorder", [](json::array& list) { taken(list, 29); }},
+      {"ShrinksByAPage", [](json::array& list) { list.erase(list.begin() + 10, list.begin() + 40); }},
+      {"ShrinksToAFullPage", [](json::array& list) { list.erase(list.begin() + 60, list.end()); }},
+      {"IsCleared", [](json::array& list) { list.clear(); }},
+      {"MovesForwards",
+       [](json::array& list) {
+         auto item = taken(list, 80);
+         list.insert(list.begin() + 3, std::move(item));
+       }},
+      {"MovesBackwards",
+       [](json::array& list) {
+         auto item = taken(list, 3);
+         list.insert(list.begin() + 80, std::move(item));
+       }},
+      {"SwapsInAPage", [](json::array& list) { std::swap(list[4], list[9]); }},
+      {"IsReversed", [](json::array& list) { std::reverse(list.begin(), list.end()); }},
+      {"PassesOneOver", [](json::array& list) { list[29].as_object()["status"] = 4; }},
+      {"GrowsByOneAndShrinksByOne",
+       [](json::array& list) {
+         taken(list, 0);
+         list.push_back(another(1005));
+       }},
+  };
+}
+
+/// What happens, and behind which of the requests.
+class CourseListMoving : public CourseListFixture,
+                         public ::testing::WithParamInterface<std::tuple<std::size_t, int>> {
+ protected:
+  const Move& move() const { return moves_[std::get<0>(GetParam())]; }
+  /// Lets it happen behind a request from now on, the first being 1.
+  void happenBehind(int request) {
+    instead = [this, left = request](const json::object& frame) mutable -> std::optional<json::object> {
+      if (frame.at("c") != "Course.Get.Items") return json::object{{"ret", 0}};
+      json::object page = pageAsked(frame);
+      if (--left == 0) move().deed(recorded);
+      return page;
+    };
+  }
+  std::size_t pages() const { return recorded.size() / 30 + 1; }
+
+ private:
+  const std::vector<Move> moves_ = moves();
+};
+
+TEST_P(CourseListMoving, LoadingMissesNoCourseAndHasNoneTwice) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  View view(list);
+  happenBehind(std::get<1>(GetParam()));
+  loadAll(list);
+  Rooms loaded = list.keys(), listed = serverRooms(recorded);
+  std::ranges::sort(loaded);
+  std::ranges::sort(listed);
+  const bool isSeenLater = std::string(move().name) == "PassesOneOver";
+  EXPECT_TRUE(isSeenLater || loaded == listed) << move().name;
+  EXPECT_LE(pagesAsked.size(), 8 * 5u) << "eight requests a page at most";
+  pagesAsked.clear();
+  list.refresh();
+  settle();
+  EXPECT_EQ(list.keys(), serverRooms(recorded)) << move().name;
+  EXPECT_EQ(stored(), serverRooms(recorded)) << move().name;
+  EXPECT_TRUE(list.atEnd());
+  EXPECT_LE(pagesAsked.size(), 2 * pages()) << "the server's list stands still";
+}
+
+TEST_P(CourseListMoving, RefreshComesToWhatTheServerLists) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  View view(list);
+  loadAll(list);
+  pagesAsked.clear();
+  happenBehind(std::get<1>(GetParam()));
+  list.refresh();
+  settle();
+  EXPECT_LE(pagesAsked.size(), 8 * 5u);
+  Rooms loaded = list.keys(), listed = serverRooms(recorded);
+  std::ranges::sort(loaded);
+  std::ranges::sort(listed);
+  // What happens behind all that is read, or where nothing leaves its page, shows with the next refresh.
+  list.refresh();
+  settle();
+  EXPECT_EQ(list.keys(), serverRooms(recorded)) << move().name;
+  EXPECT_EQ(stored(), serverRooms(recorded)) << move().name;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CourseListMoving,
+                         ::testing::Combine(::testing::Range<std::size_t>(0, moves().size()),
+                                            ::testing::Values(1, 2, 3, 4)),
+                         [](const auto& test) {
+                           return moves()[std::get<0>(test.param)].name + std::string("Behind") +
+                                  std::to_string(std::get<1>(test.param));
+                         });
+
+using CourseListUnrest = CourseListFixture;
+
+TEST_F(CourseListUnrest, EndsAndCostsNoMoreThanEightRequestsAPage) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  pagesAsked.clear();
+  std::int64_t next = 1000;
+  instead = [&](const json::object& frame) -> std::optional<json::object> {
+    if (frame.at("c") != "Course.Get.Items") return json::object{{"ret", 0}};
+    json::object page = pageAsked(frame);
+    recorded.erase(recorded.begin());
+    recorded.push_back(courseItem(++next));
+    return page;
+  };
+  list.refresh();
+  settle();
+  EXPECT_FALSE(list.isLoading());
+  EXPECT_LE(pagesAsked.size(), 8 * 4u);
+  EXPECT_GT(pagesAsked.size(), 4u);
+  instead = nullptr;
+  list.refresh();
+  settle();
+  EXPECT_EQ(list.keys(), serverRooms(recorded)) << "once it stands still";
+}
+
+TEST_F(CourseListUnrest, AServerThatGivesTheSamePageAgainAndAgainHasAnEnd) {
+  signIn();
+  listRooms(30, 1);
+  auto list = CourseList::recorded();
+  instead = [this](const json::object&) -> std::optional<json::object> { return pageOf(recorded); };
+  loadAll(list);
+  EXPECT_EQ(list.keys(), rooms(30, 1));
+  EXPECT_LE(pagesAsked.size(), 16u);
+}
+
+TEST_F(CourseListUnrest, ACourseThatThePagesHaveTwiceIsThereOnce) {
+  signIn();
+  listRooms(40, 1);
+  recorded.push_back(courseItem(35));
+  recorded.push_back(courseItem(35));
+  auto list = CourseList::recorded();
+  loadAll(list);
+  EXPECT_EQ(list.keys(), rooms(40, 1));
+  EXPECT_EQ(stored(), rooms(40, 1));
+}
+
+TEST_F(CourseListUnrest, WhatIsNoCourseIsPassedOver) {
+  signIn();
+  recorded = {nullptr,        5,
+              "text",         json::array{},
+              json::object{}, json::object{{"roomID", "text"}},
+              courseItem(7),  json::object{{"roomID", -3}}};
+  auto list = CourseList::recorded();
+  loadAll(list);
+  EXPECT_EQ(list.keys(), Rooms{7});
+}
+
+}  // namespace
+}  // namespace orv
