@@ -21,7 +21,8 @@ CONSTANT = re.compile(r"std::string_view (\w*Notification\w+) =")
 DOMAIN = re.compile(r'Domain = "(\w+)"')
 ENUMERATION = re.compile(r"enum class (\w+)[^{]*{(.*?)^};", re.DOTALL | re.MULTILINE)
 ENUMERATOR = re.compile(r"^ +(\w+)(?: = [^,]+)?,", re.MULTILINE)
-NAMED = ("ReplyCode", "ReplyOutcome", "PendingEnd", "LinkTrouble")
+NAMED = ("ClientError", "CourseListErrorKind", "CourseListPhase", "LinkState", "LinkTrouble", "LocalCourseTrouble", "PendingEnd",
+         "ReplyCode", "ReplyOutcome", "SessionState", "SignInOutcome", "SignOutOutcome")
 
 
 def names_of_headers(root):

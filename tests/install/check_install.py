@@ -12,6 +12,9 @@ import sys
 import tempfile
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "documents"))
+from snippets import files  # noqa: E402
+
 BUILD, COMPILER = pathlib.Path(sys.argv[1]), sys.argv[2]
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 CONSUMER = pathlib.Path(__file__).resolve().parent / "consumer"
@@ -46,6 +49,22 @@ class InstallTest(unittest.TestCase):
         run("cmake", "--build", build, "-j2")
         for program in ("host", "host_test"):
             self.assertIn("done", run(build / program, env={"HOME": str(self.folder)}))
+
+    def test_the_host_of_the_document(self):
+        folder = self.folder / "host"
+        folder.mkdir()
+        for name, text in files((SOURCE / "docs" / "hosting.md").read_text(encoding="utf-8")).items():
+            (folder / name).write_text(text, encoding="utf-8")
+        build = folder / "build"
+        run("cmake", "-S", folder, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
+            f"-DCMAKE_CXX_COMPILER={COMPILER}", "-DCMAKE_BUILD_TYPE=Debug")
+        run("cmake", "--build", build, "-j2")
+        environment = {"HOME": str(self.folder)}
+        self.assertIn("0 tests failed out of 1", run("ctest", "--test-dir", build, env=environment))
+        for arguments, code in (([], 1), (["nowhere", "1", "2"], 1)):
+            program = subprocess.run([str(build / "host"), *arguments], env={**os.environ, **environment},
+                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            self.assertEqual(program.returncode, code, program)
 
     def test_pkg_config(self):
         for program, package in (("host", "orvnetwork"), ("host_test", "orvnetwork-testing")):
