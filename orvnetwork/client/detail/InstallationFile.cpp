@@ -40,41 +40,41 @@ class InstallationFile {
  public:
   explicit InstallationFile(std::string path) : path_(std::move(path)) {}
 
-  /// The identifier; absent when the file has none and none can be kept: `error_` tells why.
+  /// The identifier; absent when the file has none and none can be kept: `error()` tells why.
   OptionalString identifier() {
     if (const auto kept = read()) return kept;
-    if (error_ || !makeFolder()) return std::nullopt;
+    if (!makePrivateFolder(files_, documentsFolder().value_or("/"), folderOf(path_), error_)) {
+      return std::nullopt;
+    }
     // Without locks, as on some file systems, the file is made all the same.
     const auto lock = files_.openLockFile(path_ + ".lock", kPrivateFileMode);
-    if (lock && !lock->lock(kLongestWait)) error_ = std::make_error_code(std::errc::timed_out);
+    const bool isOurs = !lock || lock->lock(kLongestWait);
     // Another program may have made it meanwhile.
     if (const auto kept = read()) return kept;
+    if (!isOurs) error_ = std::make_error_code(std::errc::timed_out);
     return error_ ? std::nullopt : make();
   }
   std::error_code error() const { return error_; }
 
  private:
-  /// What the file has; absent when there is none, or nothing of use, which is set aside.
+  /// What the file has; absent when there is none, or nothing of use.
   OptionalString read() {
+    isDamaged_ = false;
+    error_.clear();
     if (!files_.exists(path_)) return std::nullopt;
-    std::error_code error;
-    auto text = files_.read(path_, error);
-    if (!text) {
-      error_ = error;
-      return std::nullopt;
-    }
-    while (!text->empty() && (text->back() == '\n' || text->back() == '\r')) text->pop_back();
-    if (isPlainText(*text)) return text;
-    consoleLog("%@ is damaged, set aside as %@.damaged", path_, path_);
-    if (!files_.rename(path_, path_ + ".damaged", error)) error_ = error;
+    auto text = files_.read(path_, error_);
+    while (text && (text->ends_with('\n') || text->ends_with('\r'))) text->pop_back();
+    if (!text || isPlainText(*text)) return text;
+    isDamaged_ = true;
     return std::nullopt;
   }
 
-  bool makeFolder() {
-    return makePrivateFolder(files_, documentsFolder().value_or("/"), folderOf(path_), error_);
-  }
-
+  /// Writes a new one. The lock must be had: another program's is not to be set aside.
   OptionalString make() {
+    if (isDamaged_) {
+      consoleLog("%@ is damaged, set aside as %@.damaged", path_, path_);
+      if (!files_.rename(path_, path_ + ".damaged", error_)) return std::nullopt;
+    }
     std::string made = randomIdentifier();
     if (!files_.writeAtomically(path_, made + "\n", Durability::Durable, kPrivateFileMode, error_)) {
       return std::nullopt;
@@ -84,6 +84,7 @@ class InstallationFile {
 
   FileSystem& files_ = Platform::current().files();
   const std::string path_;
+  bool isDamaged_ = false;
   std::error_code error_;
 };
 

@@ -207,6 +207,14 @@ TEST_F(ClientStart, SetsAsideWhatIsNoIdentifier) {
   EXPECT_EQ(platform.files().contents(kFile), *client->options().installation + "\n");
 }
 
+TEST_F(ClientStart, KeepsWhatCannotBeSetAside) {
+  platform.files().put(kFile, "a\nb");
+  platform.files().failAlways(FileOperation::Rename);
+  start(keptInFile());
+  EXPECT_EQ(platform.files().contents(kFile), "a\nb");
+  EXPECT_TRUE(isToldOnConsole("cannot be kept"));
+}
+
 TEST_F(ClientStart, WritesNothingWhileAnotherProgramMakesTheFile) {
   platform.files().failAt(FileOperation::Lock, 1);
   start(keptInFile());
@@ -328,6 +336,7 @@ TEST_F(ClientEnd, MayComeInsideEveryNotificationOfTheLink) {
     row.cause();
     settle();
     EXPECT_TRUE(ended) << row.name;
+    EXPECT_EQ(QXWebSocketMgr::standard().reading().retryAt, std::nullopt) << row.name;
     const auto made = attempts().size();
     changes.clear();
     runFor(1000);

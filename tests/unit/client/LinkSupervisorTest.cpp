@@ -306,6 +306,34 @@ TEST_F(Canary, WaitsForTheLinksOwnPause) {
   expectTimes(attempts(), {0, 1.501});
 }
 
+TEST_F(Canary, IsGoneWithItsClient) {
+  bringUp(unsupervised());
+  server.reset(1);
+  settle();
+  link().tryNow();
+  link().tryNow();
+  client.reset();
+  settle();
+  EXPECT_EQ(platform.nextDueIn(), std::nullopt);
+  runFor(10);
+  EXPECT_EQ(attempts(), Times{0});
+}
+
+TEST_F(Canary, IsWithdrawnByAnotherAttempt) {
+  bringUp(unsupervised());
+  server.reset(1);
+  settle();
+  link().tryNow();
+  platform.network().setDefaultPlan(ConnectPlan::accept(Seconds(5)));
+  // 1 ms before the canary somebody else is quicker.
+  runFor(1.5005);
+  QXWebSocketMgr::standard().reconnect();
+  runFor(5.1);
+  EXPECT_TRUE(link().isUp());
+  EXPECT_EQ(link().snapshot().starter, LinkStarter::Link);
+  expectTimes(attempts(), {0, 1.5005});
+}
+
 TEST_F(Canary, GivesUpAnAttemptThatHangs) {
   planAll(ConnectPlan::neverAnswer());
   start();
