@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 

@@ -1,0 +1,339 @@
+// The user changes, the catalogue changes by itself, and lists go away.
+
+#include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/transport/QXNotification.h>
+
+#include "CourseListFixture.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace orv {
+namespace {
+
+class CourseListUser : public CourseListFixture {
+ protected:
+  void changeUser(std::string uID, std::string classroom = "5001") {
+    QXUserInfoMgr::getInstance().setUserInfo(makeUser(std::move(uID), std::move(classroom)));
+  }
+};
+
+TEST_F(CourseListUser, RowsOfTheOldUserGoInOneChangeAndThoseOfTheNewOneCome) {
+  signIn();
+  listRooms(40, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  View view(list);
+  recorded = items(105, 100);
+  changeUser("100002");
+  settle();
+  EXPECT_EQ(list.keys(), rooms(105, 100));
+  ASSERT_EQ(view.rowChanges(), 2u);
+  EXPECT_EQ(view.changes()[0].removed, (std::vector<CourseListRange>{{0, 40}}));
+  EXPECT_TRUE(view.changes()[0].after->empty());
+  EXPECT_EQ(stored(), rooms(105, 100));
+}
+
+TEST_F(CourseListUser, AnotherClassroomIsAnotherList) {
+  signIn();
+  listRooms(40, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  recorded = items(105, 100);
+  changeUser("100001", "5002");
+  settle();
+  EXPECT_EQ(list.keys(), rooms(105, 100));
+}
+
+TEST_F(CourseListUser, ComesBackToWhatIsStored) {
+  signIn();
+  listRooms(40, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  changeUser("100002");
+  settle();
+  instead = [this](const json::object&) { return kRefused; };
+  changeUser("100001");
+  settle();
+  EXPECT_EQ(list.keys(), rooms(40, 1));
+  EXPECT_EQ(list.state().phase, CourseListPhase::Failed);
+}
+
+TEST_F(CourseListUser, SigningOutEmptiesTheList) {
+  signIn();
+  listRooms(40, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  View view(list);
+  QXUserInfoMgr::getInstance().setUserInfo(nullptr);
+  settle();
+  EXPECT_EQ(list.size(), 0u);
+  EXPECT_EQ(list.state(), CourseListState{});
+  EXPECT_EQ(view.rowChanges(), 1u);
+}
+
+TEST_F(CourseListUser, SigningOutFailsALoadThatIsUnderWay) {
+  signIn();
+  auto list = CourseList::recorded();
+  holdPages();
+  list.loadMore();
+  settle();
+  QXUserInfoMgr::getInstance().setUserInfo(nullptr);
+  settle();
+  ASSERT_TRUE(list.lastError());
+  EXPECT_EQ(list.lastError()->kind, CourseListErrorKind::NoUser);
+  answerHeld(pageOf(items(40, 30)));
+  EXPECT_EQ(list.size(), 0u);
+}
+
+TEST_F(CourseListUser, APageOfTheOldUserThatComesLateGoesNowhere) {
+  signIn();
+  auto list = CourseList::recorded();
+  holdPages();
+  list.loadMore();
+  settle();
+  changeUser("100002");
+  settle();
+  ASSERT_EQ(held.size(), 2u);
+  answerHeld(pageOf(items(40, 30)));
+  EXPECT_EQ(list.size(), 0u);
+  answerHeld(pageOf(items(9, 5)));
+  EXPECT_EQ(list.keys(), rooms(9, 5));
+  EXPECT_EQ(stored(), rooms(9, 5));
+}
+
+TEST_F(CourseListUser, ChangesAtEveryStepOfALoadLeadToTheNewUsersList) {
+  signIn();
+  auto list = CourseList::recorded();
+  View view(list);
+  settle();
+  for (int steps = 0; steps < 120; ++steps) {
+    recorded = items(70, 1);
+    changeUser("10000" + std::to_string(steps % 2 + 1));
+    list.refresh();
+    for (int step = 0; step < steps; ++step) platform.step();
+    recorded = items(170, 100);
+    changeUser("10000" + std::to_string((steps + 1) % 2 + 1));
+    settle();
+    list.refresh();
+    settle();
+    loadAll(list);
+    ASSERT_EQ(list.keys(), rooms(170, 100)) << "after " << steps << " steps";
+    ASSERT_EQ(stored(), rooms(170, 100)) << "after " << steps << " steps";
+  }
+}
+
+using CourseListOthers = CourseListUser;
+
+TEST_F(CourseListOthers, FollowsACourseThatIsTakenOffTheCatalogue) {
+  signIn();
+  listRooms(10, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  View view(list);
+  const auto gone = courses().getRecordCourseWithIndex(3);
+  courses().deleteCloudCourse(gone);
+  settle();
+  EXPECT_EQ(list.keys(), (Rooms{10, 9, 8, 6, 5, 4, 3, 2, 1}));
+  ASSERT_EQ(view.rowChanges(), 1u);
+  EXPECT_EQ(view.changes()[0].removed, (std::vector<CourseListRange>{{3, 1}}));
+}
+
+TEST_F(CourseListOthers, ACourseThatIsTakenOffWhileAPageIsOnItsWayDoesNotComeBack) {
+  signIn();
+  listRooms(10, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  holdPages();
+  list.refresh();
+  settle();
+  const auto gone = courses().getRecordCourseWithIndex(3);
+  courses().deleteCloudCourse(gone);
+  settle();
+  answerHeld(pageOf(recorded));
+  EXPECT_EQ(list.keys(), (Rooms{10, 9, 8, 6, 5, 4, 3, 2, 1}));
+  EXPECT_EQ(stored(), (Rooms{10, 9, 8, 6, 5, 4, 3, 2, 1}));
+}
+
+TEST_F(CourseListOthers, FollowsARecordThatIsChanged) {
+  signIn();
+  listRooms(10, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  View view(list);
+  const auto course = courses().getRecordCourseWithIndex(3);
+  course->title = "新";
+  courses().refreshRecordCourse(course);
+  settle();
+  EXPECT_EQ(list.at(3)->title.get(), "新");
+  ASSERT_EQ(view.rowChanges(), 1u);
+  EXPECT_EQ(view.changes()[0].updated, (std::vector<CourseListRange>{{3, 1}}));
+}
+
+TEST_F(CourseListOthers, RefreshesItselfWhenSomebodyElsesPagesDoNotFit) {
+  signIn();
+  listRooms(60, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  recorded.insert(recorded.begin() + 40, courseItem(1000));
+  unlist(recorded, 60);
+  getCourses(0, 60, true);
+  runFor(1);
+  EXPECT_EQ(list.keys(), serverRooms(recorded));
+  EXPECT_EQ(stored(), serverRooms(recorded)) << "and puts the catalogue right";
+  pagesAsked.clear();
+  getCourses(0, 60, true);
+  runFor(5);
+  EXPECT_EQ(pagesAsked.size(), 2u) << "pages that fit are no reason";
+}
+
+TEST_F(CourseListOthers, IsRightAfterARangeBehindTheEndHasClearedTheCatalogue) {
+  signIn();
+  listRooms(30, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  getCourses(30, 30, true);
+  EXPECT_EQ(stored(), Rooms{});
+  EXPECT_EQ(list.keys(), rooms(30, 1)) << "the list does not follow that";
+  runFor(1);
+  EXPECT_EQ(stored(), rooms(30, 1));
+  EXPECT_EQ(list.keys(), rooms(30, 1));
+}
+
+TEST_F(CourseListOthers, HasTheNewCourseAfterACreationWasFinished) {
+  signIn();
+  listRooms(20, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  recorded.insert(recorded.begin(), courseItem(21));
+  const json::object info{{"roomID", 21}};
+  courses().courseCreateFinishedNotification({.name = "done", .object = nullptr, .userInfo = &info});
+  runFor(3);
+  EXPECT_EQ(list.keys(), serverRooms(recorded));
+}
+
+TEST_F(CourseListOthers, TwoListsOfTheSameCoursesKeepEachOtherRight) {
+  signIn();
+  listRooms(70, 1);
+  auto one = CourseList::recorded();
+  auto other = CourseList::recorded();
+  loadAll(one);
+  loadAll(other);
+  recorded.insert(recorded.begin(), courseItem(71));
+  one.refresh();
+  settle();
+  runFor(2);
+  EXPECT_EQ(one.keys(), serverRooms(recorded));
+  EXPECT_EQ(other.keys(), serverRooms(recorded));
+  pagesAsked.clear();
+  runFor(30);
+  EXPECT_EQ(pagesAsked, Strings{}) << "and then they rest";
+}
+
+using CourseListLife = CourseListUser;
+
+TEST_F(CourseListLife, DestroyingItIsSilenceAtEveryStep) {
+  signIn();
+  listRooms(95, 1);
+  for (int steps = 0; steps < 150; ++steps) {
+    int told = 0;
+    auto list = std::make_unique<CourseList>(CourseList::recorded());
+    const Subscription seen = list->onChanged([&told](const auto&) { ++told; });
+    list->loadMore();
+    for (int step = 0; step < steps; ++step) platform.step();
+    if (steps % 3 == 0) changeUser("10000" + std::to_string(steps % 2 + 1));
+    list.reset();
+    const int before = told;
+    settle();
+    ASSERT_EQ(told, before) << "after " << steps << " steps";
+  }
+}
+
+TEST_F(CourseListLife, ItMayBeDestroyedFromInsideItsOwnCallback) {
+  signIn();
+  listRooms(95, 1);
+  int told = 0, toldOther = 0;
+  auto list = std::make_unique<CourseList>(CourseList::recorded());
+  const Subscription seen = list->onChanged([&](const CourseListChange& change) {
+    ++told;
+    if (change.changesRows()) list.reset();
+  });
+  const Subscription other = list->onChanged([&](const CourseListChange& change) {
+    if (change.changesRows()) ++toldOther;
+  });
+  list->loadMore();
+  settle();
+  EXPECT_EQ(list, nullptr);
+  EXPECT_EQ(toldOther, 0);
+  const int before = told;
+  runFor(30);
+  EXPECT_EQ(told, before);
+}
+
+TEST_F(CourseListLife, WhatIsWithdrawnIsNotCalled) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  int told = 0;
+  Subscription seen = list.onChanged([&](const auto&) {
+    ++told;
+    seen.reset();
+  });
+  loadAll(list);
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(list.keys(), rooms(95, 1));
+}
+
+TEST_F(CourseListLife, ALoadMayBeAskedForInsideTheCallback) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  View view(list);
+  view.also = [&](const CourseListChange&) {
+    if (list.canLoadMore()) list.loadMore();
+  };
+  list.loadMore();
+  settle();
+  EXPECT_TRUE(list.atEnd());
+  EXPECT_EQ(list.keys(), rooms(95, 1));
+}
+
+TEST_F(CourseListLife, MovesToAnotherOwner) {
+  signIn();
+  listRooms(10, 1);
+  auto list = CourseList::recorded();
+  list.loadMore();
+  CourseList owner = std::move(list);
+  settle();
+  EXPECT_EQ(owner.keys(), rooms(10, 1));
+  owner = CourseList::local();
+  settle();
+  EXPECT_EQ(owner.size(), 0u);
+  EXPECT_TRUE(owner.atEnd());
+}
+
+TEST_F(CourseListLife, OneChangeATurn) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  std::uint64_t turn = 0, lastTurn = 0;
+  int twice = 0;
+  const Subscription seen = list.onChanged([&](const auto&) {
+    if (turn == lastTurn) ++twice;
+    lastTurn = turn;
+  });
+  list.loadMore();
+  for (int round = 0; round < 400; ++round) {
+    ++turn;
+    if (round % 20 == 0) changeUser("10000" + std::to_string(round / 20 % 2 + 1));
+    if (round % 7 == 0) list.refresh();
+    if (round % 9 == 0) list.loadMore();
+    platform.step();
+  }
+  EXPECT_EQ(twice, 0);
+}
+
+}  // namespace
+}  // namespace orv

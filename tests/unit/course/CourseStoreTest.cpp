@@ -1,0 +1,188 @@
+#include <orvnetwork/course/CourseStore.h>
+
+#include "PagingFixture.h"
+
+#include <string>
+#include <vector>
+
+namespace orv {
+namespace {
+
+class CourseStoreTest : public PagingFixture {
+ protected:
+  using What = CourseChange::What;
+  static constexpr CourseListName kRecorded{CourseListKind::Recorded};
+
+  CourseStoreTest() {
+    seen_ = store().observe([this](const CourseChange& change) { changes.push_back(change); });
+  }
+  static CourseStore& store() { return CourseStore::getInstance(); }
+  std::vector<CourseStore::Read> read(const json::array& items, const CourseListName& list = kRecorded) {
+    std::vector<CourseStore::Read> courses;
+    for (const json::value& item : items) courses.push_back(store().read(list, item.as_object()));
+    return courses;
+  }
+  bool takeOver(const json::array& items, bool isWhole, const CourseListName& list = kRecorded) {
+    return store().takeOver(list, store().opened(), read(items, list), isWhole, this);
+  }
+  json::array itemsOf(std::vector<std::int64_t> rooms) {
+    json::array items;
+    for (const std::int64_t room : rooms) items.push_back(courseItem(room));
+    return items;
+  }
+
+  std::vector<CourseChange> changes;
+
+ private:
+  ObserverToken seen_;
+};
+
+TEST_F(CourseStoreTest, TakesOverTheWholeList) {
+  signIn();
+  listRooms(10, 1);
+  getCourses(0, 30);
+  EXPECT_TRUE(takeOver(itemsOf({12, 9, 10, 3}), true));
+  EXPECT_EQ(courses().cloudCourseList(), (Keys{"12", "9", "10", "3"}));
+  EXPECT_EQ(cloudListFile(), (json::array{"12", "9", "10", "3"}));
+  EXPECT_TRUE(hasCloudFile(12));
+  EXPECT_FALSE(hasCloudFile(5)) << "what is not listed any more has no record";
+  EXPECT_EQ(courses().getRecordCourseWithIndex(0)->title.get(), "课程 12");
+}
+
+TEST_F(CourseStoreTest, KeepsWhatStandsBehindAPart) {
+  signIn();
+  listRooms(10, 1);
+  getCourses(0, 30);
+  EXPECT_TRUE(takeOver(itemsOf({11, 10, 7}), false));
+  EXPECT_EQ(courses().cloudCourseList(), (Keys{"11", "10", "7", "6", "5", "4", "3", "2", "1"}));
+  EXPECT_FALSE(hasCloudFile(9));
+  EXPECT_TRUE(hasCloudFile(6));
+}
+
+TEST_F(CourseStoreTest, PassesOverWhatIsWithdrawn) {
+  signIn();
+  json::array items = itemsOf({3, 2, 1});
+  items[1].as_object()["status"] = course_status::kWithdrawn;
+  EXPECT_EQ(read(items)[1].course, nullptr);
+  EXPECT_TRUE(takeOver(items, true));
+  EXPECT_EQ(courses().cloudCourseList(), (Keys{"3", "1"}));
+  EXPECT_FALSE(hasCloudFile(2));
+}
+
+TEST_F(CourseStoreTest, ReadingChangesNothing) {
+  signIn();
+  listRooms(1, 1);
+  getCourses(0, 30);
+  const auto known = courses().getRecordCourseWithIndex(0);
+  json::array items = itemsOf({1, 2});
+  EXPECT_FALSE(read(items)[0].isNews);
+  items[0].as_object()["title"] = "新";
+  const auto result = read(items);
+  EXPECT_TRUE(result[0].isNews);
+  EXPECT_TRUE(result[1].isNews);
+  EXPECT_EQ(result[0].course->title.get(), "新");
+  EXPECT_EQ(known->title.get(), "课程 1");
+  EXPECT_EQ(courses().cloudCourseList(), Keys{"1"});
+  EXPECT_FALSE(hasCloudFile(2));
+}
+
+TEST_F(CourseStoreTest, RecordsThatAreSharedAreUpdatedInPlace) {
+  signIn();
+  listRooms(1, 1);
+  getCourses(0, 30);
+  const auto known = courses().getRecordCourseWithIndex(0);
+  json::array items = itemsOf({1});
+  items[0].as_object()["title"] = "新";
+  takeOver(items, true);
+  EXPECT_EQ(known->title.get(), "新");
+  EXPECT_EQ(cloudFile(1)->at("title"), "新");
+}
+
+TEST_F(CourseStoreTest, WhatIsNoNewsIsNotWritten) {
+  signIn();
+  listRooms(30, 1);
+  getCourses(0, 30, true);
+  const auto before = platform.files().calls();
+  takeOver(recorded, false);
+  settle();
+  EXPECT_EQ(platform.files().calls(), before);
+}
+
+TEST_F(CourseStoreTest, AnotherUsersCoursesAreTakenOverNowhere) {
+  signIn();
+  const std::uint64_t opened = store().opened();
+  const auto courses30 = read(itemsOf({3, 2, 1}));
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002"));
+  settle();
+  EXPECT_NE(store().opened(), opened);
+  EXPECT_FALSE(store().takeOver(kRecorded, opened, courses30, true, nullptr));
+  EXPECT_EQ(courses().cloudCourseList(), Keys{});
+}
+
+TEST_F(CourseStoreTest, ALiveCourseIsInOneListOnly) {
+  signIn();
+  listLive(1, 1, 3);
+  getLiveCourses(0, 30, 1);
+  const json::array begun{courseItem(2, live_type::kLive, 2)};
+  EXPECT_TRUE(takeOver(begun, true, {CourseListKind::Live, 2}));
+  EXPECT_EQ(list(1), (Keys{"1", "3"}));
+  EXPECT_EQ(list(2), Keys{"2"});
+  EXPECT_TRUE(takeOver({courseItem(1, live_type::kLive, 1)}, true, {CourseListKind::Live, 1}));
+  EXPECT_TRUE(hasLiveFile(2)) << "it is still in the other list";
+  EXPECT_FALSE(hasLiveFile(3));
+}
+
+TEST_F(CourseStoreTest, LocalCoursesAreNotTakenOver) {
+  EXPECT_FALSE(takeOver(itemsOf({1}), true, {CourseListKind::Local}));
+  EXPECT_FALSE(takeOver(itemsOf({1}), true, {CourseListKind::Live, 99}));
+  EXPECT_EQ(courses().localCourseList(), Keys{});
+}
+
+TEST_F(CourseStoreTest, TellsWhatIsDoneToTheCatalogue) {
+  signIn();
+  settle();
+  changes.clear();
+  listRooms(3, 1);
+  getCourses(0, 30);
+  ASSERT_EQ(changes.size(), 1u);
+  EXPECT_EQ(changes[0].what, What::Page);
+  EXPECT_EQ(changes[0].rooms, (std::vector<std::int64_t>{3, 2, 1}));
+  EXPECT_EQ(changes[0].by, nullptr);
+  takeOver(itemsOf({4, 3}), false);
+  ASSERT_EQ(changes.size(), 2u);
+  EXPECT_EQ(changes[1].by, this);
+  courses().deleteCloudCourse(courses().getRecordCourseWithIndex(0));
+  ASSERT_EQ(changes.size(), 3u);
+  EXPECT_EQ(changes[2].what, What::Course);
+  EXPECT_EQ(changes[2].roomID, 4);
+  courses().setCloudCourseList({"7"});
+  EXPECT_EQ(changes.back().what, What::All);
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002"));
+  EXPECT_EQ(changes.back().what, What::Opened);
+}
+
+TEST_F(CourseStoreTest, WhoHasWithdrawnIsToldNothing) {
+  int told = 0;
+  auto token = store().observe([&told](const CourseChange&) { ++told; });
+  courses().setCloudCourseList({"7"});
+  EXPECT_EQ(told, 1);
+  token.reset();
+  courses().setCloudCourseList({"8"});
+  EXPECT_EQ(told, 1);
+}
+
+TEST_F(CourseStoreTest, ACopyIsNobodyElses) {
+  signIn();
+  listRooms(70, 1);
+  getCourses(0, 70);
+  const auto copy = store().copyOf(kRecorded, "1");
+  ASSERT_NE(copy, nullptr);
+  EXPECT_EQ(copy->title.get(), "课程 1");
+  EXPECT_EQ(store().copyOf(kRecorded, "70")->title.get(), "课程 70") << "from its file";
+  EXPECT_FALSE(isInMemory(70)) << "looking brings nothing into memory";
+  EXPECT_EQ(store().copyOf(kRecorded, "99"), nullptr);
+  EXPECT_EQ(store().listed(kRecorded).keys.size(), 70u);
+}
+
+}  // namespace
+}  // namespace orv
