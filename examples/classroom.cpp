@@ -36,7 +36,7 @@ class Classroom {
  public:
   Classroom(orv::Client& client, std::string mobile, std::string password) : session_(client.session()) {
     link_ = client.link().onChanged(
-        [](const orv::LinkChange& change) { std::cout << "link: " << change.now.sentence() << std::endl; });
+        [](const orv::LinkChange& change) { std::cout << change.now.sentence() << std::endl; });
     changed_ = session_.onChanged([this](const orv::SessionChange& change) { sessionChanged(change.now); });
     life_ = live(std::move(mobile), std::move(password));
   }

@@ -100,7 +100,7 @@ TEST_F(ExampleHosts, CoroutinesTellsWhyItGoesNoFurther) {
 TEST_F(ExampleHosts, ClassroomFillsItsListsAndEndsWhenItIsLoggedOut) {
   ChildProgram program(ORV_EXAMPLE_CLASSROOM, {server.url(), "13800000001", "classroom"});
   for (const char* line :
-       {"link: up", "session: Good", "recorded: complete", "live: complete", "removed it"}) {
+       {"the link is up", "session: Good", "recorded: complete", "live: complete", "removed it"}) {
     EXPECT_TRUE(program.waitForOutput(line)) << line;
   }
   server.push("User.OtherDevice.Logout", {}, "13800000001");

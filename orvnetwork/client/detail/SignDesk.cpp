@@ -16,7 +16,10 @@ namespace orv::detail {
 
 namespace {
 
-constexpr Seconds kLinkWait{10};
+/// Without a link a sign-in waits so many times so long for one, and each time it asks for an attempt: a person is waiting,
+/// and the link takes no notice of an attempt that is asked for within 1.5 s of the last.
+constexpr int kLinkTurns = 5;
+constexpr Seconds kLinkTurn{2};
 constexpr Seconds kLogOutWait{5};
 
 std::shared_ptr<OrvUserInfoModel> storedUser() {
@@ -107,10 +110,10 @@ Pending<SignInResult> SignDesk::signInNow(Self desk, LogIn logIn, std::stop_toke
     [[maybe_unused]] const SignOutResult left = co_await leaving;
   }
   auto& link = QXWebSocketMgr::standard();
-  if (!link.isOpen()) {
-    link.reconnect();
+  for (int turn = 0; turn < kLinkTurns && !link.isOpen(); ++turn) {
+    if (link.isClosed()) link.reconnect();
     auto up = desk->watch_->linkUp();
-    up.deadline(kLinkWait);
+    up.deadline(kLinkTurn);
     [[maybe_unused]] const PendingEnd waited = co_await up;
   }
   // What stops it is told a turn later.

@@ -91,6 +91,21 @@ TEST_F(SignIn, WaitsTenSecondsForALink) {
   EXPECT_FALSE(lastText.empty());
 }
 
+TEST_F(SignIn, GetsTheLinkBackThatASignOutHasJustClosed) {
+  watch();
+  connect();
+  signIn();
+  settle();
+  signOut();
+  settle();
+  ASSERT_EQ(results, (Strings{"SignedIn", "SignedOut"}));
+  EXPECT_FALSE(link.isOpen()) << "it was opened less than 1.5 s ago, so that nobody opens it afresh";
+  signIn();
+  runFor(3);
+  EXPECT_EQ(results.back(), "SignedIn");
+  EXPECT_EQ(state(), "Good");
+}
+
 TEST_F(SignIn, GoesOnWhenTheLinkIsUp) {
   watch();
   settle();
