@@ -7,6 +7,14 @@ install(TARGETS orvnetwork orvnetwork_testing EXPORT OrvNetworkTargets
   FILE_SET public_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 install(EXPORT OrvNetworkTargets NAMESPACE OrvNetwork:: DESTINATION ${ORV_CMAKE_DIR})
+# The embedded server for tests of hosts is a component of its own, since it needs what the library does not. Its headers
+# have a folder of their own: "devserver" is nobody's name in particular.
+if(TARGET orvnetwork_devserver)
+  install(TARGETS orvnetwork_devserver orv_devserver EXPORT OrvNetworkDevserverTargets COMPONENT devserver
+    FILE_SET public_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvnetwork-devserver COMPONENT devserver)
+  install(EXPORT OrvNetworkDevserverTargets NAMESPACE OrvNetwork:: DESTINATION ${ORV_CMAKE_DIR} COMPONENT devserver)
+endif()
+
 configure_package_config_file(cmake/OrvNetworkConfig.cmake.in OrvNetworkConfig.cmake
   INSTALL_DESTINATION ${ORV_CMAKE_DIR} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(OrvNetworkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
@@ -26,3 +34,8 @@ foreach(name IN ITEMS orvnetwork orvnetwork-testing)
   configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+if(TARGET orvnetwork_devserver)
+  configure_file(cmake/orvnetwork-devserver.pc.in orvnetwork-devserver.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvnetwork-devserver.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT devserver)
+endif()

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "devserver/crowd/Peer.h"
 #include "devserver/engine/Counters.h"
-#include "devserver/engine/FrameLog.h"
+#include "devserver/engine/ReceivedFrame.h"
+#include "devserver/faults/Cut.h"
 #include "devserver/faults/Faults.h"
 #include "devserver/faults/Garbage.h"
 
@@ -53,8 +53,19 @@ struct DevServerOptions {
 /// The embedded classroom server: a WebSocket server with a small school in it that answers like the real
 /// one and misbehaves on request. It works on one thread of its own.
 ///
+/// A host's test runs it in its own process, on a port that is free, and looks at what it got:
+///
+///     orv::DevServer server;
+///     server.start();
+///     link.setApiServerUrl(server.url());                    // and the host goes to work
+///     server.faults().dropReplies(1, "Course.Get.Items");
+///     auto frame = server.waitForFrame(
+///         [](const auto& frame) { return frame.text.find("Course.Get.Items") != std::string::npos; },
+///         std::chrono::seconds(5));
+///
 /// Every operation may be called from any thread, also while the server is stopped. What changes
 /// connections waits until it is done, so that its effect comes before anything that the caller does next.
+/// Where nothing is said of a failure there is none.
 class DevServer {
  public:
   using Options = DevServerOptions;
@@ -75,6 +86,7 @@ class DevServer {
   void stop();
   /// `stop` and `start` on the same port.
   void restart();
+  /// Whether it listens.
   bool running() const;
 
   /// The port that it listens on, or had when it was running; 0 before.
@@ -87,8 +99,10 @@ class DevServer {
   /// The misbehaviour in force.
   devserver::Faults& faults();
 
-  // `user` is a user id or a mobile number; empty means every open connection. The results are the numbers
-  // of connections reached.
+  /// @name What is done to connections
+  /// `user` is a user id or a mobile number; empty means every open connection. The results are the numbers of
+  /// connections reached.
+  /// @{
 
   /// Sends a push frame {"C":command,"s":now,"v":values}. Throws std::invalid_argument for a number that JSON cannot
   /// have.
@@ -96,16 +110,21 @@ class DevServer {
                    std::string_view user = {});
   /// Sends a text frame as it is.
   std::size_t sendText(std::string_view text, std::string_view user = {});
+  /// Sends something that a client should not have to expect.
   std::size_t sendGarbage(const devserver::Garbage& garbage, std::string_view user = {});
+  /// Ends connections, in the way that `cut` says.
   std::size_t cut(const devserver::Cut& cut, std::string_view user = {});
   /// Ends sessions: the next command that needs one is answered by 1001. Tokens stay good.
   std::size_t expireSessions(std::string_view user = {});
   /// Ends sessions and drops the tokens: "User.Post.Session" is answered by 2.
   std::size_t revokeTokens(std::string_view user = {});
 
-  // The courses of the school, which are there for every command at once. `fields` are the members under which
-  // clients read a course; those left out are as in any recorded course of classroom 5001. Everything throws
-  // std::invalid_argument for what is not there or not possible, and std::runtime_error when it cannot be kept.
+  /// @}
+  /// @name The courses of the school
+  /// They are there for every command at once. `fields` are the members under which clients read a course; those left out
+  /// are as in any recorded course of classroom 5001. Everything throws std::invalid_argument for what is not there or not
+  /// possible, and std::runtime_error when it cannot be kept.
+  /// @{
 
   /// Adds one course, and returns its room id. A "roomID" among the fields is taken, and must be free.
   std::int64_t addCourse(const boost::json::object& fields = {});
@@ -113,11 +132,14 @@ class DevServer {
   std::vector<std::int64_t> addCourses(std::size_t count, const boost::json::object& fields = {});
   /// Sets members, such as "status", "title", "publishStatus" or "liveStatus"; null removes one.
   void changeCourse(std::int64_t roomID, const boost::json::object& fields);
+  /// Takes a course out of the school, with all that belongs to it. Nothing is pushed.
   void removeCourse(std::int64_t roomID);
   /// The course as "Course.Get.Items" lists it; absent when there is none.
   std::optional<boost::json::object> course(std::int64_t roomID);
   /// Pushes "Rooms.Push.Message" with an item {"data":{"roomID":…,"code":…}} for each room.
   std::size_t pushCourses(const std::vector<std::int64_t>& roomIDs, int code = 0, std::string_view user = {});
+  /// @}
+
   /// Sessions end by themselves this long after the sign-in or its refresh; 0: never.
   void setSessionLifetime(std::chrono::milliseconds lifetime);
   /// The commands that are carried out, in alphabetical order.
@@ -125,6 +147,7 @@ class DevServer {
 
   /// The newest frames that came in, oldest first.
   std::vector<Frame> receivedFrames() const;
+  /// Forgets them; the counters stay.
   void clearReceivedFrames();
   /// The first kept or coming frame that the predicate accepts; absent after `timeout`.
   std::optional<Frame> waitForFrame(const std::function<bool(const Frame&)>& predicate,
@@ -138,6 +161,7 @@ class DevServer {
 
   /// Open WebSocket connections.
   std::size_t connectionCount() const;
+  /// What has happened since the object was made.
   devserver::Counters counters() const;
 
   /// What `GET /control` answers: connections, counters and faults.

@@ -2,6 +2,7 @@
 
 #include "devserver/control/ControlActions.h"
 #include "devserver/control/ControlFields.h"
+#include "devserver/faults/Cut.h"
 #include "devserver/faults/Garbage.h"
 #include "devserver/school/ReadJson.h"
 

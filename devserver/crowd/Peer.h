@@ -1,25 +1,13 @@
 #pragma once
 
 #include "devserver/crowd/Session.h"
+#include "devserver/faults/Cut.h"
 
 #include <chrono>
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 namespace orv::devserver {
-
-/// How a connection is cut.
-struct Cut {
-  enum class Kind {
-    Fin,    ///< TCP end of stream without a close frame
-    Reset,  ///< TCP reset; output that is still waiting is lost
-    Close,  ///< close frame, then the closing handshake
-  };
-  Kind kind = Kind::Fin;
-  std::uint16_t code = 1000;  ///< close code; 0: a close frame without a body
-  std::string reason{};       ///< at most 123 bytes of UTF-8
-};
 
 /// One open WebSocket connection as the logic of the server sees it. I/O thread only.
 class Peer {

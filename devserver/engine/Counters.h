@@ -5,7 +5,7 @@
 
 namespace orv::devserver {
 
-/// What has happened since the server object was made.
+/// What has happened since the server object was made; each number is a count.
 template <class Number>
 struct BasicCounters {
   Number tcpAccepted{0};       ///< TCP connections, the control's included
@@ -21,6 +21,7 @@ struct BasicCounters {
   Number repliesDropped{0};  ///< thrown away by a fault
   Number pushesSent{0};
 
+  /// Calls `visitor` with the name and the value of each.
   template <class Visitor>
   void visit(Visitor&& visitor) const {
     visitor("tcpAccepted", tcpAccepted);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "devserver/engine/ReceivedFrame.h"
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -15,15 +17,6 @@
 #include <vector>
 
 namespace orv::devserver {
-
-/// One frame as a client sent it.
-struct ReceivedFrame {
-  std::uint64_t sequence = 0;      ///< 1 for the first frame of the server object's life
-  std::uint64_t connectionId = 0;  ///< the connection that it came on
-  std::chrono::system_clock::time_point time;
-  bool binary = false;  ///< a binary frame
-  std::string text;     ///< the payload
-};
 
 /// The newest frames that came in, bounded in number and in bytes, and the place where other threads wait
 /// for something to happen. Every operation may be called from any thread.

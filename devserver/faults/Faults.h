@@ -40,6 +40,9 @@ enum class ConnectionMode {
 /// Where several faults of one kind fit a reply, the one that was set first applies; faults of different
 /// kinds add up. `command` empty means every command. `count` is the number of replies (or requests) that
 /// the fault is good for.
+///
+///     server.faults().delayReplies(std::chrono::seconds(2), "Course.Get.Items");
+///     server.faults().clear();
 class Faults {
  public:
   static constexpr std::size_t kForever = std::numeric_limits<std::size_t>::max();

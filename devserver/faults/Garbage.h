@@ -2,21 +2,27 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 namespace orv::devserver {
 
 /// Something that a client should not have to expect.
+///
+///     server.sendGarbage(orv::devserver::Garbage::deepNesting());
 struct Garbage {
   enum class Form {
     Text,    ///< one text frame with these bytes
     Binary,  ///< one binary frame with these bytes
     Wire,    ///< these bytes between two frames
   };
-  Form form = Form::Text;
-  std::string payload;
+  Form form = Form::Text;  ///< how it goes out
+  std::string payload;     ///< the bytes
 
+  /// A text frame with these bytes.
   static Garbage text(std::string payload) { return {Form::Text, std::move(payload)}; }
+  /// A binary frame with these bytes.
   static Garbage binary(std::string payload) { return {Form::Binary, std::move(payload)}; }
+  /// Bytes that need not be a frame at all.
   static Garbage wire(std::string payload) { return {Form::Wire, std::move(payload)}; }
   /// A text frame that is not UTF-8.
   static Garbage invalidUtf8() { return text("{\"C\":\"\xff\xfe\xc0\x80\"}"); }

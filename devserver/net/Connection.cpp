@@ -1,5 +1,6 @@
 #include "devserver/net/Connection.h"
 
+#include "devserver/faults/Cut.h"
 #include "devserver/net/LinkCore.h"
 
 #include <boost/beast/http/read.hpp>

@@ -1,3 +1,4 @@
+#include "devserver/faults/Cut.h"
 #include "devserver/faults/Garbage.h"
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"

@@ -18,6 +18,8 @@ from snippets import files  # noqa: E402
 BUILD, COMPILER = pathlib.Path(sys.argv[1]), sys.argv[2]
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 CONSUMER = pathlib.Path(__file__).resolve().parent / "consumer"
+# A build without programs and tests has no embedded server to install.
+SERVER_TESTS = ["server_test"] if (BUILD / "devserver").is_dir() else []
 
 
 def run(*command, env=None):
@@ -47,7 +49,7 @@ class InstallTest(unittest.TestCase):
         run("cmake", "-S", CONSUMER, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
             f"-DCMAKE_CXX_COMPILER={COMPILER}", "-DCMAKE_BUILD_TYPE=Debug")
         run("cmake", "--build", build, "-j2")
-        for program in ("host", "host_test"):
+        for program in ("host", "host_test", *SERVER_TESTS):
             self.assertIn("done", run(build / program, env={"HOME": str(self.folder)}))
 
     def test_the_host_of_the_document(self):
@@ -67,7 +69,8 @@ class InstallTest(unittest.TestCase):
             self.assertEqual(program.returncode, code, program)
 
     def test_pkg_config(self):
-        for program, package in (("host", "orvnetwork"), ("host_test", "orvnetwork-testing")):
+        hosts = [("host", "orvnetwork"), ("host_test", "orvnetwork-testing")]
+        for program, package in hosts + [(test, "orvnetwork-devserver") for test in SERVER_TESTS]:
             binary = self.folder / f"{program}-pkg-config"
             run(COMPILER, "-std=c++20", CONSUMER / f"{program}.cpp", "-o", binary, *self.flags(package))
             self.assertIn("done", run(binary, env={"HOME": str(self.folder),
@@ -88,6 +91,17 @@ class InstallTest(unittest.TestCase):
         self.assertIn("orvnetwork/orvnetwork.h", headers)
         self.assertIn("orvnetwork/platform/MainQueue.h", headers)
         self.assertFalse([header for header in headers if "/native/" in header])
+        server = {header.removeprefix("orvnetwork-devserver/devserver/") for header in headers
+                  if header.startswith("orvnetwork-devserver/")}
+        self.assertEqual(server, {"DevServer.h", "engine/Counters.h", "engine/ReceivedFrame.h", "faults/Cut.h",
+                                  "faults/Faults.h", "faults/Garbage.h", "faults/WireFaults.h"} if SERVER_TESTS else set())
+
+    def test_installed_server_headers_compile_alone(self):
+        root = self.prefix / "include" / "orvnetwork-devserver"
+        for header in root.rglob("*.h"):
+            source = self.folder / "alone.cpp"
+            source.write_text(f"#include <{header.relative_to(root).as_posix()}>\n", encoding="utf-8")
+            run(COMPILER, "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", f"-I{root}", source)
 
     def test_installed_programs_run(self):
         for program in ("orv", "orv-devserver"):

@@ -1,6 +1,7 @@
 // What ends a link on real sockets, what is told about it, and how the link comes back.
 
 #include <devserver/DevServer.h>
+#include <devserver/faults/Cut.h>
 #include <tests/support/LiveLink.h>
 #include <tests/support/RawPeer.h>
 

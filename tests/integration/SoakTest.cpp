@@ -3,6 +3,7 @@
 
 #include "devserver/faults/Garbage.h"
 #include <devserver/DevServer.h>
+#include <devserver/faults/Cut.h>
 #include <tests/support/Environment.h>
 #include <tests/support/LiveLink.h>
 
