@@ -23,7 +23,7 @@ struct ClientOptions {
   OptionalString installation;
   /// The file that keeps the identifier, as an absolute path; without a meaning where `installation` is given. Absent:
   /// "OrvInstallation/identifier" in the documents folder. It is made when it is missing, for its owner's eyes only, with a
-  /// random identifier.
+  /// random identifier; programs that do so at the same time take turns by a lock file beside it.
   OptionalString installationFile;
 
   /// The folder in which everything is kept, as an absolute path, in place of the user's home: the documents, data and

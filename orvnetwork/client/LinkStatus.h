@@ -44,7 +44,7 @@ class ORV_EXPORT LinkStatus {
   LinkStatus& operator=(const LinkStatus&) = delete;
   ~LinkStatus();
 
-  /// How the link stands.
+  /// How the link stands; valid until it changes, which it does in turns of the main queue and in calls of the layers below.
   const LinkSnapshot& snapshot() const;
   LinkState state() const { return snapshot().state; }
   /// Whether a request can be sent now. It asks the link itself, so it is right also inside a notification of the layers

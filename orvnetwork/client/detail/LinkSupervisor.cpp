@@ -14,6 +14,7 @@ namespace {
 constexpr Seconds kPatienceWithConnecting{65};
 constexpr Seconds kPatienceWithConfirming{10};
 constexpr Seconds kPatienceWithSilence{45};
+constexpr Seconds kStandstill{5};
 constexpr Seconds kFirstSpread{10};
 constexpr Seconds kLastSpread{60};
 /// How long a link is up that counts as one that works.
@@ -110,6 +111,7 @@ void LinkSupervisor::rest() {
 }
 
 void LinkSupervisor::lookOn() {
+  noteAt_ = now() + std::chrono::round<SteadyTime::duration>(patienceWith(sight_.kind));
   timer_ = Timer::schedule(patienceWith(sight_.kind), false, [this] { note(); });
 }
 
@@ -119,6 +121,8 @@ void LinkSupervisor::note() {
     follow(reading);
     return actions_.noted();
   }
+  // The whole process stood still, as when the computer slept: nobody had a chance to answer.
+  if (now() - noteAt_ >= kStandstill) return lookOn();
   if (sight_.kind == Kind::Up) forgetAttemptsOfALastingLink();
   trouble_ = troubleOf(sight_.kind);
   planAttempt();

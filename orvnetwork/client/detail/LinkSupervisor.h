@@ -21,7 +21,8 @@ namespace orv {
 /// | an open socket whose server has not answered the first "PING" | 10 s |
 /// | a link on which nothing comes any more | 45 s: "PING" is sent every 30 s |
 ///
-/// Then the trouble is noted, and the attempt waits some random time. Whatever changes meanwhile withdraws it. Main thread.
+/// Then the trouble is noted, and the attempt waits some random time. Whatever changes meanwhile withdraws it. Time in
+/// which the process stood still does not count. Main thread.
 class LinkSupervisor {
  public:
   struct Actions {
@@ -79,6 +80,7 @@ class LinkSupervisor {
   std::uint64_t messages_ = 0;
   SteadyTime upSince_{};
   std::uint64_t attempts_ = 0;  ///< its own since a link lasted
+  SteadyTime noteAt_{};
   std::optional<LinkFailure> trouble_;
   std::optional<SteadyTime> nextAttempt_;
   std::shared_ptr<Timer> timer_;

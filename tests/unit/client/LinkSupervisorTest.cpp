@@ -180,6 +180,20 @@ TEST_F(Supervisor, KeepsALinkWhoseServerWasSilentForAWhile) {
   EXPECT_EQ(attempts(), Times{0});
 }
 
+TEST_F(Supervisor, DoesNotBlameTheServerForATimeInWhichTheProcessStoodStill) {
+  bringUp();
+  runFor(100);
+  platform.stall(Seconds(300));
+  runFor(20);
+  EXPECT_TRUE(changes.empty()) << history();
+  server.setSilent(1);
+  platform.stall(Seconds(300));
+  runFor(44);
+  EXPECT_TRUE(link().isUp());
+  runFor(1.4);
+  EXPECT_EQ(told(), Strings{"confirming noAnswer"}) << "and a server that is silent afterwards is noticed";
+}
+
 TEST_F(Supervisor, TakesEveryMessageForALifeSign) {
   bringUp();
   server.setAnswersPing(false);
