@@ -1,6 +1,7 @@
 // The link, the session and the server fail a list of courses.
 
 #include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "CourseListFixture.h"
 

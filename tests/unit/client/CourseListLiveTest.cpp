@@ -1,4 +1,6 @@
 #include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "CourseListFixture.h"
 

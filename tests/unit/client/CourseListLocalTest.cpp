@@ -1,9 +1,12 @@
 #include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "CourseListFixture.h"
 
 #include <memory>
 #include <string>
+#include <system_error>
 
 namespace orv {
 namespace {

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/client/CourseList.h>
 #include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
 
 #include "CourseListFixture.h"

@@ -1,4 +1,5 @@
 #include <orvnetwork/course/CourseStore.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "PagingFixture.h"
 
