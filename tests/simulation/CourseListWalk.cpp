@@ -1,5 +1,6 @@
 #include "CourseListWalk.h"
 
+#include <orvnetwork/client/CourseRows.h>
 #include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>

@@ -3,6 +3,7 @@
 #include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/platform/MainQueue.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace orv::detail {
@@ -27,12 +28,22 @@ void CourseInbox::note(const CourseChange& change) {
   {
     const std::lock_guard lock(mutex_);
     changes_.push_back(change);
+    if (changes_.size() > kMostChanges) joinChanges();
     if (changes_.size() > 1) return;
   }
   MainQueue::instance().post([weak = weak_from_this()] {
     const auto inbox = weak.lock();
     if (inbox && inbox->wake_) inbox->wake_();
   });
+}
+
+void CourseInbox::joinChanges() {
+  const bool isAnother = std::ranges::count(changes_, CourseChange::What::Opened, &CourseChange::what) != 0;
+  changes_.clear();
+  if (isAnother) changes_.push_back({.what = CourseChange::What::Opened});
+  for (const auto kind : {CourseListKind::Local, CourseListKind::Recorded, CourseListKind::Live}) {
+    changes_.push_back({.what = CourseChange::What::All, .list = {kind}});
+  }
 }
 
 }  // namespace orv::detail

@@ -3,6 +3,7 @@
 #include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -10,7 +11,8 @@
 
 namespace orv::detail {
 
-/// Collects what is done to the catalogue, on whatever thread, and wakes the main thread once for all that has come.
+/// Collects what is done to the catalogue, on whatever thread, and wakes the main thread once for all that has come. Where
+/// the main thread is long in coming, many changes become one: that anything may be different.
 class CourseInbox : public std::enable_shared_from_this<CourseInbox> {
  public:
   /// @param wake called on the main thread, in a turn of the main queue
@@ -24,7 +26,10 @@ class CourseInbox : public std::enable_shared_from_this<CourseInbox> {
   std::vector<CourseChange> take();
 
  private:
+  static constexpr std::size_t kMostChanges = 1000;
+
   void note(const CourseChange& change);
+  void joinChanges();
 
   std::function<void()> wake_;
   ObserverToken token_;

@@ -32,6 +32,8 @@ void CourseListCore::start() {
     linkUp_ = NotificationCenter::defaultCenter().observe(QXNotificationDidOpen,
                                                           [this](const Notification&) { linkIsUp(); });
   }
+  classroom_ = NotificationCenter::defaultCenter().observe(
+      QXNotificationDidChangeClassroom, [this](const Notification&) { classroomChanged(); });
   state_ = told_ = stateNow();
   work();
 }
@@ -39,6 +41,7 @@ void CourseListCore::start() {
 void CourseListCore::close() {
   isClosed_ = true;
   linkUp_.reset();
+  classroom_.reset();
   inbox_->close();
   if (later_) later_->invalidate();
   pass_.reset();

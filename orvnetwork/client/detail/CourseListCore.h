@@ -63,6 +63,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   void touch(std::int64_t roomID);
   void anotherCatalogue();
   void linkIsUp();
+  void classroomChanged();
   /// Refreshes a list that has been loaded after a while.
   void refreshIn(Seconds delay);
   bool isVisible();
@@ -93,7 +94,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   std::shared_ptr<SerialQueue> worker_;
   std::shared_ptr<CoursePageReader> reader_;
   std::shared_ptr<CourseInbox> inbox_;
-  ObserverToken linkUp_;
+  ObserverToken linkUp_, classroom_;
   std::shared_ptr<Timer> later_;
 
   // What is shown and told.

@@ -4,7 +4,10 @@
 #include <orvnetwork/client/detail/CoursePageReader.h>
 #include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/course/CourseStore.h>
+#include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <cstddef>
@@ -109,6 +112,16 @@ void CourseListCore::linkIsUp() {
   pass_.reset();
   const double within = kSpread * static_cast<double>(Platform::current().random() % kSteps) / kSteps;
   refreshIn(Seconds(isVisible() ? within : kSpread + within));
+}
+
+/// A classroom that the server has changed by itself is no other user, and so the catalogue has not been told.
+void CourseListCore::classroomChanged() {
+  const auto user = QXUserInfoMgr::getInstance().userInfo();
+  const OptionalString classroom = user ? user->classroom.get() : std::nullopt;
+  if (!classroom || int64FromText(*classroom) == 0) return;
+  if (CourseStore::getInstance().belongsTo(int64FromText(user->uID.get().value_or("")), classroom)) return;
+  // It waits for who holds the catalogue.
+  worker_->post([] { QXCourseManager::getInstance().reload(); });
 }
 
 void CourseListCore::refreshIn(Seconds delay) {

@@ -93,6 +93,20 @@ TEST_F(CourseListLocal, ManyChangesAtOnceAreOneChange) {
   EXPECT_LE(view.rowChanges(), 2u);
 }
 
+TEST_F(CourseListLocal, MoreChangesThanAreKeptAreFollowedAllTheSame) {
+  add(1);
+  add(2);
+  auto list = CourseList::local();
+  settle();
+  for (int times = 0; times < 1500; ++times) courses().refreshLocalCourse(makeLocal(1 + times % 2));
+  const auto changed = makeLocal(1);
+  changed->title = "新";
+  courses().saveLocalCourse(changed);
+  settle();
+  EXPECT_EQ(list.keys(), (Rooms{2, 1}));
+  EXPECT_EQ(list.at(1)->title.get(), "新");
+}
+
 TEST_F(CourseListLocal, IsTheNewUsersListWhenTheUserChanges) {
   signIn();
   add(1);

@@ -48,6 +48,23 @@ TEST_F(CourseListUser, AnotherClassroomIsAnotherList) {
   EXPECT_EQ(list.keys(), rooms(105, 100));
 }
 
+TEST_F(CourseListUser, AClassroomThatTheServerChangesIsAnotherListToo) {
+  signIn();
+  listRooms(40, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  recorded = items(105, 100);
+  instead = [this](const json::object& frame) -> std::optional<json::object> {
+    if (frame.at("c") == "Course.Get.Items") return pageAsked(frame);
+    return json::object{{"ret", 0}, {"data", {{"id", "5002"}}}};
+  };
+  QXUserInfoMgr::getInstance().refreshClassroomInfo();
+  settle();
+  EXPECT_EQ(list.keys(), rooms(105, 100));
+  EXPECT_EQ(courses().currentClassroomID(), "5002");
+  EXPECT_EQ(stored(), rooms(105, 100));
+}
+
 TEST_F(CourseListUser, ComesBackToWhatIsStored) {
   signIn();
   listRooms(40, 1);
