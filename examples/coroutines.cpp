@@ -5,6 +5,7 @@
 #include <orvnetwork/orvnetwork.h>
 
 #include <iostream>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>

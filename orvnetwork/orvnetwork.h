@@ -6,9 +6,11 @@
 /// @namespace orv
 /// The client side of a live classroom: one link to its server, and what travels over it.
 ///
-/// Begin with `QXWebSocketMgr` (the link), `QXAPIHelper` (what can be asked), `QXUserInfoMgr` (who is signed in),
-/// `QXCourseManager` (the catalogue of courses) and `MainQueue` (where callbacks run). Names that begin with QX, Orv or WX
-/// are those of the system; `Platform` and what it gives are the seam to the operating system.
+/// Begin with `Client` (the system, set up and running), `LinkStatus`, `SessionStatus`, `CourseList` and `LocalCourses`, with
+/// `ask` for everything that the server can be asked (`QXAPIHelper`), and with `MainQueue` (where callbacks run). Below
+/// them are `QXWebSocketMgr` (the link), `QXUserInfoMgr` (the user) and `QXCourseManager` (the catalogue of courses).
+/// Names that begin with QX, Orv or WX are those of the system; `Platform` and what it gives are the seam to the operating
+/// system.
 
 #include <orvnetwork/api/Operation.h>
 #include <orvnetwork/api/OperationRegistry.h>

@@ -4,6 +4,7 @@
 #include <orvnetwork/transport/LinkFailure.h>
 
 #include <devserver/DevServer.h>
+#include <devserver/faults/Cut.h>
 #include <tests/support/LiveLink.h>
 
 #include <sys/stat.h>

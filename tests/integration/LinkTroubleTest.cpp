@@ -1,3 +1,4 @@
+#include <orvnetwork/platform/NotificationCenter.h>
 // What ends a link on real sockets, what is told about it, and how the link comes back.
 
 #include <devserver/DevServer.h>

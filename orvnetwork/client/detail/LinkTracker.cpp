@@ -1,5 +1,6 @@
 #include "orvnetwork/client/detail/LinkTracker.h"
 
+#include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/LinkFailure.h>

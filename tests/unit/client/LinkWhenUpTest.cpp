@@ -1,4 +1,6 @@
 #include <orvnetwork/client/LinkStatus.h>
+#include <orvnetwork/client/PendingEnd.h>
+#include <orvnetwork/testing/ConnectPlan.h>
 
 #include "ClientFixture.h"
 
