@@ -41,7 +41,8 @@ namespace orv {
 /// The user stays stored in `Refused` and `TakenOver`; the host asks a person, and signs in or out. The session is renewed
 /// by `QXUserInfoMgr`, each time the link is up and every 120 s. Where nobody else would for minutes, this asks for a
 /// renewal too, within 2 s: after a sign-in, and when the server says that it does not know the session by refusing a
-/// request for want of one. That also sends the requests that were held for it.
+/// request for want of one. That also sends the requests that were held for it. What was held for one user and was not
+/// given up is sent with the session of the next one, as the link has it.
 ///
 /// The user file is read and written on the worker pool. Nothing here waits for it. Until it has been read the state is
 /// `Restoring` without a user.

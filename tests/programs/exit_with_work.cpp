@@ -1,5 +1,5 @@
 // A host that ends with its hands full: requests without an answer, timers that run, an observer that is removed
-// by a static destructor, and ten thousand log lines in the queue.
+// by a static destructor, a sign-in, local courses on their way to the disk, and ten thousand log lines in the queue.
 //
 //   exit_with_work URL WHEN HOW
 //
@@ -25,6 +25,7 @@ namespace {
 
 constexpr int kLogLines = 10'000;
 constexpr int kRequests = 100;
+constexpr int kCourses = 100;
 
 std::string_view when;
 std::string_view how;
@@ -37,6 +38,11 @@ void queueWork() {
         "Dev.Never", orv::json::object{{"i", i}}, [](const auto&, bool, const auto&) { std::abort(); },
         [](const auto&) {});
   }
+  // Never destroyed: the process may end on another thread.
+  static auto* const session = new orv::SessionStatus;
+  static auto* const courses = new orv::LocalCourses;
+  session->signIn("13800000001", "classroom").then([](const auto&) {}).detach();
+  for (int i = 0; i < kCourses; ++i) courses->create().then([](const auto&) {}).detach();
   for (int i = 0; i < kLogLines; ++i) log.log("work line %ld", std::int64_t{i});
 }
 

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/client/MainThread.h>
 #include <orvnetwork/client/PendingEnd.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
@@ -51,7 +52,8 @@ void SessionWatch::open() {
   observe(QXNotificationDidChangeUserInfo, &SessionWatch::userChanged);
   observe(QXNotificationDidChangeClassroom, &SessionWatch::look);
   observe(QXNotificationDidOpen, &SessionWatch::linkOpened);
-  observe(QXNotificationLogoutByOtherUser, &SessionWatch::takenOver);
+  tokens_.push_back(NotificationCenter::defaultCenter().observe(
+      QXNotificationLogoutByOtherUser, [this](const Notification& pushed) { takenOver(pushed.userInfo); }));
   for (const auto lost : {QXNotificationDidCloseWithCode, QXNotificationDidFailWithError,
                           QXNotificationDidAutoReconnectFailed, QXNotificationReachabilityStatusChange}) {
     observe(lost, &SessionWatch::look);
@@ -98,9 +100,11 @@ void SessionWatch::linkOpened() {
   for (auto& waiter : std::exchange(linkWaiters_, {})) waiter.answer(PendingEnd::Finished);
 }
 
-void SessionWatch::takenOver() {
+void SessionWatch::takenOver(const json::object* frame) {
   look();
-  if (!info_.user) return;
+  // It may be meant for somebody who was signed in until now.
+  const OptionalString meant = looseString(member(looseObject(member(frame, "v")), "uID"));
+  if (!info_.user || (meant && meant != identity_.uID)) return;
   verdict_ = Verdict::TakenOver;
   reason_ = kTakenOver;
   look();

@@ -55,7 +55,7 @@ class SessionWatch : public std::enable_shared_from_this<SessionWatch> {
   void observe(std::string_view name, void (SessionWatch::*heard)());
   void userChanged();
   void linkOpened();
-  void takenOver();
+  void takenOver(const json::object* frame);
   void renewalEnded(const SessionRenewal& renewal);
   void requestParked();
   void renewSoon();

@@ -1,8 +1,5 @@
 #include "orvnetwork/client/detail/SignDesk.h"
 
-#include <orvnetwork/api/QXAPIHelper.h>
-#include <orvnetwork/api/QXAPIHelperAccount.h>
-#include <orvnetwork/client/Ask.h>
 #include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/client/detail/LogOutRequest.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
@@ -32,7 +29,8 @@ void returnSession() {
   if (storedUser()) {
     QXUserInfoMgr::getInstance().websocketStatusChanged();
   } else if (QXWebSocketMgr::standard().isOpen()) {
-    ask<&QXAPIHelper::logoutWithCompleteBlock_timeoutBlock>().then([](const Reply&) {}).detach();
+    const auto request = std::make_shared<LogOutRequest>();
+    request->send().deadline(kLogOutWait).then([request](const Reply&) {}).detach();
   }
 }
 
@@ -111,6 +109,7 @@ Pending<SignInResult> SignDesk::signInNow(Self desk, LogIn logIn, std::stop_toke
   }
   auto& link = QXWebSocketMgr::standard();
   for (int turn = 0; turn < kLinkTurns && !link.isOpen(); ++turn) {
+    // An attempt that is under way is left alone.
     if (link.isClosed()) link.reconnect();
     auto up = desk->watch_->linkUp();
     up.deadline(kLinkTurn);
@@ -120,7 +119,11 @@ Pending<SignInResult> SignDesk::signInNow(Self desk, LogIn logIn, std::stop_toke
   if (stop.stop_requested()) co_return SignInResult::withoutAnswer(PendingEnd::Cancelled);
   auto asked = followed(logIn);
   const Reply reply = co_await asked;
-  if (!reply.succeeded()) co_return notAccepted(reply);
+  if (!reply.succeeded()) {
+    // It may have been carried out all the same.
+    if (reply.outcome() == ReplyOutcome::TimedOut && storedUser()) returnSession();
+    co_return notAccepted(reply);
+  }
   auto keeping = keep(desk, reply, stop);
   const SignInResult result = co_await keeping;
   co_return result;
@@ -128,7 +131,10 @@ Pending<SignInResult> SignDesk::signInNow(Self desk, LogIn logIn, std::stop_toke
 
 Pending<SignInResult> SignDesk::keep(Self desk, Reply reply, std::stop_token stop) {
   const auto user = userIn(reply);
-  if (!user) co_return SignInResult(SignInOutcome::NoUser, "the answer to the log-in holds no user");
+  if (!user) {
+    returnSession();
+    co_return SignInResult(SignInOutcome::NoUser, "the answer to the log-in holds no user");
+  }
   const auto identity = SessionWatch::Identity::of(*user);
   const auto storing = std::make_shared<UserStore::Storing>(user);
   Unfinished unfinished(desk, storing);

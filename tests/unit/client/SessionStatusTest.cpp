@@ -171,6 +171,16 @@ TEST_F(SessionStatusTest, IsTakenOverByAnotherDevice) {
   EXPECT_EQ(state(), "Good");
 }
 
+TEST_F(SessionStatusTest, IsNotTakenOverByAPushForAnotherUser) {
+  signedIn();
+  server.push(server.latest(), "User.OtherDevice.Logout", {{"uID", json::string(bob)}});
+  settle();
+  EXPECT_TRUE(told.empty());
+  server.push(server.latest(), "User.OtherDevice.Logout", {});
+  settle();
+  EXPECT_EQ(state(), "TakenOver");
+}
+
 TEST_F(SessionStatusTest, TellsWhatAnotherDeviceDoes) {
   signedIn();
   school.logInElsewhere(ann);

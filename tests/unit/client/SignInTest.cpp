@@ -79,6 +79,18 @@ TEST_F(SignIn, TellsThatNoAnswerCame) {
   EXPECT_EQ(results, Strings{"NoAnswer"});
 }
 
+TEST_F(SignIn, GivesTheSessionBackWhereTheAnswerWasLost) {
+  signedIn();
+  server.faultNextReply(testing::ReplyFault::drop());
+  signIn("13800000002", "other");
+  settle();
+  ASSERT_TRUE(school.hasSession(bob));
+  runFor(11);
+  EXPECT_EQ(results, Strings{"NoAnswer"});
+  EXPECT_TRUE(school.hasSession(ann));
+  EXPECT_EQ(nick(), "Ann");
+}
+
 TEST_F(SignIn, WaitsTenSecondsForALink) {
   platform.network().setDefaultPlan(testing::ConnectPlan::neverAnswer());
   watch();
@@ -123,6 +135,14 @@ TEST_F(SignIn, TellsThatNoUserCame) {
   settle();
   EXPECT_EQ(results, Strings{"NoUser"});
   EXPECT_EQ(state(), "SignedOut");
+  // What the server was asked for then, and holds for want of a session, does not reach the next user.
+  runFor(10);
+  const auto logOuts = asked("User.Post.Logout");
+  school.answer("User.Post.Login", {});
+  signIn();
+  runFor(10);
+  EXPECT_EQ(state(), "Good");
+  EXPECT_EQ(asked("User.Post.Logout"), logOuts);
 }
 
 TEST_F(SignIn, TellsThatTheDiskIsFull) {
