@@ -98,7 +98,8 @@ class ORV_EXPORT QXCourseManager final {
   ///   multiple of 30 empties it: the page behind the last one has none.
   /// - A new course in the middle of the server's list takes the place in front of its neighbour, and that one is
   ///   dropped for it until the next pass, which brings it back by dropping the one before. So the hole moves forward by
-  ///   one place with each pass, until it is at the beginning: for place 45 that takes 46 passes.
+  ///   one place with each pass, until it is at the beginning: for place 45 that takes 46 passes. Of several that are
+  ///   missing, those whose place lies behind the end of the list that is so much shorter wait for those in front.
   /// - With `force` each look at the requests that wait counts a page of the first one as covered, and another request
   ///   that is made meanwhile causes such a look. The pages that it skips are not asked for.
   /// @param coursesBlock is called with (true, number of courses of the range that there are) on `queue()`, after which

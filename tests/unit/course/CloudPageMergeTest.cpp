@@ -78,6 +78,17 @@ TEST_F(CloudPageMerge, AppendsTheNextPage) {
   EXPECT_EQ(cursor, "59");
 }
 
+TEST_F(CloudPageMerge, OfSeveralMissingCoursesThoseAtTheEndComeBackLast) {
+  const json::array all = page(descending(12, 1));
+  list.assign(keys("12 11 9 7 5 4 3 1"));
+  for (const char* after :
+       {"12 10 8 6 5 4 3 1", "11 9 7 6 5 4 3 1", "12 10 8 7 6 5 4 3 1", "11 9 8 7 6 5 4 3 1",
+        "12 10 9 8 7 6 5 4 3 2", "11 10 9 8 7 6 5 4 3 2", "12 11 10 9 8 7 6 5 4 3 2 1"}) {
+    cursor = std::nullopt;
+    EXPECT_EQ(mergeNext(1, all), after);
+  }
+}
+
 TEST_F(CloudPageMerge, PassesOverCoursesWithStatusFour) {
   EXPECT_EQ(merge("", 1, page("50 40/4")), "50");
   EXPECT_EQ(merge("", 1, page("50 40/4:1")), "50");
