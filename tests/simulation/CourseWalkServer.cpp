@@ -20,6 +20,8 @@ namespace {
 
 /// A request's, less what the latency of the link can be.
 constexpr Seconds kTimeout(9.8);
+/// Less than any step of the walk's time.
+constexpr Seconds kRounding(1e-6);
 
 }  // namespace
 
@@ -126,7 +128,8 @@ void CourseWalk::notePage(const std::string& command, const json::object& frame,
   const std::string timestamp(frame.at("s").as_string());
   if (timestamp == page.timestamp) return;  // Sent once more, after the session.
   const Seconds now = platform_.elapsed();
-  const bool isOver = (page.answered && now >= *page.answered) || now >= page.asked + kTimeout;
+  // Sums of seconds are rounded.
+  const bool isOver = (page.answered && now + kRounding >= *page.answered) || now >= page.asked + kTimeout;
   if (!isOver) complain("two pages of " + command + " are under way");
   const json::object& values = frame.at("v").as_object();
   std::string number =
