@@ -60,7 +60,6 @@ class InstallationFile {
   /// What the file has; absent when there is none, or nothing of use.
   OptionalString read() {
     isDamaged_ = false;
-    error_.clear();
     if (!files_.exists(path_)) return std::nullopt;
     auto text = files_.read(path_, error_);
     while (text && (text->ends_with('\n') || text->ends_with('\r'))) text->pop_back();

@@ -342,6 +342,7 @@ TEST_F(Canary, IsWithdrawnByAnotherAttempt) {
   // 1 ms before the canary somebody else is quicker.
   runFor(1.5005);
   QXWebSocketMgr::standard().reconnect();
+  EXPECT_EQ(link().snapshot().until, std::nullopt);
   runFor(5.1);
   EXPECT_TRUE(link().isUp());
   EXPECT_EQ(link().snapshot().starter, LinkStarter::Link);
