@@ -7,6 +7,7 @@
 #include <orvnetwork/transport/QXNotification.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 // What is to be done next, and what is told of it. What happens outside stands in CourseListCoreEvents.cpp.
@@ -47,8 +48,15 @@ void CourseListCore::close() {
   pass_.reset();
   own_.reset();
   changed_.reset();
-  disposeOf(std::move(pages_));
-  disposeOf(std::exchange(shown_, std::make_shared<const CourseRows>()));
+  // They outlive what the main queue still holds of them, so that a worker destroys the rows.
+  auto rows = std::vector<CourseRowsPointer>{std::exchange(shown_, std::make_shared<const CourseRows>()),
+                                             std::exchange(shownBefore_, nullptr)};
+  if (ready_) rows.push_back(ready_->after);
+  MainQueue::instance().post([worker = worker_, rows = std::move(rows), pages = std::move(pages_),
+                              read = std::move(read_)]() mutable {
+    worker->post([all = std::make_tuple(std::move(rows), std::move(pages), std::move(read))] {});
+  });
+  ready_.reset();
 }
 
 Subscription CourseListCore::onChanged(std::function<void(const CourseListChange&)> callback) {
@@ -160,11 +168,12 @@ void CourseListCore::passEnded(CoursePassEnd end) {
 
 void CourseListCore::commit(Commit what, std::function<CourseCommit()> job) {
   committing_ = what;
-  worker_->post([weak = weak_from_this(), generation = generation_, job = std::move(job)] {
-    CourseCommit made = job();
-    MainQueue::instance().post([weak, generation, made = std::move(made)]() mutable {
+  worker_->post([weak = weak_from_this(), worker = worker_, generation = generation_, job = std::move(job)] {
+    MainQueue::instance().post([weak, worker, generation, made = job()]() mutable {
       const auto core = weak.lock();
-      if (core && !core->isClosed_ && core->generation_ == generation) core->committed(std::move(made));
+      if (core && !core->isClosed_ && core->generation_ == generation)
+        return core->committed(std::move(made));
+      worker->post([unused = std::move(made)] {});
     });
   });
 }
@@ -172,7 +181,7 @@ void CourseListCore::commit(Commit what, std::function<CourseCommit()> job) {
 void CourseListCore::committed(CourseCommit made) {
   const Commit what = std::exchange(committing_, Commit::None);
   // Another catalogue is in use: that comes to be heard of.
-  if (!made.isDone || made.opened != CourseStore::getInstance().opened()) return;
+  if (!made.isDone || made.opened != CourseStore::getInstance().opened()) return disposeOf(std::move(made));
   if (what != Commit::Touched) isFromServer_ = what == Commit::Read;
   isWhole_ = made.isWhole;
   disposeOf(std::exchange(pages_, std::move(made.pages)));

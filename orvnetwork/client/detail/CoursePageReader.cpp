@@ -41,7 +41,7 @@ Pending<Reply> askForPage(const CourseListName& list, std::int64_t page, const O
 
 /// The courses of a reply; null when it has none. A server without live courses may leave them out.
 const json::array* itemsOf(const CourseListName& list, const json::object& frame) {
-  static const json::array none;
+  static const auto& none = *new json::array();  // A worker may look at it while the process ends.
   const json::value* const data = member(looseObject(member(frame, "v")), "data");
   if (const json::array* const items = looseArray(data)) return items;
   const bool isAbsent = data == nullptr || data->is_null();
