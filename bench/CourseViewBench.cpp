@@ -35,6 +35,7 @@ using Ticks = std::chrono::steady_clock;
 
 constexpr double kLongestStep = 2;  // ms
 constexpr std::size_t kRowsAStep = 50;
+constexpr double kScrollFor = 3000;  // ms
 
 double since(Ticks::time_point begin) {
   return std::chrono::duration<double, std::milli>(Ticks::now() - begin).count();
@@ -132,7 +133,7 @@ void scroll(CourseList& list) {
     for (const auto& range : change.updated) rows += range.count;
   });
   Longest step, closure;
-  for (int round = 0; round < 20; ++round) {
+  for (const auto begin = Ticks::now(); since(begin) < kScrollFor;) {
     for (std::size_t first = 0; first < list.size(); first += kRowsAStep) {
       step.measure([&] {
         for (std::size_t index = first; index < first + kRowsAStep; ++index) {

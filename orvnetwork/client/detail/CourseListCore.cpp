@@ -171,8 +171,8 @@ void CourseListCore::commit(Commit what, std::function<CourseCommit()> job) {
   worker_->post([weak = weak_from_this(), worker = worker_, generation = generation_, job = std::move(job)] {
     MainQueue::instance().post([weak, worker, generation, made = job()]() mutable {
       const auto core = weak.lock();
-      if (core && !core->isClosed_ && core->generation_ == generation)
-        return core->committed(std::move(made));
+      const bool isWanted = core && !core->isClosed_ && core->generation_ == generation;
+      if (isWanted) return core->committed(std::move(made));
       worker->post([unused = std::move(made)] {});
     });
   });

@@ -290,6 +290,39 @@ TEST_F(CourseListLife, ItMayBeDestroyedFromInsideItsOwnCallback) {
   EXPECT_EQ(told, before);
 }
 
+TEST_F(CourseListLife, TheMainThreadWaitsNeitherForTheDiskNorForTheCatalogue) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  list.loadMore();
+  settle();
+  // From here on whoever waits for the catalogue waits for ever, and no worker works.
+  platform.holdGlobalQueue(true);
+  const auto catalogue = courses().dataSemaphore();
+  catalogue->wait();
+  const auto calls = platform.files().calls();
+  auto local = CourseList::local();
+  auto coming = CourseList::live(1);
+  for (CourseList* each : {&list, &local, &coming}) {
+    each->loadMore();
+    settle();
+    each->refresh();
+    settle();
+    for (std::size_t index = 0; index < each->size(); ++index) EXPECT_NE(each->at(index), nullptr);
+    EXPECT_EQ(each->indexOf(-1), std::nullopt);
+  }
+  EXPECT_EQ(list.keys(), rooms(95, 66));
+  { const auto gone = CourseList::recorded(); }
+  settle();
+  EXPECT_EQ(platform.files().calls(), calls);
+  catalogue->signal();
+  platform.holdGlobalQueue(false);
+  settle();
+  loadAll(list);
+  EXPECT_EQ(list.keys(), rooms(95, 1));
+  EXPECT_TRUE(local.atEnd());
+}
+
 TEST_F(CourseListLife, WhatIsWithdrawnIsNotCalled) {
   signIn();
   listRooms(95, 1);
