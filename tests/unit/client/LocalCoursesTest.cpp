@@ -177,6 +177,7 @@ TEST_F(LocalCoursesTest, AFullDiskTakesNoNewCourse) {
   made({{"title", "there"}});
   failWriting();
   EXPECT_EQ(words(ended(courses->create({{"title", "lost"}}))), "NotWritten");
+  EXPECT_EQ(ended(courses->all())->size(), 1u);
   platform.files().clearFailures();
   const Course later = made({{"title", "later"}});
   EXPECT_EQ(ended(courses->all())->size(), 2u);

@@ -64,6 +64,27 @@ TEST_F(SessionStatusTest, RenewsByItselfWhereTheLinkWasUpBefore) {
   EXPECT_EQ(asked("User.Post.Session"), 1u);
 }
 
+TEST_F(SessionStatusTest, SpreadsItsRenewalsOverTwoSeconds) {
+  putUser(ann, school.issueToken(ann));
+  users();
+  connect();
+  runFor(130);  // the manager's own are over for a while
+  server.clearRecords();
+  for (const auto& [number, seconds] : {std::pair(0xFFFFFFFFu, 2.0), std::pair(0x40000000u, 0.5)}) {
+    platform.queueRandom({number});
+    watch();
+    runFor(seconds - 0.01);
+    EXPECT_EQ(asked("User.Post.Session"), 0u) << seconds;
+    runFor(0.02);
+    EXPECT_EQ(asked("User.Post.Session"), 1u) << seconds;
+    EXPECT_EQ(state(), "Good");
+    watching.reset();
+    isFirst = true;
+    told.clear();
+    server.clearRecords();
+  }
+}
+
 TEST_F(SessionStatusTest, IsRefusedWhenTheTokenDoesNotCount) {
   putUser(ann, "stale");
   watch();
