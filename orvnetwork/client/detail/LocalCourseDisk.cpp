@@ -2,6 +2,7 @@
 
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/JsonEquality.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/PathText.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/PropertyListFile.h>
@@ -68,6 +69,12 @@ bool isWritten(const OrvCourseModel& course) {
   return record && sameJson(record->jsonObject(), course.jsonObject()) && isListedOnDisk(key);
 }
 
+/// Whether the catalogue is that of this user and classroom.
+bool isOpenFor(const CourseOwner& owner) {
+  const std::int64_t userID = owner.uID ? int64FromText(*owner.uID) : 0;
+  return manager().currentUserID() == userID && manager().currentClassroomID() == owner.classroom;
+}
+
 /// Whether nothing is left on the disk that would bring the course back.
 bool isGone(const std::string& key) {
   const OptionalString path = recordFile(key);
@@ -91,9 +98,11 @@ std::optional<CourseOwner> CourseOwner::present() {
 
 bool LocalCourseDisk::open(const std::optional<CourseOwner>& owner) {
   QXUserInfoMgr::getInstance();
-  // The main thread may not have come to tell the manager yet.
-  manager().reload();
-  return !owner || CourseOwner::present() == owner;
+  const auto present = CourseOwner::present();
+  // The main thread may not have come to tell the manager yet. Without need it is not told: where there is no classroom it
+  // would begin anew each time.
+  if (present && !isOpenFor(*present)) manager().reload();
+  return !owner || present == owner;
 }
 
 Answer LocalCourseDisk::create(const json::object& fields) {
