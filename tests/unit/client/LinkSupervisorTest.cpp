@@ -3,32 +3,15 @@
 #include <orvnetwork/testing/ConnectPlan.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "ClientFixture.h"
+#include "SupervisorFixture.h"
 
-#include <cstdint>
 #include <optional>
-#include <string>
-#include <vector>
 
 namespace orv {
 namespace {
 
 using testing::ConnectPlan;
-
-constexpr std::uint32_t kMost = 0xFFFFFFFF;
-
-class Supervisor : public ClientFixture {
- protected:
-  /// The next waits are the longest that there can be.
-  void waitLong(std::size_t times) { platform.queueRandom(std::vector<std::uint32_t>(times, kMost)); }
-  void waitShort(std::size_t times) { platform.queueRandom(std::vector<std::uint32_t>(times, 0)); }
-  void expectTimes(const Times& seen, const Times& expected) const {
-    ASSERT_EQ(seen.size(), expected.size()) << history();
-    for (std::size_t i = 0; i < seen.size(); ++i) {
-      EXPECT_NEAR(seen[i], expected[i], 1e-6) << i << "\n" << history();
-    }
-  }
-};
+using Supervisor = SupervisorFixture;
 
 TEST_F(Supervisor, StartsAnAttemptWhereALinkIsLostWithinOneAndAHalfSeconds) {
   bringUp();
@@ -266,126 +249,6 @@ TEST_F(Supervisor, IsGoneWithItsClient) {
   runFor(1000);
   EXPECT_EQ(attempts(), Times{0});
   EXPECT_EQ(platform.nextDueIn(), std::nullopt) << "no timer is left";
-}
-
-using Canary = Supervisor;
-
-TEST_F(Canary, DoesNothingWhileTheLinkIsUp) {
-  bringUp();
-  runFor(20);
-  link().tryNow();
-  settle();
-  EXPECT_EQ(attempts(), Times{0});
-  EXPECT_TRUE(changes.empty());
-}
-
-TEST_F(Canary, IsOneAttemptThatLeavesTheScheduleWhereItWas) {
-  planAll(ConnectPlan::refuse());
-  start();
-  runFor(30);
-  link().tryNow();
-  settle();
-  EXPECT_EQ(link().snapshot().starter, LinkStarter::Person);
-  EXPECT_EQ(attempts(), (Times{0, 5, 20, 30}));
-  EXPECT_EQ(QXWebSocketMgr::standard().retryTimes(), 3);
-  runFor(120);
-  EXPECT_EQ(attempts(), (Times{0, 5, 20, 30, 60, 90, 120, 150})) << "30 s after it, as after any other";
-}
-
-TEST_F(Canary, ResetsNoBackOff) {
-  planAll(ConnectPlan::endOfStream());
-  waitLong(5);
-  start();
-  runFor(12);
-  expectTimes(attempts(), {0, 11.5});
-  link().tryNow();  // 0.5 s after the last one
-  EXPECT_EQ(attempts().size(), 2u);
-  runFor(1.1);
-  expectTimes(attempts(), {0, 11.5, 13.001});
-  settle();
-  EXPECT_NEAR(secondsOf(link().snapshot().until.value()), 13.001 + 21.5, 1e-6) << "the second width";
-}
-
-TEST_F(Canary, WaitsForTheLinksOwnPause) {
-  bringUp(unsupervised());
-  runFor(1);
-  server.reset(1);
-  settle();
-  EXPECT_EQ(link().snapshot().until, std::nullopt);
-  link().tryNow();
-  link().tryNow();
-  EXPECT_NEAR(secondsOf(link().snapshot().until.value()), 1.501, 1e-6);
-  runFor(0.6);
-  EXPECT_TRUE(link().isUp());
-  expectTimes(attempts(), {0, 1.501});
-}
-
-TEST_F(Canary, IsGoneWithItsClient) {
-  bringUp(unsupervised());
-  server.reset(1);
-  settle();
-  link().tryNow();
-  link().tryNow();
-  client.reset();
-  settle();
-  EXPECT_EQ(platform.nextDueIn(), std::nullopt);
-  runFor(10);
-  EXPECT_EQ(attempts(), Times{0});
-}
-
-TEST_F(Canary, IsWithdrawnByAnotherAttempt) {
-  bringUp(unsupervised());
-  server.reset(1);
-  settle();
-  link().tryNow();
-  platform.network().setDefaultPlan(ConnectPlan::accept(Seconds(5)));
-  // 1 ms before the canary somebody else is quicker.
-  runFor(1.5005);
-  QXWebSocketMgr::standard().reconnect();
-  EXPECT_EQ(link().snapshot().until, std::nullopt);
-  runFor(5.1);
-  EXPECT_TRUE(link().isUp());
-  EXPECT_EQ(link().snapshot().starter, LinkStarter::Link);
-  expectTimes(attempts(), {0, 1.5005});
-}
-
-TEST_F(Canary, GivesUpAnAttemptThatHangs) {
-  planAll(ConnectPlan::neverAnswer());
-  start();
-  runFor(1);
-  link().tryNow();
-  EXPECT_EQ(attempts(), Times{0}) << "one has just begun";
-  runFor(19);
-  planAll(ConnectPlan::accept());
-  link().tryNow();
-  settle();
-  EXPECT_TRUE(link().isUp());
-  EXPECT_EQ(attempts(), (Times{0, 20}));
-}
-
-TEST_F(Canary, TriesWithoutANetworkToo) {
-  platform.reachability().setStatus(ReachabilityStatus::NotReachable);
-  planAll(ConnectPlan::refuse(Seconds(1)));
-  start();
-  runFor(100);
-  EXPECT_EQ(state(), LinkState::Offline);
-  link().tryNow();
-  EXPECT_EQ(state(), LinkState::Connecting);
-  runFor(100);
-  EXPECT_EQ(state(), LinkState::Offline);
-  EXPECT_EQ(attempts(), Times{100});
-}
-
-TEST_F(Canary, AReportOfTheNetworkResetsNothing) {
-  planAll(ConnectPlan::endOfStream());
-  waitLong(5);
-  start();
-  runFor(20);
-  expectTimes(attempts(), {0, 11.5});
-  platform.reachability().report(ReachabilityStatus::WiFi);
-  settle();
-  expectTimes(attempts(), {0, 11.5, 20});
-  EXPECT_NEAR(secondsOf(link().snapshot().until.value()), 20 + 21.5, 1e-6);
 }
 
 }  // namespace
