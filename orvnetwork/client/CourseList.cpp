@@ -72,6 +72,11 @@ void CourseList::refresh() {
   core_->refresh();
 }
 
+Pending<> CourseList::whenStored() {
+  expectMainThread("CourseList::whenStored");
+  return core_->whenStored();
+}
+
 Subscription CourseList::onChanged(std::function<void(const CourseListChange&)> callback) {
   expectMainThread("CourseList::onChanged");
   return core_->onChanged(std::move(callback));

@@ -3,6 +3,7 @@
 #include <orvnetwork/client/CourseListChange.h>
 #include <orvnetwork/client/CourseListState.h>
 #include <orvnetwork/client/CourseRows.h>
+#include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/data/Export.h>
 
@@ -101,6 +102,10 @@ class ORV_EXPORT CourseList {
   /// that was at its end is complete afterwards. Asked for while the list is loading, it follows once that is done. A local
   /// list reads what is stored anew.
   void refresh();
+
+  /// Waits for the rows that are stored, which a worker reads: answered when they have been told, at once when they were.
+  /// A list that is still empty then has nothing stored. Needs no link.
+  [[nodiscard]] Pending<> whenStored();
 
   /// Calls `callback` with all that changes from now on, in turns of the main queue of their own, until the subscription is
   /// destroyed. How things stand now is what the list gives out.

@@ -30,6 +30,12 @@ SignInResult SignInResult::withoutAnswer(PendingEnd end) {
   return SignInResult(isLate ? SignInOutcome::NoAnswer : SignInOutcome::Cancelled, std::string(textOf(end)));
 }
 
+SignInResult SignInResult::from(Reply reply) const {
+  SignInResult result = *this;
+  result.reply_ = std::move(reply);
+  return result;
+}
+
 std::string_view nameOf(SignOutOutcome outcome) noexcept {
   switch (outcome) {
     case SignOutOutcome::SignedOut:
@@ -47,6 +53,12 @@ SignOutResult::SignOutResult(SignOutOutcome outcome, bool isServerTold, std::str
 
 SignOutResult SignOutResult::withoutAnswer(PendingEnd end) {
   return SignOutResult(SignOutOutcome::Cancelled, false, std::string(textOf(end)));
+}
+
+SignOutResult SignOutResult::from(std::optional<Reply> reply) const {
+  SignOutResult result = *this;
+  result.reply_ = std::move(reply);
+  return result;
 }
 
 }  // namespace orv

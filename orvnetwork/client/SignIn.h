@@ -39,11 +39,16 @@ class ORV_EXPORT SignInResult {
   const std::string& text() const noexcept { return text_; }
   /// The server's code, where it has refused.
   std::optional<ReplyCode> code() const noexcept { return code_; }
+  /// The server's answer to the log-in, whole, the token included; absent where none came, or where it was given up.
+  const std::optional<Reply>& reply() const noexcept { return reply_; }
+  /// For those who sign in: the same result with the answer that it comes from.
+  SignInResult from(Reply reply) const;
 
  private:
   SignInOutcome outcome_;
   std::string text_;
   std::optional<ReplyCode> code_;
+  std::optional<Reply> reply_;
 };
 
 /// How a sign-out has ended.
@@ -70,11 +75,16 @@ class ORV_EXPORT SignOutResult {
   bool isServerTold() const noexcept { return isServerTold_; }
   /// Why the server was not told, or what has failed; a part of a sentence.
   const std::string& text() const noexcept { return text_; }
+  /// What became of the log-out at the server; absent where it was not asked, or where nobody waits any more.
+  const std::optional<Reply>& reply() const noexcept { return reply_; }
+  /// For those who sign out: the same result with what became of the log-out.
+  SignOutResult from(std::optional<Reply> reply) const;
 
  private:
   SignOutOutcome outcome_;
   bool isServerTold_;
   std::string text_;
+  std::optional<Reply> reply_;
 };
 
 }  // namespace orv

@@ -1,6 +1,7 @@
 #include "orvnetwork/client/detail/CourseListCore.h"
 
 #include <orvnetwork/client/MainThread.h>
+#include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
@@ -48,6 +49,7 @@ void CourseListCore::close() {
   pass_.reset();
   own_.reset();
   changed_.reset();
+  storedWaiters_.clear();
   // They outlive what the main queue still holds of them, so that a worker destroys the rows.
   auto rows = std::vector<CourseRowsPointer>{std::exchange(shown_, std::make_shared<const CourseRows>()),
                                              std::exchange(shownBefore_, nullptr)};
@@ -88,6 +90,17 @@ void CourseListCore::refresh() {
   begin({.refresh = true, .more = false});
 }
 
+Pending<> CourseListCore::whenStored() {
+  std::erase_if(storedWaiters_, [](const PendingSource<>& waiter) { return !waiter.isWanted(); });
+  Pending<> pending = storedWaiters_.emplace_back().pending();
+  work();
+  return pending;
+}
+
+void CourseListCore::answerThoseWhoWait() {
+  for (PendingSource<>& waiter : std::exchange(storedWaiters_, {})) waiter.answer(PendingEnd::Finished);
+}
+
 void CourseListCore::begin(const Wants& wants) {
   isUsed_ = true;
   error_.reset();
@@ -101,6 +114,7 @@ void CourseListCore::begin(const Wants& wants) {
 void CourseListCore::work() {
   if (isClosed_ || isTelling_ || committing_ != Commit::None) return;
   if (tellNews()) return;
+  if (knowsStored_) answerThoseWhoWait();
   if (read_) {
     const CoursePassEnd end = *std::exchange(read_, std::nullopt);
     CoursesRead read{.pages = end.pages,
@@ -182,6 +196,7 @@ void CourseListCore::committed(CourseCommit made) {
   const Commit what = std::exchange(committing_, Commit::None);
   // Another catalogue is in use: that comes to be heard of.
   if (!made.isDone || made.opened != CourseStore::getInstance().opened()) return disposeOf(std::move(made));
+  knowsStored_ = true;
   if (what != Commit::Touched) isFromServer_ = what == Commit::Read;
   isWhole_ = made.isWhole;
   disposeOf(std::exchange(pages_, std::move(made.pages)));

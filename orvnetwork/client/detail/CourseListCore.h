@@ -3,6 +3,8 @@
 #include <orvnetwork/client/CourseListChange.h>
 #include <orvnetwork/client/CourseListState.h>
 #include <orvnetwork/client/CourseRows.h>
+#include <orvnetwork/client/Pending.h>
+#include <orvnetwork/client/PendingSource.h>
 #include <orvnetwork/client/Subscribers.h>
 #include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/client/detail/CourseCommit.h>
@@ -38,6 +40,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   const CourseListState& state() const { return state_; }
   void loadMore();
   void refresh();
+  Pending<> whenStored();
   Subscription onChanged(std::function<void(const CourseListChange&)> callback);
 
  private:
@@ -83,6 +86,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   /// Whether something has been told now that nobody has heard yet.
   bool tellNews();
   void tell(CourseListChange change);
+  void answerThoseWhoWait();
   void heard(const CourseListChange& change);
   /// Lets a worker destroy something large.
   template <typename Thing>
@@ -119,6 +123,8 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   Wants wants_, passWants_;
   bool isClearing_ = false;
   bool needsStored_ = true, needsAllStored_ = false;
+  bool knowsStored_ = false;  ///< the stored rows of this catalogue have been read
+  std::vector<PendingSource<>> storedWaiters_;
   Rooms touched_, touchedSincePass_;
   std::unique_ptr<CoursePass> pass_;
   std::uint64_t passOpened_ = 0;

@@ -88,7 +88,7 @@ void CourseListCore::anotherCatalogue() {
   read_.reset();
   ready_.reset();
   disposeOf(std::exchange(pages_, {}));
-  isFromServer_ = isWhole_ = false;
+  isFromServer_ = isWhole_ = knowsStored_ = false;
   error_.reset();
   wants_ = failed_ = {};
   if (later_) later_->invalidate();

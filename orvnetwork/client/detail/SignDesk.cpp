@@ -122,11 +122,11 @@ Pending<SignInResult> SignDesk::signInNow(Self desk, LogIn logIn, std::stop_toke
   if (!reply.succeeded()) {
     // It may have been carried out all the same.
     if (reply.outcome() == ReplyOutcome::TimedOut && storedUser()) returnSession();
-    co_return notAccepted(reply);
+    co_return notAccepted(reply).from(reply);
   }
   auto keeping = keep(desk, reply, stop);
   const SignInResult result = co_await keeping;
-  co_return result;
+  co_return result.from(reply);
 }
 
 Pending<SignInResult> SignDesk::keep(Self desk, Reply reply, std::stop_token stop) {
@@ -163,6 +163,7 @@ Pending<SignOutResult> SignDesk::signOut() {
 Pending<> SignDesk::signOutNow(Self desk) {
   std::string text = "there is no session on this link";
   bool isTold = false;
+  std::optional<Reply> answer;
   if (desk->watch_->info().state == SessionState::Good) {
     LogOutRequest request;
     auto asked = request.send();
@@ -170,6 +171,7 @@ Pending<> SignDesk::signOutNow(Self desk) {
     const Reply reply = co_await asked;
     isTold = reply.succeeded();
     text = isTold ? std::string() : reply.sentence();
+    answer = reply;
   }
   auto cleared = desk->store_.clear();
   const std::optional<bool> isEmpty = co_await cleared;
@@ -178,8 +180,8 @@ Pending<> SignDesk::signOutNow(Self desk) {
   if (!isRemoved) text = "the user could not be removed from " + UserStore::file();
   desk->watch_->look();
   for (auto& waiter : std::exchange(desk->leaving_, {})) {
-    waiter.answer(
-        SignOutResult(isRemoved ? SignOutOutcome::SignedOut : SignOutOutcome::NotRemoved, isTold, text));
+    const auto outcome = isRemoved ? SignOutOutcome::SignedOut : SignOutOutcome::NotRemoved;
+    waiter.answer(SignOutResult(outcome, isTold, text).from(answer));
   }
 }
 

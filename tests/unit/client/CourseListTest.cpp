@@ -1,4 +1,5 @@
 #include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/client/PendingEnd.h>
 
 #include "CourseListFixture.h"
 
@@ -125,6 +126,43 @@ TEST_F(CourseListTest, ShowsWhatIsStoredBeforeThereIsALink) {
   EXPECT_EQ(list.at(39)->title.get(), "课程 1");
   ASSERT_EQ(view.changes().size(), 1u);
   EXPECT_EQ(view.changes()[0].inserted, (std::vector<CourseListRange>{{0, 40}}));
+}
+
+TEST_F(CourseListTest, SaysWhenWhatIsStoredIsThere) {
+  signIn();
+  listRooms(40, 1);
+  getCourses(0, 40);
+  server.cutAll();
+  auto list = CourseList::recorded();
+  std::vector<std::size_t> sizes;
+  const auto note = [&](PendingEnd end) {
+    EXPECT_EQ(end, PendingEnd::Finished);
+    sizes.push_back(list.size());
+  };
+  const auto first = list.whenStored().then(note);
+  EXPECT_TRUE(sizes.empty()) << "nobody is called inside the call";
+  settle();
+  EXPECT_EQ(sizes, std::vector<std::size_t>{40});
+  const auto later = list.whenStored().then(note);
+  settle();
+  EXPECT_EQ(sizes, (std::vector<std::size_t>{40, 40}));
+  auto others = CourseList::live(1);
+  std::optional<PendingEnd> ended;
+  const auto nothing = others.whenStored().then([&](PendingEnd end) { ended = end; });
+  settle();
+  EXPECT_EQ(ended, PendingEnd::Finished) << "also where nothing is stored";
+  EXPECT_EQ(others.size(), 0u);
+}
+
+TEST_F(CourseListTest, ThatIsDestroyedTellsThoseWhoWaitForWhatIsStored) {
+  signIn();
+  std::optional<CourseList> list(CourseList::recorded());
+  std::optional<PendingEnd> ended;
+  const auto waiting = list->whenStored().then([&](PendingEnd end) { ended = end; });
+  list.reset();
+  EXPECT_EQ(ended, std::nullopt);
+  settle();
+  EXPECT_EQ(ended, PendingEnd::Cancelled);
 }
 
 TEST_F(CourseListTest, BringsStoredRowsUpToDateBeforeItLoadsMore) {
