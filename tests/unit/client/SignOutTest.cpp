@@ -1,0 +1,133 @@
+#include <orvnetwork/testing/SimulatedFileSystem.h>
+
+#include "SessionStatusFixture.h"
+
+#include <string>
+#include <system_error>
+
+namespace orv {
+namespace {
+
+using SignOut = SessionStatusFixture;
+
+TEST_F(SignOut, TellsTheServerAndStoresNobody) {
+  signedIn();
+  const std::string token = inFile("token");
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_EQ(lastText, "");
+  EXPECT_FALSE(school.isTokenGood(token));
+  EXPECT_EQ(inFile("uID"), "");
+  EXPECT_EQ(told, Strings{"SignedOut"});
+  EXPECT_EQ(nick(), "nobody");
+}
+
+TEST_F(SignOut, WaitsFiveSecondsAtMostForTheServer) {
+  signedIn();
+  school.ignore("User.Post.Logout");
+  signOut();
+  runFor(4.9);
+  EXPECT_TRUE(results.empty());
+  EXPECT_EQ(inFile("uID"), ann);
+  runFor(0.2);
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_FALSE(lastText.empty());
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignOut, DoesNotAskWithoutASession) {
+  putUser(ann, school.issueToken(ann));
+  watch();
+  settle();
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_EQ(asked("User.Post.Logout"), 0u);
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignOut, EndsAtOnceWhenNobodyIsStored) {
+  begin();
+  server.clearRecords();
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_TRUE(link.isOpen());
+  EXPECT_TRUE(server.closes().empty());
+}
+
+TEST_F(SignOut, ALogOutThatWasHeldDoesNotLogTheNextUserOut) {
+  signedIn();
+  school.endSessions();
+  school.dropTokens(ann);  // no renewal frees it
+  signOut();
+  runFor(1);
+  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  runFor(10);
+  ASSERT_EQ(results, Strings{"SignedOut"});
+  const auto sent = asked("User.Post.Logout");
+  signIn("13800000002", "other");
+  runFor(20);
+  EXPECT_EQ(asked("User.Post.Logout"), sent);
+  EXPECT_TRUE(school.hasSession(bob));
+  EXPECT_EQ(state(), "Good");
+}
+
+TEST_F(SignOut, TellsThatTheUserIsStillOnTheDisk) {
+  signedIn();
+  platform.files().failAlways(testing::FileOperation::WriteAtomically, std::errc::no_space_on_device);
+  platform.files().failAlways(testing::FileOperation::Remove, std::errc::permission_denied);
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"NotRemoved"});
+  EXPECT_EQ(state(), "SignedOut");
+  EXPECT_EQ(inFile("uID"), ann);
+}
+
+TEST_F(SignOut, GoesOnWhenNobodyWaitsForIt) {
+  signedIn();
+  school.delay("User.Post.Logout", Seconds(1));
+  signOut();
+  settle();
+  leaving = {};
+  session.reset();
+  runFor(10);
+  EXPECT_TRUE(results.empty());
+  EXPECT_EQ(inFile("uID"), "");
+  EXPECT_FALSE(users().isLogined());
+}
+
+TEST_F(SignOut, TwoAreOne) {
+  signedIn();
+  signOut();
+  const auto second = session->signOut().then(note());
+  settle();
+  EXPECT_EQ(results, (Strings{"SignedOut", "SignedOut"}));
+  EXPECT_EQ(asked("User.Post.Logout"), 1u);
+}
+
+TEST_F(SignOut, GivesUpASignIn) {
+  begin();
+  school.delay("User.Post.Login", Seconds(1));
+  signIn();
+  settle();
+  signOut();
+  runFor(10);
+  EXPECT_EQ(results, (Strings{"Cancelled", "SignedOut"}));
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignOut, ASignInWaitsForItsEnd) {
+  signedIn();
+  school.delay("User.Post.Logout", Seconds(2));
+  signOut();
+  signIn("13800000002", "other");
+  runFor(15);
+  EXPECT_EQ(results, (Strings{"SignedOut", "SignedIn"}));
+  EXPECT_EQ(inFile("uID"), bob);
+  EXPECT_EQ(state(), "Good");
+}
+
+}  // namespace
+}  // namespace orv
