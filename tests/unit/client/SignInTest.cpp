@@ -4,12 +4,9 @@
 
 #include "SessionStatusFixture.h"
 
-#include <memory>
+#include <cstdlib>
 #include <optional>
 #include <string>
-#include <system_error>
-#include <utility>
-#include <vector>
 
 namespace orv {
 namespace {
