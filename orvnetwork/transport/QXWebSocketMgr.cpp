@@ -98,6 +98,8 @@ void QXWebSocketMgr::reconnect() {
   fresh->setDelegate(this);
   {
     const std::lock_guard lock(mutex_);
+    // Closed on the main thread while this one was here.
+    if (isClosedForGood_) return;
     webSocket_ = fresh;
   }
   consoleLog("WebSocket opening");
@@ -125,7 +127,10 @@ void QXWebSocketMgr::close() {
 }
 
 void QXWebSocketMgr::closeForGood() {
-  isClosedForGood_ = true;
+  {
+    const std::lock_guard lock(mutex_);
+    isClosedForGood_ = true;
+  }
   Platform::current().reachability().stopMonitoring();
   stopAutoReconnect();
   close();

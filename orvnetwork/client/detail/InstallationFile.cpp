@@ -42,7 +42,7 @@ class InstallationFile {
 
   /// The identifier; absent when the file has none and none can be kept: `error()` tells why.
   OptionalString identifier() {
-    if (const auto kept = read()) return kept;
+    if (auto kept = read()) return kept;
     if (!makePrivateFolder(files_, documentsFolder().value_or("/"), folderOf(path_), error_)) {
       return std::nullopt;
     }
@@ -50,7 +50,7 @@ class InstallationFile {
     const auto lock = files_.openLockFile(path_ + ".lock", kPrivateFileMode);
     const bool isOurs = !lock || lock->lock(kLongestWait);
     // Another program may have made it meanwhile.
-    if (const auto kept = read()) return kept;
+    if (auto kept = read()) return kept;
     if (!isOurs) error_ = std::make_error_code(std::errc::timed_out);
     return error_ ? std::nullopt : make();
   }
