@@ -68,6 +68,7 @@ class ORV_EXPORT CourseList {
   /// The courses that were recorded on this device and are not published yet.
   static CourseList local();
 
+  /// The other one may then only be destroyed, or become another list.
   CourseList(CourseList&& other) noexcept;
   /// Destroys the list that it was.
   CourseList& operator=(CourseList&& other) noexcept;

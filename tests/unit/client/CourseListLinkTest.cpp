@@ -267,6 +267,26 @@ TEST_F(CourseListLink, RefreshesItselfWhenTheLinkIsUpAgainThoseThatAreLookedAtFi
   EXPECT_LE(asked[1].first, 2.0);
 }
 
+TEST_F(CourseListLink, ALoadThatTheLinkHasTakenAlongGoesOnAsSoonAsItIsUp) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  View view(list);
+  list.loadMore();
+  runFor(10);
+  keepPagesBack();
+  list.loadMore();
+  settle();
+  server.reset(server.latest());
+  instead = nullptr;
+  settle();
+  ASSERT_TRUE(platform.runUntil([&] { return link.isOpen(); }, Seconds(5)));
+  EXPECT_TRUE(list.isLoading());
+  runFor(1);
+  EXPECT_EQ(list.keys(), rooms(95, 36));
+  EXPECT_EQ(view.phases(), (Strings{"Loading", "Idle", "Loading", "Idle"})) << "nobody hears of a failure";
+}
+
 TEST_F(CourseListLink, ARequestWhoseIdentifierIsTakenIsMadeAgain) {
   signIn();
   listRooms(10, 1);
