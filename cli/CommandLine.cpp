@@ -101,7 +101,8 @@ struct Grammar {
     operations->add_option("TEXT", parsed.operations.filter,
                            "Only what has this text in its name or command");
 
-    watch = app.add_subcommand("watch", "Print every notification as it is posted");
+    watch =
+        app.add_subcommand("watch", "Print every notification, and every change of the link and the session");
     watch->add_option("--for", parsed.duration, "End after this time")
         ->type_name("SECONDS")
         ->check(checkSeconds);

@@ -24,7 +24,7 @@ class Context {
   Output& output;
 
   /// The host, made when it is asked for the first time. That must come before anything that starts threads: its signals
-  /// are held back in all of them. Throws std::runtime_error with a text for a person.
+  /// are held back in all of them.
   Host& host();
 
   /// Whether a user who is stored now can be known to the server in use: to one that was named, and to an embedded one

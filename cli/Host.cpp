@@ -1,28 +1,32 @@
 #include "cli/Host.h"
 
+#include <orvnetwork/client/ClientOptions.h>
+#include <orvnetwork/client/LinkStatus.h>
+#include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/data/LineShape.h>
+#include <orvnetwork/data/PathText.h>
 #include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/HomeFolder.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Timer.h>
-#include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/Output.h"
 #include "cli/TerminalText.h"
 
+#include <boost/uuid/random_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
 #include <signal.h>
-#include <sys/random.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -30,25 +34,8 @@ namespace orv::cli {
 
 namespace {
 
-constexpr Seconds kAskAgainEvery{0.5};
 /// How a line of the console begins.
 constexpr std::string_view kShapeOfTime = "00:00:00.";
-
-/// A random identifier in the usual form of 8-4-4-4-12 hexadecimal digits.
-std::string randomIdentifier() {
-  std::array<unsigned char, 16> bytes{};
-  if (::getentropy(bytes.data(), bytes.size()) != 0) throw std::runtime_error("no random bytes for --uuid");
-  bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);
-  bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
-  std::string text;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    std::array<char, 3> digits{};
-    std::snprintf(digits.data(), digits.size(), "%02x", bytes[i]);
-    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    text += digits.data();
-  }
-  return text;
-}
 
 std::string timeOfDay() {
   timespec now{};
@@ -71,9 +58,7 @@ std::string settleIn(const std::string& home) {
     error = std::make_error_code(std::errc::not_a_directory);
   }
   if (error) return "--home " + home + ": " + error.message();
-  ::setenv("HOME", folder.c_str(), 1);
-  // These name folders of the user elsewhere.
-  for (const char* name : {"XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME"}) ::unsetenv(name);
+  HomeFolder::choose(appendPathComponent(folder.string(), ""));
   return {};
 }
 
@@ -99,47 +84,70 @@ Host::Host(const Options& options)
         MainQueue::instance().post([] {});
         notice();
       }),
-      wait_(options.wait) {
+      options_(options) {
   MainQueue::instance().claim();
-  if (options.server) {
-    url_ = *options.server;
-  } else {
-    server_ = std::make_unique<DevServer>();
-    server_->start();
-    url_ = server_->url();
-  }
-  opened_ = NotificationCenter::defaultCenter().observe(QXNotificationDidOpen,
-                                                        [](const Notification&) { notice(); });
-  auto& manager = QXWebSocketMgr::standard();
-  manager.setApiServerUrl(url_);
-  manager.setGlobalUUID(options.uuid ? *options.uuid : randomIdentifier());
-  manager.setAppVersion(options.appVersion);
-  manager.setAppBuildVersion(options.appBuild);
 }
 
 Host::~Host() = default;
 
-void Host::connect() {
-  if (std::exchange(isConnected_, true)) return;
-  QXWebSocketMgr::standard().watchNetworkStatus();
+DevServer* Host::server() {
+  if (options_.server) return nullptr;
+  if (!server_) {
+    server_ = std::make_unique<DevServer>();
+    server_->start();
+  }
+  return server_.get();
+}
+
+std::string Host::url() {
+  return options_.server ? *options_.server : server()->url();
+}
+
+Client& Host::client() {
+  if (client_) return *client_;
+  ClientOptions options;
+  options.server = url();
+  options.version = options_.appVersion;
+  options.build = options_.appBuild;
+  options.installation =
+      options_.uuid ? *options_.uuid : boost::uuids::to_string(boost::uuids::random_generator()());
+  unlinkedSession_.reset();
+  auto started = Client::start(std::move(options));
+  if (!started) throw WrongOptions(started.error().description);
+  client_ = *std::move(started);
+  linkHeard_ = client_->link().onChanged([](const LinkChange&) { notice(); });
+  sessionHeard_ = client_->session().onChanged([](const SessionChange&) { notice(); });
+  return *client_;
 }
 
 bool Host::openLink() {
-  const auto isUp = [] { return QXWebSocketMgr::standard().isOpen(); };
-  linkWasUp_ = isUp();
-  if (linkWasUp_) return true;
-  // The library's own schedule may have a long time to go, or have ended; somebody waits now.
-  const auto again = isConnected_ ? Timer::schedule(kAskAgainEvery, true,
-                                                    [] {
-                                                      if (QXWebSocketMgr::standard().isClosed()) {
-                                                        QXWebSocketMgr::standard().reconnect();
-                                                      }
-                                                    })
-                                  : nullptr;
-  connect();
-  const bool up = runUntil(isUp, Seconds(wait_));
-  if (again) again->invalidate();
-  return up;
+  const bool isNew = client_ == nullptr;
+  LinkStatus& link = client().link();
+  if (link.isUp()) return true;
+  // After a loss the next attempt may be a long time away, and somebody waits now.
+  const auto hasten = [&link, isNew] {
+    if (!isNew && link.state() == LinkState::Waiting) link.tryNow();
+    return false;
+  };
+  return await(link.whenUp().deadline(Seconds(options_.wait)), hasten) == PendingEnd::Finished;
+}
+
+SessionStatus& Host::session() {
+  if (client_) return client_->session();
+  if (!unlinkedSession_) {
+    QXUserInfoMgr::getInstance();  // reads the file before it returns
+    unlinkedSession_.emplace();
+  }
+  return *unlinkedSession_;
+}
+
+SessionInfo Host::settledSession() {
+  Client& system = client();
+  runUntil([&system] {
+    const SessionInfo& info = system.session().info();
+    return info.state != SessionState::Restoring || !info.reason.empty() || !system.link().isUp();
+  });
+  return system.session().info();
 }
 
 void Host::forgetInterruption() {
@@ -148,20 +156,27 @@ void Host::forgetInterruption() {
   signals_.forget();
 }
 
-std::string Host::shownUrl() const {
-  return shownAddress(url_);
+std::string Host::shownUrl() {
+  return shownAddress(url());
 }
 
-std::string Host::noLinkMessage(std::optional<double> waited) const {
+std::optional<LinkFailure> Host::failure() const {
+  if (interrupted_ || !client_) return std::nullopt;
+  const LinkSnapshot& link = client_->link().snapshot();
+  // A first attempt that goes on has not failed yet, but it can be said what it waits for.
+  return link.failure ? link.failure : QXWebSocketMgr::standard().linkFailure();
+}
+
+std::string Host::noLinkMessage(std::optional<double> waited) {
   if (interrupted_) return "interrupted";
-  const auto failure = QXWebSocketMgr::standard().linkFailure();
-  return "no link to " + shownUrl() + " within " + secondsText(waited.value_or(wait_)) +
-         (failure ? ": " + failure->text : "");
+  const auto why = failure();
+  return "no link to " + shownUrl() + " within " + secondsText(waited.value_or(options_.wait)) +
+         (why ? ": " + why->text : "");
 }
 
 std::string Host::noLinkReason() const {
-  const auto failure = interrupted_ ? std::nullopt : QXWebSocketMgr::standard().linkFailure();
-  return failure ? std::string(nameOf(failure->trouble)) : std::string();
+  const auto why = failure();
+  return why ? std::string(nameOf(why->trouble)) : std::string();
 }
 
 bool Host::runUntil(const std::function<bool()>& condition, std::optional<Seconds> limit) {

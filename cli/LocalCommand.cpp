@@ -1,62 +1,44 @@
+#include <orvnetwork/client/LocalCourseTrouble.h>
+#include <orvnetwork/client/LocalCourses.h>
+#include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Json.h>
-#include <orvnetwork/data/PathText.h>
-#include <orvnetwork/platform/MainQueue.h>
-#include <orvnetwork/platform/PropertyListFile.h>
 
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
+#include "cli/Host.h"
 #include "cli/ProgressBar.h"
+#include "cli/Request.h"
 #include "cli/SingleRequest.h"
 
-#include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_set>
-#include <vector>
 
 namespace orv::cli {
 
 namespace {
 
-using Course = QXCourseManager::Course;
-
-/// The catalogue of the stored user, or the public one when nobody is logged in. Nothing here needs a server.
-QXCourseManager& openCatalogue() {
-  MainQueue::instance().claim();
-  return QXCourseManager::getInstance();
+/// Waits for work on the courses of the stored user, or the public ones when nobody is logged in. It is withdrawn from when
+/// the program is interrupted.
+template <typename T>
+Result<T> await(Host& host, Pending<Result<T>> work) {
+  auto done = host.await(std::move(work));
+  return done ? *std::move(done) : WithoutAnswer<Result<T>>::make(PendingEnd::Cancelled);
 }
 
-std::string keyOf(const OrvCourseModel& course) {
-  return std::to_string(course.roomID.get());
-}
-
-/// What a course's file holds; null when there is none.
-Course recordOnDisk(QXCourseManager& manager, const std::string& key) {
-  const OptionalString folder = manager.localCourseFolder();
-  const auto record =
-      folder ? readDictionaryFile(appendPathComponent(*folder, key + ".plist")) : std::nullopt;
-  return record && !record->empty() ? makeRecord<OrvCourseModel>(*record) : nullptr;
-}
-
-bool isWritten(QXCourseManager& manager, const OrvCourseModel& course) {
-  const Course record = recordOnDisk(manager, keyOf(course));
-  return record != nullptr && record->jsonObject() == course.jsonObject();
-}
-
-/// The keys that the list on the disk holds; none when there is no list.
-std::unordered_set<std::string> listedOnDisk(QXCourseManager& manager) {
-  const OptionalString file = manager.localCourseListFile();
-  const auto list = file ? readArrayFile(*file) : std::nullopt;
-  std::unordered_set<std::string> keys;
-  for (const json::value& key : list.value_or(json::array())) {
-    if (key.is_string()) keys.emplace(key.get_string());
+/// Prints why a course is not as it should be.
+ExitCode fail(const Error& error, std::int64_t roomID, std::string_view what, Output& output) {
+  if (error.domain == kPendingErrorDomain) {
+    output.line(json::object{{"outcome", "timeout"}, {"message", "interrupted"}});
+    return ExitCode::NoReply;
   }
-  return keys;
-}
-
-ExitCode notWritten(const std::string& key, Output& output) {
-  return refuse("course " + key + " could not be written; standard error tells why", output);
+  if (error.code == static_cast<std::int64_t>(LocalCourseTrouble::OtherUser)) {
+    return refuse(error.description, output);
+  }
+  const std::string course = roomID > 0 ? "course " + std::to_string(roomID) : "a course";
+  return refuse(course + " could not be " + std::string(what) + "; standard error tells why", output);
 }
 
 void answerCourses(Output& output, json::array courses) {
@@ -69,42 +51,32 @@ void answerCourses(Output& output, json::array courses) {
 }  // namespace
 
 ExitCode run(const LocalListCommand&, Context& context) {
-  Output& output = context.output;
-  QXCourseManager& manager = openCatalogue();
-  const std::uint64_t count = manager.getLocalCourseCount();
+  Host& host = context.host();
+  LocalCourses local;
+  const auto listed = await(host, local.all());
+  if (!listed) return fail(listed.error(), 0, "read", context.output);
   json::array courses;
-  ProgressBar bar("reading", "courses", count);
-  for (std::uint64_t index = 0; index < count; ++index) {
-    const Course course = manager.getLocalCourseWithIndex(index);
-    if (course != nullptr) courses.emplace_back(course->jsonObject());
-    bar.show(index + 1);
-  }
-  answerCourses(output, std::move(courses));
+  for (const LocalCourses::Course& course : *listed) courses.emplace_back(course->jsonObject());
+  answerCourses(context.output, std::move(courses));
   return ExitCode::Success;
 }
 
 ExitCode run(const LocalCreateCommand& command, Context& context) {
-  Output& output = context.output;
-  QXCourseManager& manager = openCatalogue();
-  std::vector<std::string> keys;
+  Host& host = context.host();
+  LocalCourses local;
+  json::object fields;
+  if (command.title) fields.emplace("title", *command.title);
   json::array created;
   {
     ProgressBar bar("creating", "courses", command.count);
-    for (std::uint64_t done = 0; done < command.count; ++done) {
-      const Course course = manager.createLocalCourse();
-      if (command.title) course->title = *command.title;
-      manager.addLocalCourse(course);
-      keys.push_back(keyOf(*course));
-      if (!isWritten(manager, *course)) return notWritten(keys.back(), output);
-      created.emplace_back(course->jsonObject());
-      bar.show(done + 1);
+    while (created.size() < command.count) {
+      const auto made = await(host, local.create(fields));
+      if (!made) return fail(made.error(), 0, "written", context.output);
+      created.emplace_back((*made)->jsonObject());
+      bar.show(created.size());
     }
   }
-  const auto listed = listedOnDisk(manager);
-  for (const std::string& key : keys) {
-    if (!listed.contains(key)) return notWritten(key, output);
-  }
-  answerCourses(output, std::move(created));
+  answerCourses(context.output, std::move(created));
   return ExitCode::Success;
 }
 
@@ -115,19 +87,22 @@ ExitCode run(const LocalAddCommand& command, Context& context) {
   const auto course = makeRecord<OrvCourseModel>(parsed->get_object());
   course->orv_local = true;
   if (course->roomID <= 0) return refuse("\"roomID\" must be a number above 0", output);
-  QXCourseManager& manager = openCatalogue();
-  const bool isNew = manager.addLocalCourse(course);
-  const std::string key = keyOf(*course);
-  if (!isWritten(manager, *course) || !listedOnDisk(manager).contains(key)) return notWritten(key, output);
+  Host& host = context.host();
+  LocalCourses local;
+  const bool isNew = QXCourseManager::getInstance().addLocalCourse(course);
+  // Saved once more: that tells whether the disk has it, and its place in the list.
+  const auto saved = await(host, local.save(*course));
+  if (!saved) return fail(saved.error(), course->roomID, "written", output);
   output.line(json::object{
-      {"outcome", "complete"}, {"success", true}, {"new", isNew}, {"course", course->jsonObject()}});
+      {"outcome", "complete"}, {"success", true}, {"new", isNew}, {"course", (*saved)->jsonObject()}});
   return ExitCode::Success;
 }
 
 ExitCode run(const LocalDeleteCommand& command, Context& context) {
   Output& output = context.output;
-  QXCourseManager& manager = openCatalogue();
-  const QXCourseManager::Keys keys = manager.localCourseList();
+  Host& host = context.host();
+  LocalCourses local;
+  const QXCourseManager::Keys keys = QXCourseManager::getInstance().localCourseList();
   const std::unordered_set<std::string> known(keys.begin(), keys.end());
   const std::set<std::int64_t> roomIDs(command.roomIDs.begin(), command.roomIDs.end());
   for (const std::int64_t roomID : roomIDs) {
@@ -139,16 +114,9 @@ ExitCode run(const LocalDeleteCommand& command, Context& context) {
   {
     ProgressBar bar("deleting", "courses", roomIDs.size());
     for (const std::int64_t roomID : roomIDs) {
-      manager.deleteLocalCourseWithRoomID(roomID);
+      const auto removed = await(host, local.remove(roomID));
+      if (!removed) return fail(removed.error(), roomID, "removed from the disk", output);
       bar.show(++done);
-    }
-  }
-  const auto listed = listedOnDisk(manager);
-  for (const std::int64_t roomID : roomIDs) {
-    const std::string key = std::to_string(roomID);
-    if (listed.contains(key) || recordOnDisk(manager, key) != nullptr) {
-      return refuse("course " + key + " could not be removed from the disk; standard error tells why",
-                    output);
     }
   }
   output.line(json::object{{"outcome", "complete"}, {"success", true}, {"deleted", done}});

@@ -1,16 +1,12 @@
-#include <orvnetwork/data/LooseRead.h>
-#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/client/SessionStatus.h>
+#include <orvnetwork/client/SignIn.h>
 
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
 #include "cli/Host.h"
 #include "cli/Request.h"
-#include "cli/SecretInput.h"
 #include "cli/SingleRequest.h"
-#include "cli/StoredUser.h"
 
-#include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,10 +17,19 @@ namespace {
 constexpr std::string_view kByPassword = "loginWithMobile:password:completeBlock:timeoutBlock:";
 constexpr std::string_view kByCode = "loginWithMobile:code:completeBlock:timeoutBlock:";
 
-/// The user whom the reply to a log-in brings; null when it brings none.
-std::shared_ptr<OrvUserInfoModel> userIn(const json::object& reply) {
-  const auto user = makeRecord<OrvUserInfoModel>(member(looseObject(member(reply, "v")), "data"));
-  return user && user->uID.get() && user->token.get() ? user : nullptr;
+Answer answerTo(const Operation& operation, const SignInResult& result) {
+  switch (result.outcome()) {
+    case SignInOutcome::NoUser:
+      return wrongUse("the reply to the log-in holds no user; nobody is stored");
+    case SignInOutcome::NotWritten:
+      return wrongUse("logged in, but " + result.text() + "; standard error tells why");
+    case SignInOutcome::Cancelled:
+      return noReply(operation.name, operation.command, "interrupted");
+    default:
+      break;
+  }
+  if (result.reply()) return answerOf(operation, *result.reply());
+  return noReply(operation.name, operation.command, result.text());
 }
 
 }  // namespace
@@ -44,41 +49,17 @@ ExitCode run(const LoginCommand& command, Context& context) {
                   output);
   }
   if (!host.openLink()) return unanswered(host.noLinkMessage());
-
-  // An interrupted log-in may be answered when nobody waits any more; then nobody is stored.
-  struct State {
-    std::optional<Answer> answer;
-    bool abandoned = false;
-    bool bringsNobody = false;
-    bool isKept = true;
-  };
-  const auto state = std::make_shared<State>();
-  request(
-      operation, {Object(command.mobile), Object(*secret)},
-      [state](Answer ended) {
-        state->answer = std::move(ended);
-        Host::notice();
-      },
-      [state](bool success, const json::object& reply) {
-        if (state->abandoned) return;
-        const auto user = success ? userIn(reply) : nullptr;
-        if (user) QXUserInfoMgr::getInstance().setUserInfo(user);
-        state->isKept = !user || isInFile(*user);
-        state->bringsNobody = success && !user;
-      });
-  if (!host.runUntil([&] { return state->answer.has_value(); })) {
-    state->abandoned = true;
-    return unanswered("interrupted");
-  }
-  if (state->bringsNobody) return refuse("the reply to the log-in holds no user; nobody is stored", output);
-  if (!state->isKept) {
-    return refuse(
-        "logged in, but the user could not be written to " + userFile() + "; standard error tells why",
-        output);
-  }
+  // The session of a user who is stored is asked for when the link is up: not at the same moment.
+  host.pause(kRequestsApart);
+  SessionStatus& session = host.session();
+  auto signingIn = command.byCode ? session.signInWithCode(command.mobile, *secret)
+                                  : session.signIn(command.mobile, *secret);
+  const auto result = host.await(std::move(signingIn).deadline(kHeldAfter));
+  if (!result) return unanswered("interrupted");
+  const Answer answer = answerTo(operation, *result);
   // The token is stored; nobody needs to read it here.
-  output.line(withoutSecrets(state->answer->line));
-  return state->answer->code;
+  output.line(withoutSecrets(answer.line));
+  return answer.code;
 }
 
 }  // namespace orv::cli

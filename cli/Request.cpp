@@ -16,27 +16,22 @@ namespace orv::cli {
 
 namespace {
 
-/// A request that has neither a reply nor a time-out by then is held by the library until there is a session.
-constexpr Seconds kHeldAfter{12};
-
 constexpr std::string_view kHeldMessage =
     "waiting for a session: the server wants a log-in first, and the request is held until one succeeds";
 
-Answer complete(std::string_view operation, const QXRequestItem& item, bool success,
+constexpr std::string_view kNotOpenMessage = "the link is not open";
+constexpr std::string_view kLateMessage = "no reply within 10 s";
+
+Answer complete(std::string_view operation, std::string_view command, bool success,
                 const json::object& reply) {
-  const json::object answer{{"operation", operation},
-                            {"command", item.command.value_or("")},
-                            {"outcome", "complete"},
-                            {"success", success},
-                            {"reply", reply}};
+  json::object answer{
+      {"operation", operation}, {"command", command}, {"outcome", "complete"}, {"success", success}};
   const ExitCode code = success ? ExitCode::Success : ExitCode::Refused;
-  if (std::string line = writeLine(answer); !line.empty()) return {std::move(line), code};
-  return {writeLine({{"operation", operation},
-                     {"command", item.command.value_or("")},
-                     {"outcome", "complete"},
-                     {"success", success},
-                     {"message", "the reply is nested too deep to be shown"}}),
-          code};
+  json::object whole = answer;
+  whole.emplace("reply", reply);
+  if (std::string line = writeLine(whole); !line.empty()) return {std::move(line), code};
+  answer.emplace("message", "the reply is nested too deep to be shown");
+  return {writeLine(answer), code};
 }
 
 /// The one who waits for the end of a request.
@@ -70,6 +65,12 @@ Answer noReply(std::string_view operation, std::string_view command, std::string
   return {writeLine(answer), ExitCode::NoReply};
 }
 
+Answer answerOf(const Operation& operation, const Reply& reply) {
+  if (reply.frame()) return complete(operation.name, operation.command, reply.succeeded(), *reply.frame());
+  const bool isUnsent = reply.outcome() == ReplyOutcome::NoLink;
+  return noReply(operation.name, operation.command, isUnsent ? kNotOpenMessage : kLateMessage);
+}
+
 std::string withoutSecrets(const std::string& line) {
   // In the values: in the text a number would become what is no JSON.
   Result<json::value> parsed = parseJson(line);
@@ -86,17 +87,14 @@ std::string commandOf(const Operation& operation, const std::vector<Object>& arg
 }
 
 void request(const Operation& operation, const std::vector<Object>& arguments,
-             std::function<void(Answer)> done,
-             std::function<void(bool success, const json::object& reply)> seen) {
+             std::function<void(Answer)> done) {
   const auto waiting = std::make_shared<Waiting>();
   waiting->operation = operation.name;
   waiting->done = std::move(done);
   const std::string problem = operation.invoke(
       arguments,
-      [waiting, seen = std::move(seen)](const auto& item, bool success, const json::object& reply) {
-        // A request that was held and given up may be answered later.
-        if (seen && waiting->done) seen(success, reply);
-        waiting->end(complete(waiting->operation, *item, success, reply));
+      [waiting](const auto& item, bool success, const json::object& reply) {
+        waiting->end(complete(waiting->operation, item->command.value_or(""), success, reply));
       },
       [waiting](const auto& item) {
         if (!item) {
@@ -105,7 +103,7 @@ void request(const Operation& operation, const std::vector<Object>& arguments,
         }
         // A request that finds the link closed is timed out before it has returned.
         waiting->end(noReply(waiting->operation, item->command.value_or(""),
-                             waiting->sending ? "the link is not open" : "no reply within 10 s"));
+                             waiting->sending ? kNotOpenMessage : kLateMessage));
       });
   waiting->sending = false;
   if (!problem.empty()) return waiting->end(wrongUse(problem));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/api/OperationRegistry.h>
+#include <orvnetwork/client/Reply.h>
 #include <orvnetwork/data/Result.h>
 
 #include "cli/ExitCode.h"
@@ -33,6 +34,12 @@ Answer wrongUse(std::string_view message);
 Answer noReply(std::string_view operation, std::string_view command, std::string_view message,
                std::string_view reason = {});
 
+/// The answer that the end of a request makes.
+Answer answerOf(const Operation& operation, const Reply& reply);
+
+/// A request that has neither a reply nor a time-out by then is held by the library until there is a session.
+inline constexpr Seconds kHeldAfter{12};
+
 /// The same line of JSON with the values of its secrets hidden.
 std::string withoutSecrets(const std::string& line);
 
@@ -41,11 +48,9 @@ std::string commandOf(const Operation& operation, const std::vector<Object>& arg
 
 /// Calls an operation with JSON arguments. `done` is called exactly once, on the main thread: with the reply,
 /// with the time-out, with what is wrong with the arguments, or, where the server holds out for a session,
-/// some time after the time-out. It may be called before this returns. `seen`, if there is one, is called with the
-/// whole reply before that. Main thread.
+/// some time after the time-out. It may be called before this returns. Main thread.
 void request(const Operation& operation, const std::vector<Object>& arguments,
-             std::function<void(Answer)> done,
-             std::function<void(bool success, const json::object& reply)> seen = {});
+             std::function<void(Answer)> done);
 
 /// One JSON text of any kind, from a command line. What an error says does not repeat the text.
 Result<Object> readArgument(std::string_view text);

@@ -1,12 +1,16 @@
-#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/api/QXAPIHelperClassroom.h>
+#include <orvnetwork/client/Ask.h>
+#include <orvnetwork/client/SessionStatus.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
-#include "cli/SingleRequest.h"
-#include "cli/StoredUser.h"
+#include "cli/Host.h"
+#include "cli/Request.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,7 +18,7 @@ namespace orv::cli {
 
 namespace {
 
-constexpr std::string_view kClassroom = "getCourseRoomInfoWithClassroomID:completeBlock:timeoutBlock:";
+constexpr auto& askClassroom = ask<&QXAPIHelper::getCourseRoomInfoWithClassroomID_completeBlock_timeoutBlock>;
 
 /// The user as they are shown: without the token, and with the classroom by itself.
 json::object describeUser(const OrvUserInfoModel& user, std::string_view session) {
@@ -32,8 +36,8 @@ json::object describeUser(const OrvUserInfoModel& user, std::string_view session
 }
 
 /// Puts a classroom that the server has sent into the user and stores both.
-void keepClassroom(const std::shared_ptr<OrvUserInfoModel>& user, const json::object& reply) {
-  const auto room = makeRecord<OrvClassroomInfo>(member(looseObject(member(reply, "v")), "data"));
+void keepClassroom(const std::shared_ptr<OrvUserInfoModel>& user, const Reply& reply) {
+  const auto room = makeRecord<OrvClassroomInfo>(reply.data());
   if (!room) return;
   user->classroominfo = room;
   user->classroom = room->ID.get();
@@ -44,14 +48,12 @@ void keepClassroom(const std::shared_ptr<OrvUserInfoModel>& user, const json::ob
 
 ExitCode run(const WhoamiCommand&, Context& context) {
   Output& output = context.output;
-  // The embedded server would know nothing of a user of another run. The host comes first: its signals must be held
-  // back before there are other threads.
-  Host* const host = context.hasLastingServer() ? &context.host() : nullptr;
-  const auto user = QXUserInfoMgr::getInstance().userInfo();
-  if (!user) {
+  Host& host = context.host();
+  if (!host.session().user()) {
     output.line(json::object{{"outcome", "error"}, {"message", kNobodyMessage}});
     return ExitCode::Refused;
   }
+  const auto user = QXUserInfoMgr::getInstance().userInfo();
   const auto show = [&](std::string_view session, const std::string& message, ExitCode code,
                         const std::string& reason = {}) {
     json::object line = describeUser(*user, session);
@@ -60,23 +62,31 @@ ExitCode run(const WhoamiCommand&, Context& context) {
     output.line(line);
     return code;
   };
-  if (!host) return show("unknown", "as stored; with --server the server is asked", ExitCode::Success);
-  if (!host->openLink()) {
-    const ExitCode code = host->interrupted() ? ExitCode::NoReply : ExitCode::Success;
-    return show("unknown", "as stored: " + host->noLinkMessage(), code, host->noLinkReason());
+  // The embedded server would know nothing of a user of another run.
+  if (!context.hasLastingServer()) {
+    return show("unknown", "as stored; with --server the server is asked", ExitCode::Success);
   }
-  const UserRequest asked =
-      requestAsUser(*host, *findOperation(kClassroom).value(), {Object(user->classroom.get())});
-  if (asked.outcome == UserRequest::Outcome::SessionRefused) {
-    return show("refused", std::string(kSessionOverMessage), ExitCode::Refused);
+  if (!host.openLink()) {
+    const ExitCode code = host.interrupted() ? ExitCode::NoReply : ExitCode::Success;
+    return show("unknown", "as stored: " + host.noLinkMessage(), code, host.noLinkReason());
   }
-  if (asked.outcome == UserRequest::Outcome::NoReply) {
+  const auto isOver = [&host] {
+    const SessionState state = host.session().state();
+    return state == SessionState::Refused || state == SessionState::TakenOver;
+  };
+  std::optional<Reply> reply;
+  if (host.settledSession().state == SessionState::Good) {
+    host.pause(kRequestsApart);
+    reply = host.await(askClassroom(user->classroom.get()).deadline(kHeldAfter), isOver);
+  }
+  if (isOver()) return show("refused", std::string(kSessionOverMessage), ExitCode::Refused);
+  if (!reply || !reply->frame()) {
     return show("unknown", "as stored: the server does not answer", ExitCode::NoReply);
   }
-  if (!asked.success) {
+  if (!reply->succeeded()) {
     return show("good", "the classroom is as stored: the server refuses it", ExitCode::Success);
   }
-  keepClassroom(user, asked.reply);
+  keepClassroom(user, *reply);
   return show("good", {}, ExitCode::Success);
 }
 

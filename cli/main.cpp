@@ -41,6 +41,8 @@ ExitCode runProgram(int argc, char** argv, Output& output) {
   }
   try {
     return runInvocation(std::get<Invocation>(parsed), output);
+  } catch (const WrongOptions& error) {
+    return refuse(error.what(), output);
   } catch (const std::exception& error) {
     refuse(orv::hideSecrets(error.what()), output);
     return ExitCode::NoReply;

@@ -26,7 +26,7 @@ void linkOpens(Tour& tour) {
   auto& manager = QXWebSocketMgr::standard();
   tour.stage.note("The first report of a network opens the link. The server holds its PONG back a moment.");
   tour.server.faults().setPingAnswer(std::nullopt);
-  tour.host.connect();
+  tour.host.client();
   const bool asked = tour.wait([&] { return !tour.frames().empty(); });
   tour.pause(0.2);
   const bool openEarly = manager.isOpen() || tour.count(QXNotificationDidOpen) != 0;

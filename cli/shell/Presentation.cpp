@@ -94,6 +94,20 @@ class Presenter {
   std::size_t column_ = 0;
 };
 
+/// A change of the link or of the session in a few words; empty for other lines.
+std::string newsIn(const json::object& line) {
+  const auto text = [&line](std::string_view name) {
+    const json::value* const value = line.if_contains(name);
+    return value != nullptr && value->is_string() ? std::string(std::string_view(value->get_string())) : "";
+  };
+  const std::string message = text("message");
+  if (line.empty()) return {};
+  const std::string_view first = line.begin()->key();
+  if (first == "link") return "link: " + message;
+  if (first == "session") return "session: " + text("session") + (message.empty() ? "" : ": " + message);
+  return {};
+}
+
 }  // namespace
 
 std::string present(std::string_view line, std::size_t columns, bool coloured) {
@@ -102,6 +116,10 @@ std::string present(std::string_view line, std::size_t columns, bool coloured) {
   if (!parsed || !parsed->is_object()) return std::string(line);
   Presenter presenter(columns, coloured);
   const json::object& object = parsed->get_object();
+  if (const std::string news = newsIn(object); !news.empty()) {
+    presenter.painted(kNotification, "• " + printable(news));
+    return presenter.take();
+  }
   const json::value* const notification = object.if_contains("notification");
   if (notification == nullptr || !notification->is_string()) {
     presenter.write(*parsed, 0);

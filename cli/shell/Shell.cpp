@@ -5,7 +5,6 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/Console.h>
-#include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "cli/Commands.h"
 #include "cli/NearNames.h"
@@ -28,7 +27,7 @@ constexpr std::string_view kHelp =
     "Courses         courses [--start S] [--count C] [--force] [--status 1|2|3]\n"
     "                local list | create | add RECORD | delete ROOMID...\n"
     "                created ROOMID          what an application tells when a local course was published\n"
-    "What happens    watch on|off            notifications as they are posted\n"
+    "What happens    watch on|off            notifications, changes of the link and the session\n"
     "                console on|off          the diagnostic console\n"
     "                log [--path]            the rolling log\n"
     "Server          server [CONTROL]        the embedded server: its state, pushes and faults\n"
@@ -39,13 +38,6 @@ constexpr std::string_view kHelp =
 bool isCommand(std::string_view word) {
   const auto& commands = shellCommands();
   return std::ranges::find(commands, word) != commands.end() || word == "quit";
-}
-
-json::object describeNotification(const Notification& notification) {
-  json::object line{{"notification", notification.name}};
-  line.emplace("userInfo",
-               notification.userInfo != nullptr ? json::value(*notification.userInfo) : json::value());
-  return line;
 }
 
 std::string nearWords(std::string_view wrong) {
@@ -63,9 +55,6 @@ std::string nearWords(std::string_view wrong) {
 
 Shell::Shell(Context& context) : context_(context) {
   context_.keepHost();
-  context_.host();
-  QXUserInfoMgr::getInstance();
-  QXCourseManager::getInstance();
 }
 
 KnownCourses Shell::knownCourses() {
@@ -74,11 +63,8 @@ KnownCourses Shell::knownCourses() {
 }
 
 void Shell::setWatching(bool watching) {
-  watcher_ = {};
-  if (!watching) return;
-  watcher_ = NotificationCenter::defaultCenter().observe({}, [this](const Notification& notification) {
-    context_.output.line(describeNotification(notification));
-  });
+  watcher_.reset();
+  if (watching) watcher_.emplace(context_.host(), context_.output);
 }
 
 void Shell::setConsole(bool on, std::function<void(std::string_view line)> sink) {

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <orvnetwork/platform/NotificationCenter.h>
-
 #include "cli/Context.h"
 #include "cli/ExitCode.h"
+#include "cli/Watcher.h"
 #include "cli/shell/Completion.h"
 #include "cli/shell/Words.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,7 +17,6 @@ namespace orv::cli {
 /// Carries out lines one after another, on one link. Answers go to the context's output. Main thread.
 class Shell {
  public:
-  /// Makes the managers of the library, so that they see the link when it comes up.
   explicit Shell(Context& context);
   Shell(const Shell&) = delete;
   Shell& operator=(const Shell&) = delete;
@@ -27,7 +26,7 @@ class Shell {
   /// Whether a line asked for the end.
   bool isOver() const { return over_; }
 
-  /// Whether notifications are written to the output as they are posted.
+  /// Whether notifications are written to the output as they are posted, with the changes of the link and the session.
   void setWatching(bool watching);
   /// Where the lines of the diagnostic console go; empty: nowhere.
   void setConsole(bool on, std::function<void(std::string_view line)> sink = {});
@@ -50,7 +49,7 @@ class Shell {
   ExitCode wrong(const std::string& message);
 
   Context& context_;
-  ObserverToken watcher_;
+  std::optional<Watcher> watcher_;
   std::function<void(std::string_view)> consoleSink_;
   bool over_ = false;
 };

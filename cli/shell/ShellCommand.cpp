@@ -1,10 +1,11 @@
 #include "cli/shell/Shell.h"
 
+#include <orvnetwork/client/Client.h>
+#include <orvnetwork/client/LinkStatus.h>
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/MainQueue.h>
-#include <orvnetwork/session/QXUserInfoMgr.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
+#include <orvnetwork/support/QXPathManager.h>
 
 #include "cli/Commands.h"
 #include "cli/Host.h"
@@ -12,6 +13,7 @@
 #include "cli/Output.h"
 #include "cli/Request.h"
 #include "cli/TerminalText.h"
+#include "cli/Watcher.h"
 #include "cli/shell/History.h"
 #include "cli/shell/LineEditor.h"
 #include "cli/shell/Presentation.h"
@@ -20,7 +22,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <deque>
 #include <optional>
 #include <string_view>
@@ -96,7 +97,7 @@ ExitCode runScript(Shell& shell, Context& context) {
   Output out;
   std::optional<std::string> written;
   context.output.redirect([&](std::string_view text) {
-    if (written && !text.starts_with("{\"notification\":")) {
+    if (written && !Watcher::isNews(text)) {
       written->append(text);
     } else {
       out.text(text);
@@ -105,7 +106,7 @@ ExitCode runScript(Shell& shell, Context& context) {
   });
   InputLines lines(host);
   context.setSecretSource([&lines](Host&, const std::string&) { return secretIn(lines.next()); });
-  host.connect();
+  host.client();
   ExitCode code = ExitCode::Success;
   while (!shell.isOver() && !context.output.failed()) {
     const auto line = lines.next();
@@ -123,7 +124,7 @@ ExitCode runScript(Shell& shell, Context& context) {
 }
 
 std::string greeting(Host& host) {
-  const auto user = QXUserInfoMgr::getInstance().userInfo();
+  const auto user = host.session().user();
   const std::string where = (host.server() != nullptr ? "the embedded server, " : "") + host.shownUrl();
   const std::string who = user ? user->nick.get().value_or("") + " (" + user->uID.get().value_or("") + ")"
                                : "nobody; `login 13800000001` with the password `classroom`, for example";
@@ -165,11 +166,10 @@ ExitCode runPrompt(Shell& shell, Context& context, std::FILE* terminal) {
   MainQueue& queue = MainQueue::instance();
   LineEditor editor(
       terminal, queue.wakeUpDescriptor(),
-      {[] { return std::string(QXWebSocketMgr::standard().isOpen() ? "orv> " : "orv (no link)> "); },
+      {[&host] { return std::string(host.client().link().isUp() ? "orv> " : "orv (no link)> "); },
        [](std::string_view typed) { return complete(typed, Shell::knownCourses()); },
        [&queue] { queue.drain(); }, [&host] { return host.interrupted(); }});
-  History history((std::getenv("HOME") != nullptr ? std::string(std::getenv("HOME")) : ".") +
-                  "/.orv_history");
+  History history(QXPathManager::sharedManager().homeDirectory() + "/.orv_history");
   for (const std::string& line : history.lines()) editor.remember(line);
   showOn(editor, context);
   // Where standard error goes elsewhere it has its lines as always.
@@ -181,7 +181,6 @@ ExitCode runPrompt(Shell& shell, Context& context, std::FILE* terminal) {
   if (ownsConsole) shell.setConsole(false, showConsole);
   editor.print(greeting(host));
   shell.setWatching(true);
-  host.connect();
   std::string line;
   while (!shell.isOver() && !context.output.failed() && !host.terminated()) {
     host.forgetInterruption();

@@ -203,6 +203,16 @@ TEST_F(Courses, ALinkThatIsLostInTheMiddleIsToldAtOnceAndExits3) {
   EXPECT_LT(result.seconds, 9) << "not after a time-out";
 }
 
+TEST_F(Courses, APageThatIsRefusedIsToldAndExits2) {
+  logIn();
+  ASSERT_EQ(courses().exitCode, 0);
+  server.faults().failRequests(5, "not now", 9, "Course.Get.Items");
+  const Result result = courses({"--count", "100"});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.json(), (json::object{{"outcome", "error"}, {"message", "not now"}}));
+  EXPECT_FALSE(rooms(runOrv({"courses"})).empty()) << "what is stored stays";
+}
+
 TEST_F(Courses, AnInterruptionExits3) {
   logIn();
   server.faults().dropReplies(100, "Course.Get.Items");

@@ -9,6 +9,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 
@@ -80,6 +81,18 @@ TEST(LocalCreate, ManyHaveNumbersOfTheirOwnAndTheProgressIsOnStandardError) {
   EXPECT_EQ(listed(), created);
   std::ranges::sort(created);
   EXPECT_EQ(std::ranges::adjacent_find(created), created.end());
+}
+
+TEST(LocalCreate, ThatIsInterruptedLeavesWhatWasMade) {
+  Program program({"local", "create", "--count", "100000"});
+  for (int second = 0; second < 30 && !fs::exists(localFolder() / "localCourse.plist"); ++second) {
+    program.waitForOutput("nothing of the kind", std::chrono::seconds(1));
+  }
+  program.signal(SIGINT);
+  const Result result = program.wait();
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(result.out, "{\"outcome\":\"timeout\",\"message\":\"interrupted\"}\n");
+  EXPECT_FALSE(listed().empty());
 }
 
 TEST(LocalCreate, CountsThatMakeNoSenseAreWrongUse) {

@@ -296,6 +296,10 @@ TEST(ShellPresentation, FillsLinesUpToTheWidth) {
             "{\n  \"first\": \"0123456789\",\n  \"second\": \"0123456789\",\n  \"c\": 1\n}");
   EXPECT_EQ(cli::present(R"({"notification":"N","userInfo":{"a":1}})", 80, false), "• N\n  {\"a\": 1}");
   EXPECT_EQ(cli::present(R"({"notification":"N","userInfo":null})", 80, false), "• N");
+  EXPECT_EQ(cli::present(R"({"link":"up","message":"the link is up"})", 80, false), "• link: the link is up");
+  EXPECT_EQ(cli::present(R"({"session":"good","user":"7"})", 80, false), "• session: good");
+  EXPECT_EQ(cli::present(R"({"session":"refused","user":"7","message":"over"})", 80, false),
+            "• session: refused: over");
   EXPECT_EQ(cli::present("plain", 80, true), "plain");
   EXPECT_NE(cli::present(R"({"a":1})", 80, true).find("\x1b["), std::string::npos);
 }
