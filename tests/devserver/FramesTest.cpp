@@ -1,4 +1,5 @@
 #include "devserver/DevServer.h"
+#include "devserver/engine/FrameLog.h"
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
