@@ -75,6 +75,47 @@ NewList newList(std::vector<std::string> old, const std::vector<CourseStore::Rea
   return result;
 }
 
+void putInList(Catalogue& catalogue, const CourseListName& list,
+               const std::vector<CourseStore::Read>& courses, const std::vector<std::string>& keys) {
+  Collection& collection = collectionOf(catalogue, list.kind);
+  KeyList& own = collection.list(list.status);
+  bool isChanged = keys != own.snapshot();
+  for (KeyList& other : collection.lists()) {
+    if (&other == &own) continue;
+    for (const auto& read : courses) isChanged = other.remove(courseKey(read.roomID)) || isChanged;
+  }
+  own.assign(keys);
+  if (isChanged) collection.saveLists();
+}
+
+// These take it themselves, again and again, and are false when another one is in use.
+
+bool writeRecords(Catalogue& catalogue, CourseListKind kind, std::uint64_t opened,
+                  const std::vector<CourseStore::Read>& courses) {
+  for (auto next = courses.begin(); next != courses.end();) {
+    const CatalogueLock lock(catalogue);
+    if (catalogue.opened() != opened) return false;
+    for (std::size_t written = 0; next != courses.end() && written < kAtATime; ++next) {
+      if (next->course == nullptr || !next->isNews) continue;
+      write(collectionOf(catalogue, kind), *next->course);
+      ++written;
+    }
+  }
+  return true;
+}
+
+bool dropRecords(Catalogue& catalogue, CourseListKind kind, std::uint64_t opened,
+                 std::span<const std::string> keys) {
+  while (!keys.empty()) {
+    const auto some = keys.first(std::min(keys.size(), kAtATime));
+    keys = keys.subspan(some.size());
+    const CatalogueLock lock(catalogue);
+    if (catalogue.opened() != opened) return false;
+    for (const std::string& key : some) drop(catalogue, kind, key);
+  }
+  return true;
+}
+
 }  // namespace
 
 CourseStore& CourseStore::getInstance() {
@@ -124,44 +165,21 @@ CourseStore::Read CourseStore::read(const CourseListName& list, const json::obje
 
 bool CourseStore::takeOver(const CourseListName& list, std::uint64_t opened, const std::vector<Read>& courses,
                            bool isWhole, const void* by) {
-  Collection& collection = collectionOf(catalogue_, list.kind);
-  if (list.kind == CourseListKind::Local || list.status >= collection.lists().size()) return false;
+  const auto lists = collectionOf(catalogue_, list.kind).lists();
+  if (list.kind == CourseListKind::Local || list.status >= lists.size()) return false;
   // Records first: whenever the process ends, no course is listed whose record is missing.
-  for (auto next = courses.begin(); next != courses.end();) {
-    const CatalogueLock lock(catalogue_);
-    if (catalogue_.opened() != opened) return false;
-    for (std::size_t written = 0; next != courses.end() && written < kAtATime; ++next) {
-      if (next->course == nullptr || !next->isNews) continue;
-      write(collection, *next->course);
-      ++written;
-    }
-  }
+  if (!writeRecords(catalogue_, list.kind, opened, courses)) return false;
   NewList changed;
   {
     const CatalogueLock lock(catalogue_);
     if (catalogue_.opened() != opened) return false;
-    KeyList& keys = collection.list(list.status);
-    const std::vector<std::string> old = keys.snapshot();
-    changed = newList(old, courses, isWhole);
-    bool isChanged = changed.keys != old;
-    for (KeyList& other : collection.lists()) {
-      if (&other == &keys) continue;
-      for (const Read& read : courses) isChanged = other.remove(courseKey(read.roomID)) || isChanged;
-    }
-    keys.assign(changed.keys);
-    if (isChanged) collection.saveLists();
+    changed = newList(lists[list.status].snapshot(), courses, isWhole);
+    putInList(catalogue_, list, courses, changed.keys);
     CourseChange change{.what = CourseChange::What::Page, .list = list, .by = by};
     for (const Read& read : courses) change.rooms.push_back(read.roomID);
     catalogue_.tell(change);
   }
-  for (std::span<const std::string> left(changed.dropped); !left.empty();) {
-    const auto some = left.first(std::min(left.size(), kAtATime));
-    left = left.subspan(some.size());
-    const CatalogueLock lock(catalogue_);
-    if (catalogue_.opened() != opened) return false;
-    for (const std::string& key : some) drop(catalogue_, list.kind, key);
-  }
-  return true;
+  return dropRecords(catalogue_, list.kind, opened, changed.dropped);
 }
 
 }  // namespace orv
