@@ -46,10 +46,6 @@ bool hasClassroom(const OrvUserInfoModel& user) {
   return user.classroom.get().value_or("").find_first_of("123456789") != std::string::npos;
 }
 
-bool isOver(const SessionInfo& session) {
-  return session.state == SessionState::Refused || session.state == SessionState::TakenOver;
-}
-
 /// Loads until the list reaches up to `end`, or is whole, or does not go on.
 void loadUpTo(std::uint64_t end, bool force, CourseList& list, Host& host) {
   ProgressBar bar("loading", "courses", end);

@@ -76,6 +76,10 @@ std::string secondsText(double seconds) {
   return text.data();
 }
 
+bool isOver(const SessionInfo& session) {
+  return session.state == SessionState::Refused || session.state == SessionState::TakenOver;
+}
+
 Host::Host(const Options& options)
     : signals_([this](int number) {
         if (number != SIGINT) terminated_ = true;

@@ -111,6 +111,9 @@ class Host {
   Subscription linkHeard_, sessionHeard_;
 };
 
+/// Whether the server does not take the session any more.
+bool isOver(const SessionInfo& session);
+
 /// Seconds as a person writes them: "10 s", "0.5 s".
 std::string secondsText(double seconds);
 

@@ -38,38 +38,48 @@ Answer notForgotten(const Operation& operation, const SignOutResult& result) {
                     ExitCode::WrongUse);
 }
 
-/// What is to be said of the server, which is asked where there is a session; absent: it was asked.
-std::optional<Answer> whyNotAsked(Host& host, const Operation& operation, const SessionInfo& info) {
-  if (info.state == SessionState::Good) return std::nullopt;
-  if (info.state == SessionState::Restoring) {
-    return answerWith(operation, "timeout", "logged out here; the server does not answer", ExitCode::NoReply,
-                      host.noLinkReason());
-  }
+Answer unknownToServer(const Operation& operation) {
   return answerWith(operation, "error",
                     "logged out here; the server did not know the session of this user any more",
                     ExitCode::Refused);
 }
 
+Answer unanswered(const Operation& operation, const Host& host) {
+  return answerWith(operation, "timeout", "logged out here; the server does not answer", ExitCode::NoReply,
+                    host.noLinkReason());
+}
+
+/// What is to be said of the server, which is told where there is a session; absent: it is told.
+std::optional<Answer> whyNotTold(Context& context, const Operation& operation) {
+  // The embedded server would know nothing of a user of another run.
+  if (!context.hasLastingServer()) {
+    return answerWith(operation, "complete", "logged out here; with --server the server is told too",
+                      ExitCode::Success);
+  }
+  Host& host = context.host();
+  if (!host.openLink()) {
+    return answerWith(operation, "timeout",
+                      "logged out here; the server was not told: " + host.noLinkMessage(), ExitCode::NoReply,
+                      host.noLinkReason());
+  }
+  const SessionInfo info = host.settledSession();
+  if (isOver(info)) return unknownToServer(operation);
+  return info.state == SessionState::Good ? std::nullopt : std::optional(unanswered(operation, host));
+}
+
 Answer logOut(Context& context, const Operation& operation) {
   Host& host = context.host();
-  std::optional<Answer> untold;
-  if (!context.hasLastingServer()) {
-    // The embedded server would know nothing of a user of another run.
-    untold = answerWith(operation, "complete", "logged out here; with --server the server is told too",
-                        ExitCode::Success);
-  } else if (host.openLink()) {
-    untold = whyNotAsked(host, operation, host.settledSession());
-  } else {
-    untold =
-        answerWith(operation, "timeout", "logged out here; the server was not told: " + host.noLinkMessage(),
-                   ExitCode::NoReply, host.noLinkReason());
-  }
+  const auto untold = whyNotTold(context, operation);
+  bool wasOver = false;
+  // A server that does not know the session has the log-out held, and refuses the renewal that follows.
+  const auto heard = host.session().onChanged(
+      [&wasOver](const SessionChange& change) { wasOver = wasOver || isOver(change.now); });
   const auto result = host.interrupted() ? std::nullopt : host.await(host.session().signOut());
   if (!result) return answerWith(operation, "timeout", "interrupted", ExitCode::NoReply);
   if (!*result) return notForgotten(operation, *result);
   if (untold) return *untold;
   if (result->reply() && result->reply()->frame()) return answerOf(operation, *result->reply());
-  return answerWith(operation, "timeout", "logged out here; the server does not answer", ExitCode::NoReply);
+  return wasOver ? unknownToServer(operation) : unanswered(operation, host);
 }
 
 }  // namespace

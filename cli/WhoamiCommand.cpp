@@ -70,16 +70,13 @@ ExitCode run(const WhoamiCommand&, Context& context) {
     const ExitCode code = host.interrupted() ? ExitCode::NoReply : ExitCode::Success;
     return show("unknown", "as stored: " + host.noLinkMessage(), code, host.noLinkReason());
   }
-  const auto isOver = [&host] {
-    const SessionState state = host.session().state();
-    return state == SessionState::Refused || state == SessionState::TakenOver;
-  };
+  const auto sessionIsOver = [&host] { return isOver(host.session().info()); };
   std::optional<Reply> reply;
   if (host.settledSession().state == SessionState::Good) {
     host.pause(kRequestsApart);
-    reply = host.await(askClassroom(user->classroom.get()).deadline(kHeldAfter), isOver);
+    reply = host.await(askClassroom(user->classroom.get()).deadline(kHeldAfter), sessionIsOver);
   }
-  if (isOver()) return show("refused", std::string(kSessionOverMessage), ExitCode::Refused);
+  if (sessionIsOver()) return show("refused", std::string(kSessionOverMessage), ExitCode::Refused);
   if (!reply || !reply->frame()) {
     return show("unknown", "as stored: the server does not answer", ExitCode::NoReply);
   }

@@ -123,6 +123,14 @@ TEST(Shell, ALogInHoldsThoughTheServerRefusesTheTokenOfTheRunBefore) {
   }
 }
 
+TEST(Shell, ALogOutOfASessionThatTheServerHasForgottenSaysSo) {
+  const Result result = shell("login 13800000001\nclassroom\nserver {\"revoke\":\"all\"}\nlogout\nwhoami\n");
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.json(2).at("message"),
+            "logged out here; the server did not know the session of this user any more");
+  EXPECT_EQ(result.json(3).at("message"), "nobody is logged in; see `orv login --help`");
+}
+
 TEST(Shell, WatchShowsNotificationsBetweenTheAnswers) {
   Program program({"shell"});
   program.write("call Dev.Echo\nserver {\"push\":\"System.Upload.Log\"}\ncall Dev.Echo\nwatch on\n");
