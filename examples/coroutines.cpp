@@ -27,9 +27,9 @@ orv::Pending<std::optional<std::string>> describe(std::string room) {
   co_return course->title.get().value_or(room) + ", " + course->teacher.get().value_or("nobody");
 }
 
-/// Each step waits for the one before it.
-orv::Pending<> show(orv::Client& client, std::string mobile, std::string password) {
-  auto signingIn = client.session().signIn(std::move(mobile), std::move(password));
+/// Each step waits for the one before it. The client outlives it.
+orv::Pending<> show(orv::Client* client, std::string mobile, std::string password) {
+  auto signingIn = client->session().signIn(std::move(mobile), std::move(password));
   const orv::SignInResult signedIn = co_await signingIn;
   if (!signedIn) {
     std::cout << signedIn.text() << std::endl;
@@ -67,6 +67,6 @@ int main(int argc, char** argv) {
   const auto client = orv::Client::start(options);
   if (!client) return std::cerr << client.error().description << '\n', 1;
   const auto ended =
-      show(**client, argv[2], argv[3]).then([](orv::PendingEnd) { orv::MainQueue::instance().stop(); });
+      show(client->get(), argv[2], argv[3]).then([](orv::PendingEnd) { orv::MainQueue::instance().stop(); });
   orv::MainQueue::instance().run();
 }

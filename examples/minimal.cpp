@@ -8,8 +8,8 @@
 
 constexpr auto& ask = orv::ask<&orv::QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock>;
 
-orv::Pending<> greet(orv::Client& client) {
-  auto up = client.link().whenUp();
+orv::Pending<> greet(orv::Client* client) {
+  auto up = client->link().whenUp();
   co_await up;
   auto asked = ask("Dev.Echo", orv::json::object{{"hello", "classroom"}});
   const orv::Reply reply = co_await asked;
@@ -25,6 +25,6 @@ int main(int argc, char** argv) {
   options.build = "1";
   const auto client = orv::Client::start(options);
   if (!client) return std::cerr << client.error().description << '\n', 1;
-  const auto greeting = greet(**client);
+  const auto greeting = greet(client->get());
   orv::MainQueue::instance().run();
 }

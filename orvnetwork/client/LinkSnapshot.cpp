@@ -18,6 +18,12 @@ std::string secondsText(Seconds span) {
   return text.data();
 }
 
+/// Whether it is known for how long it waits. Before the first attempt the network's report is what counts: it comes sooner
+/// than the supervisor.
+bool waitsForAttempt(const LinkSnapshot& link) {
+  return link.state == LinkState::Waiting && link.until && link.attempt > 0;
+}
+
 std::string_view wordsFor(const LinkSnapshot& link) {
   switch (link.state) {
     case LinkState::Stopped:
@@ -33,7 +39,7 @@ std::string_view wordsFor(const LinkSnapshot& link) {
     case LinkState::Waiting:
       break;
   }
-  if (link.until) return "waiting ";
+  if (waitsForAttempt(link)) return "waiting ";
   return link.willRetry ? "waiting for the first report of the network"
                         : "the link is down and nothing opens it";
 }
@@ -88,7 +94,7 @@ bool LinkSnapshot::needsPerson() const noexcept {
 
 std::string LinkSnapshot::sentence() const {
   std::string line(wordsFor(*this));
-  if (state == LinkState::Waiting && until) {
+  if (waitsForAttempt(*this)) {
     line += secondsText(*until - since) + " for attempt " + std::to_string(attempt + 1);
   } else if (state == LinkState::Connecting) {
     line += ", attempt " + std::to_string(attempt);

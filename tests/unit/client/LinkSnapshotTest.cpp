@@ -28,6 +28,9 @@ TEST(LinkSnapshot, SaysWhatItIsInOneLine) {
   EXPECT_EQ(snapshot(LinkState::Confirming).sentence(), "waiting for the server to confirm the link");
   EXPECT_EQ(snapshot(LinkState::Offline).sentence(), "waiting for the network");
   EXPECT_EQ(snapshot(LinkState::Waiting).sentence(), "waiting for the first report of the network");
+  auto planned = snapshot(LinkState::Waiting);
+  planned.until = planned.since + std::chrono::seconds(5);
+  EXPECT_EQ(planned.sentence(), "waiting for the first report of the network");
   auto link = snapshot(LinkState::Connecting, kRefused);
   link.attempt = 3;
   EXPECT_EQ(link.sentence(), "connecting, attempt 3: the connection was refused");
