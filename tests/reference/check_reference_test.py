@@ -2,6 +2,7 @@
 """Plants comments that the reference cannot be made of and sees that each one is found."""
 
 import pathlib
+import re
 import sys
 import tempfile
 import unittest
@@ -11,6 +12,8 @@ sys.path.insert(0, str(pathlib.Path(__file__).parent))
 import check_reference  # noqa: E402
 
 SETTINGS = (pathlib.Path(__file__).parents[2] / "Doxyfile").read_text(encoding="utf-8")
+# Headers that are named one by one.
+NAMED = re.findall(r"[\w/]+\.h\b", SETTINGS)
 
 
 def found(header, start_page="# Title\n"):
@@ -23,6 +26,9 @@ def found(header, start_page="# Title\n"):
         (root / "Doxyfile").write_text(SETTINGS, encoding="utf-8")
         (root / "orvnetwork" / "A.h").write_text("#pragma once\n/// A file.\n/// @file\n\n" + header,
                                                  encoding="utf-8")
+        for name in NAMED:
+            (root / name).parent.mkdir(parents=True, exist_ok=True)
+            (root / name).write_text("#pragma once\n", encoding="utf-8")
         return check_reference.warnings(root)
 
 
