@@ -75,7 +75,7 @@ RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& pr
 }
 
 /// Adds to `left` what has left the list.
-std::optional<WantedPage> takeNextPage(Catalogue& catalogue, RequestList::Entries& left) {
+std::optional<WantedPage> takeNextLivePage(Catalogue& catalogue, RequestList::Entries& left) {
   RequestList& requests = catalogue.livePaging.requests;
   // Live courses are asked for by range only.
   bool isInFront = true;
@@ -115,7 +115,7 @@ bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_ret
   const CatalogueLock lock(*catalogue_);
   left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, status);
   catalogue_->evictLive();
-  const auto next = takeNextPage(*catalogue_, left);
+  const auto next = takeNextLivePage(*catalogue_, left);
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
     catalogue_->startLoad(catalogue_->livePaging, *next, [this, wanted = *next] {
       loadLiveCourseWithPage_courseStatus_retryCount(wanted.page, wanted.status, MaxRetryCount);

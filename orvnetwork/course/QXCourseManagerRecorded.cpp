@@ -56,7 +56,7 @@ RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& pr
 }
 
 /// Adds to `left` what has left the list.
-std::optional<WantedPage> takeNextPage(Catalogue& catalogue, RequestList::Entries& left) {
+std::optional<WantedPage> takeNextRecordedPage(Catalogue& catalogue, RequestList::Entries& left) {
   // Those that ask for nothing that could be loaded have been answered.
   RequestList& requests = catalogue.paging.requests;
   const RequestList::Entry first = requests.first();
@@ -88,7 +88,7 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
   const CatalogueLock lock(*catalogue_);
   left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount});
   catalogue_->evict();
-  if (const std::optional<WantedPage> next = takeNextPage(*catalogue_, left)) {
+  if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
     catalogue_->startLoad(catalogue_->paging, *next, [this, wanted = next->page] {
       loadRecordCourseWithPage_retryCount(wanted, MaxRetryCount);
     });

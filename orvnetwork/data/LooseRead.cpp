@@ -1,5 +1,6 @@
 #include "orvnetwork/data/LooseRead.h"
 
+#include <orvnetwork/data/detail/Characters.h>
 #include <orvnetwork/data/detail/Decimal.h>
 
 #include <algorithm>
@@ -9,10 +10,6 @@
 
 namespace orv {
 namespace {
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 
 void skipBlanks(std::string_view& text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));

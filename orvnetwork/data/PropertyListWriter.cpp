@@ -46,9 +46,9 @@ std::string_view view(json::string_view text) {
   return {text.data(), text.size()};
 }
 
-class Writer {
+class PlistWriter {
  public:
-  explicit Writer(Unstorable unstorable) : leavesOut_(unstorable == Unstorable::IsLeftOut) {
+  explicit PlistWriter(Unstorable unstorable) : leavesOut_(unstorable == Unstorable::IsLeftOut) {
     out_.reserve(4096);
   }
 
@@ -254,7 +254,7 @@ class Writer {
 
 template <typename Value>
 Result<PartialPropertyList> writeRoot(const Value& value, Unstorable unstorable) try {
-  Result<PartialPropertyList> list = Writer(unstorable).run(value);
+  Result<PartialPropertyList> list = PlistWriter(unstorable).run(value);
   if (!list) return list;
   for (std::string& place : list->leftOut) {
     if (place.front() == '.') place.erase(0, 1);
@@ -262,7 +262,7 @@ Result<PartialPropertyList> writeRoot(const Value& value, Unstorable unstorable)
   }
   return list;
 } catch (const std::exception& exception) {
-  return Writer::failure(exception.what());
+  return PlistWriter::failure(exception.what());
 }
 
 template <typename Value>

@@ -1,5 +1,7 @@
 #include "orvnetwork/data/Url.h"
 
+#include <orvnetwork/data/detail/Characters.h>
+
 #include <algorithm>
 #include <charconv>
 #include <system_error>
@@ -7,10 +9,6 @@
 namespace orv {
 
 namespace {
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 
 bool isAlphanumeric(char c) {
   return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');

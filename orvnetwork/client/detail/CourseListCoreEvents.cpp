@@ -20,7 +20,7 @@ namespace {
 /// How soon a list is refreshed that somebody else's pages do not fit to.
 constexpr Seconds kAfterForeignPage{1};
 /// After the link is up, lists that are looked at are refreshed within this, and others within the next such span.
-constexpr double kSpread = 1;
+constexpr double kRefreshSpread = 1;
 constexpr std::uint32_t kSteps = 1000;
 
 /// Whether what was listed at these places is what the pages have there.
@@ -110,8 +110,8 @@ void CourseListCore::linkIsUp() {
   // What was asked for on the link before is not answered any more.
   if (pass_) wants_.add(passWants_);
   pass_.reset();
-  const double within = kSpread * static_cast<double>(Platform::current().random() % kSteps) / kSteps;
-  refreshIn(Seconds(isVisible() ? within : kSpread + within));
+  const double within = kRefreshSpread * static_cast<double>(Platform::current().random() % kSteps) / kSteps;
+  refreshIn(Seconds(isVisible() ? within : kRefreshSpread + within));
 }
 
 /// A classroom that the server has changed by itself is no other user, and so the catalogue has not been told.

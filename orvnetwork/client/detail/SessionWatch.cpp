@@ -19,7 +19,7 @@ namespace orv::detail {
 namespace {
 
 /// Renewals that are asked for here are spread over this, so that many programs do not ask at once.
-constexpr Seconds kSpread{2};
+constexpr Seconds kRenewalSpread{2};
 /// A server that takes each renewal and refuses requests all the same is asked less and less.
 constexpr Seconds kWidestSpread{120};
 constexpr Seconds kCalm{60};
@@ -88,7 +88,7 @@ Pending<> SessionWatch::linkUp() {
 void SessionWatch::userChanged() {
   look();
   // The manager renews the session when the link is confirmed, and has done so already.
-  if (info_.state == SessionState::Restoring && info_.user && theLink().isOpen()) renewWithin(kSpread);
+  if (info_.state == SessionState::Restoring && info_.user && theLink().isOpen()) renewWithin(kRenewalSpread);
 }
 
 void SessionWatch::linkOpened() {
@@ -139,7 +139,7 @@ void SessionWatch::confirm(const Identity& identity) {
   if (const auto stored = storedUser()) otherDevice_ = otherDeviceOf(*stored);
   look();
   // The manager's own renewals begin with the next link only.
-  renewWithin(kSpread);
+  renewWithin(kRenewalSpread);
 }
 
 // The server does not know the session, or did not when it got the request. Where it has not been confirmed yet the
@@ -152,7 +152,7 @@ void SessionWatch::renewSoon() {
   if (renewal_ && renewal_->isValid()) return;
   const SteadyTime now = Platform::current().clock().steadyNow();
   const bool isCalm = !askedAt_ || now - *askedAt_ > std::max(kCalm, askedSpread_ * 2);
-  askedSpread_ = isCalm ? kSpread : std::min(askedSpread_ * 2, kWidestSpread);
+  askedSpread_ = isCalm ? kRenewalSpread : std::min(askedSpread_ * 2, kWidestSpread);
   askedAt_ = now;
   renewWithin(askedSpread_);
 }

@@ -12,7 +12,7 @@ namespace orv {
 namespace {
 
 constexpr auto kPageSize = static_cast<std::uint64_t>(kCoursePageSize);
-constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kLastIndex = std::numeric_limits<std::uint64_t>::max();
 
 bool isRangeServed(const CourseRequest& request, bool canContinue, std::uint64_t listCount) {
   const std::uint64_t covered = request.force ? request.endIndex.value_or(0) : listCount;
@@ -50,7 +50,7 @@ NextPage nextPageOfRange(const CourseRequest& request, std::uint64_t listCount) 
   next.startsPass = !request.endIndex.has_value();
   if (request.force) {
     const std::uint64_t base = request.endIndex.value_or(*request.start / kPageSize * kPageSize);
-    next.endIndex = base > kMost - kPageSize ? kMost : base + kPageSize;
+    next.endIndex = base > kLastIndex - kPageSize ? kLastIndex : base + kPageSize;
     next.page = static_cast<std::int64_t>(*next.endIndex / kPageSize);
   } else {
     const std::uint64_t page = listCount / kPageSize + 1;

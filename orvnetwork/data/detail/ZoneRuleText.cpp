@@ -1,5 +1,7 @@
 #include "orvnetwork/data/detail/ZoneRuleText.h"
 
+#include <orvnetwork/data/detail/Characters.h>
+
 #include <algorithm>
 #include <chrono>
 #include <optional>
@@ -15,18 +17,10 @@ using std::chrono::sys_days;
 
 constexpr std::int64_t kSecondsPerDay = 86'400;
 
-bool isLetter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 /// Reads the parts of a rule off its front. What is not there is told by absence.
-class Reader {
+class RuleReader {
  public:
-  explicit Reader(std::string_view text) : rest_(text) {}
+  explicit RuleReader(std::string_view text) : rest_(text) {}
 
   bool atEnd() const { return rest_.empty(); }
 
@@ -104,12 +98,12 @@ class Reader {
 };
 
 /// A rule counts hours west of Greenwich as positive.
-std::optional<std::int32_t> takeOffset(Reader& reader) {
+std::optional<std::int32_t> takeOffset(RuleReader& reader) {
   const auto west = reader.takeTime(24);
   return west ? std::optional(-*west) : std::nullopt;
 }
 
-std::optional<ZoneRuleText::Summer> takeSummer(Reader& reader, const ZoneOffset& standard) {
+std::optional<ZoneRuleText::Summer> takeSummer(RuleReader& reader, const ZoneOffset& standard) {
   constexpr std::string_view kDaysOfTheUnitedStates = ",M3.2.0,M11.1.0";
   if (!reader.takeAbbreviation()) return std::nullopt;
   ZoneRuleText::Summer summer{.offset = {standard.seconds + 3600, true}, .begin = {}, .end = {}};
@@ -122,7 +116,7 @@ std::optional<ZoneRuleText::Summer> takeSummer(Reader& reader, const ZoneOffset&
   }
   if (!hasDays || reader.atEnd()) {
     if (!reader.atEnd()) return std::nullopt;
-    reader = Reader(kDaysOfTheUnitedStates);
+    reader = RuleReader(kDaysOfTheUnitedStates);
     reader.take(',');
   }
   const auto begin = reader.takeYearlyMoment();
@@ -190,7 +184,7 @@ std::vector<ZoneChange> ZoneRuleText::changes(std::int64_t firstYear, std::int64
 }
 
 std::optional<ZoneRuleText> readZoneRuleText(std::string_view text) {
-  Reader reader(text);
+  RuleReader reader(text);
   if (!reader.takeAbbreviation()) return std::nullopt;
   const auto offset = takeOffset(reader);
   if (!offset) return std::nullopt;

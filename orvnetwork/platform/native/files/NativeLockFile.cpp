@@ -9,7 +9,7 @@ namespace orv {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using SteadyClock = std::chrono::steady_clock;
 
 /// Whoever wants the lock takes the turn first and keeps it until it has the lock: so a program that gives the lock
 /// back and wants it at once stands behind those that wait.
@@ -37,11 +37,11 @@ void giveBack(const FileDescriptor& file, off_t byte) {
 }
 
 /// The system can wait for a lock, but not with a limit. So it is asked again, soon at first.
-bool takeBefore(const FileDescriptor& file, off_t byte, Clock::time_point end) {
-  constexpr Clock::duration kLongestPause = std::chrono::milliseconds(1);
-  Clock::duration pause = std::chrono::microseconds(50);
+bool takeBefore(const FileDescriptor& file, off_t byte, SteadyClock::time_point end) {
+  constexpr SteadyClock::duration kLongestPause = std::chrono::milliseconds(1);
+  SteadyClock::duration pause = std::chrono::microseconds(50);
   while (!take(file, byte)) {
-    if (Clock::now() >= end) return false;
+    if (SteadyClock::now() >= end) return false;
     std::this_thread::sleep_for(pause);
     pause = std::min(2 * pause, kLongestPause);
   }
@@ -51,7 +51,7 @@ bool takeBefore(const FileDescriptor& file, off_t byte, Clock::time_point end) {
 }  // namespace
 
 bool NativeLockFile::lock(Seconds limit) {
-  const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
+  const auto end = SteadyClock::now() + std::chrono::duration_cast<SteadyClock::duration>(limit);
   if (!takeBefore(file_, kTurnByte, end)) return false;
   const bool locked = takeBefore(file_, kLockByte, end);
   giveBack(file_, kTurnByte);

@@ -21,7 +21,7 @@ namespace orv {
 
 namespace {
 
-using Clock = Debounce::Clock;
+using DebounceClock = Debounce::Clock;
 
 /// A change of an address always changes a route too; announcements of addresses would only add one each time
 /// that a router renews the lifetime of an address.
@@ -31,9 +31,9 @@ void tellFailure(const char* what, int error) {
   Console::write(std::string("Reachability: ") + what + ": " + std::generic_category().message(error));
 }
 
-int millisecondsUntil(const std::optional<Clock::time_point>& moment) {
+int millisecondsUntil(const std::optional<DebounceClock::time_point>& moment) {
   if (!moment) return -1;
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*moment - Clock::now());
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*moment - DebounceClock::now());
   return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
 }
 
@@ -90,7 +90,7 @@ void NetworkWatcher::watch(Period period) {
   Debounce debounce(options_.quiet, options_.longestBurst);
   lookAndReport(period, debounce);
   while (isWanted(period) && waitForNews(announcements, debounce)) {
-    if (debounce.takeIfDue(Clock::now())) lookAndReport(period, debounce);
+    if (debounce.takeIfDue(DebounceClock::now())) lookAndReport(period, debounce);
   }
 }
 
@@ -113,14 +113,14 @@ bool NetworkWatcher::takeAnnouncements(NetlinkSocket& announcements, Debounce& d
   }
   const bool isNews =
       received == Received::Lost || (received == Received::Datagram && announcesChange(datagram));
-  if (isNews) debounce.eventAt(Clock::now());
+  if (isNews) debounce.eventAt(DebounceClock::now());
   return true;
 }
 
 void NetworkWatcher::lookAndReport(Period period, Debounce& debounce) {
   RouteTable table;
   const int error = readRouteTable(table);
-  if (error == EAGAIN) return debounce.eventAt(Clock::now());  // too much going on: look again soon
+  if (error == EAGAIN) return debounce.eventAt(DebounceClock::now());  // too much going on: look again soon
   if (error != 0) return reportUnknown(period, "cannot read the state of the network", error);
   const auto isCellular = [this](const std::string& link) {
     return isCellularLink(options_.linkInformation, link);
