@@ -71,3 +71,4 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
+#include <orvnetwork/transport/SentRequest.h>

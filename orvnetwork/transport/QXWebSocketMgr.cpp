@@ -10,6 +10,7 @@
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/RetrySchedule.h>
+#include <orvnetwork/transport/SentRequest.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 
@@ -163,6 +164,7 @@ void QXWebSocketMgr::send(const OptionalString& text) {
 void QXWebSocketMgr::sendRequestItem(std::shared_ptr<QXRequestItem> item) {
   if (!item) return;
   if (isOpen()) {
+    SentRequest::note(item);
     requests_->submit(std::move(item));
     return;
   }

@@ -72,6 +72,7 @@ void CoursePageReader::read(std::size_t page, CourseRowsPointer base, Callback c
 void CoursePageReader::cancel() {
   ++reading_;
   asked_ = PendingCallback();
+  request_.takeBack();
   callback_ = nullptr;
   base_ = nullptr;
 }
@@ -93,7 +94,7 @@ void CoursePageReader::ask() {
   }
   --attemptsLeft_;
   askedAt_ = Platform::current().clock().steadyNow();
-  asked_ = askForPage(list_, static_cast<std::int64_t>(page_), *user)
+  asked_ = request_.send([&] { return askForPage(list_, static_cast<std::int64_t>(page_), *user); })
                .deadline(kPatience)
                .then([this](const Reply& reply) { answered(reply); });
 }
@@ -110,6 +111,7 @@ void CoursePageReader::answered(const Reply& reply) {
     case ReplyOutcome::TimedOut:
     case ReplyOutcome::Cancelled:
       if (Platform::current().clock().steadyNow() - askedAt_ >= kPatience) {
+        request_.takeBack();
         return fail(CourseListErrorKind::NoSession, "the server waits for a session");
       }
       if (!QXWebSocketMgr::standard().isOpen()) {

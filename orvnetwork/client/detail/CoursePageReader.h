@@ -4,6 +4,7 @@
 #include <orvnetwork/client/PendingCallback.h>
 #include <orvnetwork/client/Reply.h>
 #include <orvnetwork/client/detail/CoursePages.h>
+#include <orvnetwork/client/detail/RevocableRequest.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/Executor.h>
@@ -20,7 +21,7 @@ namespace orv::detail {
 /// last one does no harm. Main thread.
 ///
 /// A page that is not answered is asked for three times as long as the link is there. After 12 s without any end of the
-/// request the server is taken to keep it back until there is a session.
+/// request the server is taken to keep it back until there is a session, and the request is taken back.
 class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
  public:
   /// A page, or why there is none.
@@ -46,6 +47,7 @@ class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
 
   const CourseListName list_;
   const std::shared_ptr<Executor> worker_;
+  RevocableRequest request_;
   PendingCallback asked_;
   SteadyTime askedAt_{};
   std::size_t page_ = 0;

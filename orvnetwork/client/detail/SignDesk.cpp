@@ -1,7 +1,9 @@
 #include "orvnetwork/client/detail/SignDesk.h"
 
+#include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/client/Ask.h>
 #include <orvnetwork/client/PendingEnd.h>
-#include <orvnetwork/client/detail/LogOutRequest.h>
+#include <orvnetwork/client/detail/RevocableRequest.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
@@ -23,14 +25,18 @@ std::shared_ptr<OrvUserInfoModel> storedUser() {
   return QXUserInfoMgr::isConstructed() ? QXUserInfoMgr::getInstance().userInfo() : nullptr;
 }
 
+Pending<Reply> askToLogOut() {
+  return ask<&QXAPIHelper::logoutWithCompleteBlock_timeoutBlock>();
+}
+
 /// The server has opened a session on this link for somebody who is not going to be stored: gives it back to the user who
 /// is, or ends it.
 void returnSession() {
   if (storedUser()) {
     QXUserInfoMgr::getInstance().websocketStatusChanged();
   } else if (QXWebSocketMgr::standard().isOpen()) {
-    const auto request = std::make_shared<LogOutRequest>();
-    request->send().deadline(kLogOutWait).then([request](const Reply&) {}).detach();
+    const auto request = std::make_shared<RevocableRequest>();
+    request->send(askToLogOut).deadline(kLogOutWait).then([request](const Reply&) {}).detach();
   }
 }
 
@@ -165,8 +171,8 @@ Pending<> SignDesk::signOutNow(Self desk) {
   bool isTold = false;
   std::optional<Reply> answer;
   if (desk->watch_->info().state == SessionState::Good) {
-    LogOutRequest request;
-    auto asked = request.send();
+    RevocableRequest request;
+    auto asked = request.send(askToLogOut);
     asked.deadline(kLogOutWait);
     const Reply reply = co_await asked;
     isTold = reply.succeeded();

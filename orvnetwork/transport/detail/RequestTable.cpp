@@ -2,6 +2,7 @@
 
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/transport/SentRequest.h>
 #include <orvnetwork/transport/detail/CurrentReply.h>
 
 #include <algorithm>
@@ -110,9 +111,9 @@ void RequestTable::complete(const std::shared_ptr<const ReplyFrame>& frame) {
   const auto item = found->second;
   const bool isSession = reply.command == kSessionCommand;
   if (isSession && reply.succeeded()) resendParked();
-  const bool isParked = needsSession(reply.ret) && !isSession;
+  const bool isParked = needsSession(reply.ret) && !isSession && !isTakenBack(*item);
   if (isParked) {
-    sessionRequiredRequests_.push_back(item);
+    park(item);
   } else if (item->completeBlock) {
     const CurrentReply current(frame);
     runGuarded("completion callback",
@@ -122,7 +123,22 @@ void RequestTable::complete(const std::shared_ptr<const ReplyFrame>& frame) {
   if (isParked) parked_();
 }
 
+// Those that were taken back meanwhile go now, so that they do not pile up while there is no session.
+void RequestTable::park(const ItemPointer& item) {
+  if (sessionRequiredRequests_.size() >= dropAt_) {
+    dropTakenBack();
+    // The more there are, the more rarely all of them are looked at.
+    dropAt_ = std::max(kFewParked, 2 * sessionRequiredRequests_.size());
+  }
+  sessionRequiredRequests_.push_back(item);
+}
+
+void RequestTable::dropTakenBack() {
+  std::erase_if(sessionRequiredRequests_, [](const ItemPointer& parked) { return isTakenBack(*parked); });
+}
+
 void RequestTable::resendParked() {
+  dropTakenBack();
   const auto parked = std::exchange(sessionRequiredRequests_, {});
   publishCounts();
   for (const auto& item : parked) resend_(item);

@@ -27,7 +27,8 @@ namespace orv {
 /// for it.
 ///
 /// Two things grow with what the host does and are not bounded here, since a request must never be lost: the
-/// table (a request leaves it after 10 s at the latest) and the held requests (they wait for a session). Replies that
+/// table (a request leaves it after 10 s at the latest) and the held requests (they wait for a session, or to be taken
+/// back: see `takeBack`). Replies that
 /// arrive while a callback runs the host's loop wait for its return; they keep their share of what may wait for the
 /// main thread, so that the socket is not read for more than that.
 class RequestTable {
@@ -59,6 +60,7 @@ class RequestTable {
 
  private:
   using ItemPointer = std::shared_ptr<QXRequestItem>;
+  static constexpr std::size_t kFewParked = 16;
 
   void file(const ItemPointer& item, SteadyTime submittedAt);
   void armTimeout(std::int64_t timestamp, SteadyTime due);
@@ -67,6 +69,8 @@ class RequestTable {
   void expireDue(std::vector<std::int64_t> due, std::size_t next, SerialQueue::Turn turn);
   void expire(const ItemPointer& item);
   void complete(const std::shared_ptr<const ReplyFrame>& frame);
+  void park(const ItemPointer& item);
+  void dropTakenBack();
   void resendParked();
   void remove(std::int64_t timestamp);
   void publishCounts();
@@ -79,6 +83,7 @@ class RequestTable {
   // Main thread only.
   std::unordered_map<std::int64_t, ItemPointer> requestData_;
   std::vector<ItemPointer> sessionRequiredRequests_;
+  std::size_t dropAt_ = kFewParked;
   TimeoutList timeouts_;
   bool alarmSet_ = false;
   SteadyTime lastAlarm_{};
