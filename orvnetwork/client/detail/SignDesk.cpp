@@ -29,33 +29,6 @@ Pending<Reply> askToLogOut() {
   return ask<&QXAPIHelper::logoutWithCompleteBlock_timeoutBlock>();
 }
 
-/// The server has opened a session on this link for somebody who is not going to be stored: gives it back to the user who
-/// is, or ends it.
-void returnSession() {
-  if (storedUser()) {
-    QXUserInfoMgr::getInstance().websocketStatusChanged();
-  } else if (QXWebSocketMgr::standard().isOpen()) {
-    const auto request = std::make_shared<RevocableRequest>();
-    request->send(askToLogOut).deadline(kLogOutWait).then([request](const Reply&) {}).detach();
-  }
-}
-
-/// Sends a log-in, and looks after its answer when nobody waits for it any more.
-Pending<Reply> followed(const SignDesk::LogIn& logIn) {
-  const auto source = std::make_shared<PendingSource<Reply>>();
-  auto pending = source->pending();
-  logIn()
-      .then([source](const Reply& reply) {
-        if (source->isWanted()) {
-          source->answerNow(reply);
-        } else if (reply.succeeded()) {
-          returnSession();
-        }
-      })
-      .detach();
-  return pending;
-}
-
 /// The user whom the answer to a log-in brings; null when it brings none.
 std::shared_ptr<OrvUserInfoModel> userIn(const Reply& reply) {
   auto user = makeRecord<OrvUserInfoModel>(reply.data());
@@ -75,21 +48,67 @@ SignInResult notAccepted(const Reply& reply) {
 /// A user who is being stored; gives that up when it goes before it was told to keep them.
 class SignDesk::Unfinished {
  public:
-  Unfinished(Self desk, UserStore::StoringPointer storing)
-      : desk_(std::move(desk)), storing_(std::move(storing)) {}
+  Unfinished(Self desk, std::uint64_t number, UserStore::StoringPointer storing)
+      : desk_(std::move(desk)), number_(number), storing_(std::move(storing)) {}
   Unfinished(const Unfinished&) = delete;
   Unfinished& operator=(const Unfinished&) = delete;
   ~Unfinished() {
     if (!storing_) return;
     desk_->store_.giveUp(storing_);
-    returnSession();
+    desk_->returnSession(number_);
   }
   void finish() { storing_.reset(); }
 
  private:
   const Self desk_;
+  const std::uint64_t number_;
   UserStore::StoringPointer storing_;
 };
+
+// Looks after the answer also when nobody waits for it any more.
+Pending<Reply> SignDesk::send(const LogIn& logIn) {
+  const auto source = std::make_shared<PendingSource<Reply>>();
+  auto pending = source->pending();
+  ended_ = {};
+  ending_.takeBack();
+  last_ = LastLogIn::UnderWay;
+  logIn()
+      .then([desk = shared_from_this(), source, number = ++logIns_](const Reply& reply) {
+        desk->logInEnded(number, reply, source->isWanted());
+        if (source->isWanted()) source->answerNow(reply);
+      })
+      .detach();
+  return pending;
+}
+
+void SignDesk::logInEnded(std::uint64_t number, const Reply& reply, bool isWanted) {
+  if (number == logIns_) last_ = reply.succeeded() ? LastLogIn::Accepted : LastLogIn::Failed;
+  if (reply.succeeded()) {
+    if (!isWanted) return returnSession(number);
+    if (number == logIns_) isReturnDue_ = false;
+    return;
+  }
+  // One that was not answered may have been carried out all the same.
+  const bool mayHaveSession = isWanted && reply.outcome() == ReplyOutcome::TimedOut && storedUser();
+  if (mayHaveSession || (number == logIns_ && isReturnDue_)) returnSession(number);
+}
+
+/// The server has opened a session on this link for somebody who is not going to be stored: gives it back to the user who
+/// is, or ends it.
+void SignDesk::returnSession(std::uint64_t number) {
+  if (number != logIns_ && last_ != LastLogIn::Failed) {
+    if (last_ == LastLogIn::UnderWay) isReturnDue_ = true;
+    return;
+  }
+  isReturnDue_ = false;
+  if (storedUser()) {
+    QXUserInfoMgr::getInstance().websocketStatusChanged();
+  } else if (QXWebSocketMgr::standard().isOpen()) {
+    ended_ = ending_.send(askToLogOut).deadline(kLogOutWait).then([desk = shared_from_this()](const Reply&) {
+      desk->ending_.takeBack();
+    });
+  }
+}
 
 void SignDesk::giveUpSignIns() {
   std::exchange(signIns_, std::stop_source()).request_stop();
@@ -123,27 +142,24 @@ Pending<SignInResult> SignDesk::signInNow(Self desk, LogIn logIn, std::stop_toke
   }
   // What stops it is told a turn later.
   if (stop.stop_requested()) co_return SignInResult::withoutAnswer(PendingEnd::Cancelled);
-  auto asked = followed(logIn);
+  auto asked = desk->send(logIn);
+  const std::uint64_t number = desk->logIns_;
   const Reply reply = co_await asked;
-  if (!reply.succeeded()) {
-    // It may have been carried out all the same.
-    if (reply.outcome() == ReplyOutcome::TimedOut && storedUser()) returnSession();
-    co_return notAccepted(reply).from(reply);
-  }
-  auto keeping = keep(desk, reply, stop);
+  if (!reply.succeeded()) co_return notAccepted(reply).from(reply);
+  auto keeping = keep(desk, number, reply, stop);
   const SignInResult result = co_await keeping;
   co_return result.from(reply);
 }
 
-Pending<SignInResult> SignDesk::keep(Self desk, Reply reply, std::stop_token stop) {
+Pending<SignInResult> SignDesk::keep(Self desk, std::uint64_t number, Reply reply, std::stop_token stop) {
   const auto user = userIn(reply);
   if (!user) {
-    returnSession();
+    desk->returnSession(number);
     co_return SignInResult(SignInOutcome::NoUser, "the answer to the log-in holds no user");
   }
   const auto identity = SessionWatch::Identity::of(*user);
   const auto storing = std::make_shared<UserStore::Storing>(user);
-  Unfinished unfinished(desk, storing);
+  Unfinished unfinished(desk, number, storing);
   if (stop.stop_requested()) co_return SignInResult::withoutAnswer(PendingEnd::Cancelled);
   desk->watch_->expect(identity);
   auto stored = desk->store_.store(storing);
