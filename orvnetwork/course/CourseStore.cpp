@@ -58,6 +58,11 @@ struct NewList {
   std::vector<std::string> keys, dropped;
 };
 
+/// Whether its record is written.
+bool isNews(const CourseStore::Read& read) {
+  return read.course != nullptr && read.isNews;
+}
+
 /// The list that begins with the keys of `courses`, and what leaves it.
 NewList newList(std::vector<std::string> old, const std::vector<CourseStore::Read>& courses, bool isWhole) {
   NewList result;
@@ -75,7 +80,8 @@ NewList newList(std::vector<std::string> old, const std::vector<CourseStore::Rea
   return result;
 }
 
-void putInList(Catalogue& catalogue, const CourseListName& list,
+/// Whether anything is different then.
+bool putInList(Catalogue& catalogue, const CourseListName& list,
                const std::vector<CourseStore::Read>& courses, const std::vector<std::string>& keys) {
   Collection& collection = collectionOf(catalogue, list.kind);
   KeyList& own = collection.list(list.status);
@@ -86,6 +92,7 @@ void putInList(Catalogue& catalogue, const CourseListName& list,
   }
   own.assign(keys);
   if (isChanged) collection.saveLists();
+  return isChanged;
 }
 
 // These take it themselves, again and again, and are false when another one is in use.
@@ -96,7 +103,7 @@ bool writeRecords(Catalogue& catalogue, CourseListKind kind, std::uint64_t opene
     const CatalogueLock lock(catalogue);
     if (catalogue.opened() != opened) return false;
     for (std::size_t written = 0; next != courses.end() && written < kAtATime; ++next) {
-      if (next->course == nullptr || !next->isNews) continue;
+      if (!isNews(*next)) continue;
       write(collectionOf(catalogue, kind), *next->course);
       ++written;
     }
@@ -174,7 +181,9 @@ bool CourseStore::takeOver(const CourseListName& list, std::uint64_t opened, con
     const CatalogueLock lock(catalogue_);
     if (catalogue_.opened() != opened) return false;
     changed = newList(lists[list.status].snapshot(), courses, isWhole);
-    putInList(catalogue_, list, courses, changed.keys);
+    const bool isListChanged = putInList(catalogue_, list, courses, changed.keys);
+    // Two who take the same over by turns would give each other reasons for ever.
+    if (!isListChanged && std::ranges::none_of(courses, isNews)) return true;
     CourseChange change{.what = CourseChange::What::Page, .list = list, .by = by};
     for (const Read& read : courses) change.rooms.push_back(read.roomID);
     catalogue_.tell(change);

@@ -69,7 +69,7 @@ class ORV_EXPORT CourseStore final {
   /// Puts in what the server lists, from the first course of the list on: the records, and the list, which begins with
   /// these courses afterwards. Courses that stood in front of the last of them and are not among them are dropped,
   /// with their records; those behind it stay, unless the server has no more. A live course leaves the list of the
-  /// status that it had before. Local courses are never put in. Waits for the catalogue and the disk, and lets others
+  /// status that it had before. Local courses are never put in. Where nothing is different nothing is told. Waits for the catalogue and the disk, and lets others
   /// have it in between.
   /// @param opened the catalogue that they were read for
   /// @param courses those with a record; others are passed over

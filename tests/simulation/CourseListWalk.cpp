@@ -209,6 +209,10 @@ void CourseListWalk::checkAgainstServer() {
   for (const auto& watched : lists_) compare(*watched);
   platform_.runFor(Seconds(5));
   for (const auto& watched : lists_) compare(*watched);
+  platform_.runFor(Seconds(5));
+  const std::size_t before = pages_;
+  platform_.runFor(Seconds(60));
+  if (pages_ != before) complain("lists at rest asked for " + std::to_string(pages_ - before) + " pages");
 }
 
 void CourseListWalk::compare(Watched& watched) {

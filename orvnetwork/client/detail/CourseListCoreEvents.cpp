@@ -33,8 +33,8 @@ bool fits(const CoursePages& pages, bool isWhole, const CourseChange& change) {
     const std::size_t place = change.first + index;
     if (place < held.size() ? held[place] != change.rooms[index] : isWhole) return false;
   }
-  // A page without courses has cleared what is stored.
-  return !change.rooms.empty();
+  // A page without courses has cleared what is stored: right where nothing is all that there is.
+  return !change.rooms.empty() || (held.empty() && isWhole);
 }
 
 }  // namespace

@@ -250,6 +250,45 @@ TEST_F(CourseListOthers, TwoListsOfTheSameCoursesKeepEachOtherRight) {
   EXPECT_EQ(pagesAsked, Strings{}) << "and then they rest";
 }
 
+class CourseListRest : public CourseListUser, public ::testing::WithParamInterface<int> {};
+
+TEST_P(CourseListRest, TwoListsOfTheSameCoursesAskForNothing) {
+  signIn();
+  listRooms(GetParam(), 1);
+  auto one = CourseList::recorded();
+  auto other = CourseList::recorded();
+  loadAll(one);
+  loadAll(other);
+  runFor(2);
+  pagesAsked.clear();
+  runFor(60);
+  EXPECT_EQ(pagesAsked, Strings{});
+  one.refresh();
+  settle();
+  pagesAsked.clear();
+  runFor(60);
+  EXPECT_EQ(pagesAsked, Strings{}) << "after a refresh that brought nothing new";
+}
+
+TEST_P(CourseListRest, TwoListsOfAListThatIsClearedAskForNothing) {
+  signIn();
+  listRooms(GetParam(), 1);
+  auto one = CourseList::recorded();
+  auto other = CourseList::recorded();
+  loadAll(one);
+  loadAll(other);
+  recorded.clear();
+  one.refresh();
+  runFor(2);
+  EXPECT_EQ(one.size(), 0u);
+  EXPECT_EQ(other.size(), 0u) << "it has followed";
+  pagesAsked.clear();
+  runFor(60);
+  EXPECT_EQ(pagesAsked, Strings{});
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CourseListRest, ::testing::Values(0, 30, 31));
+
 using CourseListLife = CourseListUser;
 
 TEST_F(CourseListLife, DestroyingItIsSilenceAtEveryStep) {

@@ -152,6 +152,8 @@ TEST_F(CourseStoreTest, TellsWhatIsDoneToTheCatalogue) {
   takeOver(itemsOf({4, 3}), false);
   ASSERT_EQ(changes.size(), 2u);
   EXPECT_EQ(changes[1].by, this);
+  takeOver(itemsOf({4, 3}), false);
+  EXPECT_EQ(changes.size(), 2u) << "nothing is told where nothing is different";
   courses().deleteCloudCourse(courses().getRecordCourseWithIndex(0));
   ASSERT_EQ(changes.size(), 3u);
   EXPECT_EQ(changes[2].what, What::Course);
