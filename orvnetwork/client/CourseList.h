@@ -41,10 +41,12 @@ class CourseListCore;
 /// twice, or miss one: each page is held against the page in front of it, which is read once more where what is known does
 /// not tell that the two belong together, and where they do not all pages are read anew. A load of the first page costs
 /// one request, of every further page two, a refresh one request a page as long as nothing on the server has moved out of
-/// its place, and at most eight a page whatever happens; a request that is not answered is made three times. What was read
+/// its place, and at most seven a page whatever happens; a request that is not answered is made three times. What was read
 /// is taken over by the catalogue, which drops what the server lists no longer.
 ///
-/// **The end** is known when a page is not full. Nothing is ever asked for behind it until a `refresh`.
+/// **The end** is known when a page is not full, or brings no course that has a room. Nothing is ever asked for behind it
+/// until a `refresh`. One load reads no more than 1,000 pages beyond those that are there; a list that is longer is idle
+/// then, and goes on with the next load.
 ///
 /// **The link.** When it is up again, a list that has been loaded refreshes itself, within 1 s when somebody is subscribed
 /// and in the second after that otherwise; a load that was under way goes on then, or fails when that takes too long.

@@ -51,7 +51,10 @@ void CoursePass::pageCameAgain(CoursePagePointer page) {
 }
 
 void CoursePass::goOn() {
-  if (!read_.back()->isFull) return finish(true);
+  // A further page that is full of what is no course has nothing behind it.
+  const bool isFurther = read_.size() > 1;
+  if (!read_.back()->isFull || (isFurther && read_.back()->items.empty())) return finish(true);
+  if (read_.size() >= plan_.pages + kMostFurtherPages) return finish(false);
   std::size_t rows = 0;
   for (const CoursePagePointer& page : read_) rows += page->rows();
   if (plan_.toEnd || read_.size() < plan_.pages || rows < plan_.rows) return readNext();

@@ -48,10 +48,14 @@ struct CoursePassEnd {
 /// pages are read anew, three times at most; the last time whatever comes is taken. So m pages cost at most 7 m requests,
 /// and m when nothing has moved and all were there before.
 ///
+/// A page behind the first one that brings no room is the last one, and no more than 1,000 pages are read beyond those
+/// that were planned: a server that always has another page is left there, with more to come.
+///
 /// Main thread. Destroying it is silence.
 class CoursePass {
  public:
   static constexpr int kMostSweeps = 4;
+  static constexpr std::size_t kMostFurtherPages = 1000;
 
   /// @param done called once, in a later turn of the main queue; it may destroy the pass
   CoursePass(std::shared_ptr<CoursePageReader> reader, CoursePassPlan plan,

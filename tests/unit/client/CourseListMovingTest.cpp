@@ -111,6 +111,8 @@ TEST_P(CourseListMoving, RefreshComesToWhatTheServerLists) {
   auto list = CourseList::recorded();
   View view(list);
   loadAll(list);
+  Rooms before = list.keys();
+  std::ranges::sort(before);
   pagesAsked.clear();
   happenBehind(std::get<1>(GetParam()));
   list.refresh();
@@ -119,6 +121,7 @@ TEST_P(CourseListMoving, RefreshComesToWhatTheServerLists) {
   Rooms loaded = list.keys(), listed = serverRooms(recorded);
   std::ranges::sort(loaded);
   std::ranges::sort(listed);
+  EXPECT_TRUE(loaded == listed || loaded == before) << move().name << ": neither what was listed nor what is";
   // What happens behind all that is read, or where nothing leaves its page, shows with the next refresh.
   list.refresh();
   settle();
@@ -180,6 +183,40 @@ TEST_F(CourseListUnrest, ACourseThatThePagesHaveTwiceIsThereOnce) {
   loadAll(list);
   EXPECT_EQ(list.keys(), rooms(40, 1));
   EXPECT_EQ(stored(), rooms(40, 1));
+}
+
+TEST_F(CourseListUnrest, FullPagesWithoutACourseHaveAnEnd) {
+  signIn();
+  json::array nothing;
+  for (int i = 0; i < 30; ++i) nothing.push_back(json::object{{"title", "无"}});
+  instead = [this, nothing](const json::object& frame) -> std::optional<json::object> {
+    return frame.at("c") == "Course.Get.Items" ? pageOf(nothing) : json::object{{"ret", 0}};
+  };
+  auto list = CourseList::recorded();
+  list.loadMore();
+  runFor(30);
+  EXPECT_TRUE(list.atEnd());
+  EXPECT_LE(pagesAsked.size(), 3u);
+}
+
+TEST_F(CourseListUnrest, AServerWithoutEndIsReadNoFurtherThanAThousandPagesAtATime) {
+  signIn();
+  instead = [](const json::object& frame) -> std::optional<json::object> {
+    if (frame.at("c") != "Course.Get.Items") return json::object{{"ret", 0}};
+    // Every page has other courses, and none that is shown; asked for once more it is the same.
+    const auto page = frame.at("v").at("start").to_number<std::int64_t>();
+    json::array items;
+    for (std::int64_t room = page * 30; room < page * 30 + 30; ++room) {
+      items.push_back(courseItem(room, live_type::kRecorded, course_status::kWithdrawn));
+    }
+    return pageOf(std::move(items));
+  };
+  auto list = CourseList::recorded();
+  list.loadMore();
+  ASSERT_TRUE(platform.runUntil([&] { return !list.isLoading(); }, Seconds(600)));
+  EXPECT_TRUE(list.canLoadMore()) << "it is not at its end, and nothing has failed";
+  EXPECT_EQ(list.size(), 0u);
+  EXPECT_LE(pagesAsked.size(), 2 * 1'001u);
 }
 
 TEST_F(CourseListUnrest, WhatIsNoCourseIsPassedOver) {
