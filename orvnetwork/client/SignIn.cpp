@@ -1,8 +1,39 @@
 #include "orvnetwork/client/SignIn.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace orv {
+
+namespace {
+
+std::string asOneLine(std::string line, std::string_view why) {
+  if (!why.empty()) line.append(": ").append(why);
+  std::ranges::replace_if(
+      line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
+  return line;
+}
+
+std::string_view beginningFor(SignInOutcome outcome) {
+  switch (outcome) {
+    case SignInOutcome::SignedIn:
+      return "the user was signed in";
+    case SignInOutcome::Refused:
+      return "the sign-in was refused";
+    case SignInOutcome::NoAnswer:
+      return "the sign-in was not answered";
+    case SignInOutcome::NoUser:
+      return "the sign-in brought no user";
+    case SignInOutcome::NotWritten:
+      return "the user was signed in until the program ends";
+    case SignInOutcome::Cancelled:
+      return "the sign-in was given up";
+  }
+  return {};
+}
+
+}  // namespace
 
 std::string_view nameOf(SignInOutcome outcome) noexcept {
   switch (outcome) {
@@ -36,6 +67,15 @@ SignInResult SignInResult::from(Reply reply) const {
   return result;
 }
 
+std::string SignInResult::sentence() const {
+  std::string line(beginningFor(outcome_));
+  if (code_) {
+    line += " with code " + std::to_string(static_cast<std::int32_t>(*code_));
+    if (const auto name = orv::nameOf(*code_); !name.empty()) line.append(" (").append(name).append(")");
+  }
+  return asOneLine(std::move(line), text_);
+}
+
 std::string_view nameOf(SignOutOutcome outcome) noexcept {
   switch (outcome) {
     case SignOutOutcome::SignedOut:
@@ -53,6 +93,20 @@ SignOutResult::SignOutResult(SignOutOutcome outcome, bool isServerTold, std::str
 
 SignOutResult SignOutResult::withoutAnswer(PendingEnd end) {
   return SignOutResult(SignOutOutcome::Cancelled, false, std::string(textOf(end)));
+}
+
+std::string SignOutResult::sentence() const {
+  switch (outcome_) {
+    case SignOutOutcome::SignedOut:
+      return asOneLine(
+          isServerTold_ ? "the user was signed out" : "the user was signed out, and the server was not told",
+          text_);
+    case SignOutOutcome::NotRemoved:
+      return asOneLine("the user was signed out until the program ends", text_);
+    case SignOutOutcome::Cancelled:
+      return asOneLine("nobody waits for the sign-out any more", text_);
+  }
+  return {};
 }
 
 SignOutResult SignOutResult::from(std::optional<Reply> reply) const {

@@ -41,6 +41,9 @@ class ORV_EXPORT SignInResult {
   std::optional<ReplyCode> code() const noexcept { return code_; }
   /// The server's answer to the log-in, whole, the token included; absent where none came, or where it was given up.
   const std::optional<Reply>& reply() const noexcept { return reply_; }
+  /// All of it in one line for a log and its reader, without a full stop, for example
+  /// `the sign-in was refused with code 1001 (SessionNeeded): please sign in`. Control characters are blanks.
+  std::string sentence() const;
   /// For those who sign in: the same result with the answer that it comes from.
   SignInResult from(Reply reply) const;
 
@@ -54,7 +57,8 @@ class ORV_EXPORT SignInResult {
 /// How a sign-out has ended.
 enum class SignOutOutcome {
   SignedOut,   ///< nobody is stored, and the disk says so
-  NotRemoved,  ///< nobody is signed in in this program, but the user is still on the disk: `text` says where
+  NotRemoved,  ///< nobody is signed in in this program, but the user is still on the disk: `text` says where.
+               ///< A later sign-out tries again
   Cancelled,   ///< nobody waits for it any more; the sign-out goes on
 };
 
@@ -77,6 +81,10 @@ class ORV_EXPORT SignOutResult {
   const std::string& text() const noexcept { return text_; }
   /// What became of the log-out at the server; absent where it was not asked, or where nobody waits any more.
   const std::optional<Reply>& reply() const noexcept { return reply_; }
+  /// All of it in one line for a log and its reader, without a full stop, for example
+  /// `the user was signed out, and the server was not told: there is no session on this link`. Control characters are
+  /// blanks.
+  std::string sentence() const;
   /// For those who sign out: the same result with what became of the log-out.
   SignOutResult from(std::optional<Reply> reply) const;
 
