@@ -62,7 +62,8 @@ void UserStore::giveUp(const StoringPointer& storing) {
 
 Pending<Told> UserStore::clear() {
   return offMain<Told>(*queue_, [] {
-    if (users().isLogined()) users().setUserInfo(nullptr);
+    // Also where only the file has somebody, since it could not be written the last time.
+    if (users().isLogined() || !isFileEmpty()) users().setUserInfo(nullptr);
     return Told(isFileEmpty());
   });
 }

@@ -41,7 +41,7 @@ class UserStore {
   /// Undoes what has been done, or does not do it: who was stored before is stored again, unless somebody else is stored
   /// by then.
   void giveUp(const StoringPointer& storing);
-  /// Stores nobody, if somebody is stored; answers whether the file has nobody.
+  /// Stores nobody, if somebody is stored, in memory or in the file; answers whether the file has nobody.
   Pending<std::optional<bool>> clear();
 
   /// Where the user lies, for messages.

@@ -83,6 +83,15 @@ TEST_F(SignOut, TellsThatTheUserIsStillOnTheDisk) {
   EXPECT_EQ(results, Strings{"NotRemoved"});
   EXPECT_EQ(state(), "SignedOut");
   EXPECT_EQ(inFile("uID"), ann);
+  // It can be tried again.
+  signOut();
+  settle();
+  EXPECT_EQ(results.back(), "NotRemoved");
+  platform.files().clearFailures();
+  signOut();
+  settle();
+  EXPECT_EQ(results.back(), "SignedOut");
+  EXPECT_EQ(inFile("uID"), "");
 }
 
 TEST_F(SignOut, GoesOnWhenNobodyWaitsForIt) {
