@@ -14,9 +14,9 @@ inline constexpr std::string_view kLocalCourseErrorDomain = "OrvLocalCourses";
 enum class LocalCourseTrouble {
   NotFound = 1,    ///< there is no local course with this number
   NotWritten = 2,  ///< the disk has not taken it; the console was told why
-  OtherUser = 3,   ///< the user or the classroom has changed meanwhile; nothing was done
+  OtherUser = 3,   ///< the user or the classroom has changed meanwhile: nothing was done here
   NotAllowed = 4,  ///< the course is being announced to the server already
-  Refused = 5,     ///< the server has refused; the text is its own
+  Refused = 5,     ///< the server has refused; the text is its own, with its code
   NoAnswer = 6,    ///< there was no link, or the server has not answered
 };
 

@@ -8,12 +8,16 @@
 #include <orvnetwork/client/Reply.h>
 #include <orvnetwork/client/detail/LocalCourseDisk.h>
 #include <orvnetwork/client/detail/OffMain.h>
+#include <orvnetwork/client/detail/RevocableRequest.h>
 #include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/SerialQueue.h>
+#include <orvnetwork/transport/QXNotification.h>
 
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <utility>
 
@@ -37,24 +41,76 @@ json::object announcementOf(const OrvCourseModel& course, const json::object& in
 
 LocalCourses::Answer notAnnounced(const Reply& reply) {
   const bool isRefused = reply.outcome() == ReplyOutcome::Refused;
+  std::string text = reply.text().empty() ? reply.sentence() : std::string(reply.text());
+  if (const auto code = reply.code(); code && !reply.text().empty()) {
+    text += " (code " + std::to_string(static_cast<std::int32_t>(*code)) + ")";
+  }
   return localCourseError(isRefused ? LocalCourseTrouble::Refused : LocalCourseTrouble::NoAnswer,
-                          reply.text().empty() ? reply.sentence() : std::string(reply.text()));
+                          std::move(text));
 }
+
+LocalCourses::Answer ownerHasChanged() {
+  return localCourseError(LocalCourseTrouble::OtherUser, "another user has signed in meanwhile");
+}
+
+/// Longer than a session takes to be renewed and a request to be answered then.
+constexpr Seconds kAnnouncingWait{20};
+
+/// Asks its token to stop as soon as the owner of the courses is another one.
+class OwnerWatch {
+ public:
+  explicit OwnerWatch(std::optional<CourseOwner> owner) : owner_(std::move(owner)) {
+    for (const auto name : {QXNotificationDidChangeUserInfo, QXNotificationDidChangeClassroom}) {
+      tokens_.push_back(NotificationCenter::defaultCenter().observe(std::string(name),
+                                                                    [this](const Notification&) { look(); }));
+    }
+  }
+  OwnerWatch(const OwnerWatch&) = delete;
+  OwnerWatch& operator=(const OwnerWatch&) = delete;
+  ~OwnerWatch() = default;
+
+  std::stop_token token() const { return stop_.get_token(); }
+  bool hasChanged() {
+    look();
+    return stop_.stop_requested();
+  }
+
+ private:
+  void look() {
+    if (CourseOwner::present() != owner_) stop_.request_stop();
+  }
+
+  const std::optional<CourseOwner> owner_;
+  std::stop_source stop_;
+  std::vector<ObserverToken> tokens_;
+};
+
+/// The order of the work, and the courses that are being announced: one for the process, since the courses are.
+struct Desk {
+  const std::shared_ptr<SerialQueue> queue =
+      SerialQueue::make("orv.client.localCourses", Platform::current().globalQueue());
+  std::set<std::pair<std::optional<CourseOwner>, std::int64_t>> announced;  // main thread
+
+  static Desk& standard() {
+    static auto& desk = *new Desk;
+    return desk;
+  }
+};
 
 }  // namespace
 
-/// The order of the work, and the courses that are being announced.
+/// What is asked for.
 class LocalCourses::Work : public std::enable_shared_from_this<Work> {
  public:
   /// Runs a step on a worker, behind all that was asked for before, for the user who is signed in now.
   template <typename T, typename Step>
   Pending<Result<T>> run(Step step, std::optional<CourseOwner> owner = CourseOwner::present()) {
     detail::expectMainThread("LocalCourses");
-    return detail::offMain<Result<T>>(
-        *queue_, [owner = std::move(owner), step = std::move(step)]() -> Result<T> {
-          if (LocalCourseDisk::open(owner)) return step();
-          return localCourseError(LocalCourseTrouble::OtherUser, "another user has signed in meanwhile");
-        });
+    return detail::offMain<Result<T>>(*Desk::standard().queue,
+                                      [owner = std::move(owner), step = std::move(step)]() -> Result<T> {
+                                        if (LocalCourseDisk::open(owner)) return step();
+                                        return ownerHasChanged().error();
+                                      });
   }
 
   Pending<Answer> publish(std::int64_t roomID, json::object info) {
@@ -68,28 +124,37 @@ class LocalCourses::Work : public std::enable_shared_from_this<Work> {
   using Self = std::shared_ptr<Work>;
 
   static Pending<> announce(Self work, std::int64_t roomID, json::object info, PendingSource<Answer> source) {
-    if (!work->announced_.insert(roomID).second) {
+    const auto owner = CourseOwner::present();
+    const auto key = std::make_pair(owner, roomID);
+    if (!Desk::standard().announced.insert(key).second) {
       source.answer(
           localCourseError(LocalCourseTrouble::NotAllowed, "the course is being announced already"));
       co_return;
     }
-    auto announcing = announceNow(work, roomID, std::move(info));
+    auto announcing = announceNow(work, owner, roomID, std::move(info));
     Answer answer = co_await announcing;
-    work->announced_.erase(roomID);
+    Desk::standard().announced.erase(key);
     source.answer(std::move(answer));
   }
 
-  static Pending<Answer> announceNow(Self work, std::int64_t roomID, json::object info) {
-    const auto owner = CourseOwner::present();
+  static Pending<Answer> announceNow(Self work, std::optional<CourseOwner> owner, std::int64_t roomID,
+                                     json::object info) {
     auto finding = work->run<Course>([roomID] { return LocalCourseDisk::find(roomID); }, owner);
     Answer found = co_await finding;
     if (!found || (*found)->orv_cloudRoomID > 0) co_return found;
-    if (CourseOwner::present() != owner) {
-      co_return localCourseError(LocalCourseTrouble::OtherUser, "another user has signed in meanwhile");
-    }
+    OwnerWatch watch(owner);
+    if (watch.hasChanged()) co_return ownerHasChanged();
     const std::optional<json::object> values = announcementOf(**found, info);
-    auto asked = ask<&QXAPIHelper::createCourseWithInfo_completeBlock_timeoutBlock>(values);
+    // Held for a session, it must not be sent with that of another user.
+    detail::RevocableRequest request;
+    auto asking = [&values] {
+      return ask<&QXAPIHelper::createCourseWithInfo_completeBlock_timeoutBlock>(values);
+    };
+    auto asked = request.send(asking);
+    asked.deadline(kAnnouncingWait);
+    asked.stopOn(watch.token());
     const Reply reply = co_await asked;
+    if (!reply.succeeded() && watch.hasChanged()) co_return ownerHasChanged();
     if (!reply.succeeded()) co_return notAnnounced(reply);
     const std::int64_t room = looseInt64(member(looseObject(reply.data()), "roomID"));
     if (room <= 0) co_return localCourseError(LocalCourseTrouble::Refused, "the server has told no room");
@@ -97,10 +162,6 @@ class LocalCourses::Work : public std::enable_shared_from_this<Work> {
     Answer noted = co_await noting;
     co_return noted;
   }
-
-  const std::shared_ptr<SerialQueue> queue_ =
-      SerialQueue::make("orv.client.localCourses", Platform::current().globalQueue());
-  std::set<std::int64_t> announced_;
 };
 
 LocalCourses::LocalCourses() : work_((detail::expectMainThread("LocalCourses"), std::make_shared<Work>())) {}

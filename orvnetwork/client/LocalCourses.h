@@ -26,6 +26,9 @@ namespace orv {
 ///
 /// The records belong to the caller: what comes in is copied, what goes out is a copy, and nothing changes either
 /// afterwards. Main thread; calls back there, never inside the call.
+///
+/// Make it after the `Client`, which says where everything is kept; several in one program are as one: their work is done
+/// in one order.
 class ORV_EXPORT LocalCourses {
  public:
   /// A course of the caller's own; never null in an answer without an error.
@@ -62,6 +65,9 @@ class ORV_EXPORT LocalCourses {
   /// (`QXAPIHelper::coursePostUpdateSubmit…`); when the server then confirms the publishing by a push, the course is
   /// removed from this device. It knows it among the courses in memory, to which `find` and `all` bring those that are
   /// being published. A push that comes while the program does not run is not repeated.
+  ///
+  /// A request that the server refuses for want of a session waits for one, 20 s at most and for this user only: when
+  /// another one signs in, or this one signs out, it is taken back. What the server has got by then it may carry out.
   /// @param info members of the request
   /// @return the course with its room; a room that the server has made and the disk has not taken is told by
   ///         `NotWritten`, and is there all the same

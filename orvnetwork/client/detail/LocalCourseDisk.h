@@ -6,6 +6,7 @@
 #include <orvnetwork/data/Result.h>
 #include <orvnetwork/data/Types.h>
 
+#include <compare>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,7 +19,7 @@ struct CourseOwner {
   OptionalString uID, classroom;
   /// Of the user who is stored; absent as long as nobody knows who that is. Waits for no disk.
   static std::optional<CourseOwner> present();
-  bool operator==(const CourseOwner&) const = default;
+  auto operator<=>(const CourseOwner&) const = default;
 };
 
 Error localCourseError(LocalCourseTrouble trouble, std::string text);

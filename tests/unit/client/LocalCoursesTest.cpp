@@ -306,17 +306,52 @@ TEST_F(LocalCoursePublishing, TellsARefusalAndSilence) {
   school.refuse("Course.Post.Create", 5, "no more rooms", 1);
   const Answer refused = ended(courses->publish(course->roomID));
   EXPECT_EQ(words(refused), "Refused");
-  EXPECT_EQ(refused.error().description, "no more rooms");
+  EXPECT_EQ(refused.error().description, "no more rooms (code 5)");
   school.ignore("Course.Post.Create");
   Strings ends;
   const auto kept =
       courses->publish(course->roomID).then([&](const Answer& answer) { ends.push_back(words(answer)); });
+  LocalCourses others;
   const auto second =
-      courses->publish(course->roomID).then([&](const Answer& answer) { ends.push_back(words(answer)); });
+      others.publish(course->roomID).then([&](const Answer& answer) { ends.push_back(words(answer)); });
   runFor(11);
   EXPECT_EQ(ends, (Strings{"NotAllowed", "NoAnswer"}));
   EXPECT_EQ((*ended(courses->find(course->roomID)))->orv_cloudRoomID, 0);
   EXPECT_EQ(words(ended(courses->publish(77))), "NotFound");
+}
+
+TEST_F(LocalCoursePublishing, ThatIsHeldForASessionIsNotSentWithThatOfAnotherUser) {
+  const Course course = made({{"title", "Algebra"}});
+  school.endSessions();
+  school.dropTokens(ann);  // no renewal frees it
+  auto publishing = courses->publish(course->roomID);
+  runFor(1);
+  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  signOut();
+  runFor(10);
+  EXPECT_TRUE(publishing.isReady());
+  EXPECT_EQ(words(ended(std::move(publishing))), "OtherUser");
+  signIn("13800000002", "other");
+  runFor(30);
+  ASSERT_EQ(state(), "Good");
+  EXPECT_EQ(asked("Course.Post.Create"), 1u);
+  EXPECT_EQ(school.courseCount(), 0u);
+}
+
+TEST_F(LocalCoursePublishing, ThatIsHeldForASessionEnds) {
+  const Course course = made({{"title", "Algebra"}});
+  school.endSessions();
+  school.dropTokens(ann);
+  auto publishing = courses->publish(course->roomID);
+  runFor(19.9);
+  EXPECT_FALSE(publishing.isReady());
+  runFor(0.2);
+  EXPECT_EQ(words(ended(std::move(publishing))), "NoAnswer");
+  // The course is not kept as one that is being announced, by whatever object.
+  signIn();
+  runFor(5);
+  EXPECT_EQ(asked("Course.Post.Create"), 1u);
+  EXPECT_TRUE(ended(LocalCourses().publish(course->roomID)));
 }
 
 TEST_F(LocalCoursePublishing, TellsThatTheRoomCouldNotBeNoted) {
