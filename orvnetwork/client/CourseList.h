@@ -51,6 +51,9 @@ class CourseListCore;
 /// **The link.** When it is up again, a list that has been loaded refreshes itself, within 1 s when somebody is subscribed
 /// and in the second after that otherwise; a load that was under way goes on then, or fails when that takes too long.
 ///
+/// **The session.** A load that the server keeps back for want of a session fails as `NoSession` after 12 s. When a renewal
+/// of the session succeeds, which follows a sign-in too, the list tries again by itself within the same spans.
+///
 /// **The user.** When another user comes, or another classroom, all rows go in one change, and those of the new user come;
 /// a list that has been loaded is loaded for the new user.
 ///
@@ -95,7 +98,7 @@ class ORV_EXPORT CourseList {
   /// Why the last load failed; absent when it did not. The next load clears it.
   const std::optional<CourseListError>& lastError() const { return state().error; }
   /// Whether a view that wants rows may ask for more by itself: not while some are on their way, not at the end, and not
-  /// after a failure, which a person, or the link when it is up again, has to try anew.
+  /// after a failure, which a person, or the link or the session when they are back, has to try anew.
   bool canLoadMore() const { return state().phase == CourseListPhase::Idle; }
 
   /// Loads until there is at least one row more, or the end is reached. Rows that are only stored are brought up to date

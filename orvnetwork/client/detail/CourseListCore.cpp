@@ -5,6 +5,8 @@
 #include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/session/SessionRenewal.h>
 #include <orvnetwork/transport/QXNotification.h>
 
 #include <algorithm>
@@ -33,6 +35,9 @@ void CourseListCore::start() {
   if (!isLocal()) {
     linkUp_ = NotificationCenter::defaultCenter().observe(QXNotificationDidOpen,
                                                           [this](const Notification&) { linkIsUp(); });
+    renewed_ = QXUserInfoMgr::allocWithZone().watchRenewals([this](const SessionRenewal& renewal) {
+      if (renewal.end == SessionRenewal::End::Renewed) sessionIsGood();
+    });
   }
   classroom_ = NotificationCenter::defaultCenter().observe(
       QXNotificationDidChangeClassroom, [this](const Notification&) { classroomChanged(); });
@@ -43,6 +48,7 @@ void CourseListCore::start() {
 void CourseListCore::close() {
   isClosed_ = true;
   linkUp_.reset();
+  renewed_.reset();
   classroom_.reset();
   inbox_->close();
   if (later_) later_->invalidate();
@@ -105,7 +111,11 @@ void CourseListCore::begin(const Wants& wants) {
   isUsed_ = true;
   error_.reset();
   wants_.add(wants);
-  if (later_) later_->invalidate();
+  // The refresh that was to come by and by comes along.
+  if (later_) {
+    wants_.refresh = true;
+    later_->invalidate();
+  }
   later_.reset();
   state_ = stateNow();
   work();

@@ -66,9 +66,12 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   void touch(std::int64_t roomID);
   void anotherCatalogue();
   void linkIsUp();
+  void sessionIsGood();
   void classroomChanged();
   /// Refreshes a list that has been loaded after a while.
   void refreshIn(Seconds delay);
+  /// The same, spread: those that are looked at first.
+  void refreshSpread();
   bool isVisible();
 
   // What is done about it.
@@ -98,7 +101,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   std::shared_ptr<SerialQueue> worker_;
   std::shared_ptr<CoursePageReader> reader_;
   std::shared_ptr<CourseInbox> inbox_;
-  ObserverToken linkUp_, classroom_;
+  ObserverToken linkUp_, renewed_, classroom_;
   std::shared_ptr<Timer> later_;
 
   // What is shown and told.

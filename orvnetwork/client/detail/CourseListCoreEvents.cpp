@@ -19,7 +19,8 @@ namespace {
 
 /// How soon a list is refreshed that somebody else's pages do not fit to.
 constexpr Seconds kAfterForeignPage{1};
-/// After the link is up, lists that are looked at are refreshed within this, and others within the next such span.
+/// After the link is up or the session is back, lists that are looked at are refreshed within this, and others within the
+/// next such span.
 constexpr double kRefreshSpread = 1;
 constexpr std::uint32_t kSteps = 1000;
 
@@ -110,6 +111,15 @@ void CourseListCore::linkIsUp() {
   // What was asked for on the link before is not answered any more.
   if (pass_) wants_.add(passWants_);
   pass_.reset();
+  refreshSpread();
+}
+
+/// What failed for want of a session is tried again, also when the user has signed in anew on the same link.
+void CourseListCore::sessionIsGood() {
+  if (error_ && error_->kind == CourseListErrorKind::NoSession) refreshSpread();
+}
+
+void CourseListCore::refreshSpread() {
   const double within = kRefreshSpread * static_cast<double>(Platform::current().random() % kSteps) / kSteps;
   refreshIn(Seconds(isVisible() ? within : kRefreshSpread + within));
 }

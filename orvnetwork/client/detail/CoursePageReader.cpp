@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/client/Ask.h>
+#include <orvnetwork/client/ReplyCode.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/MainQueue.h>
@@ -104,7 +105,8 @@ void CoursePageReader::answered(const Reply& reply) {
     case ReplyOutcome::Succeeded:
       break;
     case ReplyOutcome::Refused:
-      return fail(CourseListErrorKind::Refused,
+      return fail(reply.code() && needsSession(*reply.code()) ? CourseListErrorKind::NoSession
+                                                              : CourseListErrorKind::Refused,
                   reply.text().empty() ? std::string_view("the server refused") : reply.text());
     case ReplyOutcome::NoLink:
       return fail(CourseListErrorKind::NoLink, reply.text());

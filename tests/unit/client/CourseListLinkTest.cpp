@@ -118,6 +118,36 @@ TEST_F(CourseListLink, AServerThatWantsASessionThatDoesNotComeFailsTheLoad) {
   EXPECT_EQ(whyFailed(list), "NoSession: the server waits for a session");
 }
 
+TEST_F(CourseListLink, ALoadThatFailedForWantOfASessionIsTriedAgainWhenThereIsOne) {
+  signIn();
+  listRooms(10, 1);
+  bool isGood = false;
+  instead = [&](const json::object& frame) -> std::optional<json::object> {
+    if (!isGood) return json::object{{"ret", 1001}};
+    if (frame.at("c") == "User.Post.Session") return json::object{{"ret", 0}, {"data", json::object()}};
+    return pageAsked(frame);
+  };
+  auto list = CourseList::recorded();
+  const View view(list);
+  list.loadMore();
+  runFor(13);
+  ASSERT_EQ(whyFailed(list), "NoSession: the server waits for a session");
+  isGood = true;
+  pagesAsked.clear();
+  // The same user, with a fresh token.
+  auto user = makeUser();
+  user->token = "fresh";
+  QXUserInfoMgr::getInstance().setUserInfo(user);
+  QXUserInfoMgr::getInstance().refresheSession();
+  runFor(1.1);
+  EXPECT_EQ(list.keys(), rooms(10, 1));
+  EXPECT_EQ(list.lastError(), std::nullopt);
+  const auto asked = pagesAsked.size();
+  QXUserInfoMgr::getInstance().refresheSession();
+  runFor(5);
+  EXPECT_EQ(pagesAsked.size(), asked) << "a renewal is no reason where nothing has failed";
+}
+
 TEST_F(CourseListLink, ALoadThatWaitsForTheSessionGoesOnWithIt) {
   signIn();
   listRooms(10, 1);
@@ -285,6 +315,25 @@ TEST_F(CourseListLink, ALoadThatTheLinkHasTakenAlongGoesOnAsSoonAsItIsUp) {
   runFor(1);
   EXPECT_EQ(list.keys(), rooms(95, 36));
   EXPECT_EQ(view.phases(), (Strings{"Loading", "Idle", "Loading", "Idle"})) << "nobody hears of a failure";
+}
+
+TEST_F(CourseListLink, ALoadThatIsAskedForSoonAfterTheLinkIsUpBringsTheRefreshToo) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  list.loadMore();
+  settle();
+  list.loadMore();
+  runFor(10);
+  server.reset(server.latest());
+  settle();
+  ASSERT_TRUE(platform.runUntil([&] { return link.isOpen(); }, Seconds(5)));
+  // The next page is held against the second one; only a refresh reads the first.
+  recorded[3].as_object()["title"] = "新";
+  list.loadMore();
+  runFor(3);
+  EXPECT_EQ(list.keys(), rooms(95, 6));
+  EXPECT_EQ(list.at(3)->title.get(), "新");
 }
 
 TEST_F(CourseListLink, ARequestWhoseIdentifierIsTakenIsMadeAgain) {
