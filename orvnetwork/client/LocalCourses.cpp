@@ -106,11 +106,12 @@ class LocalCourses::Work : public std::enable_shared_from_this<Work> {
   template <typename T, typename Step>
   Pending<Result<T>> run(Step step, std::optional<CourseOwner> owner = CourseOwner::present()) {
     detail::expectMainThread("LocalCourses");
-    return detail::offMain<Result<T>>(*Desk::standard().queue,
-                                      [owner = std::move(owner), step = std::move(step)]() -> Result<T> {
-                                        if (LocalCourseDisk::open(owner)) return step();
-                                        return ownerHasChanged().error();
-                                      });
+    return detail::offMain<Result<T>>(
+        *Desk::standard().queue, [owner = std::move(owner), step = std::move(step)]() -> Result<T> {
+          std::optional<Result<T>> result;
+          LocalCourseDisk::runFor(owner, [&] { result.emplace(step()); });
+          return result ? *std::move(result) : Result<T>(ownerHasChanged().error());
+        });
   }
 
   Pending<Answer> publish(std::int64_t roomID, json::object info) {

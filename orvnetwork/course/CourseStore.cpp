@@ -6,9 +6,11 @@
 #include <orvnetwork/course/detail/Collection.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/platform/Console.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <shared_mutex>
 #include <span>
 #include <string>
 #include <unordered_set>
@@ -136,6 +138,16 @@ std::uint64_t CourseStore::opened() const {
 
 bool CourseStore::belongsTo(std::int64_t userID, const OptionalString& classroom) const {
   return catalogue_.currentUserID == userID && catalogue_.currentClassroomID.get() == classroom;
+}
+
+bool CourseStore::whileOpenFor(std::int64_t userID, const OptionalString& classroom,
+                               const std::function<void()>& work) {
+  // The host's sink is called when nothing is locked any more.
+  const Console::Hold console;
+  const std::shared_lock staying(catalogue_.changing);
+  if (!belongsTo(userID, classroom)) return false;
+  work();
+  return true;
 }
 
 ObserverToken CourseStore::observe(std::function<void(const CourseChange&)> callback) {

@@ -38,6 +38,12 @@ class ORV_EXPORT CourseStore final {
   std::uint64_t opened() const;
   /// Whether the catalogue in use is that of this user and classroom. Never waits.
   bool belongsTo(std::int64_t userID, const OptionalString& classroom) const;
+  /// Runs `work` where the catalogue in use is that of this user and classroom, and lets no other one be opened
+  /// meanwhile: for several operations of the manager that belong together. Whoever changes the user waits for its end, on
+  /// the main thread as a rule, so let it be short, and let it wait for nobody. Waits itself for a change that is under
+  /// way. Not from inside `work`, nor from an observer.
+  /// @return whether it was run
+  bool whileOpenFor(std::int64_t userID, const OptionalString& classroom, const std::function<void()>& work);
 
   /// Calls `callback` with what is done to the catalogue, by whomever, from now on. It is called on the thread that does
   /// it, before the catalogue is let go: it must be quick and call nothing here.

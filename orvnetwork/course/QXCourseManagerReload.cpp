@@ -8,7 +8,9 @@
 #include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
+#include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <string>
 #include <utility>
 
@@ -31,6 +33,7 @@ void QXCourseManager::reload() {
   RequestList::Entries dropped;
   Catalogue& catalogue = *catalogue_;
   {
+    const std::unique_lock changing(catalogue.changing);
     const SemaphoreHold held(catalogue.dataSemaphore);
     const std::shared_ptr<OrvUserInfoModel> user = users.userInfo();
     const OptionalString uID = user != nullptr ? user->uID.get() : std::nullopt;

@@ -1,5 +1,6 @@
 #include "orvnetwork/client/detail/LocalCourseDisk.h"
 
+#include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/JsonEquality.h>
 #include <orvnetwork/data/LooseRead.h>
@@ -69,10 +70,8 @@ bool isWritten(const OrvCourseModel& course) {
   return record && sameJson(record->jsonObject(), course.jsonObject()) && isListedOnDisk(key);
 }
 
-/// Whether the catalogue is that of this user and classroom.
-bool isOpenFor(const CourseOwner& owner) {
-  const std::int64_t userID = owner.uID ? int64FromText(*owner.uID) : 0;
-  return manager().currentUserID() == userID && manager().currentClassroomID() == owner.classroom;
+std::int64_t userIDOf(const CourseOwner& owner) {
+  return owner.uID ? int64FromText(*owner.uID) : 0;
 }
 
 /// Whether nothing is left on the disk that would bring the course back.
@@ -96,13 +95,15 @@ std::optional<CourseOwner> CourseOwner::present() {
   return user ? CourseOwner{user->uID.get(), user->classroom.get()} : CourseOwner{};
 }
 
-bool LocalCourseDisk::open(const std::optional<CourseOwner>& owner) {
+bool LocalCourseDisk::runFor(const std::optional<CourseOwner>& owner, const std::function<void()>& step) {
   QXUserInfoMgr::getInstance();
   const auto present = CourseOwner::present();
   // The main thread may not have come to tell the manager yet. Without need it is not told: where there is no classroom it
   // would begin anew each time.
-  if (present && !isOpenFor(*present)) manager().reload();
-  return !owner || present == owner;
+  if (!present || (owner && present != owner)) return false;
+  auto& store = CourseStore::getInstance();
+  if (!store.belongsTo(userIDOf(*present), present->classroom)) manager().reload();
+  return store.whileOpenFor(userIDOf(*present), present->classroom, step);
 }
 
 Answer LocalCourseDisk::create(const json::object& fields) {

@@ -7,6 +7,7 @@
 #include <orvnetwork/data/Types.h>
 
 #include <compare>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,8 +31,9 @@ class LocalCourseDisk {
   using Course = std::shared_ptr<OrvCourseModel>;
   using Answer = Result<Course>;
 
-  /// Has the catalogue be that of the user who is stored now. False when that is not the owner.
-  static bool open(const std::optional<CourseOwner>& owner);
+  /// Has the catalogue be that of the user who is stored now, and runs a step on it, while it stays so. False, and nothing
+  /// done, when that is not the owner; absent: whoever it is.
+  static bool runFor(const std::optional<CourseOwner>& owner, const std::function<void()>& step);
 
   static Answer create(const json::object& fields);
   /// Takes the course over.

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,9 @@ struct Catalogue : CourseCollections {
   std::atomic<std::int64_t> currentUserID = -1;
   Property<OptionalString> currentClassroomID;
 
+  /// Held by who opens another catalogue, and shared by those whose work must all be done in one. Taken before
+  /// `dataSemaphore`.
+  std::shared_mutex changing;
   Property<std::shared_ptr<Semaphore>> dataSemaphore;
   std::atomic<Executor*> workers = nullptr;
   /// Where replies are merged, in the order in which they came.
