@@ -1,5 +1,8 @@
 #include "orvnetwork/client/CourseListState.h"
 
+#include <algorithm>
+#include <cstdint>
+
 namespace orv {
 
 std::string_view nameOf(CourseListPhase phase) noexcept {
@@ -32,6 +35,20 @@ std::string_view nameOf(CourseListErrorKind kind) noexcept {
       return "Refused";
   }
   return "";
+}
+
+std::string CourseListError::sentence() const {
+  std::string line("the courses did not come (");
+  line += nameOf(kind);
+  if (code) {
+    line += ", code " + std::to_string(static_cast<std::int32_t>(*code));
+    if (const auto name = nameOf(*code); !name.empty()) line.append(" ").append(name);
+  }
+  line += ')';
+  if (!text.empty()) line.append(": ").append(text);
+  std::ranges::replace_if(
+      line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
+  return line;
 }
 
 }  // namespace orv

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/client/ReplyCode.h>
 #include <orvnetwork/data/Export.h>
 
 #include <optional>
@@ -31,7 +32,13 @@ struct CourseListError {
   CourseListErrorKind kind = CourseListErrorKind::NoLink;
   /// For people: the server's own text where there is one. One line, without a full stop.
   std::string text;
+  /// What the server answered with; absent where it did not refuse.
+  std::optional<ReplyCode> code{};
   friend bool operator==(const CourseListError&, const CourseListError&) = default;
+
+  /// All of it in one line for a log and its reader, without a full stop, for example
+  /// `the courses did not come (Refused, code 5): no lists today`. Control characters are blanks. Any thread.
+  ORV_EXPORT std::string sentence() const;
 };
 
 /// What a list of courses is about, and why it failed when it did. A plain value.

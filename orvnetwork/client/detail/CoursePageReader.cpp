@@ -3,6 +3,7 @@
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/client/Ask.h>
 #include <orvnetwork/client/ReplyCode.h>
+#include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/MainQueue.h>
@@ -22,6 +23,14 @@ constexpr auto kCount = static_cast<std::int64_t>(kCoursesAPage);
 /// Longer than a request waits for its reply.
 constexpr Seconds kPatience{12};
 constexpr std::int64_t kRecordedType = 2;
+/// How often it is looked whether the user's catalogue is open, and how many times.
+constexpr Seconds kLookAgain{0.2};
+constexpr int kLooks = 60;
+
+bool ownsCatalogue(const OrvUserInfoModel& user) {
+  return CourseStore::getInstance().belongsTo(int64FromText(user.uID.get().value_or("")),
+                                              user.classroom.get());
+}
 
 Pending<Reply> askForPage(const CourseListName& list, std::int64_t page, const OrvUserInfoModel& user) {
   const OptionalString classroom = user.classroom;
@@ -49,6 +58,13 @@ const json::array* itemsOf(const CourseListName& list, const json::object& frame
   return isAbsent && list.kind == CourseListKind::Live ? &none : nullptr;
 }
 
+CourseListError refusalOf(const Reply& reply) {
+  const bool isSession = reply.code() && needsSession(*reply.code());
+  return {.kind = isSession ? CourseListErrorKind::NoSession : CourseListErrorKind::Refused,
+          .text = std::string(reply.text().empty() ? "the server refused" : reply.text()),
+          .code = reply.code()};
+}
+
 }  // namespace
 
 CoursePageReader::CoursePageReader(CourseListName list, std::shared_ptr<Executor> worker)
@@ -67,6 +83,7 @@ void CoursePageReader::read(std::size_t page, CourseRowsPointer base, Callback c
   base_ = std::move(base);
   callback_ = std::move(callback);
   attemptsLeft_ = kAttempts;
+  waitsLeft_ = kLooks;
   ask();
 }
 
@@ -74,6 +91,8 @@ void CoursePageReader::cancel() {
   ++reading_;
   asked_ = PendingCallback();
   request_.takeBack();
+  if (later_) later_->invalidate();
+  later_.reset();
   callback_ = nullptr;
   base_ = nullptr;
 }
@@ -93,6 +112,7 @@ void CoursePageReader::ask() {
     });
     return;
   }
+  if (!ownsCatalogue(*user)) return askLater();
   --attemptsLeft_;
   askedAt_ = Platform::current().clock().steadyNow();
   asked_ = request_.send([&] { return askForPage(list_, static_cast<std::int64_t>(page_), *user); })
@@ -100,14 +120,20 @@ void CoursePageReader::ask() {
                .then([this](const Reply& reply) { answered(reply); });
 }
 
+void CoursePageReader::askLater() {
+  later_ = Timer::schedule(kLookAgain, false, [this] {
+    later_.reset();
+    if (--waitsLeft_ > 0) return ask();
+    fail(CourseListErrorKind::NoUser, "another user is signing in");
+  });
+}
+
 void CoursePageReader::answered(const Reply& reply) {
   switch (reply.outcome()) {
     case ReplyOutcome::Succeeded:
       break;
     case ReplyOutcome::Refused:
-      return fail(reply.code() && needsSession(*reply.code()) ? CourseListErrorKind::NoSession
-                                                              : CourseListErrorKind::Refused,
-                  reply.text().empty() ? std::string_view("the server refused") : reply.text());
+      return finish(reading_, nullptr, refusalOf(reply));
     case ReplyOutcome::NoLink:
       return fail(CourseListErrorKind::NoLink, reply.text());
     case ReplyOutcome::TimedOut:
@@ -124,6 +150,12 @@ void CoursePageReader::answered(const Reply& reply) {
   }
   if (itemsOf(list_, *reply.frame()) == nullptr) {
     return fail(CourseListErrorKind::Refused, "the server's answer holds no courses");
+  }
+  // What the server lists for somebody else is nothing for this catalogue.
+  const auto user = QXUserInfoMgr::getInstance().userInfo();
+  if (user == nullptr || !ownsCatalogue(*user)) {
+    attemptsLeft_ = kAttempts;
+    return askLater();
   }
   worker_->post(
       [weak = weak_from_this(), list = list_, frame = reply.frame(), base = base_, reading = reading_] {

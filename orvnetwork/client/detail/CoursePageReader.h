@@ -8,6 +8,7 @@
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/Executor.h>
+#include <orvnetwork/platform/Timer.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -22,6 +23,9 @@ namespace orv::detail {
 ///
 /// A page that is not answered is asked for three times as long as the link is there. After 12 s without any end of the
 /// request the server is taken to keep it back until there is a session, and the request is taken back.
+///
+/// Only pages of the catalogue's owner are asked for and given: while a user is stored whose catalogue is not open, as
+/// happens while they sign in, it waits. Such a sign-in may be given up, without anybody hearing of another catalogue.
 class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
  public:
   /// A page, or why there is none.
@@ -41,6 +45,8 @@ class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
 
  private:
   void ask();
+  /// Asks once the catalogue is that of the user.
+  void askLater();
   void answered(const Reply& reply);
   void fail(CourseListErrorKind kind, std::string_view text);
   void finish(std::uint64_t reading, CoursePagePointer page, std::optional<CourseListError> error);
@@ -50,6 +56,8 @@ class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
   RevocableRequest request_;
   PendingCallback asked_;
   SteadyTime askedAt_{};
+  std::shared_ptr<Timer> later_;
+  int waitsLeft_ = 0;
   std::size_t page_ = 0;
   int attemptsLeft_ = 0;
   CourseRowsPointer base_;

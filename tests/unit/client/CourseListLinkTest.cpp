@@ -1,6 +1,7 @@
 // The link, the session and the server fail a list of courses.
 
 #include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/client/ReplyCode.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "CourseListFixture.h"
@@ -69,6 +70,8 @@ TEST_F(CourseListLink, AnErrorKeepsTheRowsAndLoadMoreTriesAgain) {
   list.loadMore();
   settle();
   EXPECT_EQ(whyFailed(list), "Refused: no");
+  EXPECT_EQ(list.lastError()->code, ReplyCode{5});
+  EXPECT_EQ(list.lastError()->sentence(), "the courses did not come (Refused, code 5): no");
   EXPECT_EQ(list.keys(), rooms(95, 66));
   EXPECT_FALSE(list.atEnd());
   instead = nullptr;
@@ -76,6 +79,13 @@ TEST_F(CourseListLink, AnErrorKeepsTheRowsAndLoadMoreTriesAgain) {
   settle();
   EXPECT_EQ(list.keys(), rooms(95, 36));
   EXPECT_EQ(list.lastError(), std::nullopt);
+}
+
+TEST(CourseListErrorTest, SaysAllOfItInOneLine) {
+  EXPECT_EQ((CourseListError{CourseListErrorKind::NoLink, "the link\nwas lost"}.sentence()),
+            "the courses did not come (NoLink): the link was lost");
+  EXPECT_EQ((CourseListError{CourseListErrorKind::NoSession, "", ReplyCode::SessionNeeded}.sentence()),
+            "the courses did not come (NoSession, code 1001 SessionNeeded)");
 }
 
 TEST_F(CourseListLink, ARefreshThatFailedIsTriedAgainByLoadMoreAtTheEndToo) {

@@ -1,0 +1,157 @@
+// The catalogue changes by itself, and other lists are there.
+
+#include <orvnetwork/client/CourseList.h>
+
+#include "CourseListFixture.h"
+
+namespace orv {
+namespace {
+
+using CourseListOthers = CourseListFixture;
+
+TEST_F(CourseListOthers, FollowsACourseThatIsTakenOffTheCatalogue) {
+  signIn();
+  listRooms(10, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  View view(list);
+  const auto gone = courses().getRecordCourseWithIndex(3);
+  courses().deleteCloudCourse(gone);
+  settle();
+  EXPECT_EQ(list.keys(), (Rooms{10, 9, 8, 6, 5, 4, 3, 2, 1}));
+  ASSERT_EQ(view.rowChanges(), 1u);
+  EXPECT_EQ(view.changes()[0].removed, (std::vector<CourseListRange>{{3, 1}}));
+}
+
+TEST_F(CourseListOthers, ACourseThatIsTakenOffWhileAPageIsOnItsWayDoesNotComeBack) {
+  signIn();
+  listRooms(10, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  holdPages();
+  list.refresh();
+  settle();
+  const auto gone = courses().getRecordCourseWithIndex(3);
+  courses().deleteCloudCourse(gone);
+  settle();
+  answerHeld(pageOf(recorded));
+  EXPECT_EQ(list.keys(), (Rooms{10, 9, 8, 6, 5, 4, 3, 2, 1}));
+  EXPECT_EQ(stored(), (Rooms{10, 9, 8, 6, 5, 4, 3, 2, 1}));
+}
+
+TEST_F(CourseListOthers, FollowsARecordThatIsChanged) {
+  signIn();
+  listRooms(10, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  View view(list);
+  const auto course = courses().getRecordCourseWithIndex(3);
+  course->title = "新";
+  courses().refreshRecordCourse(course);
+  settle();
+  EXPECT_EQ(list.at(3)->title.get(), "新");
+  ASSERT_EQ(view.rowChanges(), 1u);
+  EXPECT_EQ(view.changes()[0].updated, (std::vector<CourseListRange>{{3, 1}}));
+}
+
+TEST_F(CourseListOthers, RefreshesItselfWhenSomebodyElsesPagesDoNotFit) {
+  signIn();
+  listRooms(60, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  recorded.insert(recorded.begin() + 40, courseItem(1000));
+  unlist(recorded, 60);
+  getCourses(0, 60, true);
+  runFor(1);
+  EXPECT_EQ(list.keys(), serverRooms(recorded));
+  EXPECT_EQ(stored(), serverRooms(recorded)) << "and puts the catalogue right";
+  pagesAsked.clear();
+  getCourses(0, 60, true);
+  runFor(5);
+  EXPECT_EQ(pagesAsked.size(), 2u) << "pages that fit are no reason";
+}
+
+TEST_F(CourseListOthers, IsRightAfterARangeBehindTheEndHasClearedTheCatalogue) {
+  signIn();
+  listRooms(30, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  getCourses(30, 30, true);
+  EXPECT_EQ(stored(), Rooms{});
+  EXPECT_EQ(list.keys(), rooms(30, 1)) << "the list does not follow that";
+  runFor(1);
+  EXPECT_EQ(stored(), rooms(30, 1));
+  EXPECT_EQ(list.keys(), rooms(30, 1));
+}
+
+TEST_F(CourseListOthers, HasTheNewCourseAfterACreationWasFinished) {
+  signIn();
+  listRooms(20, 1);
+  auto list = CourseList::recorded();
+  loadAll(list);
+  recorded.insert(recorded.begin(), courseItem(21));
+  const json::object info{{"roomID", 21}};
+  courses().courseCreateFinishedNotification({.name = "done", .object = nullptr, .userInfo = &info});
+  runFor(3);
+  EXPECT_EQ(list.keys(), serverRooms(recorded));
+}
+
+TEST_F(CourseListOthers, TwoListsOfTheSameCoursesKeepEachOtherRight) {
+  signIn();
+  listRooms(70, 1);
+  auto one = CourseList::recorded();
+  auto other = CourseList::recorded();
+  loadAll(one);
+  loadAll(other);
+  recorded.insert(recorded.begin(), courseItem(71));
+  one.refresh();
+  settle();
+  runFor(2);
+  EXPECT_EQ(one.keys(), serverRooms(recorded));
+  EXPECT_EQ(other.keys(), serverRooms(recorded));
+  pagesAsked.clear();
+  runFor(30);
+  EXPECT_EQ(pagesAsked, Strings{}) << "and then they rest";
+}
+
+class CourseListRest : public CourseListFixture, public ::testing::WithParamInterface<int> {};
+
+TEST_P(CourseListRest, TwoListsOfTheSameCoursesAskForNothing) {
+  signIn();
+  listRooms(GetParam(), 1);
+  auto one = CourseList::recorded();
+  auto other = CourseList::recorded();
+  loadAll(one);
+  loadAll(other);
+  runFor(2);
+  pagesAsked.clear();
+  runFor(60);
+  EXPECT_EQ(pagesAsked, Strings{});
+  one.refresh();
+  settle();
+  pagesAsked.clear();
+  runFor(60);
+  EXPECT_EQ(pagesAsked, Strings{}) << "after a refresh that brought nothing new";
+}
+
+TEST_P(CourseListRest, TwoListsOfAListThatIsClearedAskForNothing) {
+  signIn();
+  listRooms(GetParam(), 1);
+  auto one = CourseList::recorded();
+  auto other = CourseList::recorded();
+  loadAll(one);
+  loadAll(other);
+  recorded.clear();
+  one.refresh();
+  runFor(2);
+  EXPECT_EQ(one.size(), 0u);
+  EXPECT_EQ(other.size(), 0u) << "it has followed";
+  pagesAsked.clear();
+  runFor(60);
+  EXPECT_EQ(pagesAsked, Strings{});
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CourseListRest, ::testing::Values(0, 30, 31));
+
+}  // namespace
+}  // namespace orv
