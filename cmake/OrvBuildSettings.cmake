@@ -5,6 +5,10 @@ target_compile_options(orv_build_settings INTERFACE
   # Clang 14 does not see that a generic lambda uses `this`.
   $<$<CXX_COMPILER_ID:Clang>:-Wno-unused-lambda-capture>)
 
+# Names of unnamed namespaces look as if others saw them where a layer is compiled as one source.
+if(CMAKE_UNITY_BUILD)
+  target_compile_options(orv_build_settings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
 if(ORV_SANITIZE)
   target_compile_options(orv_build_settings INTERFACE
     -fsanitize=${ORV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
