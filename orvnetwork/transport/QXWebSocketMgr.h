@@ -108,6 +108,8 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// itself is no change. A change on the main thread is told before the operation or the event that brought it is over, one
   /// on another thread later. It must not call the link back. One watcher; an empty function ends it. Main thread.
   void watch(std::function<void()> changed);
+  /// Whether each message is such a change, for a watcher that waits for a sign of life. At first it is not. Main thread.
+  void watchMessages(bool each) { tellsMessages_ = each; }
 
   /// Replaces the socket by a new one and opens it. Does nothing within 1.5 s of the last time that it did.
   void reconnect();
@@ -135,7 +137,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// reply, or the time-out callback after 10 s; on a link that is not open the time-out callback is called
   /// before this returns, and the link is asked to reconnect. A reply that says that there is no session
   /// (code 1000, 1001 or 10031) holds the request until a session is there, however long that takes, and then
-  /// sends it again. A request with the identifier of one that is outstanding takes its place, and the earlier
+  /// sends it again, unless it is taken back (`takeBack`). A request with the identifier of one that is outstanding takes its place, and the earlier
   /// one's callbacks are never called.
   ///
   /// The item is let go of on the main thread, as soon as its callback has returned: a caller on another thread that
@@ -214,6 +216,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::atomic<bool> isWanted_{false};
   std::atomic<bool> isClosedForGood_{false};
   std::atomic<bool> isWatched_{false};
+  bool tellsMessages_ = false;  // main thread only
   std::atomic<std::uint64_t> messages_{0};
 
   // Guards what follows; never held while host code runs.

@@ -99,6 +99,7 @@ void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMes
   if (!isCurrent(socket)) return;
   // Counted on this thread alone.
   messages_.store(messages_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  if (tellsMessages_) tellChange();
   auto frame = frameOf(message);
   if (frame->isFrame()) {
     dispatch(std::move(frame), std::move(message.share));

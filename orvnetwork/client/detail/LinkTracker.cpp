@@ -39,6 +39,7 @@ LinkTracker::LinkTracker(bool supervised)
 
 LinkTracker::~LinkTracker() {
   QXWebSocketMgr::standard().watch({});
+  QXWebSocketMgr::standard().watchMessages(false);
   if (canary_) canary_->invalidate();
 }
 
@@ -64,6 +65,8 @@ void LinkTracker::update() {
     canaryAt_.reset();
   }
   supervisor_.follow(reading);
+  // Where the link was silent whatever comes says that it is not any more.
+  QXWebSocketMgr::standard().watchMessages(supervisor_.trouble().has_value());
   LinkSnapshot next = snapshotOf(reading);
   if (present_.isUp() && !next.isUp()) attemptsBefore_ = attempts_;
   attempts_ = reading.attempts;

@@ -163,6 +163,21 @@ TEST_F(Supervisor, KeepsALinkWhoseServerWasSilentForAWhile) {
   EXPECT_EQ(attempts(), Times{0});
 }
 
+TEST_F(Supervisor, TakesTheFirstMessageOfASilentServerForItsReturn) {
+  bringUp(unsupervised());
+  runFor(100);
+  server.setAnswersPing(false);
+  runFor(40);
+  ASSERT_EQ(state(), LinkState::Confirming);
+  server.push(1, "Rooms.Push.Message", {});
+  settle();
+  EXPECT_TRUE(link().isUp());
+  EXPECT_EQ(trouble(), "");
+  runFor(46);
+  EXPECT_EQ(state(), LinkState::Confirming) << "one message is no more than that";
+  EXPECT_EQ(attempts(), Times{0});
+}
+
 TEST_F(Supervisor, DoesNotBlameTheServerForATimeInWhichTheProcessStoodStill) {
   bringUp();
   runFor(100);
