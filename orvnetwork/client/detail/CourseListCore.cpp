@@ -52,7 +52,7 @@ void CourseListCore::close() {
   classroom_.reset();
   inbox_->close();
   if (later_) later_->invalidate();
-  pass_.reset();
+  dropPass();
   own_.reset();
   changed_.reset();
   storedWaiters_.clear();
@@ -69,6 +69,7 @@ void CourseListCore::close() {
 
 Subscription CourseListCore::onChanged(std::function<void(const CourseListChange&)> callback) {
   const auto view = std::make_shared<const bool>(true);
+  std::erase_if(views_, [](const auto& gone) { return gone.expired(); });
   views_.emplace_back(view);
   return changed_->add(
       [view, callback = std::move(callback)](const CourseListChange& change) { callback(change); });
@@ -177,8 +178,15 @@ void CourseListCore::readFromServer() {
                                        [this](CoursePassEnd end) { passEnded(std::move(end)); });
 }
 
+void CourseListCore::dropPass() {
+  if (!pass_) return;
+  pass_->stop();
+  // A worker task can be copied.
+  disposeOf(std::shared_ptr<CoursePass>(std::move(pass_)));
+}
+
 void CourseListCore::passEnded(CoursePassEnd end) {
-  pass_.reset();
+  dropPass();
   if (end.error) {
     error_ = std::move(end.error);
     failed_ = passWants_;

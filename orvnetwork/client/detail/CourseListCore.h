@@ -81,6 +81,8 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   void readStored();
   void readFromServer();
   void passEnded(CoursePassEnd end);
+  /// Stops the pass that is under way, if there is one.
+  void dropPass();
   void commit(Commit what, std::function<CourseCommit()> job);
   void committed(CourseCommit commit);
 

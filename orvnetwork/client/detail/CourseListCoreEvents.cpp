@@ -85,17 +85,18 @@ void CourseListCore::anotherCatalogue() {
   const bool wasLoading = stateNow().phase == CourseListPhase::Loading;
   ++generation_;
   committing_ = Commit::None;
-  pass_.reset();
-  read_.reset();
-  ready_.reset();
+  // Thousands of rows may go with these.
+  dropPass();
+  disposeOf(std::exchange(read_, std::nullopt));
+  disposeOf(std::exchange(ready_, std::nullopt));
   disposeOf(std::exchange(pages_, {}));
+  disposeOf(std::exchange(touched_, {}));
+  disposeOf(std::exchange(touchedSincePass_, {}));
   isFromServer_ = isWhole_ = knowsStored_ = false;
   error_.reset();
   wants_ = failed_ = {};
   if (later_) later_->invalidate();
   later_.reset();
-  touched_.clear();
-  touchedSincePass_.clear();
   isClearing_ = needsStored_ = needsAllStored_ = true;
   if (isLocal() || !isUsed_) return;
   std::optional<CourseListError> nobody = CoursePageReader::whyNobody();
@@ -110,7 +111,7 @@ void CourseListCore::linkIsUp() {
   if (!isUsed_) return;
   // What was asked for on the link before is not answered any more.
   if (pass_) wants_.add(passWants_);
-  pass_.reset();
+  dropPass();
   refreshSpread();
 }
 

@@ -15,7 +15,12 @@ CoursePass::CoursePass(std::shared_ptr<CoursePageReader> reader, CoursePassPlan 
 }
 
 CoursePass::~CoursePass() {
-  reader_->cancel();
+  stop();
+}
+
+void CoursePass::stop() {
+  if (reader_) reader_->cancel();
+  reader_ = nullptr;
 }
 
 void CoursePass::readNext() {

@@ -51,7 +51,7 @@ struct CoursePassEnd {
 /// A page behind the first one that brings no room is the last one, and no more than 1,000 pages are read beyond those
 /// that were planned: a server that always has another page is left there, with more to come.
 ///
-/// Main thread. Destroying it is silence.
+/// Main thread. Destroying it is silence. It may hold many rows: whoever stops it first may have a worker destroy it.
 class CoursePass {
  public:
   static constexpr int kMostSweeps = 4;
@@ -63,6 +63,8 @@ class CoursePass {
   CoursePass(const CoursePass&) = delete;
   CoursePass& operator=(const CoursePass&) = delete;
   ~CoursePass();
+  /// Withdraws what is under way: nothing is called back, and any thread may destroy it from now on.
+  void stop();
 
  private:
   void readNext();
@@ -79,7 +81,7 @@ class CoursePass {
   void finish(bool isWhole);
   void fail(CourseListError error);
 
-  const std::shared_ptr<CoursePageReader> reader_;
+  std::shared_ptr<CoursePageReader> reader_;
   CoursePassPlan plan_;
   std::function<void(CoursePassEnd)> done_;
   CoursePages read_;
