@@ -60,6 +60,9 @@ class CourseListCore;
 /// Local courses need no server: that list is complete as soon as it is read, and follows what anybody in the process does
 /// to them. All lists follow what is done to the courses through `QXCourseManager`.
 ///
+/// Lists are made after the `Client`: the first one makes the managers, which read the disk there and then, on the main
+/// thread, and settle in which folder everything is kept. Beside a client this has happened already.
+///
 /// Main thread; a debug build looks after that. Destroying a list is silence for good, from inside its own callbacks too,
 /// and withdraws what is under way.
 class ORV_EXPORT CourseList {
