@@ -37,6 +37,8 @@ struct CourseChange {
   /// server's list the first of them has.
   std::vector<std::int64_t> rooms{};
   std::size_t first = 0;
+  /// Of `Page` with `by`: which courses have another record now, have come into the list, or have left it.
+  std::vector<std::int64_t> news{};
   /// Of `Page`: who has taken them over with `CourseStore::takeOver`; null for a range that was asked of the manager.
   const void* by = nullptr;
 };

@@ -82,6 +82,19 @@ NewList newList(std::vector<std::string> old, const std::vector<CourseStore::Rea
   return result;
 }
 
+/// The courses with another record, those that have come into the list, and those that have left it.
+std::vector<std::int64_t> newsOf(const std::vector<std::string>& old,
+                                 const std::vector<CourseStore::Read>& courses, const NewList& changed) {
+  const std::unordered_set<std::string> before(old.begin(), old.end());
+  std::vector<std::int64_t> news;
+  for (const auto& read : courses) {
+    const bool hasCome = read.course != nullptr && !before.contains(courseKey(read.roomID));
+    if (isNews(read) || hasCome) news.push_back(read.roomID);
+  }
+  for (const std::string& key : changed.dropped) news.push_back(int64FromText(key));
+  return news;
+}
+
 /// Whether anything is different then.
 bool putInList(Catalogue& catalogue, const CourseListName& list,
                const std::vector<CourseStore::Read>& courses, const std::vector<std::string>& keys) {
@@ -192,12 +205,14 @@ bool CourseStore::takeOver(const CourseListName& list, std::uint64_t opened, con
   {
     const CatalogueLock lock(catalogue_);
     if (catalogue_.opened() != opened) return false;
-    changed = newList(lists[list.status].snapshot(), courses, isWhole);
+    const auto old = lists[list.status].snapshot();
+    changed = newList(old, courses, isWhole);
     const bool isListChanged = putInList(catalogue_, list, courses, changed.keys);
     // Two who take the same over by turns would give each other reasons for ever.
     if (!isListChanged && std::ranges::none_of(courses, isNews)) return true;
     CourseChange change{.what = CourseChange::What::Page, .list = list, .by = by};
     for (const Read& read : courses) change.rooms.push_back(read.roomID);
+    change.news = newsOf(old, courses, changed);
     catalogue_.tell(change);
   }
   return dropRecords(catalogue_, list.kind, opened, changed.dropped);

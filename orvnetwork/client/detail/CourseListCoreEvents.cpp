@@ -64,14 +64,16 @@ void CourseListCore::noteChange(const CourseChange& change) {
 void CourseListCore::notePage(const CourseChange& change) {
   if (change.by == this) return;
   const bool isOurs = change.list == list_;
+  // Of a range that was asked of the manager nobody knows.
+  const auto& rooms = change.by != nullptr ? change.news : change.rooms;
   if (!isFromServer_) {
     // What is stored has changed, and live courses leave one list for another.
     needsStored_ = true;
-    for (const std::int64_t roomID : change.rooms) touch(roomID);
+    for (const std::int64_t roomID : rooms) touch(roomID);
     return;
   }
   if (isOurs && !fits(pages_, isWhole_, change)) return refreshIn(kAfterForeignPage);
-  for (const std::int64_t roomID : change.rooms) {
+  for (const std::int64_t roomID : rooms) {
     if (shown_->indexOf(roomID)) touch(roomID);
   }
 }

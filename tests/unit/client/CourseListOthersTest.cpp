@@ -114,6 +114,20 @@ TEST_F(CourseListOthers, TwoListsOfTheSameCoursesKeepEachOtherRight) {
   EXPECT_EQ(pagesAsked, Strings{}) << "and then they rest";
 }
 
+TEST_F(CourseListOthers, ACourseAtTheEndThatOneListHasFoundGoneLeavesTheOtherToo) {
+  signIn();
+  listRooms(10, 1);
+  auto one = CourseList::recorded();
+  auto other = CourseList::recorded();
+  loadAll(one);
+  loadAll(other);
+  unlist(recorded, 1);
+  one.refresh();
+  runFor(3);
+  EXPECT_EQ(one.keys(), rooms(10, 2));
+  EXPECT_EQ(other.keys(), rooms(10, 2));
+}
+
 class CourseListRest : public CourseListFixture, public ::testing::WithParamInterface<int> {};
 
 TEST_P(CourseListRest, TwoListsOfTheSameCoursesAskForNothing) {

@@ -152,6 +152,8 @@ TEST_F(CourseStoreTest, TellsWhatIsDoneToTheCatalogue) {
   takeOver(itemsOf({4, 3}), false);
   ASSERT_EQ(changes.size(), 2u);
   EXPECT_EQ(changes[1].by, this);
+  EXPECT_EQ(changes[1].rooms, (std::vector<std::int64_t>{4, 3}));
+  EXPECT_EQ(changes[1].news, std::vector<std::int64_t>{4}) << "3 is as it was";
   takeOver(itemsOf({4, 3}), false);
   EXPECT_EQ(changes.size(), 2u) << "nothing is told where nothing is different";
   courses().deleteCloudCourse(courses().getRecordCourseWithIndex(0));
