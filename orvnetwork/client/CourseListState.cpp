@@ -1,7 +1,9 @@
 #include "orvnetwork/client/CourseListState.h"
 
-#include <algorithm>
+#include <orvnetwork/client/detail/PlainText.h>
+
 #include <cstdint>
+#include <utility>
 
 namespace orv {
 
@@ -45,10 +47,7 @@ std::string CourseListError::sentence() const {
     if (const auto name = nameOf(*code); !name.empty()) line.append(" ").append(name);
   }
   line += ')';
-  if (!text.empty()) line.append(": ").append(text);
-  std::ranges::replace_if(
-      line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
-  return line;
+  return asOneLine(std::move(line), text);
 }
 
 }  // namespace orv

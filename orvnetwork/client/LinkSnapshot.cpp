@@ -1,10 +1,13 @@
 #include "orvnetwork/client/LinkSnapshot.h"
 
+#include <orvnetwork/client/detail/PlainText.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace orv {
 
@@ -99,10 +102,7 @@ std::string LinkSnapshot::sentence() const {
   } else if (state == LinkState::Connecting) {
     line += ", attempt " + std::to_string(attempt);
   }
-  if (failure && !failure->text.empty()) line += ": " + failure->text;
-  std::ranges::replace_if(
-      line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
-  return line;
+  return asOneLine(std::move(line), failure ? failure->text : std::string_view());
 }
 
 }  // namespace orv

@@ -1,8 +1,8 @@
 #include "orvnetwork/client/Reply.h"
 
+#include <orvnetwork/client/detail/PlainText.h>
 #include <orvnetwork/data/LooseRead.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace orv {
@@ -11,12 +11,6 @@ namespace {
 
 const json::object* valuesOf(const json::object* frame) {
   return looseObject(member(frame, "v"));
-}
-
-void append(std::string& line, std::string_view before, std::string_view text) {
-  if (text.empty()) return;
-  line += before;
-  line += text;
 }
 
 }  // namespace
@@ -77,24 +71,18 @@ std::string Reply::sentence() const {
     case ReplyOutcome::Refused:
       line += " was refused with code " + std::to_string(static_cast<std::int32_t>(code_));
       if (const auto name = nameOf(code_); !name.empty()) line.append(" (").append(name).append(")");
-      append(line, ": ", text());
       break;
     case ReplyOutcome::TimedOut:
       line += " was not answered in time";
-      append(line, ": ", text());
       break;
     case ReplyOutcome::NoLink:
       line += " was not sent, because there is no link";
-      append(line, ": ", text());
       break;
     case ReplyOutcome::Cancelled:
       line += " was given up";
-      append(line, ": ", text());
       break;
   }
-  std::ranges::replace_if(
-      line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
-  return line;
+  return asOneLine(std::move(line), succeeded() ? std::string_view() : text());
 }
 
 }  // namespace orv

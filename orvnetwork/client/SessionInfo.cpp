@@ -1,8 +1,9 @@
 #include "orvnetwork/client/SessionInfo.h"
 
+#include <orvnetwork/client/detail/PlainText.h>
 #include <orvnetwork/data/JsonEquality.h>
 
-#include <algorithm>
+#include <utility>
 
 namespace orv {
 
@@ -36,10 +37,7 @@ std::string SessionInfo::sentence() const {
   if (user) line += ", user " + user->uID.get().value_or("without a number");
   if (otherDevice.isLoggedIn) line += ", logged in on another device";
   if (otherDevice.isLive) line += ", live on another device";
-  if (!reason.empty()) line += ": " + reason;
-  std::ranges::replace_if(
-      line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
-  return line;
+  return asOneLine(std::move(line), reason);
 }
 
 bool SessionInfo::operator==(const SessionInfo& other) const {

@@ -1,19 +1,13 @@
 #include "orvnetwork/client/SignIn.h"
 
-#include <algorithm>
+#include <orvnetwork/client/detail/PlainText.h>
+
 #include <cstdint>
 #include <utility>
 
 namespace orv {
 
 namespace {
-
-std::string asOneLine(std::string line, std::string_view why) {
-  if (!why.empty()) line.append(": ").append(why);
-  std::ranges::replace_if(
-      line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
-  return line;
-}
 
 std::string_view beginningFor(SignInOutcome outcome) {
   switch (outcome) {

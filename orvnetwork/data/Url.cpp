@@ -11,7 +11,7 @@ namespace orv {
 namespace {
 
 bool isAlphanumeric(char c) {
-  return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+  return isDigit(c) || isLetter(c);
 }
 
 bool isHexDigit(char c) {

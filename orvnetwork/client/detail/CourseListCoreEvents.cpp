@@ -101,7 +101,8 @@ void CourseListCore::anotherCatalogue() {
   later_.reset();
   isClearing_ = needsStored_ = needsAllStored_ = true;
   if (isLocal() || !isUsed_) return;
-  std::optional<CourseListError> nobody = CoursePageReader::whyNobody();
+  std::optional<CourseListError> nobody =
+      CoursePageReader::whyNobody(QXUserInfoMgr::getInstance().userInfo().get());
   if (!nobody) {
     wants_.refresh = true;
   } else if (wasLoading) {

@@ -70,8 +70,7 @@ CourseListError refusalOf(const Reply& reply) {
 CoursePageReader::CoursePageReader(CourseListName list, std::shared_ptr<Executor> worker)
     : list_(list), worker_(std::move(worker)) {}
 
-std::optional<CourseListError> CoursePageReader::whyNobody() {
-  const auto user = QXUserInfoMgr::getInstance().userInfo();
+std::optional<CourseListError> CoursePageReader::whyNobody(const OrvUserInfoModel* user) {
   if (user == nullptr) return CourseListError{CourseListErrorKind::NoUser, "nobody is signed in"};
   if (int64FromText(user->classroom.get().value_or("")) != 0) return std::nullopt;
   return CourseListError{CourseListErrorKind::NoClassroom, "the user has no classroom, and so no courses"};
@@ -99,18 +98,9 @@ void CoursePageReader::cancel() {
 
 void CoursePageReader::ask() {
   const auto user = QXUserInfoMgr::getInstance().userInfo();
-  if (auto error = whyNobody(); error || user == nullptr) {
-    MainQueue::instance().post([weak = weak_from_this(), reading = reading_, error = std::move(error)] {
-      if (const auto reader = weak.lock()) reader->finish(reading, nullptr, error);
-    });
-    return;
-  }
+  if (auto error = whyNobody(user.get())) return finishSoon(*std::move(error));
   if (list_.kind == CourseListKind::Live && (list_.status < 1 || list_.status > 3)) {
-    MainQueue::instance().post([weak = weak_from_this(), reading = reading_] {
-      CourseListError error{CourseListErrorKind::Refused, "live courses of this status are not listed"};
-      if (const auto reader = weak.lock()) reader->finish(reading, nullptr, std::move(error));
-    });
-    return;
+    return finishSoon({CourseListErrorKind::Refused, "live courses of this status are not listed"});
   }
   if (!ownsCatalogue(*user)) return askLater();
   --attemptsLeft_;
@@ -164,6 +154,12 @@ void CoursePageReader::answered(const Reply& reply) {
           if (const auto reader = weak.lock()) reader->finish(reading, page, std::nullopt);
         });
       });
+}
+
+void CoursePageReader::finishSoon(CourseListError error) {
+  MainQueue::instance().post([weak = weak_from_this(), reading = reading_, error = std::move(error)] {
+    if (const auto reader = weak.lock()) reader->finish(reading, nullptr, error);
+  });
 }
 
 void CoursePageReader::fail(CourseListErrorKind kind, std::string_view text) {

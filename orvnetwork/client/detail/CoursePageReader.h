@@ -9,6 +9,7 @@
 #include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/Executor.h>
 #include <orvnetwork/platform/Timer.h>
+#include <orvnetwork/session/OrvUserInfoModel.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -34,8 +35,8 @@ class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
   /// @param worker where pages are made of replies
   CoursePageReader(CourseListName list, std::shared_ptr<Executor> worker);
 
-  /// Whose courses would be read, or why nobody's would.
-  static std::optional<CourseListError> whyNobody();
+  /// Why a user, null for nobody, has no courses to read; absent when they have.
+  static std::optional<CourseListError> whyNobody(const OrvUserInfoModel* user);
 
   /// Asks for a page, from 1 on, and calls back in a later turn of the main queue. The page before must have come.
   /// @param base see `makePage`
@@ -48,6 +49,7 @@ class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
   /// Asks once the catalogue is that of the user.
   void askLater();
   void answered(const Reply& reply);
+  void finishSoon(CourseListError error);
   void fail(CourseListErrorKind kind, std::string_view text);
   void finish(std::uint64_t reading, CoursePagePointer page, std::optional<CourseListError> error);
 
