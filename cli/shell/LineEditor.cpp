@@ -119,7 +119,10 @@ struct LineEditor::Impl {
         continue;
       }
       if (watched[2].revents != 0) resizes.forget();
-      if (columns() != shownColumns) followResize();
+      if (columns() != shownColumns) {
+        followResize();
+        continue;  // it may have read the keys that were seen waiting: to read now could wait for the next one
+      }
       if (watched[1].revents != 0) hooks.drain();
       if (watched[0].revents != 0 && !readBytes()) return 0;
     }

@@ -11,6 +11,7 @@
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <chrono>
@@ -192,7 +193,8 @@ TEST_P(Resizing, LeavesNoGarbageOfALineThatIsEdited) {
     terminal->resize(width);
     screen.resize(width);
     // Drawn anew: the end of the line comes again.
-    ASSERT_TRUE(terminal->waitForScreenBehind(before, "19 ")) << width;
+    ASSERT_TRUE(terminal->waitForScreenBehind(before, "19 "))
+        << width << ": " << testing::PrintToString(terminal->screen().substr(before));
     std::string shown;
     std::size_t prompts = 0;
     for (const std::string& row : screen.rows()) {
@@ -209,6 +211,27 @@ TEST_P(Resizing, LeavesNoGarbageOfALineThatIsEdited) {
   EXPECT_TRUE(values("Dev.Typed").is_object());
   terminal->type("exit\r");
   EXPECT_EQ(terminal->wait(), 0);
+}
+
+/// What is typed while the terminal is asked where its cursor stands is read with the answer.
+TEST_P(Resizing, ShowsAtOnceWhatIsTypedMeanwhile) {
+  const auto terminal = open(80);
+  Screen screen(80, GetParam());
+  terminal->setOnOutput([&](const std::string& text) {
+    screen.write(text);
+    if (screen.wasAsked()) terminal->type(screen.answer());
+  });
+  ASSERT_TRUE(isReady(*terminal));
+  terminal->type("call Dev.Typed " + std::string(100, 'x') + "y");
+  ASSERT_TRUE(terminal->waitForScreen("xy"));
+  terminal->signal(SIGSTOP);  // so that it finds both at once
+  terminal->type("z");
+  terminal->resize(30);
+  screen.resize(30);
+  const std::size_t before = terminal->screen().size();
+  terminal->signal(SIGCONT);
+  ASSERT_TRUE(terminal->waitForScreenBehind(before, "yz"))
+      << testing::PrintToString(terminal->screen().substr(before));
 }
 
 INSTANTIATE_TEST_SUITE_P(OfTerminals, Resizing, testing::Bool(),
