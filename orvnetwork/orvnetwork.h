@@ -51,12 +51,16 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Record.h>
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/ConnectReport.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/HomeFolder.h>
 #include <orvnetwork/platform/MainBundle.h>
 #include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/NetworkSettings.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/ProxySettings.h>
+#include <orvnetwork/platform/TlsSettings.h>
 #include <orvnetwork/session/OrvClassroomInfo.h>
 #include <orvnetwork/session/OrvOtherDeviceLoginInfo.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>

@@ -20,6 +20,7 @@ bool isThereOne = false;
 void setUp(const ClientOptions& options) {
   auto& manager = QXWebSocketMgr::standard();
   manager.setApiServerUrl(options.server);
+  manager.setNetworkSettings(options.network);
   manager.setGlobalUUID(options.installation);
   manager.setAppVersion(options.version);
   manager.setAppBuildVersion(options.build);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/NetworkSettings.h>
 
 #include <string>
 
@@ -29,6 +30,9 @@ struct ClientOptions {
   /// The folder in which everything is kept, as an absolute path, in place of the user's home: the documents, data and
   /// caches folders lie in it. It is made when it is missing. Absent: the user's home, or what was set before.
   OptionalString home;
+
+  /// How to get to the server: proxies and trust.
+  NetworkSettings network{};
 
   /// Whether a supervisor starts attempts where the link's own schedule stalls; see `LinkStatus`.
   bool supervised = true;

@@ -3,6 +3,8 @@
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Export.h>
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/ConnectReport.h>
+#include <orvnetwork/platform/NetworkSettings.h>
 
 #include <any>
 #include <functional>
@@ -66,6 +68,8 @@ struct WebSocketRequest {
   OptionalString url;
   /// Limit for name look-up, TCP, TLS and handshake together.
   Seconds connectTimeout{60.0};
+  /// How to get there; null for the usual way.
+  std::shared_ptr<const NetworkSettings> network{};
   /// Called with each text message on the socket's own thread before the message is queued for the main
   /// thread, so that costly decoding stays off it. Must not touch anything that belongs to another thread.
   std::function<std::any(std::string_view payload)> prepare;
@@ -101,6 +105,9 @@ class ORV_EXPORT WebSocket {
 
   /// Where it is now. On a thread other than main it may be out of date as soon as it is read.
   virtual WebSocketState readyState() const = 0;
+
+  /// What it has met on its way so far; complete once it is open or has failed.
+  virtual ConnectReport connectReport() const { return {}; }
 };
 
 }  // namespace orv

@@ -86,6 +86,7 @@ void QXWebSocketMgr::reconnect() {
     reconnectDate_ = platform.clock().wallNow();
     old = std::move(webSocket_);
     request.url = apiServerUrl_;
+    request.network = networkSettings_;
   }
   if (connectTimer) connectTimer->invalidate();
   if (keepAlive) keepAlive->invalidate();

@@ -111,6 +111,12 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// Whether each message is such a change, for a watcher that waits for a sign of life. At first it is not. Main thread.
   void watchMessages(bool each) { tellsMessages_ = each; }
 
+  /// How the next attempts get to the server; the link that is up stays as it is. Any thread.
+  void setNetworkSettings(NetworkSettings settings);
+  NetworkSettings networkSettings() const;
+  /// What the last attempt has met on its way. Any thread.
+  ConnectReport connectReport() const;
+
   /// Replaces the socket by a new one and opens it. Does nothing within 1.5 s of the last time that it did.
   void reconnect();
   /// When `reconnect` last went ahead; absent before.
@@ -222,6 +228,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   // Guards what follows; never held while host code runs.
   mutable std::mutex mutex_;
   OptionalString apiServerUrl_;
+  std::shared_ptr<const NetworkSettings> networkSettings_;
   std::optional<LinkFailure> lastFailure_;
   std::shared_ptr<WebSocket> webSocket_;
   std::optional<WallTime> reconnectDate_;

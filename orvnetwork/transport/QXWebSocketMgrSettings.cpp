@@ -2,12 +2,15 @@
 
 #include "orvnetwork/transport/QXWebSocketMgr.h"
 
+#include <orvnetwork/platform/ConnectReport.h>
+#include <orvnetwork/platform/NetworkSettings.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/transport/detail/LinkSettings.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -23,6 +26,22 @@ void QXWebSocketMgr::setApiServerUrl(OptionalString url) {
   Platform::current().reachability().setServer(url);
   const std::lock_guard lock(mutex_);
   apiServerUrl_ = std::move(url);
+}
+
+void QXWebSocketMgr::setNetworkSettings(NetworkSettings settings) {
+  auto shared = std::make_shared<const NetworkSettings>(std::move(settings));
+  const std::lock_guard lock(mutex_);
+  networkSettings_.swap(shared);
+}
+
+NetworkSettings QXWebSocketMgr::networkSettings() const {
+  const std::lock_guard lock(mutex_);
+  return networkSettings_ ? *networkSettings_ : NetworkSettings{};
+}
+
+ConnectReport QXWebSocketMgr::connectReport() const {
+  const std::shared_ptr<WebSocket> socket = webSocket();
+  return socket ? socket->connectReport() : ConnectReport{};
 }
 
 OptionalString QXWebSocketMgr::globalUUID() const {
