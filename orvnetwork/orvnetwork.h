@@ -70,6 +70,7 @@
 #include <orvnetwork/support/QXDate.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/support/QXPathManager.h>
+#include <orvnetwork/transport/DistinctIdentifiers.h>
 #include <orvnetwork/transport/LinkFailure.h>
 #include <orvnetwork/transport/LinkReading.h>
 #include <orvnetwork/transport/QXNotification.h>

@@ -4,6 +4,7 @@
 #include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/Reply.h>
 #include <orvnetwork/data/Export.h>
+#include <orvnetwork/transport/DistinctIdentifiers.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
 #include <concepts>
@@ -18,7 +19,8 @@ namespace detail {
 
 class QuestionState;
 
-/// A request that is being made: it has the operation's two callbacks lead to one `Pending`.
+/// A request that is being made: it has the operation's two callbacks lead to one `Pending`, and its identifier differ from
+/// those of the requests before it.
 class ORV_EXPORT Question {
  public:
   Question();
@@ -34,6 +36,7 @@ class ORV_EXPORT Question {
 
  private:
   const std::shared_ptr<QuestionState> state_;
+  const DistinctIdentifiers distinct_;
 };
 
 /// The leading parameters of an operation, those before its two callbacks; undefined for what is no operation.

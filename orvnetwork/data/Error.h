@@ -14,8 +14,11 @@ namespace orv {
 /// |---|---|---|
 /// | `OrvJson`, `OrvPropertyList` | the readers and writers of these texts | 3840 |
 /// | `OrvFrame` | the reader of the server's frames | 1 no dictionary, 2 "v" is none, 3 no text |
-/// | `OrvWebSocket`, `OrvTls`, `OrvNameLookup` | the parts of the link | each of their own |
+/// | `OrvZoneRules` | the reader of time zones | 1 |
+/// | `OrvWebSocket`, `OrvTls`, `OrvNameLookup`, `OrvProxy` | the parts of the link | each of their own |
 /// | `OrvPending` | an answer that did not come | the number of the `PendingEnd` |
+/// | `OrvClient` | the front door | the number of the `ClientError` |
+/// | `OrvLocalCourses` | the local courses | the number of the `LocalCourseTrouble` |
 /// | `POSIX` | the operating system | error numbers (`errno`) |
 struct Error {
   /// Who says so. Never empty in an error of the library's.

@@ -3,6 +3,7 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/DistinctIdentifiers.h>
 #include <orvnetwork/transport/detail/CurrentReply.h>
 #include <orvnetwork/transport/detail/LinkSettings.h>
 
@@ -36,7 +37,7 @@ OptionalString writeFrame(const json::object& frame) {
 std::shared_ptr<QXRequestItem> newItem(OptionalString command, CompleteBlock completeBlock,
                                        TimeoutBlock timeoutBlock) {
   auto item = std::make_shared<MakeableItem>();
-  item->timestamp = item->genTimestamp();
+  item->timestamp = DistinctIdentifiers::take(item->genTimestamp());
   item->command = std::move(command);
   item->completeBlock = std::move(completeBlock);
   item->timeoutBlock = std::move(timeoutBlock);

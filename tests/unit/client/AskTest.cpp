@@ -57,6 +57,25 @@ TEST_F(Ask, TellsARefusal) {
   EXPECT_EQ(outcomes, Strings{"Course.Get.Info was refused with code 77: no"});
 }
 
+TEST_F(Ask, RequestsOfOneMomentAreToldApart) {
+  bringUp();
+  server.onRequest([this](testing::ConnectionId connection, const json::object& frame) {
+    server.reply(connection, frame, {{"ret", 0}, {"data", frame.at("v")}});
+  });
+  // The clock stands still meanwhile: some forty pairs of these would have the same identifier.
+  constexpr int kRequests = 300;
+  int right = 0;
+  std::vector<PendingCallback> kept;
+  for (int i = 0; i < kRequests; ++i) {
+    kept.push_back(askInfo(std::to_string(i)).then([&right, i](const Reply& reply) {
+      const auto* const data = reply.data();
+      right += data != nullptr && data->at("roomID") == json::value(std::to_string(i)) ? 1 : 0;
+    }));
+  }
+  settle();
+  EXPECT_EQ(right, kRequests);
+}
+
 TEST_F(Ask, TellsThatNoAnswerCame) {
   bringUp();
   const auto kept = askInfo("7").then(note());
