@@ -265,7 +265,9 @@ class ORV_EXPORT QXCourseManager final {
   QXCourseManager();
   ~QXCourseManager();
 
-  // These take the catalogue themselves.
+  // These take the catalogue themselves. A page is loaded for the catalogue that was opened as the `opened`th, or not.
+  void loadRecordPage(std::int64_t page, std::int64_t retryCount, std::uint64_t opened);
+  void loadLivePage(std::int64_t page, std::uint64_t status, std::int64_t retryCount, std::uint64_t opened);
   void retryRecordPage(const PageLoad& load);
   void mergeRecordPage(const PageLoad& load, const json::array& items);
   void checkAfterRecordPage(const PageLoad& load, bool lastPage);

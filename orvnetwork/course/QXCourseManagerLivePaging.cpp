@@ -117,16 +117,21 @@ bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_ret
   catalogue_->evictLive();
   const auto next = takeNextLivePage(*catalogue_, left);
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
-    catalogue_->startLoad(catalogue_->livePaging, *next, [this, wanted = *next] {
-      loadLiveCourseWithPage_courseStatus_retryCount(wanted.page, wanted.status, MaxRetryCount);
-    });
+    catalogue_->startLoad(catalogue_->livePaging, *next,
+                          [this, wanted = *next, opened = catalogue_->opened()] {
+                            loadLivePage(wanted.page, wanted.status, MaxRetryCount, opened);
+                          });
   }
   return true;
 }
 
 void QXCourseManager::loadLiveCourseWithPage_courseStatus_retryCount(std::int64_t page, std::uint64_t status,
                                                                      std::int64_t retryCount) {
-  const std::uint64_t opened = catalogue_->opened();
+  loadLivePage(page, status, retryCount, catalogue_->opened());
+}
+
+void QXCourseManager::loadLivePage(std::int64_t page, std::uint64_t status, std::int64_t retryCount,
+                                   std::uint64_t opened) {
   const std::optional<PagingUser> user = PagingUser::current();
   if (!user || !catalogue_->belongsTo(user->uID, opened)) return;
   const std::shared_ptr<Semaphore> inFlight = catalogue_->livePaging.inFlight;
@@ -168,7 +173,7 @@ void QXCourseManager::loadLiveCourseWithPage_courseStatus_retryCount(std::int64_
 
 void QXCourseManager::retryLivePage(const PageLoad& load) {
   if (load.retriesLeft > 0 && load.opened == catalogue_->opened()) {
-    return loadLiveCourseWithPage_courseStatus_retryCount(load.page, load.status, load.retriesLeft);
+    return loadLivePage(load.page, load.status, load.retriesLeft, load.opened);
   }
   catalogue_->merges->post([this, load] { checkAfterLivePage(load, false); });
 }

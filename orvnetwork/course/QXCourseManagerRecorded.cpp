@@ -89,15 +89,20 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
   left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount});
   catalogue_->evict();
   if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
-    catalogue_->startLoad(catalogue_->paging, *next, [this, wanted = next->page] {
-      loadRecordCourseWithPage_retryCount(wanted, MaxRetryCount);
-    });
+    catalogue_->startLoad(catalogue_->paging, *next,
+                          [this, wanted = next->page, opened = catalogue_->opened()] {
+                            loadRecordPage(wanted, MaxRetryCount, opened);
+                          });
   }
   return false;
 }
 
 void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std::int64_t retryCount) {
-  const std::uint64_t opened = catalogue_->opened();
+  loadRecordPage(page, retryCount, catalogue_->opened());
+}
+
+// Another catalogue may have been opened since the page was wanted: there it is nobody's.
+void QXCourseManager::loadRecordPage(std::int64_t page, std::int64_t retryCount, std::uint64_t opened) {
   const std::optional<PagingUser> user = PagingUser::current();
   // When the user has just changed, the catalogue is about to, and who waits for this one is dropped.
   if (!user || !catalogue_->belongsTo(user->uID, opened)) return;
@@ -131,7 +136,7 @@ void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std
 
 void QXCourseManager::retryRecordPage(const PageLoad& load) {
   if (load.retriesLeft > 0 && load.opened == catalogue_->opened()) {
-    return loadRecordCourseWithPage_retryCount(load.page, load.retriesLeft);
+    return loadRecordPage(load.page, load.retriesLeft, load.opened);
   }
   catalogue_->merges->post([this, load] { checkAfterRecordPage(load, false); });
 }

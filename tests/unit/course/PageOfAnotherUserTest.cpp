@@ -115,6 +115,26 @@ TEST_F(PageOfAnotherUser, IsNotAskedForAgainInTheNameOfTheNextOne) {
   EXPECT_EQ(answers, Strings{"second true 1"});
 }
 
+TEST_F(PageOfAnotherUser, IsNotAskedForInTheNextCatalogueWhenItWasWantedForTheOneBefore) {
+  signIn();
+  holdPages();
+  // A worker has the loads of the pages still before it when the user changes.
+  platform.holdGlobalQueue(true);
+  ask("first", 60, 30, true);
+  askLive("first", 60, 30, 2, true);
+  courses().checkCourseRequestPage_arriveLastPage_retryCount(-1, false, MaxRetryCount);
+  courses().checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(-1, 2, false, MaxRetryCount);
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002", "5002"));
+  platform.holdGlobalQueue(false);
+  settle();
+  EXPECT_EQ(held.size(), 0u) << "nobody wants the third page of this one";
+  ask("second", 0, 30);
+  askLive("second", 0, 30, 2);
+  settle();
+  ASSERT_EQ(held.size(), 2u);
+  for (const json::object& request : held) EXPECT_EQ(request.at("v").at("start"), 1);
+}
+
 TEST_F(PageOfAnotherUser, IsNotMergedWhenTheFirstOneIsBackBefore) {
   signIn();
   holdPages();
