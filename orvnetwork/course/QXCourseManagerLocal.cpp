@@ -30,11 +30,13 @@ void putInFront(Catalogue& catalogue, const std::string& key, const QXCourseMana
   catalogue.tellCourse(CourseListKind::Local, course->roomID);
 }
 
-/// The list is written first: whenever the process ends, no course is listed whose record is gone.
+/// The list is written first: whenever the process ends, no course is listed whose record is gone. A full disk that did
+/// not take it has the record's room then.
 void removeLocal(Catalogue& catalogue, const std::string& key, const QXCourseManager::Course& course) {
   catalogue.local.list().remove(key);
-  catalogue.local.saveLists();
+  const bool isListWritten = catalogue.local.saveLists();
   catalogue.local.drop(key);
+  if (!isListWritten) catalogue.local.saveLists();
   if (course != nullptr) {
     throwAway(course->courseFolder(), catalogue.local.files().folder(), *catalogue.workers.load());
   }

@@ -80,10 +80,10 @@ void Collection::remove(const std::string& key) {
   drop(key);
 }
 
-void Collection::saveLists() const {
+bool Collection::saveLists() const {
   json::array stored;
   for (const KeyList& list : lists_) stored.emplace_back(asArray(list.snapshot()));
-  files_.writeList(lists_.size() == 1 ? stored.front().get_array() : stored);
+  return files_.writeList(lists_.size() == 1 ? stored.front().get_array() : stored);
 }
 
 void Collection::open(const std::string& base) {

@@ -60,8 +60,8 @@ class Collection {
   void dropVanished(const std::string& key);
   /// Removes a key from every list, and its record from memory and from the disk.
   void remove(const std::string& key);
-  /// Writes the keys: one list as it is, several as an array of lists.
-  void saveLists() const;
+  /// Writes the keys: one list as it is, several as an array of lists. Whether the disk has taken them.
+  bool saveLists() const;
 
   /// Makes the folder below the catalogue's, `base`, and notes where the files are.
   void open(const std::string& base);

@@ -95,6 +95,18 @@ TEST_F(LocalCourseFaults, FullDiskLeavesWhatWasThereAndTakesMoreOnceThereIsRoom)
   EXPECT_EQ(titleInMemory(1), "new");
 }
 
+TEST_F(LocalCourseFaults, ListThatTheDiskDidNotTakeIsWrittenWhenADeletedRecordHasMadeRoom) {
+  addRooms(1, 3);
+  platform.files().failAt(FileOperation::WriteAtomically, 1);
+  courses().deleteLocalCourse(courses().getLocalCourseWithRoomID(2));
+  EXPECT_TRUE(consoleTold("localCourse.plist cannot be written"));
+  EXPECT_EQ(listOnDisk(), (Keys{"3", "1"}));
+  platform.files().failAt(FileOperation::WriteAtomically, 1);
+  courses().deleteLocalCourseWithRoomID(3);
+  startAnew();
+  EXPECT_EQ(courses().localCourseList(), Keys{"1"}) << "none that has no record";
+}
+
 TEST_F(LocalCourseFaults, RecordIsWrittenBeforeTheListThatNamesIt) {
   add(1);
   platform.files().failAt(FileOperation::WriteAtomically, 2);
