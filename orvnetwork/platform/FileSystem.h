@@ -24,6 +24,8 @@ class ORV_EXPORT FileHandle {
   virtual std::uint64_t seekToEnd() = 0;
   /// Flushes what was written to the disk, and returns when the disk has it; false when it refuses.
   virtual bool synchronize() = 0;
+  /// Whether the file has no name any more, so that nobody will find what is written. False where that cannot be told.
+  virtual bool isRemoved() const { return false; }
 };
 
 /// What a write has to survive.

@@ -82,6 +82,7 @@ void LogFileWriter::tellLost(WallTime now) {
 
 void LogFileWriter::write() {
   if (block_.empty()) return;
+  if (folder_.openNewIfRemoved()) isTorn_ = false;
   // Nothing is told of a failure: there is no better place for it than this log.
   if (const auto handle = folder_.writeFileHandle()) {
     if (std::exchange(isTorn_, false)) block_.insert(block_.begin(), '\n');

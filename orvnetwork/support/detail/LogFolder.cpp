@@ -104,6 +104,13 @@ bool LogFolder::openNewLogFile() {
   return true;
 }
 
+bool LogFolder::openNewIfRemoved() {
+  const auto handle = writeFileHandle();
+  const bool isRemoved = handle && handle->isRemoved();
+  if (isRemoved) openNewLogFile();
+  return isRemoved;
+}
+
 void LogFolder::checkFileSize() {
   const auto handle = writeFileHandle();
   if (!handle || handle->offset() <= kRotateAbove) return;

@@ -28,6 +28,9 @@ class LogFolder {
   void open();
 
   bool openNewLogFile();
+  /// Opens one if that which is open has been removed, as another program that writes more does with the oldest. Whether
+  /// it has.
+  bool openNewIfRemoved();
   void checkFileSize();
   void synchronizeFile();
   void saveLog();

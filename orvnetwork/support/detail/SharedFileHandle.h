@@ -30,6 +30,10 @@ class SharedFileHandle final : public FileHandle {
     const std::lock_guard lock(mutex_);
     return file_ && file_->synchronize();
   }
+  bool isRemoved() const override {
+    const std::lock_guard lock(mutex_);
+    return file_ && file_->isRemoved();
+  }
   void close() {
     const std::lock_guard lock(mutex_);
     file_.reset();

@@ -184,6 +184,20 @@ TEST(QXFileLogProcess, TwoProgramsWriteOneFileAndEachLineStaysWhole) {
   EXPECT_EQ(next, std::vector<int>(kPrograms, kLines));
 }
 
+TEST(QXFileLogProcess, LinesOfAProgramWhoseFileAnotherOneHasRemovedAreNotLost) {
+  EXPECT_EQ(runProgram([] {
+              QXFileLog& log = QXFileLog::standard();
+              log.logString("before");
+              waitForLog();
+              fs::remove(*log.logFilePath());
+              log.logString("after");
+              waitForLog();
+              return fs::exists(*log.logFilePath()) ? 0 : 1;
+            }),
+            0);
+  EXPECT_EQ(loggedMessages(), std::vector<std::string>{"after"});
+}
+
 TEST(QXFileLogProcess, ALineThatWasTornByAFullDiskDoesNotTearTheNextOne) {
   const int status = runProgram([] {
     signal(SIGXFSZ, SIG_IGN);

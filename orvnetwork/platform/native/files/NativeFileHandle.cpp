@@ -1,5 +1,7 @@
 #include "orvnetwork/platform/native/files/NativeFileHandle.h"
 
+#include <sys/stat.h>
+
 #include <string_view>
 
 namespace orv {
@@ -24,6 +26,11 @@ std::uint64_t NativeFileHandle::seekToEnd() {
 
 bool NativeFileHandle::synchronize() {
   return retryOnSignal([this] { return ::fdatasync(file_.get()); }) == 0;
+}
+
+bool NativeFileHandle::isRemoved() const {
+  struct stat status {};
+  return ::fstat(file_.get(), &status) == 0 && status.st_nlink == 0;
 }
 
 }  // namespace orv

@@ -19,6 +19,7 @@ class NativeFileHandle final : public FileHandle {
   std::uint64_t offset() const override { return offset_; }
   std::uint64_t seekToEnd() override;
   bool synchronize() override;
+  bool isRemoved() const override;
 
  private:
   FileDescriptor file_;
