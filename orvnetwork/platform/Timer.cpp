@@ -91,6 +91,8 @@ class ScheduledTimer final : public Timer, public std::enable_shared_from_this<S
     }
     if (action && *action) runGuarded("timer", *action);
     running_.store(false, std::memory_order_release);
+    // Meanwhile the main thread may have let go of it.
+    Platform::current().mainQueue().destroyThere(std::move(action));
   }
 
   const Seconds interval_;

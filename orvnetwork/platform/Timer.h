@@ -28,7 +28,7 @@ class ORV_EXPORT Timer {
   virtual void fire() = 0;
 
   /// Ends the timer. Any thread, any number of times, also from inside the action. The action is destroyed on the
-  /// main thread: before this returns when it is called there and not from inside the action.
+  /// main thread: before this returns when it is called there and no thread is inside the action.
   virtual void invalidate() = 0;
 
   /// Whether it will still fire, or its action runs. Any thread.

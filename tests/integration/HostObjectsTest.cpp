@@ -132,5 +132,21 @@ TEST_F(HostObjectsOnThreads, OfTimersThatAnyThreadInvalidatesEndOnMain) {
   EXPECT_EQ(counts.endedElsewhere, 0);
 }
 
+TEST_F(HostObjectsOnThreads, OfATimerThatIsInvalidatedWhileAnotherThreadFiresItEndOnMain) {
+  configure(listener.url());
+  std::atomic<bool> runs{false}, isInvalidated{false};
+  const auto timer = Timer::schedule(Seconds(1000), true, [held = object(), &runs, &isInvalidated] {
+    runs = true;
+    while (!isInvalidated) std::this_thread::yield();
+  });
+  std::thread other([&timer] { timer->fire(); });
+  while (!runs) std::this_thread::yield();
+  timer->invalidate();
+  isInvalidated = true;
+  other.join();
+  EXPECT_TRUE(pumpUntil([&] { return counts.alive == 0; }));
+  EXPECT_EQ(counts.endedElsewhere, 0);
+}
+
 }  // namespace
 }  // namespace orv
