@@ -7,8 +7,11 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/post.hpp>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
@@ -26,6 +29,18 @@ using Acceptor = net::basic_socket_acceptor<net::ip::tcp, Executor>;
 
 void check(const error_code& error, const std::string& what) {
   if (error) throw std::runtime_error(what + ": " + error.message());
+}
+
+/// Gives a socket that the system has made to the one that takes care of it. The system makes them closed to programs that
+/// are started at any moment from then on, which Asio does not: one of them would keep the port, and the links.
+template <typename Taker>
+void assign(Taker& taker, const net::ip::tcp& protocol, int descriptor, error_code& error) {
+  if (descriptor < 0) {
+    error.assign(errno, boost::system::system_category());
+    return;
+  }
+  taker.assign(protocol, descriptor, error);
+  if (error) ::close(descriptor);
 }
 
 class Server : public Network {
@@ -81,7 +96,9 @@ class Server : public Network {
     check(error, "address " + options_.host);
     const net::ip::tcp::endpoint endpoint(address, options_.port);
     const std::string what = options_.host + " port " + std::to_string(options_.port);
-    acceptor_.open(endpoint.protocol(), error);
+    const net::ip::tcp protocol = endpoint.protocol();
+    assign(acceptor_, protocol,
+           ::socket(protocol.family(), protocol.type() | SOCK_CLOEXEC, protocol.protocol()), error);
     check(error, what);
     acceptor_.set_option(Acceptor::reuse_address(true), error);
     check(error, what);
@@ -89,17 +106,27 @@ class Server : public Network {
     check(error, what);
     acceptor_.listen(net::socket_base::max_listen_connections, error);
     check(error, what);
+    // Somebody may have gone again before he is accepted.
+    acceptor_.native_non_blocking(true, error);
+    check(error, what);
+    protocol_ = protocol;
     port_ = acceptor_.local_endpoint().port();
   }
 
   void accept() {
-    acceptor_.async_accept([this](error_code error, Socket socket) {
+    acceptor_.async_wait(Acceptor::wait_read, [this](error_code error) {
       if (error == net::error::operation_aborted || !acceptor_.is_open()) return;
-      if (error) {  // out of descriptors, most likely: let some be given back
+      Socket socket(ioc_.get_executor());
+      if (!error) {
+        assign(socket, protocol_, ::accept4(acceptor_.native_handle(), nullptr, nullptr, SOCK_CLOEXEC),
+               error);
+      }
+      const bool hasGone = error == net::error::would_block || error == net::error::connection_aborted;
+      if (error && !hasGone) {  // out of descriptors, most likely: let some be given back
         runAfter(std::chrono::milliseconds(100), [this] { accept(); });
         return;
       }
-      admit(std::move(socket));
+      if (!error) admit(std::move(socket));
       accept();
     });
   }
@@ -144,6 +171,7 @@ class Server : public Network {
   net::io_context ioc_{1};
   net::executor_work_guard<Executor> work_{ioc_.get_executor()};
   Acceptor acceptor_{ioc_.get_executor()};
+  net::ip::tcp protocol_ = net::ip::tcp::v4();
   std::uint16_t port_ = 0;
   std::thread thread_;
 };

@@ -2,6 +2,7 @@
 #include "tests/devserver/EventReader.h"
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
+#include "tests/support/InheritedDescriptors.h"
 
 #include <openssl/evp.h>
 #include <openssl/pem.h>
@@ -165,6 +166,13 @@ TEST_F(Robustness, StopsWithClientsConnectedInEveryStage) {
   EXPECT_FALSE(server.running());
   server.stop();
   EXPECT_EQ(server.push("Rooms.Push.Message"), 0u);
+}
+
+TEST_F(Robustness, LeavesNoDescriptorToAProgramThatIsStarted) {
+  const RawClient client = open();
+  const auto inherited = inheritedDescriptors();
+  server.stop();
+  EXPECT_EQ(inherited, inheritedDescriptors()) << "it would keep the port, and the link";
 }
 
 TEST_F(Robustness, RestartsOnTheSamePortAgainAndAgain) {

@@ -1,29 +1,15 @@
 // What a program that the host starts gets of the link: nothing, or the link would outlive the host.
 
+#include <tests/support/InheritedDescriptors.h>
 #include <tests/support/TlsIdentity.h>
 #include <tests/support/WebSocketFixture.h>
 
-#include <fcntl.h>
-
-#include <filesystem>
 #include <set>
-#include <string>
 
 namespace orv {
 namespace {
 
 using namespace test;
-
-/// The descriptors that stay open in a program that is started now.
-std::set<int> inheritedDescriptors() {
-  std::set<int> inherited;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    const int descriptor = std::stoi(entry.path().filename());
-    const int flags = ::fcntl(descriptor, F_GETFD);
-    if (flags >= 0 && (flags & FD_CLOEXEC) == 0) inherited.insert(descriptor);
-  }
-  return inherited;
-}
 
 class InheritedDescriptors : public WebSocketTest {
  protected:
