@@ -1,4 +1,3 @@
-#include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/support/QXPathManager.h>
 
@@ -58,7 +57,7 @@ ExitCode run(const LogCommand& command, Context& context) {
     writeAll(STDERR_FILENO,
              "orv: the first " + std::to_string(tail->skipped) + " bytes of the log are left out\n");
   }
-  output.text(printable(hideSecrets(tail->text)));
+  output.text(printable(hideSecretsInLog(tail->text)));
   return ExitCode::Success;
 }
 

@@ -1,5 +1,7 @@
 #include "cli/LogFile.h"
 
+#include <orvnetwork/data/Secrets.h>
+
 #include "cli/CliError.h"
 
 #include <fcntl.h>
@@ -25,10 +27,16 @@ bool isLineOfLog(std::string_view line) {
                     [](char shape, char c) { return shape == '0' ? c >= '0' && c <= '9' : c == shape; });
 }
 
-/// What of a text that was cut at its front begins with a line of the log; nothing where none does.
-std::string_view fromFirstLine(std::string_view text) {
+/// The first line feed that a line of the log follows.
+std::size_t endOfLine(std::string_view text) {
   std::size_t at = text.find('\n');
   while (at != std::string_view::npos && !isLineOfLog(text.substr(at + 1))) at = text.find('\n', at + 1);
+  return at;
+}
+
+/// What of a text that was cut at its front begins with a line of the log; nothing where none does.
+std::string_view fromFirstLine(std::string_view text) {
+  const std::size_t at = endOfLine(text);
   return at == std::string_view::npos ? std::string_view() : text.substr(at + 1);
 }
 
@@ -75,6 +83,17 @@ Result<LogTail> readLogTail(const std::filesystem::path& path, std::size_t bound
   Result<LogTail> tail = readTail(descriptor, bound);
   ::close(descriptor);
   return tail;
+}
+
+std::string hideSecretsInLog(std::string_view text) {
+  std::string shown;
+  while (true) {
+    const std::size_t end = endOfLine(text);
+    shown += hideSecrets(text.substr(0, end));
+    if (end == std::string_view::npos) return shown;
+    shown += '\n';
+    text.remove_prefix(end + 1);
+  }
 }
 
 }  // namespace orv::cli

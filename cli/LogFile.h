@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace orv::cli {
 
@@ -20,5 +21,9 @@ struct LogTail {
 /// Reads at most `bound` bytes from the end of a log file, from the beginning of a line of the log on. An error for
 /// what is no file, cannot be read, or has no line that begins there.
 Result<LogTail> readLogTail(const std::filesystem::path& path, std::size_t bound);
+
+/// A text of the log with its secrets hidden, in each line of the log by itself: where the end of a value cannot be told,
+/// that hides the rest of its line, and none of those that follow.
+std::string hideSecretsInLog(std::string_view text);
 
 }  // namespace orv::cli

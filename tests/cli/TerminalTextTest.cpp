@@ -140,6 +140,16 @@ TEST_F(LogFiles, OfAnySizeAreReadFromALineOfTheLogOnAndWithABound) {
   EXPECT_EQ(whole->text.size(), size);
 }
 
+TEST_F(LogFiles, ALineWhoseSecretHasNoEndHidesNoOther) {
+  const std::string begin = "2024/01/31 08:45:02.000 - ";
+  std::ofstream(file) << begin << "a course \"token: 'x\"\n"
+                      << begin << ":( Websocket Failed\n"
+                      << begin << "{\"pwd\": [\n1\n]}\n"
+                      << begin << "the last\n";
+  EXPECT_EQ(runOrv({"log"}).out, begin + "a course \"token: ***\n" + begin + ":( Websocket Failed\n" + begin +
+                                     "{\"pwd\": ***}\n" + begin + "the last\n");
+}
+
 TEST_F(LogFiles, OneThatHasGrownBeyondAllMeasureIsShownFromItsEnd) {
   std::ofstream out(file);
   const std::string line = "2024/01/31 08:45:02.000 - " + std::string(1000, 'x') + "\n";
