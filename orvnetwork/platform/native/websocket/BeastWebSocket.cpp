@@ -187,6 +187,7 @@ void BeastWebSocket::reportClosed(int code, OptionalString reason, bool wasClean
 
 bool BeastWebSocket::takeTerminalEvent() {
   state_ = WebSocketState::Closed;
+  recorder_.stop();
   return !std::exchange(reported_, true);
 }
 

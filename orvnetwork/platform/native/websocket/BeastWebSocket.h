@@ -5,6 +5,7 @@
 // The peer is never waited for without bound: connecting, closing and the acknowledgement of sent data have a limit
 // each. What it sends is read piece by piece, and no further than there is room for what waits for the main thread.
 
+#include <orvnetwork/platform/native/websocket/ConnectRecorder.h>
 #include <orvnetwork/platform/native/websocket/GatheringStream.h>
 #include <orvnetwork/platform/native/websocket/MessageBuffer.h>
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
@@ -41,6 +42,7 @@ class BeastWebSocket final : public WebSocket,
   void send(std::shared_ptr<const std::string> text) override;
   void sendPing(std::string payload) override;
   WebSocketState readyState() const override { return state_; }
+  ConnectReport connectReport() const override { return recorder_.report(); }
 
  private:
   /// What an event takes of memory beside its payload while it waits for the main thread.
@@ -66,6 +68,7 @@ class BeastWebSocket final : public WebSocket,
   // Connecting.
   void startConnecting();
   void onConnected(const WebSocketUrl& url, const std::optional<Error>& error);
+  void onWayOpen(const WebSocketUrl& url);
   void startTls(const WebSocketUrl& url);
   void startHandshake(const WebSocketUrl& url);
   void onHandshake(const error_code& error);
@@ -125,6 +128,7 @@ class BeastWebSocket final : public WebSocket,
   std::atomic<bool> readingPaused_{false};
   std::atomic<bool> flooded_{false};
   OutgoingQueue queue_;
+  ConnectRecorder recorder_;
 
   // The network thread's.
   asio::io_context& context_;

@@ -1,5 +1,6 @@
-// The way to an open socket: address, host look-up and TCP, then TLS for wss, then the HTTP upgrade. One deadline
-// covers all of it. Each step ends in the next one or in `fail`, and none goes on once the socket has been closed.
+// The way to an open socket: address, host look-up and TCP to the next hop, then TLS for wss, then the HTTP upgrade.
+// One deadline covers all of it. Each step ends in the next one or in `fail`, and none goes on once the socket has been
+// closed. What each has met is written down for `connectReport`.
 // An answer other than 101 fails at once, by its status alone, whatever body follows.
 
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
@@ -28,6 +29,7 @@ namespace http = boost::beast::http;
 void BeastWebSocket::startConnecting() {
   if (phase_ != Phase::Idle) return;
   phase_ = Phase::Connecting;
+  recorder_.start();
   const auto url = parseWebSocketUrl(request_.url.value_or(""));
   if (!url) return fail(websocket_error::kBadUrl, "not a WebSocket address");
   armDeadline(request_.connectTimeout, &BeastWebSocket::connectTimedOut);
@@ -44,6 +46,11 @@ void BeastWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Er
   const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(limits_.unacknowledged);
   const int milliseconds = static_cast<int>(limit.count());
   ::setsockopt(socket.native_handle(), IPPROTO_TCP, TCP_USER_TIMEOUT, &milliseconds, sizeof milliseconds);
+  onWayOpen(url);
+}
+
+/// The bytes of the socket are the server's from here on.
+void BeastWebSocket::onWayOpen(const WebSocketUrl& url) {
   if (url.secure) {
     startTls(url);
   } else {
@@ -52,10 +59,12 @@ void BeastWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Er
 }
 
 void BeastWebSocket::startTls(const WebSocketUrl& url) {
+  recorder_.begin(ConnectStep::Tls);
   SSL* const session = newTlsSession(url.host);
   if (session == nullptr) return fail({websocket_error::kTlsDomain, 0, "no TLS session for this host"});
   stream().startTls(session, [self = shared_from_this(), this, url](const error_code& error) {
     if (phase_ != Phase::Connecting) return;
+    recorder_.end(ConnectStep::Tls);
     if (!error) return startHandshake(url);
     if (error.category() == boost::system::system_category()) return fail(systemError(error));
     if (error.category() == asio::error::get_ssl_category()) {
@@ -66,6 +75,7 @@ void BeastWebSocket::startTls(const WebSocketUrl& url) {
 }
 
 void BeastWebSocket::startHandshake(const WebSocketUrl& url) {
+  recorder_.begin(ConnectStep::Upgrade);
   protocol_.set_option(websocket::stream_base::decorator([url](websocket::request_type& request) {
     request.set(http::field::origin, url.origin);
     if (url.authorization) request.set(http::field::authorization, *url.authorization);
@@ -88,6 +98,7 @@ void BeastWebSocket::onHandshake(const error_code& error) {
   auto expected = WebSocketState::Connecting;
   if (!state_.compare_exchange_strong(expected, WebSocketState::Open)) return;
   phase_ = Phase::Open;
+  recorder_.stop();
   disarmDeadline();
   deliver([](WebSocketDelegate& delegate, WebSocket& socket) { delegate.webSocketDidOpen(socket); });
   protocol_.text(true);
