@@ -233,6 +233,11 @@ std::string RawListener::url(std::string_view path, std::string_view scheme, std
   return std::string(scheme) + "://" + std::string(host) + ":" + std::to_string(port_) + std::string(path);
 }
 
+bool RawListener::hasConnection(int milliseconds) const {
+  pollfd waiting{socket_.get(), POLLIN, 0};
+  return retryOnSignal([&] { return ::poll(&waiting, 1, milliseconds); }) == 1;
+}
+
 RawPeer RawListener::accept() {
   waitForDescriptor(socket_.get(), POLLIN);
   const int descriptor = accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC);

@@ -93,6 +93,8 @@ class RawListener {
   std::string url(std::string_view path = "/", std::string_view scheme = "ws",
                   std::string_view host = "127.0.0.1") const;
   RawPeer accept();
+  /// Whether somebody has connected, and waits for `accept`.
+  bool hasConnection(int milliseconds = 0) const;
 
  private:
   FileDescriptor socket_;

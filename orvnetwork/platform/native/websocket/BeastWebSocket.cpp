@@ -45,7 +45,7 @@ BeastWebSocket::BeastWebSocket(WebSocketRequest request, Executor& mainQueue, Na
       context_(ioContext()),
       request_(std::move(request)),
       protocol_(context_, static_cast<GatheringStream::Owner&>(*this)),
-      connector_(stream().socket()),
+      connector_(stream().socket(), recorder_),
       deadline_(context_),
       message_(limits.incomingBytes) {
   protocol_.auto_fragment(false);

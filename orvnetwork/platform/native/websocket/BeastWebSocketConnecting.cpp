@@ -7,12 +7,14 @@
 
 #include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/HandshakeGate.h>
+#include <orvnetwork/platform/native/websocket/HttpDate.h>
 #include <orvnetwork/platform/native/websocket/TlsSession.h>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -33,7 +35,7 @@ void BeastWebSocket::startConnecting() {
   const auto url = parseWebSocketUrl(request_.url.value_or(""));
   if (!url) return fail(websocket_error::kBadUrl, "not a WebSocket address");
   armDeadline(request_.connectTimeout, &BeastWebSocket::connectTimedOut);
-  connector_.start(url->host, url->port, deadline_.expiry(), shared_from_this(),
+  connector_.start(url->host, url->port, shared_from_this(),
                    [this, url = *url](const std::optional<Error>& error) { onConnected(url, error); });
 }
 
@@ -87,6 +89,10 @@ void BeastWebSocket::startHandshake(const WebSocketUrl& url) {
 
 void BeastWebSocket::onHandshake(const error_code& error) {
   if (phase_ != Phase::Connecting) return;
+  recorder_.end(ConnectStep::Upgrade);
+  if (const HandshakeGate& gate = stream().gate(); gate.status()) {
+    recorder_.answered(*gate.status(), parseHttpDate(gate.date()), std::chrono::system_clock::now());
+  }
   if (error) return handshakeFailed(error);
   if (response_.count(http::field::sec_websocket_protocol) > 0) {
     return fail(websocket_error::kBadHandshake, "the server chose a sub-protocol that was not asked for");
@@ -131,6 +137,7 @@ void BeastWebSocket::handshakeFailed(const error_code& error) {
 }
 
 void BeastWebSocket::connectTimedOut() {
+  recorder_.openTriesFailed({websocket_error::kSystemDomain, ETIMEDOUT, "no answer within the time limit"});
   fail(websocket_error::kTimedOut, "no connection within the time limit");
 }
 

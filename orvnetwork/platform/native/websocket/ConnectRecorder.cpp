@@ -72,6 +72,16 @@ void ConnectRecorder::tryGivenUp(std::size_t number) {
   if (Span* const span = openTry(number)) span->ended = now_();
 }
 
+void ConnectRecorder::openTriesFailed(const Error& error) {
+  const std::lock_guard lock(mutex_);
+  for (std::size_t i = 0; i < tries_.size(); ++i) {
+    Span* const span = openTry(i);
+    if (span == nullptr) continue;
+    span->ended = now_();
+    report_.attempts[i].error = error;
+  }
+}
+
 void ConnectRecorder::goesThrough(std::string shownProxy) {
   const std::lock_guard lock(mutex_);
   if (!whole_.ended) report_.throughProxy = std::move(shownProxy);

@@ -41,6 +41,8 @@ class ConnectRecorder {
   void tryFailed(std::size_t number, Error error);
   /// It was given up since another one won.
   void tryGivenUp(std::size_t number);
+  /// All that are under way have failed.
+  void openTriesFailed(const Error& error);
 
   /// @param shownProxy without user and password, see `shownProxy`
   void goesThrough(std::string shownProxy);

@@ -14,6 +14,14 @@
 
 namespace orv {
 
+/// Whether a header line begins with a name, which is in small letters and ends with a colon; a server may write it in
+/// any case.
+inline bool isHeaderLineOf(std::string_view line, std::string_view name) {
+  return line.size() >= name.size() && std::equal(name.begin(), name.end(), line.begin(), [](char a, char b) {
+           return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b + ('a' - 'A')) : b);
+         });
+}
+
 /// Holds the server's answer to the handshake back until its header is whole, so that a refusal is known at
 /// once, whatever body follows it or does not.
 class HandshakeGate {
@@ -32,6 +40,7 @@ class HandshakeGate {
     if (end != std::string_view::npos) {
       headerLeft_ = end + kEnd.size();
       status_ = readStatus(received.substr(0, received.find(kEnd.substr(0, 2))));
+      date_ = readDate(received.substr(0, headerLeft_));
       state_ = status_ == kSwitchingProtocols ? State::Passed : State::Refused;
     } else if (received.size() > kLongestHeader) {
       tooLong_ = true;
@@ -44,6 +53,8 @@ class HandshakeGate {
 
   /// The HTTP status of the answer; absent before it has come, or when it is not HTTP.
   std::optional<int> status() const { return status_; }
+  /// What stands in the header "Date" of the answer; empty without it.
+  const std::string& date() const { return date_; }
   /// It was refused because its header has no end within the bound.
   bool isTooLong() const { return tooLong_; }
 
@@ -65,9 +76,25 @@ class HandshakeGate {
     return status;
   }
 
+  static std::string readDate(std::string_view header) {
+    constexpr std::string_view kName = "date:";
+    constexpr std::string_view kBlanks = " \t";
+    while (!header.empty()) {
+      const std::size_t end = header.find("\r\n");
+      std::string_view line = header.substr(0, end);
+      if (isHeaderLineOf(line, kName)) {
+        line.remove_prefix(std::min(line.find_first_not_of(kBlanks, kName.size()), line.size()));
+        return std::string(line.substr(0, line.find_last_not_of(kBlanks) + 1));
+      }
+      header.remove_prefix(end == std::string_view::npos ? header.size() : end + 2);
+    }
+    return {};
+  }
+
   State state_ = State::Waiting;
   bool tooLong_ = false;
   std::optional<int> status_;
+  std::string date_;
   std::size_t headerLeft_ = 0;
 };
 
@@ -75,18 +102,12 @@ class HandshakeGate {
 inline std::string linesOfHandshake(std::string_view header) {
   constexpr std::array<std::string_view, 3> kNames = {"upgrade:", "connection:", "sec-websocket-"};
   constexpr std::string_view kLineEnd = "\r\n";
-  const auto startsWith = [](std::string_view line, std::string_view name) {
-    return line.size() >= name.size() &&
-           std::equal(name.begin(), name.end(), line.begin(), [](char a, char b) {
-             return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b + ('a' - 'A')) : b);
-           });
-  };
   std::string lines;
   for (bool first = true; !header.empty(); first = false) {
     const std::string_view line = header.substr(0, header.find(kLineEnd) + kLineEnd.size());
     header.remove_prefix(line.size());
     const bool wanted = first || header.empty() || std::any_of(kNames.begin(), kNames.end(), [&](auto name) {
-                          return startsWith(line, name);
+                          return isHeaderLineOf(line, name);
                         });
     if (wanted) lines += line;
   }

@@ -4,19 +4,22 @@
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 
 #include <netdb.h>
+#include <sys/socket.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace orv {
 
 namespace {
 
-constexpr int kMostLookupsAtOnce = 32;
+constexpr int kMostLookupsAtOnce = 64;
 std::atomic<int> lookupsUnderWay{0};
 
 Error lookupError(int code) {
@@ -26,10 +29,10 @@ Error lookupError(int code) {
   return {websocket_error::kNameLookupDomain, code, gai_strerror(code)};
 }
 
-HostAddresses resolve(const std::string& host, std::uint16_t port, int flags) {
+HostAddresses resolve(const std::string& host, std::uint16_t port, int family, int flags) {
   addrinfo hints{};
   hints.ai_flags = flags | AI_NUMERICSERV;
-  hints.ai_family = AF_UNSPEC;
+  hints.ai_family = family;
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* list = nullptr;
   HostAddresses result;
@@ -48,20 +51,26 @@ HostAddresses resolve(const std::string& host, std::uint16_t port, int flags) {
   return result;
 }
 
+int familyNumber(std::optional<IpFamily> family) {
+  if (!family) return AF_UNSPEC;
+  return *family == IpFamily::Sixth ? AF_INET6 : AF_INET;
+}
+
 }  // namespace
 
 HostAddresses numericHostAddress(const std::string& host, std::uint16_t port) {
-  return resolve(host, port, AI_NUMERICHOST);
+  return resolve(host, port, AF_UNSPEC, AI_NUMERICHOST);
 }
 
-void lookUpHost(std::string host, std::uint16_t port, std::function<void(HostAddresses)> done) {
+void lookUpHost(const std::string& host, std::uint16_t port, std::optional<IpFamily> family,
+                std::function<void(HostAddresses)> done) {
   if (lookupsUnderWay.fetch_add(1) >= kMostLookupsAtOnce) {
     lookupsUnderWay.fetch_sub(1);
     return done({{}, lookupError(EAI_AGAIN)});
   }
   try {
-    startServiceThread("orv-lookup", [host = std::move(host), port, done] {
-      HostAddresses result = resolve(host, port, 0);
+    startServiceThread("orv-lookup", [host, port, family, done] {
+      HostAddresses result = resolve(host, port, familyNumber(family), 0);
       lookupsUnderWay.fetch_sub(1);
       done(std::move(result));
     }).detach();

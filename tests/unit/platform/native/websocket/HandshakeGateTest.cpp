@@ -48,6 +48,23 @@ TEST(HandshakeGate, KnowsByTheFirstLettersWhatIsNotHttp) {
   }
 }
 
+TEST(HandshakeGate, ReadsTheDateOfTheAnswerHoweverItIsWritten) {
+  for (const char* line : {"Date: now", "date:now", "DATE: \t now \t", "Date: now\r\nDate: later"}) {
+    for (const char* status : {"101", "200", "404"}) {
+      HandshakeGate gate;
+      gate.look(std::string("HTTP/1.1 ") + status + " Text\r\nX-Date: other\r\n" + line +
+                "\r\nA: b\r\n\r\nDate: body");
+      EXPECT_EQ(gate.date(), "now") << line;
+    }
+  }
+  for (const char* answer : {"HTTP/1.1 101 Yes\r\n\r\nDate: body\r\n\r\n",
+                             "HTTP/1.1 101 Yes\r\nDate:\r\n\r\n", "HTTP/1.1 101 Yes\r\nDate: now\r\n"}) {
+    HandshakeGate gate;
+    gate.look(answer);
+    EXPECT_EQ(gate.date(), "") << answer;
+  }
+}
+
 TEST(HandshakeGate, KeepsTheLinesOfTheHandshake) {
   EXPECT_EQ(
       linesOfHandshake("HTTP/1.1 101 Yes\r\nSet-Cookie: a\r\nUPGRADE: websocket\r\nDate: now\r\n"
