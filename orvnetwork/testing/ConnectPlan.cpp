@@ -1,9 +1,11 @@
 #include "orvnetwork/testing/ConnectPlan.h"
 
 #include <orvnetwork/platform/WebSocketError.h>
+#include <orvnetwork/testing/detail/PlannedRace.h>
 
-#include <cerrno>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace orv::testing {
 
@@ -13,18 +15,22 @@ namespace {
 constexpr std::int64_t kSelfSignedCertificate = 18;
 constexpr std::int64_t kNameNotKnown = -2;
 
+constexpr int kSwitchingProtocols = 101;
+
 }  // namespace
 
 ConnectPlan ConnectPlan::accept(Seconds delay) {
-  return {Outcome::Accept, delay, {}};
+  ConnectPlan plan{Outcome::Accept, delay};
+  plan.report.httpStatus = kSwitchingProtocols;
+  return plan;
 }
 
 ConnectPlan ConnectPlan::refuse(Seconds delay) {
-  return fail({websocket_error::kSystemDomain, ECONNREFUSED, "Connection refused"}, delay);
+  return fail(*PlannedAddress::refuses({}).error, delay);
 }
 
 ConnectPlan ConnectPlan::unreachable() {
-  return fail({websocket_error::kSystemDomain, ENETUNREACH, "Network is unreachable"});
+  return fail(*PlannedAddress::unreachable({}).error);
 }
 
 ConnectPlan ConnectPlan::unknownHost() {
@@ -32,7 +38,7 @@ ConnectPlan ConnectPlan::unknownHost() {
 }
 
 ConnectPlan ConnectPlan::neverAnswer() {
-  return {Outcome::NeverAnswer, Seconds::zero(), {}};
+  return {Outcome::NeverAnswer};
 }
 
 ConnectPlan ConnectPlan::failTls(Seconds delay) {
@@ -41,17 +47,38 @@ ConnectPlan ConnectPlan::failTls(Seconds delay) {
 
 ConnectPlan ConnectPlan::httpStatus(int status, Seconds delay) {
   const auto code = status >= 400 ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake;
-  return fail(
-      {websocket_error::kDomain, code, "The server answered with HTTP status " + std::to_string(status)},
-      delay);
+  ConnectPlan plan =
+      fail({websocket_error::kDomain, code, "The server answered with HTTP status " + std::to_string(status)},
+           delay);
+  plan.report.httpStatus = status;
+  return plan;
 }
 
 ConnectPlan ConnectPlan::endOfStream(Seconds delay) {
-  return {Outcome::EndOfStream, delay, {}};
+  return {Outcome::EndOfStream, delay};
 }
 
 ConnectPlan ConnectPlan::fail(Error error, Seconds delay) {
   return {Outcome::Fail, delay, std::move(error)};
+}
+
+ConnectPlan ConnectPlan::addresses(const std::vector<PlannedAddress>& inOrder) {
+  PlannedRace race(inOrder);
+  ConnectPlan plan = neverAnswer();
+  if (const auto connectedAt = race.run()) {
+    plan = accept(*connectedAt);
+  } else if (const auto failed = race.failure()) {
+    plan = fail(failed->error, failed->at);
+  }
+  plan.report.attempts = race.attempts();
+  if (plan.outcome != Outcome::NeverAnswer) plan.report.connect = plan.delay;
+  return plan;
+}
+
+ConnectPlan ConnectPlan::reporting(ConnectReport what) const {
+  ConnectPlan plan = *this;
+  plan.report = std::move(what);
+  return plan;
 }
 
 }  // namespace orv::testing

@@ -2,6 +2,11 @@
 
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Export.h>
+#include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/ConnectReport.h>
+#include <orvnetwork/testing/PlannedAddress.h>
+
+#include <vector>
 
 namespace orv::testing {
 
@@ -18,7 +23,10 @@ struct ORV_EXPORT ConnectPlan {
   /// In virtual time; without a meaning where nobody answers.
   Seconds delay{0};
   /// What the socket fails with; only for `Outcome::Fail`.
-  Error error;
+  Error error{};
+  /// What `WebSocket::connectReport` tells: of its `attempts` those that have begun, and all of it once the attempt is
+  /// decided.
+  ConnectReport report{};
 
   /// The connection opens.
   static ConnectPlan accept(Seconds delay = Seconds::zero());
@@ -37,8 +45,24 @@ struct ORV_EXPORT ConnectPlan {
   static ConnectPlan httpStatus(int status, Seconds delay = Seconds::zero());
   /// The stream ends within the handshake: the socket is closed with 1001, not cleanly.
   static ConnectPlan endOfStream(Seconds delay = Seconds::zero());
+  /// The server's name has these addresses, which are tried as a real socket tries them: the next one 250 ms after the
+  /// last one, or at once when one fails, until one answers. When none does, the socket fails with the error that says
+  /// most, or waits for its time-out where an address is silent.
+  /// @param inOrder in the order in which they are tried; at least one
+  ///
+  ///     // The way by the sixth version is dead: the link comes up by the other one, 250 ms later.
+  ///     network.planConnect(ConnectPlan::addresses(
+  ///         {PlannedAddress::silent("2001:db8::7"), PlannedAddress::answers("192.0.2.7")}));
+  static ConnectPlan addresses(const std::vector<PlannedAddress>& inOrder);
   /// Any other failure: the socket's delegate is told this very error.
   static ConnectPlan fail(Error error, Seconds delay = Seconds::zero());
+
+  /// This plan with a report: for a host that shows one.
+  ///
+  ///     ConnectReport report;
+  ///     report.tlsVersion = "TLSv1.3";
+  ///     network.planConnect(ConnectPlan::accept().reporting(report));
+  ConnectPlan reporting(ConnectReport what) const;
 };
 
 }  // namespace orv::testing

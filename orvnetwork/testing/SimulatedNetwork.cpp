@@ -46,7 +46,7 @@ SimulatedNetwork::~SimulatedNetwork() {
 
 std::shared_ptr<WebSocket> SimulatedNetwork::makeWebSocket(WebSocketRequest request) {
   const auto id = static_cast<ConnectionId>(sockets_.size()) + 1;
-  SocketRecord record{id, request.url, request.connectTimeout, scheduler_->now(), {}};
+  SocketRecord record{id, request.url, request.connectTimeout, request.network, scheduler_->now(), {}};
   auto socket = std::make_shared<SimulatedWebSocket>(*carrier_, id, std::move(request));
   record.socket = socket;
   sockets_.push_back(std::move(record));
@@ -114,7 +114,9 @@ std::shared_ptr<SimulatedLink> SimulatedNetwork::connect(const std::shared_ptr<S
   link->client = socket;
   std::erase_if(links_, [](const auto& known) { return known.expired(); });
   links_.push_back(link);
-  carryOut(nextPlan(), link);
+  ConnectPlan plan = nextPlan();
+  link->report = plan.report;
+  carryOut(plan, link);
   return link;
 }
 

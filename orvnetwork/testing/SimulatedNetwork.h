@@ -21,6 +21,8 @@ struct SocketRecord {
   /// As in its `WebSocketRequest`, like the time-out.
   OptionalString url;
   Seconds connectTimeout{0};
+  /// How it is to get there, likewise; null for the usual way.
+  std::shared_ptr<const NetworkSettings> network{};
   /// When it was made, in virtual time; it connects after that.
   SteadyTime madeAt{};
   /// Empty when the socket has gone.

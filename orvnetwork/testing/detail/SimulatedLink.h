@@ -6,6 +6,7 @@
 
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/ConnectReport.h>
 #include <orvnetwork/testing/detail/Pipe.h>
 
 #include <memory>
@@ -57,6 +58,8 @@ struct SimulatedLink {
   const std::shared_ptr<Pipe> toClient;
   SimulatedServerEnd& server;
   std::weak_ptr<SimulatedClientEnd> client;
+  /// What the attempt comes to meet; the client shows no more of it than it has come to.
+  ConnectReport report;
 
   // The server's side.
   bool acceptedByServer = false;  // and not ended since

@@ -1,8 +1,10 @@
 #include "orvnetwork/testing/detail/SimulatedWebSocket.h"
 
+#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Url.h>
 #include <orvnetwork/data/Utf8.h>
 #include <orvnetwork/platform/WebSocketError.h>
+#include <orvnetwork/testing/detail/PlannedRace.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -61,20 +63,42 @@ void SimulatedWebSocket::start() {
     failed({kErrorDomain, kBadUrl, "The address is not one of a WebSocket server"});
     return;
   }
+  startedAt_ = scheduler_->now();
   link_ = carrier_.connect(shared_from_this());
   connectTimer_ = after(request_.connectTimeout, &SimulatedWebSocket::connectTimedOut);
 }
 
 void SimulatedWebSocket::connectTimedOut() {
   if (state_ == WebSocketState::Connecting) {
+    decided(Error{websocket_error::kSystemDomain, ETIMEDOUT, "no answer within the time limit"});
     failed({kErrorDomain, kTimedOut, "Connecting took too long"});
   }
+}
+
+/// The attempt to connect has come to its end. Tries that were still open then have failed so, or were given up.
+void SimulatedWebSocket::decided(const std::optional<Error>& openTries) {
+  if (link_ && !std::exchange(isDecided_, true)) {
+    endOpenTries(link_->report.attempts, scheduler_->now() - *startedAt_, openTries);
+  }
+}
+
+ConnectReport SimulatedWebSocket::connectReport() const {
+  if (!link_) {
+    return {};
+  }
+  if (isDecided_) {
+    return link_->report;
+  }
+  ConnectReport soFar;
+  soFar.attempts = triesUntil(link_->report.attempts, scheduler_->now() - *startedAt_);
+  return soFar;
 }
 
 void SimulatedWebSocket::accepted() {
   if (ended_ || state_ != WebSocketState::Connecting) {
     return;
   }
+  decided(std::nullopt);
   scheduler_->cancel(connectTimer_);
   state_ = WebSocketState::Open;
   tellDelegate([this](WebSocketDelegate& delegate) { delegate.webSocketDidOpen(*this); });
@@ -257,6 +281,7 @@ void SimulatedWebSocket::end() {
     return;
   }
   const auto keepAlive = shared_from_this();
+  decided(std::nullopt);
   state_ = WebSocketState::Closed;
   for (auto* timer : {&connectTimer_, &closeTimer_, &acknowledgementTimer_}) {
     scheduler_->cancel(std::exchange(*timer, 0));

@@ -33,6 +33,7 @@ class SimulatedWebSocket final : public WebSocket,
   void send(std::shared_ptr<const std::string> text) override;
   void sendPing(std::string payload) override;
   WebSocketState readyState() const override { return state_; }
+  ConnectReport connectReport() const override;
 
   int id() const { return id_; }
 
@@ -58,6 +59,7 @@ class SimulatedWebSocket final : public WebSocket,
   void watchAcknowledgement();
   DelayService::Handle after(Seconds delay, void (SimulatedWebSocket::*action)());
   void connectTimedOut();
+  void decided(const std::optional<Error>& openTries);
   void acknowledgementTimedOut();
   void end();
   void tellDelegate(std::function<void(WebSocketDelegate&)> tell);
@@ -72,6 +74,8 @@ class SimulatedWebSocket final : public WebSocket,
   WebSocketState state_ = WebSocketState::Connecting;
   bool openAsked_ = false;
   bool ended_ = false;
+  std::optional<SteadyTime> startedAt_;
+  bool isDecided_ = false;
   DelayService::Handle connectTimer_ = 0;
   DelayService::Handle closeTimer_ = 0;
   DelayService::Handle acknowledgementTimer_ = 0;

@@ -1,8 +1,10 @@
 #include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/testing/PlannedAddress.h>
 
 #include "LinkFixture.h"
 
 #include <any>
+#include <cerrno>
 #include <memory>
 #include <optional>
 #include <string>
@@ -274,6 +276,80 @@ TEST_F(SimulatedWebSocketTest, AnswersAndReportsProtocolPings) {
   EXPECT_EQ(listener.take(), Events{"pong " + std::string(125, 'p')});
   server.sendPong(id, "unasked");
   EXPECT_EQ(settled(), Events{"pong unasked"});
+}
+
+TEST_F(SimulatedWebSocketTest, ReportsTheTriesAsTheyComeAndTheRestAtTheEnd) {
+  ConnectPlan plan = ConnectPlan::addresses(
+      {PlannedAddress::silent("2001:db8::7"), PlannedAddress::answers("192.0.2.7", Seconds(0.5))});
+  plan.report.tlsVersion = "TLSv1.3";
+  network.planConnect(plan);
+  socket = makeSocket();
+  EXPECT_TRUE(socket->connectReport().attempts.empty());
+  socket->open();
+  platform.settle();
+  EXPECT_EQ(socket->connectReport().attempts.size(), 1u);
+  platform.runFor(Seconds(0.5));
+  ConnectReport report = socket->connectReport();
+  ASSERT_EQ(report.attempts.size(), 2u);
+  EXPECT_EQ(report.attempts[0].took, Seconds(0.5));
+  EXPECT_EQ(report.attempts[1].begun, Seconds(0.25));
+  EXPECT_EQ(report.attempts[1].took, Seconds(0.25));
+  EXPECT_FALSE(report.attempts[1].won) << "nobody knows yet";
+  EXPECT_EQ(report.tlsVersion, std::nullopt);
+  platform.runFor(Seconds(0.5));
+  EXPECT_EQ(listener.take(), Events{"opened"});
+  report = socket->connectReport();
+  EXPECT_TRUE(report.attempts[1].won);
+  EXPECT_EQ(report.attempts[0].took, Seconds(0.75));
+  EXPECT_EQ(report.tlsVersion, "TLSv1.3");
+  EXPECT_EQ(report.httpStatus, 101);
+}
+
+TEST_F(SimulatedWebSocketTest, ReportsTheFailedTriesOfAnAttemptThatFailed) {
+  network.planConnect(ConnectPlan::addresses(
+      {PlannedAddress::unreachable("2001:db8::7"), PlannedAddress::refuses("192.0.2.7")}));
+  socket = makeSocket();
+  socket->open();
+  EXPECT_EQ(settled(), Events{"failed POSIX " + std::to_string(ECONNREFUSED)});
+  const auto attempts = socket->connectReport().attempts;
+  ASSERT_EQ(attempts.size(), 2u);
+  EXPECT_EQ(attempts[0].error->code, ENETUNREACH);
+  EXPECT_EQ(attempts[1].error->code, ECONNREFUSED);
+}
+
+TEST_F(SimulatedWebSocketTest, TriesThatNobodyAnsweredHaveFailedAtTheTimeOut) {
+  network.planConnect(ConnectPlan::addresses({PlannedAddress::silent("192.0.2.7")}));
+  socket = makeSocket({.url = "ws://h", .connectTimeout = Seconds(5), .prepare = {}});
+  socket->open();
+  platform.runFor(Seconds(3));
+  EXPECT_EQ(socket->connectReport().attempts.at(0).took, Seconds(3));
+  EXPECT_EQ(socket->connectReport().attempts.at(0).error, std::nullopt);
+  platform.runFor(Seconds(3));
+  EXPECT_EQ(listener.take(), Events{"failed OrvWebSocket 504"});
+  EXPECT_EQ(socket->connectReport().attempts.at(0).took, Seconds(5));
+  EXPECT_EQ(socket->connectReport().attempts.at(0).error->code, ETIMEDOUT);
+}
+
+TEST_F(SimulatedWebSocketTest, ASocketThatWasGivenUpKeepsWhatItHadMet) {
+  network.planConnect(ConnectPlan::addresses({PlannedAddress::silent("192.0.2.7")}));
+  socket = makeSocket();
+  socket->open();
+  platform.runFor(Seconds(3));
+  socket->close();
+  platform.runFor(Seconds(3));
+  EXPECT_EQ(socket->connectReport().attempts.at(0).took, Seconds(3));
+  EXPECT_EQ(socket->connectReport().attempts.at(0).error, std::nullopt);
+}
+
+TEST_F(SimulatedWebSocketTest, TheRecordTellsHowItWasToGetThere) {
+  NetworkSettings settings;
+  settings.tls.pins = {"pin"};
+  socket = makeSocket(
+      {.url = "ws://h", .network = std::make_shared<const NetworkSettings>(settings), .prepare = {}});
+  ASSERT_NE(network.sockets().back().network, nullptr);
+  EXPECT_EQ(*network.sockets().back().network, settings);
+  makeSocket();
+  EXPECT_EQ(network.sockets().back().network, nullptr);
 }
 
 }  // namespace
