@@ -124,6 +124,9 @@ void QXWebSocketMgr::close() {
   if (old) {
     old->setDelegate(nullptr);
     old->close();
+    ConnectReport report = old->connectReport();
+    const std::lock_guard lock(mutex_);
+    std::swap(lastReport_, report);
   }
   tellChange();
 }
@@ -245,9 +248,12 @@ bool QXWebSocketMgr::isCurrent(const WebSocket& socket) const {
 
 void QXWebSocketMgr::dropSocket(const WebSocket& socket) {
   std::shared_ptr<WebSocket> dropped;
+  ConnectReport report = socket.connectReport();
   const std::lock_guard lock(mutex_);
   // An observer may have put a new socket in its place already.
-  if (webSocket_.get() == &socket) dropped = std::move(webSocket_);
+  if (webSocket_.get() != &socket) return;
+  dropped = std::move(webSocket_);
+  std::swap(lastReport_, report);
 }
 
 void QXWebSocketMgr::keepFailure(LinkFailure failure) {

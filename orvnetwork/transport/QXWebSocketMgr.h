@@ -231,6 +231,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::shared_ptr<const NetworkSettings> networkSettings_;
   std::optional<LinkFailure> lastFailure_;
   std::shared_ptr<WebSocket> webSocket_;
+  ConnectReport lastReport_;  // of a socket that was let go
   std::optional<WallTime> reconnectDate_;
   // The pause between reconnects is measured here: the wall clock may jump.
   std::optional<SteadyTime> reconnectedAt_;

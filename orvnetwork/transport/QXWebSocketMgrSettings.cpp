@@ -40,8 +40,13 @@ NetworkSettings QXWebSocketMgr::networkSettings() const {
 }
 
 ConnectReport QXWebSocketMgr::connectReport() const {
-  const std::shared_ptr<WebSocket> socket = webSocket();
-  return socket ? socket->connectReport() : ConnectReport{};
+  std::shared_ptr<WebSocket> socket;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!webSocket_) return lastReport_;
+    socket = webSocket_;
+  }
+  return socket->connectReport();
 }
 
 OptionalString QXWebSocketMgr::globalUUID() const {

@@ -1,4 +1,5 @@
 #include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/testing/PlannedAddress.h>
 #include <orvnetwork/transport/LinkFailure.h>
 
 #include "LinkFixture.h"
@@ -12,6 +13,7 @@ namespace orv {
 namespace {
 
 using testing::ConnectPlan;
+using testing::PlannedAddress;
 
 class LinkFailures : public LinkFixture {
  protected:
@@ -85,6 +87,30 @@ TEST_F(LinkFailures, NetworkThatIsGoneComesFirst) {
   platform.reachability().report(ReachabilityStatus::NotReachable);
   settle();
   EXPECT_EQ(link.linkFailure()->trouble, LinkTrouble::NoNetwork);
+}
+
+TEST_F(LinkFailures, ReportOfTheLastAttemptStaysWhenItHasFailed) {
+  EXPECT_TRUE(link.connectReport().attempts.empty());
+  platform.network().planConnect(ConnectPlan::addresses({PlannedAddress::refuses("192.0.2.7")}));
+  link.watchNetworkStatus();
+  settle();
+  EXPECT_TRUE(link.isClosed());
+  EXPECT_EQ(link.connectReport().attempts.at(0).address, "192.0.2.7");
+  runFor(6);
+  EXPECT_TRUE(link.isOpen());
+  EXPECT_EQ(link.connectReport().httpStatus, 101) << "of the attempt that succeeded";
+  link.close();
+  settle();
+  EXPECT_EQ(link.connectReport().httpStatus, 101);
+}
+
+TEST_F(LinkFailures, ReportOfAnAttemptThatWasGivenUpStaysToo) {
+  platform.network().planConnect(ConnectPlan::addresses({PlannedAddress::silent("192.0.2.7")}));
+  link.watchNetworkStatus();
+  runFor(3);
+  link.close();
+  settle();
+  EXPECT_EQ(link.connectReport().attempts.at(0).address, "192.0.2.7");
 }
 
 TEST(LinkFailureOf, TellsCertificatesApart) {
