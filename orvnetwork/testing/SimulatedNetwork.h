@@ -102,7 +102,7 @@ class ORV_EXPORT SimulatedNetwork {
   SimulatedServer server_;
   const std::unique_ptr<Carrier> carrier_;
   std::deque<ConnectPlan> plans_;
-  ConnectPlan defaultPlan_;
+  ConnectPlan defaultPlan_ = ConnectPlan::accept();
   Seconds toServer_{0};
   Seconds toClient_{0};
   std::vector<SocketRecord> sockets_;

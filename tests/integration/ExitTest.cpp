@@ -2,10 +2,13 @@
 
 #include <devserver/DevServer.h>
 #include <tests/support/ChildProgram.h>
+#include <tests/support/NameServer.h>
+#include <tests/support/NetworkNamespace.h>
 #include <tests/support/RawPeer.h>
 #include <tests/support/TlsFiles.h>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -82,6 +85,26 @@ TEST_F(Exit, WithASocketThatIsConnecting) {
   server.faults().setConnectionMode(ConnectionMode::Stall);
   server.start();
   runEachWay(server.url(), "opening");
+}
+
+TEST_F(Exit, WhileTheNameIsLookedUp) {
+  if (geteuid() != 0 && !test::NetworkNamespace::isPermitted()) {
+    GTEST_SKIP() << "needs root for network namespaces";
+  }
+  const test::NetworkNamespace world;
+  const test::NetworkNamespace school;
+  world.connect("net0", school, "net0");
+  school.ip("link set net0 up");
+  world.ip("link set lo up\naddress add 192.0.2.1/24 dev net0\nlink set net0 up");
+  world.waitUntilRunning("net0");
+  world.ip("route add default via 192.0.2.2");
+  world.run([this] {
+    test::useOwnNames("");
+    using Says = test::NameServer::Says;
+    const test::NameServer silent({Says::Nothing}, {Says::Nothing});
+    runEachWay("ws://server.example/", "opening");
+    EXPECT_GE(silent.asked(), 4) << "each program has asked";
+  });
 }
 
 TEST_F(Exit, WithTheLinkDownAndARetryArmed) {

@@ -5,7 +5,9 @@
 #include <netdb.h>
 
 #include <cerrno>
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace orv {
@@ -31,6 +33,44 @@ class NativeWebSocketHandshake : public WebSocketTest {
 TEST_F(NativeWebSocketHandshake, ReportsTheOpeningWhenTheSocketIsOpenAlready) {
   RawPeer peer = openToPeer();
   EXPECT_EQ(delegate.stateWhenOpened, WebSocketState::Open);
+}
+
+TEST_F(NativeWebSocketHandshake, ReportsWhatItHasMetOnItsWay) {
+  start(listener.url());
+  RawPeer peer = listener.accept();
+  const std::string incoming = peer.readRequest();
+  ConnectReport report = socket->connectReport();
+  EXPECT_TRUE(report.attempts.at(0).won);
+  EXPECT_TRUE(report.upgrade.has_value());
+  EXPECT_EQ(report.httpStatus, 0);
+  peer.send(RawPeer::agreement(incoming, "Date: Sun, 06 Nov 1994 08:49:37 GMT\r\n"));
+  ASSERT_TRUE(waitForEvent("opened"));
+  report = socket->connectReport();
+  EXPECT_EQ(report.name, std::nullopt) << "a number needs no look-up";
+  EXPECT_GT(report.connect, Seconds(0));
+  EXPECT_EQ(report.proxy, std::nullopt);
+  EXPECT_EQ(report.tls, std::nullopt);
+  EXPECT_GT(report.upgrade, Seconds(0));
+  EXPECT_EQ(report.attempts.at(0).address, "127.0.0.1");
+  EXPECT_EQ(report.httpStatus, 101);
+  EXPECT_EQ(report.serverDate, WallTime(std::chrono::seconds(784'111'777)));
+  ASSERT_TRUE(report.answeredAt.has_value());
+  EXPECT_LT(std::chrono::system_clock::now() - *report.answeredAt, std::chrono::minutes(2));
+  peer.send(frameBytes(opcode::kText, "later"));
+  ASSERT_TRUE(waitForEvent("text later"));
+  EXPECT_EQ(socket->connectReport().upgrade, report.upgrade) << "the way is over";
+}
+
+TEST_F(NativeWebSocketHandshake, ReportsARefusalToo) {
+  start(listener.url());
+  RawPeer peer = listener.accept();
+  peer.readRequest();
+  peer.send("HTTP/1.1 503 Later\r\nDate: Sun, 06 Nov 1994 08:49:37 GMT\r\n\r\n");
+  ASSERT_TRUE(waitForEnd());
+  const ConnectReport report = socket->connectReport();
+  EXPECT_EQ(report.httpStatus, 503);
+  EXPECT_EQ(report.serverDate, WallTime(std::chrono::seconds(784'111'777)));
+  EXPECT_TRUE(report.upgrade.has_value());
 }
 
 TEST_F(NativeWebSocketHandshake, IsConnectingUntilThen) {
