@@ -23,7 +23,7 @@ bool hasForm(std::string_view text) {
          });
 }
 
-int digits(std::string_view text, std::size_t at, std::size_t count) {
+int digitsAt(std::string_view text, std::size_t at, std::size_t count) {
   int number = 0;
   std::from_chars(text.data() + at, text.data() + at + count, number);
   return number;
@@ -35,12 +35,12 @@ std::optional<WallTime> parseHttpDate(std::string_view text) {
   if (!hasForm(text)) return std::nullopt;
   const std::size_t month = kMonths.find(text.substr(8, 3));
   if (month == std::string_view::npos || month % 3 != 0) return std::nullopt;
-  const std::chrono::year_month_day day{std::chrono::year(digits(text, 12, 4)),
+  const std::chrono::year_month_day day{std::chrono::year(digitsAt(text, 12, 4)),
                                         std::chrono::month(static_cast<unsigned>(month / 3 + 1)),
-                                        std::chrono::day(static_cast<unsigned>(digits(text, 5, 2)))};
-  const int hour = digits(text, 17, 2);
-  const int minute = digits(text, 20, 2);
-  const int second = digits(text, 23, 2);
+                                        std::chrono::day(static_cast<unsigned>(digitsAt(text, 5, 2)))};
+  const int hour = digitsAt(text, 17, 2);
+  const int minute = digitsAt(text, 20, 2);
+  const int second = digitsAt(text, 23, 2);
   // A second may be a leap second. The years are those that a moment in nanoseconds can hold.
   const bool isInRange = day.year() > std::chrono::year(1677) && day.year() < std::chrono::year(2262);
   if (!day.ok() || !isInRange) return std::nullopt;
