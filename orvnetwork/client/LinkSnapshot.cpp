@@ -88,6 +88,9 @@ bool LinkSnapshot::needsPerson() const noexcept {
     case LinkTrouble::CertificateExpired:
     case LinkTrouble::CertificateOfAnother:
     case LinkTrouble::CertificateNotTrusted:
+    case LinkTrouble::CertificateNotPinned:
+    case LinkTrouble::ClientCertificateWanted:
+    case LinkTrouble::BadTlsSettings:
     case LinkTrouble::NoWebSocket:
       return true;
     default:

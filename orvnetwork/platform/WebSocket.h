@@ -72,7 +72,7 @@ struct WebSocketRequest {
   std::shared_ptr<const NetworkSettings> network{};
   /// Called with each text message on the socket's own thread before the message is queued for the main
   /// thread, so that costly decoding stays off it. Must not touch anything that belongs to another thread.
-  std::function<std::any(std::string_view payload)> prepare;
+  std::function<std::any(std::string_view payload)> prepare{};
   /// How much memory, in bytes, that takes which `prepare` made. It counts with the payload for what may wait for the
   /// main thread. Called after `prepare`, on the same thread; empty: nothing but the payload counts.
   std::function<std::size_t(const std::any& prepared)> sizeOfPrepared{};

@@ -2,7 +2,9 @@
 
 #include <orvnetwork/platform/WebSocketError.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -12,6 +14,9 @@ namespace {
 
 // Results of the verifier of certificates.
 constexpr std::int64_t kExpired = 10, kOtherHost = 62, kOtherAddress = 64, kLastOfVerifier = 99;
+// Reasons of the TLS library: what servers say about certificates of clients.
+constexpr std::int64_t kCertificateRequired = 1116;
+constexpr std::int64_t kRefusalsOfCertificates[] = {1042, 1043, 1044, 1045, 1046, 1048, 1049};
 
 LinkTrouble troubleOfSystem(std::int64_t code) {
   switch (code) {
@@ -30,7 +35,16 @@ LinkTrouble troubleOfSystem(std::int64_t code) {
   }
 }
 
+bool isAboutClientCertificate(std::int64_t code) {
+  return code == kCertificateRequired ||
+         std::find(std::begin(kRefusalsOfCertificates), std::end(kRefusalsOfCertificates), code) !=
+             std::end(kRefusalsOfCertificates);
+}
+
 LinkTrouble troubleOfTls(std::int64_t code) {
+  if (code == websocket_error::kPinMismatch) return LinkTrouble::CertificateNotPinned;
+  if (code == websocket_error::kBadTlsSettings) return LinkTrouble::BadTlsSettings;
+  if (isAboutClientCertificate(code)) return LinkTrouble::ClientCertificateWanted;
   if (code == kExpired) return LinkTrouble::CertificateExpired;
   if (code == kOtherHost || code == kOtherAddress) return LinkTrouble::CertificateOfAnother;
   // The reasons of the TLS library itself begin above those of its verifier.
@@ -83,10 +97,24 @@ std::string_view wordsFor(LinkTrouble trouble) {
   }
 }
 
-/// Whether the socket's own words tell more than ours.
-bool saysMore(LinkTrouble trouble) {
-  return trouble == LinkTrouble::NameNotFound || trouble == LinkTrouble::Unreachable ||
-         trouble == LinkTrouble::CertificateNotTrusted || trouble == LinkTrouble::TlsFailed;
+/// What the socket's own words tell beyond ours; they may be empty.
+std::string_view moreThanWordsFor(LinkTrouble trouble, std::string_view description) {
+  constexpr std::string_view kMark = ": ";
+  switch (trouble) {
+    case LinkTrouble::NameNotFound:
+    case LinkTrouble::Unreachable:
+    case LinkTrouble::CertificateNotTrusted:
+    case LinkTrouble::TlsFailed:
+      return description;
+    case LinkTrouble::CertificateExpired:
+    case LinkTrouble::CertificateOfAnother: {
+      // In front of the colon the verifier says what ours have said.
+      const std::size_t at = description.find(kMark);
+      return at == std::string_view::npos ? std::string_view() : description.substr(at + kMark.size());
+    }
+    default:
+      return {};
+  }
 }
 
 }  // namespace
@@ -121,6 +149,12 @@ std::string_view nameOf(LinkTrouble trouble) {
       return "unconfirmed";
     case LinkTrouble::ClosedByServer:
       return "closedByServer";
+    case LinkTrouble::CertificateNotPinned:
+      return "certificateNotPinned";
+    case LinkTrouble::ClientCertificateWanted:
+      return "clientCertificateWanted";
+    case LinkTrouble::BadTlsSettings:
+      return "badTlsSettings";
     case LinkTrouble::Lost:
       break;
   }
@@ -132,8 +166,8 @@ LinkFailure linkFailureOf(const Error& error) {
   failure.text = wordsFor(failure.trouble);
   if (failure.text.empty()) {
     failure.text = error.description;
-  } else if (saysMore(failure.trouble)) {
-    failure.text += ": " + error.description;
+  } else if (const auto more = moreThanWordsFor(failure.trouble, error.description); !more.empty()) {
+    failure.text.append(": ").append(more);
   }
   return failure;
 }

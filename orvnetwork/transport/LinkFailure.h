@@ -23,6 +23,9 @@ enum class LinkTrouble {
   Unconfirmed,     ///< the socket is open, but the server has not answered "PING"
   ClosedByServer,  ///< the server closed the link, or ended the stream
   Lost,            ///< the connection broke, in a way that the text names
+  CertificateNotPinned,     ///< none of the keys that are pinned is in the server's chain of certificates
+  ClientCertificateWanted,  ///< the server wants a certificate of the client, and got none that it takes
+  BadTlsSettings,           ///< what is set about TLS, such as a file of certificates, cannot be used
 };
 
 /// Its name, for a program that reads what another one writes: "noNetwork", "refused" and so on. Any thread.

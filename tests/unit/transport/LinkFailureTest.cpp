@@ -1,3 +1,4 @@
+#include <orvnetwork/platform/WebSocketError.h>
 #include <orvnetwork/testing/ConnectPlan.h>
 #include <orvnetwork/testing/PlannedAddress.h>
 #include <orvnetwork/transport/LinkFailure.h>
@@ -122,6 +123,33 @@ TEST(LinkFailureOf, TellsCertificatesApart) {
   EXPECT_EQ(trouble(20), LinkTrouble::CertificateNotTrusted);
   EXPECT_EQ(trouble(267), LinkTrouble::TlsFailed) << "wrong version number: no TLS at all";
   EXPECT_EQ(trouble(0), LinkTrouble::TlsFailed);
+  EXPECT_EQ(trouble(websocket_error::kPinMismatch), LinkTrouble::CertificateNotPinned);
+  EXPECT_EQ(trouble(websocket_error::kBadTlsSettings), LinkTrouble::BadTlsSettings);
+}
+
+TEST(LinkFailureOf, TellsWhatTheServerMissesInTheClientsCertificate) {
+  const auto trouble = [](std::int64_t code) { return linkFailureOf({"OrvTls", code, "words"}).trouble; };
+  EXPECT_EQ(trouble(1116), LinkTrouble::ClientCertificateWanted);
+  EXPECT_EQ(trouble(1042), LinkTrouble::ClientCertificateWanted) << "bad certificate";
+  EXPECT_EQ(trouble(1048), LinkTrouble::ClientCertificateWanted) << "unknown authority";
+  EXPECT_EQ(trouble(1040), LinkTrouble::TlsFailed) << "the handshake failed for another reason";
+  EXPECT_EQ(trouble(1070), LinkTrouble::TlsFailed) << "protocol version";
+  EXPECT_EQ(trouble(1047), LinkTrouble::TlsFailed) << "illegal parameter";
+}
+
+TEST(LinkFailureOf, SaysOnceWhatIsWrongWithACertificateAndThenTheDetails) {
+  const auto text = [](std::int64_t code, const char* words) {
+    return linkFailureOf({"OrvTls", code, words}).text;
+  };
+  EXPECT_EQ(text(10, "certificate has expired: valid until 2020-01-31 12:00 UTC"),
+            "the certificate of the server has expired: valid until 2020-01-31 12:00 UTC");
+  EXPECT_EQ(text(10, "certificate has expired"), "the certificate of the server has expired");
+  EXPECT_EQ(text(62, "hostname mismatch: it names a.example, b.example"),
+            "the certificate of the server is for another host: it names a.example, b.example");
+  EXPECT_EQ(text(18, "self-signed certificate: by \"me\""),
+            "the certificate of the server is not trusted: self-signed certificate: by \"me\"");
+  EXPECT_EQ(text(websocket_error::kPinMismatch, "no pinned key"), "no pinned key");
+  EXPECT_EQ(text(1116, "certificate required"), "certificate required");
 }
 
 TEST(LinkFailureOf, TellsErrorsOfTheSystemApart) {
@@ -144,7 +172,7 @@ TEST(LinkFailureOf, CloseTellsCodeAndReason) {
 }
 
 TEST(LinkTroubleNames, AreDifferent) {
-  constexpr int kLast = static_cast<int>(LinkTrouble::Lost);
+  constexpr int kLast = static_cast<int>(LinkTrouble::BadTlsSettings);
   std::set<std::string_view> names;
   for (int i = 0; i <= kLast; ++i) names.insert(nameOf(static_cast<LinkTrouble>(i)));
   EXPECT_EQ(names.size(), static_cast<std::size_t>(kLast) + 1);

@@ -137,7 +137,8 @@ void BeastWebSocket::outputFailed(const error_code& error) {
   if (phase_ == Phase::Parting) return end();
   if (phase_ != Phase::Connecting && phase_ != Phase::Open) return;
   writeError_ = error;
-  if (phase_ == Phase::Connecting) return reportWriteError();
+  // Over TLS a server that takes exception to the client says so in what is read next.
+  if (phase_ == Phase::Connecting && stream().tlsSession() == nullptr) return reportWriteError();
   armDeadline(kLastWords, &BeastWebSocket::reportWriteError);
 }
 

@@ -25,6 +25,8 @@
 
 namespace orv {
 
+class TlsContext;
+
 /// The WebSocket client. Callers on any thread leave what they want in a queue and an atomic state; all else
 /// is done on the network thread. Every operation under way there holds a reference to the socket.
 ///
@@ -69,7 +71,10 @@ class BeastWebSocket final : public WebSocket,
   void startConnecting();
   void onConnected(const WebSocketUrl& url, const std::optional<Error>& error);
   void onWayOpen(const WebSocketUrl& url);
+  bool prepareTls();
   void startTls(const WebSocketUrl& url);
+  void onTls(const WebSocketUrl& url, const error_code& error);
+  void recordTls();
   void startHandshake(const WebSocketUrl& url);
   void onHandshake(const error_code& error);
   void handshakeFailed(const error_code& error);
@@ -105,6 +110,8 @@ class BeastWebSocket final : public WebSocket,
   void partingEnded() override { end(); }
   void end();
 
+  static bool isTlsError(const error_code& error);
+  Error errorOf(const error_code& error);
   std::shared_ptr<void> keepAlive() override { return shared_from_this(); }
   GatheringStream& stream() { return protocol_.next_layer(); }
   void armDeadline(Seconds delay, Expiry expiry);
@@ -133,6 +140,7 @@ class BeastWebSocket final : public WebSocket,
   // The network thread's.
   asio::io_context& context_;
   WebSocketRequest request_;
+  std::shared_ptr<const TlsContext> tlsContext_;
   Protocol protocol_;
   TcpConnector connector_;
   asio::steady_timer deadline_;

@@ -8,7 +8,6 @@
 #include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/HandshakeGate.h>
 #include <orvnetwork/platform/native/websocket/HttpDate.h>
-#include <orvnetwork/platform/native/websocket/TlsSession.h>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -35,6 +34,7 @@ void BeastWebSocket::startConnecting() {
   const auto url = parseWebSocketUrl(request_.url.value_or(""));
   if (!url) return fail(websocket_error::kBadUrl, "not a WebSocket address");
   armDeadline(request_.connectTimeout, &BeastWebSocket::connectTimedOut);
+  if (url->secure && !prepareTls()) return;
   connector_.start(url->host, url->port, shared_from_this(),
                    [this, url = *url](const std::optional<Error>& error) { onConnected(url, error); });
 }
@@ -58,22 +58,6 @@ void BeastWebSocket::onWayOpen(const WebSocketUrl& url) {
   } else {
     startHandshake(url);
   }
-}
-
-void BeastWebSocket::startTls(const WebSocketUrl& url) {
-  recorder_.begin(ConnectStep::Tls);
-  SSL* const session = newTlsSession(url.host);
-  if (session == nullptr) return fail({websocket_error::kTlsDomain, 0, "no TLS session for this host"});
-  stream().startTls(session, [self = shared_from_this(), this, url](const error_code& error) {
-    if (phase_ != Phase::Connecting) return;
-    recorder_.end(ConnectStep::Tls);
-    if (!error) return startHandshake(url);
-    if (error.category() == boost::system::system_category()) return fail(systemError(error));
-    if (error.category() == asio::error::get_ssl_category()) {
-      return fail(tlsHandshakeError(stream().tlsSession(), static_cast<unsigned long>(error.value())));
-    }
-    fail({websocket_error::kTlsDomain, error.value(), "the peer ended the stream during the TLS handshake"});
-  });
 }
 
 void BeastWebSocket::startHandshake(const WebSocketUrl& url) {
@@ -128,6 +112,8 @@ void BeastWebSocket::handshakeFailed(const error_code& error) {
     return fail(refused ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake,
                 "the server answered the handshake with HTTP status " + std::to_string(*gate.status()));
   }
+  if (isTlsError(error)) return fail(errorOf(error));
+  if (writeError_) return reportWriteError();
   if (stream().sawEnd()) {
     reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
     return end();

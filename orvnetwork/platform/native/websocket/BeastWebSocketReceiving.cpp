@@ -111,7 +111,7 @@ void BeastWebSocket::onReadingEnded(const error_code& error) {
     reportClosed(aboutCloseCode ? stream().lastCloseCode() : 0, std::nullopt, true);
     return part();
   }
-  if (!stream().sawEnd()) return fail(systemError(error));
+  if (!stream().sawEnd()) return fail(errorOf(error));
   reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
   end();
 }
