@@ -228,6 +228,7 @@ TEST_F(TlsTrust, SettingsThatCannotBeUsedConnectNowhere) {
   EXPECT_EQ(linkFailureOf(error).trouble, LinkTrouble::BadTlsSettings);
   EXPECT_EQ(refusalOfSettings({.pins = {"nonsense"}}).code, websocket_error::kBadTlsSettings);
   // They have no meaning without TLS.
+  delegate.events.clear();
   openToPeer();
 }
 
