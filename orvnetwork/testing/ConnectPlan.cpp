@@ -45,6 +45,10 @@ ConnectPlan ConnectPlan::failTls(Seconds delay) {
   return fail({websocket_error::kTlsDomain, kSelfSignedCertificate, "self-signed certificate"}, delay);
 }
 
+ConnectPlan ConnectPlan::refuseCertificate(CertificateFault fault, WallTime now, Seconds delay) {
+  return fail(plannedTlsError(fault, now), delay).reporting(plannedTlsReport(fault, now));
+}
+
 ConnectPlan ConnectPlan::httpStatus(int status, Seconds delay) {
   const auto code = status >= 400 ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake;
   ConnectPlan plan =

@@ -5,6 +5,7 @@
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/ConnectReport.h>
 #include <orvnetwork/testing/PlannedAddress.h>
+#include <orvnetwork/testing/PlannedCertificate.h>
 
 #include <vector>
 
@@ -40,6 +41,12 @@ struct ORV_EXPORT ConnectPlan {
   static ConnectPlan neverAnswer();
   /// The server's certificate is refused: "OrvTls".
   static ConnectPlan failTls(Seconds delay = Seconds::zero());
+  /// The same in another way, with what the socket's report tells of the certificate.
+  ///
+  ///     network.planConnect(ConnectPlan::refuseCertificate(CertificateFault::Expired, clock.wallNow()));
+  ///
+  /// @param now what the clock of the client says
+  static ConnectPlan refuseCertificate(CertificateFault fault, WallTime now, Seconds delay = Seconds::zero());
   /// The server answers the handshake with another HTTP status than 101: "OrvWebSocket", 2132 for 400 and
   /// above, else 2133.
   static ConnectPlan httpStatus(int status, Seconds delay = Seconds::zero());
