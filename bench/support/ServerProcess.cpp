@@ -13,7 +13,7 @@
 
 namespace bench {
 
-ServerProcess::ServerProcess(int cpu) {
+ServerProcess::ServerProcess(int cpu, const std::string& tlsFile) : tls_(!tlsFile.empty()) {
   int out[2];
   if (::pipe(out) != 0) throw std::runtime_error("pipe");
   pid_ = ::fork();
@@ -27,7 +27,8 @@ ServerProcess::ServerProcess(int cpu) {
     ::dup2(out[1], STDOUT_FILENO);
     ::close(out[0]);
     ::close(out[1]);
-    ::execl(ORV_DEVSERVER_PROGRAM, ORV_DEVSERVER_PROGRAM, nullptr);
+    const char* const file = tls_ ? tlsFile.c_str() : nullptr;
+    ::execl(ORV_DEVSERVER_PROGRAM, ORV_DEVSERVER_PROGRAM, tls_ ? "--tls" : nullptr, file, file, nullptr);
     ::_exit(127);
   }
   ::close(out[1]);
@@ -35,7 +36,7 @@ ServerProcess::ServerProcess(int cpu) {
   char line[256] = {};
   unsigned int port = 0;
   if (std::fgets(line, sizeof line, lines) == nullptr ||
-      std::sscanf(line, "listening ws://127.0.0.1:%u", &port) != 1) {
+      std::sscanf(line, tls_ ? "listening wss://127.0.0.1:%u" : "listening ws://127.0.0.1:%u", &port) != 1) {
     throw std::runtime_error("the server did not start");
   }
   port_ = static_cast<unsigned short>(port);
