@@ -59,6 +59,7 @@
 #include <orvnetwork/platform/NetworkSettings.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/ProxyChoice.h>
 #include <orvnetwork/platform/ProxySettings.h>
 #include <orvnetwork/platform/TlsSettings.h>
 #include <orvnetwork/session/OrvClassroomInfo.h>

@@ -19,7 +19,8 @@ namespace {
 constexpr auto& ask = orv::ask<&orv::QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock>;
 
 double now() {
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch())
+      .count();
 }
 
 void tell(std::string_view name, const orv::json::value& value) {

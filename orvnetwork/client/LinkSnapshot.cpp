@@ -92,6 +92,8 @@ bool LinkSnapshot::needsPerson() const noexcept {
     case LinkTrouble::ClientCertificateWanted:
     case LinkTrouble::BadTlsSettings:
     case LinkTrouble::NoWebSocket:
+    case LinkTrouble::BadProxy:
+    case LinkTrouble::ProxyRefusesUser:
       return true;
     default:
       return false;

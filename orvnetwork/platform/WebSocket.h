@@ -44,7 +44,7 @@ class ORV_EXPORT WebSocketDelegate {
 
   /// Terminal: the attempt to connect or the connection has failed.
   /// @param error its domain is "POSIX" (the code is an errno), "OrvWebSocket" (address, handshake, time-out,
-  /// writing), "OrvTls" or "OrvNameLookup"
+  /// writing), "OrvTls", "OrvNameLookup" or "OrvProxy"
   virtual void webSocket_didFailWithError(WebSocket& socket, const Error& error) = 0;
 
   /// A whole message has come.

@@ -28,6 +28,8 @@ inline constexpr int kWriteFailed = 2145;
 
 /// The proxy's answers that are no SOCKS reply. HTTP: the status as it came, 400 and above.
 inline constexpr int kProxyNotUnderstood = -1100;
+/// The proxy's name is not known, it cannot be connected to, does not answer, or ends the talk.
+inline constexpr int kProxyUnreachable = -1103;
 /// The proxy takes neither the user nor nobody.
 inline constexpr int kProxyRefusesUser = -1101;
 /// The settings name no proxy that could be used.

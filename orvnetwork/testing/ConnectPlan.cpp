@@ -17,6 +17,11 @@ constexpr std::int64_t kNameNotKnown = -2;
 
 constexpr int kSwitchingProtocols = 101;
 
+/// As the platform's own sockets tell it of a proxy with this name.
+Error proxyError(std::int64_t code, const std::string& what) {
+  return {websocket_error::kProxyDomain, code, "the proxy http://proxy.example.org:3128 " + what};
+}
+
 }  // namespace
 
 ConnectPlan ConnectPlan::accept(Seconds delay) {
@@ -60,6 +65,26 @@ ConnectPlan ConnectPlan::httpStatus(int status, Seconds delay) {
 
 ConnectPlan ConnectPlan::endOfStream(Seconds delay) {
   return {Outcome::EndOfStream, delay};
+}
+
+ConnectPlan ConnectPlan::proxyUnreachable(Seconds delay) {
+  return fail(proxyError(websocket_error::kProxyUnreachable, "is not reached: Connection refused"), delay);
+}
+
+ConnectPlan ConnectPlan::proxyRefusesUser(Seconds delay) {
+  return fail(proxyError(websocket_error::kProxyRefusesUser, "refuses the user"), delay);
+}
+
+ConnectPlan ConnectPlan::proxyRefusesServer(int status, Seconds delay) {
+  const std::string shown = " (HTTP status " + std::to_string(status) + ")";
+  return fail(proxyError(status, "refuses the way to the server" + shown), delay);
+}
+
+ConnectPlan ConnectPlan::proxyNeverAnswers() {
+  ConnectPlan plan = neverAnswer();
+  plan.error = proxyError(websocket_error::kProxyUnreachable,
+                          "has not opened a way to the server within the time limit");
+  return plan;
 }
 
 ConnectPlan ConnectPlan::fail(Error error, Seconds delay) {

@@ -23,7 +23,7 @@ struct ORV_EXPORT ConnectPlan {
   Outcome outcome = Outcome::Accept;
   /// In virtual time; without a meaning where nobody answers.
   Seconds delay{0};
-  /// What the socket fails with; only for `Outcome::Fail`.
+  /// What the socket fails with; for `Outcome::Fail`, and for `Outcome::NeverAnswer` where it is not the usual one.
   Error error{};
   /// What `WebSocket::connectReport` tells: of its `attempts` those that have begun, and all of it once the attempt is
   /// decided.
@@ -61,6 +61,14 @@ struct ORV_EXPORT ConnectPlan {
   ///     network.planConnect(ConnectPlan::addresses(
   ///         {PlannedAddress::silent("2001:db8::7"), PlannedAddress::answers("192.0.2.7")}));
   static ConnectPlan addresses(const std::vector<PlannedAddress>& inOrder);
+  /// The proxy on the way cannot be connected to: "OrvProxy", -1103.
+  static ConnectPlan proxyUnreachable(Seconds delay = Seconds::zero());
+  /// The proxy takes neither the user nor nobody: "OrvProxy", -1101.
+  static ConnectPlan proxyRefusesUser(Seconds delay = Seconds::zero());
+  /// The proxy does not let the link through to the server: "OrvProxy" with this HTTP status.
+  static ConnectPlan proxyRefusesServer(int status = 403, Seconds delay = Seconds::zero());
+  /// The proxy does not answer: the socket fails after the time-out of its request with "OrvProxy", -1103.
+  static ConnectPlan proxyNeverAnswers();
   /// Any other failure: the socket's delegate is told this very error.
   static ConnectPlan fail(Error error, Seconds delay = Seconds::zero());
 

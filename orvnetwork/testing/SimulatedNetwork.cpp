@@ -139,6 +139,7 @@ void SimulatedNetwork::carryOut(const ConnectPlan& plan, const std::shared_ptr<S
       answer([](SimulatedClientEnd& client) { client.streamEnded(); });
       return;
     case ConnectPlan::Outcome::NeverAnswer:
+      link->silence = plan.error;
       return;
   }
 }

@@ -66,10 +66,25 @@ LinkTrouble troubleOfSocket(std::int64_t code) {
   }
 }
 
+LinkTrouble troubleOfProxy(std::int64_t code) {
+  switch (code) {
+    case websocket_error::kBadProxy:
+    case websocket_error::kProxyNotUnderstood:
+      return LinkTrouble::BadProxy;
+    case websocket_error::kProxyUnreachable:
+      return LinkTrouble::ProxyUnreachable;
+    case websocket_error::kProxyRefusesUser:
+      return LinkTrouble::ProxyRefusesUser;
+    default:
+      return LinkTrouble::ProxyRefused;
+  }
+}
+
 LinkTrouble troubleOf(const Error& error) {
   if (error.domain == websocket_error::kSystemDomain) return troubleOfSystem(error.code);
   if (error.domain == websocket_error::kTlsDomain) return troubleOfTls(error.code);
   if (error.domain == websocket_error::kNameLookupDomain) return LinkTrouble::NameNotFound;
+  if (error.domain == websocket_error::kProxyDomain) return troubleOfProxy(error.code);
   return error.domain == websocket_error::kDomain ? troubleOfSocket(error.code) : LinkTrouble::Lost;
 }
 
@@ -155,6 +170,14 @@ std::string_view nameOf(LinkTrouble trouble) {
       return "clientCertificateWanted";
     case LinkTrouble::BadTlsSettings:
       return "badTlsSettings";
+    case LinkTrouble::BadProxy:
+      return "badProxy";
+    case LinkTrouble::ProxyUnreachable:
+      return "proxyUnreachable";
+    case LinkTrouble::ProxyRefusesUser:
+      return "proxyRefusesUser";
+    case LinkTrouble::ProxyRefused:
+      return "proxyRefused";
     case LinkTrouble::Lost:
       break;
   }

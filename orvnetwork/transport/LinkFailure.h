@@ -26,6 +26,10 @@ enum class LinkTrouble {
   CertificateNotPinned,     ///< none of the keys that are pinned is in the server's chain of certificates
   ClientCertificateWanted,  ///< the server wants a certificate of the client, and got none that it takes
   BadTlsSettings,           ///< what is set about TLS, such as a file of certificates, cannot be used
+  BadProxy,                 ///< the settings name no proxy, or what answers there is none
+  ProxyUnreachable,  ///< the proxy's name is not known, it cannot be connected to, or it does not answer
+  ProxyRefusesUser,  ///< the proxy wants a user, or another one
+  ProxyRefused,      ///< the proxy does not let us through to the server, or does not reach it
 };
 
 /// Its name, for a program that reads what another one writes: "noNetwork", "refused" and so on. Any thread.

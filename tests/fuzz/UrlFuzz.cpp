@@ -1,6 +1,8 @@
-// Whatever a host gives as an address: it is refused, or its parts make an address that is read the same.
+// Whatever a host gives as an address, of a proxy too: it is refused, or its parts make an address that is read the same.
 
 #include <orvnetwork/data/Url.h>
+#include <orvnetwork/platform/ProxySettings.h>
+#include <orvnetwork/platform/detail/ProxyExceptions.h>
 #include <orvnetwork/platform/native/websocket/WebSocketUrl.h>
 
 #include <tests/fuzz/Require.h>
@@ -49,6 +51,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const std::string& part :
          {webSocket->host, webSocket->target, webSocket->hostHeader, webSocket->origin}) {
       require(isPrintable(part), "no part can end a header line");
+    }
+  }
+  if (auto proxy = parseProxy(text)) {
+    proxy->user.reset();
+    proxy->password.clear();
+    require(isPrintable(shownProxy(*proxy)), "a proxy that is shown is one word");
+    const auto again = parseProxy(shownProxy(*proxy));
+    require(again && *again == *proxy, "a proxy that is shown is read the same");
+  }
+  for (const char* host : {"class.example.org", "192.0.2.7", "2001:db8::7"}) {
+    if (isExcepted(text, host, 443)) {
+      require(isExcepted(std::string(text) + ",other", host, 443), "an exception more takes none away");
     }
   }
   return 0;

@@ -61,6 +61,9 @@ struct SimulatedLink {
   /// What the attempt comes to meet; the client shows no more of it than it has come to.
   ConnectReport report;
 
+  /// What an attempt that is never answered fails with; without a domain: the usual error.
+  Error silence;
+
   // The server's side.
   bool acceptedByServer = false;  // and not ended since
   bool serverSentClose = false;

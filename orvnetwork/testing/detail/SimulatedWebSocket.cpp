@@ -71,7 +71,8 @@ void SimulatedWebSocket::start() {
 void SimulatedWebSocket::connectTimedOut() {
   if (state_ == WebSocketState::Connecting) {
     decided(Error{websocket_error::kSystemDomain, ETIMEDOUT, "no answer within the time limit"});
-    failed({kErrorDomain, kTimedOut, "Connecting took too long"});
+    const bool isUsual = link_->silence.domain.empty();
+    failed(isUsual ? Error{kErrorDomain, kTimedOut, "Connecting took too long"} : link_->silence);
   }
 }
 

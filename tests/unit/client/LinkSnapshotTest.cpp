@@ -68,7 +68,8 @@ TEST(LinkSnapshot, TellsWhereAPersonIsNeeded) {
   EXPECT_FALSE(snapshot(LinkState::Waiting, kRefused).needsPerson());
   for (const auto trouble :
        {LinkTrouble::BadAddress, LinkTrouble::CertificateExpired, LinkTrouble::CertificateOfAnother,
-        LinkTrouble::CertificateNotTrusted, LinkTrouble::NoWebSocket}) {
+        LinkTrouble::CertificateNotTrusted, LinkTrouble::NoWebSocket, LinkTrouble::BadProxy,
+        LinkTrouble::ProxyRefusesUser}) {
     EXPECT_TRUE(snapshot(LinkState::Waiting, LinkFailure{trouble, "", {}}).needsPerson()) << nameOf(trouble);
   }
 }

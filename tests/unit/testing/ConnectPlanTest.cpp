@@ -19,6 +19,11 @@ TEST(ConnectPlan, FailsWithTheErrorsOfRealSockets) {
   EXPECT_EQ(ConnectPlan::httpStatus(404).error.domain, websocket_error::kDomain);
   EXPECT_EQ(ConnectPlan::httpStatus(404).error.code, websocket_error::kRefusedByServer);
   EXPECT_EQ(ConnectPlan::httpStatus(200).error.code, websocket_error::kBadHandshake);
+  EXPECT_EQ(ConnectPlan::proxyUnreachable().error.domain, websocket_error::kProxyDomain);
+  EXPECT_EQ(ConnectPlan::proxyUnreachable().error.code, websocket_error::kProxyUnreachable);
+  EXPECT_EQ(ConnectPlan::proxyRefusesUser().error.code, websocket_error::kProxyRefusesUser);
+  EXPECT_EQ(ConnectPlan::proxyRefusesServer().error.code, 403);
+  EXPECT_EQ(ConnectPlan::proxyNeverAnswers().error.code, websocket_error::kProxyUnreachable);
   EXPECT_EQ(websocket_error::kTimedOut, 504);
   EXPECT_EQ(websocket_error::kWriteFailed, 2145);
   EXPECT_EQ(websocket_error::kBadUrl, -1000);

@@ -58,6 +58,25 @@ TEST_F(LinkFailures, ServerWithoutAnAnswerIsSilentWhileItIsWaitedForAndAfterward
   EXPECT_EQ(link.linkFailure()->trouble, LinkTrouble::NoAnswer);
 }
 
+TEST_F(LinkFailures, ProxyIsToldApartFromTheServer) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::proxyUnreachable()), LinkTrouble::ProxyUnreachable);
+  EXPECT_EQ(link.linkFailure()->text,
+            "the proxy http://proxy.example.org:3128 is not reached: Connection refused");
+}
+
+TEST_F(LinkFailures, ProxyThatRefusesIsToldAsThat) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::proxyRefusesUser()), LinkTrouble::ProxyRefusesUser);
+  platform.network().setDefaultPlan(ConnectPlan::proxyRefusesServer(403));
+  link.reconnect();
+  runFor(8);
+  EXPECT_EQ(link.linkFailure()->trouble, LinkTrouble::ProxyRefused);
+  EXPECT_NE(link.linkFailure()->text.find("HTTP status 403"), std::string::npos);
+}
+
+TEST_F(LinkFailures, ProxyWithoutAnAnswerIsToldAfterTheTimeLimit) {
+  EXPECT_EQ(troubleAfter(ConnectPlan::proxyNeverAnswers(), 60.5), LinkTrouble::ProxyUnreachable);
+}
+
 TEST_F(LinkFailures, EndOfTheStreamIsAClose) {
   EXPECT_EQ(troubleAfter(ConnectPlan::endOfStream()), LinkTrouble::ClosedByServer);
 }
@@ -165,6 +184,18 @@ TEST(LinkFailureOf, TellsErrorsOfTheSystemApart) {
   EXPECT_EQ(linkFailureOf({"Another", 1, "words"}).trouble, LinkTrouble::Lost);
 }
 
+TEST(LinkFailureOf, TellsWhatAProxySays) {
+  const auto trouble = [](std::int64_t code) { return linkFailureOf({"OrvProxy", code, "words"}).trouble; };
+  EXPECT_EQ(trouble(-1100), LinkTrouble::BadProxy) << "it is no proxy of this kind";
+  EXPECT_EQ(trouble(-1101), LinkTrouble::ProxyRefusesUser);
+  EXPECT_EQ(trouble(-1102), LinkTrouble::BadProxy);
+  EXPECT_EQ(trouble(-1103), LinkTrouble::ProxyUnreachable);
+  EXPECT_EQ(trouble(403), LinkTrouble::ProxyRefused);
+  EXPECT_EQ(trouble(2), LinkTrouble::ProxyRefused);
+  EXPECT_EQ(linkFailureOf({"OrvProxy", 403, "the proxy http://p:1 refuses"}).text,
+            "the proxy http://p:1 refuses");
+}
+
 TEST(LinkFailureOf, CloseTellsCodeAndReason) {
   EXPECT_EQ(linkFailureOfClose(1013, "later", true).text, "the server closed the link, code 1013: later");
   EXPECT_EQ(linkFailureOfClose(1005, std::nullopt, true).text, "the server closed the link, code 1005");
@@ -172,7 +203,7 @@ TEST(LinkFailureOf, CloseTellsCodeAndReason) {
 }
 
 TEST(LinkTroubleNames, AreDifferent) {
-  constexpr int kLast = static_cast<int>(LinkTrouble::BadTlsSettings);
+  constexpr int kLast = static_cast<int>(LinkTrouble::ProxyRefused);
   std::set<std::string_view> names;
   for (int i = 0; i <= kLast; ++i) names.insert(nameOf(static_cast<LinkTrouble>(i)));
   EXPECT_EQ(names.size(), static_cast<std::size_t>(kLast) + 1);

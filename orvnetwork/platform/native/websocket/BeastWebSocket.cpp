@@ -46,6 +46,7 @@ BeastWebSocket::BeastWebSocket(WebSocketRequest request, Executor& mainQueue, Na
       request_(std::move(request)),
       protocol_(context_, static_cast<GatheringStream::Owner&>(*this)),
       connector_(stream().socket(), recorder_),
+      tunnel_(stream().socket()),
       deadline_(context_),
       message_(limits.incomingBytes) {
   protocol_.auto_fragment(false);
@@ -57,7 +58,12 @@ BeastWebSocket::BeastWebSocket(WebSocketRequest request, Executor& mainQueue, Na
 
 void BeastWebSocket::open() {
   if (opened_.exchange(true)) return;
-  asio::post(context_, [self = shared_from_this()] { self->startConnecting(); });
+  const bool asksEnvironment =
+      request_.network != nullptr && request_.network->proxy.source == ProxySource::Environment;
+  asio::post(context_, [self = shared_from_this(),
+                        variables = asksEnvironment ? readProxyVariables() : ProxyVariables()] {
+    self->startConnecting(variables);
+  });
 }
 
 void BeastWebSocket::close() {
@@ -203,6 +209,8 @@ void BeastWebSocket::end() {
   state_ = WebSocketState::Closed;
   disarmDeadline();
   connector_.cancel();
+  tunnel_.cancel();
+  proxy_.reset();
   outgoing_.clear();
   // Whoever asked for the socket gave them to this thread; the socket itself may live on elsewhere.
   request_.prepare = nullptr;

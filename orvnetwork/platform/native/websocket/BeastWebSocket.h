@@ -5,11 +5,13 @@
 // The peer is never waited for without bound: connecting, closing and the acknowledgement of sent data have a limit
 // each. What it sends is read piece by piece, and no further than there is room for what waits for the main thread.
 
+#include <orvnetwork/platform/ProxyChoice.h>
 #include <orvnetwork/platform/native/websocket/ConnectRecorder.h>
 #include <orvnetwork/platform/native/websocket/GatheringStream.h>
 #include <orvnetwork/platform/native/websocket/MessageBuffer.h>
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 #include <orvnetwork/platform/native/websocket/OutgoingQueue.h>
+#include <orvnetwork/platform/native/websocket/ProxyTunnel.h>
 #include <orvnetwork/platform/native/websocket/TcpConnector.h>
 #include <orvnetwork/platform/native/websocket/WebSocketUrl.h>
 
@@ -68,8 +70,9 @@ class BeastWebSocket final : public WebSocket,
   void enqueue(Outgoing item);
 
   // Connecting.
-  void startConnecting();
+  void startConnecting(const ProxyVariables& variables);
   void onConnected(const WebSocketUrl& url, const std::optional<Error>& error);
+  void askProxy(const WebSocketUrl& url);
   void onWayOpen(const WebSocketUrl& url);
   bool prepareTls();
   void startTls(const WebSocketUrl& url);
@@ -143,6 +146,8 @@ class BeastWebSocket final : public WebSocket,
   std::shared_ptr<const TlsContext> tlsContext_;
   Protocol protocol_;
   TcpConnector connector_;
+  std::optional<Proxy> proxy_;  // until it has opened the way
+  ProxyTunnel tunnel_;
   asio::steady_timer deadline_;
   std::uint64_t deadlineNumber_ = 0;
   Phase phase_ = Phase::Idle;

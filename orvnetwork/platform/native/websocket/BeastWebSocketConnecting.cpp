@@ -1,10 +1,11 @@
-// The way to an open socket: address, host look-up and TCP to the next hop, then TLS for wss, then the HTTP upgrade.
-// One deadline covers all of it. Each step ends in the next one or in `fail`, and none goes on once the socket has been
-// closed. What each has met is written down for `connectReport`.
+// The way to an open socket: address, host look-up and TCP to the next hop, then the talk with the proxy if that is one,
+// then TLS for wss, then the HTTP upgrade. One deadline covers all of it. Each step ends in the next one or in `fail`, and
+// none goes on once the socket has been closed. What each has met is written down for `connectReport`.
 // An answer other than 101 fails at once, by its status alone, whatever body follows.
 
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
+#include <orvnetwork/platform/ProxyChoice.h>
 #include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/HandshakeGate.h>
 #include <orvnetwork/platform/native/websocket/HttpDate.h>
@@ -27,28 +28,48 @@ namespace http = boost::beast::http;
 
 }  // namespace
 
-void BeastWebSocket::startConnecting() {
+void BeastWebSocket::startConnecting(const ProxyVariables& variables) {
   if (phase_ != Phase::Idle) return;
   phase_ = Phase::Connecting;
   recorder_.start();
   const auto url = parseWebSocketUrl(request_.url.value_or(""));
   if (!url) return fail(websocket_error::kBadUrl, "not a WebSocket address");
+  const auto way =
+      chooseProxy(request_.network ? request_.network->proxy : ProxySettings(), *request_.url, variables);
+  if (!way) return fail(way.error());
+  proxy_ = way->proxy;
+  if (proxy_) recorder_.goesThrough(shownProxy(*proxy_));
   armDeadline(request_.connectTimeout, &BeastWebSocket::connectTimedOut);
   if (url->secure && !prepareTls()) return;
-  connector_.start(url->host, url->port, shared_from_this(),
+  connector_.start(proxy_ ? proxy_->host : url->host, proxy_ ? proxy_->port : url->port, shared_from_this(),
                    [this, url = *url](const std::optional<Error>& error) { onConnected(url, error); });
 }
 
 void BeastWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Error>& error) {
   if (phase_ != Phase::Connecting) return;
-  if (error) return fail(*error);
+  if (error) return fail(proxy_ ? errorOfProxy(*proxy_, *error) : *error);
   error_code ignored;
   auto& socket = stream().socket();
   socket.set_option(asio::ip::tcp::no_delay(true), ignored);
   const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(limits_.unacknowledged);
   const int milliseconds = static_cast<int>(limit.count());
   ::setsockopt(socket.native_handle(), IPPROTO_TCP, TCP_USER_TIMEOUT, &milliseconds, sizeof milliseconds);
-  onWayOpen(url);
+  if (proxy_) {
+    askProxy(url);
+  } else {
+    onWayOpen(url);
+  }
+}
+
+void BeastWebSocket::askProxy(const WebSocketUrl& url) {
+  recorder_.begin(ConnectStep::Proxy);
+  tunnel_.start(*proxy_, url.host, url.port, shared_from_this(),
+                [this, url](const std::optional<Error>& error) {
+                  if (error) return fail(*error);
+                  recorder_.end(ConnectStep::Proxy);
+                  proxy_.reset();
+                  onWayOpen(url);
+                });
 }
 
 /// The bytes of the socket are the server's from here on.
@@ -124,6 +145,7 @@ void BeastWebSocket::handshakeFailed(const error_code& error) {
 
 void BeastWebSocket::connectTimedOut() {
   recorder_.openTriesFailed({websocket_error::kSystemDomain, ETIMEDOUT, "no answer within the time limit"});
+  if (proxy_) return fail(proxyTimedOut(*proxy_));
   fail(websocket_error::kTimedOut, "no connection within the time limit");
 }
 
