@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/ProxySettings.h>
 
 #include <string>
 #include <variant>
@@ -18,6 +19,8 @@ struct Options {
   std::string appBuild = "1";
   /// Where the documents folder lies; absent: the user's.
   OptionalString home;
+  /// Which way the link goes out.
+  ProxySettings proxy;
   /// How long to wait for the link to be up, in seconds.
   double wait = 10;
 };

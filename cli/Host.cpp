@@ -115,6 +115,7 @@ Client& Host::client() {
   options.build = options_.appBuild;
   options.installation =
       options_.uuid ? *options_.uuid : boost::uuids::to_string(boost::uuids::random_generator()());
+  options.network.proxy = options_.proxy;
   unlinkedSession_.reset();
   auto started = Client::start(std::move(options));
   if (!started) throw WrongOptions(started.error().description);

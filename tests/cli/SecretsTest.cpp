@@ -76,5 +76,25 @@ TEST(Secrets, FrameThatTimedOutIsInTheLogFileButItsSecretsAreNotPrinted) {
   expectHidden(log);
 }
 
+TEST(Secrets, PasswordOfAProxyIsShownByNoCommand) {
+  for (const std::string& user : {"user:" + kPlanted, kPlanted, "a%40b:" + kPlanted}) {
+    const std::string proxy = user + "@127.0.0.1:1";
+    for (const std::string& address : {"http://" + proxy, "socks5://" + proxy, proxy}) {
+      const std::vector<std::string> words{"--server", "ws://class.example.org", "--proxy", address, "--wait",
+                                           "0.2"};
+      auto watch = words, shell = words;
+      watch.emplace_back("watch");
+      shell.emplace_back("shell");
+      expectHidden(runOrv(watch));
+      expectHidden(runOrv(shell, "server\ncall Dev.Echo\n"));
+    }
+    expectHidden(runOrv({"--proxy", "https://" + proxy, "call", "Dev.Echo"}));
+    expectHidden(runOrv({"--proxy=http://" + proxy + "/" + kPlanted, "call", "Dev.Echo"}));
+    expectHidden(runOrv({"call", "Dev.Echo", "--proxy", "http://" + proxy}));
+    expectHidden(runOrv({"--prxy", "http://" + proxy, "call", "Dev.Echo"}));
+    expectHidden(runOrv({"log"}));
+  }
+}
+
 }  // namespace
 }  // namespace orv::test

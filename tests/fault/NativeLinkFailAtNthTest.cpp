@@ -30,11 +30,17 @@ using system_calls::Kind;
 
 constexpr int kTexts = 3;
 
-/// Answers everybody: each text with itself.
-void serve(RawListener& listener, const TlsIdentity* identity) {
+enum class Way { Plain, Secure, ThroughProxy };
+
+/// Answers everybody: each text with itself. Whoever comes through a proxy comes to this one.
+void serve(RawListener& listener, const TlsIdentity* identity, Way way) {
   for (;;) {
     try {
       RawPeer peer = listener.accept();
+      if (way == Way::ThroughProxy) {
+        peer.readRequest();
+        peer.send("HTTP/1.1 200 Connection established\r\n\r\n");
+      }
       if (identity != nullptr && !peer.acceptTls(identity->context())) continue;
       peer.acceptHandshake();
       while (const auto frame = peer.readFrame()) {
@@ -56,11 +62,13 @@ void serve(RawListener& listener, const TlsIdentity* identity) {
 /// What is wrong with the life of one socket; empty when it opened, talked and closed, or came to one end at least.
 class Life {
  public:
-  explicit Life(std::string url) : url_(std::move(url)) {}
+  Life(std::string url, std::shared_ptr<const NetworkSettings> network)
+      : url_(std::move(url)), network_(std::move(network)) {}
 
   std::string live(bool mustSucceed) {
     WebSocketRequest request;
     request.url = url_;
+    request.network = network_;
     request.connectTimeout = Seconds(2);
     NativeWebSocketLimits limits;
     limits.closing = Seconds(1);
@@ -110,31 +118,42 @@ class Life {
   }
 
   const std::string url_;
+  const std::shared_ptr<const NetworkSettings> network_;
   PumpedExecutor main_;
   RecordingDelegate delegate_;
 };
 
 /// One life in which the `n`-th call of this name fails. Gives the name if one has failed, or what is wrong.
-std::string liveWithFailure(const std::string& call, std::uint64_t n, bool secure) {
+std::string liveWithFailure(const std::string& call, std::uint64_t n, Way way) {
   return runForked([&]() -> std::string {
     ::signal(SIGPIPE, SIG_IGN);
     // The thread serves until the process is gone, and so must these.
     const TlsIdentity& identity = *new TlsIdentity("DNS:localhost");
+    const bool secure = way == Way::Secure;
     if (secure) identity.trust();
     RawListener& listener = *new RawListener;
-    std::thread([&listener, served = secure ? &identity : nullptr] { serve(listener, served); }).detach();
-    const std::string url = listener.url("/", secure ? "wss" : "ws", "localhost");
+    std::thread([&listener, way, served = secure ? &identity : nullptr] {
+      serve(listener, served, way);
+    }).detach();
+    std::string url = listener.url("/", secure ? "wss" : "ws", "localhost");
+    std::shared_ptr<NetworkSettings> network;
+    if (way == Way::ThroughProxy) {
+      url = "ws://class.example.org/";
+      network = std::make_shared<NetworkSettings>();
+      network->proxy = {
+          ProxySource::Fixed, {ProxyKind::Http, "localhost", listener.port(), "ann", "secret"}, {}};
+    }
     system_calls::failAt(Kind::Socket, call, n);
-    std::string wrong = Life(url).live(false);
+    std::string wrong = Life(url, network).live(false);
     system_calls::letPass();
     const std::string failed = system_calls::failed();
-    if (wrong.empty()) wrong = Life(url).live(true);
+    if (wrong.empty()) wrong = Life(url, network).live(true);
     return wrong.empty() ? failed : wrong;
   });
 }
 
 /// What the network thread calls when it is started, before it has a name, is not among these.
-void failEachCall(bool secure) {
+void failEachCall(Way way) {
   constexpr std::uint64_t kMost = 200;
   std::uint64_t sum = 0;
   std::string counts;
@@ -142,7 +161,7 @@ void failEachCall(bool secure) {
                                  "epoll_ctl", "send", "sendmsg", "recv", "recvmsg", "shutdown"}) {
     std::uint64_t n = 1;
     for (; n <= kMost; ++n) {
-      const std::string told = liveWithFailure(call, n, secure);
+      const std::string told = liveWithFailure(call, n, way);
       if (told.empty()) break;
       EXPECT_EQ(told, call) << "number " << n;
     }
@@ -151,16 +170,20 @@ void failEachCall(bool secure) {
     counts += " " + call + " " + std::to_string(n - 1);
   }
   EXPECT_GT(sum, 20u);
-  std::cout << (secure ? "secure link: " : "link: ") << sum << " system calls failed in turn:" << counts
-            << std::endl;
+  constexpr const char* kNames[] = {"link: ", "secure link: ", "link through a proxy: "};
+  std::cout << kNames[static_cast<int>(way)] << sum << " system calls failed in turn:" << counts << std::endl;
 }
 
 TEST(NativeLinkFailAtNth, ASocketComesToOneEndAndTheNextOneWorks) {
-  failEachCall(false);
+  failEachCall(Way::Plain);
 }
 
 TEST(NativeLinkFailAtNth, ASecureSocketComesToOneEndAndTheNextOneWorks) {
-  failEachCall(true);
+  failEachCall(Way::Secure);
+}
+
+TEST(NativeLinkFailAtNth, ASocketThroughAProxyComesToOneEndAndTheNextOneWorks) {
+  failEachCall(Way::ThroughProxy);
 }
 
 }  // namespace

@@ -165,6 +165,12 @@ std::optional<RawFrame> RawPeer::readFrame() {
   return frame;
 }
 
+std::string RawPeer::readOnce() {
+  std::string bytes(64 << 10, '\0');
+  bytes.resize(readSome(bytes.data(), bytes.size()));
+  return bytes;
+}
+
 bool RawPeer::readEnd() {
   return readBytes(1).empty();
 }

@@ -61,6 +61,10 @@ class RawPeer {
   void sendOneByOne(std::string_view bytes);
   /// Reads a frame; absent when the client ended the stream.
   std::optional<RawFrame> readFrame();
+  /// Reads exactly `size` bytes; fewer at the end of the stream.
+  std::string readBytes(std::size_t size);
+  /// What the client has sent in one piece, or as much of it as has come.
+  std::string readOnce();
   /// Whether nothing but the end of the stream, or a reset, is left to read.
   bool readEnd();
 
@@ -74,8 +78,6 @@ class RawPeer {
     void operator()(ssl_st* session) const;
   };
 
-  /// Reads exactly `size` bytes; fewer at the end of the stream.
-  std::string readBytes(std::size_t size);
   std::size_t readSome(char* into, std::size_t size);
   void waitFor(short events);
 
