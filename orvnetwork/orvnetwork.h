@@ -72,9 +72,12 @@
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/transport/DistinctIdentifiers.h>
+#include <orvnetwork/transport/FrameTrace.h>
 #include <orvnetwork/transport/LinkFailure.h>
 #include <orvnetwork/transport/LinkReading.h>
+#include <orvnetwork/transport/LinkStatistics.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 #include <orvnetwork/transport/SentRequest.h>
+#include <orvnetwork/transport/TraceFile.h>

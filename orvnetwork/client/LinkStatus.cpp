@@ -2,6 +2,7 @@
 
 #include <orvnetwork/client/MainThread.h>
 #include <orvnetwork/client/detail/LinkTracker.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <utility>
 
@@ -9,7 +10,9 @@ namespace orv {
 
 LinkStatus::LinkStatus(bool supervised) : tracker_(std::make_unique<LinkTracker>(supervised)) {}
 
-LinkStatus::~LinkStatus() = default;
+LinkStatus::~LinkStatus() {
+  if (traces_) QXWebSocketMgr::standard().setFrameTrace({});
+}
 
 const LinkSnapshot& LinkStatus::snapshot() const {
   detail::expectMainThread("LinkStatus");
@@ -33,6 +36,17 @@ Pending<> LinkStatus::whenUp() {
 void LinkStatus::tryNow() {
   detail::expectMainThread("LinkStatus::tryNow");
   tracker_->tryNow();
+}
+
+LinkStatistics LinkStatus::statistics() const {
+  detail::expectMainThread("LinkStatus::statistics");
+  return QXWebSocketMgr::standard().statistics();
+}
+
+void LinkStatus::setFrameTrace(TraceSink sink, TraceMode mode) {
+  detail::expectMainThread("LinkStatus::setFrameTrace");
+  traces_ = static_cast<bool>(sink);
+  QXWebSocketMgr::standard().setFrameTrace(std::move(sink), mode);
 }
 
 }  // namespace orv

@@ -4,6 +4,8 @@
 #include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/data/Export.h>
+#include <orvnetwork/transport/FrameTrace.h>
+#include <orvnetwork/transport/LinkStatistics.h>
 
 #include <functional>
 #include <memory>
@@ -76,11 +78,25 @@ class ORV_EXPORT LinkStatus {
   /// was closed on purpose is opened again, and without a network it is tried all the same.
   void tryNow();
 
+  /// What has passed on the link: counts, round trips, and what the way to the server took. Cheap enough to be asked for each
+  /// second.
+  LinkStatistics statistics() const;
+
+  /// Gives each message of either direction, and what happens to the link, to `sink`, secrets hidden. The sink is called on
+  /// a thread of the trace's own, not on the main thread, and holds what it uses; all the rest is as with
+  /// `QXWebSocketMgr::setFrameTrace`. An empty sink ends the trace, and so does the end of the client: what waits for the
+  /// sink then is gone, unless `QXWebSocketMgr::flushFrameTrace` was called before.
+  ///
+  ///     auto file = orv::TraceFile::open(path);
+  ///     if (file) client->link().setFrameTrace(orv::TraceFile::sinkOf(*file), orv::TraceMode::Shareable);
+  void setFrameTrace(TraceSink sink, TraceMode mode = TraceMode::SecretsHidden);
+
  private:
   friend class Client;
   explicit LinkStatus(bool supervised);
 
   const std::unique_ptr<LinkTracker> tracker_;
+  bool traces_ = false;
 };
 
 }  // namespace orv

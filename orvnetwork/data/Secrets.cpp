@@ -50,12 +50,6 @@ bool isSame(std::string_view a, std::string_view b) {
                     [](char x, char y) { return lower(x) == lower(y); });
 }
 
-bool isSecret(std::string_view name, std::string_view another) {
-  if (!another.empty() && isSame(another, name)) return true;
-  return std::any_of(kNames.begin(), kNames.end(),
-                     [&](std::string_view secret) { return isSame(secret, name); });
-}
-
 /// Reads a text word by word and copies it, values under secret names left out.
 class Copier {
  public:
@@ -69,7 +63,7 @@ class Copier {
       copied_ += word;
       if (word.empty()) {
         copied_ += text_[at_++];
-      } else if (isSecret(word, another_) && copyUpToValue()) {
+      } else if (isSecretName(word, another_) && copyUpToValue()) {
         hideValue();
       }
     }
@@ -84,7 +78,7 @@ class Copier {
     const std::size_t begin = at_;
     while (!atEnd() && isWord(text_[at_])) ++at_;
     const bool escape = begin > 0 && text_[begin - 1] == '\\' && at_ > begin;
-    if (escape && !isSecret(text_.substr(begin, at_ - begin), another_)) at_ = begin + 1;
+    if (escape && !isSecretName(text_.substr(begin, at_ - begin), another_)) at_ = begin + 1;
     return text_.substr(begin, at_ - begin);
   }
 
@@ -197,6 +191,12 @@ class Copier {
 
 }  // namespace
 
+bool isSecretName(std::string_view name, std::string_view another) {
+  if (!another.empty() && isSame(another, name)) return true;
+  return std::any_of(kNames.begin(), kNames.end(),
+                     [&](std::string_view secret) { return isSame(secret, name); });
+}
+
 std::string hideSecrets(std::string_view text, std::string_view another) {
   return Copier(text, another).copy();
 }
@@ -204,7 +204,7 @@ std::string hideSecrets(std::string_view text, std::string_view another) {
 void hideSecretsInPlace(json::value& value, std::string_view another) {
   if (json::object* const object = value.if_object()) {
     for (auto& [key, member] : *object) {
-      if (isSecret(key, another)) {
+      if (isSecretName(key, another)) {
         member = json::string_view(kHiddenSecret);
       } else {
         hideSecretsInPlace(member, another);

@@ -8,6 +8,9 @@ namespace orv {
 /// What stands in the place of a hidden value.
 inline constexpr std::string_view kHiddenSecret = "***";
 
+/// Whether a value of this name is hidden: it is one of those below, or `another`, in any case. Any thread.
+ORV_EXPORT bool isSecretName(std::string_view name, std::string_view another = {});
+
 /// The text with the values under "pwd", "pass", "passwd", "opwd", "npwd", "token" and "scode" hidden, whatever the
 /// case of these names and whatever form the text has: `"name" : value` of JSON, whole, cut short, or escaped any
 /// number of times inside other texts; `name = value;` of a described dictionary; `name=value` of an address; names

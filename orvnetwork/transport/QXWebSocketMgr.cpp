@@ -11,8 +11,10 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/RetrySchedule.h>
 #include <orvnetwork/transport/SentRequest.h>
+#include <orvnetwork/transport/detail/LinkCounters.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
+#include <orvnetwork/transport/detail/TraceDesk.h>
 
 #include <any>
 #include <mutex>
@@ -25,7 +27,14 @@ namespace orv {
 namespace {
 
 std::any readFrame(std::string_view message) {
-  return ReplyFrame::read(message);
+  return ReplyFrame::read(message, Platform::current().clock().steadyNow());
+}
+
+/// What an attempt or a link has ended with that has reported no end and is replaced; absent for one that was good.
+std::optional<LinkTrouble> troubleOfReplaced(WebSocketState state, bool wasConfirmed) {
+  if (state == WebSocketState::Connecting) return LinkTrouble::NoAnswer;
+  if (state != WebSocketState::Open) return LinkTrouble::Lost;
+  return wasConfirmed ? std::nullopt : std::optional(LinkTrouble::Unconfirmed);
 }
 
 std::size_t sizeOfFrame(const std::any& prepared) {
@@ -43,9 +52,11 @@ QXWebSocketMgr& QXWebSocketMgr::standard() {
 }
 
 QXWebSocketMgr::QXWebSocketMgr()
-    : requests_(std::make_unique<RequestTable>([this](const auto& item) { transmit(item); },
-                                               [this](const auto& item) { sendRequestItem(item); },
-                                               [this] { parkings_.post({}); })) {}
+    : counters_(std::make_unique<LinkCounters>()),
+      trace_(std::make_unique<TraceDesk>()),
+      requests_(std::make_unique<RequestTable>(
+          [this](const auto& item, SteadyTime at) { transmit(item, at); },
+          [this](const auto& item) { sendRequestItem(item); }, [this] { parkings_.post({}); }, *counters_)) {}
 
 QXWebSocketMgr::~QXWebSocketMgr() = default;
 
@@ -70,30 +81,37 @@ void QXWebSocketMgr::reconnect() {
   TimerPointer connectTimer, keepAlive;
   std::shared_ptr<WebSocket> old;
   WebSocketRequest request;
+  std::uint64_t number = 0;
+  std::optional<LinkTrouble> unreported;
+  SteadyTime now;
   isWanted_ = true;
   {
     std::unique_lock lock(mutex_);
-    const auto now = platform.clock().steadyNow();
+    now = platform.clock().steadyNow();
     if (reconnectedAt_ && now - *reconnectedAt_ < Seconds(kReconnectPause)) {
       lock.unlock();
       return tellChange();
     }
-    connected_ = false;
+    const bool wasConfirmed = connected_.exchange(false);
     connectTimer = std::move(connectTimer_);
     keepAlive = std::move(timer_);
     reconnectedAt_ = now;
-    ++attempts_;
+    number = ++attempts_;
     reconnectDate_ = platform.clock().wallNow();
     old = std::move(webSocket_);
+    if (old) unreported = troubleOfReplaced(old->readyState(), wasConfirmed);
     request.url = apiServerUrl_;
     request.network = networkSettings_;
   }
+  counters_->attemptBegins(now, unreported);
   if (connectTimer) connectTimer->invalidate();
   if (keepAlive) keepAlive->invalidate();
   if (old) {
     old->setDelegate(nullptr);
     old->close();
+    if (trace_->isOn()) trace_->event(TraceKind::Closed, number - 1, "another attempt takes its place");
   }
+  if (trace_->isOn()) trace_->attempt(number, request.url);
   request.prepare = readFrame;
   request.sizeOfPrepared = sizeOfFrame;
   const auto fresh = platform.makeWebSocket(std::move(request));
@@ -124,6 +142,7 @@ void QXWebSocketMgr::close() {
   if (old) {
     old->setDelegate(nullptr);
     old->close();
+    if (trace_->isOn()) trace_->event(TraceKind::Closed, connectionNumber(), "on purpose");
     ConnectReport report = old->connectReport();
     const std::lock_guard lock(mutex_);
     std::swap(lastReport_, report);
@@ -179,13 +198,13 @@ void QXWebSocketMgr::sendRequestItem(std::shared_ptr<QXRequestItem> item) {
   Platform::current().mainQueue().destroyThere(std::move(item));
 }
 
-void QXWebSocketMgr::transmit(const std::shared_ptr<QXRequestItem>& item) {
+void QXWebSocketMgr::transmit(const std::shared_ptr<QXRequestItem>& item, SteadyTime submittedAt) {
   if (!isOpen()) {
     QXFileLog::standard().log("send failed, websocket is not opening!");
     return;
   }
   // A copy: what waits in the socket must not hold the item, and with it what the host's callbacks hold.
-  if (item->jsonString) writeToSocket(std::make_shared<const std::string>(*item->jsonString));
+  if (item->jsonString) writeToSocket(std::make_shared<const std::string>(*item->jsonString), submittedAt);
 }
 
 void QXWebSocketMgr::autoReconnect() {
@@ -222,6 +241,7 @@ void QXWebSocketMgr::networkStatusChanged(ReachabilityStatus status) {
   post(QXNotificationReachabilityStatusChange, &userInfo);
   if (!isNetworkEnable()) {
     QXFileLog::standard().log("Network is broken, close socket");
+    if (webSocket()) counters_->failed(LinkTrouble::NoNetwork);
     stopAutoReconnect();
     close();
     post(QXNotificationDidAutoReconnectFailed);
@@ -232,8 +252,17 @@ void QXWebSocketMgr::networkStatusChanged(ReachabilityStatus status) {
 }
 
 // A socket that is not open sends nothing.
-void QXWebSocketMgr::writeToSocket(std::shared_ptr<const std::string> text) {
-  if (const auto socket = webSocket()) socket->send(std::move(text));
+void QXWebSocketMgr::writeToSocket(std::shared_ptr<const std::string> text,
+                                   std::optional<SteadyTime> requestedAt) {
+  const auto socket = webSocket();
+  if (!socket || socket->readyState() != WebSocketState::Open) return;
+  if (requestedAt) {
+    counters_->requestSent(text->size(), *requestedAt);
+  } else {
+    counters_->textSent(*text, Platform::current().clock().steadyNow());
+  }
+  if (trace_->isOn()) trace_->message(TraceKind::Sent, connectionNumber(), text);
+  socket->send(std::move(text));
 }
 
 bool QXWebSocketMgr::hasOpenSocket() const {
@@ -254,12 +283,6 @@ void QXWebSocketMgr::dropSocket(const WebSocket& socket) {
   if (webSocket_.get() != &socket) return;
   dropped = std::move(webSocket_);
   std::swap(lastReport_, report);
-}
-
-void QXWebSocketMgr::keepFailure(LinkFailure failure) {
-  const std::lock_guard lock(mutex_);
-  lastFailure_ = std::move(failure);
-  ++failures_;
 }
 
 void QXWebSocketMgr::endTimer(TimerPointer& slot) {

@@ -5,8 +5,10 @@
 #include <orvnetwork/platform/Reachability.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/platform/WebSocket.h>
+#include <orvnetwork/transport/FrameTrace.h>
 #include <orvnetwork/transport/LinkFailure.h>
 #include <orvnetwork/transport/LinkReading.h>
+#include <orvnetwork/transport/LinkStatistics.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/RetrySchedule.h>
 
@@ -20,7 +22,9 @@
 
 namespace orv {
 
+class LinkCounters;
 class RequestTable;
+class TraceDesk;
 struct ReplyFrame;
 
 /// The one WebSocket link to the server.
@@ -117,6 +121,26 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   /// What the last attempt has met on its way. Any thread.
   ConnectReport connectReport() const;
 
+  /// What has passed on the link: see `LinkStatistics`. Any thread.
+  LinkStatistics statistics() const;
+
+  /// Gives each message of either direction, and what happens to the link, to `sink`, secrets hidden; see `TraceEntry`. One
+  /// sink: a further one takes its place, and an empty one ends the trace.
+  ///
+  ///     link.setFrameTrace([](const orv::TraceEntry& entry) { std::clog << orv::lineOf(entry) << '\n'; });
+  ///
+  /// The sink is called on a thread that is the trace's own, one call at a time, in the order in which things happened,
+  /// and under no lock: it may take its time, set another sink, end the trace, and throw, which is told on the console.
+  /// What waits for it is bounded, to 4,096 entries and 8 MiB of text: the oldest go, and an entry says how many. A message
+  /// of more than 1 MiB is told by its size. When this has returned no further call to the former sink begins, and what has
+  /// waited for it is gone; a call that is under way on the other thread goes on to its end, so a sink holds what it uses.
+  ///
+  /// Without a sink a message costs one look at a flag. Any thread.
+  void setFrameTrace(TraceSink sink, TraceMode mode = TraceMode::SecretsHidden);
+  /// Returns when the sink has got all entries from before the call: for the end of a program. Not while the sink may wait
+  /// for this thread; inside the sink it does nothing. Any thread.
+  void flushFrameTrace();
+
   /// Replaces the socket by a new one and opens it. Does nothing within 1.5 s of the last time that it did.
   void reconnect();
   /// When `reconnect` last went ahead; absent before.
@@ -197,18 +221,20 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
 
   void sendFirstPing();
   void startKeepAlive();
-  void receivedPong(const WebSocket& socket);
+  void receivedPong(const WebSocket& socket, SteadyTime at);
+  void traceMessage(std::string payload, bool isText);
   void dispatch(std::shared_ptr<const ReplyFrame> frame, std::shared_ptr<void> share);
   void scheduleRetry(const Error& error);
   void armRetry(RetryTimer& slot, double seconds, std::function<void()> action);
   void networkStatusChanged(ReachabilityStatus status);
 
-  void transmit(const std::shared_ptr<QXRequestItem>& item);
-  void writeToSocket(std::shared_ptr<const std::string> text);
+  void transmit(const std::shared_ptr<QXRequestItem>& item, SteadyTime submittedAt);
+  void writeToSocket(std::shared_ptr<const std::string> text, std::optional<SteadyTime> requestedAt = {});
+  std::uint64_t connectionNumber() const;
   bool isCurrent(const WebSocket& socket) const;
   bool hasOpenSocket() const;
   void dropSocket(const WebSocket& socket);
-  void keepFailure(LinkFailure failure);
+  void failed(LinkFailure failure);
   void endTimer(TimerPointer& slot);
   void endAndClearTimer(TimerPointer& slot);
   void post(std::string_view name, const json::object* userInfo = nullptr) const;
@@ -241,6 +267,8 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::function<void()> watcher_;
 
   NotificationCenter parkings_;
+  const std::unique_ptr<LinkCounters> counters_;
+  const std::unique_ptr<TraceDesk> trace_;
   std::unique_ptr<RequestTable> requests_;
 };
 

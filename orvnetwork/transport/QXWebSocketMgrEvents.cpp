@@ -5,8 +5,10 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/transport/detail/LinkCounters.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
+#include <orvnetwork/transport/detail/TraceDesk.h>
 
 #include <any>
 #include <array>
@@ -32,8 +34,10 @@ std::shared_ptr<const std::string> pingText() {
 std::shared_ptr<const ReplyFrame> frameOf(const WebSocketMessage& message) {
   using Prepared = std::shared_ptr<const ReplyFrame>;
   if (const auto* prepared = std::any_cast<Prepared>(&message.prepared)) return *prepared;
-  if (message.isText) return ReplyFrame::read(message.payload);
+  const SteadyTime now = Platform::current().clock().steadyNow();
+  if (message.isText) return ReplyFrame::read(message.payload, now);
   auto unreadable = std::make_shared<ReplyFrame>();
+  unreadable->arrivedAt = now;
   unreadable->error = {"OrvFrame", 3, "a binary message"};
   return unreadable;
 }
@@ -56,6 +60,8 @@ void QXWebSocketMgr::webSocketDidOpen(WebSocket& socket) {
   if (!isCurrent(socket)) return;
   firstConnect_ = false;
   stopAutoReconnect();
+  counters_->opened(Platform::current().clock().steadyNow());
+  if (trace_->isOn()) trace_->event(TraceKind::Opened, connectionNumber());
   QXFileLog::standard().log("Websocket Connected");
   Platform::current().mainQueue().post([this] { sendFirstPing(); });
 }
@@ -70,7 +76,7 @@ void QXWebSocketMgr::sendFirstPing() {
   timer->fire();
 }
 
-void QXWebSocketMgr::receivedPong(const WebSocket& socket) {
+void QXWebSocketMgr::receivedPong(const WebSocket& socket, SteadyTime at) {
   QXFileLog::standard().log("Recieve PONG form server, connect server success");
   bool isFirst = false;
   {
@@ -79,6 +85,11 @@ void QXWebSocketMgr::receivedPong(const WebSocket& socket) {
     if (webSocket_.get() != &socket) return;
     isFirst = !connected_.exchange(true);
     if (isFirst) lastFailure_.reset();
+  }
+  counters_->pongCame(at);
+  if (isFirst) {
+    counters_->up(at, socket.connectReport());
+    if (trace_->isOn()) trace_->event(TraceKind::Up, connectionNumber());
   }
   tellChange();
   if (!isFirst) return;
@@ -101,11 +112,15 @@ void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMes
   messages_.store(messages_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   if (tellsMessages_) tellChange();
   auto frame = frameOf(message);
+  const bool isPong = message.isText && message.payload == "PONG";
+  counters_->received(message.payload.size(), frame->arrivedAt);
+  if (trace_->isOn()) traceMessage(std::move(message.payload), message.isText);
   if (frame->isFrame()) {
     dispatch(std::move(frame), std::move(message.share));
-  } else if (message.isText && message.payload == "PONG") {
-    receivedPong(socket);
+  } else if (isPong) {
+    receivedPong(socket, frame->arrivedAt);
   } else {
+    counters_->unreadableCame();
     QXFileLog::standard().log("websocket parse json error! dic->%@", frame->error);
   }
 }
@@ -128,6 +143,7 @@ void QXWebSocketMgr::dispatch(std::shared_ptr<const ReplyFrame> frame, std::shar
   }
   for (const auto& push : kPushes) {
     if (frame->command != push.command) continue;
+    counters_->pushCame();
     if (!push.notification.empty()) post(push.notification, &frame->dictionary());
     return;
   }
@@ -138,7 +154,7 @@ void QXWebSocketMgr::webSocket_didFailWithError(WebSocket& socket, const Error& 
   if (!isCurrent(socket)) return;
   const Telling telling(*this);
   QXFileLog::standard().log(":( Websocket Failed With Error %@", error);
-  keepFailure(linkFailureOf(error));
+  failed(linkFailureOf(error));
   endTimer(timer_);
   if (firstConnect_) post(QXNotificationDidAutoReconnectFailed);
   firstConnect_ = false;
@@ -198,7 +214,7 @@ void QXWebSocketMgr::webSocket_didCloseWithCode_reason_wasClean(WebSocket& socke
   if (!isCurrent(socket)) return;
   const Telling telling(*this);
   QXFileLog::standard().log("WebSocket closed");
-  keepFailure(linkFailureOfClose(code, reason, wasClean));
+  failed(linkFailureOfClose(code, reason, wasClean));
   connected_ = false;
   firstConnect_ = false;
   endAndClearTimer(timer_);

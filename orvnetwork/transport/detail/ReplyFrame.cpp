@@ -7,25 +7,29 @@ namespace orv {
 
 namespace {
 
-std::shared_ptr<const ReplyFrame> notAFrame(Error error) {
+std::shared_ptr<const ReplyFrame> notAFrame(Error error, SteadyTime arrivedAt) {
   auto frame = std::make_shared<ReplyFrame>();
+  frame->arrivedAt = arrivedAt;
   frame->error = std::move(error);
   return frame;
 }
 
 }  // namespace
 
-std::shared_ptr<const ReplyFrame> ReplyFrame::read(std::string_view message) {
+std::shared_ptr<const ReplyFrame> ReplyFrame::read(std::string_view message, SteadyTime arrivedAt) {
   auto parsed = parseJsonWithin(message, kMostMemory);
-  if (!parsed) return notAFrame(std::move(parsed).error());
+  if (!parsed) return notAFrame(std::move(parsed).error(), arrivedAt);
   const auto* dictionary = parsed->value.if_object();
-  if (dictionary == nullptr) return notAFrame({"OrvFrame", 1, "the message is not a dictionary"});
+  if (dictionary == nullptr) {
+    return notAFrame({"OrvFrame", 1, "the message is not a dictionary"}, arrivedAt);
+  }
   const auto* values = member(*dictionary, "v");
   if (values != nullptr && !values->is_object() && !values->is_null()) {
-    return notAFrame({"OrvFrame", 2, "\"v\" is not a dictionary"});
+    return notAFrame({"OrvFrame", 2, "\"v\" is not a dictionary"}, arrivedAt);
   }
 
   auto frame = std::make_shared<ReplyFrame>();
+  frame->arrivedAt = arrivedAt;
   frame->command = looseString(member(*dictionary, "C"));
   frame->timestamp = truncateToInt64(looseDouble(member(*dictionary, "s")));
   if (values != nullptr && values->is_object()) frame->ret = looseInt32(member(values->get_object(), "ret"));

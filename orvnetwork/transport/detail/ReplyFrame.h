@@ -29,6 +29,8 @@ struct ReplyFrame {
   std::int32_t ret = 0;
   /// What `root` takes of memory, in bytes.
   std::size_t memory = 0;
+  /// When the message was read from the socket.
+  SteadyTime arrivedAt{};
 
   bool isFrame() const { return root.has_value(); }
   bool succeeded() const { return ret == 0; }
@@ -36,7 +38,7 @@ struct ReplyFrame {
   const json::object& dictionary() const { return root->get_object(); }
 
   /// Reads a message. Any thread.
-  static std::shared_ptr<const ReplyFrame> read(std::string_view message);
+  static std::shared_ptr<const ReplyFrame> read(std::string_view message, SteadyTime arrivedAt = {});
 };
 
 }  // namespace orv

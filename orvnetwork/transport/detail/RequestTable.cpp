@@ -27,11 +27,13 @@ SteadyTime steadyNow() {
 
 }  // namespace
 
-RequestTable::RequestTable(std::function<void(const ItemPointer&)> transmit,
-                           std::function<void(const ItemPointer&)> resend, std::function<void()> parked)
+RequestTable::RequestTable(std::function<void(const ItemPointer&, SteadyTime)> transmit,
+                           std::function<void(const ItemPointer&)> resend, std::function<void()> parked,
+                           LinkCounters& counters)
     : transmit_(std::move(transmit)),
       resend_(std::move(resend)),
       parked_(std::move(parked)),
+      counters_(counters),
       requestDataSyncQueue_(SerialQueue::make("orv.network.requestData", Platform::current().mainQueue())) {}
 
 void RequestTable::submit(ItemPointer item) {
@@ -45,11 +47,12 @@ void RequestTable::answer(std::shared_ptr<const ReplyFrame> reply, std::shared_p
 }
 
 void RequestTable::file(const ItemPointer& item, SteadyTime submittedAt) {
-  requestData_.insert_or_assign(item->timestamp, item);
+  const auto filed = requestData_.insert_or_assign(item->timestamp, Outstanding{item, submittedAt});
+  if (!filed.second) counters_.placeTaken();
   // A busy main thread does not lengthen the time-out; a callback that kept the table from being used does.
   armTimeout(item->timestamp, std::max(submittedAt, freeSince_) + kRequestTimeout);
   publishCounts();
-  transmit_(item);
+  transmit_(item, submittedAt);
 }
 
 void RequestTable::armTimeout(std::int64_t timestamp, SteadyTime due) {
@@ -85,8 +88,8 @@ void RequestTable::expireDue(std::vector<std::int64_t> due, std::size_t next, Se
   while (next < last) {
     const auto found = requestData_.find(due[next++]);
     if (found == requestData_.end()) continue;
-    const ItemPointer item = found->second;
-    expire(item);
+    const Outstanding request = found->second;
+    expire(request);
     break;
   }
   if (next == due.size()) return;
@@ -95,7 +98,10 @@ void RequestTable::expireDue(std::vector<std::int64_t> due, std::size_t next, Se
   });
 }
 
-void RequestTable::expire(const ItemPointer& item) {
+void RequestTable::expire(const Outstanding& request) {
+  const ItemPointer& item = request.item;
+  // Before its callback, which may take its time.
+  counters_.requestTimedOut(lastAlarm_ - request.submittedAt);
   QXFileLog::standard().log("#WebSocketWithBlock# TIMEOUT %ld\n%@", item->timestamp, item->jsonString);
   if (item->timeoutBlock) runGuarded("time-out callback", [&] { item->timeoutBlock(item); });
   remove(item->timestamp);
@@ -105,10 +111,12 @@ void RequestTable::complete(const std::shared_ptr<const ReplyFrame>& frame) {
   const ReplyFrame& reply = *frame;
   const auto found = requestData_.find(reply.timestamp);
   if (found == requestData_.end()) {
+    counters_.strayReplyCame();
     QXFileLog::standard().log("### WebSocket Timeout ### %@", reply.command);
     return;
   }
-  const auto item = found->second;
+  const ItemPointer item = found->second.item;
+  counters_.requestAnswered(reply.arrivedAt - found->second.submittedAt);
   const bool isSession = reply.command == kSessionCommand;
   if (isSession && reply.succeeded()) resendParked();
   const bool isParked = needsSession(reply.ret) && !isSession && !isTakenBack(*item);

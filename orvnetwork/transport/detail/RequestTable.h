@@ -7,6 +7,7 @@
 
 #include <orvnetwork/platform/SerialQueue.h>
 #include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/detail/LinkCounters.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/TimeoutList.h>
 
@@ -39,11 +40,12 @@ class RequestTable {
   /// each would otherwise cost a thread switch. A time-out is never early, and a lone one is on time.
   static constexpr std::chrono::milliseconds kAlarmSpacing{5};
 
-  /// `transmit` puts a request's text on the wire, `resend` sends a request anew from the start, `parked` hears that
-  /// one is held for want of a session. All are called on the main thread.
-  RequestTable(std::function<void(const std::shared_ptr<QXRequestItem>&)> transmit,
+  /// `transmit` puts a request's text on the wire (it is told when that was asked for), `resend` sends a request anew from
+  /// the start, `parked` hears that one is held for want of a session. All are called on the main thread. `counters` must
+  /// outlive it.
+  RequestTable(std::function<void(const std::shared_ptr<QXRequestItem>&, SteadyTime)> transmit,
                std::function<void(const std::shared_ptr<QXRequestItem>&)> resend,
-               std::function<void()> parked);
+               std::function<void()> parked, LinkCounters& counters);
 
   /// Files the request, arms its time-out and transmits it, soon. Any thread.
   void submit(std::shared_ptr<QXRequestItem> item);
@@ -60,6 +62,10 @@ class RequestTable {
 
  private:
   using ItemPointer = std::shared_ptr<QXRequestItem>;
+  struct Outstanding {
+    ItemPointer item;
+    SteadyTime submittedAt;
+  };
   static constexpr std::size_t kFewParked = 16;
 
   void file(const ItemPointer& item, SteadyTime submittedAt);
@@ -67,7 +73,7 @@ class RequestTable {
   void setAlarm();
   void onAlarm();
   void expireDue(std::vector<std::int64_t> due, std::size_t next, SerialQueue::Turn turn);
-  void expire(const ItemPointer& item);
+  void expire(const Outstanding& request);
   void complete(const std::shared_ptr<const ReplyFrame>& frame);
   void park(const ItemPointer& item);
   void dropTakenBack();
@@ -75,13 +81,14 @@ class RequestTable {
   void remove(std::int64_t timestamp);
   void publishCounts();
 
-  const std::function<void(const ItemPointer&)> transmit_;
+  const std::function<void(const ItemPointer&, SteadyTime)> transmit_;
   const std::function<void(const ItemPointer&)> resend_;
   const std::function<void()> parked_;
+  LinkCounters& counters_;
   const std::shared_ptr<SerialQueue> requestDataSyncQueue_;
 
   // Main thread only.
-  std::unordered_map<std::int64_t, ItemPointer> requestData_;
+  std::unordered_map<std::int64_t, Outstanding> requestData_;
   std::vector<ItemPointer> sessionRequiredRequests_;
   std::size_t dropAt_ = kFewParked;
   TimeoutList timeouts_;

@@ -1,0 +1,136 @@
+#include "orvnetwork/transport/detail/TraceDesk.h"
+
+#include <orvnetwork/data/Secrets.h>
+#include <orvnetwork/platform/Executor.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/transport/detail/TraceText.h>
+
+#include <string_view>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+std::string skippedText(std::uint64_t entries) {
+  return std::to_string(entries) + (entries == 1 ? " entry is" : " entries are") +
+         " missing: they came faster than they were taken";
+}
+
+WallTime traceTime() {
+  return Platform::current().clock().wallNow();
+}
+
+}  // namespace
+
+TraceDesk::TraceDesk() = default;
+TraceDesk::~TraceDesk() = default;
+
+void TraceDesk::set(TraceSink sink, TraceMode mode) {
+  std::shared_ptr<const Target> target;
+  if (sink) target = std::make_shared<const Target>(Target{std::move(sink), mode});
+  std::deque<Waiting> dropped;
+  {
+    const std::lock_guard lock(mutex_);
+    // A thread is there from the first sink on.
+    if (target && !drain_) drain_ = Platform::current().makeBackgroundDrain([this] { drain(); });
+    isOn_ = target != nullptr;
+    target_.swap(target);
+    waiting_.swap(dropped);
+    bytes_ = 0;
+    skipped_ = 0;
+  }
+}
+
+void TraceDesk::flush() {
+  BackgroundDrain* drain = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    drain = drain_.get();
+  }
+  if (drain != nullptr) drain->runNow();
+}
+
+void TraceDesk::message(TraceKind kind, std::uint64_t connection, std::shared_ptr<const std::string> text) {
+  Waiting waiting{{kind, traceTime(), connection, text->size(), {}, false, {}, 0}, {}};
+  if (text->size() > kLongestText) {
+    waiting.entry.text = sizeText(text->size());
+  } else {
+    waiting.message = std::move(text);
+  }
+  note(std::move(waiting));
+}
+
+void TraceDesk::binary(std::uint64_t connection, std::size_t size) {
+  note({{TraceKind::Received, traceTime(), connection, size, sizeText(size), false, {}, 0}, {}});
+}
+
+void TraceDesk::attempt(std::uint64_t connection, const OptionalString& url) {
+  event(TraceKind::Attempt, connection, url ? addressText(*url) : "no address");
+}
+
+void TraceDesk::failure(std::uint64_t connection, const LinkFailure& failure) {
+  note({{TraceKind::Failed, traceTime(), connection, 0, hideSecrets(failure.text), false,
+         std::string(nameOf(failure.trouble)), 0},
+        {}});
+}
+
+void TraceDesk::event(TraceKind kind, std::uint64_t connection, std::string text) {
+  note({{kind, traceTime(), connection, 0, std::move(text), false, {}, 0}, {}});
+}
+
+void TraceDesk::note(Waiting waiting) {
+  std::deque<Waiting> dropped;
+  const std::lock_guard lock(mutex_);
+  if (!target_) return;
+  // Words about a connection may name a server.
+  const TraceKind kind = waiting.entry.kind;
+  const bool isMessage = kind == TraceKind::Sent || kind == TraceKind::Received;
+  if (!isMessage && target_->mode == TraceMode::Shareable) waiting.entry.text.clear();
+  bytes_ += waiting.bytes();
+  waiting_.push_back(std::move(waiting));
+  while (waiting_.size() > kMostEntries || bytes_ > kMostBytes) {
+    bytes_ -= waiting_.front().bytes();
+    dropped.push_back(std::move(waiting_.front()));
+    waiting_.pop_front();
+    ++skipped_;
+  }
+  drain_->nudge();
+}
+
+void TraceDesk::drain() {
+  while (deliverNext()) {
+  }
+}
+
+bool TraceDesk::deliverNext() {
+  std::shared_ptr<const Target> target;
+  Waiting next;
+  std::uint64_t skipped = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    if (waiting_.empty()) return false;
+    target = target_;
+    skipped = std::exchange(skipped_, 0);
+    next = std::move(waiting_.front());
+    waiting_.pop_front();
+    bytes_ -= next.bytes();
+  }
+  TraceEntry& entry = next.entry;
+  if (skipped > 0) {
+    TraceEntry gap;
+    gap.time = entry.time;
+    gap.text = skippedText(skipped);
+    gap.skipped = skipped;
+    runGuarded("frame trace", [&] { target->sink(gap); });
+  }
+  if (next.message) {
+    TraceText shown = traceTextOf(*next.message, target->mode);
+    entry.text = std::move(shown.text);
+    entry.isJson = shown.isJson;
+  }
+  runGuarded("frame trace", [&] { target->sink(entry); });
+  return true;
+}
+
+}  // namespace orv
