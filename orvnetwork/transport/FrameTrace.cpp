@@ -6,7 +6,6 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <ctime>
 
 namespace orv {
 
@@ -14,16 +13,17 @@ namespace {
 
 /// "2026-11-22T11:34:45.123456Z"
 std::string utcText(WallTime time) {
-  const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-  const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time - seconds).count();
-  const std::time_t whole = seconds.time_since_epoch().count();
-  std::tm fields{};
-  if (::gmtime_r(&whole, &fields) == nullptr) return {};
-  std::array<char, 32> text{};
-  const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &fields);
-  std::array<char, 16> fraction{};
-  std::snprintf(fraction.data(), fraction.size(), ".%06dZ", static_cast<int>(microseconds));
-  return std::string(text.data(), length) + fraction.data();
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const auto ofDay = std::chrono::floor<std::chrono::microseconds>(time - day);
+  const std::chrono::hh_mm_ss<std::chrono::microseconds> clock(ofDay);
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%06dZ",
+                static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+                static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()),
+                static_cast<int>(clock.subseconds().count()));
+  return text.data();
 }
 
 }  // namespace

@@ -10,8 +10,10 @@
 #include <atomic>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <mutex>
 #include <optional>
+#include <string_view>
 
 namespace orv {
 
