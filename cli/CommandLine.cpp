@@ -25,12 +25,14 @@ constexpr const char* kExitCodes =
 /// Where the parser puts what it reads.
 struct Parsed {
   Options options;
-  std::string server, uuid, home, proxy;
+  std::string server, uuid, home, proxy, trace;
   CallCommand call;
   std::string values;
   bool batch = false;
   OperationsCommand operations;
   double duration = 0;
+  WatchCommand watch;
+  StatsCommand stats;
   CoursesCommand courses;
   std::uint64_t status = 0;
   LocalCreateCommand localCreate;
@@ -111,7 +113,12 @@ struct Grammar {
         ->type_name("SECONDS")
         ->check(checkSeconds)
         ->capture_default_str();
+    app.add_option("--trace", parsed.trace,
+                   "Write each frame to this file, a line of JSON each, secrets hidden")
+        ->type_name("FILE");
+    app.add_flag("--shareable", parsed.options.shareable, "With --trace: write only what strangers may see");
     addCommands(parsed);
+    addStats(parsed);
   }
 
   void addCommands(Parsed& parsed) {
@@ -137,6 +144,7 @@ struct Grammar {
     watch->add_option("--for", parsed.duration, "End after this time")
         ->type_name("SECONDS")
         ->check(checkSeconds);
+    watch->add_flag("--stats", parsed.watch.stats, "Print the statistics of the link at the end");
 
     courses = app.add_subcommand("courses", "Courses of the stored user's classroom, loaded from the server");
     courses->add_option("--start", parsed.courses.start, "Index of the first one")->capture_default_str();
@@ -173,11 +181,19 @@ struct Grammar {
     logout = app.add_subcommand("logout", "Log the stored user out and forget them");
   }
 
+  void addStats(Parsed& parsed) {
+    stats = app.add_subcommand("stats", "Open the link, try it with PINGs, and print its statistics");
+    stats->add_flag("--json", parsed.stats.json, "A line of JSON on a terminal, too");
+    stats->add_option("--for", parsed.duration, "A PING each second for so long")
+        ->type_name("SECONDS")
+        ->check(checkSeconds);
+  }
+
   CLI::App app;
   CLI::App *demo = nullptr, *call = nullptr, *invoke = nullptr, *operations = nullptr, *watch = nullptr,
            *log = nullptr, *courses = nullptr, *local = nullptr, *localList = nullptr, *localCreate = nullptr,
            *localAdd = nullptr, *localDelete = nullptr, *login = nullptr, *whoami = nullptr,
-           *logout = nullptr, *shell = nullptr;
+           *logout = nullptr, *shell = nullptr, *stats = nullptr;
 };
 
 OptionalString ifGiven(const CLI::App& app, const std::string& name, const std::string& value) {
@@ -189,6 +205,10 @@ std::variant<Invocation, WrongUse, Text> choose(const Grammar& grammar, Parsed& 
   parsed.options.uuid = ifGiven(grammar.app, "--uuid", parsed.uuid);
   parsed.options.home = ifGiven(grammar.app, "--home", parsed.home);
   if (parsed.options.home && parsed.options.home->empty()) return WrongUse{"--home: a folder is expected"};
+  parsed.options.trace = ifGiven(grammar.app, "--trace", parsed.trace);
+  if (parsed.options.trace && parsed.options.trace->empty()) return WrongUse{"--trace: a file is expected"};
+  if (parsed.options.shareable && !parsed.options.trace)
+    return WrongUse{"--shareable belongs to --trace FILE"};
 
   if (grammar.app.count("--proxy") > 0) {
     parsed.options.proxy = readWay(parsed.proxy).value_or(ProxySettings());
@@ -221,9 +241,12 @@ std::variant<Invocation, WrongUse, Text> choose(const Grammar& grammar, Parsed& 
   if (grammar.whoami->parsed()) return with(WhoamiCommand{});
   if (grammar.logout->parsed()) return with(LogoutCommand{});
   if (grammar.watch->parsed()) {
-    WatchCommand watch;
-    if (grammar.watch->count("--for") > 0) watch.duration = parsed.duration;
-    return with(watch);
+    if (grammar.watch->count("--for") > 0) parsed.watch.duration = parsed.duration;
+    return with(parsed.watch);
+  }
+  if (grammar.stats->parsed()) {
+    if (grammar.stats->count("--for") > 0) parsed.stats.duration = parsed.duration;
+    return with(parsed.stats);
   }
   std::vector<std::string> rest = grammar.invoke->remaining();
   if (parsed.batch) {
@@ -262,9 +285,9 @@ std::variant<Invocation, WrongUse, Text> parseCommandLine(int argc, const char* 
     }
     if (!grammar.app.get_subcommands().empty()) return WrongUse{error.what()};
     return WrongUse{
-        "a command is expected: demo, shell, call, invoke, operations, watch, courses, local, log, login, "
-        "whoami "
-        "or logout; see `orv --help`"};
+        "a command is expected: demo, shell, call, invoke, operations, watch, stats, courses, local, log, "
+        "login, "
+        "whoami or logout; see `orv --help`"};
   } catch (const CLI::ParseError& error) {
     return WrongUse{error.what()};
   }

@@ -23,6 +23,10 @@ struct Options {
   ProxySettings proxy;
   /// How long to wait for the link to be up, in seconds.
   double wait = 10;
+  /// The file that the trace of frames goes to; absent: there is none.
+  OptionalString trace;
+  /// Whether the trace shows only what strangers may see.
+  bool shareable = false;
 };
 
 struct DemoCommand {};
@@ -40,6 +44,14 @@ struct OperationsCommand {
 };
 struct WatchCommand {
   /// In seconds; absent: until interrupted.
+  std::optional<double> duration;
+  /// Whether the statistics of the link are printed at the end.
+  bool stats = false;
+};
+struct StatsCommand {
+  /// Whether it is a line of JSON on a terminal as well.
+  bool json = false;
+  /// In seconds; absent: as long as some PINGs take.
   std::optional<double> duration;
 };
 struct CoursesCommand {
@@ -75,7 +87,7 @@ struct LogoutCommand {};
 using Command =
     std::variant<DemoCommand, CallCommand, InvokeCommand, BatchCommand, OperationsCommand, WatchCommand,
                  LogCommand, LoginCommand, WhoamiCommand, LogoutCommand, CoursesCommand, LocalListCommand,
-                 LocalCreateCommand, LocalAddCommand, LocalDeleteCommand, ShellCommand>;
+                 LocalCreateCommand, LocalAddCommand, LocalDeleteCommand, ShellCommand, StatsCommand>;
 
 /// The command line asks for something that the program does not do.
 struct WrongUse {

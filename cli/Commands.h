@@ -14,6 +14,7 @@ ExitCode run(const InvokeCommand& command, Context& context);
 ExitCode run(const BatchCommand& command, Context& context);
 ExitCode run(const OperationsCommand& command, Context& context);
 ExitCode run(const WatchCommand& command, Context& context);
+ExitCode run(const StatsCommand& command, Context& context);
 ExitCode run(const CoursesCommand& command, Context& context);
 ExitCode run(const LocalListCommand& command, Context& context);
 ExitCode run(const LocalCreateCommand& command, Context& context);

@@ -90,6 +90,7 @@ Host::Host(const Options& options)
       }),
       options_(options) {
   MainQueue::instance().claim();
+  if (options_.trace) trace_.emplace(*options_.trace, options_.shareable);
 }
 
 Host::~Host() = default;

@@ -9,22 +9,18 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Signals.h"
+#include "cli/TraceRun.h"
+#include "cli/WrongOptions.h"
 #include <devserver/DevServer.h>
 
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace orv::cli {
-
-/// The library cannot be set up with the options that were given.
-struct WrongOptions : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
 
 /// Makes a folder the home of the library, and so the place of the documents folder. To be called before anything of the
 /// library is used. Returns what went wrong, or nothing.
@@ -105,6 +101,7 @@ class Host {
   std::atomic<bool> terminated_{false};
   Signals signals_;
   const Options options_;
+  std::optional<TraceRun> trace_;
   std::unique_ptr<DevServer> server_;
   std::optional<SessionStatus> unlinkedSession_;
   std::unique_ptr<Client> client_;

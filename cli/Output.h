@@ -28,6 +28,8 @@ class Output {
   int failure() const { return failure_; }
   /// Whether standard output is a pipe or a connection that nobody reads any more.
   static bool abandoned();
+  /// Whether a person sees it in a terminal, as it is written.
+  bool isForPerson() const;
   /// Whether a person sees it in a terminal that knows colours.
   static bool wantsColours();
 

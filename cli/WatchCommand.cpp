@@ -44,6 +44,7 @@ ExitCode run(const WatchCommand& command, Context& context) {
   if (settled) host.runUntil([&] { return over || unread(); });
   look->invalidate();
   if (end) end->invalidate();
+  if (command.stats) output.line(json::object{{"statistics", jsonOf(link.statistics())}});
   if (linkWasUp || unread() || host.interrupted()) return ExitCode::Success;
   const double waited = std::min(options.wait, command.duration.value_or(options.wait));
   writeAll(STDERR_FILENO, "orv: " + printable(host.noLinkMessage(waited)) + "\n");

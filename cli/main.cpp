@@ -27,6 +27,8 @@ ExitCode runInvocation(const Invocation& invocation, Output& output) {
     }
   }
   Context context(invocation.options, output);
+  // Whether the trace can be written is told by commands without a link, too.
+  if (invocation.options.trace) context.host();
   return std::visit([&](const auto& command) { return run(command, context); }, invocation.command);
 }
 

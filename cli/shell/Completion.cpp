@@ -132,9 +132,9 @@ void offerBehind(Completion& completion, const std::vector<Word>& words, std::st
 }  // namespace
 
 const Texts& shellCommands() {
-  static const Texts kCommands = {"call",   "console",    "courses", "created", "exit",
-                                  "help",   "invoke",     "local",   "log",     "login",
-                                  "logout", "operations", "server",  "watch",   "whoami"};
+  static const Texts kCommands = {"call",   "console", "courses", "created", "exit",   "help",
+                                  "invoke", "local",   "log",     "login",   "logout", "operations",
+                                  "server", "stats",   "watch",   "whoami"};
   return kCommands;
 }
 

@@ -30,6 +30,7 @@ constexpr std::string_view kHelp =
     "What happens    watch on|off            notifications, changes of the link and the session\n"
     "                console on|off          the diagnostic console\n"
     "                log [--path]            the rolling log\n"
+    "                stats [--for SECONDS]   what has passed on the link, after some PINGs\n"
     "Server          server [CONTROL]        the embedded server: its state, pushes and faults\n"
     "                                        e.g. server {\"push\":\"Rooms.Push.Message\"}\n"
     "Leave           exit, or Ctrl-D; Ctrl-C gives up a line or what runs\n"

@@ -36,6 +36,7 @@ export function personOf(connection) {
 const kindNames = {
   opened: 'connected', closed: 'gone', ping: 'PING', pong: 'PONG', malformed: 'not a request',
   unread: 'text', push: 'text', binary: 'binary frame', wire: 'bytes between frames',
+  attempt: 'attempt to connect', up: 'link is up', failed: 'failed', began: 'the trace begins',
 };
 
 /** What stands in the place of a command. */
@@ -45,7 +46,8 @@ export function title(frame) {
 }
 
 export function isError(frame) {
-  return (frame.code !== undefined && frame.code !== 0) || frame.kind === 'malformed' || Boolean(frame.faults);
+  return (frame.code !== undefined && frame.code !== 0) || frame.kind === 'malformed' || frame.kind === 'failed' ||
+    Boolean(frame.faults);
 }
 
 export const isHeartbeat = (frame) => frame.kind === 'ping' || frame.kind === 'pong';

@@ -27,6 +27,7 @@ function notes(frame) {
   for (const fault of frame.faults ?? []) chip(fault, 'warn');
   if (frame.kind === 'push') chip('push');
   if (frame.kind === 'malformed') chip('malformed', 'bad');
+  if (frame.direction === 'none' && frame.text) return [...chips, frame.text];
   const error = frame.code ? frame.frame?.v?.err : '';
   return typeof error === 'string' ? [...chips, error] : chips;
 }

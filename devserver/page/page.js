@@ -3,11 +3,13 @@
 import {noteCommand, say, showFaults, showUsers, whenState} from './actions.js';
 import {clock, count, make, milliseconds, personOf, title} from './format.js';
 import * as list from './frames.js';
+import {readTrace} from './trace.js';
 import {closeAll, openAll, showTree, treeKeys} from './tree.js';
 
 const $ = (id) => document.getElementById(id);
 const tree = $('tree');
 let shown = null, reached = false;
+let events = null;  // absent while a trace is shown
 
 // --- State
 
@@ -52,7 +54,7 @@ function setLive(text, kind) {
 }
 
 function listen() {
-  const events = new EventSource('/events');
+  events = new EventSource('/events');
   const on = (name, act) => events.addEventListener(name, (event) => act(JSON.parse(event.data)));
   events.onerror = () => setLive(reached ? 'connection lost, trying again' : 'no connection', 'warn');
   on('hello', (hello) => {
@@ -67,6 +69,55 @@ function listen() {
   on('frame', list.addFrame);
   on('skipped', ({frames}) => list.addSkipped(frames));
 }
+
+// --- A trace in the place of the stream
+
+function showTrace(name, entries) {
+  events?.close();
+  events = null;
+  list.clearList();
+  list.forgetConnections();
+  list.setConnections([...new Set(entries.map(({connection}) => connection).filter(Boolean))]
+    .map((id) => ({id, uID: 'client'})));
+  for (const entry of entries) {
+    if (entry.skipped === undefined) list.addFrame(entry);
+    else list.addSkipped(entry.skipped, entry.text);
+  }
+  setLive(`trace ${name}`, '');
+  $('trace').textContent = 'Back to live';
+  $('trace').setAttribute('aria-pressed', 'true');
+  say(`${name}: ${count(entries.length, 'entry', 'entries')}.`);
+}
+
+function leaveTrace() {
+  $('trace').textContent = 'Open trace';
+  $('trace').setAttribute('aria-pressed', 'false');
+  setLive('connecting', '');
+  connectedText = '';
+  listen();
+}
+
+async function openTrace(file) {
+  if (!file) return;
+  try {
+    showTrace(file.name, readTrace(await file.text()));
+  } catch {
+    say(`${file.name} cannot be read.`, true);
+  }
+}
+
+const askForTrace = () => (events === null ? leaveTrace() : $('trace-file').click());
+
+$('trace').addEventListener('click', askForTrace);
+$('trace-file').addEventListener('change', ({target}) => {
+  openTrace(target.files[0]);
+  target.value = '';  // so that the same file can be opened again
+});
+document.addEventListener('dragover', (event) => event.preventDefault());
+document.addEventListener('drop', (event) => {
+  event.preventDefault();
+  openTrace(event.dataTransfer?.files[0]);
+});
 
 // --- What a frame holds
 
@@ -122,7 +173,7 @@ whenState(showState);
 const toggle = (id) => () => { $(id).checked = !$(id).checked; list.applyFilters(); };
 const shortcuts = {
   '/': () => $('filter-command').focus(), '?': () => $('help').showModal(),
-  p: list.togglePause, c: list.clearList, n: list.goToNewest, r: list.goToPartner,
+  p: list.togglePause, c: list.clearList, n: list.goToNewest, r: list.goToPartner, t: askForTrace,
   e: toggle('filter-errors'), h: toggle('filter-pings'),
 };
 

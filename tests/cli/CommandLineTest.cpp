@@ -24,8 +24,8 @@ TEST_P(WrongUse, IsToldAsOneLineOfJsonAndExits1) {
 }
 
 constexpr const char* kCommands =
-    "a command is expected: demo, shell, call, invoke, operations, watch, courses, local, log, login, whoami "
-    "or logout; see `orv --help`";
+    "a command is expected: demo, shell, call, invoke, operations, watch, stats, courses, local, log, login, "
+    "whoami or logout; see `orv --help`";
 constexpr const char* kTooMany = "too many arguments, or an option after the command; see `orv --help`";
 constexpr const char* kLogin = "loginWithMobile:password:completeBlock:timeoutBlock:";
 

@@ -22,7 +22,7 @@ DOMAIN = re.compile(r'Domain = "(\w+)"')
 ENUMERATION = re.compile(r"enum class (\w+)[^{]*{(.*?)^};", re.DOTALL | re.MULTILINE)
 ENUMERATOR = re.compile(r"^ +(\w+)(?: = [^,]+)?,", re.MULTILINE)
 NAMED = ("ClientError", "CourseListErrorKind", "CourseListPhase", "LinkState", "LinkTrouble", "LocalCourseTrouble", "PendingEnd",
-         "ReplyCode", "ReplyOutcome", "SessionState", "SignInOutcome", "SignOutOutcome")
+         "ReplyCode", "ReplyOutcome", "SessionState", "SignInOutcome", "SignOutOutcome", "TraceKind")
 
 
 def names_of_headers(root):

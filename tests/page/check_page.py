@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
 """Checks the server's page in a browser, in both colour schemes.
 
-Usage: check_page.py SERVER
+Usage: check_page.py SERVER CLIENT
 """
 
 import http.server
 import json
+import os
+import subprocess
 import sys
+import tempfile
 import threading
 import traceback
 
@@ -43,6 +46,34 @@ def in_force(page, server):
     faults = server.control({"push": "Dev.Nothing", "user": "nobody"})["faults"].get("replies", [])
     page.wait(f"document.querySelectorAll('#in-force li').length === {len(faults)}")
     return faults
+
+
+class Trace:
+    """What a client has written of its frames."""
+
+    name, text = "link.jsonl", ""
+
+    def take(self, program):
+        with tempfile.TemporaryDirectory(prefix="orv-trace-") as folder:
+            path = os.path.join(folder, self.name)
+            subprocess.run([program, "--home", folder, "--trace", path, "shell"], check=True, timeout=60, text=True,
+                           input="login 13800000001\nclassroom\n", stdout=subprocess.DEVNULL)
+            with open(path, encoding="utf-8") as file:
+                self.text = file.read()
+
+
+TRACE = Trace()
+
+
+def _hand_over(selector, name, text, event):
+    """A script that gives a file to an element, as a person does who chooses or drops it."""
+    return f"""(() => {{
+      const data = new DataTransfer(), element = document.querySelector({json.dumps(selector)});
+      data.items.add(new File([{json.dumps(text)}], {json.dumps(name)}));
+      if ({json.dumps(event)} === 'change') element.files = data.files;
+      const Kind = {json.dumps(event)} === 'drop' ? DragEvent : Event;
+      element.dispatchEvent(new Kind({json.dumps(event)}, {{bubbles: true, cancelable: true, dataTransfer: data}}));
+    }})()"""
 
 
 class Lesson:
@@ -238,6 +269,55 @@ class Lesson:
           .map((control) => control.outerHTML)""")
         expect(nameless, [], "controls without a name")
 
+    def shows_a_trace_and_goes_back(self):
+        page = self.page
+        before = commands(page)
+        page.value(_hand_over("#trace-file", TRACE.name, TRACE.text, "change"))
+        rows = ["the trace begins", "attempt to connect", "connected", "PING", "PONG", "link is up"]
+        rows += ["User.Post.Login", "User.Post.Login", "gone"]
+        wait_for_commands(page, rows)
+        wait_for_text(page, "#live", f"trace {TRACE.name}")
+        wait_for_text(page, "#said", f"{TRACE.name}: 9 entries.")
+        request, reply = ([*page.value(f"[...{ROWS}[{row}].cells].map((cell) => cell.textContent)")] for row in (6, 7))
+        expect([request[1], reply[1]], ["→ in", "← out"], "directions")
+        expect(int(request[4].replace(",", "")) > 80, True, "size of the request")
+        expect(0 <= float(reply[5].replace(",", "")) < 20_000, True, "time since the request")
+        expect(page.value(f"{ROWS}[1].textContent.includes('ws://127.0.0.1')"), True, "the address of the attempt")
+        page.press("Escape")
+        page.press("n")
+        page.press("ArrowUp")
+        wait_for_text(page, "#tree", 'token: "***"')
+        page.press("r")
+        wait_for_text(page, "#detail-facts", "request")
+        self.client.request("Dev.WhileTraced")
+        expect("Dev.WhileTraced" in commands(page), False, "the stream goes on behind the trace")
+        page.press("t")
+        page.wait("document.querySelector('#live').textContent === 'live'")
+        wait_for_commands(page, [*before, "Dev.WhileTraced", "Dev.WhileTraced"])
+
+    def shows_a_trace_that_is_dropped(self):
+        page = self.page
+        lines = [{"time": "2026-11-22T11:00:45.000123Z", "kind": "failed", "connection": 1, "reason": "refused",
+                  "text": "the connection was refused"},
+                 {"time": "2026-11-22T11:00:46Z", "kind": "skipped", "skipped": 12, "text": "12 entries are missing"},
+                 {"time": "2026-11-22T11:00:47.5Z", "kind": "received", "connection": 2, "bytes": 7,
+                  "text": "<img src=x onerror=alert(1)>"},
+                 {"time": "2026-11-22T11:00:48Z", "kind": "received", "connection": 2, "bytes": 20,
+                  "frame": {"C": "Rooms.Push.Message", "v": {"ret": 0}}},
+                 {"time": "2026-11-22T11:00:49Z", "kind": "tomorrow"}]
+        text = "\n".join(map(json.dumps, lines)) + '\n{"time":"2026-1'
+        page.value(_hand_over("main", "link.jsonl", text, "drop"))
+        wait_for_commands(page, ["failed", "text", "Rooms.Push.Message", "not a request", "not a request"])
+        wait_for_text(page, "#rows", "12 entries are missing")
+        wait_for_text(page, "#rows", "refused: the connection was refused")
+        expect(page.value("document.querySelectorAll('main img').length"), 0, "images")
+        page.press("Escape")
+        page.press("e")
+        wait_for_commands(page, ["failed", "not a request", "not a request"])
+        page.press("e")
+        page.click("#trace")
+        page.wait("document.querySelector('#live').textContent === 'live'")
+
     def outlives_a_flood(self):
         page = self.page
         for number in range(3000):
@@ -256,7 +336,7 @@ class Lesson:
 
 STEPS = [Lesson.shows_past_and_present, Lesson.filters, Lesson.shows_what_a_frame_holds, Lesson.arms_faults,
          Lesson.pushes, Lesson.pauses_and_clears, Lesson.takes_no_text_for_html, Lesson.fits_a_narrow_window,
-         Lesson.outlives_a_flood]
+         Lesson.shows_a_trace_and_goes_back, Lesson.shows_a_trace_that_is_dropped, Lesson.outlives_a_flood]
 
 
 def is_dark(page):
@@ -334,6 +414,7 @@ def check_strangers(browser, program):
 def main():
     try:
         with Browser() as browser:
+            TRACE.take(sys.argv[2])
             check_strangers(browser, sys.argv[1])
             for scheme in ("light", "dark"):
                 check(browser, sys.argv[1], scheme)

@@ -98,9 +98,16 @@ void TraceDesk::note(Waiting waiting) {
   drain_->nudge();
 }
 
+// What comes meanwhile is left for the next time, so that who waits for the end of this does not wait for ever.
 void TraceDesk::drain() {
-  while (deliverNext()) {
+  std::size_t left = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    left = waiting_.size();
   }
+  while (left > 0 && deliverNext()) --left;
+  const std::lock_guard lock(mutex_);
+  if (!waiting_.empty()) drain_->nudge();
 }
 
 bool TraceDesk::deliverNext() {

@@ -40,6 +40,22 @@ TEST(TraceDesk, TakesEntriesOfManyThreadsWhileItsSinkChanges) {
   EXPECT_FALSE(desk.isOn());
 }
 
+TEST(TraceDesk, IsFlushedWhileEntriesKeepComing) {
+  TraceDesk desk;
+  std::atomic<std::uint64_t> calls{0};
+  // Each entry brings the next one.
+  desk.set(
+      [&](const TraceEntry&) {
+        ++calls;
+        desk.event(TraceKind::Opened, 1);
+      },
+      TraceMode::SecretsHidden);
+  desk.event(TraceKind::Opened, 1);
+  for (int i = 0; i < 10; ++i) desk.flush();
+  EXPECT_GE(calls, 10u);
+  desk.set({}, TraceMode::SecretsHidden);
+}
+
 TEST(TraceDesk, MayBeFlushedInsideItsSink) {
   TraceDesk desk;
   std::atomic<int> calls{0};
