@@ -78,7 +78,8 @@ TEST(Stats, IsALineOfAShell) {
   const Result result = runOrv({"shell"}, "call Dev.Echo\nstats\n");
   EXPECT_EQ(result.exitCode, 0) << result.err;
   ASSERT_EQ(result.lines().size(), 2U) << result.out;
-  const json::object& link = result.json(1).at("statistics").at("link").as_object();
+  const json::object line = result.json(1);
+  const json::object& link = line.at("statistics").at("link").as_object();
   EXPECT_EQ(link.at("requests").at("count"), 1);
   EXPECT_EQ(link.at("pings").at("count"), 6);
 }
