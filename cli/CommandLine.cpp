@@ -207,8 +207,9 @@ std::variant<Invocation, WrongUse, Text> choose(const Grammar& grammar, Parsed& 
   if (parsed.options.home && parsed.options.home->empty()) return WrongUse{"--home: a folder is expected"};
   parsed.options.trace = ifGiven(grammar.app, "--trace", parsed.trace);
   if (parsed.options.trace && parsed.options.trace->empty()) return WrongUse{"--trace: a file is expected"};
-  if (parsed.options.shareable && !parsed.options.trace)
+  if (parsed.options.shareable && !parsed.options.trace) {
     return WrongUse{"--shareable belongs to --trace FILE"};
+  }
 
   if (grammar.app.count("--proxy") > 0) {
     parsed.options.proxy = readWay(parsed.proxy).value_or(ProxySettings());

@@ -6,6 +6,7 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/Commands.h"
+#include "cli/ExitCode.h"
 #include "cli/Host.h"
 #include "cli/Output.h"
 #include "cli/StatsTable.h"
@@ -14,6 +15,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <optional>
+#include <string>
 
 namespace orv::cli {
 

@@ -1,5 +1,6 @@
 #include <orvnetwork/client/LinkStatus.h>
 #include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "ClientFixture.h"
 

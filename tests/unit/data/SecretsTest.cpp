@@ -142,8 +142,9 @@ TEST(Secrets, HaveNames) {
   for (const char* name : {"pwd", "pass", "passwd", "opwd", "npwd", "token", "scode", "PWD", "Token"}) {
     EXPECT_TRUE(isSecretName(name)) << name;
   }
-  for (const char* name : {"", "pw", "tokens", "password", "another"})
+  for (const char* name : {"", "pw", "tokens", "password", "another"}) {
     EXPECT_FALSE(isSecretName(name)) << name;
+  }
   EXPECT_TRUE(isSecretName("PassWord", "password"));
   EXPECT_FALSE(isSecretName("", ""));
 }

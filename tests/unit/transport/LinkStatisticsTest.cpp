@@ -270,6 +270,23 @@ TEST_F(LinkStatisticsOfLink, KeepTheAttemptsThatTheLinkHasTakenAndBeginAnewAfter
   EXPECT_EQ(secondsOf(total().begun), 0);
 }
 
+TEST_F(LinkStatisticsOfLink, TellTheLongestOfThisLinkAlone) {
+  bringUp();
+  answerAll({{"ret", 0}});
+  delay(1, 1);
+  send("slow");
+  runFor(5);
+  link.reconnect();
+  delay(0.05, 0.05);
+  runFor(5);
+  ASSERT_TRUE(link.isOpen());
+  send("quick");
+  runFor(5);
+  EXPECT_NEAR(present().requests.longest->count(), 0.1, 1e-6);
+  EXPECT_NEAR(present().requests.p99->count(), 0.1, 0.1 * 0.032);
+  EXPECT_NEAR(total().requests.longest->count(), 2, 1e-6);
+}
+
 TEST_F(LinkStatisticsOfLink, KeepAllOfALinkThatIsLostUntilTheNextAttempt) {
   bringUp();
   answerAll({{"ret", 0}});
