@@ -140,9 +140,9 @@ void QXWebSocketMgr::close() {
     old = std::move(webSocket_);
   }
   if (old) {
+    if (trace_->isOn()) trace_->event(TraceKind::Closed, connectionNumber(), "on purpose");
     old->setDelegate(nullptr);
     old->close();
-    if (trace_->isOn()) trace_->event(TraceKind::Closed, connectionNumber(), "on purpose");
     ConnectReport report = old->connectReport();
     const std::lock_guard lock(mutex_);
     std::swap(lastReport_, report);
