@@ -16,13 +16,14 @@ class QuestionState final : public PendingState<Reply> {
     if (settle(Reply(keepReply(frame)))) deliver(shared_from_this());
   }
 
-  void timedOut(const OptionalString& command) {
+  void timedOut(const std::shared_ptr<QXRequestItem>& item) {
     if (!isWanted()) return;
     if (!isBeingAsked) {
-      settle(Reply(ReplyOutcome::TimedOut, whyNoAnswer(), command));
+      settle(Reply(ReplyOutcome::TimedOut, whyNoAnswer(), item ? item->command : std::nullopt));
       deliver(shared_from_this());
     } else {
-      settle(Reply(ReplyOutcome::NoLink, whyNoLink(), command));
+      settle(item ? Reply(ReplyOutcome::NoLink, whyNoLink(), item->command)
+                  : Reply(ReplyOutcome::TimedOut, "with these arguments nothing was sent", std::nullopt));
       deliverSoon();
     }
   }
@@ -87,7 +88,7 @@ CompleteBlock Question::completeBlock() const {
 TimeoutBlock Question::timeoutBlock() const {
   return [state = state_.get()](const std::shared_ptr<QXRequestItem>& item) {
     const auto kept = state->shared_from_this();
-    state->timedOut(item ? item->command : std::nullopt);
+    state->timedOut(item);
   };
 }
 

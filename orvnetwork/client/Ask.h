@@ -80,8 +80,9 @@ class Asking<operation, std::tuple<Leading...>> {
 ///
 /// The arguments are those of the operation, and the compiler refuses what the operation would refuse. The `Pending` is
 /// answered when the reply has come, when 10 s have passed without one, or, in a turn of the main queue soon after, when
-/// there is no link: then the request is not sent, and the link is asked to reconnect. A request that needs a session
-/// waits for one, however long that takes, so give it a `deadline` where somebody looks on. Main thread.
+/// there is no link: then the request is not sent, and the link is asked to reconnect. An operation that sends nothing with
+/// its arguments is told as timed out, likewise in a later turn. A request that needs a session waits for one, however long
+/// that takes, so give it a `deadline` where somebody looks on. Main thread.
 ///
 /// It costs two allocations and no copy of the frame more than the operation by itself.
 template <auto operation>

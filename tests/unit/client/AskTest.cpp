@@ -108,6 +108,19 @@ TEST_F(Ask, TellsThatThereIsNoLinkInALaterTurn) {
   EXPECT_EQ(outcomes.size(), 1u);
 }
 
+TEST_F(Ask, TellsAnOperationThatSendsNothingApartFromALinkThatIsNotThere) {
+  bringUp();
+  const auto kept =
+      ask<&QXAPIHelper::courseGetMiniPragmQrcodeWithRoomID_width_completeBlock_timeoutBlock>(0, 430).then(
+          [this](const Reply& reply) {
+            EXPECT_EQ(reply.outcome(), ReplyOutcome::TimedOut);
+            outcomes.push_back(reply.sentence());
+          });
+  EXPECT_EQ(outcomes, Strings{});
+  settle();
+  EXPECT_EQ(outcomes, Strings{"the request was not answered in time: with these arguments nothing was sent"});
+}
+
 TEST_F(Ask, TellsWhyThereIsNoLink) {
   platform.network().setDefaultPlan(testing::ConnectPlan::refuse());
   link.watchNetworkStatus();
