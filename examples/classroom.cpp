@@ -18,18 +18,23 @@ class ListView {
   ListView(std::string name, orv::CourseList list) : name_(std::move(name)), list_(std::move(list)) {
     changed_ = list_.onChanged([this](const orv::CourseListChange& change) { show(change); });
   }
-  void fill() { list_.loadMore(); }
+  /// Needs a user and a link; what an earlier run has stored is shown without.
+  void fill() {
+    isFilling_ = true;
+    list_.loadMore();
+  }
 
  private:
   void show(const orv::CourseListChange& change) {
     if (change.changesRows()) std::cout << name_ << ": " << list_.size() << " courses" << std::endl;
     if (change.state.error) std::cout << name_ << ": " << change.state.error->text << std::endl;
-    if (list_.canLoadMore() && list_.size() > 0) list_.loadMore();
+    if (isFilling_ && list_.canLoadMore() && list_.size() > 0) list_.loadMore();
     if (list_.atEnd() && change.stateBefore != change.state) std::cout << name_ << ": complete" << std::endl;
   }
 
   const std::string name_;
   orv::CourseList list_;
+  bool isFilling_ = false;
   orv::Subscription changed_;
 };
 
