@@ -25,7 +25,8 @@ namespace orv {
 ///
 /// There is one in a process at a time. While it lives the link is kept up and the network is watched; the user who is
 /// stored is taken over. Destroying it closes the link for good: no report of the network, no timer and no request opens
-/// it again, and nothing of its parts calls back any more. Then another one can be started, in the same home.
+/// it again. Its parts tell nothing any more; what is waited for (`whenUp`, a sign-in) ends as cancelled, soon after, and a
+/// sign-out that is under way goes on. Then another one can be started, in the same home.
 ///
 /// Everything in it belongs to the main thread, for which it claims the thread that starts the first one.
 class ORV_EXPORT Client {
