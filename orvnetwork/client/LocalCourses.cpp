@@ -50,7 +50,7 @@ LocalCourses::Answer notAnnounced(const Reply& reply) {
 }
 
 LocalCourses::Answer ownerHasChanged() {
-  return localCourseError(LocalCourseTrouble::OtherUser, "another user has signed in meanwhile");
+  return localCourseError(LocalCourseTrouble::OtherUser, "the user or the classroom has changed meanwhile");
 }
 
 /// Longer than a session takes to be renewed and a request to be answered then.
