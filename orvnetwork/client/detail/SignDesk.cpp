@@ -89,7 +89,7 @@ void SignDesk::logInEnded(std::uint64_t number, const Reply& reply, bool isWante
     return;
   }
   // One that was not answered may have been carried out all the same.
-  const bool mayHaveSession = isWanted && reply.outcome() == ReplyOutcome::TimedOut && storedUser();
+  const bool mayHaveSession = reply.outcome() == ReplyOutcome::TimedOut && storedUser();
   if (mayHaveSession || (number == logIns_ && isReturnDue_)) returnSession(number);
 }
 

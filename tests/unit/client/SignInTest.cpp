@@ -87,6 +87,18 @@ TEST_F(SignIn, GivesTheSessionBackWhereTheAnswerWasLost) {
   EXPECT_EQ(nick(), "Ann");
 }
 
+TEST_F(SignIn, GivesTheSessionBackWhereItWasGivenUpAndTheAnswerWasLost) {
+  signedIn();
+  server.faultNextReply(testing::ReplyFault::drop());
+  signIn("13800000002", "other");
+  settle();
+  ASSERT_TRUE(school.hasSession(bob));
+  signing.cancel();
+  runFor(11);
+  EXPECT_EQ(results, Strings{"Cancelled"});
+  EXPECT_TRUE(school.hasSession(ann));
+}
+
 TEST_F(SignIn, WaitsTenSecondsForALink) {
   platform.network().setDefaultPlan(testing::ConnectPlan::neverAnswer());
   watch();
