@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace orv::detail {
 
@@ -28,6 +29,18 @@ std::shared_ptr<OrvUserInfoModel> storedUser() {
 Pending<Reply> askToLogOut() {
   return ask<&QXAPIHelper::logoutWithCompleteBlock_timeoutBlock>();
 }
+
+/// The sign-out that is under way, and who waits for it: one for the process, since it goes on when its desk is gone, and
+/// there is one user. Main thread.
+struct Leaving {
+  bool isUnderWay = false;
+  std::vector<PendingSource<SignOutResult>> waiters;
+
+  static Leaving& standard() {
+    static auto& leaving = *new Leaving;
+    return leaving;
+  }
+};
 
 /// The user whom the answer to a log-in brings; null when it brings none.
 std::shared_ptr<OrvUserInfoModel> userIn(const Reply& reply) {
@@ -128,8 +141,8 @@ Pending<SignInResult> SignDesk::signInUntil(Self desk, LogIn logIn, std::stop_to
 }
 
 Pending<SignInResult> SignDesk::signInNow(Self desk, LogIn logIn, std::stop_token stop) {
-  if (desk->isSigningOut_) {
-    auto leaving = desk->joinSignOut();
+  if (Leaving::standard().isUnderWay) {
+    auto leaving = joinSignOut();
     [[maybe_unused]] const SignOutResult left = co_await leaving;
   }
   auto& link = QXWebSocketMgr::standard();
@@ -172,13 +185,13 @@ Pending<SignInResult> SignDesk::keep(Self desk, std::uint64_t number, Reply repl
 }
 
 Pending<SignOutResult> SignDesk::joinSignOut() {
-  return leaving_.emplace_back().pending();
+  return Leaving::standard().waiters.emplace_back().pending();
 }
 
 Pending<SignOutResult> SignDesk::signOut() {
   giveUpSignIns();
   auto joined = joinSignOut();
-  if (!std::exchange(isSigningOut_, true)) signOutNow(shared_from_this()).detach();
+  if (!std::exchange(Leaving::standard().isUnderWay, true)) signOutNow(shared_from_this()).detach();
   return joined;
 }
 
@@ -197,11 +210,11 @@ Pending<> SignDesk::signOutNow(Self desk) {
   }
   auto cleared = desk->store_.clear();
   const std::optional<bool> isEmpty = co_await cleared;
-  desk->isSigningOut_ = false;
+  Leaving::standard().isUnderWay = false;
   const bool isRemoved = isEmpty.value_or(false);
   if (!isRemoved) text = "the user could not be removed from " + UserStore::file();
   desk->watch_->look();
-  for (auto& waiter : std::exchange(desk->leaving_, {})) {
+  for (auto& waiter : std::exchange(Leaving::standard().waiters, {})) {
     const auto outcome = isRemoved ? SignOutOutcome::SignedOut : SignOutOutcome::NotRemoved;
     waiter.answer(SignOutResult(outcome, isTold, text).from(answer));
   }

@@ -2,7 +2,6 @@
 
 #include <orvnetwork/client/Pending.h>
 #include <orvnetwork/client/PendingCallback.h>
-#include <orvnetwork/client/PendingSource.h>
 #include <orvnetwork/client/Reply.h>
 #include <orvnetwork/client/SignIn.h>
 #include <orvnetwork/client/detail/RevocableRequest.h>
@@ -13,12 +12,11 @@
 #include <functional>
 #include <memory>
 #include <stop_token>
-#include <vector>
 
 namespace orv::detail {
 
 /// Signs users in and out, one at a time: a sign-in gives up those before it, a sign-out too, and a sign-in waits for a
-/// sign-out.
+/// sign-out, also for one that a desk has left behind that is gone.
 ///
 /// A log-in that was sent is carried out, also where nobody wants it any more: then the server's session is somebody's who
 /// is not going to be stored, and is given back. With one exception: a later log-in that was sent has the session, and
@@ -49,7 +47,7 @@ class SignDesk : public std::enable_shared_from_this<SignDesk> {
   Pending<Reply> send(const LogIn& logIn);
   void logInEnded(std::uint64_t number, const Reply& reply, bool isWanted);
   void returnSession(std::uint64_t number);
-  Pending<SignOutResult> joinSignOut();
+  static Pending<SignOutResult> joinSignOut();
 
   const std::shared_ptr<SessionWatch> watch_;
   UserStore store_;
@@ -61,8 +59,6 @@ class SignDesk : public std::enable_shared_from_this<SignDesk> {
   /// The log-out by which a session is ended that nobody wants. A log-in takes it back.
   RevocableRequest ending_;
   PendingCallback ended_;
-  bool isSigningOut_ = false;
-  std::vector<PendingSource<SignOutResult>> leaving_;
 };
 
 }  // namespace orv::detail

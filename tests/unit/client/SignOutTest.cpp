@@ -2,6 +2,7 @@
 
 #include "SessionStatusFixture.h"
 
+#include <memory>
 #include <string>
 #include <system_error>
 
@@ -105,6 +106,21 @@ TEST_F(SignOut, GoesOnWhenNobodyWaitsForIt) {
   EXPECT_TRUE(results.empty());
   EXPECT_EQ(inFile("uID"), "");
   EXPECT_FALSE(users().isLogined());
+}
+
+TEST_F(SignOut, OfAStatusThatIsGoneLeavesTheNextUserSignedIn) {
+  signedIn();
+  school.delay("User.Post.Logout", Seconds(2));
+  signOut();
+  settle();
+  session.reset();
+  session = std::make_unique<SessionStatus>();
+  signIn("13800000002", "other");
+  runFor(15);
+  EXPECT_EQ(results.back(), "SignedIn");
+  EXPECT_EQ(inFile("uID"), bob);
+  EXPECT_EQ(nick(), "Bob");
+  EXPECT_EQ(state(), "Good");
 }
 
 TEST_F(SignOut, TwoAreOne) {
