@@ -57,8 +57,9 @@ void CourseListCore::close() {
   changed_.reset();
   storedWaiters_.clear();
   // They outlive what the main queue still holds of them, so that a worker destroys the rows.
-  auto rows = std::vector<CourseRowsPointer>{std::exchange(shown_, std::make_shared<const CourseRows>()),
-                                             std::exchange(shownBefore_, nullptr)};
+  auto rows =
+      std::vector<CourseRowsPointer>{std::exchange(shown_, std::make_shared<const CourseRows>()),
+                                     std::exchange(shownBefore_, nullptr), std::exchange(telling_, nullptr)};
   if (ready_) rows.push_back(ready_->after);
   MainQueue::instance().post([worker = worker_, rows = std::move(rows), pages = std::move(pages_),
                               read = std::move(read_)]() mutable {
@@ -127,6 +128,9 @@ void CourseListCore::work() {
   if (tellNews()) return;
   if (knowsStored_) answerThoseWhoWait();
   if (read_) {
+    // What is stored gives way to what was read. Where anything may be different that is read once more.
+    needsStored_ = false;
+    if (std::exchange(needsAllStored_, false)) refreshIn(kAfterForeignChange);
     const CoursePassEnd end = *std::exchange(read_, std::nullopt);
     CoursesRead read{.pages = end.pages,
                      .known = pages_,
@@ -219,6 +223,7 @@ void CourseListCore::committed(CourseCommit made) {
   isWhole_ = made.isWhole;
   disposeOf(std::exchange(pages_, std::move(made.pages)));
   if (made.change.changesRows()) ready_ = std::move(made.change);
+  noteLateChanges();
   work();
 }
 
@@ -250,6 +255,7 @@ bool CourseListCore::tellNews() {
 
 void CourseListCore::tell(CourseListChange change) {
   isTelling_ = true;
+  telling_ = change.after;
   change.stateBefore = std::exchange(told_, stateNow());
   change.state = told_;
   changed_->tell(std::move(change));
@@ -257,6 +263,7 @@ void CourseListCore::tell(CourseListChange change) {
 
 void CourseListCore::heard(const CourseListChange& change) {
   isTelling_ = false;
+  telling_.reset();
   shownBefore_ = std::exchange(shown_, change.after);
   // A load that has begun since shows at once, and is told next.
   const CourseListState now = stateNow();

@@ -11,6 +11,7 @@
 #include <orvnetwork/client/detail/CourseInbox.h>
 #include <orvnetwork/client/detail/CoursePages.h>
 #include <orvnetwork/client/detail/CoursePass.h>
+#include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/SerialQueue.h>
 #include <orvnetwork/platform/Timer.h>
@@ -62,17 +63,23 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   // What happens outside.
   void catalogueChanged();
   void noteChange(const CourseChange& change);
+  /// Hears what could not be understood while what was read was put into the catalogue.
+  void noteLateChanges();
   void notePage(const CourseChange& change);
   void touch(std::int64_t roomID);
   void anotherCatalogue();
   void linkIsUp();
   void sessionIsGood();
   void classroomChanged();
+  /// How soon a list is refreshed to which what others have done does not fit.
+  static constexpr Seconds kAfterForeignChange{1};
   /// Refreshes a list that has been loaded after a while.
   void refreshIn(Seconds delay);
   /// The same, spread: those that are looked at first.
   void refreshSpread();
   bool isVisible();
+  /// The rows that were told last, or are told next.
+  const CourseRows& newestRows() const;
 
   // What is done about it.
   void begin(const Wants& wants);
@@ -112,6 +119,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   std::vector<std::weak_ptr<const bool>> views_;
   CourseRowsPointer shown_ = std::make_shared<const CourseRows>();
   CourseRowsPointer shownBefore_;
+  CourseRowsPointer telling_;  ///< what is told and was not heard yet; null when there is nothing
   CourseListState state_, told_;
   bool isTelling_ = false;
   std::optional<CourseListChange> ready_;
@@ -131,6 +139,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   bool knowsStored_ = false;  ///< the stored rows of this catalogue have been read
   std::vector<PendingSource<>> storedWaiters_;
   Rooms touched_, touchedSincePass_;
+  std::vector<CourseChange> late_;
   std::unique_ptr<CoursePass> pass_;
   std::uint64_t passOpened_ = 0;
   std::optional<CoursePassEnd> read_;

@@ -17,8 +17,6 @@ namespace orv::detail {
 
 namespace {
 
-/// How soon a list is refreshed that somebody else's pages do not fit to.
-constexpr Seconds kAfterForeignPage{1};
 /// After the link is up or the session is back, lists that are looked at are refreshed within this, and others within the
 /// next such span.
 constexpr double kRefreshSpread = 1;
@@ -48,6 +46,8 @@ void CourseListCore::catalogueChanged() {
 void CourseListCore::noteChange(const CourseChange& change) {
   if (change.what == CourseChange::What::Opened) return anotherCatalogue();
   if (change.list.kind != list_.kind) return;
+  // Whether the rows are the server's is known when that is done, and what these mean to them.
+  if (committing_ == Commit::Read) return late_.push_back(change);
   switch (change.what) {
     case CourseChange::What::Course:
       return touch(change.roomID);
@@ -57,8 +57,17 @@ void CourseListCore::noteChange(const CourseChange& change) {
     case CourseChange::What::Opened:
       break;
   }
-  if (isFromServer_) return refreshIn(kAfterForeignPage);
+  if (isFromServer_) return refreshIn(kAfterForeignChange);
   needsStored_ = needsAllStored_ = true;
+}
+
+void CourseListCore::noteLateChanges() {
+  for (const CourseChange& change : std::exchange(late_, {})) noteChange(change);
+}
+
+const CourseRows& CourseListCore::newestRows() const {
+  if (ready_) return *ready_->after;
+  return telling_ ? *telling_ : *shown_;
 }
 
 void CourseListCore::notePage(const CourseChange& change) {
@@ -72,9 +81,9 @@ void CourseListCore::notePage(const CourseChange& change) {
     for (const std::int64_t roomID : rooms) touch(roomID);
     return;
   }
-  if (isOurs && !fits(pages_, isWhole_, change)) return refreshIn(kAfterForeignPage);
+  if (isOurs && !fits(pages_, isWhole_, change)) return refreshIn(kAfterForeignChange);
   for (const std::int64_t roomID : rooms) {
-    if (shown_->indexOf(roomID)) touch(roomID);
+    if (newestRows().indexOf(roomID)) touch(roomID);
   }
 }
 
@@ -94,6 +103,7 @@ void CourseListCore::anotherCatalogue() {
   disposeOf(std::exchange(pages_, {}));
   disposeOf(std::exchange(touched_, {}));
   disposeOf(std::exchange(touchedSincePass_, {}));
+  late_.clear();
   isFromServer_ = isWhole_ = knowsStored_ = false;
   error_.reset();
   wants_ = failed_ = {};

@@ -4,8 +4,10 @@
 
 #include "CourseListFixture.h"
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -51,6 +53,47 @@ TEST_F(CourseListLive, EndsAtAFullPage) {
   loadAll(list);
   EXPECT_EQ(list.keys(), rooms(1, 60));
   EXPECT_EQ(pagesAsked.size(), 5u);
+}
+
+TEST_F(CourseListLive, ListsThatAreLoadedAtTheSameTimeKeepTheirEnds) {
+  signIn();
+  listLive(1, 1, 5);
+  listLive(2, 10, 14);
+  listLive(3, 20, 24);
+  std::vector<CourseList> lists;
+  for (const std::uint64_t status : {1u, 2u, 3u}) lists.push_back(CourseList::live(status));
+  settle();
+  std::vector<std::unique_ptr<View>> views;
+  for (auto& list : lists) views.push_back(std::make_unique<View>(list));
+  for (auto& list : lists) list.loadMore();
+  runFor(5);
+  for (std::size_t index = 0; index < lists.size(); ++index) {
+    EXPECT_TRUE(lists[index].atEnd()) << "status " << index + 1;
+    EXPECT_EQ(views[index]->phases(), (Strings{"Loading", "End"})) << "status " << index + 1;
+  }
+  EXPECT_EQ(pagesAsked.size(), 3u);
+}
+
+TEST_F(CourseListLive, ACourseThatThePagesOfTwoListsHaveIsInOneOfThem) {
+  signIn();
+  listLive(1, 1, 5);
+  listLive(2, 10, 14);
+  auto coming = CourseList::live(1);
+  auto onAir = CourseList::live(2);
+  holdPages();
+  coming.loadMore();
+  onAir.loadMore();
+  settle();
+  ASSERT_EQ(held.size(), 2u);
+  // It has changed its status after the first page was made.
+  live[2].push_back(courseItem(3, live_type::kLive, 2));
+  for (const json::object& request : std::exchange(held, {})) {
+    server.reply(server.latest(), request, pageAsked(request));
+  }
+  runFor(5);
+  EXPECT_NE(coming.indexOf(3).has_value(), onAir.indexOf(3).has_value());
+  EXPECT_TRUE(coming.atEnd());
+  EXPECT_TRUE(onAir.atEnd());
 }
 
 TEST_F(CourseListLive, AStatusThatIsNotListedIsRefused) {
