@@ -13,8 +13,9 @@ orv::Pending<> greet(orv::Client* client) {
   co_await up;
   auto asked = ask("Dev.Echo", orv::json::object{{"hello", "classroom"}});
   const orv::Reply reply = co_await asked;
-  if (reply) std::cout << "answer: " << *reply.data() << std::endl;
-  if (!reply) std::cout << reply.sentence() << std::endl;
+  const orv::json::value* const answer = reply ? reply.data() : nullptr;
+  if (answer) std::cout << "answer: " << *answer << std::endl;
+  if (!answer) std::cout << reply.sentence() << std::endl;
   orv::MainQueue::instance().stop();
 }
 

@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
   orv::PendingCallback asking;
   const auto waiting = (*client)->link().whenUp().then([&](orv::PendingEnd) {
     asking = ask("Dev.Echo", orv::json::object{{"hello", "classroom"}}).then([&](const orv::Reply& reply) {
-      if (reply) std::cout << "echo: " << *reply.data() << std::endl;
+      if (reply && reply.data()) std::cout << "echo: " << *reply.data() << std::endl;
       loop.quit(reply ? 0 : 2);
     });
   });

@@ -43,7 +43,7 @@ class ORV_EXPORT LocalCourses {
 
   /// Makes a course in front of the list, with a number that no other one has, however many are made in one second.
   /// @param fields members to begin with, such as "title"; those that make it a local course ("roomID", "orv_local",
-  ///        "publishStatus", "liveType", "addtime") are set by the system
+  ///        "publishStatus", "liveType", "addtime", and the room that `publish` notes) are set by the system
   /// @return the course; `NotWritten`: then there is none
   Pending<Answer> create(json::object fields = {});
 
