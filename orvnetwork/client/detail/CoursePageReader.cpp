@@ -128,7 +128,7 @@ void CoursePageReader::answered(const Reply& reply) {
       return fail(CourseListErrorKind::NoLink, reply.text());
     case ReplyOutcome::TimedOut:
     case ReplyOutcome::Cancelled:
-      if (Platform::current().clock().steadyNow() - askedAt_ >= kPatience) {
+      if (isKeptBack()) {
         request_.takeBack();
         return fail(CourseListErrorKind::NoSession, "the server waits for a session");
       }
@@ -154,6 +154,12 @@ void CoursePageReader::answered(const Reply& reply) {
           if (const auto reader = weak.lock()) reader->finish(reading, page, std::nullopt);
         });
       });
+}
+
+bool CoursePageReader::isKeptBack() const {
+  // A main thread that stood still is late for everything, and nothing need be kept back then.
+  return Platform::current().clock().steadyNow() - askedAt_ >= kPatience &&
+         QXWebSocketMgr::standard().parkedRequestCount() > 0;
 }
 
 void CoursePageReader::finishSoon(CourseListError error) {

@@ -49,6 +49,8 @@ class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
   /// Asks once the catalogue is that of the user.
   void askLater();
   void answered(const Reply& reply);
+  /// Whether the server has kept the page back for want of a session until now.
+  bool isKeptBack() const;
   void finishSoon(CourseListError error);
   void fail(CourseListErrorKind kind, std::string_view text);
   void finish(std::uint64_t reading, CoursePagePointer page, std::optional<CourseListError> error);

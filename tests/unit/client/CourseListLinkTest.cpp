@@ -128,6 +128,21 @@ TEST_F(CourseListLink, AServerThatWantsASessionThatDoesNotComeFailsTheLoad) {
   EXPECT_EQ(whyFailed(list), "NoSession: the server waits for a session");
 }
 
+TEST_F(CourseListLink, AMainThreadThatStoodStillIsNoWantOfASession) {
+  signIn();
+  listRooms(10, 1);
+  keepPagesBack();
+  auto list = CourseList::recorded();
+  list.loadMore();
+  settle();
+  instead = nullptr;
+  platform.stall(Seconds(13));
+  settle();
+  EXPECT_EQ(list.keys(), rooms(10, 1));
+  EXPECT_EQ(list.lastError(), std::nullopt);
+  EXPECT_EQ(pagesAsked, (Strings{"items 1", "items 1"}));
+}
+
 TEST_F(CourseListLink, ALoadThatFailedForWantOfASessionIsTriedAgainWhenThereIsOne) {
   signIn();
   listRooms(10, 1);
