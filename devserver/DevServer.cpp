@@ -22,6 +22,7 @@ struct DevServer::Impl {
         log(options.keptFrames, options.keptFrameBytes),
         engine(faults, log, options.dataFile, options.echo, options.sessionLifetime) {
     port = options.port;
+    engine.setDoor({options.names, options.token});
     engine.setControl(
         [this](std::string_view method, std::string_view body) { return control.answer(method, body); });
     engine.page().feed().setState([this] { return control.state(); });

@@ -22,8 +22,15 @@ namespace orv {
 
 /// Where the server listens, and its bounds.
 struct DevServerOptions {
-  /// Address to listen on. The control answers clients of this machine only, whatever stands here.
+  /// Address to listen on. The page and the control answer clients of this machine only, whatever stands here, unless there
+  /// is a token.
   std::string host = "127.0.0.1";
+  /// Names by which other machines reach the server. A request that names another host than these, the address that it came
+  /// to and this machine is refused, since a page of someone else may have led a name here.
+  std::vector<std::string> names{};
+  /// What opens the page and the control to other machines: "Authorization: Bearer TOKEN", or "?token=TOKEN" behind the
+  /// target. Empty: nothing does.
+  std::string token{};
   /// 0: a free one, chosen at the first start and kept from then on.
   std::uint16_t port = 0;
   /// PEM file with the certificate chain; empty: no TLS. With TLS the control is at https.

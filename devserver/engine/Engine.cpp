@@ -279,16 +279,16 @@ Counters Engine::counters() const {
   return snapshot;
 }
 
-HttpAnswer Engine::http(const HttpRequest& request) {
-  if (!request.fromThisMachine) return httpProblem(403, "this address is for this machine only");
-  if (const auto reason = foreignRequest(request); !reason.empty()) return httpProblem(403, reason);
+HttpAnswer Engine::http(const HttpRequest& asked) {
+  HttpRequest request = asked;
+  if (auto refusal = refusedHttp(request, door_, &Page::isPublic)) return *std::move(refusal);
   if (auto answer = page_.answer(request)) return *answer;
   if (request.target == "/control" && control_) return control_(request.method, request.body);
   return httpProblem(404, "expected a WebSocket, the page at /, or /control");
 }
 
 std::string_view Engine::refusesWebSocket(const HttpRequest& request) {
-  return foreignUpgrade(request);
+  return foreignUpgrade(request, door_);
 }
 
 }  // namespace orv::devserver

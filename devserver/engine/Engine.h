@@ -8,6 +8,7 @@
 #include "devserver/faults/Garbage.h"
 #include "devserver/net/Network.h"
 #include "devserver/net/NetworkEvents.h"
+#include "devserver/page/HttpGuard.h"
 #include "devserver/page/Page.h"
 #include "devserver/page/PassedFrame.h"
 #include "devserver/school/School.h"
@@ -40,6 +41,8 @@ class Engine : public NetworkEvents {
   /// What answers plain HTTP requests to "/control".
   using ControlAnswer = std::function<HttpAnswer(std::string_view method, std::string_view body)>;
   void setControl(ControlAnswer control) { control_ = std::move(control); }
+  /// Who may come in beside this machine. To be said before the network starts.
+  void setDoor(Door door) { door_ = std::move(door); }
   /// The network has stopped: lets go of it, of every connection and of everything that waits to be sent.
   void stopped();
 
@@ -72,7 +75,7 @@ class Engine : public NetworkEvents {
   void opened(std::shared_ptr<Peer> peer) override;
   void closed(Peer& peer) override;
   void received(Peer& peer, std::string_view payload, bool binary) override;
-  HttpAnswer http(const HttpRequest& request) override;
+  HttpAnswer http(const HttpRequest& asked) override;
   std::string_view refusesWebSocket(const HttpRequest& request) override;
   void tcpAccepted() override { ++counters_.tcpAccepted; }
   void turnedAway() override;
@@ -117,6 +120,7 @@ class Engine : public NetworkEvents {
   CommandTable commands_;
   ControlAnswer control_;
   Page page_;
+  Door door_;
   Network* network_ = nullptr;
   std::atomic<std::thread::id> thread_{};
   Crowd crowd_;

@@ -19,7 +19,8 @@ struct HttpRequest {
   std::string_view origin;
   std::string_view fetchSite;  ///< "Sec-Fetch-Site"
   std::string_view lastEvent;  ///< "Last-Event-ID"
-  std::string reachedAt{};     ///< the numeric address that the connection came to
+  std::string_view authorization{};
+  std::string reachedAt{};  ///< the numeric address that the connection came to
   bool tls = false;
   bool fromThisMachine = false;
 };

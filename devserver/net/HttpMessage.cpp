@@ -35,6 +35,7 @@ HttpRequest requestIn(const HttpMessage& message) {
   request.origin = view(message[http::field::origin]);
   request.fetchSite = view(message["Sec-Fetch-Site"]);
   request.lastEvent = view(message["Last-Event-ID"]);
+  request.authorization = view(message[http::field::authorization]);
   return request;
 }
 

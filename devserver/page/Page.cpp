@@ -22,6 +22,10 @@ constexpr std::string_view kHead =
 
 }  // namespace
 
+bool Page::isPublic(std::string_view target) {
+  return target != "/" && findPageFile(target) != nullptr;
+}
+
 std::optional<HttpAnswer> Page::answer(const HttpRequest& request) {
   const bool events = request.target == "/events";
   const PageFile* file = events ? nullptr : findPageFile(request.target);

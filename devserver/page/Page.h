@@ -4,6 +4,7 @@
 #include "devserver/page/EventFeed.h"
 
 #include <optional>
+#include <string_view>
 
 namespace orv::devserver {
 
@@ -11,6 +12,9 @@ namespace orv::devserver {
 class Page {
  public:
   EventFeed& feed() { return feed_; }
+
+  /// Whether a target is a file that says nothing of what passes; the page itself is none, since it leads to all the rest.
+  static bool isPublic(std::string_view target);
 
   /// The answer to a request for the page; absent when it asks for something else.
   std::optional<HttpAnswer> answer(const HttpRequest& request);

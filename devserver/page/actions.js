@@ -1,5 +1,6 @@
 // Pushes and faults: each is one object that goes to /control.
 
+import {authorization} from './access.js';
 import {count, make, personOf} from './format.js';
 
 const $ = (id) => document.getElementById(id);
@@ -31,7 +32,7 @@ export function say(text, bad = false) {
 /** Sends the object; returns the state that the server answers, or null. */
 async function control(request, done) {
   try {
-    const response = await fetch('/control', {method: 'POST', body: JSON.stringify(request)});
+    const response = await fetch('/control', {method: 'POST', headers: authorization, body: JSON.stringify(request)});
     const answer = await response.json();
     if (!response.ok) return say(answer.err ?? `The server answered ${response.status}.`, true);
     onState(answer);

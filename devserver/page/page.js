@@ -1,6 +1,7 @@
 // Brings together the stream of events, the list, what a frame holds, and the keyboard.
 
 import {noteCommand, say, showFaults, showUsers, whenState} from './actions.js';
+import {withToken} from './access.js';
 import {clock, count, make, milliseconds, personOf, title} from './format.js';
 import * as list from './frames.js';
 import {readTrace} from './trace.js';
@@ -54,7 +55,7 @@ function setLive(text, kind) {
 }
 
 function listen() {
-  events = new EventSource('/events');
+  events = new EventSource(withToken('/events'));
   const on = (name, act) => events.addEventListener(name, (event) => act(JSON.parse(event.data)));
   events.onerror = () => setLive(reached ? 'connection lost, trying again' : 'no connection', 'warn');
   on('hello', (hello) => {

@@ -26,7 +26,7 @@ struct RawClient::Tls {
   std::unique_ptr<SSL, decltype(&SSL_free)> stream{SSL_new(context.get()), SSL_free};
 };
 
-RawClient::RawClient(std::uint16_t port, bool tls, int receiveBuffer, const char* from) {
+RawClient::RawClient(std::uint16_t port, bool tls, int receiveBuffer, const char* from, const char* to) {
   socket_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (receiveBuffer != 0) {
     ::setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
@@ -43,7 +43,7 @@ RawClient::RawClient(std::uint16_t port, bool tls, int receiveBuffer, const char
     }
   }
   address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_addr.s_addr = ::inet_addr(to);
   if (::connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
     ::close(socket_);
     throw std::runtime_error("no connection");

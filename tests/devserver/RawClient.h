@@ -23,9 +23,10 @@ class RawClient {
   enum class End { None, Fin, Reset };
   static constexpr std::chrono::seconds kPatience{20};
 
-  /// Connects to the port on 127.0.0.1; `tls` without looking at the certificate. `from` is the address of this
-  /// machine that it comes from, where that matters.
-  explicit RawClient(std::uint16_t port, bool tls = false, int receiveBuffer = 0, const char* from = nullptr);
+  /// Connects to the port on 127.0.0.1, or at another address; `tls` without looking at the certificate. `from` is the
+  /// address of this machine that it comes from, where that matters.
+  explicit RawClient(std::uint16_t port, bool tls = false, int receiveBuffer = 0, const char* from = nullptr,
+                     const char* to = "127.0.0.1");
   ~RawClient();
   RawClient(RawClient&&) noexcept;
 
