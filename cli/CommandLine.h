@@ -3,13 +3,18 @@
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/ProxySettings.h>
 
+#include "cli/GivenWords.h"
+#include "cli/Settings.h"
+
+#include <functional>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
 
 namespace orv::cli {
 
-/// What stands before the command.
+/// What every command takes.
 struct Options {
   /// Address of the server; absent: the embedded one.
   OptionalString server;
@@ -27,6 +32,10 @@ struct Options {
   OptionalString trace;
   /// Whether the trace shows only what strangers may see.
   bool shareable = false;
+  /// Whether answers are lines of JSON on a terminal, too.
+  bool json = false;
+  /// Whether standard error stays without the console and without progress.
+  bool quiet = false;
 };
 
 struct DemoCommand {};
@@ -75,6 +84,10 @@ struct LocalDeleteCommand {
 struct ShellCommand {};
 struct LogCommand {
   bool pathOnly = false;
+  bool follow = false;
+  /// As it was given, for `logStamp`.
+  OptionalString since;
+  OptionalString grep;
 };
 struct LoginCommand {
   std::string mobile;
@@ -89,10 +102,6 @@ using Command =
                  LogCommand, LoginCommand, WhoamiCommand, LogoutCommand, CoursesCommand, LocalListCommand,
                  LocalCreateCommand, LocalAddCommand, LocalDeleteCommand, ShellCommand, StatsCommand>;
 
-/// The command line asks for something that the program does not do.
-struct WrongUse {
-  std::string message;
-};
 /// The command line asks for a text, such as the help.
 struct Text {
   std::string text;
@@ -103,7 +112,13 @@ struct Invocation {
   Command command;
 };
 
-/// Reads the command line.
-std::variant<Invocation, WrongUse, Text> parseCommandLine(int argc, const char* const* argv);
+using Parsed = std::variant<Invocation, WrongUse, Text>;
+
+/// Reads the words of a command line behind the program's name. What was said once for all is asked for where a command is
+/// to be run, and counts where the words say nothing.
+Parsed parseCommandLine(std::span<const std::string> words,
+                        const std::function<Result<Settings>()>& settings);
+/// Reads the words of a line of the shell.
+Parsed parseShellLine(std::span<const std::string> words);
 
 }  // namespace orv::cli

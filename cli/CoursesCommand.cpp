@@ -4,10 +4,13 @@
 #include <orvnetwork/client/SessionStatus.h>
 
 #include "cli/Commands.h"
+#include "cli/CourseTable.h"
 #include "cli/ExitCode.h"
 #include "cli/Host.h"
+#include "cli/Output.h"
 #include "cli/ProgressBar.h"
 #include "cli/Request.h"
+#include "cli/TerminalText.h"
 
 #include <algorithm>
 #include <optional>
@@ -26,11 +29,20 @@ Answer fail(ExitCode code, std::string_view outcome, std::string_view message, s
   return {writeLine(answer), code};
 }
 
-Answer show(const CoursesCommand& command, const CourseList& list, std::string_view message) {
+/// The courses as a line of JSON, or as a table with a line about it.
+Answer show(const CoursesCommand& command, const CourseList& list, bool asTable, std::string_view message) {
   json::array courses;
+  CourseTable table;
   const std::size_t end = std::min(command.start + command.count, list.size());
   for (std::size_t index = command.start; index < end; ++index) {
     courses.emplace_back(list.at(index)->jsonObject());
+    if (asTable) table.add(*list.at(index));
+  }
+  if (asTable) {
+    std::string text = table.table().text(Output::columns(), Output::wantsColours());
+    text += std::to_string(table.table().size()) + " of " + std::to_string(list.size()) + " listed";
+    if (!message.empty()) text += ", " + printable(message);
+    return {std::move(text), ExitCode::Success};
   }
   json::object answer{{"outcome", "complete"},
                       {"success", true},
@@ -61,7 +73,8 @@ void loadUpTo(std::uint64_t end, bool force, CourseList& list, Host& host) {
   } while (list.canLoadMore() && list.size() < end && !stops() && !host.interrupted());
 }
 
-Answer loadFromServer(const CoursesCommand& command, CourseList& list, Host& host) {
+Answer loadFromServer(const CoursesCommand& command, CourseList& list, Context& context) {
+  Host& host = context.host();
   const auto changed = list.onChanged([](const CourseListChange&) { Host::notice(); });
   const std::uint64_t end = command.start + command.count;
   if (!isOver(host.settledSession()) && (command.force || list.size() < end)) {
@@ -73,7 +86,7 @@ Answer loadFromServer(const CoursesCommand& command, CourseList& list, Host& hos
     return fail(ExitCode::NoReply, "timeout", "the link was lost; what had come by then is stored");
   }
   const auto& error = list.lastError();
-  if (!error) return show(command, list, {});
+  if (!error) return show(command, list, context.output.wantsTables(), {});
   const bool isRefused = error->kind == CourseListErrorKind::Refused;
   return fail(isRefused ? ExitCode::Refused : ExitCode::NoReply, isRefused ? "error" : "timeout",
               error->text);
@@ -93,19 +106,23 @@ Answer load(const CoursesCommand& command, Context& context) {
   if (!host.await(list.whenStored())) return fail(ExitCode::NoReply, "timeout", "interrupted");
   // A fresh embedded server would know nothing of a user of another run.
   if (!context.hasLastingServer()) {
-    return show(command, list, "as stored; with --server the server is asked");
+    return show(command, list, context.output.wantsTables(), "as stored; with --server the server is asked");
   }
   if (!host.openLink()) {
     return fail(ExitCode::NoReply, "timeout", host.noLinkMessage(), host.noLinkReason());
   }
-  return loadFromServer(command, list, host);
+  return loadFromServer(command, list, context);
 }
 
 }  // namespace
 
 ExitCode run(const CoursesCommand& command, Context& context) {
   const Answer answer = load(command, context);
-  context.output.line(answer.line);
+  if (answer.code == ExitCode::Success && context.output.wantsTables()) {
+    context.output.text(answer.line + "\n");
+  } else {
+    context.output.line(answer.line);
+  }
   return answer.code;
 }
 

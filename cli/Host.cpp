@@ -14,6 +14,7 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "cli/Output.h"
+#include "cli/ProgressBar.h"
 #include "cli/TerminalText.h"
 
 #include <boost/uuid/random_generator.hpp>
@@ -68,6 +69,11 @@ void installConsoleSink() {
     appendMessage(text, printable(hideSecrets(line)), kShapeOfTime);
     writeAll(STDERR_FILENO, text + "\n");
   });
+}
+
+void silenceDiagnostics() {
+  Console::setSink([](std::string_view) {});
+  ProgressBar::hideAll();
 }
 
 std::string secondsText(double seconds) {

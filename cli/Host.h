@@ -29,6 +29,9 @@ std::string settleIn(const std::string& home);
 /// Sends the console's lines to standard error, without secrets.
 void installConsoleSink();
 
+/// Keeps the console and the bars of progress off standard error.
+void silenceDiagnostics();
+
 /// The process as a host of the library: lends it the main thread and listens for signals; sets up the link, and starts
 /// the embedded server where no other one is named, when they are first asked for.
 ///

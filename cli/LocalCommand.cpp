@@ -5,8 +5,10 @@
 #include <orvnetwork/data/Json.h>
 
 #include "cli/Commands.h"
+#include "cli/CourseTable.h"
 #include "cli/ExitCode.h"
 #include "cli/Host.h"
+#include "cli/Output.h"
 #include "cli/ProgressBar.h"
 #include "cli/Request.h"
 #include "cli/SingleRequest.h"
@@ -55,6 +57,12 @@ ExitCode run(const LocalListCommand&, Context& context) {
   LocalCourses local;
   const auto listed = await(host, local.all());
   if (!listed) return fail(listed.error(), 0, "read", context.output);
+  if (context.output.wantsTables()) {
+    CourseTable table;
+    for (const LocalCourses::Course& course : *listed) table.add(*course);
+    context.output.text(table.table().text(Output::columns(), Output::wantsColours()));
+    return ExitCode::Success;
+  }
   json::array courses;
   for (const LocalCourses::Course& course : *listed) courses.emplace_back(course->jsonObject());
   answerCourses(context.output, std::move(courses));

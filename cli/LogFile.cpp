@@ -18,15 +18,6 @@ namespace orv::cli {
 
 namespace {
 
-/// Whether a line begins as those of the log do, with a date: "2024/01/31 ". Others go on with a message that has
-/// several, and what hides its secrets may stand before them.
-bool isLineOfLog(std::string_view line) {
-  constexpr std::string_view kShape = "0000/00/00 ";
-  return line.size() >= kShape.size() &&
-         std::equal(kShape.begin(), kShape.end(), line.begin(),
-                    [](char shape, char c) { return shape == '0' ? c >= '0' && c <= '9' : c == shape; });
-}
-
 /// The first line feed that a line of the log follows.
 std::size_t endOfLine(std::string_view text) {
   std::size_t at = text.find('\n');
@@ -75,6 +66,13 @@ Result<LogTail> readTail(int descriptor, std::size_t bound) {
 }
 
 }  // namespace
+
+bool isLineOfLog(std::string_view line) {
+  constexpr std::string_view kShape = "0000/00/00 ";
+  return line.size() >= kShape.size() &&
+         std::equal(kShape.begin(), kShape.end(), line.begin(),
+                    [](char shape, char c) { return shape == '0' ? c >= '0' && c <= '9' : c == shape; });
+}
 
 Result<LogTail> readLogTail(const std::filesystem::path& path, std::size_t bound) {
   // What is no file must not keep the program waiting either.

@@ -10,6 +10,10 @@
 
 namespace orv::cli {
 
+/// Whether a line begins as those of the log do, with a date: "2024/01/31 ". Others go on with a message that has
+/// several, and what hides its secrets may stand before them.
+bool isLineOfLog(std::string_view line);
+
 /// The end of a log file.
 struct LogTail {
   /// Whole lines.

@@ -5,6 +5,7 @@
 #include "cli/TerminalText.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -61,6 +62,12 @@ bool Output::wantsColours() {
   const char* refusal = std::getenv("NO_COLOR");
   return ::isatty(STDOUT_FILENO) == 1 && (refusal == nullptr || *refusal == '\0') && terminal != nullptr &&
          std::string_view(terminal) != "dumb";
+}
+
+std::size_t Output::columns() {
+  constexpr std::size_t kUsual = 80;
+  winsize size{};
+  return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
 }
 
 }  // namespace orv::cli

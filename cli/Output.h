@@ -2,6 +2,7 @@
 
 #include <orvnetwork/data/Types.h>
 
+#include <cstddef>
 #include <functional>
 #include <string_view>
 
@@ -22,6 +23,10 @@ class Output {
   /// an error, or 0.
   void redirect(std::function<int(std::string_view text)> writer) { writer_ = std::move(writer); }
 
+  /// Whether lists are to be written as tables, since a person reads them. At first they are not.
+  bool wantsTables() const { return wantsTables_; }
+  void setWantsTables(bool wanted) { wantsTables_ = wanted; }
+
   /// Whether something could not be written.
   bool failed() const { return failure_ != 0; }
   /// Why, as a number of the system; 0 when all was written.
@@ -32,10 +37,13 @@ class Output {
   bool isForPerson() const;
   /// Whether a person sees it in a terminal that knows colours.
   static bool wantsColours();
+  /// How many columns the terminal of standard output has; 80 where it has none, or tells nothing.
+  static std::size_t columns();
 
  private:
   std::function<int(std::string_view)> writer_;
   int failure_ = 0;
+  bool wantsTables_ = false;
 };
 
 /// Writes to a descriptor until all is written; the number of the error otherwise, or 0.

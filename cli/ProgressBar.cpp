@@ -12,6 +12,7 @@ namespace {
 
 constexpr unsigned kWidth = 30;
 constexpr unsigned kStepWithoutTerminal = 10;
+bool allHidden = false;
 
 }  // namespace
 
@@ -25,7 +26,12 @@ ProgressBar::~ProgressBar() {
   if (terminal_ && shown_ <= 100) writeAll(STDERR_FILENO, "\r\x1b[K");
 }
 
+void ProgressBar::hideAll() {
+  allHidden = true;
+}
+
 void ProgressBar::show(std::uint64_t done) {
+  if (allHidden) return;
   done = std::min(done, total_);
   const auto percent =
       total_ == 0 ? 100U

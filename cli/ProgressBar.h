@@ -15,6 +15,9 @@ class ProgressBar {
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
+  /// No bar is drawn from now on.
+  static void hideAll();
+
   /// Draws the bar if it looks different. More than all counts as all.
   void show(std::uint64_t done);
 

@@ -3,6 +3,7 @@
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
 #include "cli/Host.h"
+#include "cli/Settings.h"
 #include "cli/SingleRequest.h"
 
 #include <fcntl.h>
@@ -14,13 +15,19 @@
 #include <exception>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace {
 
 using namespace orv::cli;
 
 ExitCode runInvocation(const Invocation& invocation, Output& output) {
-  installConsoleSink();
+  if (invocation.options.quiet) {
+    silenceDiagnostics();
+  } else {
+    installConsoleSink();
+  }
+  output.setWantsTables(!invocation.options.json && ::isatty(STDOUT_FILENO) == 1);
   if (invocation.options.home) {
     if (const std::string problem = settleIn(*invocation.options.home); !problem.empty()) {
       return refuse(problem, output);
@@ -33,7 +40,8 @@ ExitCode runInvocation(const Invocation& invocation, Output& output) {
 }
 
 ExitCode runProgram(int argc, char** argv, Output& output) {
-  const auto parsed = parseCommandLine(argc, argv);
+  const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+  const auto parsed = parseCommandLine(words, loadSettings);
   if (const auto* text = std::get_if<Text>(&parsed)) {
     output.text(text->text);
     return ExitCode::Success;

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/OperationRegistry.h>
 
+#include "cli/Grammar.h"
 #include "cli/TerminalText.h"
 #include "cli/shell/Words.h"
 
@@ -15,16 +16,18 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-const std::map<std::string, Texts, std::less<>>& optionsOfCommands() {
-  static const std::map<std::string, Texts, std::less<>> kOptions = {
-      {"console", {"on", "off"}},
-      {"courses", {"--start", "--count", "--force", "--status"}},
-      {"local", {"list", "create", "add", "delete"}},
-      {"log", {"--path"}},
-      {"login", {"--code"}},
-      {"watch", {"on", "off"}},
-  };
-  return kOptions;
+/// The options of a command, or the commands of a group.
+Texts takenBy(std::string_view name) {
+  Texts texts;
+  const CommandSpec* const command = findCommand(name);
+  if (command == nullptr) return texts;
+  for (const OptionSpec& option : command->options) texts.emplace_back(option.name);
+  const std::string group = std::string(name) + " ";
+  for (const CommandSpec& other : commandTable()) {
+    if (!command->isGroup || !other.name.starts_with(group)) continue;
+    texts.emplace_back(other.name.substr(group.size()));
+  }
+  return texts;
 }
 
 const Texts& operationNames() {
@@ -114,8 +117,8 @@ void offerBehind(Completion& completion, const std::vector<Word>& words, std::st
   } else if (first == "local" && place > 1 && words[1].text == "delete") {
     offer(completion, typed, courses.local);
     completion.hint = "numbers of local courses";
-  } else if (first == "local" && place > 1 && words[1].text == "create") {
-    offer(completion, typed, {"--title", "--count"});
+  } else if (first == "watch" || first == "console") {
+    if (place == 1) offer(completion, typed, {"on", "off"});
   } else if (first == "local" && place > 1 && words[1].text == "add") {
     completion.hint = "one JSON dictionary with \"roomID\"";
   } else if (first == "created") {
@@ -123,9 +126,10 @@ void offerBehind(Completion& completion, const std::vector<Word>& words, std::st
     completion.hint = "the number of the local course";
   } else if (first == "login" && place == 1 && !typed.starts_with('-')) {
     completion.hint = "the mobile number; the password is asked for";
-  } else if (const auto found = optionsOfCommands().find(first);
-             found != optionsOfCommands().end() && (place == 1 || found->second.front().starts_with("--"))) {
-    offer(completion, typed, found->second);
+  } else if (first == "local") {
+    offer(completion, typed, takenBy(place == 1 ? first : first + " " + words[1].text));
+  } else {
+    offer(completion, typed, takenBy(first));
   }
 }
 

@@ -41,7 +41,7 @@ bool isCommand(std::string_view word) {
   return std::ranges::find(commands, word) != commands.end() || word == "quit";
 }
 
-std::string nearWords(std::string_view wrong) {
+std::string unknownWord(std::string_view wrong) {
   std::string problem = "no command or operation of this name";
   std::vector<std::string> near;
   for (const std::string& command : shellCommands()) {
@@ -99,7 +99,7 @@ ExitCode Shell::dispatch(const Words& words) {
   if (first == "call") return call(words);
   if (first == "invoke") return invoke(words, 1);
   if (OperationRegistry::standard().find(first) != nullptr) return invoke(words, 0);
-  if (!isCommand(first)) return wrong(nearWords(first));
+  if (!isCommand(first)) return wrong(unknownWord(first));
   return parse(words);
 }
 
@@ -120,18 +120,22 @@ ExitCode Shell::call(const Words& words) {
 
 ExitCode Shell::parse(const Words& words) {
   const bool takesJson = words.size() > 1 && words[0].text == "local" && words[1].text == "add";
-  std::vector<std::string> texts{"orv"};
+  std::vector<std::string> texts;
   for (const Word& word : words) texts.push_back(takesJson ? word.text : word.plain());
-  std::vector<const char*> arguments;
-  for (const std::string& text : texts) arguments.push_back(text.c_str());
-  const auto parsed = parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+  const auto parsed = parseShellLine(texts);
   if (const auto* text = std::get_if<Text>(&parsed)) {
     context_.output.text(text->text);
     return ExitCode::Success;
   }
   if (const auto* problem = std::get_if<WrongUse>(&parsed)) return wrong(hideSecrets(problem->message));
-  return std::visit([this](const auto& command) { return run(command, context_); },
-                    std::get<Invocation>(parsed).command);
+  const auto& invocation = std::get<Invocation>(parsed);
+  Output& output = context_.output;
+  const bool wantsTables = output.wantsTables();
+  output.setWantsTables(wantsTables && !invocation.options.json);
+  const ExitCode code =
+      std::visit([this](const auto& command) { return run(command, context_); }, invocation.command);
+  output.setWantsTables(wantsTables);
+  return code;
 }
 
 ExitCode Shell::switchOf(const Words& words) {
@@ -180,7 +184,7 @@ ExitCode Shell::help(const Words& words) {
     context_.output.line(operation->signature());
     return ExitCode::Success;
   }
-  if (!isCommand(words[1].text)) return wrong(nearWords(words[1].text));
+  if (!isCommand(words[1].text)) return wrong(unknownWord(words[1].text));
   static constexpr std::array<std::string_view, 7> kOwn = {"help",  "exit",   "quit",   "console",
                                                            "watch", "server", "created"};
   if (std::ranges::find(kOwn, words[1].text) != kOwn.end()) return help({words.front()});

@@ -18,7 +18,6 @@
 #include "cli/shell/LineEditor.h"
 #include "cli/shell/Presentation.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -104,6 +103,7 @@ ExitCode runScript(Shell& shell, Context& context) {
     }
     return out.failure();
   });
+  context.output.setWantsTables(false);
   InputLines lines(host);
   context.setSecretSource([&lines](Host&, const std::string&) { return secretIn(lines.next()); });
   host.client();
@@ -140,11 +140,6 @@ std::string indented(std::string_view text) {
   return shown + "\n";
 }
 
-std::size_t columnsOf(int terminal) {
-  winsize size{};
-  return ::ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
-}
-
 /// Shows what is written above the line that is being typed.
 void showOn(LineEditor& editor, Context& context) {
   // Answers that go elsewhere stay lines of JSON.
@@ -153,7 +148,7 @@ void showOn(LineEditor& editor, Context& context) {
     std::string shown;
     while (!text.empty()) {
       const std::size_t end = std::min(text.find('\n'), text.size());
-      shown += present(text.substr(0, end), columnsOf(STDOUT_FILENO), coloured) + "\n";
+      shown += present(text.substr(0, end), Output::columns(), coloured) + "\n";
       text.remove_prefix(std::min(end + 1, text.size()));
     }
     return editor.print(shown);

@@ -24,25 +24,31 @@ TEST_P(WrongUse, IsToldAsOneLineOfJsonAndExits1) {
 }
 
 constexpr const char* kCommands =
-    "a command is expected: demo, shell, call, invoke, operations, watch, stats, courses, local, log, login, "
-    "whoami or logout; see `orv --help`";
-constexpr const char* kTooMany = "too many arguments, or an option after the command; see `orv --help`";
+    "a command is expected: demo, shell, call, invoke, operations, watch, stats, courses, local, log, login, whoami "
+    "or logout; see `orv --help`";
 constexpr const char* kLogin = "loginWithMobile:password:completeBlock:timeoutBlock:";
 
 INSTANTIATE_TEST_SUITE_P(
     OfTheProgram, WrongUse,
     testing::Values(
         Wrong{"NoCommand", {}, kCommands}, Wrong{"UnknownCommand", {"dance"}, kCommands},
-        Wrong{"UnknownOption", {"--color", "call", "Dev.Echo"}, kTooMany},
-        Wrong{"OptionBehindTheCommand",
-              {"call", "Dev.Echo", "--wait", "3"},
-              "--wait stands in front of the command: orv --wait … call; see `orv --help`"},
-        Wrong{"OptionBehindAnOperation",
-              {"invoke", kLogin, "\"1\"", "--server=ws://user:secret@127.0.0.1:1"},
-              "--server stands in front of the command: orv --server … invoke; see `orv --help`"},
-        Wrong{"OptionBehindANestedCommand",
-              {"local", "list", "--home", "/tmp"},
-              "--home stands in front of the command: orv --home … local list; see `orv --help`"},
+        Wrong{"UnknownOption", {"--color", "call", "Dev.Echo"}, "no option of this name; see `orv --help`"},
+        Wrong{"WrongValueOfAnOptionBehindTheCommand",
+              {"call", "Dev.Echo", "--wait", "soon"},
+              "--wait: a number of seconds from 0 to 604800 is expected"},
+        Wrong{"OptionOfACommandInFrontOfIt",
+              {"--follow", "log"},
+              "--follow stands behind its command, such as log"},
+        Wrong{"FlagWithAValue", {"courses", "--force=yes"}, "--force takes no value"},
+        Wrong{"OptionWithoutItsValue", {"call", "Dev.Echo", "--wait"}, "--wait: SECONDS is missing"},
+        Wrong{"GroupWithoutACommand",
+              {"local"},
+              "local: a command is expected: list, create, add or delete; see `orv --help`"},
+        Wrong{"NumberThatIsNone", {"courses", "--count", "many"}, "--count: a whole number is expected"},
+        Wrong{"RoomThatIsNoNumber", {"local", "delete", "seven"}, "ROOMID: a whole number is expected"},
+        Wrong{"LogSinceNever",
+              {"log", "--since", "25:00"},
+              "--since: a span such as 10m or 2h, a time such as 14:30, or a date and a time is expected"},
         Wrong{"MistypedCommand", {"cal", "Dev.Echo"}, "no command of this name; near ones: call"},
         Wrong{"MistypedCommandBehindOptions",
               {"--wait", "3", "--home=/tmp", "whoam"},
@@ -56,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(
               "no option of this name; near ones: --count"},
         Wrong{"MistypedOptionBehindTheCommand",
               {"call", "Dev.Echo", "--sevrer", "ws://127.0.0.1:1"},
-              "no option of this name; near ones, in front of the command: --server"},
+              "no option of this name; near ones: --server"},
         Wrong{"WaitThatIsNoNumber",
               {"--wait", "soon", "call", "Dev.Echo"},
               "--wait: a number of seconds from 0 to 604800 is expected"},
@@ -82,7 +88,8 @@ INSTANTIATE_TEST_SUITE_P(
               "the identifier of the installation is no text of 1 to 256 bytes without control characters"},
         Wrong{"VersionThatIsEmpty", {"--app-version", "", "call", "Dev.Echo"}, "the version is missing"},
         Wrong{"CallWithoutCommand", {"call"}, "COMMAND is required"},
-        Wrong{"CallWithTooMuch", {"call", "Dev.Echo", "{}", "{}"}, kTooMany},
+        Wrong{
+            "CallWithTooMuch", {"call", "Dev.Echo", "{}", "{}"}, "too many arguments; see `orv call --help`"},
         Wrong{"CallWithAnArray", {"call", "Dev.Echo", "[1]"}, "VALUES must be a JSON dictionary"},
         Wrong{"CallWithBrokenJson",
               {"call", "Dev.Echo", "{\"a\""},
@@ -115,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"InvokeWithTooMuch",
               {"invoke", "logoutWithCompleteBlock:timeoutBlock:", "[1]"},
               "at most 0 arguments expected, got 1: logoutWithCompleteBlock:timeoutBlock: ()"},
-        Wrong{"WatchForNothing", {"watch", "--for"}, "--for: 1 required SECONDS missing"},
+        Wrong{"WatchForNothing", {"watch", "--for"}, "--for: SECONDS is missing"},
         Wrong{"DemoElsewhere",
               {"--server", "ws://127.0.0.1:1", "demo"},
               "demo runs on the embedded server: leave --server out"},
