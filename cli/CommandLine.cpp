@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "cli/HelpText.h"
+#include "cli/ProxyOption.h"
 
 #include <algorithm>
 #include <charconv>
@@ -29,6 +30,14 @@ Options optionsOf(const GivenWords& given, const Settings& settings) {
         std::ranges::find(settings.rbegin(), settings.rend(), name, &Settings::value_type::first);
     return last == settings.rend() ? std::nullopt : OptionalString(last->second);
   };
+  const auto values = [&](std::string_view name) {
+    std::vector<std::string> all = given.values(name);
+    if (!all.empty()) return all;
+    for (const auto& [setting, said] : settings) {
+      if (setting == name) all.push_back(said);
+    }
+    return all;
+  };
   Options options;
   options.server = value("--server");
   if (options.server == "embedded") options.server.reset();
@@ -37,6 +46,9 @@ Options optionsOf(const GivenWords& given, const Settings& settings) {
   options.appVersion = value("--app-version").value_or(ORV_VERSION);
   options.appBuild = value("--app-build").value_or(options.appBuild);
   if (const auto wait = value("--wait")) options.wait = std::stod(*wait);
+  if (const auto way = value("--proxy")) options.proxy = readProxyOption(*way).value_or(ProxySettings());
+  options.roots = values("--root");
+  options.pins = values("--pin");
   options.json = given.has("--json");
   options.quiet = given.has("--quiet");
   return options;
@@ -108,6 +120,7 @@ Made makeCommand(const GivenWords& given) {
   if (name == "local add") return LocalAddCommand{given.arguments[0]};
   if (name == "local delete") return makeDelete(given);
   if (name == "log") return makeLog(given);
+  if (name == "doctor") return DoctorCommand{given.has("--verbose")};
   if (name == "login") return LoginCommand{given.arguments[0], given.has("--code")};
   if (name == "whoami") return WhoamiCommand{};
   return LogoutCommand{};

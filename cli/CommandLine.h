@@ -28,6 +28,9 @@ struct Options {
   ProxySettings proxy;
   /// How long to wait for the link to be up, in seconds.
   double wait = 10;
+  /// Files of root certificates that are trusted beside the machine's own, and pins of keys of which one has to be there.
+  std::vector<std::string> roots;
+  std::vector<std::string> pins;
   /// The file that the trace of frames goes to; absent: there is none.
   OptionalString trace;
   /// Whether the trace shows only what strangers may see.
@@ -89,6 +92,9 @@ struct LogCommand {
   OptionalString since;
   OptionalString grep;
 };
+struct DoctorCommand {
+  bool isVerbose = false;
+};
 struct LoginCommand {
   std::string mobile;
   /// Whether a verification code is asked for instead of the password.
@@ -99,8 +105,8 @@ struct LogoutCommand {};
 
 using Command =
     std::variant<DemoCommand, CallCommand, InvokeCommand, BatchCommand, OperationsCommand, WatchCommand,
-                 LogCommand, LoginCommand, WhoamiCommand, LogoutCommand, CoursesCommand, LocalListCommand,
-                 LocalCreateCommand, LocalAddCommand, LocalDeleteCommand, ShellCommand, StatsCommand>;
+                 LogCommand, DoctorCommand, LoginCommand, WhoamiCommand, LogoutCommand, CoursesCommand,
+                 LocalListCommand, LocalCreateCommand, LocalAddCommand, LocalDeleteCommand, ShellCommand, StatsCommand>;
 
 /// The command line asks for a text, such as the help.
 struct Text {

@@ -22,6 +22,7 @@ ExitCode run(const LocalAddCommand& command, Context& context);
 ExitCode run(const LocalDeleteCommand& command, Context& context);
 ExitCode run(const ShellCommand& command, Context& context);
 ExitCode run(const LogCommand& command, Context& context);
+ExitCode run(const DoctorCommand& command, Context& context);
 ExitCode run(const LoginCommand& command, Context& context);
 ExitCode run(const WhoamiCommand& command, Context& context);
 ExitCode run(const LogoutCommand& command, Context& context);

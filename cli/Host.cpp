@@ -13,6 +13,7 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include "cli/NetworkOptions.h"
 #include "cli/Output.h"
 #include "cli/ProgressBar.h"
 #include "cli/TerminalText.h"
@@ -51,11 +52,11 @@ std::string timeOfDay() {
 
 }  // namespace
 
-std::string settleIn(const std::string& home) {
+std::string settleIn(const std::string& home, bool makes) {
   std::error_code error;
   const std::filesystem::path folder = std::filesystem::absolute(home, error).lexically_normal();
-  if (!error) std::filesystem::create_directories(folder, error);
-  if (!error && !std::filesystem::is_directory(folder, error)) {
+  if (!error && makes) std::filesystem::create_directories(folder, error);
+  if (!error && makes && !std::filesystem::is_directory(folder, error)) {
     error = std::make_error_code(std::errc::not_a_directory);
   }
   if (error) return "--home " + home + ": " + error.message();
@@ -120,6 +121,7 @@ Client& Host::client() {
   options.server = url();
   options.version = options_.appVersion;
   options.build = options_.appBuild;
+  options.network = networkSettings(options_);
   options.installation =
       options_.uuid ? *options_.uuid : boost::uuids::to_string(boost::uuids::random_generator()());
   options.network.proxy = options_.proxy;

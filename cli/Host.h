@@ -23,8 +23,8 @@
 namespace orv::cli {
 
 /// Makes a folder the home of the library, and so the place of the documents folder. To be called before anything of the
-/// library is used. Returns what went wrong, or nothing.
-std::string settleIn(const std::string& home);
+/// library is used. Returns what went wrong, or nothing. `makes`: whether the folder is made when it is missing.
+std::string settleIn(const std::string& home, bool makes = true);
 
 /// Sends the console's lines to standard error, without secrets.
 void installConsoleSink();

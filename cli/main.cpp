@@ -29,7 +29,9 @@ ExitCode runInvocation(const Invocation& invocation, Output& output) {
   }
   output.setWantsTables(!invocation.options.json && ::isatty(STDOUT_FILENO) == 1);
   if (invocation.options.home) {
-    if (const std::string problem = settleIn(*invocation.options.home); !problem.empty()) {
+    if (const std::string problem =
+            settleIn(*invocation.options.home, !std::holds_alternative<DoctorCommand>(invocation.command));
+        !problem.empty()) {
       return refuse(problem, output);
     }
   }

@@ -24,8 +24,9 @@ TEST_P(WrongUse, IsToldAsOneLineOfJsonAndExits1) {
 }
 
 constexpr const char* kCommands =
-    "a command is expected: demo, shell, call, invoke, operations, watch, stats, courses, local, log, login, whoami "
-    "or logout; see `orv --help`";
+    "a command is expected: demo, shell, call, invoke, operations, watch, stats, courses, local, log, doctor, "
+    "login, "
+    "whoami or logout; see `orv --help`";
 constexpr const char* kLogin = "loginWithMobile:password:completeBlock:timeoutBlock:";
 
 INSTANTIATE_TEST_SUITE_P(
@@ -143,7 +144,7 @@ TEST(CommandLine, HelpNamesEveryCommandAndExits0) {
   EXPECT_EQ(result.exitCode, 0);
   for (const char* name :
        {"demo", "call", "invoke", "operations", "watch", "log", "login", "whoami", "logout", "--server",
-        "--uuid", "--app-version", "--app-build", "--home", "--proxy", "--wait"}) {
+        "--uuid", "--app-version", "--app-build", "--home", "--proxy", "--wait", "doctor"}) {
     EXPECT_NE(result.out.find(name), std::string::npos) << name;
   }
 }

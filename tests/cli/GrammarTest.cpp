@@ -65,6 +65,14 @@ TEST(Grammar, OfAnOptionThatIsRepeatedTheLastOneCounts) {
   EXPECT_EQ(understood({"--wait", "1", "whoami", "--wait", "2"}).options.wait, 2);
 }
 
+TEST(Grammar, OfAnOptionThatMayBeRepeatedAllCount) {
+  const cli::Settings settings{{"--root", "/a.pem"}, {"--root", "/b.pem"}, {"--pin", "p"}};
+  EXPECT_EQ(understood({"whoami"}, settings).options.roots, (Words{"/a.pem", "/b.pem"}));
+  const auto options = understood({"whoami", "--root", "/c.pem", "--root=/d.pem"}, settings).options;
+  EXPECT_EQ(options.roots, (Words{"/c.pem", "/d.pem"}));
+  EXPECT_EQ(options.pins, Words{"p"});
+}
+
 TEST(Grammar, WhatIsSaidOnceForAllCountsWhereTheWordsSayNothing) {
   const cli::Settings settings{{"--server", "ws://file:1"}, {"--wait", "7"}, {"--server", "ws://variable:1"}};
   EXPECT_EQ(understood({"whoami"}, settings).options.server, "ws://variable:1");

@@ -1,0 +1,184 @@
+#include <orvnetwork/platform/Clock.h>
+#include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/ProxyChoice.h>
+#include <orvnetwork/support/QXPathManager.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include "cli/Commands.h"
+#include "cli/ExitCode.h"
+#include "cli/Host.h"
+#include "cli/NetworkOptions.h"
+#include "cli/Output.h"
+#include "cli/doctor/Looking.h"
+#include "cli/doctor/Probe.h"
+#include "cli/doctor/Report.h"
+#include "cli/doctor/WayVerdicts.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orv::cli {
+
+namespace {
+
+using namespace doctor;
+
+/// A disk that is away may never answer.
+constexpr Seconds kDiskLimit{3.5};
+
+/// What was seen, with the time that it took.
+template <typename Facts>
+struct Seen {
+  Facts facts{};
+  double milliseconds = 0;
+};
+
+template <typename Facts, typename Look>
+Seen<Facts> timed(const Look& look) {
+  Clock& clock = Platform::current().clock();
+  const SteadyTime begun = clock.steadyNow();
+  Seen<Facts> seen{look(), 0};
+  seen.milliseconds = Seconds(clock.steadyNow() - begun).count() * 1000;
+  return seen;
+}
+
+/// What was looked at on this machine; what is absent was not seen in time.
+struct Places {
+  std::optional<Seen<NetworkFacts>> network;
+  std::optional<Seen<StoredUser>> user;
+  std::optional<Seen<HomeFacts>> home;
+  std::optional<Seen<LogFacts>> log;
+};
+
+/// Looks on a worker, and brings each finding to the main thread. The places live on while that goes on.
+std::shared_ptr<Places> lookAround() {
+  const auto places = std::make_shared<Places>();
+  const std::string documents = QXPathManager::sharedManager().documentDirectory();
+  const auto keep = [places](auto Places::*member, auto seen) {
+    MainQueue::instance().post([places, member, seen = std::move(seen)] {
+      (*places).*member = seen;
+      Host::notice();
+    });
+  };
+  Platform::current().globalQueue().post([keep, documents] {
+    keep(&Places::network, timed<NetworkFacts>(lookAtRoutes));
+    keep(&Places::user, timed<StoredUser>([&] { return lookAtUser(documents); }));
+    keep(&Places::home, timed<HomeFacts>([&] { return lookAtHome(documents); }));
+    keep(&Places::log, timed<LogFacts>([&] { return lookAtLog(documents + "/OrvLog/OrvCourse"); }));
+  });
+  return places;
+}
+
+template <typename Facts>
+Finding judged(const char* check, const std::optional<Seen<Facts>>& seen, Finding (*judge)(const Facts&)) {
+  if (!seen) {
+    return failed(check, "noAnswer", "the disk has not answered in time",
+                  "if the folder lies on another machine, check the way there");
+  }
+  Finding finding = judge(seen->facts);
+  finding.milliseconds = seen->milliseconds;
+  return finding;
+}
+
+/// The session of the stored user, by a probe that has reached the server, or none.
+Finding judgeStoredUser(const Places& places, Probe* probe, const std::string& cause) {
+  if (!places.user) return skippedAfter("session", "home");
+  const StoredUser& user = places.user->facts;
+  SessionFacts session{.stored = user.stored, .userID = user.userID, .words = user.problem};
+  if (user.stored == SessionFacts::Stored::Somebody) {
+    if (!cause.empty()) return skippedAfter("session", cause);
+    if (probe == nullptr) return skipped("session", "noServer", "no server is named");
+    probe->takeUpSession(session, user.token);
+  }
+  return judgeSession(session);
+}
+
+std::string failureIn(const std::vector<Finding>& findings) {
+  const auto found = std::ranges::find(findings, Verdict::Fail, &Finding::verdict);
+  return found == findings.end() ? "" : found->check;
+}
+
+/// Says which proxy the settings choose for the server.
+void chooseWay(const Options& options, WayFacts& facts) {
+  const ProxyVariables variables = readProxyVariables();
+  const auto choice = chooseProxy(options.proxy, *options.server, variables);
+  facts.choice = choice ? std::optional(*choice) : std::nullopt;
+  if (options.proxy.source != ProxySource::None) return;
+  const auto other = chooseProxy({.source = ProxySource::Environment}, *options.server, variables);
+  if (other && other->proxy) facts.unusedVariable = other->variable;
+}
+
+void examineServer(const Options& options, Host& host, const Places& places, std::vector<Finding>& findings) {
+  const auto url = parseUrl(*options.server);
+  if (!url) return;
+  QXWebSocketMgr& link = QXWebSocketMgr::standard();
+  link.setGlobalUUID(options.uuid.value_or("orv-doctor"));
+  link.setAppVersion(options.appVersion);
+  link.setAppBuildVersion(options.appBuild);
+  NetworkSettings network = networkSettings(options);
+  // One that goes on from an earlier one shows no certificate.
+  network.tls.resumes = false;
+  Probe probe(host, *url, *options.server, std::move(network), Seconds(options.wait));
+  chooseWay(options, probe.facts());
+  probe.reach();
+  std::vector<Finding> way = judgeWay(probe.facts());
+  const std::string cause = failureIn(way);
+  std::ranges::move(way, std::back_inserter(findings));
+  findings.push_back(judgeStoredUser(places, &probe, cause));
+  Finding clock = judgeClock(probe.facts());
+  if (clock.verdict == Verdict::Skipped && !cause.empty()) clock = skippedAfter("clock", cause);
+  findings.push_back(std::move(clock));
+}
+
+std::vector<Finding> examine(const Options& options, Host& host) {
+  const std::shared_ptr<Places> places = lookAround();
+  host.runUntil([&] { return places->user.has_value(); }, kDiskLimit);
+  std::vector<Finding> findings;
+  if (places->network) {
+    const auto url = parseUrl(options.server.value_or(""));
+    places->network->facts.isServerHere = !url || isLoopbackServer(*url);
+  }
+  findings.push_back(judged("network", places->network, judgeNetwork));
+  if (options.server) {
+    examineServer(options, host, *places, findings);
+  } else {
+    findings.push_back(
+        skipped("connect", "noServer",
+                "no server is named: --server, ORV_SERVER, or `server = …` in " + settingsFile()));
+    findings.push_back(judgeStoredUser(*places, nullptr, ""));
+  }
+  host.runUntil([&] { return places->log.has_value(); }, kDiskLimit);
+  findings.push_back(judged("home", places->home, judgeHome));
+  findings.push_back(judged("log", places->log, judgeLog));
+  return findings;
+}
+
+}  // namespace
+
+ExitCode run(const DoctorCommand& command, Context& context) {
+  Host& host = context.host();
+  Output& output = context.output;
+  const bool isWatched = output.wantsTables() && !context.options.quiet && ::isatty(STDERR_FILENO) == 1;
+  if (isWatched && context.options.server) writeAll(STDERR_FILENO, "asking " + host.shownUrl() + " …");
+  const std::vector<Finding> findings = examine(context.options, host);
+  if (isWatched) writeAll(STDERR_FILENO, "\r\x1b[K");
+  ExitCode code = ExitCode::Success;
+  for (const Finding& finding : findings) {
+    if (!output.wantsTables()) output.line(finding.asJson());
+    code = worse(code, exitCodeOf(finding));
+  }
+  if (output.wantsTables()) {
+    output.text(reportOf(findings, {command.isVerbose, Output::wantsColours(), isUtf8Locale()}));
+  }
+  return host.interrupted() ? ExitCode::NoReply : code;
+}
+
+}  // namespace orv::cli

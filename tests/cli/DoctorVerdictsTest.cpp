@@ -1,0 +1,465 @@
+// What doctor makes of what it has seen: a row for each verdict.
+
+#include <orvnetwork/platform/WebSocketError.h>
+
+#include <cli/doctor/PlaceVerdicts.h>
+#include <cli/doctor/Report.h>
+#include <cli/doctor/WayVerdicts.h>
+
+#include <gtest/gtest.h>
+#include <netdb.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace orv::test {
+namespace {
+
+using namespace cli::doctor;
+
+constexpr const char* kTls = websocket_error::kTlsDomain;
+constexpr const char* kSocket = websocket_error::kDomain;
+constexpr const char* kSystem = websocket_error::kSystemDomain;
+constexpr const char* kNames = websocket_error::kNameLookupDomain;
+constexpr const char* kProxy = websocket_error::kProxyDomain;
+constexpr std::chrono::hours kDay{24};
+
+/// 2026-11-22 12:00:00 UTC.
+const WallTime kNow{std::chrono::seconds(1'795'348'800)};
+
+/// An attempt to reach wss://school.example/link that has come to its end.
+WayFacts reached() {
+  WayFacts facts;
+  facts.url = *parseUrl("wss://school.example/link?key=1");
+  facts.now = kNow;
+  ConnectReport& report = facts.report;
+  report.name = Seconds(0.004);
+  report.connect = Seconds(0.012);
+  report.tls = Seconds(0.02);
+  report.upgrade = Seconds(0.031);
+  report.attempts = {{"203.0.113.7", Seconds(0.004), Seconds(0.012), true, {}}};
+  report.tlsVersion = "TLSv1.3";
+  report.chain = {{"school.example",
+                   "Good CA",
+                   {"school.example", "www.school.example"},
+                   kNow - 30 * kDay,
+                   kNow + 61 * kDay,
+                   "pin"}};
+  report.httpStatus = 101;
+  facts.isOpen = true;
+  facts.pong = Seconds(0.014);
+  return facts;
+}
+
+/// The same, which has failed with an error at a step.
+WayFacts failedAt(Step step, const char* domain, std::int64_t code) {
+  WayFacts facts = reached();
+  ConnectReport& report = facts.report;
+  if (step <= Step::Tls) report.upgrade.reset();
+  if (step <= Step::Connect) report.tls.reset();
+  if (step <= Step::Name) report.connect.reset();
+  if (step <= Step::Connect)
+    report.attempts = {{"203.0.113.7", Seconds(0), Seconds(1), false, Error{domain, code, "why"}}};
+  if (step <= Step::Name) report.attempts.clear();
+  report.httpStatus = 0;
+  facts.isOpen = false;
+  facts.pong.reset();
+  facts.error = Error{domain, code, "why"};
+  return facts;
+}
+
+WayFacts with(WayFacts facts, const std::function<void(WayFacts&)>& change) {
+  change(facts);
+  return facts;
+}
+
+WayFacts answered(int status) {
+  const bool isRefusal = status >= 400;
+  return with(failedAt(Step::Upgrade, kSocket,
+                       isRefusal ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake),
+              [status](WayFacts& facts) { facts.report.httpStatus = status; });
+}
+
+WayFacts proxied(WayFacts facts) {
+  facts.choice = ProxyChoice{Proxy{.host = "proxy.example", .port = 3128}, ProxyReason::Settings};
+  facts.report.throughProxy = "http://proxy.example:3128";
+  facts.report.proxy = Seconds(0.01);
+  return facts;
+}
+
+/// An attempt that has failed at the proxy, with a code of its.
+WayFacts refusedByProxy(std::int64_t code) {
+  return proxied(failedAt(Step::Connect, kProxy, code));
+}
+
+/// An attempt that goes straight though a proxy was asked for.
+WayFacts straight(ProxyReason reason) {
+  WayFacts facts = reached();
+  facts.choice = ProxyChoice{{}, reason};
+  return facts;
+}
+
+WayFacts clockOff(double seconds) {
+  return with(reached(), [seconds](WayFacts& facts) {
+    facts.report.answeredAt = kNow;
+    facts.report.serverDate = kNow + std::chrono::duration_cast<WallTime::duration>(Seconds(seconds - 0.5));
+  });
+}
+
+struct Row {
+  const char* name;
+  std::function<Finding()> judge;
+  const char* code;
+  Verdict verdict;
+  const char* text;  ///< a part of it
+};
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class DoctorVerdict : public testing::TestWithParam<Row> {};
+
+TEST_P(DoctorVerdict, IsThis) {
+  const Row& row = GetParam();
+  const Finding finding = row.judge();
+  EXPECT_EQ(finding.code, row.code) << finding.text;
+  EXPECT_EQ(finding.verdict, row.verdict) << finding.text;
+  EXPECT_NE(finding.text.find(row.text), std::string::npos) << finding.text;
+  const bool isWrong = finding.verdict == Verdict::Warn || finding.verdict == Verdict::Fail;
+  EXPECT_EQ(finding.todo.empty(), !isWrong) << "whoever is told that something is wrong is told what to do";
+  EXPECT_FALSE(finding.text.ends_with("."));
+}
+
+Row way(const char* name, Finding (*judge)(const WayFacts&), WayFacts facts, const char* code,
+        Verdict verdict, const char* text) {
+  return {name, [judge, facts = std::move(facts)] { return judge(facts); }, code, verdict, text};
+}
+
+std::string rowName(const testing::TestParamInfo<Row>& info) {
+  return std::string(info.param.name);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Proxy, DoctorVerdict,
+    testing::Values(
+        way("Good", judgeProxy, proxied(reached()), "good", Verdict::Ok,
+            "through http://proxy.example:3128, 10 ms"),
+        way("NotUsed", judgeProxy, with(reached(), [](auto& f) { f.unusedVariable = "HTTPS_PROXY"; }),
+            "notUsed", Verdict::Skipped, "HTTPS_PROXY names a proxy, which is not used"),
+        way("StraightHere", judgeProxy, straight(ProxyReason::ThisMachine), "good", Verdict::Ok,
+            "straight, since the server is on this machine"),
+        way("Exception", judgeProxy, straight(ProxyReason::Excepted), "good", Verdict::Ok, "is an exception"),
+        way("NoVariable", judgeProxy, straight(ProxyReason::NoVariable), "good", Verdict::Ok,
+            "no variable names"),
+        way("NoAnswer", judgeProxy, refusedByProxy(websocket_error::kProxyUnreachable), "noAnswer",
+            Verdict::Fail, "why"),
+        way("RefusesUser", judgeProxy, refusedByProxy(407), "refusesUser", Verdict::Fail,
+            "user and password"),
+        way("RefusesUserOfSocks", judgeProxy, refusedByProxy(websocket_error::kProxyRefusesUser),
+            "refusesUser", Verdict::Fail, "user and password"),
+        way("RefusesServer", judgeProxy, refusedByProxy(403), "refusesServer", Verdict::Fail,
+            "does not let this server through"),
+        way("RulesServerOut", judgeProxy, refusedByProxy(2), "refusesServer", Verdict::Fail,
+            "does not let this server through"),
+        way("CannotReach", judgeProxy, refusedByProxy(503), "cannotReach", Verdict::Fail,
+            "cannot reach the server"),
+        way("NoProxy", judgeProxy, refusedByProxy(websocket_error::kProxyNotUnderstood), "notUnderstood",
+            Verdict::Fail, "answers like no proxy"),
+        way("BadSettings", judgeProxy,
+            with(failedAt(Step::Name, kProxy, websocket_error::kBadProxy), [](auto& f) { f.choice.reset(); }),
+            "badSettings", Verdict::Fail, "why")),
+    rowName);
+
+INSTANTIATE_TEST_SUITE_P(
+    NameAndConnect, DoctorVerdict,
+    testing::Values(
+        way("Name", judgeName, reached(), "good", Verdict::Ok, "school.example, 4 ms"),
+        way("NameByProxy", judgeName, proxied(reached()), "byProxy", Verdict::Skipped, "the proxy"),
+        way("Numeric", judgeName, with(reached(), [](auto& f) { f.url = *parseUrl("wss://[2001:db8::7]/"); }),
+            "numeric", Verdict::Skipped, "is an address"),
+        way("NoSuchName", judgeName, failedAt(Step::Name, kNames, EAI_NONAME), "noSuchName", Verdict::Fail,
+            "no such name: school.example"),
+        way("NameServerTellsThatItIsSilent", judgeName, failedAt(Step::Name, kNames, EAI_AGAIN),
+            "nameServerSilent", Verdict::Fail, "the name server does not answer"),
+        way("NameServerSilent", judgeName, failedAt(Step::Name, kSocket, websocket_error::kTimedOut),
+            "nameServerSilent", Verdict::Fail, "the name server does not answer"),
+        way("Connected", judgeConnect, reached(), "good", Verdict::Ok, "school.example port 443, 12 ms"),
+        way("Refused", judgeConnect, failedAt(Step::Connect, kSystem, ECONNREFUSED), "refused", Verdict::Fail,
+            "refused: nothing listens on school.example port 443"),
+        way("NoAnswer", judgeConnect, failedAt(Step::Connect, kSocket, websocket_error::kTimedOut),
+            "noAnswer", Verdict::Fail,
+            "no answer from school.example port 443 in 5.0 s: a firewall drops it"),
+        way("NoAnswerBySystem", judgeConnect, failedAt(Step::Connect, kSystem, ETIMEDOUT), "noAnswer",
+            Verdict::Fail, "a firewall drops it"),
+        way("Unreachable", judgeConnect, failedAt(Step::Connect, kSystem, EHOSTUNREACH), "unreachable",
+            Verdict::Fail, "no way leads to"),
+        way("ConnectFailsOtherwise", judgeConnect, failedAt(Step::Connect, kSystem, EACCES), "failed",
+            Verdict::Fail, "why"),
+        way("WideIsDead", judgeConnect,
+            with(reached(),
+                 [](auto& f) {
+                   f.report.attempts = {{"2001:db8::7", Seconds(0), Seconds(0.3), false, {}},
+                                        {"203.0.113.7", Seconds(0.25), Seconds(0.01), true, {}}};
+                 }),
+            "wideIsDead", Verdict::Warn, "costs each connect 250 ms"),
+        way("WideFailsAtOnce", judgeConnect,
+            with(reached(),
+                 [](auto& f) {
+                   f.report.attempts = {
+                       {"2001:db8::7", Seconds(0), Seconds(0), false, Error{kSystem, ENETUNREACH, "no"}},
+                       {"203.0.113.7", Seconds(0.001), Seconds(0.01), true, {}}};
+                 }),
+            "good", Verdict::Ok, "12 ms"),
+        way("ConnectByProxy", judgeConnect, proxied(reached()), "byProxy", Verdict::Skipped, "the proxy")),
+    rowName);
+
+INSTANTIATE_TEST_SUITE_P(
+    Tls, DoctorVerdict,
+    testing::Values(
+        way("Good", judgeTls, reached(), "good", Verdict::Ok, "TLSv1.3, chain of 1, 61 days left"),
+        way("ExpiresSoon", judgeTls,
+            with(reached(), [](auto& f) { f.report.chain[0].notAfter = kNow + 13 * kDay; }), "expiresSoon",
+            Verdict::Warn, "expires on 2026-12-05, 13 days left"),
+        way("ExpiresInTwoWeeks", judgeTls,
+            with(reached(), [](auto& f) { f.report.chain[0].notAfter = kNow + 14 * kDay; }), "good",
+            Verdict::Ok, "14 days left"),
+        way("NotAskedFor", judgeTls, with(reached(), [](auto& f) { f.url = *parseUrl("ws://localhost:1"); }),
+            "notAsked", Verdict::Skipped, "this machine"),
+        way("None", judgeTls, with(reached(), [](auto& f) { f.url = *parseUrl("ws://school.example"); }),
+            "none", Verdict::Warn, "everybody on the way can read passwords"),
+        way("Expired", judgeTls,
+            with(failedAt(Step::Tls, kTls, 10), [](auto& f) { f.report.chain[0].notAfter = kNow - kDay; }),
+            "expired", Verdict::Fail, "has expired on 2026-11-21; this clock says 2026-11-22"),
+        way("NotYetValid", judgeTls,
+            with(failedAt(Step::Tls, kTls, 9), [](auto& f) { f.report.chain[0].notBefore = kNow + kDay; }),
+            "notYetValid", Verdict::Fail, "counts from 2026-11-23 on; this clock says 2026-11-22"),
+        way("SelfSigned", judgeTls, failedAt(Step::Tls, kTls, 18), "unknownIssuer", Verdict::Fail,
+            "issued by \"Good CA\", whom this machine does not trust"),
+        way("SelfSignedInChain", judgeTls, failedAt(Step::Tls, kTls, 19), "unknownIssuer", Verdict::Fail,
+            "intercepts TLS"),
+        way("NoIssuer", judgeTls, failedAt(Step::Tls, kTls, 20), "unknownIssuer", Verdict::Fail,
+            "intercepts TLS"),
+        way("NoIssuerOfFirst", judgeTls, failedAt(Step::Tls, kTls, 21), "unknownIssuer", Verdict::Fail,
+            "intercepts TLS"),
+        way("WrongName", judgeTls, failedAt(Step::Tls, kTls, 62), "wrongName", Verdict::Fail,
+            "is not for school.example but for school.example, www.school.example"),
+        way("WrongAddress", judgeTls, failedAt(Step::Tls, kTls, 64), "wrongName", Verdict::Fail,
+            "is not for"),
+        way("WeakKey", judgeTls, failedAt(Step::Tls, kTls, 66), "weak", Verdict::Fail, "too weak"),
+        way("WeakDigest", judgeTls, failedAt(Step::Tls, kTls, 68), "weak", Verdict::Fail, "too weak"),
+        way("Pin", judgeTls, failedAt(Step::Tls, kTls, websocket_error::kPinMismatch), "pinMismatch",
+            Verdict::Fail, "another key"),
+        way("BadSettings", judgeTls, failedAt(Step::Tls, kTls, websocket_error::kBadTlsSettings),
+            "badSettings", Verdict::Fail, "why"),
+        way("NoTls", judgeTls, failedAt(Step::Tls, kTls, 267), "failed", Verdict::Fail,
+            "no agreement on TLS"),
+        way("NoAnswer", judgeTls, failedAt(Step::Tls, kSocket, websocket_error::kTimedOut), "noAnswer",
+            Verdict::Fail, "was not finished"),
+        way("Reset", judgeTls, failedAt(Step::Tls, kSystem, ECONNRESET), "noAnswer", Verdict::Fail,
+            "was not finished")),
+    rowName);
+
+INSTANTIATE_TEST_SUITE_P(
+    UpgradeAndPing, DoctorVerdict,
+    testing::Values(
+        way("Good", judgeUpgrade, reached(), "good", Verdict::Ok, "101, 31 ms"),
+        way("Page", judgeUpgrade, answered(200), "page", Verdict::Fail, "200 with a page"),
+        way("Redirected", judgeUpgrade, answered(302), "redirected", Verdict::Fail,
+            "302: it leads elsewhere"),
+        way("Unauthorized", judgeUpgrade, answered(401), "refused", Verdict::Fail, "401: the server"),
+        way("Forbidden", judgeUpgrade, answered(403), "refused", Verdict::Fail, "403: the server"),
+        way("NoSuchPath", judgeUpgrade, answered(404), "noSuchPath", Verdict::Fail,
+            "404: the server has nothing at /link"),
+        way("OtherRefusal", judgeUpgrade, answered(426), "refused", Verdict::Fail, "426: the server refuses"),
+        way("ServerAway", judgeUpgrade, answered(502), "serverAway", Verdict::Fail,
+            "502: what is behind the gateway"),
+        way("NoAnswer", judgeUpgrade, failedAt(Step::Upgrade, kSocket, websocket_error::kTimedOut),
+            "noAnswer", Verdict::Fail, "no answer to the upgrade"),
+        way("Pong", judgePing, reached(), "good", Verdict::Ok, "PONG in 14 ms"),
+        way("NoPong", judgePing, with(reached(), [](auto& f) { f.pong.reset(); }), "noPong", Verdict::Fail,
+            "no PONG in 3.0 s: frames are lost behind the upgrade"),
+        way("ClosedInstead", judgePing,
+            with(reached(),
+                 [](auto& f) {
+                   f.pong.reset();
+                   f.endedEarly = true;
+                 }),
+            "closed", Verdict::Fail, "the link was closed")),
+    rowName);
+
+INSTANTIATE_TEST_SUITE_P(
+    Clock, DoctorVerdict,
+    testing::Values(way("NotTold", judgeClock, reached(), "notTold", Verdict::Skipped, "does not tell"),
+                    way("Right", judgeClock, clockOff(0.3), "good", Verdict::Ok, "right"),
+                    way("AlmostRight", judgeClock, clockOff(-30), "good", Verdict::Ok, "30 s off"),
+                    way("Off", judgeClock, clockOff(31), "off", Verdict::Warn, "this clock is 31 s slow"),
+                    way("Fast", judgeClock, clockOff(-300), "off", Verdict::Warn, "this clock is 5 min fast"),
+                    way("Wrong", judgeClock, clockOff(420), "wrong", Verdict::Fail,
+                        "this clock is 7 min slow: certificates will fail")),
+    rowName);
+
+template <typename Facts>
+Row place(const char* name, Finding (*judge)(const Facts&), Facts facts, const char* code, Verdict verdict,
+          const char* text) {
+  return {name, [judge, facts = std::move(facts)] { return judge(facts); }, code, verdict, text};
+}
+
+using Stored = SessionFacts::Stored;
+
+SessionFacts replied(std::optional<std::int64_t> code, bool takenOver = false) {
+  SessionFacts facts;
+  facts.stored = Stored::Somebody;
+  facts.userID = "42";
+  facts.code = code;
+  facts.isTakenOver = takenOver;
+  return facts;
+}
+
+SessionFacts stored(Stored how) {
+  SessionFacts facts;
+  facts.stored = how;
+  return facts;
+}
+
+HomeFacts home(const std::function<void(HomeFacts&)>& change) {
+  HomeFacts facts;
+  facts.folder = "/home/ann/Documents";
+  facts.user = "ann";
+  facts.freeBytes = std::uint64_t{12} << 30;
+  change(facts);
+  return facts;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Places, DoctorVerdict,
+    testing::Values(
+        place("Network", judgeNetwork, NetworkFacts{{"wlan0"}, {"wlan0"}, false}, "good", Verdict::Ok,
+              "route over wlan0, IPv4 and IPv6"),
+        place("NetworkIPv4", judgeNetwork, NetworkFacts{{"eth0", "wlan0"}, {}, false}, "good", Verdict::Ok,
+              "route over eth0, wlan0, IPv4"),
+        place("NoRoute", judgeNetwork, NetworkFacts{}, "noRoute", Verdict::Fail, "no route"),
+        place("NoRouteNeeded", judgeNetwork, NetworkFacts{{}, {}, true}, "good", Verdict::Ok,
+              "none is needed"),
+        place("Session", judgeSession, replied(0), "good", Verdict::Ok, "user 42, good"),
+        place("Nobody", judgeSession, stored(Stored::Nobody), "nobody", Verdict::Skipped,
+              "nobody is signed in"),
+        place("DamagedUser", judgeSession, stored(Stored::Damaged), "damaged", Verdict::Fail, "is damaged"),
+        place("UnreadableUser", judgeSession, stored(Stored::Unreadable), "unreadable", Verdict::Fail,
+              "cannot be read"),
+        place("SessionOver", judgeSession, replied(2), "over", Verdict::Fail, "does not know the session"),
+        place("SessionOverToo", judgeSession, replied(-999999), "over", Verdict::Fail,
+              "does not know the session"),
+        place("SessionRefused", judgeSession, replied(7), "refused", Verdict::Fail, "refused with code 7"),
+        place("TakenOver", judgeSession, replied(0, true), "takenOver", Verdict::Fail,
+              "taken over by another device"),
+        place("NoReply", judgeSession, replied({}), "noReply", Verdict::Fail, "answers PING, but not this"),
+        place("Home", judgeHome, home([](auto&) {}), "good", Verdict::Ok, "rights 0700, 12 GB left"),
+        place("NoHomeYet", judgeHome, home([](auto& f) { f.exists = false; }), "good", Verdict::Ok,
+              "is not there yet"),
+        place("NotWritable", judgeHome, home([](auto& f) { f.isWritable = false; }), "notWritable",
+              Verdict::Fail, "/home/ann/Documents is not writable by ann"),
+        place("LittleRoom", judgeHome, home([](auto& f) { f.freeBytes = 40u << 20; }), "littleRoom",
+              Verdict::Warn, "40 MB left"),
+        place("Full", judgeHome, home([](auto& f) { f.freeBytes = 1u << 20; }), "full", Verdict::Fail,
+              "the disk is full"),
+        place("SetAside", judgeHome, home([](auto& f) {
+                f.setAside = {"a.damaged", "b.damaged"};
+              }),
+              "setAside", Verdict::Warn, "2 damaged files were set aside: a.damaged, b.damaged"),
+        place("UsedByOthers", judgeHome, home([](auto& f) { f.usedBy = {"4711 (classroom)"}; }),
+              "usedByOthers", Verdict::Warn, "used by process 4711 (classroom)"),
+        place("Log", judgeLog, LogFacts{"/l", 1'468'006, 1}, "good", Verdict::Ok, "1.4 MB in 1 file"),
+        place("NoLog", judgeLog, LogFacts{}, "good", Verdict::Ok, "none yet"),
+        place("LargeLog", judgeLog, LogFacts{"/l", 50u << 20, 12}, "large", Verdict::Warn,
+              "50 MB in 12 files")),
+    rowName);
+
+std::string codesOf(const std::vector<Finding>& findings) {
+  std::string codes;
+  for (const Finding& finding : findings) codes += finding.check + " " + finding.code + ", ";
+  return codes;
+}
+
+TEST(DoctorWay, WhatFollowsFromAFailureIsSkipped) {
+  EXPECT_EQ(codesOf(judgeWay(reached())), "name good, connect good, tls good, upgrade good, ping good, ");
+  EXPECT_EQ(codesOf(judgeWay(failedAt(Step::Name, kNames, EAI_NONAME))),
+            "name noSuchName, connect notReached, tls notReached, upgrade notReached, ping notReached, ");
+  EXPECT_EQ(codesOf(judgeWay(failedAt(Step::Connect, kSystem, ECONNREFUSED))),
+            "name good, connect refused, tls notReached, upgrade notReached, ping notReached, ");
+  EXPECT_EQ(codesOf(judgeWay(failedAt(Step::Tls, kTls, 10))),
+            "name good, connect good, tls expired, upgrade notReached, ping notReached, ");
+  EXPECT_EQ(codesOf(judgeWay(answered(403))),
+            "name good, connect good, tls good, upgrade refused, ping notReached, ");
+  EXPECT_EQ(codesOf(judgeWay(refusedByProxy(407))),
+            "proxy refusesUser, name notReached, connect notReached, tls notReached, upgrade notReached, "
+            "ping notReached, ");
+  const auto findings = judgeWay(failedAt(Step::Connect, kSystem, ECONNREFUSED));
+  EXPECT_EQ(findings[2].verdict, Verdict::Skipped);
+  EXPECT_EQ(findings[2].text, "because connect failed");
+}
+
+TEST(DoctorWay, StepsThatNobodyToldOfAreFoundByTheError) {
+  WayFacts bare;
+  bare.url = *parseUrl("wss://school.example/");
+  bare.error = Error{kSystem, ECONNREFUSED, "refused"};
+  EXPECT_EQ(failedStep(bare), Step::Connect);
+  bare.error = Error{kSocket, websocket_error::kTimedOut, "late"};
+  EXPECT_EQ(failedStep(bare), Step::Name);
+  bare.url = *parseUrl("wss://203.0.113.7/");
+  EXPECT_EQ(failedStep(bare), Step::Connect);
+}
+
+TEST(DoctorReport, TellsDetailsWhereSomethingIsWrongAndCounts) {
+  std::vector<Finding> findings = {
+      good("network", "route over eth0", {{"ipv4", {"eth0", "eth1"}}}),
+      failed("connect", "refused", "refused\x1b[31m\nby it", "check the port", {{"n", 1}}),
+      skippedAfter("tls", "connect"), warned("log", "large", "big", "look")};
+  EXPECT_EQ(reportOf(findings, {}),
+            "[✓] network  route over eth0\n"
+            "[✗] connect  refused\\u001b[31m by it\n"
+            "    → check the port\n"
+            "      n: 1\n"
+            "[-] tls      because connect failed\n"
+            "[!] log      big\n"
+            "    → look\n"
+            "4 checks: 1 good, 1 warning, 1 failed, 1 skipped\n");
+  findings.resize(1);
+  findings[0].milliseconds = 12;
+  EXPECT_EQ(reportOf(findings, {.isVerbose = true, .isUtf8 = false}),
+            "[+] network  route over eth0 (12 ms)\n"
+            "      ipv4: eth0\n"
+            "      ipv4: eth1\n"
+            "1 check: 1 good\n");
+}
+
+TEST(DoctorReport, PlainLettersAreForTerminalsWithoutUtf8) {
+  const auto with = [](const char* all, const char* lang) {
+    ::setenv("LC_ALL", all, 1);
+    ::setenv("LC_CTYPE", "", 1);
+    ::setenv("LANG", lang, 1);
+    return isUtf8Locale();
+  };
+  EXPECT_TRUE(with("", "de_DE.UTF-8"));
+  EXPECT_TRUE(with("C.utf8", "C"));
+  EXPECT_FALSE(with("C", "de_DE.UTF-8"));
+  EXPECT_FALSE(with("", ""));
+}
+
+TEST(DoctorFinding, LeadsToTheExitCodeOfItsKind) {
+  using cli::ExitCode;
+  EXPECT_EQ(exitCodeOf(failed("connect", "refused", "", "")), ExitCode::NoReply);
+  EXPECT_EQ(exitCodeOf(failed("session", "over", "", "")), ExitCode::Refused);
+  EXPECT_EQ(exitCodeOf(failed("home", "full", "", "")), ExitCode::WrongUse);
+  EXPECT_EQ(exitCodeOf(warned("tls", "none", "", "")), ExitCode::Success);
+  EXPECT_EQ(exitCodeOf(skipped("tls", "none", "")), ExitCode::Success);
+}
+
+}  // namespace
+}  // namespace orv::test
