@@ -49,6 +49,8 @@ Options optionsOf(const GivenWords& given, const Settings& settings) {
   if (const auto way = value("--proxy")) options.proxy = readProxyOption(*way).value_or(ProxySettings());
   options.roots = values("--root");
   options.pins = values("--pin");
+  options.trace = given.value("--trace");
+  options.shareable = given.has("--shareable");
   options.json = given.has("--json");
   options.quiet = given.has("--quiet");
   return options;
@@ -92,6 +94,13 @@ Made makeCourses(const GivenWords& given) {
 Made makeWatch(const GivenWords& given) {
   WatchCommand command;
   if (const auto duration = given.value("--for")) command.duration = std::stod(*duration);
+  command.stats = given.has("--stats");
+  return command;
+}
+
+Made makeStats(const GivenWords& given) {
+  StatsCommand command;
+  if (const auto duration = given.value("--for")) command.duration = std::stod(*duration);
   return command;
 }
 
@@ -112,6 +121,7 @@ Made makeCommand(const GivenWords& given) {
   if (name == "invoke") return makeInvoke(given);
   if (name == "operations") return OperationsCommand{argument(given, 0).value_or("")};
   if (name == "watch") return makeWatch(given);
+  if (name == "stats") return makeStats(given);
   if (name == "courses") return makeCourses(given);
   if (name == "local list") return LocalListCommand{};
   if (name == "local create") {
@@ -141,6 +151,9 @@ Parsed parse(std::span<const std::string> words, WordsFrom from,
   const bool isDemo = std::holds_alternative<DemoCommand>(invocation.command);
   if (isDemo && given.value("--server").value_or("embedded") != "embedded") {
     return WrongUse{"demo runs on the embedded server: leave --server out"};
+  }
+  if (given.has("--shareable") && !given.has("--trace")) {
+    return WrongUse{"--shareable belongs to --trace FILE"};
   }
   const Result<Settings> said = settings();
   if (!said) return WrongUse{said.error().description};

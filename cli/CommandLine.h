@@ -61,8 +61,6 @@ struct WatchCommand {
   bool stats = false;
 };
 struct StatsCommand {
-  /// Whether it is a line of JSON on a terminal as well.
-  bool json = false;
   /// In seconds; absent: as long as some PINGs take.
   std::optional<double> duration;
 };
@@ -103,10 +101,10 @@ struct LoginCommand {
 struct WhoamiCommand {};
 struct LogoutCommand {};
 
-using Command =
-    std::variant<DemoCommand, CallCommand, InvokeCommand, BatchCommand, OperationsCommand, WatchCommand,
-                 LogCommand, DoctorCommand, LoginCommand, WhoamiCommand, LogoutCommand, CoursesCommand,
-                 LocalListCommand, LocalCreateCommand, LocalAddCommand, LocalDeleteCommand, ShellCommand, StatsCommand>;
+using Command = std::variant<DemoCommand, CallCommand, InvokeCommand, BatchCommand, OperationsCommand,
+                             WatchCommand, LogCommand, DoctorCommand, LoginCommand, WhoamiCommand,
+                             LogoutCommand, CoursesCommand, LocalListCommand, LocalCreateCommand,
+                             LocalAddCommand, LocalDeleteCommand, ShellCommand, StatsCommand>;
 
 /// The command line asks for a text, such as the help.
 struct Text {

@@ -120,6 +120,11 @@ constexpr auto kProgramOptions = std::to_array<Option>({
      .check = checkText,
      .isSetting = true,
      .repeats = true},
+    {.name = "--trace",
+     .value = "FILE",
+     .help = "Write each frame to this file, a line of JSON each, secrets hidden",
+     .check = checkFile},
+    {.name = "--shareable", .help = "With --trace: write only what strangers may see"},
     {.name = "--uuid",
      .value = "TEXT",
      .help = "Identifier of this installation; without it, a random one",
@@ -157,6 +162,10 @@ constexpr auto kOperations = std::to_array<Argument>({
 });
 constexpr auto kWatchOptions = std::to_array<Option>({
     {.name = "--for", .value = "SECONDS", .help = "End after this time", .check = checkSeconds},
+    {.name = "--stats", .help = "Print the statistics of the link at the end"},
+});
+constexpr auto kStatsOptions = std::to_array<Option>({
+    {.name = "--for", .value = "SECONDS", .help = "A PING each second for so long", .check = checkSeconds},
 });
 constexpr auto kCoursesOptions = std::to_array<Option>({
     {.name = "--start",
@@ -212,6 +221,9 @@ constexpr auto kCommands = std::to_array<CommandSpec>({
     {.name = "watch",
      .help = "Print every notification, and every change of the link and the session",
      .options = kWatchOptions},
+    {.name = "stats",
+     .help = "Open the link, try it with PINGs, and print its statistics",
+     .options = kStatsOptions},
     {.name = "courses",
      .help = "Courses of the stored user's classroom, loaded from the server",
      .options = kCoursesOptions},

@@ -124,7 +124,6 @@ Client& Host::client() {
   options.network = networkSettings(options_);
   options.installation =
       options_.uuid ? *options_.uuid : boost::uuids::to_string(boost::uuids::random_generator()());
-  options.network.proxy = options_.proxy;
   unlinkedSession_.reset();
   auto started = Client::start(std::move(options));
   if (!started) throw WrongOptions(started.error().description);

@@ -53,10 +53,6 @@ bool Output::abandoned() {
   return ::poll(&watched, 1, 0) > 0 && (watched.revents & (POLLERR | POLLNVAL)) != 0;
 }
 
-bool Output::isForPerson() const {
-  return !writer_ && ::isatty(STDOUT_FILENO) == 1;
-}
-
 bool Output::wantsColours() {
   const char* terminal = std::getenv("TERM");
   const char* refusal = std::getenv("NO_COLOR");

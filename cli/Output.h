@@ -33,8 +33,6 @@ class Output {
   int failure() const { return failure_; }
   /// Whether standard output is a pipe or a connection that nobody reads any more.
   static bool abandoned();
-  /// Whether a person sees it in a terminal, as it is written.
-  bool isForPerson() const;
   /// Whether a person sees it in a terminal that knows colours.
   static bool wantsColours();
   /// How many columns the terminal of standard output has; 80 where it has none, or tells nothing.

@@ -60,7 +60,7 @@ ExitCode run(const StatsCommand& command, Context& context) {
   const LinkStatus& link = host.client().link();
   if (isUp) tryLink(host, link, command.duration);
   const LinkStatistics statistics = link.statistics();
-  if (output.isForPerson() && !command.json) {
+  if (output.wantsTables()) {
     output.text(statsTable(statistics));
     if (!isUp) writeAll(STDERR_FILENO, "orv: " + printable(problem) + "\n");
   } else {

@@ -24,7 +24,8 @@ TEST_P(WrongUse, IsToldAsOneLineOfJsonAndExits1) {
 }
 
 constexpr const char* kCommands =
-    "a command is expected: demo, shell, call, invoke, operations, watch, stats, courses, local, log, doctor, "
+    "a command is expected: demo, shell, call, invoke, operations, watch, stats, courses, local, log, "
+    "doctor, "
     "login, "
     "whoami or logout; see `orv --help`";
 constexpr const char* kLogin = "loginWithMobile:password:completeBlock:timeoutBlock:";
