@@ -1,6 +1,7 @@
 // What the server's side of the way says of itself: TLS, the answer to the upgrade, its clock.
 
 #include <orvnetwork/platform/WebSocketError.h>
+#include <orvnetwork/transport/LinkFailure.h>
 
 #include "cli/doctor/WayVerdicts.h"
 
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <ctime>
 #include <string>
+#include <vector>
 
 namespace orv::cli::doctor {
 
@@ -104,6 +106,11 @@ Finding failedCertificate(const WayFacts& facts) {
     case websocket_error::kBadTlsSettings:
       return failed("tls", "badSettings", facts.error->description, "check the files that the settings name");
     default:
+      if (linkFailureOf(*facts.error).trouble == LinkTrouble::ClientCertificateWanted) {
+        return failed("tls", "clientCertificate",
+                      "the server wants a certificate of this client, or another one",
+                      "ask those who run the server for one");
+      }
       return failed("tls", "failed", "no agreement on TLS: " + facts.error->description,
                     "check the port: something else than TLS may be spoken there");
   }

@@ -15,9 +15,11 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <sstream>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace orv::cli::doctor {
 
@@ -62,8 +64,9 @@ std::string userName() {
 /// The folder, or the nearest one above it that is there.
 fs::path nearestThere(fs::path path) {
   std::error_code error;
-  while (!fs::exists(path, error) && path.has_parent_path() && path != path.parent_path())
+  while (!fs::exists(path, error) && path.has_parent_path() && path != path.parent_path()) {
     path = path.parent_path();
+  }
   return path;
 }
 
@@ -196,18 +199,18 @@ StoredUser lookAtUser(const std::string& documents) {
   const auto bytes = files.read(path, error);
   if (!bytes) {
     if (!files.exists(path)) return user;
-    user.stored = SessionFacts::Stored::Unreadable;
+    user.stored = SignInFacts::Stored::Unreadable;
     user.problem = error.message();
     return user;
   }
   const Result<json::value> list = readPropertyList(*bytes);
   if (!list || !list->is_object()) {
-    user.stored = SessionFacts::Stored::Damaged;
+    user.stored = SignInFacts::Stored::Damaged;
     return user;
   }
   if (list->get_object().empty()) return user;
   const auto stored = makeRecord<OrvUserInfoModel>(list->get_object());
-  user.stored = SessionFacts::Stored::Somebody;
+  user.stored = SignInFacts::Stored::Somebody;
   user.userID = stored->uID.get().value_or("");
   user.token = stored->token.get().value_or("");
   return user;

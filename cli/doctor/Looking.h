@@ -20,7 +20,7 @@ LogFacts lookAtLog(const std::string& folder);
 
 /// Who is stored in the user's file, with the token.
 struct StoredUser {
-  SessionFacts::Stored stored = SessionFacts::Stored::Nobody;
+  SignInFacts::Stored stored = SignInFacts::Stored::Nobody;
   std::string userID{};
   std::string token{};
   /// Why the file cannot be read.

@@ -67,7 +67,7 @@ Finding judgeNetwork(const NetworkFacts& facts) {
   return good("network", "route over " + listOf(interfaces) + ", " + families, shown);
 }
 
-Finding judgeSession(const SessionFacts& facts) {
+Finding judgeSession(const SignInFacts& facts) {
   constexpr std::int64_t kUnknownToken = 2, kOver = -999999;
   const std::string user = "user " + facts.userID;
   const json::object shown{{"user", facts.userID},
@@ -75,15 +75,15 @@ Finding judgeSession(const SessionFacts& facts) {
   const std::string words = facts.words.empty() ? "" : ": " + facts.words;
   Finding finding = good("session", user + ", good");
   switch (facts.stored) {
-    case SessionFacts::Stored::Nobody:
+    case SignInFacts::Stored::Nobody:
       return skipped("session", "nobody", "nobody is signed in");
-    case SessionFacts::Stored::Damaged:
+    case SignInFacts::Stored::Damaged:
       return failed("session", "damaged", "the file of the user is damaged, so nobody is signed in",
                     "sign in again: `orv login`");
-    case SessionFacts::Stored::Unreadable:
+    case SignInFacts::Stored::Unreadable:
       return failed("session", "unreadable", "the file of the user cannot be read" + words,
                     "give the file to the user who runs the program");
-    case SessionFacts::Stored::Somebody:
+    case SignInFacts::Stored::Somebody:
       break;
   }
   if (facts.isTakenOver) {

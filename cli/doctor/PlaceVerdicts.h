@@ -22,7 +22,7 @@ struct NetworkFacts {
 Finding judgeNetwork(const NetworkFacts& facts);
 
 /// The user who is stored, and what the server says of their session.
-struct SessionFacts {
+struct SignInFacts {
   enum class Stored { Nobody, Somebody, Damaged, Unreadable };
   Stored stored = Stored::Nobody;
   std::string userID{};
@@ -34,7 +34,7 @@ struct SessionFacts {
   bool isTakenOver = false;
   double milliseconds = 0;
 };
-Finding judgeSession(const SessionFacts& facts);
+Finding judgeSession(const SignInFacts& facts);
 
 /// The folder in which everything is kept.
 struct HomeFacts {

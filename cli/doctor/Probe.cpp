@@ -1,5 +1,6 @@
 #include "cli/doctor/Probe.h"
 
+#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/Clock.h>
@@ -68,7 +69,7 @@ void Probe::reach() {
   facts_.endedEarly = over_;
 }
 
-void Probe::takeUpSession(SessionFacts& session, const std::string& token) {
+void Probe::takeUpSession(SignInFacts& session, const std::string& token) {
   const auto item = QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
       std::string(kSessionCommand), json::object{{"uID", session.userID}, {"token", token}}, {}, {});
   if (!item->jsonString) return;

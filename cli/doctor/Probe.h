@@ -30,7 +30,7 @@ class Probe : private WebSocketDelegate {
   /// Whether requests can be sent.
   bool isAnswered() const { return facts_.pong.has_value() && !over_; }
   /// Takes the session of a user up, as every start of the application does, and waits for what the server says.
-  void takeUpSession(SessionFacts& session, const std::string& token);
+  void takeUpSession(SignInFacts& session, const std::string& token);
 
   WayFacts& facts() { return facts_; }
 
@@ -51,7 +51,7 @@ class Probe : private WebSocketDelegate {
   SteadyTime pinged_{};
   bool over_ = false;
   const Seconds sessionLimit_;
-  SessionFacts* session_ = nullptr;
+  SignInFacts* session_ = nullptr;
 };
 
 }  // namespace orv::cli::doctor

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -57,6 +57,12 @@ bool hasDeadWideAddress(const ConnectReport& report) {
   constexpr double kNoticed = 0.1;
   return winner->begun.count() >= kNoticed &&
          std::any_of(report.attempts.begin(), winner, [](const auto& attempt) { return isWide(attempt); });
+}
+
+/// Whether the settings of TLS could not be used, so that nothing was tried.
+bool hasNotSetOut(const WayFacts& facts) {
+  const ConnectReport& report = facts.report;
+  return failedStep(facts) == Step::Tls && !report.name && !report.connect && report.attempts.empty();
 }
 
 Finding proxyFailure(const std::string& shown, const Error& error) {
@@ -113,8 +119,8 @@ Finding judgeProxy(const WayFacts& facts) {
     finding = good("proxy", straightText(facts.choice->reason));
   }
   finding.facts.emplace("proxy", facts.report.throughProxy ? json::value(shown) : json::value());
-  if (facts.choice && !facts.choice->variable.empty())
-    finding.facts.emplace("variable", facts.choice->variable);
+  const std::string variable = facts.choice ? facts.choice->variable : "";
+  if (!variable.empty()) finding.facts.emplace("variable", variable);
   finding.milliseconds = inMilliseconds(facts.report.proxy);
   return finding;
 }
@@ -211,7 +217,8 @@ std::vector<Finding> judgeWay(const WayFacts& facts) {
     return found == findings.end() ? std::string() : found->check;
   };
   for (const Stop& stop : kStops) {
-    const std::string cause = failure();
+    std::string cause = failure();
+    if (hasNotSetOut(facts) && stop.step < Step::Tls && stop.step != Step::None) cause = "tls";
     findings.push_back(cause.empty() ? stop.judge(facts) : skippedAfter(stop.name, cause));
   }
   return findings;

@@ -29,7 +29,7 @@ constexpr std::string_view kHelp =
     "                created ROOMID          what an application tells when a local course was published\n"
     "What happens    watch on|off            notifications, changes of the link and the session\n"
     "                console on|off          the diagnostic console\n"
-    "                log [--path]            the rolling log\n"
+    "                log [--since TIME] [--grep TEXT] [--follow] | [--path]\n"
     "                stats [--for SECONDS]   what has passed on the link, after some PINGs\n"
     "Server          server [CONTROL]        the embedded server: its state, pushes and faults\n"
     "                                        e.g. server {\"push\":\"Rooms.Push.Message\"}\n"

@@ -45,7 +45,8 @@ struct Findings {
   }
   json::object of(const std::string& check) const {
     for (std::size_t i = 0; i < result.lines().size(); ++i) {
-      if (result.json(i).contains("check") && result.json(i).at("check") == check) return result.json(i);
+      const json::object line = result.json(i);
+      if (line.contains("check") && line.at("check") == json::value(check)) return line;
     }
     return {};
   }
@@ -273,11 +274,13 @@ TEST_F(DoctorOfAUser, WhoseTokenIsShownNowhere) {
   const auto from = plist.find("<string>", plist.find("<key>token</key>")) + 8;
   const std::string token = plist.substr(from, plist.find("</string>", from) - from);
   ASSERT_GT(token.size(), 8U);
-  server.control({{"fault", "error"}, {"code", 7}, {"err", "bad {\"token\":\"" + token + "\"}"}});
+  server.control(
+      {{"fault", "error"}, {"code", 7}, {"count", 4}, {"err", "bad {\"token\":\"" + token + "\"}"}});
   const std::string url = "ws://ann:rosebud@" + server.url().substr(5) + "/link?token=" + token;
   for (const std::vector<std::string>& words :
        {std::vector<std::string>{"--server", url, "doctor"}, {"--server", url + "x", "doctor", "-v"}}) {
     const Result result = runOrv(words);
+    EXPECT_EQ(result.exitCode, 2) << result.out;
     EXPECT_EQ((result.out + result.err).find(token), std::string::npos) << result.out;
     EXPECT_EQ((result.out + result.err).find("rosebud"), std::string::npos) << result.out;
     Terminal terminal(words);

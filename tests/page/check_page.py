@@ -411,11 +411,29 @@ def check_strangers(browser, program):
         page.close()
 
 
+def check_token(browser, program):
+    """By a name that is the server's own the page is for those who bring the token, and passes it on."""
+    print("token", flush=True)
+    token = "a-token.of_20-letters"
+    with Server(program, ["--name", STRANGER, "--token", token]) as server:
+        address = f"http://{STRANGER}:{server.port}/"
+        page = browser.open(address)
+        wait_for_text(page, "body", "expected the token")
+        page.close()
+        page = browser.open(f"{address}?token={token}")
+        wait_for_text(page, "#live", "live")
+        page.click("#silence")
+        page.wait("document.querySelector('#silence').getAttribute('aria-pressed') === 'true'")
+        expect(page.complaints(), [], "complaints of the browser")
+        page.close()
+
+
 def main():
     try:
         with Browser() as browser:
             TRACE.take(sys.argv[2])
             check_strangers(browser, sys.argv[1])
+            check_token(browser, sys.argv[1])
             for scheme in ("light", "dark"):
                 check(browser, sys.argv[1], scheme)
     except Exception:  # the reason of a failed test is what matters

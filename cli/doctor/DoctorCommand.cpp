@@ -10,7 +10,9 @@
 #include "cli/Host.h"
 #include "cli/NetworkOptions.h"
 #include "cli/Output.h"
+#include "cli/doctor/Finding.h"
 #include "cli/doctor/Looking.h"
+#include "cli/doctor/PlaceVerdicts.h"
 #include "cli/doctor/Probe.h"
 #include "cli/doctor/Report.h"
 #include "cli/doctor/WayVerdicts.h"
@@ -92,8 +94,8 @@ Finding judged(const char* check, const std::optional<Seen<Facts>>& seen, Findin
 Finding judgeStoredUser(const Places& places, Probe* probe, const std::string& cause) {
   if (!places.user) return skippedAfter("session", "home");
   const StoredUser& user = places.user->facts;
-  SessionFacts session{.stored = user.stored, .userID = user.userID, .words = user.problem};
-  if (user.stored == SessionFacts::Stored::Somebody) {
+  SignInFacts session{.stored = user.stored, .userID = user.userID, .words = user.problem};
+  if (user.stored == SignInFacts::Stored::Somebody) {
     if (!cause.empty()) return skippedAfter("session", cause);
     if (probe == nullptr) return skipped("session", "noServer", "no server is named");
     probe->takeUpSession(session, user.token);

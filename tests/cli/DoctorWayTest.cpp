@@ -1,9 +1,10 @@
-// What doctor makes of what it has seen: a row for each verdict.
+// What doctor makes of what an attempt to reach the server has met.
 
+#include <orvnetwork/data/Error.h>
+#include <orvnetwork/platform/ProxyChoice.h>
 #include <orvnetwork/platform/WebSocketError.h>
 
-#include <cli/doctor/PlaceVerdicts.h>
-#include <cli/doctor/Report.h>
+#include "DoctorRows.h"
 #include <cli/doctor/WayVerdicts.h>
 
 #include <gtest/gtest.h>
@@ -12,10 +13,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
-#include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -29,6 +27,8 @@ constexpr const char* kSocket = websocket_error::kDomain;
 constexpr const char* kSystem = websocket_error::kSystemDomain;
 constexpr const char* kNames = websocket_error::kNameLookupDomain;
 constexpr const char* kProxy = websocket_error::kProxyDomain;
+/// The alert "certificate required", as the TLS library numbers it.
+constexpr int kCertificateRequired = 1116;
 constexpr std::chrono::hours kDay{24};
 
 /// 2026-11-22 12:00:00 UTC.
@@ -65,8 +65,8 @@ WayFacts failedAt(Step step, const char* domain, std::int64_t code) {
   if (step <= Step::Tls) report.upgrade.reset();
   if (step <= Step::Connect) report.tls.reset();
   if (step <= Step::Name) report.connect.reset();
-  if (step <= Step::Connect)
-    report.attempts = {{"203.0.113.7", Seconds(0), Seconds(1), false, Error{domain, code, "why"}}};
+  const Error error{domain, code, "why"};
+  if (step <= Step::Connect) report.attempts = {{"203.0.113.7", Seconds(0), Seconds(1), false, error}};
   if (step <= Step::Name) report.attempts.clear();
   report.httpStatus = 0;
   facts.isOpen = false;
@@ -113,19 +113,6 @@ WayFacts clockOff(double seconds) {
   });
 }
 
-struct Row {
-  const char* name;
-  std::function<Finding()> judge;
-  const char* code;
-  Verdict verdict;
-  const char* text;  ///< a part of it
-};
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
-
-class DoctorVerdict : public testing::TestWithParam<Row> {};
-
 TEST_P(DoctorVerdict, IsThis) {
   const Row& row = GetParam();
   const Finding finding = row.judge();
@@ -135,15 +122,6 @@ TEST_P(DoctorVerdict, IsThis) {
   const bool isWrong = finding.verdict == Verdict::Warn || finding.verdict == Verdict::Fail;
   EXPECT_EQ(finding.todo.empty(), !isWrong) << "whoever is told that something is wrong is told what to do";
   EXPECT_FALSE(finding.text.ends_with("."));
-}
-
-Row way(const char* name, Finding (*judge)(const WayFacts&), WayFacts facts, const char* code,
-        Verdict verdict, const char* text) {
-  return {name, [judge, facts = std::move(facts)] { return judge(facts); }, code, verdict, text};
-}
-
-std::string rowName(const testing::TestParamInfo<Row>& info) {
-  return std::string(info.param.name);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -258,6 +236,8 @@ INSTANTIATE_TEST_SUITE_P(
             Verdict::Fail, "another key"),
         way("BadSettings", judgeTls, failedAt(Step::Tls, kTls, websocket_error::kBadTlsSettings),
             "badSettings", Verdict::Fail, "why"),
+        way("ClientCertificate", judgeTls, failedAt(Step::Tls, kTls, kCertificateRequired),
+            "clientCertificate", Verdict::Fail, "wants a certificate of this client"),
         way("NoTls", judgeTls, failedAt(Step::Tls, kTls, 267), "failed", Verdict::Fail,
             "no agreement on TLS"),
         way("NoAnswer", judgeTls, failedAt(Step::Tls, kSocket, websocket_error::kTimedOut), "noAnswer",
@@ -305,82 +285,6 @@ INSTANTIATE_TEST_SUITE_P(
                         "this clock is 7 min slow: certificates will fail")),
     rowName);
 
-template <typename Facts>
-Row place(const char* name, Finding (*judge)(const Facts&), Facts facts, const char* code, Verdict verdict,
-          const char* text) {
-  return {name, [judge, facts = std::move(facts)] { return judge(facts); }, code, verdict, text};
-}
-
-using Stored = SessionFacts::Stored;
-
-SessionFacts replied(std::optional<std::int64_t> code, bool takenOver = false) {
-  SessionFacts facts;
-  facts.stored = Stored::Somebody;
-  facts.userID = "42";
-  facts.code = code;
-  facts.isTakenOver = takenOver;
-  return facts;
-}
-
-SessionFacts stored(Stored how) {
-  SessionFacts facts;
-  facts.stored = how;
-  return facts;
-}
-
-HomeFacts home(const std::function<void(HomeFacts&)>& change) {
-  HomeFacts facts;
-  facts.folder = "/home/ann/Documents";
-  facts.user = "ann";
-  facts.freeBytes = std::uint64_t{12} << 30;
-  change(facts);
-  return facts;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Places, DoctorVerdict,
-    testing::Values(
-        place("Network", judgeNetwork, NetworkFacts{{"wlan0"}, {"wlan0"}, false}, "good", Verdict::Ok,
-              "route over wlan0, IPv4 and IPv6"),
-        place("NetworkIPv4", judgeNetwork, NetworkFacts{{"eth0", "wlan0"}, {}, false}, "good", Verdict::Ok,
-              "route over eth0, wlan0, IPv4"),
-        place("NoRoute", judgeNetwork, NetworkFacts{}, "noRoute", Verdict::Fail, "no route"),
-        place("NoRouteNeeded", judgeNetwork, NetworkFacts{{}, {}, true}, "good", Verdict::Ok,
-              "none is needed"),
-        place("Session", judgeSession, replied(0), "good", Verdict::Ok, "user 42, good"),
-        place("Nobody", judgeSession, stored(Stored::Nobody), "nobody", Verdict::Skipped,
-              "nobody is signed in"),
-        place("DamagedUser", judgeSession, stored(Stored::Damaged), "damaged", Verdict::Fail, "is damaged"),
-        place("UnreadableUser", judgeSession, stored(Stored::Unreadable), "unreadable", Verdict::Fail,
-              "cannot be read"),
-        place("SessionOver", judgeSession, replied(2), "over", Verdict::Fail, "does not know the session"),
-        place("SessionOverToo", judgeSession, replied(-999999), "over", Verdict::Fail,
-              "does not know the session"),
-        place("SessionRefused", judgeSession, replied(7), "refused", Verdict::Fail, "refused with code 7"),
-        place("TakenOver", judgeSession, replied(0, true), "takenOver", Verdict::Fail,
-              "taken over by another device"),
-        place("NoReply", judgeSession, replied({}), "noReply", Verdict::Fail, "answers PING, but not this"),
-        place("Home", judgeHome, home([](auto&) {}), "good", Verdict::Ok, "rights 0700, 12 GB left"),
-        place("NoHomeYet", judgeHome, home([](auto& f) { f.exists = false; }), "good", Verdict::Ok,
-              "is not there yet"),
-        place("NotWritable", judgeHome, home([](auto& f) { f.isWritable = false; }), "notWritable",
-              Verdict::Fail, "/home/ann/Documents is not writable by ann"),
-        place("LittleRoom", judgeHome, home([](auto& f) { f.freeBytes = 40u << 20; }), "littleRoom",
-              Verdict::Warn, "40 MB left"),
-        place("Full", judgeHome, home([](auto& f) { f.freeBytes = 1u << 20; }), "full", Verdict::Fail,
-              "the disk is full"),
-        place("SetAside", judgeHome, home([](auto& f) {
-                f.setAside = {"a.damaged", "b.damaged"};
-              }),
-              "setAside", Verdict::Warn, "2 damaged files were set aside: a.damaged, b.damaged"),
-        place("UsedByOthers", judgeHome, home([](auto& f) { f.usedBy = {"4711 (classroom)"}; }),
-              "usedByOthers", Verdict::Warn, "used by process 4711 (classroom)"),
-        place("Log", judgeLog, LogFacts{"/l", 1'468'006, 1}, "good", Verdict::Ok, "1.4 MB in 1 file"),
-        place("NoLog", judgeLog, LogFacts{}, "good", Verdict::Ok, "none yet"),
-        place("LargeLog", judgeLog, LogFacts{"/l", 50u << 20, 12}, "large", Verdict::Warn,
-              "50 MB in 12 files")),
-    rowName);
-
 std::string codesOf(const std::vector<Finding>& findings) {
   std::string codes;
   for (const Finding& finding : findings) codes += finding.check + " " + finding.code + ", ";
@@ -400,6 +304,10 @@ TEST(DoctorWay, WhatFollowsFromAFailureIsSkipped) {
   EXPECT_EQ(codesOf(judgeWay(refusedByProxy(407))),
             "proxy refusesUser, name notReached, connect notReached, tls notReached, upgrade notReached, "
             "ping notReached, ");
+  WayFacts stayed = failedAt(Step::Name, kTls, websocket_error::kBadTlsSettings);
+  stayed.report.name.reset();
+  EXPECT_EQ(codesOf(judgeWay(stayed)),
+            "name notReached, connect notReached, tls badSettings, upgrade notReached, ping notReached, ");
   const auto findings = judgeWay(failedAt(Step::Connect, kSystem, ECONNREFUSED));
   EXPECT_EQ(findings[2].verdict, Verdict::Skipped);
   EXPECT_EQ(findings[2].text, "because connect failed");
@@ -414,51 +322,6 @@ TEST(DoctorWay, StepsThatNobodyToldOfAreFoundByTheError) {
   EXPECT_EQ(failedStep(bare), Step::Name);
   bare.url = *parseUrl("wss://203.0.113.7/");
   EXPECT_EQ(failedStep(bare), Step::Connect);
-}
-
-TEST(DoctorReport, TellsDetailsWhereSomethingIsWrongAndCounts) {
-  std::vector<Finding> findings = {
-      good("network", "route over eth0", {{"ipv4", {"eth0", "eth1"}}}),
-      failed("connect", "refused", "refused\x1b[31m\nby it", "check the port", {{"n", 1}}),
-      skippedAfter("tls", "connect"), warned("log", "large", "big", "look")};
-  EXPECT_EQ(reportOf(findings, {}),
-            "[✓] network  route over eth0\n"
-            "[✗] connect  refused\\u001b[31m by it\n"
-            "    → check the port\n"
-            "      n: 1\n"
-            "[-] tls      because connect failed\n"
-            "[!] log      big\n"
-            "    → look\n"
-            "4 checks: 1 good, 1 warning, 1 failed, 1 skipped\n");
-  findings.resize(1);
-  findings[0].milliseconds = 12;
-  EXPECT_EQ(reportOf(findings, {.isVerbose = true, .isUtf8 = false}),
-            "[+] network  route over eth0 (12 ms)\n"
-            "      ipv4: eth0\n"
-            "      ipv4: eth1\n"
-            "1 check: 1 good\n");
-}
-
-TEST(DoctorReport, PlainLettersAreForTerminalsWithoutUtf8) {
-  const auto with = [](const char* all, const char* lang) {
-    ::setenv("LC_ALL", all, 1);
-    ::setenv("LC_CTYPE", "", 1);
-    ::setenv("LANG", lang, 1);
-    return isUtf8Locale();
-  };
-  EXPECT_TRUE(with("", "de_DE.UTF-8"));
-  EXPECT_TRUE(with("C.utf8", "C"));
-  EXPECT_FALSE(with("C", "de_DE.UTF-8"));
-  EXPECT_FALSE(with("", ""));
-}
-
-TEST(DoctorFinding, LeadsToTheExitCodeOfItsKind) {
-  using cli::ExitCode;
-  EXPECT_EQ(exitCodeOf(failed("connect", "refused", "", "")), ExitCode::NoReply);
-  EXPECT_EQ(exitCodeOf(failed("session", "over", "", "")), ExitCode::Refused);
-  EXPECT_EQ(exitCodeOf(failed("home", "full", "", "")), ExitCode::WrongUse);
-  EXPECT_EQ(exitCodeOf(warned("tls", "none", "", "")), ExitCode::Success);
-  EXPECT_EQ(exitCodeOf(skipped("tls", "none", "")), ExitCode::Success);
 }
 
 }  // namespace
