@@ -260,6 +260,16 @@ TEST_F(FindingTheServer, ThisMachinesNameIsAskedOfNobody) {
   });
 }
 
+TEST_F(FindingTheServer, ThatThisMachineHasNoAddressOfAFamilyIsNotWhyThereIsNoWay) {
+  world_->run([this] {
+    useOwnNames(std::string(kNoWaySixth) + " localhost\n");
+    start("ws://localhost:9/");
+    EXPECT_TRUE(waitForEnd());
+    EXPECT_EQ(delegate.events, Events{"failed POSIX " + std::to_string(EHOSTUNREACH)});
+    leave();
+  });
+}
+
 TEST_F(FindingTheServer, AThousandAttemptsLeaveNothingOpen) {
   runWithHosts(lines("::1", "127.0.0.1"), [this] {
     RawListener server;

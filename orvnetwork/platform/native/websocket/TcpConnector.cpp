@@ -147,8 +147,8 @@ std::optional<Error> TcpConnector::beginTry(std::size_t number, const SocketAddr
   }
   const auto at = tries_.emplace(number, std::move(socket)).first;
   at->second.async_connect(endpoint, [this, keep = alive_, number](const error_code& outcome) {
-    // A try that was dropped has nothing to tell any more, not even that it has connected.
-    if (tries_.contains(number)) onTry(number, outcome);
+    // Of a try that was dropped meanwhile nobody takes notice, even if it has connected.
+    onTry(number, outcome);
   });
   return std::nullopt;
 }
