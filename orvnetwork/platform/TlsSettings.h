@@ -17,7 +17,7 @@ enum class TlsVersion { Tls12, Tls13 };
 ///     network.tls.rootFiles = {"/etc/school/office-ca.pem"};
 ///     network.tls.usesSystemRoots = false;
 struct TlsSettings {
-  /// Files of root certificates in PEM, which are read at each full handshake whose settings have not been used before.
+  /// Files of root certificates in PEM, which are read when an attempt meets them for the first time, or changed.
   std::vector<std::string> rootFiles{};
   /// Root certificates in PEM, as text.
   std::vector<std::string> rootTexts{};

@@ -37,10 +37,12 @@ std::string keyPin(const X509* certificate) {
 }
 
 OptionalString readPin(std::string_view text) {
-  for (const std::string_view front : {"sha256//", "sha256/"}) {
-    if (!text.starts_with(front)) continue;
-    text.remove_prefix(front.size());
-    break;
+  // A pin may itself begin with a slash, so the length tells what stands in front.
+  for (const std::string_view front : {"sha256/", "sha256//"}) {
+    if (text.size() == front.size() + kPinLength && text.starts_with(front)) {
+      text.remove_prefix(front.size());
+      break;
+    }
   }
   if (text.size() != kPinLength) return std::nullopt;
   // One byte more than there are: the padding is decoded too.

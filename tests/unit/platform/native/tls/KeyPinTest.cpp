@@ -25,6 +25,10 @@ TEST(KeyPin, IsReadWithAndWithoutItsFront) {
   EXPECT_EQ(readPin(pin), pin);
   EXPECT_EQ(readPin("sha256/" + pin), pin);
   EXPECT_EQ(readPin("sha256//" + pin), pin);
+  const std::string withSlash = "/" + pin.substr(1);
+  EXPECT_EQ(readPin(withSlash), withSlash);
+  EXPECT_EQ(readPin("sha256/" + withSlash), withSlash);
+  EXPECT_EQ(readPin("sha256//" + withSlash), withSlash);
 }
 
 TEST(KeyPin, TextsThatAreNoneAreRefused) {
