@@ -24,8 +24,8 @@ constexpr std::array kPlainVariables = {"http_proxy", "all_proxy", "ALL_PROXY"};
 constexpr std::array kExceptionVariables = {"no_proxy", "NO_PROXY"};
 
 /// The first of them that says something; an empty variable counts as one that is not set.
-std::optional<ProxyVariables::value_type> firstOf(std::span<const char* const> names,
-                                                  const ProxyVariables& variables) {
+std::optional<ProxyVariables::value_type> firstSetOf(std::span<const char* const> names,
+                                                     const ProxyVariables& variables) {
   for (const char* name : names) {
     const auto found = variables.find(std::string_view(name));
     if (found != variables.end() && !found->second.empty()) return *found;
@@ -75,14 +75,15 @@ Result<ProxyChoice> chooseProxy(const ProxySettings& settings, std::string_view 
   const bool isSecure = parts->isSecure();
   const std::uint16_t port =
       parts->server.port != 0 ? parts->server.port : std::uint16_t(isSecure ? 443 : 80);
-  const auto exceptions = firstOf(kExceptionVariables, variables);
+  const auto exceptions = firstSetOf(kExceptionVariables, variables);
   const std::string noExceptions;
   const std::string& list = isFixed ? settings.exceptions : exceptions ? exceptions->second : noExceptions;
   if (isExcepted(list, parts->server.host, port)) {
     return ProxyChoice{{}, ProxyReason::Excepted, isFixed ? "" : exceptions->first};
   }
   if (isFixed) return fromSettings(settings.proxy);
-  return fromVariable(isSecure ? firstOf(kSecureVariables, variables) : firstOf(kPlainVariables, variables));
+  return fromVariable(isSecure ? firstSetOf(kSecureVariables, variables)
+                               : firstSetOf(kPlainVariables, variables));
 }
 
 }  // namespace orv

@@ -20,7 +20,7 @@ Error badProxy(const char* what) {
   return {websocket_error::kProxyDomain, websocket_error::kBadProxy, what};
 }
 
-std::optional<ProxyKind> kindOf(std::string_view scheme) {
+std::optional<ProxyKind> proxyKindOf(std::string_view scheme) {
   if (scheme == "http") return ProxyKind::Http;
   if (scheme == "socks5" || scheme == "socks5h") return ProxyKind::Socks5;
   return std::nullopt;
@@ -47,7 +47,7 @@ Result<Proxy> parseProxy(std::string_view address) {
         "special "
         "characters of user and password are percent-encoded");
   }
-  const auto kind = kindOf(url->scheme);
+  const auto kind = proxyKindOf(url->scheme);
   if (!kind) {
     return badProxy("the address of a proxy begins with \"http://\", \"socks5://\" or \"socks5h://\"");
   }

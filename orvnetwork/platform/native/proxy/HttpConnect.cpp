@@ -9,7 +9,7 @@ namespace orv {
 
 namespace {
 
-constexpr std::string_view kBegin = "HTTP/";
+constexpr std::string_view kHttpBegin = "HTTP/";
 bool isDecimal(char c) {
   return c >= '0' && c <= '9';
 }
@@ -22,7 +22,7 @@ std::string authorityOf(const std::string& host, std::uint16_t port) {
 }
 
 /// The status of a line like "HTTP/1.0 200 Connection established".
-std::optional<int> statusOf(std::string_view line) {
+std::optional<int> connectStatusOf(std::string_view line) {
   const std::size_t space = line.find(' ');
   if (space == std::string_view::npos) return std::nullopt;
   line.remove_prefix(space + 1);
@@ -75,7 +75,7 @@ ProxyTalk::State HttpConnect::feed(std::string_view bytes) {
 ProxyTalk::State HttpConnect::take(char byte) {
   header_ += byte;
   ++taken_;
-  if (header_.size() <= kBegin.size() && byte != kBegin[header_.size() - 1]) {
+  if (header_.size() <= kHttpBegin.size() && byte != kHttpBegin[header_.size() - 1]) {
     return fail(websocket_error::kProxyNotUnderstood, "does not answer as an HTTP proxy does");
   }
   if (byte == '\n') {
@@ -90,7 +90,7 @@ ProxyTalk::State HttpConnect::take(char byte) {
 ProxyTalk::State HttpConnect::judge() {
   const std::string header = std::exchange(header_, {});
   lineAt_ = 0;
-  const auto status = statusOf(std::string_view(header).substr(0, header.find('\n')));
+  const auto status = connectStatusOf(std::string_view(header).substr(0, header.find('\n')));
   if (status && *status >= 200 && *status < 300) return finish();
   // What comes before the answer proper.
   if (status && *status >= 100 && *status < 200 && *status != kSwitchingProtocols) {

@@ -8,43 +8,43 @@ namespace orv {
 
 namespace {
 
-constexpr std::size_t kLongestField = 255;
-constexpr char kVersion = 5;
+constexpr std::size_t kLongestSocksField = 255;
+constexpr char kSocksVersion = 5;
 constexpr char kSignInVersion = 1;
-constexpr char kNobody = 0, kUserAndPassword = 2;
+constexpr char kSocksNobody = 0, kUserAndPassword = 2;
 constexpr unsigned kNoMethod = 0xff;
-constexpr char kConnect = 1;
-constexpr char kFourth = 1, kName = 3, kSixth = 4;
-constexpr std::size_t kPortSize = 2;
+constexpr char kSocksConnect = 1;
+constexpr char kSocksFourth = 1, kSocksName = 3, kSocksSixth = 4;
+constexpr std::size_t kSocksPortSize = 2;
 
-constexpr std::array<const char*, 9> kReplies = {"",
-                                                 "it has failed",
-                                                 "its rules forbid it",
-                                                 "the network is unreachable",
-                                                 "the host is unreachable",
-                                                 "the connection is refused",
-                                                 "the way is too long",
-                                                 "it knows no such command",
-                                                 "it knows no such kind of address"};
-constexpr unsigned kForbidden = 2;
+constexpr std::array<const char*, 9> kSocksReplies = {"",
+                                                      "it has failed",
+                                                      "its rules forbid it",
+                                                      "the network is unreachable",
+                                                      "the host is unreachable",
+                                                      "the connection is refused",
+                                                      "the way is too long",
+                                                      "it knows no such command",
+                                                      "it knows no such kind of address"};
+constexpr unsigned kSocksForbidden = 2;
 
-std::string field(std::string_view text) {
+std::string socksField(std::string_view text) {
   return static_cast<char>(text.size()) + std::string(text);
 }
 
 /// The server as a request names it: a number as a number, all else as a name.
-std::string addressOf(const std::string& host) {
+std::string socksAddress(const std::string& host) {
   std::array<char, sizeof(in6_addr)> bytes{};
   if (::inet_pton(AF_INET, host.c_str(), bytes.data()) == 1) {
-    return kFourth + std::string(bytes.data(), sizeof(in_addr));
+    return kSocksFourth + std::string(bytes.data(), sizeof(in_addr));
   }
   if (::inet_pton(AF_INET6, host.c_str(), bytes.data()) == 1) {
-    return kSixth + std::string(bytes.data(), sizeof(in6_addr));
+    return kSocksSixth + std::string(bytes.data(), sizeof(in6_addr));
   }
-  return kName + field(host);
+  return kSocksName + socksField(host);
 }
 
-unsigned byteAt(std::string_view bytes, std::size_t index) {
+unsigned socksByte(std::string_view bytes, std::size_t index) {
   return static_cast<unsigned char>(bytes[index]);
 }
 
@@ -53,21 +53,22 @@ unsigned byteAt(std::string_view bytes, std::size_t index) {
 Socks5::Socks5(const Proxy& proxy, const std::string& host, std::uint16_t port)
     : offersUser_(proxy.user.has_value()) {
   // Looking a long name up here would tell the network what the proxy is there to keep from it.
-  if (host.empty() || host.size() > kLongestField) {
+  if (host.empty() || host.size() > kLongestSocksField) {
     fail(websocket_error::kBadProxy, "takes no server's name of more than 255 bytes");
     return;
   }
   if (offersUser_) {
-    if (proxy.user->size() > kLongestField || proxy.password.size() > kLongestField) {
+    if (proxy.user->size() > kLongestSocksField || proxy.password.size() > kLongestSocksField) {
       fail(websocket_error::kBadProxy, "takes no user or password of more than 255 bytes");
       return;
     }
-    signIn_ = kSignInVersion + field(*proxy.user) + field(proxy.password);
+    signIn_ = kSignInVersion + socksField(*proxy.user) + socksField(proxy.password);
   }
-  request_ = {kVersion, kConnect, 0};
-  request_ += addressOf(host);
+  request_ = {kSocksVersion, kSocksConnect, 0};
+  request_ += socksAddress(host);
   request_ += {static_cast<char>(port >> 8), static_cast<char>(port & 0xff)};
-  say(offersUser_ ? std::string{kVersion, 2, kNobody, kUserAndPassword} : std::string{kVersion, 1, kNobody});
+  say(offersUser_ ? std::string{kSocksVersion, 2, kSocksNobody, kUserAndPassword}
+                  : std::string{kSocksVersion, 1, kSocksNobody});
   expect(Step::Method, 2);
 }
 
@@ -95,7 +96,7 @@ ProxyTalk::State Socks5::feed(std::string_view bytes) {
 ProxyTalk::State Socks5::judge(std::string_view answer) {
   switch (step_) {
     case Step::Method:
-      return answer[0] == kVersion ? judgeMethod(byteAt(answer, 1)) : notUnderstood();
+      return answer[0] == kSocksVersion ? judgeMethod(socksByte(answer, 1)) : notUnderstood();
     case Step::SignIn:
       // Some proxies put their own version in front, so it does not count.
       if (answer[1] != 0) return fail(websocket_error::kProxyRefusesUser, "refuses the user");
@@ -103,9 +104,9 @@ ProxyTalk::State Socks5::judge(std::string_view answer) {
       expect(Step::Verdict, 4);
       return state();
     case Step::Verdict:
-      return answer[0] == kVersion ? judgeVerdict(answer) : notUnderstood();
+      return answer[0] == kSocksVersion ? judgeVerdict(answer) : notUnderstood();
     case Step::NameLength:
-      expect(Step::Address, byteAt(answer, 0) + kPortSize);
+      expect(Step::Address, socksByte(answer, 0) + kSocksPortSize);
       return state();
     case Step::Address:
       break;
@@ -118,7 +119,7 @@ ProxyTalk::State Socks5::judgeMethod(unsigned method) {
     return fail(websocket_error::kProxyRefusesUser,
                 offersUser_ ? "takes neither the user nor nobody" : "asks for a user");
   }
-  if (method == kNobody) {
+  if (method == kSocksNobody) {
     say(std::exchange(request_, {}));
     expect(Step::Verdict, 4);
     return state();
@@ -133,25 +134,25 @@ ProxyTalk::State Socks5::judgeMethod(unsigned method) {
 
 /// A failure is told at once: whether anything follows it is up to the proxy.
 ProxyTalk::State Socks5::judgeVerdict(std::string_view answer) {
-  const unsigned reply = byteAt(answer, 1);
-  if (reply >= kReplies.size()) {
+  const unsigned reply = socksByte(answer, 1);
+  if (reply >= kSocksReplies.size()) {
     return fail(websocket_error::kProxyNotUnderstood,
                 "finds no way to the server (SOCKS reply " + std::to_string(reply) + ")");
   }
   if (reply != 0) {
-    return fail(
-        static_cast<int>(reply),
-        std::string(reply == kForbidden ? "refuses the way to the server" : "finds no way to the server") +
-            " (SOCKS reply " + std::to_string(reply) + ", " + kReplies[reply] + ")");
+    return fail(static_cast<int>(reply),
+                std::string(reply == kSocksForbidden ? "refuses the way to the server"
+                                                     : "finds no way to the server") +
+                    " (SOCKS reply " + std::to_string(reply) + ", " + kSocksReplies[reply] + ")");
   }
   switch (answer[3]) {
-    case kFourth:
-      expect(Step::Address, sizeof(in_addr) + kPortSize);
+    case kSocksFourth:
+      expect(Step::Address, sizeof(in_addr) + kSocksPortSize);
       break;
-    case kSixth:
-      expect(Step::Address, sizeof(in6_addr) + kPortSize);
+    case kSocksSixth:
+      expect(Step::Address, sizeof(in6_addr) + kSocksPortSize);
       break;
-    case kName:
+    case kSocksName:
       expect(Step::NameLength, 1);
       break;
     default:

@@ -13,7 +13,7 @@ namespace orv {
 
 namespace {
 
-Error unreachable(const std::string& shown, const std::string& why) {
+Error proxyUnreachable(const std::string& shown, const std::string& why) {
   return {websocket_error::kProxyDomain, websocket_error::kProxyUnreachable,
           "the proxy " + shown + " " + why};
 }
@@ -21,11 +21,11 @@ Error unreachable(const std::string& shown, const std::string& why) {
 }  // namespace
 
 Error errorOfProxy(const Proxy& proxy, const Error& error) {
-  return unreachable(shownProxy(proxy), "is not reached: " + error.description);
+  return proxyUnreachable(shownProxy(proxy), "is not reached: " + error.description);
 }
 
 Error proxyTimedOut(const Proxy& proxy) {
-  return unreachable(shownProxy(proxy), "has not opened a way to the server within the time limit");
+  return proxyUnreachable(shownProxy(proxy), "has not opened a way to the server within the time limit");
 }
 
 void ProxyTunnel::start(const Proxy& proxy, const std::string& host, std::uint16_t port,
@@ -88,7 +88,7 @@ void ProxyTunnel::read() {
 }
 
 void ProxyTunnel::ended(const error_code& error) {
-  finish(unreachable(shown_, "ended the talk: " + error.message()));
+  finish(proxyUnreachable(shown_, "ended the talk: " + error.message()));
 }
 
 void ProxyTunnel::finish(const std::optional<Error>& error) {
