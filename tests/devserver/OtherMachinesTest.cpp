@@ -150,6 +150,9 @@ class ListeningProgram : public testing::Test {
   }
   static std::string refusal(const std::vector<std::string>& arguments) {
     Program program(arguments);
+    const std::string line = program.line();
+    EXPECT_EQ(line, "") << "it listens";
+    if (!line.empty()) program.signal(SIGTERM);
     const std::string errors = program.errors();
     EXPECT_EQ(program.wait(), 1) << errors;
     return errors;
