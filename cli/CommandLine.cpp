@@ -49,6 +49,9 @@ Options optionsOf(const GivenWords& given, const Settings& settings) {
   if (const auto way = value("--proxy")) options.proxy = readProxyOption(*way).value_or(ProxySettings());
   options.roots = values("--root");
   options.pins = values("--pin");
+  options.certificate = value("--cert");
+  options.key = value("--key");
+  options.wantsTls13 = value("--tls-min") == "1.3";
   options.trace = given.value("--trace");
   options.shareable = given.has("--shareable");
   options.json = given.has("--json");

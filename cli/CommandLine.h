@@ -31,6 +31,11 @@ struct Options {
   /// Files of root certificates that are trusted beside the machine's own, and pins of keys of which one has to be there.
   std::vector<std::string> roots;
   std::vector<std::string> pins;
+  /// What the client shows of itself: files of a certificate and its key.
+  OptionalString certificate;
+  OptionalString key;
+  /// Whether TLS 1.3 is the lowest version, in the place of 1.2.
+  bool wantsTls13 = false;
   /// The file that the trace of frames goes to; absent: there is none.
   OptionalString trace;
   /// Whether the trace shows only what strangers may see.

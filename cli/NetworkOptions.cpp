@@ -7,6 +7,9 @@ NetworkSettings networkSettings(const Options& options) {
   settings.proxy = options.proxy;
   settings.tls.rootFiles = options.roots;
   settings.tls.pins = options.pins;
+  settings.tls.certificateFile = options.certificate;
+  settings.tls.keyFile = options.key;
+  if (options.wantsTls13) settings.tls.lowestVersion = TlsVersion::Tls13;
   return settings;
 }
 

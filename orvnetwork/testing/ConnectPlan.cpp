@@ -17,9 +17,16 @@ constexpr std::int64_t kNameNotKnown = -2;
 
 constexpr int kSwitchingProtocols = 101;
 
-/// As the platform's own sockets tell it of a proxy with this name.
+constexpr const char* kProxy = "http://proxy.example.org:3128";
+
+/// As the platform's own sockets tell it of a proxy.
 Error proxyError(std::int64_t code, const std::string& what) {
-  return {websocket_error::kProxyDomain, code, "the proxy http://proxy.example.org:3128 " + what};
+  return {websocket_error::kProxyDomain, code, "the proxy " + std::string(kProxy) + " " + what};
+}
+
+ConnectPlan throughProxy(ConnectPlan plan) {
+  plan.report.throughProxy = kProxy;
+  return plan;
 }
 
 }  // namespace
@@ -68,23 +75,24 @@ ConnectPlan ConnectPlan::endOfStream(Seconds delay) {
 }
 
 ConnectPlan ConnectPlan::proxyUnreachable(Seconds delay) {
-  return fail(proxyError(websocket_error::kProxyUnreachable, "is not reached: Connection refused"), delay);
+  return throughProxy(
+      fail(proxyError(websocket_error::kProxyUnreachable, "is not reached: Connection refused"), delay));
 }
 
 ConnectPlan ConnectPlan::proxyRefusesUser(Seconds delay) {
-  return fail(proxyError(websocket_error::kProxyRefusesUser, "refuses the user"), delay);
+  return throughProxy(fail(proxyError(websocket_error::kProxyRefusesUser, "refuses the user"), delay));
 }
 
 ConnectPlan ConnectPlan::proxyRefusesServer(int status, Seconds delay) {
   const std::string shown = " (HTTP status " + std::to_string(status) + ")";
-  return fail(proxyError(status, "refuses the way to the server" + shown), delay);
+  return throughProxy(fail(proxyError(status, "refuses the way to the server" + shown), delay));
 }
 
 ConnectPlan ConnectPlan::proxyNeverAnswers() {
   ConnectPlan plan = neverAnswer();
   plan.error = proxyError(websocket_error::kProxyUnreachable,
                           "has not opened a way to the server within the time limit");
-  return plan;
+  return throughProxy(std::move(plan));
 }
 
 ConnectPlan ConnectPlan::fail(Error error, Seconds delay) {

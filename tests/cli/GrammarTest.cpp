@@ -1,9 +1,14 @@
 // The table of what the program understands, and how words are read by it.
 
+#include <orvnetwork/platform/NetworkSettings.h>
+#include <orvnetwork/platform/ProxySettings.h>
+#include <orvnetwork/platform/TlsSettings.h>
+
 #include "Program.h"
 #include <cli/CommandLine.h>
 #include <cli/Grammar.h>
 #include <cli/HelpText.h>
+#include <cli/NetworkOptions.h>
 #include <cli/TextWidth.h>
 
 #include <gtest/gtest.h>
@@ -71,6 +76,23 @@ TEST(Grammar, OfAnOptionThatMayBeRepeatedAllCount) {
   const auto options = understood({"whoami", "--root", "/c.pem", "--root=/d.pem"}, settings).options;
   EXPECT_EQ(options.roots, (Words{"/c.pem", "/d.pem"}));
   EXPECT_EQ(options.pins, Words{"p"});
+}
+
+TEST(Grammar, WhatIsSaidOfTrustComesToTheLink) {
+  const auto options = understood({"--root", "/r.pem", "--pin=p", "whoami", "--cert", "/c.pem", "--key",
+                                   "/k.pem", "--tls-min", "1.3", "--proxy", "socks5://proxy:1081"})
+                           .options;
+  NetworkSettings expected;
+  expected.tls.rootFiles = {"/r.pem"};
+  expected.tls.pins = {"p"};
+  expected.tls.certificateFile = "/c.pem";
+  expected.tls.keyFile = "/k.pem";
+  expected.tls.lowestVersion = TlsVersion::Tls13;
+  expected.proxy.source = ProxySource::Fixed;
+  expected.proxy.proxy = *parseProxy("socks5://proxy:1081");
+  EXPECT_TRUE(cli::networkSettings(options) == expected);
+  EXPECT_TRUE(cli::networkSettings(understood({"whoami"}).options) == NetworkSettings());
+  EXPECT_TRUE(std::holds_alternative<cli::WrongUse>(parse({"--tls-min", "1.1", "whoami"})));
 }
 
 TEST(Grammar, WhatIsSaidOnceForAllCountsWhereTheWordsSayNothing) {
