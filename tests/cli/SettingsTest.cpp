@@ -96,10 +96,11 @@ TEST(Settings, AFileThatOthersCanWriteIsRefused) {
 
 TEST(Settings, WhatIsWrongWithThemIsToldAndDoesNotHideTheHelp) {
   const std::string path = configure("wait = 1\ncolour = red\n");
-  EXPECT_EQ(messageOf(runOrv({"local", "list"})), path +
-                                                      ": line 2: no setting of this name; there are server, "
-                                                      "home, wait, proxy, root, pin, uuid, app-version, "
-                                                      "app-build");
+  EXPECT_EQ(messageOf(runOrv({"local", "list"})),
+            path +
+                ": line 2: no setting of this name; there are server, "
+                "home, wait, proxy, root, pin, cert, key, tls-min, uuid, app-version, "
+                "app-build");
   EXPECT_EQ(runOrv({"--help"}).exitCode, 0);
   fs::remove(path);
   ::setenv("ORV_SERVER", "nonsense", 1);
