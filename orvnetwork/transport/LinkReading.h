@@ -30,6 +30,8 @@ struct LinkReading {
   std::optional<LinkFailure> failure;
   /// How many messages the server has sent since the process began. It may be one behind on other threads than main.
   std::uint64_t messages = 0;
+  /// When the last one of them came into this process; absent before the first.
+  std::optional<SteadyTime> lastMessageAt;
 
   /// Whether the link can be used: the socket is open and the server has confirmed it.
   bool isUp() const { return socket == WebSocketState::Open && isConfirmed; }

@@ -109,6 +109,7 @@ LinkReading QXWebSocketMgr::reading() const {
   reading.failures = failures_;
   reading.failure = lastFailure_;
   reading.messages = messages_.load(std::memory_order_relaxed);
+  reading.lastMessageAt = counters_->lastReceived();
   return reading;
 }
 

@@ -96,8 +96,16 @@ void LinkSupervisor::follow(const LinkReading& reading) {
   if (seen.kind == Kind::Stalled) {
     planAttempt();
   } else if (seen.kind != Kind::Fine) {
-    lookOn();
+    lookOn(since(reading));
   }
+}
+
+/// From when on patience counts: on a link that is up from its last sign of life on.
+SteadyTime LinkSupervisor::since(const LinkReading& reading) const {
+  if (sight_.kind != Kind::Up || !reading.lastMessageAt) return now();
+  const SteadyTime heard = std::max(upSince_, *reading.lastMessageAt);
+  // Longer ago than that, the main thread stood still when it should have looked.
+  return now() - heard < patienceWith(Kind::Up) ? heard : now();
 }
 
 void LinkSupervisor::forgetAttemptsOfALastingLink() {
@@ -110,9 +118,9 @@ void LinkSupervisor::rest() {
   nextAttempt_.reset();
 }
 
-void LinkSupervisor::lookOn() {
-  noteAt_ = now() + std::chrono::round<SteadyTime::duration>(patienceWith(sight_.kind));
-  timer_ = Timer::schedule(patienceWith(sight_.kind), false, [this] { note(); });
+void LinkSupervisor::lookOn(SteadyTime since) {
+  noteAt_ = since + std::chrono::round<SteadyTime::duration>(patienceWith(sight_.kind));
+  timer_ = Timer::schedule(Seconds(noteAt_ - now()), false, [this] { note(); });
 }
 
 void LinkSupervisor::note() {
@@ -122,7 +130,7 @@ void LinkSupervisor::note() {
     return actions_.noted();
   }
   // The whole process stood still, as when the computer slept: nobody had a chance to answer.
-  if (now() - noteAt_ >= kStandstill) return lookOn();
+  if (now() - noteAt_ >= kStandstill) return lookOn(now());
   if (sight_.kind == Kind::Up) forgetAttemptsOfALastingLink();
   trouble_ = troubleOf(sight_.kind);
   planAttempt();

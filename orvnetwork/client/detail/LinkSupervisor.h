@@ -19,7 +19,7 @@ namespace orv {
 /// | no socket, and no timer that would make one | not at all |
 /// | a socket that connects and does not end | 65 s: it has 60 s by itself |
 /// | an open socket whose server has not answered the first "PING" | 10 s |
-/// | a link on which nothing comes any more | 45 s: "PING" is sent every 30 s |
+/// | a link on which nothing comes any more | 45 s from the last message on: "PING" is sent every 30 s |
 ///
 /// Then the trouble is noted, and the attempt waits some random time. Whatever changes meanwhile withdraws it. Time in
 /// which the process stood still does not count. Main thread.
@@ -69,7 +69,8 @@ class LinkSupervisor {
   bool isAsSeen(const LinkReading& reading) const;
   void forgetAttemptsOfALastingLink();
   void rest();
-  void lookOn();
+  void lookOn(SteadyTime since);
+  SteadyTime since(const LinkReading& reading) const;
   void note();
   void planAttempt();
   void act();

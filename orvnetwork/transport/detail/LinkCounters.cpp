@@ -120,10 +120,16 @@ LinkCounters::Sums LinkCounters::sums() const {
   return now;
 }
 
+std::optional<SteadyTime> LinkCounters::moment(const std::atomic<std::int64_t>& at) {
+  const std::int64_t count = at.load(std::memory_order_relaxed);
+  return count == kNever ? std::nullopt : std::optional(SteadyTime(SteadyTime::duration(count)));
+}
+
+std::optional<SteadyTime> LinkCounters::lastReceived() const {
+  return moment(lastReceived_);
+}
+
 LinkFigures LinkCounters::figures(const Rare& rare, const Sums& now, const Sums& before) const {
-  const auto moment = [](const std::atomic<std::int64_t>& at) {
-    return SteadyTime(SteadyTime::duration(at.load(std::memory_order_relaxed)));
-  };
   const bool isTotal = &rare == &total_;
   LinkFigures all;
   all.begun = rare.begun;

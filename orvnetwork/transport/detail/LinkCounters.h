@@ -45,6 +45,8 @@ class LinkCounters {
   void up(SteadyTime at, const ConnectReport& report);
   void failed(LinkTrouble trouble);
 
+  /// When the last message came; absent before the first.
+  std::optional<SteadyTime> lastReceived() const;
   /// All but what others count.
   LinkStatistics read(SteadyTime now) const;
   /// @}
@@ -64,6 +66,7 @@ class LinkCounters {
   };
   static constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::min();
 
+  static std::optional<SteadyTime> moment(const std::atomic<std::int64_t>& at);
   std::uint64_t generation() const { return generation_.load(std::memory_order_relaxed); }
   Sums sums() const;
   LinkFigures figures(const Rare& rare, const Sums& now, const Sums& before) const;

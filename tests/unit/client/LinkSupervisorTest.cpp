@@ -178,6 +178,18 @@ TEST_F(Supervisor, TakesTheFirstMessageOfASilentServerForItsReturn) {
   EXPECT_EQ(attempts(), Times{0});
 }
 
+TEST_F(Supervisor, CountsTheSilenceFromTheLastMessageOn) {
+  bringUp(unsupervised());
+  runFor(20);
+  server.push(1, "Rooms.Push.Message", {});
+  runFor(1);
+  server.setSilent(1);
+  runFor(43.9);
+  EXPECT_TRUE(link().isUp());
+  runFor(0.2);
+  EXPECT_EQ(told(), Strings{"confirming noAnswer"});
+}
+
 TEST_F(Supervisor, DoesNotBlameTheServerForATimeInWhichTheProcessStoodStill) {
   bringUp();
   runFor(100);
