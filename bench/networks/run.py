@@ -38,7 +38,7 @@ class Hosts:
     def __init__(self, number):
         self.space, self.here, self.there = f"orvbad{number}", f"orvh{number}", f"orvc{number}"
         self.prefix = f"10.{200 + number}.0"
-        subprocess.run(["ip", "netns", "del", self.space], stderr=subprocess.DEVNULL)
+        self.close()
         run("ip", "netns", "add", self.space)
         run("ip", "link", "add", self.here, "type", "veth", "peer", "name", self.there, "netns", self.space)
         run("ip", "addr", "add", f"{self.prefix}.1/24", "dev", self.here)
@@ -62,6 +62,7 @@ class Hosts:
         return ["ip", "netns", "exec", self.space, *command]
 
     def close(self):
+        subprocess.run(["ip", "link", "del", self.here], stderr=subprocess.DEVNULL)
         subprocess.run(["ip", "netns", "del", self.space], stderr=subprocess.DEVNULL)
 
 
@@ -75,9 +76,10 @@ class Client:
     async def start(self, hosts, command, port):
         self.begun = now()
         self.home = tempfile.TemporaryDirectory()
+        self.complaints = tempfile.TemporaryFile()
         self.process = await asyncio.create_subprocess_exec(
             *hosts.command(*command, f"ws://{hosts.prefix}.1:{port}"), stdout=asyncio.subprocess.PIPE,
-            stderr=asyncio.subprocess.DEVNULL, env={**ENVIRONMENT, "HOME": self.home.name})
+            stderr=self.complaints, env={**ENVIRONMENT, "HOME": self.home.name})
         self.reading = asyncio.ensure_future(self._read())
         return self
 
@@ -103,6 +105,10 @@ class Client:
 
     def signal(self, number):
         # `ip netns exec` becomes the program.
+        if self.process.returncode is not None:
+            self.complaints.seek(0)
+            complaints = self.complaints.read().decode(errors="replace")[-2000:]
+            raise RuntimeError(f"a client ended by itself, with {self.process.returncode}: {complaints}")
         self.process.send_signal(number)
 
     async def end(self):

@@ -1,6 +1,7 @@
 #include "RacingHost.h"
 
 #include <orvnetwork/platform/WebSocketError.h>
+#include <orvnetwork/platform/native/websocket/SocketAddress.h>
 
 #include <netinet/in.h>
 
