@@ -17,13 +17,13 @@ namespace {
 /// Until the last of the flood has been let go, and what comes of it has been dealt with.
 constexpr std::chrono::seconds kPause{1};
 
-std::atomic<bool> asked{false};
+std::atomic<bool> returnAsked{false};
 
 void giveBackLater() {
   static auto* const timer = new boost::asio::steady_timer(ioContext());
   timer->expires_after(kPause);
   timer->async_wait([](const boost::system::error_code&) {
-    asked = false;
+    returnAsked = false;
     ::malloc_trim(0);
   });
 }
@@ -31,7 +31,7 @@ void giveBackLater() {
 }  // namespace
 
 void giveMemoryBackSoon() {
-  if (!asked.exchange(true)) boost::asio::post(ioContext(), giveBackLater);
+  if (!returnAsked.exchange(true)) boost::asio::post(ioContext(), giveBackLater);
 }
 
 }  // namespace orv
