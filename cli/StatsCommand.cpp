@@ -61,7 +61,7 @@ ExitCode run(const StatsCommand& command, Context& context) {
   if (isUp) tryLink(host, link, command.duration);
   const LinkStatistics statistics = link.statistics();
   if (output.wantsTables()) {
-    output.text(statsTable(statistics));
+    output.text(statsTable(statistics).text(Output::columns(), Output::wantsColours()));
     if (!isUp) writeAll(STDERR_FILENO, "orv: " + printable(problem) + "\n");
   } else {
     json::object line{{"outcome", isUp ? "complete" : "timeout"}, {"success", isUp}};

@@ -1,21 +1,18 @@
 #include "cli/StatsTable.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace orv::cli {
 
 namespace {
 
 constexpr std::string_view kNothing = "-";
-constexpr int kFirstColumn = 16;
-constexpr int kColumn = 22;
 
 /// A time as a person reads it: "0.42 ms", "31 ms", "1.2 s".
 std::string timeText(std::optional<Seconds> span) {
@@ -51,17 +48,13 @@ std::string trafficText(const LinkTraffic& traffic) {
   return std::to_string(traffic.frames) + ", " + std::to_string(traffic.bytes) + " bytes";
 }
 
-/// Lines of three columns.
-class Lines {
+/// A row for each figure.
+class Rows {
  public:
-  explicit Lines(const LinkStatistics& statistics) : statistics_(statistics) {}
+  explicit Rows(const LinkStatistics& statistics) : statistics_(statistics) {}
 
-  void add(std::string_view name, const std::string& link, const std::string& total) {
-    std::string line(name);
-    line.resize(std::max<std::size_t>(line.size() + 1, kFirstColumn), ' ');
-    line += link;
-    line.resize(std::max<std::size_t>(line.size() + 2, kFirstColumn + kColumn), ' ');
-    text_ += line + total + "\n";
+  void add(std::string_view name, std::string link, std::string total) {
+    table_.add({std::string(name), std::move(link), std::move(total)});
   }
   template <typename Text>
   void of(std::string_view name, Text&& text) {
@@ -82,47 +75,39 @@ class Lines {
     of(name, [count](const LinkFigures& figures) { return std::to_string(figures.*count); });
   }
 
-  std::string take() { return std::move(text_); }
+  Table take() { return std::move(table_); }
 
  private:
   const LinkStatistics& statistics_;
-  std::string text_;
+  Table table_{{{""}, {"this link"}, {"since the start"}}};
 };
 
 }  // namespace
 
-std::string statsTable(const LinkStatistics& statistics) {
-  Lines lines(statistics);
-  lines.add("", "this link", "since the start");
-  lines.count("attempts", &LinkFigures::attempts);
-  lines.count("up", &LinkFigures::ups);
-  lines.of("failures", failuresText);
-  lines.step("name", &LinkSteps::name);
-  lines.step("connect", &LinkSteps::connect);
-  lines.step("proxy", &LinkSteps::proxy);
-  lines.step("TLS", &LinkSteps::tls);
-  lines.step("upgrade", &LinkSteps::upgrade);
-  lines.step("first PONG", &LinkSteps::confirm);
-  lines.step("the whole way", &LinkSteps::whole);
-  lines.of("sent", [](const LinkFigures& figures) { return trafficText(figures.sent); });
-  lines.of("received", [](const LinkFigures& figures) { return trafficText(figures.received); });
-  lines.trips("PINGs", &LinkFigures::pings);
-  lines.trips("requests", &LinkFigures::requests);
-  lines.count("time-outs", &LinkFigures::timeouts);
-  lines.count("equal numbers", &LinkFigures::equalTimestamps);
-  lines.count("stray replies", &LinkFigures::strayReplies);
-  lines.count("pushes", &LinkFigures::pushes);
-  lines.count("unreadable", &LinkFigures::unreadable);
-  lines.add("outstanding", std::to_string(statistics.outstanding), "");
-  lines.add("parked", std::to_string(statistics.parked), "");
-  std::string text = lines.take();
-  // No blanks at the ends of lines.
-  for (std::size_t at = 0; (at = text.find(" \n", at)) != std::string::npos;) {
-    const std::size_t begin = text.find_last_not_of(' ', at) + 1;
-    text.erase(begin, at + 1 - begin);
-    at = begin;
-  }
-  return text;
+Table statsTable(const LinkStatistics& statistics) {
+  Rows rows(statistics);
+  rows.count("attempts", &LinkFigures::attempts);
+  rows.count("up", &LinkFigures::ups);
+  rows.of("failures", failuresText);
+  rows.step("name", &LinkSteps::name);
+  rows.step("connect", &LinkSteps::connect);
+  rows.step("proxy", &LinkSteps::proxy);
+  rows.step("TLS", &LinkSteps::tls);
+  rows.step("upgrade", &LinkSteps::upgrade);
+  rows.step("first PONG", &LinkSteps::confirm);
+  rows.step("the whole way", &LinkSteps::whole);
+  rows.of("sent", [](const LinkFigures& figures) { return trafficText(figures.sent); });
+  rows.of("received", [](const LinkFigures& figures) { return trafficText(figures.received); });
+  rows.trips("PINGs", &LinkFigures::pings);
+  rows.trips("requests", &LinkFigures::requests);
+  rows.count("time-outs", &LinkFigures::timeouts);
+  rows.count("equal numbers", &LinkFigures::equalTimestamps);
+  rows.count("stray replies", &LinkFigures::strayReplies);
+  rows.count("pushes", &LinkFigures::pushes);
+  rows.count("unreadable", &LinkFigures::unreadable);
+  rows.add("outstanding", std::to_string(statistics.outstanding), "");
+  rows.add("parked", std::to_string(statistics.parked), "");
+  return rows.take();
 }
 
 }  // namespace orv::cli

@@ -2,11 +2,11 @@
 
 #include <orvnetwork/transport/LinkStatistics.h>
 
-#include <string>
+#include "cli/Table.h"
 
 namespace orv::cli {
 
-/// The statistics of a link for a person, in lines: a figure each, of this link and since the start.
-std::string statsTable(const LinkStatistics& statistics);
+/// The statistics of a link for a person: a row for each figure, of this link and since the start.
+Table statsTable(const LinkStatistics& statistics);
 
 }  // namespace orv::cli
