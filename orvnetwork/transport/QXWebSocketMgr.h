@@ -249,7 +249,6 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::atomic<bool> isClosedForGood_{false};
   std::atomic<bool> isWatched_{false};
   bool tellsMessages_ = false;  // main thread only
-  std::atomic<std::uint64_t> messages_{0};
 
   // Guards what follows; never held while host code runs.
   mutable std::mutex mutex_;

@@ -108,12 +108,10 @@ void QXWebSocketMgr::startKeepAlive() {
 
 void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMessage message) {
   if (!isCurrent(socket)) return;
-  // Counted on this thread alone.
-  messages_.store(messages_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-  if (tellsMessages_) tellChange();
   auto frame = frameOf(message);
   const bool isPong = message.isText && message.payload == "PONG";
   counters_->received(message.payload.size(), frame->arrivedAt);
+  if (tellsMessages_) tellChange();
   if (trace_->isOn()) traceMessage(std::move(message.payload), message.isText);
   if (frame->isFrame()) {
     dispatch(std::move(frame), std::move(message.share));

@@ -108,7 +108,7 @@ LinkReading QXWebSocketMgr::reading() const {
   }
   reading.failures = failures_;
   reading.failure = lastFailure_;
-  reading.messages = messages_.load(std::memory_order_relaxed);
+  reading.messages = counters_->messages();
   reading.lastMessageAt = counters_->lastReceived();
   return reading;
 }

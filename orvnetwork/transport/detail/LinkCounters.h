@@ -45,6 +45,8 @@ class LinkCounters {
   void up(SteadyTime at, const ConnectReport& report);
   void failed(LinkTrouble trouble);
 
+  /// How many messages have come.
+  std::uint64_t messages() const { return receivedFrames_.get(); }
   /// When the last message came; absent before the first.
   std::optional<SteadyTime> lastReceived() const;
   /// All but what others count.
