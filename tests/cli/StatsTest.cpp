@@ -24,8 +24,8 @@ TEST(Stats, PrintsWhatSomePingsHaveFound) {
   const json::object& link = line.at("statistics").at("link").as_object();
   EXPECT_EQ(link.at("attempts"), 1);
   EXPECT_EQ(link.at("pings").at("count"), 6) << "the first one, and five";
-  EXPECT_GT(link.at("pings").at("p50").as_double(), 0);
-  EXPECT_LT(link.at("pings").at("longest").as_double(), 2000);
+  EXPECT_GT(link.at("pings").at("p50").to_number<double>(), 0);
+  EXPECT_LT(link.at("pings").at("longest").to_number<double>(), 2000);
   EXPECT_EQ(link.at("sent").at("frames"), 6);
   EXPECT_EQ(link.at("received").at("bytes"), 24);
   EXPECT_EQ(link.at("steps").at("whole").at("count"), 1);
