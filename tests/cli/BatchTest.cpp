@@ -8,7 +8,7 @@
 
 #include <chrono>
 
-namespace orv::test {
+namespace orv::test::batch_test {
 namespace {
 
 namespace json = boost::json;
@@ -174,4 +174,4 @@ TEST(Batch, WithoutALinkEveryLineIsAnswered) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::batch_test

@@ -4,7 +4,7 @@
 
 #include <regex>
 
-namespace orv::test {
+namespace orv::test::command_line_test {
 namespace {
 
 struct Wrong {
@@ -13,7 +13,7 @@ struct Wrong {
   const char* message;
 };
 
-class WrongUse : public testing::TestWithParam<Wrong> {};
+class WrongUse : public ::testing::TestWithParam<Wrong> {};
 
 TEST_P(WrongUse, IsToldAsOneLineOfJsonAndExits1) {
   const Result result = runOrv(GetParam().arguments);
@@ -32,7 +32,7 @@ constexpr const char* kLogin = "loginWithMobile:password:completeBlock:timeoutBl
 
 INSTANTIATE_TEST_SUITE_P(
     OfTheProgram, WrongUse,
-    testing::Values(
+    ::testing::Values(
         Wrong{"NoCommand", {}, kCommands}, Wrong{"UnknownCommand", {"dance"}, kCommands},
         Wrong{"UnknownOption", {"--color", "call", "Dev.Echo"}, "no option of this name; see `orv --help`"},
         Wrong{"WrongValueOfAnOptionBehindTheCommand",
@@ -163,4 +163,4 @@ TEST(CommandLine, VersionIsTheProjects) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::command_line_test

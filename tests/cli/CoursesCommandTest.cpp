@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <string_view>
 
-namespace orv::test {
+namespace orv::test::courses_command_test {
 namespace {
 
 namespace json = boost::json;
@@ -254,4 +254,4 @@ TEST_F(Courses, OnATerminalTheBarGoesInTheEnd) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::courses_command_test

@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-namespace orv::test {
+namespace orv::test::demo_test {
 namespace {
 
 constexpr const char* kTitles[] = {
@@ -108,4 +108,4 @@ TEST(Demo, LeavesTheUsersDocumentsAlone) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::demo_test

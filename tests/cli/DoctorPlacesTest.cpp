@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::doctor_places_test {
 namespace {
 
 using namespace cli::doctor;
@@ -47,7 +47,7 @@ HomeFacts home(const std::function<void(HomeFacts&)>& change) {
 
 INSTANTIATE_TEST_SUITE_P(
     Places, DoctorVerdict,
-    testing::Values(
+    ::testing::Values(
         place("Network", judgeNetwork, NetworkFacts{{"wlan0"}, {"wlan0"}, false}, "good", Verdict::Ok,
               "route over wlan0, IPv4 and IPv6"),
         place("NetworkIPv4", judgeNetwork, NetworkFacts{{"eth0", "wlan0"}, {}, false}, "good", Verdict::Ok,
@@ -135,4 +135,4 @@ TEST(DoctorFinding, LeadsToTheExitCodeOfItsKind) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::doctor_places_test

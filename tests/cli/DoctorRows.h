@@ -31,14 +31,14 @@ inline void PrintTo(const Row& row, std::ostream* out) {
   *out << row.name;
 }
 
-class DoctorVerdict : public testing::TestWithParam<Row> {};
+class DoctorVerdict : public ::testing::TestWithParam<Row> {};
 
 inline Row way(const char* name, Finding (*judge)(const WayFacts&), WayFacts facts, const char* code,
                Verdict verdict, const char* text) {
   return {name, [judge, facts = std::move(facts)] { return judge(facts); }, code, verdict, text};
 }
 
-inline std::string rowName(const testing::TestParamInfo<Row>& info) {
+inline std::string rowName(const ::testing::TestParamInfo<Row>& info) {
   return std::string(info.param.name);
 }
 

@@ -21,7 +21,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::doctor_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -241,7 +241,7 @@ TEST(Doctor, PingThatIsNotAnswered) {
   EXPECT_EQ(found.code("ping"), "noPong");
 }
 
-class DoctorOfAUser : public testing::Test {
+class DoctorOfAUser : public ::testing::Test {
  protected:
   DoctorOfAUser() {
     server.start();
@@ -384,4 +384,4 @@ TEST(DoctorOnATerminal, IsReadByAPerson) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::doctor_test

@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::doctor_way_test {
 namespace {
 
 using namespace cli::doctor;
@@ -126,7 +126,7 @@ TEST_P(DoctorVerdict, IsThis) {
 
 INSTANTIATE_TEST_SUITE_P(
     Proxy, DoctorVerdict,
-    testing::Values(
+    ::testing::Values(
         way("Good", judgeProxy, proxied(reached()), "good", Verdict::Ok,
             "through http://proxy.example:3128, 10 ms"),
         way("NotUsed", judgeProxy, with(reached(), [](auto& f) { f.unusedVariable = "HTTPS_PROXY"; }),
@@ -157,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     NameAndConnect, DoctorVerdict,
-    testing::Values(
+    ::testing::Values(
         way("Name", judgeName, reached(), "good", Verdict::Ok, "school.example, 4 ms"),
         way("NameByProxy", judgeName, proxied(reached()), "byProxy", Verdict::Skipped, "the proxy"),
         way("Numeric", judgeName, with(reached(), [](auto& f) { f.url = *parseUrl("wss://[2001:db8::7]/"); }),
@@ -200,7 +200,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Tls, DoctorVerdict,
-    testing::Values(
+    ::testing::Values(
         way("Good", judgeTls, reached(), "good", Verdict::Ok, "TLSv1.3, chain of 1, 61 days left"),
         way("ExpiresSoon", judgeTls,
             with(reached(), [](auto& f) { f.report.chain[0].notAfter = kNow + 13 * kDay; }), "expiresSoon",
@@ -248,7 +248,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     UpgradeAndPing, DoctorVerdict,
-    testing::Values(
+    ::testing::Values(
         way("Good", judgeUpgrade, reached(), "good", Verdict::Ok, "101, 31 ms"),
         way("Page", judgeUpgrade, answered(200), "page", Verdict::Fail, "200 with a page"),
         way("Redirected", judgeUpgrade, answered(302), "redirected", Verdict::Fail,
@@ -276,13 +276,14 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Clock, DoctorVerdict,
-    testing::Values(way("NotTold", judgeClock, reached(), "notTold", Verdict::Skipped, "does not tell"),
-                    way("Right", judgeClock, clockOff(0.3), "good", Verdict::Ok, "right"),
-                    way("AlmostRight", judgeClock, clockOff(-30), "good", Verdict::Ok, "30 s off"),
-                    way("Off", judgeClock, clockOff(31), "off", Verdict::Warn, "this clock is 31 s slow"),
-                    way("Fast", judgeClock, clockOff(-300), "off", Verdict::Warn, "this clock is 5 min fast"),
-                    way("Wrong", judgeClock, clockOff(420), "wrong", Verdict::Fail,
-                        "this clock is 7 min slow: certificates will fail")),
+    ::testing::Values(way("NotTold", judgeClock, reached(), "notTold", Verdict::Skipped, "does not tell"),
+                      way("Right", judgeClock, clockOff(0.3), "good", Verdict::Ok, "right"),
+                      way("AlmostRight", judgeClock, clockOff(-30), "good", Verdict::Ok, "30 s off"),
+                      way("Off", judgeClock, clockOff(31), "off", Verdict::Warn, "this clock is 31 s slow"),
+                      way("Fast", judgeClock, clockOff(-300), "off", Verdict::Warn,
+                          "this clock is 5 min fast"),
+                      way("Wrong", judgeClock, clockOff(420), "wrong", Verdict::Fail,
+                          "this clock is 7 min slow: certificates will fail")),
     rowName);
 
 std::string codesOf(const std::vector<Finding>& findings) {
@@ -325,4 +326,4 @@ TEST(DoctorWay, StepsThatNobodyToldOfAreFoundByTheError) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::doctor_way_test

@@ -19,7 +19,7 @@
 #include <variant>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::grammar_test {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -177,4 +177,4 @@ TEST(Grammar, LinesOfTheShellTakeTheOptionsOfTheirCommandOnly) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::grammar_test

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::link_reason_test {
 namespace {
 
 struct Why {
@@ -100,4 +100,4 @@ TEST(LinkReason, IsToldOnStandardErrorToThoseWhoAskMuch) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::link_reason_test

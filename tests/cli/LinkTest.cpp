@@ -16,7 +16,7 @@
 #include <stdexcept>
 #include <thread>
 
-namespace orv::test {
+namespace orv::test::link_test {
 namespace {
 
 namespace json = boost::json;
@@ -211,4 +211,4 @@ TEST(Ending, SignalEndsABatchWhoseInputStaysOpen) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::link_test

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace orv::test {
+namespace orv::test::listing_test {
 namespace {
 
 namespace json = boost::json;
@@ -90,4 +90,4 @@ TEST(Log, OfAnotherHomeIsReadThere) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::listing_test

@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace orv::test {
+namespace orv::test::local_command_test {
 namespace {
 
 namespace json = boost::json;
@@ -247,4 +247,4 @@ TEST(Local, FullDiskIsAnErrorAndLeavesWhatWasThere) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::local_command_test

@@ -14,7 +14,7 @@
 #include <fstream>
 #include <optional>
 
-namespace orv::test {
+namespace orv::test::log_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -169,4 +169,4 @@ TEST(Log, FollowingWaitsForALogThatIsNotThereYet) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::log_test

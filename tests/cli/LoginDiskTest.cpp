@@ -18,7 +18,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::login_disk_test {
 namespace {
 
 namespace json = boost::json;
@@ -137,4 +137,4 @@ TEST_F(UserOnADisk, LogoutThatLeavesTheTokenOnTheDiskSaysSo) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::login_disk_test

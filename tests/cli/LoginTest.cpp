@@ -18,7 +18,7 @@
 #include <optional>
 #include <string_view>
 
-namespace orv::test {
+namespace orv::test::login_test {
 namespace {
 
 namespace json = boost::json;
@@ -368,4 +368,4 @@ TEST_F(StoredUser, LogoutThatIsInterruptedKeepsTheUser) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::login_test

@@ -10,10 +10,10 @@
 #include <cstdlib>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::proxy_test {
 namespace {
 
-class ProxyOfTheProgram : public testing::Test {
+class ProxyOfTheProgram : public ::testing::Test {
  protected:
   void SetUp() override {
     if (geteuid() != 0) GTEST_SKIP() << "needs root for network namespaces";
@@ -69,4 +69,4 @@ TEST_F(ProxyOfTheProgram, VariableThatNamesNoneIsTold) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::proxy_test

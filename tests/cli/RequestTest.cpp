@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string_view>
 
-namespace orv::test {
+namespace orv::test::request_test {
 namespace {
 
 namespace json = boost::json;
@@ -160,4 +160,4 @@ TEST(Home, HoldsTheDocumentsOfTheRunAndIsMadeIfMissing) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::request_test

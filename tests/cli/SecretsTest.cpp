@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace orv::test {
+namespace orv::test::secrets_test {
 namespace {
 
 const std::string kPlanted = "zeBRa-4711-plaNTed";
@@ -97,4 +97,4 @@ TEST(Secrets, PasswordOfAProxyIsShownByNoCommand) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::secrets_test

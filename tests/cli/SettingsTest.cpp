@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace orv::test {
+namespace orv::test::settings_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -116,4 +116,4 @@ TEST(Quiet, LeavesConsoleAndProgressOut) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::settings_test

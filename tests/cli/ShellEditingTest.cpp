@@ -23,7 +23,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::shell_editing_test {
 namespace {
 
 namespace json = boost::json;
@@ -194,7 +194,7 @@ TEST_P(Resizing, LeavesNoGarbageOfALineThatIsEdited) {
     screen.resize(width);
     // Drawn anew: the end of the line comes again.
     ASSERT_TRUE(terminal->waitForScreenBehind(before, "19 "))
-        << width << ": " << testing::PrintToString(terminal->screen().substr(before));
+        << width << ": " << ::testing::PrintToString(terminal->screen().substr(before));
     std::string shown;
     std::size_t prompts = 0;
     for (const std::string& row : screen.rows()) {
@@ -231,11 +231,11 @@ TEST_P(Resizing, ShowsAtOnceWhatIsTypedMeanwhile) {
   const std::size_t before = terminal->screen().size();
   terminal->signal(SIGCONT);
   ASSERT_TRUE(terminal->waitForScreenBehind(before, "yz"))
-      << testing::PrintToString(terminal->screen().substr(before));
+      << ::testing::PrintToString(terminal->screen().substr(before));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfTerminals, Resizing, testing::Bool(),
+INSTANTIATE_TEST_SUITE_P(OfTerminals, Resizing, ::testing::Bool(),
                          [](const auto& kind) { return kind.param ? "ThatWrapAnew" : "ThatDoNot"; });
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::shell_editing_test

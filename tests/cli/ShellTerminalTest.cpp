@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace orv::test {
+namespace orv::test::shell_terminal_test {
 namespace {
 
 const std::string kUp = "\x1b[A";
@@ -157,4 +157,4 @@ TEST_F(ShellTerminal, CtrlCGivesUpARequestAndTheShellGoesOn) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::shell_terminal_test

@@ -16,7 +16,7 @@
 #include <fstream>
 #include <string_view>
 
-namespace orv::test {
+namespace orv::test::shell_test {
 namespace {
 
 namespace json = boost::json;
@@ -313,4 +313,4 @@ TEST(ShellPresentation, FillsLinesUpToTheWidth) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::shell_test

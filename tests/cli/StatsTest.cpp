@@ -8,7 +8,7 @@
 #include <chrono>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::stats_test {
 namespace {
 
 namespace json = boost::json;
@@ -93,4 +93,4 @@ TEST(Stats, AreTheLastLineOfAWatchThatWasAskedForThem) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::stats_test

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::table_test {
 namespace {
 
 using cli::Table;
@@ -95,4 +95,4 @@ TEST(Tables, OfOperationsKeepToTheWidthOfTheTerminal) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::table_test

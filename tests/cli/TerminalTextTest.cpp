@@ -16,7 +16,7 @@
 #include <fstream>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::terminal_text_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -107,7 +107,7 @@ TEST(TerminalText, LineFeedsInWhatTheConsoleTellsMakeNoLineThatLooksLikeAnother)
   EXPECT_EQ(result.err.find("\n08:45:10.000 all is well"), std::string::npos) << result.err;
 }
 
-class LogFiles : public testing::Test {
+class LogFiles : public ::testing::Test {
  protected:
   LogFiles() { fs::create_directories(folder); }
   const fs::path folder = fs::path(std::getenv("HOME")) / "Documents/OrvLog/OrvCourse";
@@ -175,4 +175,4 @@ TEST_F(LogFiles, ALineWithoutEndIsAnErrorAndWhatIsNoFileKeepsNobodyWaiting) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::terminal_text_test

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::trace_test {
 namespace {
 
 namespace json = boost::json;
@@ -122,4 +122,4 @@ TEST_F(Trace, IsWrongUseWhereTheFileCannotBeWritten) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::trace_test

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::watch_test {
 namespace {
 
 namespace json = boost::json;
@@ -162,4 +162,4 @@ TEST(Watch, WithoutALinkExits3AndTellsWhyOnStandardError) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::watch_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::accounts_test {
 namespace {
 
 class Accounts : public ServerTest {};
@@ -223,4 +223,4 @@ TEST(School, DigestOfThePasswordIsMd5) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::accounts_test

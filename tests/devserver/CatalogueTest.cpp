@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::catalogue_test {
 namespace {
 
 class Catalogue : public ServerTest {
@@ -106,4 +106,4 @@ TEST_F(Catalogue, ValuesOfEveryKindAreAnsweredAndNeverBreakAnything) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::catalogue_test

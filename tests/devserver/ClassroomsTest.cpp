@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace orv::test {
+namespace orv::test::classrooms_test {
 namespace {
 
 class Classrooms : public ServerTest {};
@@ -154,4 +154,4 @@ TEST_F(Classrooms, CorporationOnTrialIsRegisteredAndLinkedOnce) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::classrooms_test

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::control_test {
 namespace {
 
 class ControlOverHttp : public ServerTest {
@@ -130,4 +130,4 @@ TEST_F(ControlOverHttp, InProcessControlDoesTheSame) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::control_test

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::course_lists_test {
 namespace {
 
 class CourseLists : public ServerTest {
@@ -234,4 +234,4 @@ TEST_F(CourseLists, InfoTakesTheRoomAsTextOrNumber) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::course_lists_test

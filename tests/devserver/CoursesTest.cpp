@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::courses_test {
 namespace {
 
 class Courses : public ServerTest {
@@ -227,4 +227,4 @@ TEST_F(Courses, ControlDoesTheSame) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::courses_test

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::faults_test {
 namespace {
 
 using devserver::TimestampFault;
@@ -180,4 +180,4 @@ TEST_F(ReplyFaults, FaultsOfDifferentKindsAddUp) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::faults_test

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::frames_test {
 namespace {
 
 class Frames : public ServerTest {};
@@ -239,4 +239,4 @@ TEST_F(Frames, ListenerMayUseTheServer) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::frames_test

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::interactions_test {
 namespace {
 
 class Interactions : public ServerTest {
@@ -170,4 +170,4 @@ TEST_F(Interactions, BillingRunsOnceAndStops) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::interactions_test

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace orv::test {
+namespace orv::test::link_faults_test {
 namespace {
 
 using devserver::ConnectionMode;
@@ -148,4 +148,4 @@ TEST_F(LinkFaults, OneByteWritesChangeNothingInTheContent) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::link_faults_test

@@ -4,7 +4,7 @@
 
 #include <set>
 
-namespace orv::test {
+namespace orv::test::live_rooms_test {
 namespace {
 
 class LiveRooms : public ServerTest {
@@ -263,4 +263,4 @@ TEST_F(LiveRooms, ConnectionIsInTwentyRoomsAtMost) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::live_rooms_test

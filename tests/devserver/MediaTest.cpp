@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace orv::test {
+namespace orv::test::media_test {
 namespace {
 
 class Media : public ServerTest {
@@ -153,4 +153,4 @@ TEST_F(Media, ReportsAndSignInSettings) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::media_test

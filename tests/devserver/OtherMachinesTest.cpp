@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::other_machines_test {
 namespace {
 
 using devserver::Door;
@@ -143,7 +143,7 @@ TEST(OtherMachines, AreServedByAServerThatListensForThem) {
   });
 }
 
-class ListeningProgram : public testing::Test {
+class ListeningProgram : public ::testing::Test {
  protected:
   void SetUp() override {
     if (!std::filesystem::exists(kProgram)) GTEST_SKIP() << "the programs are not built here";
@@ -190,4 +190,4 @@ TEST_F(ListeningProgram, TakesATokenThatCannotBeGuessedFromAFileThatOthersCannot
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::other_machines_test

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::page_test {
 namespace {
 
 class PageOfTheServer : public ServerTest {
@@ -397,4 +397,4 @@ TEST_F(PageOfTheServer, FaultsOfTheLinksDoNotTouchThePage) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::page_test

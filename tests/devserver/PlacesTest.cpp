@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::places_test {
 namespace {
 
 constexpr std::size_t kPlaces = 4;
 constexpr const char* kElsewhere = "127.0.0.2";
 
-class ServerPlaces : public testing::Test {
+class ServerPlaces : public ::testing::Test {
  protected:
   static DevServer::Options options() {
     DevServer::Options options;
@@ -90,4 +90,4 @@ TEST(ServerBounds, AHandshakeHasFiveSeconds) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::places_test

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::program_test {
 namespace {
 
-class ServerProgram : public testing::Test {
+class ServerProgram : public ::testing::Test {
  protected:
   void SetUp() override {
     if (!std::filesystem::exists(kProgram)) GTEST_SKIP() << "the programs are not built here";
@@ -101,4 +101,4 @@ TEST_F(ServerProgram, HelpIsNoError) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::program_test

@@ -1,6 +1,6 @@
 #include "tests/devserver/ServerTest.h"
 
-namespace orv::test {
+namespace orv::test::pushes_test {
 namespace {
 
 class Pushes : public ServerTest {};
@@ -33,4 +33,4 @@ TEST_F(Pushes, ReachOnlyTheUserNamedByIdOrNumber) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::pushes_test

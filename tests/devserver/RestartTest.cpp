@@ -11,10 +11,10 @@
 #include <filesystem>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::restart_test {
 namespace {
 
-class Restart : public testing::Test {
+class Restart : public ::testing::Test {
  protected:
   void SetUp() override {
     if (!std::filesystem::exists(kProgram)) GTEST_SKIP() << "the programs are not built here";
@@ -153,4 +153,4 @@ TEST(RestartInTheProcess, EverythingIsThereAgainAndPresenceIsNot) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::restart_test

@@ -20,7 +20,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv::test {
+namespace orv::test::robustness_test {
 namespace {
 
 class Robustness : public ServerTest {
@@ -246,7 +246,7 @@ std::string makeCertificate() {
   return file;
 }
 
-class OverTls : public testing::Test {
+class OverTls : public ::testing::Test {
  protected:
   static DevServer::Options options() {
     DevServer::Options options;
@@ -316,4 +316,4 @@ TEST_F(OverTls, MissingCertificateIsAnErrorThatNamesTheFile) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::robustness_test

@@ -27,7 +27,7 @@ inline constexpr const char* kSecondStudent = "13900000002";  ///< uID 100005
 inline constexpr const char* kDigest = "c756662595bb0948d9bbe352fef1c53a";
 
 /// A running server and shortcuts for talking to it.
-class ServerTest : public testing::Test {
+class ServerTest : public ::testing::Test {
  protected:
   void SetUp() override { server.start(); }
 

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace orv::test {
+namespace orv::test::sessions_test {
 namespace {
 
 class Sessions : public ServerTest {
@@ -158,7 +158,7 @@ TEST(DataFile, OfAccountsOnlyIsTakenOver) {
   }
 }
 
-class DataFileOfOthers : public testing::TestWithParam<const char*> {};
+class DataFileOfOthers : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(DataFileOfOthers, IsRefusedAndLeftAlone) {
   DevServer::Options options;
@@ -181,8 +181,8 @@ TEST_P(DataFileOfOthers, IsRefusedAndLeftAlone) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, DataFileOfOthers,
-    testing::Values("CREATE TABLE mine(a)", "CREATE TABLE mine(a); PRAGMA user_version = 2",
-                    "CREATE TABLE mine(a); CREATE TABLE courses(a); PRAGMA user_version = 9"));
+    ::testing::Values("CREATE TABLE mine(a)", "CREATE TABLE mine(a); PRAGMA user_version = 2",
+                      "CREATE TABLE mine(a); CREATE TABLE courses(a); PRAGMA user_version = 9"));
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::sessions_test

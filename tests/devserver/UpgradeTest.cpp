@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace orv::test {
+namespace orv::test::upgrade_test {
 namespace {
 
 class Upgrade : public ServerTest {
@@ -55,4 +55,4 @@ TEST_F(Upgrade, IsForTheOwnPageAndForThoseWhoAreNoBrowser) {
 }
 
 }  // namespace
-}  // namespace orv::test
+}  // namespace orv::test::upgrade_test

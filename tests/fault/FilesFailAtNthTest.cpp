@@ -16,7 +16,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace orv {
+namespace orv::files_fail_at_nth_test {
 namespace {
 
 using testing::FileOperation;
@@ -164,4 +164,4 @@ TEST(FilesFailAtNth, PathManagerClaimsNothingThatIsNotSo) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::files_fail_at_nth_test

@@ -17,7 +17,7 @@
 #include <optional>
 #include <string_view>
 
-namespace orv {
+namespace orv::link_fail_at_nth_test {
 namespace {
 
 /// Longer than a time-out.
@@ -188,4 +188,4 @@ TEST(LinkFailAtNth, EachRequestEndsOnceWhicheverTimerCannotBeArmed) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_fail_at_nth_test

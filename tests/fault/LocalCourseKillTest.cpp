@@ -23,7 +23,7 @@
 #include <random>
 #include <string_view>
 
-namespace orv {
+namespace orv::local_course_kill_test {
 namespace {
 
 /// ORV_KILLS=n kills more often.
@@ -176,4 +176,4 @@ TEST(LocalCourseKill, EveryCourseThatWasAddedIsThereWheneverTheProcessIsKilled) 
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::local_course_kill_test

@@ -22,7 +22,7 @@
 #include <string>
 #include <thread>
 
-namespace orv {
+namespace orv::native_link_fail_at_nth_test {
 namespace {
 
 using namespace test;
@@ -187,4 +187,4 @@ TEST(NativeLinkFailAtNth, ASocketThroughAProxyComesToOneEndAndTheNextOneWorks) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_link_fail_at_nth_test

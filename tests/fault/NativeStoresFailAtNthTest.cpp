@@ -26,7 +26,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::native_stores_fail_at_nth_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -279,4 +279,4 @@ TEST(NativeStoresFailAtNth, LinesThatWereLoggedStayAndTheLogGoesOn) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_stores_fail_at_nth_test

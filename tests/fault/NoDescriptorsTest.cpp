@@ -11,7 +11,7 @@
 // The undefined behaviour sanitizer opens a pipe to look at an object and takes the lack of one for a bad object.
 #if !defined(__SANITIZE_ADDRESS__)
 
-namespace orv {
+namespace orv::no_descriptors_test {
 namespace {
 
 TEST(NoDescriptors, ARequestStillTimesOutAndTheLinkComesUpLater) {
@@ -40,6 +40,6 @@ TEST(NoDescriptors, ARequestStillTimesOutAndTheLinkComesUpLater) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::no_descriptors_test
 
 #endif

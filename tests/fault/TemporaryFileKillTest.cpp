@@ -18,7 +18,7 @@
 #include <string>
 #include <system_error>
 
-namespace orv {
+namespace orv::temporary_file_kill_test {
 namespace {
 
 /// ORV_KILLS=n kills more often.
@@ -90,4 +90,4 @@ TEST(TemporaryFileKill, LeavesNothingForGoodWheneverTheProcessIsKilled) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::temporary_file_kill_test

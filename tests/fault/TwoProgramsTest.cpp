@@ -26,7 +26,7 @@
 #include <string_view>
 #include <thread>
 
-namespace orv {
+namespace orv::two_programs_test {
 namespace {
 
 using Rooms = std::set<std::int64_t>;
@@ -326,4 +326,4 @@ TEST(TwoPrograms, OneThatStopsInTheMiddleDoesNotHoldUpTheOtherAndTheListIsWritte
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::two_programs_test

@@ -25,7 +25,7 @@
 #include <random>
 #include <string_view>
 
-namespace orv {
+namespace orv::user_file_kill_test {
 namespace {
 
 /// ORV_KILLS=n kills more often.
@@ -205,4 +205,4 @@ TEST(UserFileFailAtNth, NobodyComesBackAfterALogOut) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::user_file_kill_test

@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::client_life_test {
 namespace {
 
 using devserver::Cut;
@@ -123,4 +123,4 @@ TEST_F(ClientLife, EndsForGoodAndAnotherOneBegins) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::client_life_test

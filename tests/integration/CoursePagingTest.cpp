@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::course_paging_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -179,4 +179,4 @@ TEST_F(CoursePaging, TwoCallersReadTenThousandCoursesAndThenWhatHasChanged) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_paging_test

@@ -13,7 +13,7 @@
 #include <optional>
 #include <string_view>
 
-namespace orv {
+namespace orv::example_hosts_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -21,7 +21,7 @@ namespace json = boost::json;
 using test::ChildProgram;
 using test::ChildResult;
 
-class ExampleHosts : public testing::Test {
+class ExampleHosts : public ::testing::Test {
  protected:
   void SetUp() override { server.start(); }
 
@@ -140,6 +140,6 @@ TEST_F(ExampleHosts, TellHowTheyAreUsed) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::example_hosts_test
 
 #endif

@@ -16,7 +16,7 @@
 #include <fstream>
 #include <string>
 
-namespace orv {
+namespace orv::exit_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -34,7 +34,7 @@ constexpr auto kExitLimit = 10s;  // they look around at the end
 constexpr auto kExitLimit = 4s;
 #endif
 
-class Exit : public testing::Test {
+class Exit : public ::testing::Test {
  protected:
   /// Runs the program, which must end well and soon with all its lines in the log.
   void run(const std::string& url, const char* when, const char* how) {
@@ -143,4 +143,4 @@ TEST_F(Exit, OfAProgramThatNeverUsedTheLibraryLeavesNothingBehind) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::exit_test

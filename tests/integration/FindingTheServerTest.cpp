@@ -19,7 +19,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::finding_the_server_test {
 namespace {
 
 using namespace test;
@@ -290,4 +290,4 @@ TEST_F(FindingTheServer, AThousandAttemptsLeaveNothingOpen) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::finding_the_server_test

@@ -22,7 +22,7 @@
 #include <set>
 #include <string>
 
-namespace orv {
+namespace orv::frame_table_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -204,4 +204,4 @@ TEST(FrameTableRows, HaveEachOperationWithAndWithoutWhatMayBeAbsent) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::frame_table_test

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::front_door_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -263,4 +263,4 @@ TEST_F(FrontDoor, LocalCoursesOfOneSecondHaveNumbersOfTheirOwn) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::front_door_test

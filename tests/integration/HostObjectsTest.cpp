@@ -18,7 +18,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::host_objects_test {
 namespace {
 
 using test::HostObject;
@@ -149,4 +149,4 @@ TEST_F(HostObjectsOnThreads, OfATimerThatIsInvalidatedWhileAnotherThreadFiresItE
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::host_objects_test

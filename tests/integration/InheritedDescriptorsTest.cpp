@@ -6,7 +6,7 @@
 
 #include <set>
 
-namespace orv {
+namespace orv::inherited_descriptors_test {
 namespace {
 
 using namespace test;
@@ -33,4 +33,4 @@ TEST_F(InheritedDescriptors, ALinkWithTlsLeavesNone) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::inherited_descriptors_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::link_garbage_test {
 namespace {
 
 using devserver::Garbage;
@@ -102,4 +102,4 @@ TEST_F(LinkGarbage, MatchesRepliesThatComeInAnotherOrder) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_garbage_test

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::link_life_test {
 namespace {
 
 using test::kLivePatience;
@@ -200,4 +200,4 @@ TEST_F(LinkLife, CarriesMessagesOfSixteenMegabytesBothWays) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_life_test

@@ -9,7 +9,7 @@
 
 #include <optional>
 
-namespace orv {
+namespace orv::link_network_loss_test {
 namespace {
 
 using test::NetworkNamespace;
@@ -102,4 +102,4 @@ TEST_F(LinkNetworkLoss, SurvivesAWireThatIsPulledAndPutBack) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_network_loss_test

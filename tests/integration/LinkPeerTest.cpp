@@ -21,7 +21,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::link_peer_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -152,4 +152,4 @@ TEST_F(LinkPeer, LeavesAStampedLogInAFolderClosedToOthers) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_peer_test

@@ -19,7 +19,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::link_through_proxy_test {
 namespace {
 
 using namespace test;
@@ -147,4 +147,4 @@ TEST_F(LinkThroughProxy, TellsTheVariableThatNamesNoProxyAndNotWhatItHolds) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_through_proxy_test

@@ -10,7 +10,7 @@
 #include <map>
 #include <string>
 
-namespace orv {
+namespace orv::link_timeout_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -73,4 +73,4 @@ TEST_F(LinkTimeout, EndsEachRequestThatIsNotAnsweredAfterTenSeconds) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_timeout_test

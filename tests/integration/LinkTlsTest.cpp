@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::link_tls_test {
 namespace {
 
 using test::TlsIdentity;
@@ -91,4 +91,4 @@ TEST_F(LinkTls, RefusesACertificateOfAnUnknownAuthority) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_tls_test

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <thread>
 
-namespace orv {
+namespace orv::link_trouble_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -203,4 +203,4 @@ TEST_F(LinkTrouble, LosesAReplyThatIsCutInTheMiddleAndComesBack) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_trouble_test

@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::native_reachability_in_a_sandbox_test {
 namespace {
 
 using test::PumpedExecutor;
@@ -58,4 +58,4 @@ TEST(NativeReachabilityInASandbox, TheNetworkCountsAsReachableAndTheConsoleHears
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_reachability_in_a_sandbox_test

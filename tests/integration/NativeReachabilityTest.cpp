@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::native_reachability_test {
 namespace {
 
 using test::NetworkNamespace;
@@ -26,7 +26,7 @@ constexpr auto kCellular = ReachabilityStatus::Cellular;
 constexpr auto kWiFi = ReachabilityStatus::WiFi;
 
 /// A machine with a link "net0" to a neighbour, and what is reported there.
-class NativeReachabilityTest : public testing::Test {
+class NativeReachabilityTest : public ::testing::Test {
  protected:
   void SetUp() override {
     if (geteuid() != 0 && !NetworkNamespace::isPermitted()) {
@@ -299,4 +299,4 @@ TEST_F(NativeReachabilityTest, MayBeStartedAndStoppedOnManyThreadsAtOnce) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_reachability_test

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::native_web_socket_closing_test {
 namespace {
 
 using namespace test;
@@ -339,4 +339,4 @@ TEST_F(NativeWebSocketClosing, AProcessMayEndWithSocketsInEveryState) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_web_socket_closing_test

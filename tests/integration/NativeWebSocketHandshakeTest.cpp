@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::native_web_socket_handshake_test {
 namespace {
 
 using namespace test;
@@ -373,4 +373,4 @@ TEST_F(NativeWebSocketHandshake, GivingUpWinsOverAnAnswerThatComesAfterwards) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_web_socket_handshake_test

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::native_web_socket_messages_test {
 namespace {
 
 using namespace test;
@@ -279,4 +279,4 @@ TEST_F(NativeWebSocketMessages, SlowPeersGetEverythingAsLongAsItFits) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_web_socket_messages_test

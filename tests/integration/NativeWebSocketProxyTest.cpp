@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::native_web_socket_proxy_test {
 namespace {
 
 using namespace test;
@@ -318,4 +318,4 @@ TEST_F(NativeWebSocketProxy, VariableThatCannotBeReadIsAnErrorAndNoStraightWay) 
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_web_socket_proxy_test

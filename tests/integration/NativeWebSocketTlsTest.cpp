@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::native_web_socket_tls_test {
 namespace {
 
 using namespace test;
@@ -178,4 +178,4 @@ TEST_F(NativeWebSocketTls, OurCloseEndsWithThePeersCode) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_web_socket_tls_test

@@ -20,7 +20,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::operations_answered_test {
 namespace {
 
 using test::AnswerRow;
@@ -138,4 +138,4 @@ TEST(OperationsAnsweredRows, HaveEveryOperationOfTheRegistryInASuccess) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::operations_answered_test

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::password_secrecy_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -115,4 +115,4 @@ TEST_F(PasswordSecrecy, LeavesNoPasswordInFramesLogsOrConsole) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::password_secrecy_test

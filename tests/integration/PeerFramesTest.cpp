@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::peer_frames_test {
 namespace {
 
 using test::Events;
@@ -158,4 +158,4 @@ TEST_F(PeerFrames, AConnectionThatIsCutIsNotClosedCleanly) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::peer_frames_test

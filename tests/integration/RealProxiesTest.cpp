@@ -14,7 +14,7 @@
 #include <string>
 #include <utility>
 
-namespace orv {
+namespace orv::real_proxies_test {
 namespace {
 
 using namespace test;
@@ -133,14 +133,14 @@ TEST_P(RealProxies, TellThatTheNameIsNotKnown) {
   });
 }
 
-std::string nameOf(const testing::TestParamInfo<ProxyProgram>& instance) {
+std::string nameOf(const ::testing::TestParamInfo<ProxyProgram>& instance) {
   constexpr const char* kNames[] = {"Tinyproxy", "Microsocks", "Dante"};
   return kNames[static_cast<int>(instance.param)];
 }
 
 INSTANTIATE_TEST_SUITE_P(OfTheDistribution, RealProxies,
-                         testing::Values(ProxyProgram::Tinyproxy, ProxyProgram::Microsocks,
-                                         ProxyProgram::Dante),
+                         ::testing::Values(ProxyProgram::Tinyproxy, ProxyProgram::Microsocks,
+                                           ProxyProgram::Dante),
                          nameOf);
 
 TEST_F(NetworkWithProxy, ToldThatTheRulesForbidTheServer) {
@@ -152,4 +152,4 @@ TEST_F(NetworkWithProxy, ToldThatTheRulesForbidTheServer) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::real_proxies_test

@@ -17,7 +17,7 @@
 #include <fstream>
 #include <string>
 
-namespace orv {
+namespace orv::server_load_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -39,7 +39,7 @@ double megabytes(const std::string& name) {
   return 0;
 }
 
-class ServerLoad : public testing::Test {
+class ServerLoad : public ::testing::Test {
  protected:
   ServerLoad() : server(options()) {}
 
@@ -125,4 +125,4 @@ TEST_F(ServerLoad, AnswersTwoHundredClientsAtOnceAndHoldsNothingOfThemAfterwards
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::server_load_test

@@ -21,7 +21,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::server_restart_test {
 namespace {
 
 constexpr std::size_t kAdded = 270;
@@ -200,4 +200,4 @@ TEST_F(ServerRestart, ServerThatIsBackAtOnceIsTakenUpAtOnce) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::server_restart_test

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::session_status_live_test {
 namespace {
 
 class SessionStatusLive : public test::LiveLinkTest {
@@ -79,4 +79,4 @@ TEST_F(SessionStatusLive, KeepsLocalCoursesApartThatAreMadeAtOnce) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::session_status_live_test

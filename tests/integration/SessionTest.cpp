@@ -16,7 +16,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace orv {
+namespace orv::session_test {
 namespace {
 
 class Session : public test::LiveLinkTest {
@@ -237,4 +237,4 @@ TEST_F(Session, RestoresTheStoredUserAndRenewsItsSession) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::session_test

@@ -13,7 +13,7 @@
 #include <fstream>
 #include <string>
 
-namespace orv {
+namespace orv::soak_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -99,4 +99,4 @@ TEST_F(Soak, HoldsNoMoreAtTheEndThanAfterTheFirstRounds) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::soak_test

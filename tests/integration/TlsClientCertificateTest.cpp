@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::tls_client_certificate_test {
 namespace {
 
 using namespace test;
@@ -90,4 +90,4 @@ TEST_F(TlsClientCertificate, IsToldWhenItIsNotTaken) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tls_client_certificate_test

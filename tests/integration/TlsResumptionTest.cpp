@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::tls_resumption_test {
 namespace {
 
 using namespace test;
@@ -154,4 +154,4 @@ TEST_F(TlsResumption, WorksWithTheEmbeddedServerUntilThatStartsAnew) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tls_resumption_test

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::tls_trust_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -260,4 +260,4 @@ TEST_F(TlsTrust, WhatDoesNotSpeakTlsIsToldAsThat) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tls_trust_test

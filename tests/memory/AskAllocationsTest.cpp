@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-namespace orv {
+namespace orv::ask_allocations_test {
 namespace {
 
 class AskAllocations : public LinkFixture {
@@ -77,4 +77,4 @@ TEST_F(AskAllocations, OfACoroutineAreItsFrameAndItsAnswerBeside) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::ask_allocations_test

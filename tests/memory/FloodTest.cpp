@@ -34,7 +34,7 @@ extern "C" int malloc_trim(std::size_t pad) {
   return original != nullptr ? original(pad) : 0;
 }
 
-namespace orv {
+namespace orv::flood_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -167,4 +167,4 @@ TEST_F(Flood, OfValuesInOneFrameIsRefusedBeforeItTakesMuchMemory) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::flood_test

@@ -21,7 +21,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::host_values_test {
 namespace {
 
 constexpr int kCopies = 3000;
@@ -164,4 +164,4 @@ TEST_F(HostValues, AParsedTextIsCopiedLikeAnyOtherValue) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::host_values_test

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::json_memory_test {
 namespace {
 
 constexpr std::size_t kNoBound = std::numeric_limits<std::size_t>::max();
@@ -100,4 +100,4 @@ TEST(JsonMemory, OtherErrorsAreToldAsEver) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::json_memory_test

@@ -6,7 +6,7 @@
 
 #include <iostream>
 
-namespace orv {
+namespace orv::course_list_walk_test {
 namespace {
 
 // ORV_WALK_SEED=n walks from another seed, ORV_WALK_STEPS=n goes further.
@@ -27,4 +27,4 @@ TEST_P(CourseListWalkTest, ListsFollowByTheirChangesAndComeToWhatTheServerLists)
 INSTANTIATE_TEST_SUITE_P(Seeds, CourseListWalkTest, ::testing::Range<std::uint64_t>(1, 9));
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_walk_test

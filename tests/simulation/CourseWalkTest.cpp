@@ -6,7 +6,7 @@
 
 #include <iostream>
 
-namespace orv {
+namespace orv::course_walk_test {
 namespace {
 
 // ORV_WALK_SEED=n walks from another seed, ORV_WALK_STEPS=n goes further.
@@ -39,4 +39,4 @@ TEST_P(CourseWalkTest, RequestsEndOnceThoughUsersChangeAtAnyTime) {
 INSTANTIATE_TEST_SUITE_P(Seeds, CourseWalkTest, ::testing::Values(1, 2, 3, 4, 19, 115));
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_walk_test

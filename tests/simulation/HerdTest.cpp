@@ -10,7 +10,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace orv {
+namespace orv::herd_test {
 namespace {
 
 class HerdWalk : public ::testing::TestWithParam<Absence> {
@@ -58,4 +58,4 @@ INSTANTIATE_TEST_SUITE_P(Server, HerdWalk,
                          wordFor);
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::herd_test

@@ -19,7 +19,7 @@
 #include <string_view>
 #include <utility>
 
-namespace orv {
+namespace orv::host_objects_test {
 namespace {
 
 class HostObjects : public PagingFixture {
@@ -225,4 +225,4 @@ TEST_F(HostObjects, OfASinkEndWhenItIsReplacedAlsoByItself) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::host_objects_test

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <iostream>
 
-namespace orv {
+namespace orv::link_walk_test {
 namespace {
 
 // ORV_WALK_SEED=n walks from another seed, ORV_WALK_STEPS=n goes further.
@@ -31,4 +31,4 @@ TEST_P(LinkWalkTest, EveryChangeIsToldAndTheLinkComesBack) {
 INSTANTIATE_TEST_SUITE_P(Seeds, LinkWalkTest, ::testing::Values(1, 2, 3, 4));
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_walk_test

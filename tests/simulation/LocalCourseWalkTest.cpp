@@ -6,7 +6,7 @@
 
 #include <iostream>
 
-namespace orv {
+namespace orv::local_course_walk_test {
 namespace {
 
 // ORV_WALK_SEED=n walks from another seed, ORV_WALK_STEPS=n goes further.
@@ -26,4 +26,4 @@ TEST_P(LocalCourseWalkTest, ListsMemoryAndFilesAreAsTheModelSays) {
 INSTANTIATE_TEST_SUITE_P(Seeds, LocalCourseWalkTest, ::testing::Values(1, 2, 3, 4));
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::local_course_walk_test

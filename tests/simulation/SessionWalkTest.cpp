@@ -6,7 +6,7 @@
 
 #include <iostream>
 
-namespace orv {
+namespace orv::session_walk_test {
 namespace {
 
 // ORV_WALK_SEED=n walks from another seed, ORV_WALK_STEPS=n goes further.
@@ -28,4 +28,4 @@ TEST_P(SessionWalkTest, MemoryAndFileHoldTheUserWhomTheHostStored) {
 INSTANTIATE_TEST_SUITE_P(Seeds, SessionWalkTest, ::testing::Values(1, 2, 3, 4));
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::session_walk_test

@@ -7,6 +7,7 @@ Usage: check_style.py ROOT
   of ours. What its own header includes counts as its own; data/Types.h brings the words that everything is said in.
 - A body on a line of its own stands in braces.
 - No private names of a library of other makers.
+- A source of tests has a namespace that is named after it, since it may be compiled together with others.
 """
 
 import functools
@@ -131,13 +132,21 @@ def check_braces(code):
         offset += len(line) + 1
 
 
+def check_own_namespace(path, code):
+    test = re.search(r"^TEST(?:_F|_P)?\(", code, re.MULTILINE)
+    name = re.sub(r"(?<=[a-z0-9])(?=[A-Z])|(?<=[A-Z])(?=[A-Z][a-z])", "_", path.stem).lower()
+    alone = re.search(r"^using namespace orv;", code, re.MULTILINE)
+    if test and path.stem.endswith("Test") and not alone and not re.search(rf"^namespace [\w:]+::{name} {{", code, re.MULTILINE):
+        yield test.start(), f"tests that are not in a namespace of their own, {name}"
+
+
 def breaches(root):
     classes = class_headers(root)
     for path in sources(root):
         code = code_only(path.read_text(encoding="utf-8"))
         have = available(root, path)
         found = [*check_standard_headers(path, code, have), *check_class_headers(root, path, code, have, classes),
-                 *check_braces(code)]
+                 *check_braces(code), *check_own_namespace(path, code)]
         found += [(match.start(), f"uses {match.group()}, a private name") for match in PRIVATE_NAME.finditer(code)]
         for offset, breach in sorted(found):
             yield f"{path.relative_to(root)}:{code.count(chr(10), 0, offset) + 1}: {breach}"

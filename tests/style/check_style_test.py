@@ -67,6 +67,16 @@ class CheckStyleTest(unittest.TestCase):
         self.assert_breach("uses asio::detail::, a private name", cli__A_cpp="asio::detail::throw_error(e);\n")
         self.assert_clean(cli__A_cpp="detail::mine();\n")
 
+    def test_namespaces_of_tests(self):
+        breach = "tests that are not in a namespace of their own, url_parser_test"
+        body = "TEST(A, B) {\n}\n"
+        self.assert_breach(breach, tests__UrlParserTest_cpp="namespace orv {\n" + body)
+        self.assert_breach(breach, tests__UrlParserTest_cpp=body)
+        self.assert_clean(tests__UrlParserTest_cpp="namespace orv::url_parser_test {\n" + body)
+        self.assert_clean(tests__QXDateTest_cpp="namespace orv::test::qx_date_test {\n" + body)
+        self.assert_clean(tests__UrlParserTest_cpp="using namespace orv;\n" + body)
+        self.assert_clean(tests__Support_cpp="namespace orv {\n}\n")
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -23,7 +23,7 @@ inline constexpr std::chrono::seconds kLivePatience{60};
 
 /// The link on the real platform, with everything that it posts written down. The test's thread is the main
 /// thread; nothing runs on it but inside `pumpUntil` and what uses that.
-class LiveLinkTest : public testing::Test {
+class LiveLinkTest : public ::testing::Test {
  protected:
   using Strings = std::vector<std::string>;
 

@@ -93,7 +93,7 @@ bool isDisabled(const testing::TestInfo& test) {
 std::vector<std::string> selectedTests() {
   std::vector<std::string> names;
   const std::string filter = GTEST_FLAG_GET(filter);
-  const testing::UnitTest& all = *testing::UnitTest::GetInstance();
+  const ::testing::UnitTest& all = *::testing::UnitTest::GetInstance();
   for (int s = 0; s < all.total_test_suite_count(); ++s) {
     const testing::TestSuite& suite = *all.GetTestSuite(s);
     for (int t = 0; t < suite.total_test_count(); ++t) {
@@ -137,7 +137,7 @@ std::string runInChild(const std::string& name) {
   if (child < 0) return "fork failed";
   if (child == 0) {
     GTEST_FLAG_SET(filter, name);
-    testing::TestEventListeners& listeners = testing::UnitTest::GetInstance()->listeners();
+    testing::TestEventListeners& listeners = ::testing::UnitTest::GetInstance()->listeners();
     delete listeners.Release(listeners.default_result_printer());
     listeners.Append(new FailurePrinter);
     GTEST_FLAG_SET(repeat, 1);

@@ -63,7 +63,7 @@ class RecordingDelegate final : public WebSocketDelegate {
 using Events = std::vector<std::string>;
 
 /// A socket, its delegate and a listener to connect it to.
-class WebSocketTest : public testing::Test {
+class WebSocketTest : public ::testing::Test {
  protected:
   /// The network thread must be done with the main queue before that goes.
   void TearDown() override {

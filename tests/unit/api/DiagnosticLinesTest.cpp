@@ -16,7 +16,7 @@
 #include <system_error>
 #include <vector>
 
-namespace orv {
+namespace orv::diagnostic_lines_test {
 namespace {
 
 class DiagnosticLines : public LinkFixture {
@@ -183,4 +183,4 @@ TEST_F(ApplicationVersion, IsTheHostsBeforeAll) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::diagnostic_lines_test

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::live_course_test {
 namespace {
 
 using std::chrono::seconds;
@@ -117,4 +117,4 @@ TEST_F(LiveCourse, StampsAnUpdateWithAFractionOfASecond) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::live_course_test

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-namespace orv {
+namespace orv::operation_binding_test {
 namespace {
 
 // An operation with every kind of argument that the catalogue may use.
@@ -127,4 +127,4 @@ TEST(OperationBinding, RefusesEveryOtherKind) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::operation_binding_test

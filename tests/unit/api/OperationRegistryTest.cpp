@@ -12,7 +12,7 @@
 #include <sstream>
 #include <string>
 
-namespace orv {
+namespace orv::operation_registry_test {
 namespace {
 
 const OperationRegistry& registry() {
@@ -180,4 +180,4 @@ TEST_F(Registry, HandsTheCallbacksOver) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::operation_registry_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::operation_test {
 namespace {
 
 /// An operation that counts its calls and keeps what it was called with.
@@ -74,4 +74,4 @@ TEST_F(OperationTest, ShowsItsSignature) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::operation_test

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::qxapi_helper_test {
 namespace {
 
 class ApiHelper : public LinkFixture {
@@ -125,4 +125,4 @@ TEST_F(ApiHelper, HasThePromptTexts) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qxapi_helper_test

@@ -3,7 +3,7 @@
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::values_test {
 namespace {
 
 std::string text(Values& values) {
@@ -55,4 +55,4 @@ TEST(Values, SetAgainKeepsItsPlace) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::values_test

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::ask_operations_test {
 namespace {
 
 using Questions = std::vector<Object>;
@@ -127,4 +127,4 @@ TEST_F(AskOperations, TellThatThereIsNoLink) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::ask_operations_test

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::ask_test {
 namespace {
 
 class AskFixture : public LinkFixture {
@@ -288,4 +288,4 @@ TEST_F(Ask, TakesBracesAsThePlainCallDoes) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::ask_test

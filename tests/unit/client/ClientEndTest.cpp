@@ -15,7 +15,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::client_end_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -159,4 +159,4 @@ TEST_F(ClientEnd, AnswersRequestsThatAreMadeAfterIt) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::client_end_test

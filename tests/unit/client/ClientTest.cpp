@@ -18,7 +18,7 @@
 #include <system_error>
 #include <utility>
 
-namespace orv {
+namespace orv::client_test {
 namespace {
 
 using testing::FileOperation;
@@ -248,4 +248,4 @@ TEST_F(ClientStart, GoesOnWhereTheIdentifierCannotBeKept) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::client_test

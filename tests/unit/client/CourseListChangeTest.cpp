@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-namespace orv {
+namespace orv::course_list_change_test {
 namespace {
 
 using Ranges = std::vector<CourseListRange>;
@@ -130,4 +130,4 @@ TEST_P(CourseListChanges, LeadWhereTheyShould) {
 INSTANTIATE_TEST_SUITE_P(Seeds, CourseListChanges, ::testing::Values(1, 2, 3, 4));
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_change_test

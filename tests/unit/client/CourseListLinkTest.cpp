@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::course_list_link_test {
 namespace {
 
 class CourseListLink : public CourseListFixture {
@@ -381,4 +381,4 @@ TEST_F(CourseListLink, ARequestWhoseIdentifierIsTakenIsMadeAgain) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_link_test

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::course_list_live_test {
 namespace {
 
 class CourseListLive : public CourseListFixture {
@@ -210,4 +210,4 @@ TEST_F(CourseListLive, ASilentServerHasNoLiveCourses) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_live_test

@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-namespace orv {
+namespace orv::course_list_local_test {
 namespace {
 
 class CourseListLocal : public CourseListFixture {
@@ -152,4 +152,4 @@ TEST_F(CourseListLocal, ACourseWithoutARecordIsNotShown) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_local_test

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::course_list_moving_test {
 namespace {
 
 using Deed = std::function<void(json::array& list)>;
@@ -231,4 +231,4 @@ TEST_F(CourseListUnrest, WhatIsNoCourseIsPassedOver) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_moving_test

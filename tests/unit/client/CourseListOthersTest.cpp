@@ -4,7 +4,7 @@
 
 #include "CourseListFixture.h"
 
-namespace orv {
+namespace orv::course_list_others_test {
 namespace {
 
 using CourseListOthers = CourseListFixture;
@@ -168,4 +168,4 @@ TEST_P(CourseListRest, TwoListsOfAListThatIsClearedAskForNothing) {
 INSTANTIATE_TEST_SUITE_P(All, CourseListRest, ::testing::Values(0, 30, 31));
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_others_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::course_list_test {
 namespace {
 
 using CourseListTest = CourseListFixture;
@@ -324,4 +324,4 @@ TEST_F(CourseListTest, TenThousandCoursesAreRefreshedInOneRequestAPage) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_test

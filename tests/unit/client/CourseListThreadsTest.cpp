@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::course_list_threads_test {
 namespace {
 
 constexpr int kThreads = 4;
@@ -119,4 +119,4 @@ TEST_F(CourseListThreads, ListsComeAndGoMeanwhile) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_threads_test

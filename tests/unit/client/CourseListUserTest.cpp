@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::course_list_user_test {
 namespace {
 
 class CourseListUser : public CourseListFixture {
@@ -314,4 +314,4 @@ TEST_F(CourseListLife, OneChangeATurn) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_list_user_test

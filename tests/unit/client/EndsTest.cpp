@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::ends_test {
 namespace {
 
 /// Every way in which a question ends.
@@ -160,4 +160,4 @@ INSTANTIATE_TEST_SUITE_P(Table, Ends,
                          nameOfRow);
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::ends_test

@@ -11,7 +11,7 @@
 #include <set>
 #include <string>
 
-namespace orv {
+namespace orv::installation_file_test {
 namespace {
 
 std::string homePath(const std::string& name) {
@@ -78,4 +78,4 @@ TEST(InstallationFile, IdentifiersDiffer) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::installation_file_test

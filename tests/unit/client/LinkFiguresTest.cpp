@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::link_figures_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -66,4 +66,4 @@ TEST_F(LinkFigureStatus, EndsTheTraceWhenItIsAskedTo) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_figures_test

@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-namespace orv {
+namespace orv::link_snapshot_test {
 namespace {
 
 using std::chrono::milliseconds;
@@ -75,4 +75,4 @@ TEST(LinkSnapshot, TellsWhereAPersonIsNeeded) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_snapshot_test

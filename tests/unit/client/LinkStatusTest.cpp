@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::link_status_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -255,4 +255,4 @@ INSTANTIATE_TEST_SUITE_P(All, LinkStatusFailures,
                          [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_status_test

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-namespace orv {
+namespace orv::link_status_try_now_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -131,4 +131,4 @@ TEST_F(Canary, AReportOfTheNetworkResetsNothing) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_status_try_now_test

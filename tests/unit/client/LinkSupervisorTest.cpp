@@ -7,7 +7,7 @@
 
 #include <optional>
 
-namespace orv {
+namespace orv::link_supervisor_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -279,4 +279,4 @@ TEST_F(Supervisor, IsGoneWithItsClient) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_supervisor_test

@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-namespace orv {
+namespace orv::link_when_up_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -69,4 +69,4 @@ TEST_F(LinkWhenUp, SaysNothingToWhoeverHasGivenUp) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_when_up_test

@@ -20,7 +20,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::local_courses_owner_test {
 namespace {
 
 constexpr int kRounds = 150;
@@ -88,4 +88,4 @@ TEST_F(LocalCoursesOwner, NoCourseLandsWithAnotherUser) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::local_courses_owner_test

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::local_courses_test {
 namespace {
 
 class LocalCoursesTest : public SessionStatusFixture {
@@ -386,4 +386,4 @@ TEST_F(LocalCoursePublishing, GoesOnWhenItIsDestroyed) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::local_courses_test

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::local_courses_threads_test {
 namespace {
 
 constexpr std::size_t kRounds = 100;
@@ -53,4 +53,4 @@ TEST(LocalCoursesThreads, TwoObjectsGiveNoNumberTwice) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::local_courses_threads_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-namespace orv {
+namespace orv::pending_coroutine_end_test {
 namespace {
 
 /// Coroutines that are destroyed before they have come to their end.
@@ -104,4 +104,4 @@ TEST_F(PendingCoroutineEnd, GivenUpWhileItRunsALoopIsGoneBeforeTheCallbackIsTold
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::pending_coroutine_end_test

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::pending_coroutine_test {
 namespace {
 
 class PendingCoroutine : public CoroutineFixture {
@@ -171,4 +171,4 @@ static_assert(AwaitsByName<Pending<>> && !AwaitsUnnamed<Pending<>>);
 static_assert(!Awaits<Pending<>, std::suspend_always>, "what does not end by itself is not awaited");
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::pending_coroutine_test

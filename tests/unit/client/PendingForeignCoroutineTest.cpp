@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-namespace orv {
+namespace orv::pending_foreign_coroutine_test {
 namespace {
 
 /// A coroutine of another kind, that a host might have.
@@ -69,4 +69,4 @@ TEST_F(PendingForeignCoroutine, ThatThrowsDoesNoHarm) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::pending_foreign_coroutine_test

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::pending_limit_test {
 namespace {
 
 /// What gives an answer up before it has come.
@@ -145,4 +145,4 @@ TEST_F(PendingLimit, IsSilentOnceTheHandleIsGone) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::pending_limit_test

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::pending_stop_test {
 namespace {
 
 using Text = Result<std::string>;
@@ -39,4 +39,4 @@ TEST(PendingStop, OnAnotherThreadMeetsTheEndWithoutHarm) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::pending_stop_test

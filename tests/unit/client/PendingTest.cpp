@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::pending_test {
 namespace {
 
 class PendingAnswer : public PendingFixture {};
@@ -261,4 +261,4 @@ TEST_F(PendingAnswer, ComplainsOnAnotherThread) {
 #endif
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::pending_test

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <type_traits>
 
-namespace orv {
+namespace orv::reply_test {
 namespace {
 
 Reply answered(std::string_view frame) {
@@ -114,4 +114,4 @@ TEST(ReplyCode, SaysWhatItMeansForTheSession) {
 static_assert(!std::is_aggregate_v<Reply>);
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::reply_test

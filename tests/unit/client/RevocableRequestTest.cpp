@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::revocable_request_test {
 namespace {
 
 /// A server that refuses everything for want of a session until it is told otherwise.
@@ -124,4 +124,4 @@ TEST_F(RefusedCourseList, LeavesNoRequestsWithTheLink) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::revocable_request_test

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::session_status_renewal_test {
 namespace {
 
 using SessionStatusRenewal = SessionStatusFixture;
@@ -146,4 +146,4 @@ TEST_F(SessionStatusRenewal, IsGoodAgainAfterARefusedOneWasRenewed) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::session_status_renewal_test

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::session_status_test {
 namespace {
 
 using SessionStatusTest = SessionStatusFixture;
@@ -245,4 +245,4 @@ TEST_F(SessionStatusTest, SaysAllInOneLineWithoutTheToken) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::session_status_test

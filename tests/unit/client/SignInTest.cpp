@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::sign_in_test {
 namespace {
 
 using SignIn = SessionStatusFixture;
@@ -298,4 +298,4 @@ TEST_F(SignIn, TheProgramMayEndWhileItIsUnderWay) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::sign_in_test

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-namespace orv {
+namespace orv::sign_in_twice_test {
 namespace {
 
 /// Two sign-ins, the second one before the first is answered.
@@ -97,4 +97,4 @@ TEST_F(SignInTwice, ALogOutOfTheFirstOneThatIsHeldDoesNotEndTheSecond) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::sign_in_twice_test

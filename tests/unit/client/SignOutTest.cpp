@@ -6,7 +6,7 @@
 #include <string>
 #include <system_error>
 
-namespace orv {
+namespace orv::sign_out_test {
 namespace {
 
 using SignOut = SessionStatusFixture;
@@ -155,4 +155,4 @@ TEST_F(SignOut, ASignInWaitsForItsEnd) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::sign_out_test

@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-namespace orv {
+namespace orv::sign_reply_test {
 namespace {
 
 using SignReply = SessionStatusFixture;
@@ -47,4 +47,4 @@ TEST_F(SignReply, OfASignOutIsWhatBecameOfTheLogOut) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::sign_reply_test

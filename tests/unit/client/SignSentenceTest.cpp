@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::sign_sentence_test {
 namespace {
 
 TEST(SignSentence, TellsHowASignInHasEnded) {
@@ -33,4 +33,4 @@ TEST(SignSentence, TellsHowASignOutHasEnded) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::sign_sentence_test

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-namespace orv {
+namespace orv::subscription_test {
 namespace {
 
 class SubscriptionFixture : public ::testing::Test {
@@ -179,4 +179,4 @@ TEST_F(SubscriptionOf, AnythingComplainsOnAnotherThread) {
 #endif
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::subscription_test

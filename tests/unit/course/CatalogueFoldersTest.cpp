@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::catalogue_folders_test {
 
 namespace {
 
@@ -290,4 +290,4 @@ TEST_F(CatalogueFolders, FolderThatCannotBeListedDoesNotEmptyTheListsOnTheDisk) 
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::catalogue_folders_test

@@ -19,7 +19,7 @@
 #include <string_view>
 #include <thread>
 
-namespace orv {
+namespace orv::catalogue_load_test {
 
 namespace {
 
@@ -148,4 +148,4 @@ TEST_F(CatalogueLoad, OperationsWaitForTheListsWithoutHoldingTheCatalogue) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::catalogue_load_test

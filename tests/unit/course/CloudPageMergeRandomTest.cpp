@@ -6,7 +6,7 @@
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::cloud_page_merge_random_test {
 namespace {
 
 using notation::behind;
@@ -150,4 +150,4 @@ TEST(CloudPageMergeRandom, FollowsTheRulesOnAPlainVector) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::cloud_page_merge_random_test

@@ -7,7 +7,7 @@
 #include <limits>
 #include <optional>
 
-namespace orv {
+namespace orv::cloud_page_merge_test {
 namespace {
 
 using notation::descending;
@@ -17,7 +17,7 @@ using notation::keys;
 using notation::page;
 
 /// A list, a cursor, and what merges did to the records.
-class CloudPageMerge : public testing::Test, protected CloudMergeEffects {
+class CloudPageMerge : public ::testing::Test, protected CloudMergeEffects {
  protected:
   void take(std::size_t item, const std::string& key, bool known) override {
     EXPECT_TRUE(list.contains(key));
@@ -329,4 +329,4 @@ TEST_F(CloudPageMerge, TakesAPageNumberBelowOneForTheFirstPlaces) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::cloud_page_merge_test

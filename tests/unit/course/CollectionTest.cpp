@@ -9,7 +9,7 @@
 #include <optional>
 #include <string_view>
 
-namespace orv {
+namespace orv::collection_test {
 
 namespace {
 
@@ -245,4 +245,4 @@ TEST_F(CollectionTest, ClearsKeysAndMemoryAndLeavesTheFiles) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::collection_test

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-namespace orv {
+namespace orv::course_key_test {
 namespace {
 
 TEST(CourseKey, IsTheRoomInDecimal) {
@@ -50,4 +50,4 @@ TEST(CourseKey, OfAnEntryWithoutADashIsTheEntry) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_key_test

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::course_manager_singleton_test {
 
 namespace {
 
@@ -176,4 +176,4 @@ TEST_F(CourseManagerSingleton, DoesNotListenForCreatedCoursesByItself) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::course_manager_singleton_test

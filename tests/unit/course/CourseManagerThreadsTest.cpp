@@ -16,7 +16,7 @@
 #include <string_view>
 #include <thread>
 
-namespace orv {
+namespace orv::course_manager_threads_test {
 
 namespace {
 
@@ -185,4 +185,4 @@ TEST(CourseManagerFirstUse, ManyThreadsAtOnceMakeOneManager) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::course_manager_threads_test

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::course_page_requests_test {
 
 namespace {
 
@@ -140,4 +140,4 @@ TEST_F(PageRequests, RangeThatNamesAPageIsAnsweredAsARangeAndLoadsThePage) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::course_page_requests_test

@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-namespace orv {
+namespace orv::course_properties_test {
 
 namespace {
 
@@ -140,4 +140,4 @@ TEST_F(CourseProperties, WhatIsSetBeforeTheListsWereReadIsNotReadOver) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::course_properties_test

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::course_push_test {
 
 namespace {
 
@@ -248,4 +248,4 @@ TEST_F(CoursePush, ManagerDoesNotListenToCreationsByItself) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::course_push_test

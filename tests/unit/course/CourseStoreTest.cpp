@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::course_store_test {
 namespace {
 
 class CourseStoreTest : public PagingFixture {
@@ -190,4 +190,4 @@ TEST_F(CourseStoreTest, ACopyIsNobodyElses) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::course_store_test

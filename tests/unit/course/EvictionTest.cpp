@@ -9,7 +9,7 @@
 #include <random>
 #include <set>
 
-namespace orv {
+namespace orv::eviction_test {
 namespace {
 
 using Keys = std::vector<std::string>;
@@ -24,7 +24,7 @@ struct Traced : OrvCourseModel {
   const std::string entry_;
 };
 
-class Eviction : public testing::Test {
+class Eviction : public ::testing::Test {
  protected:
   ~Eviction() override { courses.clear(); }
 
@@ -290,7 +290,7 @@ struct TracedLive : OrvCourseModel {
   const std::string key_;
 };
 
-class LiveEviction : public testing::Test {
+class LiveEviction : public ::testing::Test {
  protected:
   ~LiveEviction() override { courses.live.clear(); }
 
@@ -325,4 +325,4 @@ TEST_F(LiveEviction, LeavesSixtyAlone) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::eviction_test

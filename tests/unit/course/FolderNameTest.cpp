@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::folder_name_test {
 
 namespace {
 
@@ -30,4 +30,4 @@ TEST(FolderName, ControlCharactersAreEscaped) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::folder_name_test

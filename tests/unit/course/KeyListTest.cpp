@@ -9,7 +9,7 @@
 #include <random>
 #include <thread>
 
-namespace orv {
+namespace orv::key_list_test {
 namespace {
 
 using Keys = std::vector<std::string>;
@@ -221,4 +221,4 @@ TEST(KeyList, IsReadWhileItIsChanged) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::key_list_test

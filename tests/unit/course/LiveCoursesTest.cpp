@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::live_courses_test {
 
 namespace {
 
@@ -342,4 +342,4 @@ TEST_F(LiveCourses, CountsAreReadWithoutTheSemaphore) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::live_courses_test

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace orv {
+namespace orv::live_insertion_test {
 namespace {
 
 /// A course with a start time, one without, and one without a record.
@@ -95,4 +95,4 @@ TEST(LiveInsertion, PassesOverCoursesWithoutARecord) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::live_insertion_test

@@ -5,7 +5,7 @@
 #include <string>
 #include <system_error>
 
-namespace orv {
+namespace orv::live_page_effects_test {
 
 namespace {
 
@@ -218,4 +218,4 @@ TEST_F(LivePages, KeepsSixtyRecordsInMemory) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::live_page_effects_test

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <array>
 
-namespace orv {
+namespace orv::live_page_merge_random_test {
 namespace {
 
 using notation::behind;
@@ -149,4 +149,4 @@ TEST(LivePageMergeRandom, FollowsTheRulesOnPlainVectors) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::live_page_merge_random_test

@@ -9,7 +9,7 @@
 #include <optional>
 #include <set>
 
-namespace orv {
+namespace orv::live_page_merge_test {
 namespace {
 
 using notation::descending;
@@ -19,7 +19,7 @@ using notation::keys;
 using notation::page;
 
 /// Six lists, a cursor, which records are in memory, and what merges did to the records.
-class LivePageMerge : public testing::Test, protected LiveMergeEffects {
+class LivePageMerge : public ::testing::Test, protected LiveMergeEffects {
  protected:
   static constexpr std::size_t kStatus = 2;
 
@@ -236,4 +236,4 @@ TEST_F(LivePageMerge, TakesAnyPageNumber) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::live_page_merge_test

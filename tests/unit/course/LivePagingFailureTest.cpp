@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::live_paging_failure_test {
 
 namespace {
 
@@ -199,4 +199,4 @@ TEST_F(LivePagingFailure, TimeOutAfterAChangeOfTheClassroomFreesThePage) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::live_paging_failure_test

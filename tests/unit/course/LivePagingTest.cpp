@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace orv {
+namespace orv::live_paging_test {
 
 namespace {
 
@@ -252,4 +252,4 @@ TEST_F(LivePaging, PageOfARequestForARangeMeansNothing) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::live_paging_test

@@ -5,7 +5,7 @@
 #include <string>
 #include <system_error>
 
-namespace orv {
+namespace orv::local_course_deleting_test {
 
 namespace {
 
@@ -134,4 +134,4 @@ TEST_F(LocalCourseDeleting, CourseCanComeBackAfterItWasDeleted) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::local_course_deleting_test

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::local_course_faults_test {
 
 namespace {
 
@@ -268,4 +268,4 @@ TEST_F(LocalCourseFaults, DiskThatStopsInTheMiddleOfAnOperationLosesNothingThatW
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::local_course_faults_test

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace orv {
+namespace orv::local_course_files_test {
 
 namespace {
 
@@ -256,4 +256,4 @@ TEST_F(LocalCourseFiles, RecordThatSaysItIsAnotherCourseIsGivenAndNotTakenIntoMe
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::local_course_files_test

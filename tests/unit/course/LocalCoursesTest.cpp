@@ -5,7 +5,7 @@
 #include <optional>
 #include <system_error>
 
-namespace orv {
+namespace orv::local_courses_test {
 
 namespace {
 
@@ -277,4 +277,4 @@ TEST_F(LocalCourses, OnlyCoursesInMemoryAreContained) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::local_courses_test

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::lost_page_test {
 
 namespace {
 
@@ -135,4 +135,4 @@ TEST_F(LostPage, IsNoneThatTimesOutOrIsAnswered) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::lost_page_test

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace orv {
+namespace orv::many_requests_test {
 
 namespace {
 
@@ -60,4 +60,4 @@ TEST_F(ManyRequests, AreNotCopiedForEachOther) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::many_requests_test

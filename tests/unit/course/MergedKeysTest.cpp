@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::merged_keys_test {
 namespace {
 
 using Keys = std::vector<std::string>;
@@ -53,4 +53,4 @@ TEST(MergedKeys, EachKeyFollowsTheOneThatHasChangedIt) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::merged_keys_test

@@ -12,12 +12,12 @@
 #include <set>
 #include <thread>
 
-namespace orv {
+namespace orv::orv_course_model_files_test {
 namespace {
 
 using test::home;
 
-class OrvCourseModelFiles : public testing::Test {
+class OrvCourseModelFiles : public ::testing::Test {
  protected:
   OrvCourseModelFiles() {
     course.classroomID = 12;
@@ -106,4 +106,4 @@ TEST_F(OrvCourseModelFiles, OfTwoCoursesDoNotTouchEachOther) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::orv_course_model_files_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-namespace orv {
+namespace orv::orv_course_model_paths_test {
 namespace {
 
 using testing::FileOperation;
@@ -163,4 +163,4 @@ TEST_F(OrvCourseModelPaths, Mp4PathIsAbsentWhereTheFolderCannotBeListed) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::orv_course_model_paths_test

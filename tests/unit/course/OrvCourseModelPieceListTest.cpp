@@ -9,7 +9,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace orv {
+namespace orv::orv_course_model_piece_list_test {
 namespace {
 
 using testing::Crash;
@@ -164,4 +164,4 @@ TEST_F(OrvCourseModelPieceList, ARecordChangesItsFolderWithItsNumbers) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::orv_course_model_piece_list_test

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::orv_course_model_piece_names_test {
 namespace {
 
 using testing::FileOperation;
@@ -156,4 +156,4 @@ TEST_F(OrvCourseModelPieceNames, TwoThatReadTheSameCountMakeTheSameName) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::orv_course_model_piece_names_test

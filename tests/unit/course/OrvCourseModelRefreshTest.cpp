@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::orv_course_model_refresh_test {
 namespace {
 
 constexpr auto kCommand = "Course.Get.Info";
@@ -360,4 +360,4 @@ TEST_F(OrvCourseModelRefresh, WaitsForASessionWhenTheServerWantsOne) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::orv_course_model_refresh_test

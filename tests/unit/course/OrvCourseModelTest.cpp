@@ -11,9 +11,8 @@
 #include <string>
 #include <string_view>
 
+namespace orv::orv_course_model_test {
 namespace {
-
-using namespace orv;
 
 constexpr std::string_view kFieldNames =
     "orv_local orv_intro orv_createInfo orv_cloudRoomID orv_vectorDuration videoType seriesType status title "
@@ -256,3 +255,4 @@ TEST(OrvCourseModel, MergesAPartialReply) {
 }
 
 }  // namespace
+}  // namespace orv::orv_course_model_test

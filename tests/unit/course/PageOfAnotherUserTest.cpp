@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-namespace orv {
+namespace orv::page_of_another_user_test {
 
 namespace {
 
@@ -171,4 +171,4 @@ TEST_F(PageOfAnotherUser, WaitsForASessionAndIsNotMergedIntoTheNextCatalogue) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::page_of_another_user_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::page_repeats_test {
 namespace {
 
 TEST(PageRepeats, WaitsTwiceAsLongEachTimeUpToThirtySeconds) {
@@ -75,4 +75,4 @@ TEST(PageView, IsOfThePageAndOneCourseAroundIt) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::page_repeats_test

@@ -5,7 +5,7 @@
 #include <limits>
 #include <optional>
 
-namespace orv {
+namespace orv::page_request_test {
 namespace {
 
 constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
@@ -222,4 +222,4 @@ TEST(LivePageRequest, IsForStatusOneToThree) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::page_request_test

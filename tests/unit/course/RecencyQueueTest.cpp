@@ -10,7 +10,7 @@
 #include <random>
 #include <thread>
 
-namespace orv {
+namespace orv::recency_queue_test {
 namespace {
 
 using Keys = std::vector<std::string>;
@@ -153,4 +153,4 @@ TEST(RecencyQueue, IsReadWhileItIsChanged) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::recency_queue_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::record_cache_test {
 
 namespace {
 
@@ -119,4 +119,4 @@ TEST(RecordCache, RecordsEndWhenNothingIsLocked) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::record_cache_test

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace orv {
+namespace orv::record_files_test {
 
 namespace {
 
@@ -225,4 +225,4 @@ TEST_F(RecordFilesTest, AnotherListFileIsNotSetAsideForTheOld) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::record_files_test

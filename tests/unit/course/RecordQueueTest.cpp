@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::record_queue_test {
 
 namespace {
 
@@ -234,4 +234,4 @@ TEST_F(RecordQueue, DeletingARecordedCourseForgetsTheLocalRecordOfItsNumber) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::record_queue_test

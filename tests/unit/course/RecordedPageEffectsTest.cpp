@@ -5,7 +5,7 @@
 #include <string>
 #include <system_error>
 
-namespace orv {
+namespace orv::recorded_page_effects_test {
 
 namespace {
 
@@ -299,4 +299,4 @@ TEST_F(RecordedPages, LoadedCoursesThatAreNotServedWaitAtTheEndOfTheQueue) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::recorded_page_effects_test

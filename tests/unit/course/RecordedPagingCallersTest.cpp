@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace orv {
+namespace orv::recorded_paging_callers_test {
 
 namespace {
 
@@ -165,4 +165,4 @@ TEST_F(RecordedPagingCallers, LookAtTheLastPageServesEverybody) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::recorded_paging_callers_test

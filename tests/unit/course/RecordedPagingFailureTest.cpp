@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::recorded_paging_failure_test {
 
 namespace {
 
@@ -292,4 +292,4 @@ TEST_F(RecordedPagingFailure, PageThatIsHeldForASessionWaitsForIt) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::recorded_paging_failure_test

@@ -3,7 +3,7 @@
 #include <limits>
 #include <optional>
 
-namespace orv {
+namespace orv::recorded_paging_test {
 
 namespace {
 
@@ -225,4 +225,4 @@ TEST_F(RecordedPaging, CursorGoesOnWithALaterPage) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::recorded_paging_test

@@ -10,7 +10,7 @@
 #include <system_error>
 #include <vector>
 
-namespace orv {
+namespace orv::reload_test {
 
 namespace {
 
@@ -339,4 +339,4 @@ TEST_F(Reload, IsDoneOncePerRegistrationOfTheManager) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::reload_test

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::repeated_page_test {
 
 namespace {
 
@@ -119,4 +119,4 @@ TEST_F(RepeatedPage, IsForgottenWithItsCatalogue) {
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::repeated_page_test

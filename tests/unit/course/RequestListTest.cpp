@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-namespace orv {
+namespace orv::request_list_test {
 namespace {
 
 using Starts = std::vector<std::uint64_t>;
@@ -92,4 +92,4 @@ TEST(RequestList, RunsNothingOfTheHostsWhileItIsLocked) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::request_list_test

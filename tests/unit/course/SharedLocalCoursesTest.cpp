@@ -10,7 +10,7 @@
 #include <string>
 #include <system_error>
 
-namespace orv {
+namespace orv::shared_local_courses_test {
 namespace {
 
 using testing::FileOperation;
@@ -127,4 +127,4 @@ TEST_F(SharedLocalCourses, AListThatIsGoneOrDamagedTakesNothingAway) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::shared_local_courses_test

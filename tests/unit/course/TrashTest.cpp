@@ -10,7 +10,7 @@
 #include <system_error>
 #include <vector>
 
-namespace orv {
+namespace orv::trash_test {
 namespace {
 
 using testing::FileOperation;
@@ -108,4 +108,4 @@ TEST(TemporaryName, IsKnownAgain) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::trash_test

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::update_course_test {
 
 namespace {
 
@@ -237,4 +237,4 @@ TEST_F(UpdateCourse, DeletingARecordedCourseForgetsTheLocalRecordOfTheSameRoom) 
 
 }  // namespace
 
-}  // namespace orv
+}  // namespace orv::update_course_test

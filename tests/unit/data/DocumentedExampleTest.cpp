@@ -79,7 +79,7 @@ const orv::RecordTable& Lesson::fields() const {
 
 }  // namespace mine
 
-namespace orv {
+namespace orv::documented_example_test {
 namespace {
 
 TEST(RecordExample, IsFilledWrittenAndCompared) {
@@ -238,4 +238,4 @@ TEST(TextExample, ComparesJoinsAndCuts) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::documented_example_test

@@ -9,7 +9,7 @@
 #include <limits>
 #include <set>
 
-namespace orv {
+namespace orv::json_equality_test {
 namespace {
 
 constexpr std::int64_t kMostSigned = std::numeric_limits<std::int64_t>::max();
@@ -148,4 +148,4 @@ TEST(JsonEquality, SpreadsHashesAndSharesThemAmongEqualValues) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::json_equality_test

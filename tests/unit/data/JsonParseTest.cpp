@@ -6,9 +6,8 @@
 #include <cmath>
 #include <thread>
 
+namespace orv::json_parse_test {
 namespace {
-
-using namespace orv;
 
 std::string nested(std::size_t levels, const std::string& inside = "") {
   return std::string(levels, '[') + inside + std::string(levels, ']');
@@ -264,3 +263,4 @@ TEST(JsonReader, ReadsOnManyThreadsAtOnce) {
 }
 
 }  // namespace
+}  // namespace orv::json_parse_test

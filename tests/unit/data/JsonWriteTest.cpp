@@ -8,9 +8,8 @@
 #include <limits>
 #include <random>
 
+namespace orv::json_write_test {
 namespace {
-
-using namespace orv;
 
 std::string pretty(const json::value& value) {
   const Result<std::string> result = writeJsonPretty(value);
@@ -210,3 +209,4 @@ TEST(JsonWriter, WhatItWritesReadsBackAsTheSameValue) {
 }
 
 }  // namespace
+}  // namespace orv::json_write_test

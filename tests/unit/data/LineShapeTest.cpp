@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::line_shape_test {
 namespace {
 
 constexpr std::string_view kStamp = "0000/00/00 ";
@@ -33,4 +33,4 @@ TEST(LineShape, MessagesKeepTheirLineFeedsUnlessALineOfAnotherWouldBegin) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::line_shape_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::locale_name_test {
 namespace {
 
 TEST(LocaleName, IsPlainWithoutCharacterSet) {
@@ -55,4 +55,4 @@ TEST(LocaleName, KeepsSettings) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::locale_name_test

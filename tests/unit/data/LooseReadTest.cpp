@@ -7,9 +7,8 @@
 #include <cstdlib>
 #include <limits>
 
+namespace orv::loose_read_test {
 namespace {
-
-using namespace orv;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -134,7 +133,7 @@ TEST(LooseRead, ReadsNumbersAndBooleans) {
       {false, 0, 0, 0, false},
   };
   for (const Row& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.value);
+    SCOPED_TRACE(::testing::Message() << row.value);
     EXPECT_EQ(looseInt32(&row.value), row.int32);
     EXPECT_EQ(looseInt64(&row.value), row.int64);
     EXPECT_EQ(looseDouble(&row.value), row.real);
@@ -240,3 +239,4 @@ TEST(LooseRead, DoesNotDependOnTheLocale) {
 }
 
 }  // namespace
+}  // namespace orv::loose_read_test

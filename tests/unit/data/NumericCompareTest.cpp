@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::numeric_compare_test {
 namespace {
 
 using std::string_view_literals::operator""sv;
@@ -57,4 +57,4 @@ TEST(NumericCompare, ComparesEverythingElseLiterally) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::numeric_compare_test

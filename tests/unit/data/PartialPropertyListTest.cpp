@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::partial_property_list_test {
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -141,4 +141,4 @@ TEST(PartialPropertyList, HoldsOfAnyValueAllThatCanBeHeld) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::partial_property_list_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::path_text_test {
 namespace {
 
 struct Case {
@@ -40,4 +40,4 @@ TEST(PathText, AppendsAComponentWithOneSlashBetween) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::path_text_test

@@ -5,7 +5,7 @@
 
 #include <numeric>
 
-namespace orv {
+namespace orv::property_list_binary_test {
 namespace {
 
 using namespace std::string_literals;
@@ -193,4 +193,4 @@ TEST(PropertyListBinary, SurvivesEveryPrefixAndEveryByteThatIsChanged) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::property_list_binary_test

@@ -14,7 +14,7 @@
 #include <limits>
 #include <sstream>
 
-namespace orv {
+namespace orv::property_list_peer_test {
 namespace {
 
 std::filesystem::path freshFolder() {
@@ -103,4 +103,4 @@ TEST(PropertyListPeer, WritesWhatWeRead) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::property_list_peer_test

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-namespace orv {
+namespace orv::property_list_test {
 namespace {
 
 constexpr const char* kHead =
@@ -264,4 +264,4 @@ TEST(PropertyList, SaysWhereATextIsNotXml) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::property_list_test

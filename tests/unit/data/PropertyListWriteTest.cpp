@@ -14,7 +14,7 @@
 #include <limits>
 #include <random>
 
-namespace orv {
+namespace orv::property_list_write_test {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -221,4 +221,4 @@ TEST(PropertyListWrite, TakesNoNoticeOfTheLocaleOfTheHost) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::property_list_write_test

@@ -10,9 +10,9 @@
 #include <thread>
 #include <vector>
 
+namespace orv::property_test {
 namespace {
 
-using namespace orv;
 using orv::test::InnerRecord;
 using orv::test::SampleRecord;
 
@@ -223,3 +223,4 @@ TEST(Property, IsSafeWhileThreadsCompareCopyArchiveAndReplace) {
 }
 
 }  // namespace
+}  // namespace orv::property_test

@@ -6,9 +6,9 @@
 
 #include <cmath>
 
+namespace orv::record_archive_test {
 namespace {
 
-using namespace orv;
 using orv::test::ClosedRecord;
 using orv::test::SampleRecord;
 using orv::test::sampleValues;
@@ -136,3 +136,4 @@ TEST(KeyedArchive, KeepsTheLastValueOfAKey) {
 }
 
 }  // namespace
+}  // namespace orv::record_archive_test

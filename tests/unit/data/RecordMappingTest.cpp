@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
+namespace orv::record_mapping_test {
 namespace {
 
-using namespace orv;
 using orv::test::ClosedRecord;
 using orv::test::InnerRecord;
 using orv::test::SampleRecord;
@@ -328,3 +328,4 @@ TEST(RecordMapping, MakesARecordOfADictionaryOnly) {
 }
 
 }  // namespace
+}  // namespace orv::record_mapping_test

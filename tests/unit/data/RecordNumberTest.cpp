@@ -8,9 +8,9 @@
 #include <limits>
 #include <vector>
 
+namespace orv::record_number_test {
 namespace {
 
-using namespace orv;
 using namespace std::string_view_literals;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -301,3 +301,4 @@ TEST(RecordNumber, FlagFieldsAreTrueForAnythingButZero) {
 }
 
 }  // namespace
+}  // namespace orv::record_number_test

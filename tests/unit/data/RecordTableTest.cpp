@@ -8,9 +8,8 @@
 #include <string_view>
 #include <vector>
 
+namespace orv::record_table_test {
 namespace {
-
-using namespace orv;
 
 const RecordTable& emptyTable() {
   static const RecordTable table({});
@@ -59,3 +58,4 @@ TEST(RecordTable, RefusesMoreFieldsThanItHasRoomFor) {
 }
 
 }  // namespace
+}  // namespace orv::record_table_test

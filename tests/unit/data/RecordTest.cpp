@@ -11,9 +11,9 @@
 #include <optional>
 #include <vector>
 
+namespace orv::record_test {
 namespace {
 
-using namespace orv;
 using orv::test::ClosedRecord;
 using orv::test::InnerRecord;
 using orv::test::SampleRecord;
@@ -267,3 +267,4 @@ TEST(Record, StoresInACopyWhatTheOriginalReads) {
 }
 
 }  // namespace
+}  // namespace orv::record_test

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace orv {
+namespace orv::result_test {
 namespace {
 
 Error wrong() {
@@ -101,4 +101,4 @@ TEST(Result, EndsTheProgramWhenTheValueOfAFailureIsTakenForGranted) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::result_test

@@ -4,7 +4,7 @@
 #include <boost/json/serialize.hpp>
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::secrets_test {
 namespace {
 
 std::string hiddenJson(std::string_view text) {
@@ -150,4 +150,4 @@ TEST(Secrets, HaveNames) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::secrets_test

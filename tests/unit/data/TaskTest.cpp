@@ -5,7 +5,7 @@
 #include <array>
 #include <memory>
 
-namespace orv {
+namespace orv::task_test {
 namespace {
 
 TEST(Task, IsEmptyUntilItIsGivenWork) {
@@ -55,4 +55,4 @@ TEST(Task, DestroysItsClosureOnceWhereverItLies) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::task_test

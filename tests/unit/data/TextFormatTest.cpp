@@ -17,9 +17,8 @@ std::string describe(const Pupil& pupil) {
 
 }  // namespace school
 
+namespace orv::text_format_test {
 namespace {
-
-using namespace orv;
 
 // What a format accepts is decided when it is compiled, so these are checked there too.
 template <char conversion, typename T>
@@ -212,3 +211,4 @@ TEST(TextFormat, LeavesOutWhatIsNestedVeryDeep) {
 }
 
 }  // namespace
+}  // namespace orv::text_format_test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::text_order_test {
 namespace {
 
 TEST(TextOrder, FollowsUtf16CodeUnits) {
@@ -26,4 +26,4 @@ TEST(TextOrder, LooksAtTheFirstCharacterThatDiffers) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::text_order_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::url_test {
 namespace {
 
 TEST(Url, HasTheseParts) {
@@ -75,4 +75,4 @@ TEST(HostAndPortText, IsAbsentForAnythingElse) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::url_test

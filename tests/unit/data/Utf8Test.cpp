@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace orv {
+namespace orv::utf8_test {
 namespace {
 
 std::string textOf(char32_t code) {
@@ -77,4 +77,4 @@ TEST(Utf8, DropsTheCharacterThatACutWentThrough) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::utf8_test

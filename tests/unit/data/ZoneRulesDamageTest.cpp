@@ -12,7 +12,7 @@
 #include <limits>
 #include <random>
 
-namespace orv {
+namespace orv::zone_rules_damage_test {
 namespace {
 
 using test::ZoneFileBytes;
@@ -155,4 +155,4 @@ TEST(ZoneRulesDamage, RandomDamageIsNoticedOrHarmless) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::zone_rules_damage_test

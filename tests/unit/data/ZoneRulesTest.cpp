@@ -6,7 +6,7 @@
 
 #include <limits>
 
-namespace orv {
+namespace orv::zone_rules_test {
 namespace {
 
 using test::ZoneFileBytes;
@@ -36,8 +36,8 @@ ZoneRules filed(const ZoneFileBytes& file) {
 testing::AssertionResult changesTo(const ZoneRules& rules, std::int64_t moment, double hours) {
   const double before = rules.at(moment - 1).seconds / 3600.0;
   const double after = rules.at(moment).seconds / 3600.0;
-  if (before != after && after == hours) return testing::AssertionSuccess();
-  return testing::AssertionFailure() << before << " before, " << after << " from then on";
+  if (before != after && after == hours) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << before << " before, " << after << " from then on";
 }
 
 TEST(ZoneRules, AreThoseOfUtcToBeginWith) {
@@ -318,4 +318,4 @@ TEST(ZoneRules, ChangesThatFollowEachOtherCloselyAreAllThere) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::zone_rules_test

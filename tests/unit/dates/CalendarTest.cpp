@@ -8,7 +8,7 @@
 #include <cmath>
 #include <limits>
 
-namespace orv {
+namespace orv::calendar_test {
 namespace {
 
 using Kind = Calendar::Kind;
@@ -224,4 +224,4 @@ TEST(Calendar, KeepsABoundedNumberOfEngines) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::calendar_test

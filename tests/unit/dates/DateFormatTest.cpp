@@ -8,7 +8,7 @@
 
 #include <chrono>
 
-namespace orv {
+namespace orv::date_format_test {
 namespace {
 
 constexpr std::string_view kFull = "yyyy-MM-dd HH:mm:ss";
@@ -286,4 +286,4 @@ TEST(DateFormat, KeepsABoundedNumberOfEngines) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::date_format_test

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::lease_pool_test {
 namespace {
 
 using Pool = LeasePool<std::string, int>;
@@ -73,4 +73,4 @@ TEST(LeasePool, NeverLendsOneObjectToTwoThreads) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::lease_pool_test

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace orv {
+namespace orv::local_time_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -144,4 +144,4 @@ TEST(LocalTime, WeekBasedYearDiffersOnlyAroundNewYearWhateverTheHabits) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::local_time_test

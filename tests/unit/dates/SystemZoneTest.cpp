@@ -15,7 +15,7 @@
 #include <random>
 #include <string_view>
 
-namespace orv {
+namespace orv::system_zone_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -79,7 +79,7 @@ void checkAllRoads(std::time_t moment) {
   ASSERT_EQ(DateFormat::withPattern(kPattern).format(seconds), expected) << moment;
 }
 
-class SystemZone : public testing::TestWithParam<const char*> {};
+class SystemZone : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(SystemZone, LocalTimesAreThoseOfTheCLibrary) {
   setenv("TZ", GetParam(), 1);
@@ -95,16 +95,16 @@ TEST_P(SystemZone, LocalTimesAreThoseOfTheCLibrary) {
 
 INSTANTIATE_TEST_SUITE_P(
     Variable, SystemZone,
-    testing::Values("Asia/Shanghai", "America/New_York", "Europe/Dublin", "Africa/Casablanca",
-                    "Australia/Lord_Howe",
-                    // Those whose rules changed after ICU's were made, and one that it does not know.
-                    "America/Mexico_City", "Africa/Cairo", "Asia/Almaty", "America/Asuncion",
-                    "America/Ciudad_Juarez", "posix/America/Mexico_City", ":Africa/Cairo",
-                    "/usr/share/zoneinfo/Asia/Almaty", ":/usr/share/zoneinfo/posix/America/Asuncion",
-                    "EST5EDT", "GMT+8", "CST-8", "<+0330>-3:30", "EST5EDT4,M3.2.0,M11.1.0",
-                    "XYZ-9ZYX-10,M3.2.0,M11.1.0", "AAA0BBB,J60/0,J300/0", "AAA0BBB,59,300",
-                    "AEST-10AEDT,M10.1.0,M4.1.0/3", "<-02>2<-01>,M3.5.0/-1,M10.5.0/0",
-                    "IST-1GMT0,M10.5.0,M3.5.0/1", "", ":", "No/Where", "Asia", "/nowhere"),
+    ::testing::Values("Asia/Shanghai", "America/New_York", "Europe/Dublin", "Africa/Casablanca",
+                      "Australia/Lord_Howe",
+                      // Those whose rules changed after ICU's were made, and one that it does not know.
+                      "America/Mexico_City", "Africa/Cairo", "Asia/Almaty", "America/Asuncion",
+                      "America/Ciudad_Juarez", "posix/America/Mexico_City", ":Africa/Cairo",
+                      "/usr/share/zoneinfo/Asia/Almaty", ":/usr/share/zoneinfo/posix/America/Asuncion",
+                      "EST5EDT", "GMT+8", "CST-8", "<+0330>-3:30", "EST5EDT4,M3.2.0,M11.1.0",
+                      "XYZ-9ZYX-10,M3.2.0,M11.1.0", "AAA0BBB,J60/0,J300/0", "AAA0BBB,59,300",
+                      "AEST-10AEDT,M10.1.0,M4.1.0/3", "<-02>2<-01>,M3.5.0/-1,M10.5.0/0",
+                      "IST-1GMT0,M10.5.0,M3.5.0/1", "", ":", "No/Where", "Asia", "/nowhere"),
     [](const auto& variable) {
       std::string name = "N" + std::to_string(variable.index);
       for (const char c : std::string_view(variable.param)) {
@@ -142,4 +142,4 @@ TEST(SystemZoneFile, ADamagedOneIsUtcEverywhere) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::system_zone_test

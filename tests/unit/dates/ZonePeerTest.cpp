@@ -11,7 +11,7 @@
 
 #include <chrono>
 
-namespace orv {
+namespace orv::zone_peer_test {
 namespace {
 
 using test::ZonePeerCase;
@@ -105,4 +105,4 @@ TEST(ZonePeer, AgreesInEveryZoneAtEveryChangeOfTheClocksAndAtRandomMoments) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::zone_peer_test

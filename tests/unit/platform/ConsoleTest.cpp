@@ -13,9 +13,8 @@
 #include <thread>
 #include <vector>
 
+namespace orv::console_test {
 namespace {
-
-using namespace orv;
 
 std::vector<std::string> split(const std::string& text) {
   std::vector<std::string> lines;
@@ -280,3 +279,4 @@ TEST(Console, DiscardsLinesWhenStandardErrorIsClosed) {
 }
 
 }  // namespace
+}  // namespace orv::console_test

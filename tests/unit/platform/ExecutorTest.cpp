@@ -9,11 +9,10 @@
 #include <string_view>
 #include <vector>
 
+namespace orv::executor_test {
 namespace {
 
-using namespace orv;
-
-class RunGuarded : public testing::Test {
+class RunGuarded : public ::testing::Test {
  protected:
   void SetUp() override {
     Console::setSink([this](std::string_view line) { lines_.emplace_back(line); });
@@ -51,3 +50,4 @@ TEST_F(RunGuarded, RunsTasksThatOwnWhatTheyNeed) {
 }
 
 }  // namespace
+}  // namespace orv::executor_test

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::home_folder_test {
 namespace {
 
 void expectFoldersIn(const std::string& home) {
@@ -59,4 +59,4 @@ TEST(HomeFolder, CountsOnTheSimulatedPlatformToo) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::home_folder_test

@@ -6,7 +6,7 @@
 
 #include <system_error>
 
-namespace orv {
+namespace orv::main_bundle_test {
 namespace {
 
 class MainBundleTest : public ::testing::Test {
@@ -72,4 +72,4 @@ TEST_F(MainBundleTest, TakesNoValueThatIsNeitherTextNorANumber) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::main_bundle_test

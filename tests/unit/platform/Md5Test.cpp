@@ -11,9 +11,8 @@
 #include <thread>
 #include <vector>
 
+namespace orv::md5_test {
 namespace {
-
-using namespace orv;
 
 TEST(Md5, GivesTheDigestsOfTheAlgorithmsDefinition) {
   EXPECT_EQ(md5Hex(""), "d41d8cd98f00b204e9800998ecf8427e");
@@ -68,3 +67,4 @@ TEST(Md5, WorksWhereTheSystemAllowsApprovedAlgorithmsOnly) {
 }
 
 }  // namespace
+}  // namespace orv::md5_test

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::notification_center_test {
 namespace {
 
 TEST(NotificationCenter, CallsObserversOfTheNameInTheOrderOfTheirRegistration) {
@@ -170,4 +170,4 @@ TEST(NotificationCenter, FiresNothingAfterRemovalUnderContention) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::notification_center_test

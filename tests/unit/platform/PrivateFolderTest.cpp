@@ -5,7 +5,7 @@
 
 #include <system_error>
 
-namespace orv {
+namespace orv::private_folder_test {
 namespace {
 
 using testing::FileOperation;
@@ -65,4 +65,4 @@ TEST_F(PrivateFolderTest, NothingDeeperIsMadeWhenALevelCannotBe) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::private_folder_test

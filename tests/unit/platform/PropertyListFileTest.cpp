@@ -14,7 +14,7 @@
 #include <map>
 #include <system_error>
 
-namespace orv {
+namespace orv::property_list_file_test {
 namespace {
 
 using testing::Crash;
@@ -245,4 +245,4 @@ TEST(PropertyListFileOnDisk, IsWrittenReadAndSetAside) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::property_list_file_test

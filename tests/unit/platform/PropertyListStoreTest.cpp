@@ -9,7 +9,7 @@
 #include <map>
 #include <system_error>
 
-namespace orv {
+namespace orv::property_list_store_test {
 namespace {
 
 using testing::Crash;
@@ -245,4 +245,4 @@ TEST_F(PropertyListStoreTest, LosesNothingWhicheverCallFails) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::property_list_store_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::proxy_choice_test {
 namespace {
 
 constexpr const char* kSecure = "wss://class.example.org/link";
@@ -144,4 +144,4 @@ TEST(ProxyChoice, ReadsTheVariablesOfTheProcess) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::proxy_choice_test

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::proxy_settings_test {
 namespace {
 
 const std::string kPassword = "sEcr3t";
@@ -98,4 +98,4 @@ TEST(ProxySettings, WhatIsShownIsReadTheSame) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::proxy_settings_test

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::semaphore_test {
 namespace {
 
 TEST(Semaphore, CanBeTakenAsOftenAsItsValueSays) {
@@ -95,4 +95,4 @@ TEST(Semaphore, IsGivenBackByAHold) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::semaphore_test

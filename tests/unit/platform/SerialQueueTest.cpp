@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::serial_queue_test {
 namespace {
 
 /// An executor that the test steps by hand.
@@ -125,4 +125,4 @@ TEST(SerialQueue, CountsWaitingAndRunningTasks) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::serial_queue_test

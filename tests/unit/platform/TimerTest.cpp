@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-namespace orv {
+namespace orv::timer_test {
 namespace {
 
 using testing::SimulatedPlatform;
@@ -159,4 +159,4 @@ TEST_F(TimerTest, LetsGoOfWhatItsActionHolds) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::timer_test

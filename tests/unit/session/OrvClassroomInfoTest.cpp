@@ -11,9 +11,8 @@
 #include <string>
 #include <string_view>
 
+namespace orv::orv_classroom_info_test {
 namespace {
-
-using namespace orv;
 
 const std::set<std::string_view> kFlags = {"anybodyCreatable", "demo", "isCorp", "liveEnable", "current"};
 const std::set<std::string_view> kIntegers = {"balanceTopup", "expirydate", "expirydateDuration",
@@ -137,3 +136,4 @@ TEST(OrvClassroomInfo, IsNotArchived) {
 }
 
 }  // namespace
+}  // namespace orv::orv_classroom_info_test

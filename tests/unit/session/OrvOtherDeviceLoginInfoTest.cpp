@@ -3,9 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace orv::orv_other_device_login_info_test {
 namespace {
-
-using namespace orv;
 
 std::shared_ptr<OrvOtherDeviceLoginInfo> device(bool isLogin, bool liveStatus) {
   return makeRecord<OrvOtherDeviceLoginInfo>(json::object{{"isLogin", isLogin}, {"liveStatus", liveStatus}});
@@ -53,3 +52,4 @@ TEST(OrvOtherDeviceLoginInfo, IsCopiedAndArchived) {
 }
 
 }  // namespace
+}  // namespace orv::orv_other_device_login_info_test

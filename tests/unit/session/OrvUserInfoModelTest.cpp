@@ -9,9 +9,8 @@
 #include <optional>
 #include <string>
 
+namespace orv::orv_user_info_model_test {
 namespace {
-
-using namespace orv;
 
 /// What the server sends of a user, save the classroom, which is equal to nothing but itself.
 json::object userValues() {
@@ -244,3 +243,4 @@ TEST(OrvUserInfoModel, HasTheTextFormOfItsJsonForm) {
 }
 
 }  // namespace
+}  // namespace orv::orv_user_info_model_test

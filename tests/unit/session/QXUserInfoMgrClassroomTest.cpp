@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::qx_user_info_mgr_classroom_test {
 namespace {
 
 class QXUserInfoMgrClassroom : public SessionFixture {
@@ -210,4 +210,4 @@ TEST_F(QXUserInfoMgrClassroom, AnObserverMayStoreTheUserFromInside) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_user_info_mgr_classroom_test

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::qx_user_info_mgr_renewal_test {
 namespace {
 
 class QXUserInfoMgrRenewal : public SessionFixture {
@@ -89,4 +89,4 @@ TEST_F(QXUserInfoMgrRenewal, IsNotToldAnyMoreWithoutTheToken) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_user_info_mgr_renewal_test

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::qx_user_info_mgr_session_reply_test {
 namespace {
 
 class QXUserInfoMgrSessionReply : public SessionFixture {
@@ -284,4 +284,4 @@ TEST_F(QXUserInfoMgrSessionReply, SurvivesAnyShapeOfReply) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_user_info_mgr_session_reply_test

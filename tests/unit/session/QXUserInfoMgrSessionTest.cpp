@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::qx_user_info_mgr_session_test {
 namespace {
 
 class QXUserInfoMgrSession : public SessionFixture {
@@ -303,4 +303,4 @@ TEST_F(QXUserInfoMgrSession, SendsHeldRequestsAgainAfterTheRefresh) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_user_info_mgr_session_test

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace orv {
+namespace orv::qx_user_info_mgr_start_test {
 namespace {
 
 class QXUserInfoMgrStart : public SessionFixture {
@@ -298,4 +298,4 @@ TEST_F(QXUserInfoMgrStart, AnInstanceThatWasConstructedByHandIsNotConstructedAga
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_user_info_mgr_start_test

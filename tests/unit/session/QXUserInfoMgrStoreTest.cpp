@@ -13,7 +13,7 @@
 #include <system_error>
 #include <vector>
 
-namespace orv {
+namespace orv::qx_user_info_mgr_store_test {
 namespace {
 
 class QXUserInfoMgrStore : public SessionFixture {};
@@ -383,4 +383,4 @@ TEST_F(QXUserInfoMgrStore, MayBeUsedAgainByTheConsolesSinkWhileItWrites) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_user_info_mgr_store_test

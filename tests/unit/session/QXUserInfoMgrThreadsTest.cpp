@@ -15,7 +15,7 @@
 #include <system_error>
 #include <thread>
 
-namespace orv {
+namespace orv::qx_user_info_mgr_threads_test {
 namespace {
 
 constexpr int kRounds = 60;
@@ -114,4 +114,4 @@ TEST_F(QXUserInfoMgrThreads, TheFirstUseOnManyThreadsYieldsTheLoadedInstanceToAl
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_user_info_mgr_threads_test

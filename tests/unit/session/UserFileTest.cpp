@@ -7,7 +7,7 @@
 
 #include <system_error>
 
-namespace orv {
+namespace orv::user_file_test {
 namespace {
 
 class UserFileTest : public ::testing::Test {
@@ -114,4 +114,4 @@ TEST_F(UserFileTest, MovesAFolderAwayThatWasInItsPlaceWhenItWasRead) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::user_file_test

@@ -6,9 +6,8 @@
 #include <optional>
 #include <string_view>
 
+namespace orv::wx_user_info_model_test {
 namespace {
-
-using namespace orv;
 
 constexpr std::string_view kProfile =
     R"({"openid":"o6_bmj","city":"Hangzhou","country":"CN","nickname":"Lin","privilege":["a",{"b":null},7],)"
@@ -56,3 +55,4 @@ TEST(WXUserInfoModel, IsEqualToNothingButItselfAndNotArchived) {
 }
 
 }  // namespace
+}  // namespace orv::wx_user_info_model_test

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::log_line_queue_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -122,4 +122,4 @@ TEST(LogLineQueue, KeepsEachThreadsOrderWhileLinesAreTaken) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::log_line_queue_test

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::log_stamp_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -15,7 +15,7 @@ constexpr WallTime at(std::chrono::nanoseconds sinceEpoch) {
   return WallTime(sinceEpoch);
 }
 
-class LogStampTest : public testing::Test {
+class LogStampTest : public ::testing::Test {
  protected:
   test::FilesTestPlatform& platform = test::FilesTestPlatform::install();
   LogStamp stamp;
@@ -71,4 +71,4 @@ TEST_F(LogStampTest, ANameOfAFileHasTheCalendarsYear) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::log_stamp_test

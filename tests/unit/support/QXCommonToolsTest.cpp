@@ -2,9 +2,8 @@
 
 #include <gtest/gtest.h>
 
+namespace orv::qx_common_tools_test {
 namespace {
-
-using namespace orv;
 
 TEST(QXCommonTools, HashesTextAsThirtyTwoLowerCaseDigits) {
   EXPECT_EQ(QXCommonTools::md5HexDigest(""), "d41d8cd98f00b204e9800998ecf8427e");
@@ -65,3 +64,4 @@ TEST(QXCommonTools, FormatsEverythingElseAsItself) {
 }
 
 }  // namespace
+}  // namespace orv::qx_common_tools_test

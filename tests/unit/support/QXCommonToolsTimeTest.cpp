@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+namespace orv::qx_common_tools_time_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 
 std::int64_t utc(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
@@ -186,3 +186,4 @@ TEST(QXCommonToolsJson, TellsTheConsoleWhatCannotBeWritten) {
 }
 
 }  // namespace
+}  // namespace orv::qx_common_tools_time_test

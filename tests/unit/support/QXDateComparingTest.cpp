@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+namespace orv::qx_date_comparing_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 using orv::test::local;
 using orv::test::utc;
@@ -194,3 +194,4 @@ TEST(QXDateComparing, SaturdayAndSundayAreTheWeekendWhateverTheLocaleSays) {
 }
 
 }  // namespace
+}  // namespace orv::qx_date_comparing_test

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+namespace orv::qx_date_fields_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 using orv::test::local;
 using orv::test::utc;
@@ -157,3 +157,4 @@ TEST(QXDateFields, NearestHourRoundsTheCurrentTimeWhateverTheDate) {
 }
 
 }  // namespace
+}  // namespace orv::qx_date_fields_test

@@ -9,9 +9,9 @@
 #include <cmath>
 #include <limits>
 
+namespace orv::qx_date_making_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 using orv::test::local;
 using orv::test::localText;
@@ -117,3 +117,4 @@ TEST(QXDateMaking, LeavesTheCalendarEngineAloneUntilItIsNeeded) {
 }
 
 }  // namespace
+}  // namespace orv::qx_date_making_test

@@ -11,9 +11,8 @@
 #include <string>
 #include <tuple>
 
+namespace orv::qx_date_operations_test {
 namespace {
-
-using namespace orv;
 
 // The operations with their types, which do not compile when one is missing or has another form.
 using Number = std::int64_t;
@@ -94,3 +93,4 @@ TEST(QXDateOperations, TheHeaderDeclaresThemAndNothingElseThatCouldBeTakenForOne
 }
 
 }  // namespace
+}  // namespace orv::qx_date_operations_test

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+namespace orv::qx_date_peer_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 
 constexpr std::string_view kText = "yyyy-MM-dd'T'HH:mm:ss";
@@ -113,3 +113,4 @@ TEST(QXDatePeer, AgreesOnDistancesAndComparisons) {
 }
 
 }  // namespace
+}  // namespace orv::qx_date_peer_test

@@ -9,9 +9,9 @@
 #include <array>
 #include <cmath>
 
+namespace orv::qx_date_property_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 using orv::test::localText;
 
@@ -222,3 +222,4 @@ TEST_F(QXDateProperties, WeeksOfTheMonthFollowTheHabitsOfTheLocale) {
 }
 
 }  // namespace
+}  // namespace orv::qx_date_property_test

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+namespace orv::qx_date_shifting_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 using orv::test::local;
 using orv::test::localText;
@@ -154,3 +154,4 @@ TEST(QXDateShifting, DaysLongAgoKeepTheirYear) {
 }
 
 }  // namespace
+}  // namespace orv::qx_date_shifting_test

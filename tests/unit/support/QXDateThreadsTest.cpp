@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
+namespace orv::qx_date_threads_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 using orv::test::utc;
 
@@ -92,3 +92,4 @@ TEST(QXDateThreads, GiveTheSameAnswersOnEveryThread) {
 }
 
 }  // namespace
+}  // namespace orv::qx_date_threads_test

@@ -7,9 +7,9 @@
 
 #include <vector>
 
+namespace orv::qx_date_writing_test {
 namespace {
 
-using namespace orv;
 using orv::test::DateTestPlatform;
 using orv::test::local;
 using orv::test::localText;
@@ -127,3 +127,4 @@ TEST(QXDateWriting, TakesTheFirstOfTwoEqualLocalTimes) {
 }
 
 }  // namespace
+}  // namespace orv::qx_date_writing_test

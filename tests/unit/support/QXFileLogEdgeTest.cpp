@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 
-namespace orv {
+namespace orv::qx_file_log_edge_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -19,7 +19,7 @@ using Names = std::vector<std::string>;
 constexpr std::size_t kRotateAbove = 2'097'152;
 constexpr const char* kTodaysName = "20240131084502_0.log";
 
-class QXFileLogEdge : public testing::Test {
+class QXFileLogEdge : public ::testing::Test {
  protected:
   QXFileLogEdge() { fs::create_directories(folder); }
 
@@ -85,4 +85,4 @@ TEST_F(QXFileLogEdge, GoesOnAtTheEndOfAFileThatIsOpenedAgain) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_file_log_edge_test

@@ -6,7 +6,7 @@
 
 #include <system_error>
 
-namespace orv {
+namespace orv::qx_file_log_first_use_test {
 namespace {
 
 TEST(QXFileLogFirstUse, AConsoleSinkMayLogWhileTheLogIsBeingOpened) {
@@ -23,4 +23,4 @@ TEST(QXFileLogFirstUse, AConsoleSinkMayLogWhileTheLogIsBeingOpened) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_file_log_first_use_test

@@ -25,7 +25,7 @@ inline constexpr std::size_t kRotateAbove = 2'097'152;
 inline constexpr const char* kTodaysName = "20240131084502_0.log";
 inline constexpr std::string_view kStamp = "2024/01/31 08:45:02.345 - ";
 
-class QXFileLogTest : public testing::Test {
+class QXFileLogTest : public ::testing::Test {
  protected:
   QXFileLogTest() { fs::create_directories(folder); }
 

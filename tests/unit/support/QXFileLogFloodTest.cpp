@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace orv {
+namespace orv::qx_file_log_flood_test {
 namespace {
 
 constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
@@ -136,4 +136,4 @@ TEST_F(QXFileLogFlood, AFileThatTheHostHasClosedIsNotOpenedAgain) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_file_log_flood_test

@@ -18,7 +18,7 @@
 #include <latch>
 #include <thread>
 
-namespace orv {
+namespace orv::qx_file_log_process_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -257,4 +257,4 @@ TEST(QXFileLogProcess, AFullDiskStopsNobody) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_file_log_process_test

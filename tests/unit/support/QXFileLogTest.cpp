@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::qx_file_log_test {
 namespace {
 
 TEST_F(QXFileLogTest, StartsInAnEmptyFolderWithAFileNamedAfterThisSecond) {
@@ -258,4 +258,4 @@ TEST_F(QXFileLogTest, ANewDayAloneStartsNoNewFile) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_file_log_test

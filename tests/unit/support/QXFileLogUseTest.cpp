@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::qx_file_log_use_test {
 namespace {
 
 class QXFileLogUse : public QXFileLogTest {};
@@ -143,4 +143,4 @@ TEST_F(QXFileLogUse, LosesLinesBeyondItsBoundAndSaysHowMany) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_file_log_use_test

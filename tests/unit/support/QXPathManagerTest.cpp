@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <limits>
 
-namespace orv {
+namespace orv::qx_path_manager_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -18,7 +18,7 @@ using test::home;
 using test::makeFile;
 using Names = std::vector<std::string>;
 
-class QXPathManagerTest : public testing::Test {
+class QXPathManagerTest : public ::testing::Test {
  protected:
   QXPathManagerTest() { fs::create_directory(home() + "/Documents"); }
 
@@ -246,4 +246,4 @@ TEST_F(QXPathManagerTest, AFolderThatCannotBeListedIsToldOnTheConsole) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_path_manager_test

@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-namespace orv::testing {
+namespace orv::testing::connect_plan_test {
 namespace {
 
 TEST(ConnectPlan, FailsWithTheErrorsOfRealSockets) {
@@ -101,4 +101,4 @@ TEST(ConnectPlan, CarriesAReport) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::connect_plan_test

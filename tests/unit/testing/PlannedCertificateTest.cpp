@@ -15,7 +15,7 @@
 #include <string>
 #include <utility>
 
-namespace orv::testing {
+namespace orv::testing::planned_certificate_test {
 namespace {
 
 const WallTime kNow = std::chrono::sys_days(std::chrono::year(2020) / 3 / 5) + std::chrono::minutes(67);
@@ -81,4 +81,4 @@ TEST(PlannedCertificate, TheSocketsReportTellsTheChainThatWasRefused) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::planned_certificate_test

@@ -4,7 +4,7 @@
 
 #include <thread>
 
-namespace orv::testing {
+namespace orv::testing::scheduler_test {
 namespace {
 
 TEST(Scheduler, RunsATaskOfAnotherLaneFromInsideATask) {
@@ -98,4 +98,4 @@ TEST(Scheduler, KnowsThatASecondThreadIsNotMain) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::scheduler_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv::testing {
+namespace orv::testing::simulated_background_drain_test {
 namespace {
 
 TEST(SimulatedBackgroundDrain, RunsOnceForManyReports) {
@@ -59,4 +59,4 @@ TEST(SimulatedBackgroundDrain, DoesNothingAfterItsEnd) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_background_drain_test

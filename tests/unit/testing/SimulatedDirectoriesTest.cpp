@@ -4,7 +4,7 @@
 
 #include <optional>
 
-namespace orv::testing {
+namespace orv::testing::simulated_directories_test {
 namespace {
 
 TEST(SimulatedDirectories, NamesTheUsualFoldersUnderTheHome) {
@@ -30,4 +30,4 @@ TEST(SimulatedDirectories, CanBeMoved) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_directories_test

@@ -10,7 +10,7 @@
 #include <chrono>
 #include <vector>
 
-namespace orv::testing {
+namespace orv::testing::simulated_faults_test {
 namespace {
 
 class SimulatedFaults : public LinkFixture {
@@ -64,4 +64,4 @@ TEST_F(SimulatedFaults, ATimerThatWaitsOrHasWaitedCanBeCancelled) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_faults_test

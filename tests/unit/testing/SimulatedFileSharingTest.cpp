@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-namespace orv::testing {
+namespace orv::testing::simulated_file_sharing_test {
 namespace {
 
 TEST(SimulatedFileSharing, AHandleAppendsWhereTheEndIs) {
@@ -67,4 +67,4 @@ TEST(SimulatedFileSharing, LeftoversGoAndNothingElse) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_file_sharing_test

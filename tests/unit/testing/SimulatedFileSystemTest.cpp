@@ -8,7 +8,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace orv::testing {
+namespace orv::testing::simulated_file_system_test {
 namespace {
 
 class SimulatedFileSystemTest : public ::testing::Test {
@@ -376,4 +376,4 @@ TEST_F(SimulatedFileSystemTest, PutsFilesPastFaultsAndCounters) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_file_system_test

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <functional>
 
-namespace orv::testing {
+namespace orv::testing::simulated_main_queue_test {
 namespace {
 
 bool isReadable(int descriptor) {
@@ -168,4 +168,4 @@ TEST(SimulatedMainQueueDeathTest, EndsTheProgramWhenDrainedByAWorker) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_main_queue_test

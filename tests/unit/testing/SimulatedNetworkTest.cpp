@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::testing {
+namespace orv::testing::simulated_network_test {
 namespace {
 
 using SimulatedNetworkTest = LinkFixture;
@@ -203,4 +203,4 @@ TEST_F(SimulatedNetworkTest, FailsAtEachLinkOperationInTurn) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_network_test

@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace orv::testing {
+namespace orv::testing::simulated_platform_test {
 namespace {
 
 using Trace = std::vector<std::string>;
@@ -314,4 +314,4 @@ TEST(SimulatedPlatform, FreesWhatStillWaitsAtItsEnd) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_platform_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv::testing {
+namespace orv::testing::simulated_reachability_test {
 namespace {
 
 using enum ReachabilityStatus;
@@ -88,4 +88,4 @@ TEST(SimulatedReachability, TellsWhichServerWasNamed) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_reachability_test

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::testing {
+namespace orv::testing::simulated_school_test {
 namespace {
 
 using Rooms = std::vector<std::int64_t>;
@@ -331,4 +331,4 @@ TEST_F(SimulatedSchoolTest, NothingOfItIsLeftWhenItGoes) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_school_test

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace orv::testing {
+namespace orv::testing::simulated_server_test {
 namespace {
 
 class SimulatedServerTest : public LinkFixture {
@@ -177,4 +177,4 @@ TEST_F(SimulatedServerTest, ReadsDeeplyNestedRequests) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_server_test

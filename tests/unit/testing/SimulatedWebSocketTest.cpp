@@ -12,7 +12,7 @@
 #include <tuple>
 #include <vector>
 
-namespace orv::testing {
+namespace orv::testing::simulated_web_socket_test {
 namespace {
 
 using SimulatedWebSocketTest = LinkFixture;
@@ -353,4 +353,4 @@ TEST_F(SimulatedWebSocketTest, TheRecordTellsHowItWasToGetThere) {
 }
 
 }  // namespace
-}  // namespace orv::testing
+}  // namespace orv::testing::simulated_web_socket_test

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-namespace orv {
+namespace orv::bad_input_test {
 namespace {
 
 class BadInput : public LinkFixture {
@@ -99,4 +99,4 @@ TEST_F(BadInput, OfARefusalOfSixteenMegabytesDoesNotFillTheLog) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::bad_input_test

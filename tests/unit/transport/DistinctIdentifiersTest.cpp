@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::distinct_identifiers_test {
 namespace {
 
 using DistinctIdentifiersOf = LinkFixture;
@@ -73,4 +73,4 @@ TEST_F(DistinctIdentifiersOf, RequestsAreAsTheHostWantsThem) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::distinct_identifiers_test

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::frame_trace_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -248,4 +248,4 @@ TEST(TraceLine, HoldsWhatAnEntrySays) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::frame_trace_test

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-namespace orv {
+namespace orv::kept_reply_test {
 namespace {
 
 class KeptReply : public LinkFixture {
@@ -51,4 +51,4 @@ TEST_F(KeptReply, IsACopyOfAnyOtherFrame) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::kept_reply_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::link_confirmation_test {
 namespace {
 
 class LinkConfirmation : public LinkFixture {};
@@ -291,4 +291,4 @@ TEST_F(LinkConfirmation, HasAllNamesWithTheirOwnTextAsValue) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_confirmation_test

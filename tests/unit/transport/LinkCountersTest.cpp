@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::link_counters_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -145,4 +145,4 @@ TEST(LinkCounters, IsReadOnAnyThreadWhileFramesPassAndLinksChange) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_counters_test

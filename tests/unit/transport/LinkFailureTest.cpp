@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-namespace orv {
+namespace orv::link_failure_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -210,4 +210,4 @@ TEST(LinkTroubleNames, AreDifferent) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_failure_test

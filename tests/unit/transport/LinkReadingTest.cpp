@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::link_reading_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -195,4 +195,4 @@ TEST_F(ClosedForGood, ForgetsThePauseAndTheFailure) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_reading_test

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::link_retry_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -282,4 +282,4 @@ TEST_F(LinkRetry, FailsWithoutAnAddressAndSaysSo) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_retry_test

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::link_statistics_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -367,4 +367,4 @@ TEST_F(LinkStatisticsOfLink, TellTheNamesOfFailuresInTheDictionary) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_statistics_test

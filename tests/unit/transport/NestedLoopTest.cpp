@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::nested_loop_test {
 namespace {
 
 // An observer may run the host's loop, as a modal dialogue does, and come back to a link that is up again.
@@ -59,4 +59,4 @@ TEST_F(NestedLoop, InACloseLeavesTheNewLinkAlone) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::nested_loop_test

@@ -2,7 +2,7 @@
 
 #include "LinkFixture.h"
 
-namespace orv {
+namespace orv::parked_request_watch_test {
 namespace {
 
 using ParkedRequestWatch = LinkFixture;
@@ -42,4 +42,4 @@ TEST_F(ParkedRequestWatch, HearsNothingOfTheSessionsOwnRequest) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::parked_request_watch_test

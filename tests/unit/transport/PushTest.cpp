@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::push_test {
 namespace {
 
 class Push : public LinkFixture {};
@@ -93,4 +93,4 @@ TEST_F(Push, ArrivesBeforeTheLinkIsConfirmedToo) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::push_test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::qx_request_item_edge_test {
 namespace {
 
 class QXRequestItemEdge : public ::testing::Test {
@@ -70,4 +70,4 @@ TEST_F(QXRequestItemEdge, CannotWriteTextThatIsNotUtf8AndSaysSo) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_request_item_edge_test

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::qx_request_item_test {
 namespace {
 
 using testing::SimulatedPlatform;
@@ -211,4 +211,4 @@ TEST_F(QXRequestItemTest, KeepsNumbersAtTheEdges) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_request_item_test

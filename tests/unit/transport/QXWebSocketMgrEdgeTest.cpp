@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::qx_web_socket_mgr_edge_test {
 namespace {
 
 using testing::ConnectPlan;
@@ -206,4 +206,4 @@ TEST(LinkOffTheMainThread, ARequestOnAClosedLinkTimesOutOnTheCallersThread) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::qx_web_socket_mgr_edge_test

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::reachability_test {
 namespace {
 
 class LinkReachability : public LinkFixture {
@@ -143,4 +143,4 @@ TEST_F(LinkReachability, ReportsAnewWhenWatchedTwice) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::reachability_test

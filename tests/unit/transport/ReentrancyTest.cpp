@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace orv {
+namespace orv::reentrancy_test {
 namespace {
 
 // What callbacks and observers of a host may do from inside.
@@ -189,4 +189,4 @@ TEST_F(Reentrancy, AnObserverMayReconnectCloseAndThrowAtEveryNotification) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::reentrancy_test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::reply_frame_test {
 namespace {
 
 TEST(ReplyFrame, ReadsCommandIdentifierAndResultCode) {
@@ -80,4 +80,4 @@ TEST(ReplyFrame, ReadsAFrameOfSixteenMegabytes) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::reply_frame_test

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::request_test {
 namespace {
 
 class Request : public LinkFixture {};
@@ -284,4 +284,4 @@ TEST_F(Request, AJumpOfTheWallClockMovesNoTimeout) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::request_test

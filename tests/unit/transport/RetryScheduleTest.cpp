@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::retry_schedule_test {
 namespace {
 
 TEST(RetrySchedule, TriesAtOnceThenAfterFiveThenFifteenThenEveryThirtySeconds) {
@@ -17,4 +17,4 @@ TEST(RetrySchedule, TriesAtOnceThenAfterFiveThenFifteenThenEveryThirtySeconds) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::retry_schedule_test

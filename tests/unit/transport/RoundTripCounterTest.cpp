@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace orv {
+namespace orv::round_trip_counter_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -130,4 +130,4 @@ TEST(RoundTripCounter, TellsASpanThatIsBeingCountedAsNoShorterThanItsBucket) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::round_trip_counter_test

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::session_parking_test {
 namespace {
 
 class SessionParking : public LinkFixture {
@@ -181,4 +181,4 @@ TEST_F(SessionParking, LogsTheRefusal) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::session_parking_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::timeout_list_test {
 namespace {
 
 constexpr SteadyTime at(int seconds) {
@@ -35,4 +35,4 @@ TEST(TimeoutList, KeepsTwoTimeoutsOfOneRequestApart) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::timeout_list_test

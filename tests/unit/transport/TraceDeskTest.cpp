@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::trace_desk_test {
 namespace {
 
 // On the operating system's threads.
@@ -72,4 +72,4 @@ TEST(TraceDesk, MayBeFlushedInsideItsSink) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::trace_desk_test

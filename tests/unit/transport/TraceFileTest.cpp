@@ -8,7 +8,7 @@
 #include <system_error>
 #include <vector>
 
-namespace orv {
+namespace orv::trace_file_test {
 namespace {
 
 class TraceFileOnDisk : public LinkFixture {
@@ -160,4 +160,4 @@ TEST_F(TraceFileOnDisk, StopsWhereItCanNeitherRenameNorRemoveWhatIsFull) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::trace_file_test

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orv {
+namespace orv::trace_text_test {
 namespace {
 
 constexpr std::array<std::string_view, 8> kSecretNames = {"pwd",  "pass",  "passwd", "opwd",
@@ -189,4 +189,4 @@ TEST(TraceText, ShowsNoSecretOfRandomFrames) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::trace_text_test

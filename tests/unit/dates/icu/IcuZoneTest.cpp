@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <unicode/gregocal.h>
 
-namespace orv {
+namespace orv::icu_zone_test {
 namespace {
 
 constexpr UDate kWinter = 1'706'690'702'345;  // 2024-01-31 08:45:02 UTC
@@ -126,4 +126,4 @@ TEST(IcuZone, DoesNothingAfterAnEarlierFailure) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::icu_zone_test

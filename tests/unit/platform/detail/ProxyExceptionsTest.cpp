@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace orv {
+namespace orv::proxy_exceptions_test {
 namespace {
 
 struct Row {
@@ -152,4 +152,4 @@ TEST(ProxyExceptions, Networks) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::proxy_exceptions_test

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-namespace orv {
+namespace orv::native_settings_test {
 namespace {
 
 TEST(NativeSettings, LocaleNameComesWithoutCharacterSetAndModifier) {
@@ -43,4 +43,4 @@ TEST(NativeSettings, TheScriptOfALocaleCounts) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_settings_test

@@ -7,10 +7,10 @@
 #include <fstream>
 #include <optional>
 
-namespace orv {
+namespace orv::native_directories_test {
 namespace {
 
-class NativeDirectoriesTest : public testing::Test {
+class NativeDirectoriesTest : public ::testing::Test {
  protected:
   const std::string home = std::getenv("HOME");
   NativeDirectories directories;
@@ -87,4 +87,4 @@ TEST_F(NativeDirectoriesTest, TheDocumentsVariableItselfDoesNotCount) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_directories_test

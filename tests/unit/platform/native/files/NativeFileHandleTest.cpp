@@ -11,12 +11,12 @@
 #include <iterator>
 #include <string>
 
-namespace orv {
+namespace orv::native_file_handle_test {
 namespace {
 
 namespace fs = std::filesystem;
 
-class AppendingHandle : public testing::Test {
+class AppendingHandle : public ::testing::Test {
  protected:
   std::string contents() const {
     std::ifstream stream(file, std::ios::binary);
@@ -67,4 +67,4 @@ TEST_F(AppendingHandle, DoesNotReplaceAFileThatIsBeingWritten) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_file_handle_test

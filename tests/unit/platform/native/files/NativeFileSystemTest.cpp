@@ -18,13 +18,13 @@
 #include <string_view>
 #include <thread>
 
-namespace orv {
+namespace orv::native_file_system_test {
 namespace {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
-class NativeFileSystemTest : public testing::Test {
+class NativeFileSystemTest : public ::testing::Test {
  protected:
   NativeFileSystemTest() { umask(022); }
 
@@ -371,4 +371,4 @@ TEST_F(NativeFileSystemTest, WritingIsNotDisturbedByWhoeverRemovesLeftovers) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_file_system_test

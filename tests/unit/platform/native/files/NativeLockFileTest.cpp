@@ -16,12 +16,12 @@
 #include <string>
 #include <thread>
 
-namespace orv {
+namespace orv::native_lock_file_test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class NativeLockFileTest : public testing::Test {
+class NativeLockFileTest : public ::testing::Test {
  protected:
   /// Another object counts as another program.
   std::unique_ptr<LockFile> open() { return NativeFileSystem().openLockFile(path, 0600); }
@@ -108,4 +108,4 @@ TEST_F(NativeLockFileTest, AKilledProcessHoldsNothing) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_lock_file_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::user_dirs_file_test {
 namespace {
 
 OptionalString documents(std::string_view text) {
@@ -57,4 +57,4 @@ TEST(UserDirsFile, KeepsCarriageReturnsOutsideTheQuotesAway) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::user_dirs_file_test

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::debounce_test {
 namespace {
 
 using std::chrono::milliseconds;
 
-class DebounceTest : public testing::Test {
+class DebounceTest : public ::testing::Test {
  protected:
   static Debounce::Clock::time_point at(int moment) {
     return Debounce::Clock::time_point() + std::chrono::hours(1) + milliseconds(moment);
@@ -48,4 +48,4 @@ TEST_F(DebounceTest, ALongBurstIsCutAndTheNextOneStartsAfresh) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::debounce_test

@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <fstream>
 
-namespace orv {
+namespace orv::link_kind_test {
 namespace {
 
-class LinkKindTest : public testing::Test {
+class LinkKindTest : public ::testing::Test {
  protected:
   void describe(const std::string& link, const std::string& text) {
     std::filesystem::create_directories(root_ / link);
@@ -49,4 +49,4 @@ TEST_F(LinkKindTest, NamesThatLeadElsewhereAreNoLinks) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::link_kind_test

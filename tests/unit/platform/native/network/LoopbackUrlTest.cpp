@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::loopback_url_test {
 namespace {
 
 TEST(LoopbackUrl, NamesThisMachine) {
@@ -31,4 +31,4 @@ TEST(LoopbackUrl, TextThatIsNoUrlNamesNothing) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::loopback_url_test

@@ -6,7 +6,7 @@
 #include <linux/if.h>
 #include <sys/socket.h>
 
-namespace orv {
+namespace orv::netlink_messages_test {
 namespace {
 
 using namespace test;
@@ -86,4 +86,4 @@ TEST(Announcements, ThatCannotBeReadTellOfAChange) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::netlink_messages_test

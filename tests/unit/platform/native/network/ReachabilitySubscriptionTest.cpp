@@ -5,14 +5,14 @@
 #include <memory>
 #include <vector>
 
-namespace orv {
+namespace orv::reachability_subscription_test {
 namespace {
 
 constexpr auto kNone = ReachabilityStatus::NotReachable;
 constexpr auto kCellular = ReachabilityStatus::Cellular;
 constexpr auto kWiFi = ReachabilityStatus::WiFi;
 
-class ReachabilitySubscriptionTest : public testing::Test {
+class ReachabilitySubscriptionTest : public ::testing::Test {
  protected:
   using Statuses = std::vector<ReachabilityStatus>;
 
@@ -95,4 +95,4 @@ TEST_F(ReachabilitySubscriptionTest, AReplacedCallbackIsDestroyedWhereItMayUseTh
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::reachability_subscription_test

@@ -12,7 +12,7 @@
 #include <memory>
 #include <random>
 
-namespace orv {
+namespace orv::route_dump_test {
 namespace {
 
 using namespace test;
@@ -20,7 +20,7 @@ using Progress = RouteDump::Progress;
 
 constexpr unsigned kWorking = IFF_UP | IFF_RUNNING | IFF_LOWER_UP;
 
-class RouteDumpTest : public testing::Test {
+class RouteDumpTest : public ::testing::Test {
  protected:
   static ReachabilityStatus statusOf(const RouteTable& table) { return table.status(nullptr); }
 
@@ -170,4 +170,4 @@ TEST(RouteDump, RandomDamageDoesNoHarm) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::route_dump_test

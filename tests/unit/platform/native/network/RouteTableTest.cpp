@@ -6,7 +6,7 @@
 #include <linux/if.h>
 #include <sys/socket.h>
 
-namespace orv {
+namespace orv::route_table_test {
 namespace {
 
 using namespace test;
@@ -20,7 +20,7 @@ bool startsWithWwan(const std::string& name) {
   return name.starts_with("wwan");
 }
 
-class RouteTableTest : public testing::Test {
+class RouteTableTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(take(linkMessage(1, "lo", kWorking | IFF_LOOPBACK)));
@@ -241,4 +241,4 @@ TEST_F(RouteTableTest, DamagedNextHopsMakeTheWholeMessageCountForNothing) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::route_table_test

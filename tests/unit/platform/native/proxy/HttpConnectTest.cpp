@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::http_connect_test {
 namespace {
 
 using State = ProxyTalk::State;
@@ -156,4 +156,4 @@ TEST(HttpConnect, WantsWhatIsLeftOfTheBound) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::http_connect_test

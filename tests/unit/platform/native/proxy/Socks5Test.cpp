@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::socks5_test {
 namespace {
 
 using namespace std::string_literals;
@@ -166,4 +166,4 @@ TEST(Socks5, WhatThereIsNoRoomForIsAFailureAndIsNotSent) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::socks5_test

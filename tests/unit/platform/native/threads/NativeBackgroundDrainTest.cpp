@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::native_background_drain_test {
 namespace {
 
 /// Work that is reported to a drain and done by it.
@@ -211,4 +211,4 @@ TEST(NativeBackgroundDrain, AForkedChildDoesNotDoItsParentsWork) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_background_drain_test

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <string>
 
-namespace orv {
+namespace orv::native_delay_service_test {
 namespace {
 
 using std::chrono::milliseconds;
@@ -84,4 +84,4 @@ TEST(NativeDelayService, EndsWithTasksPending) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_delay_service_test

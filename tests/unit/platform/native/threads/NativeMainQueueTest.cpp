@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace orv {
+namespace orv::native_main_queue_test {
 namespace {
 
 bool isReadable(int descriptor) {
@@ -255,4 +255,4 @@ TEST(NativeMainQueue, StopsFromAnotherThreadWhileItWaits) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_main_queue_test

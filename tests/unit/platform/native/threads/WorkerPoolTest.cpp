@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-namespace orv {
+namespace orv::worker_pool_test {
 namespace {
 
 // Workers outlive the test's body, so their pool does too.
@@ -74,4 +74,4 @@ TEST(WorkerPool, GoesOnAfterATaskThatThrows) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::worker_pool_test

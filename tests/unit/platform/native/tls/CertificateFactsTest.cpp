@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+namespace orv::certificate_facts_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -62,4 +62,4 @@ TEST(CertificateFacts, TimesBeyondWhatATimeCanHoldAreItsEnds) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::certificate_facts_test

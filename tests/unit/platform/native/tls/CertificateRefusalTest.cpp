@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::certificate_refusal_test {
 namespace {
 
 using namespace std::chrono_literals;
 
-class CertificateRefusals : public testing::Test {
+class CertificateRefusals : public ::testing::Test {
  protected:
   CertificateRefusals() {
     const auto noon = std::chrono::sys_days(std::chrono::year(2020) / 1 / 31) + 12h;
@@ -102,4 +102,4 @@ TEST(PinMismatch, TellsWhatWasExpectedAndWhatWasSeen) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::certificate_refusal_test

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::key_pin_test {
 namespace {
 
 using test::TestCertificate;
@@ -50,4 +50,4 @@ TEST(KeyPin, TextsThatAreNoneAreRefused) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::key_pin_test

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace orv {
+namespace orv::pem_reading_test {
 namespace {
 
 using test::TestCertificate;
@@ -83,4 +83,4 @@ TEST(PemReading, ReadsPlainFilesAndNamesThoseThatItCannotRead) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::pem_reading_test

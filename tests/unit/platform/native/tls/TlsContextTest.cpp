@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::tls_context_test {
 namespace {
 
 using test::CertificateWishes;
@@ -90,4 +90,4 @@ TEST(TlsContexts, AKeyThatCannotBeUsedIsTold) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tls_context_test

@@ -9,7 +9,7 @@
 #include <chrono>
 #include <string>
 
-namespace orv {
+namespace orv::tls_contexts_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -77,4 +77,4 @@ TEST(TlsContextCache, OtherSettingsDropAllTickets) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tls_contexts_test

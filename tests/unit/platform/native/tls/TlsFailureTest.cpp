@@ -6,14 +6,14 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::tls_failure_test {
 namespace {
 
 Error told(int reason, const TlsCircumstances& circumstances = {}) {
   return tlsLibraryError(ERR_PACK(ERR_LIB_SSL, 0, reason), circumstances);
 }
 
-class TlsFailures : public testing::Test {
+class TlsFailures : public ::testing::Test {
  protected:
   void SetUp() override { OPENSSL_init_ssl(OPENSSL_INIT_LOAD_SSL_STRINGS, nullptr); }
 };
@@ -67,4 +67,4 @@ TEST_F(TlsFailures, OthersAreToldInTheLibrarysWords) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tls_failure_test

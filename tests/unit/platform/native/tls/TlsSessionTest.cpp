@@ -16,7 +16,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::tls_session_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -70,7 +70,7 @@ class Talk {
   unsigned long error_ = 0;
 };
 
-class TlsSessions : public testing::Test {
+class TlsSessions : public ::testing::Test {
  protected:
   Talk talk(const TlsSettings& settings, const TlsServer& server = {"localhost", 443}) {
     return {newTlsSession(tlsContextFor(settings).value(), server), identity_.context()};
@@ -210,4 +210,4 @@ TEST_F(TlsSessions, WhatTheHandshakeWasIsTold) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tls_session_test

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace orv {
+namespace orv::tls_tickets_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -15,7 +15,7 @@ using Key = TicketKey;
 
 const WallTime kNow = std::chrono::sys_days(std::chrono::year(2020) / 1 / 31);
 
-class TicketStore : public testing::Test {
+class TicketStore : public ::testing::Test {
  protected:
   /// A ticket that can be told from others by its time.
   static TlsTicket ticket(const Key& of, long mark, bool servesOnce = true) {
@@ -113,4 +113,4 @@ TEST_F(TicketStore, TicketsAreDroppedByKeyAndByContext) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tls_tickets_test

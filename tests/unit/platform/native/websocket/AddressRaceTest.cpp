@@ -8,7 +8,7 @@
 #include <random>
 #include <string>
 
-namespace orv {
+namespace orv::address_race_test {
 namespace {
 
 using test::RacedAddress;
@@ -223,4 +223,4 @@ TEST(AddressRace, NeverStallsAndLeavesNothingBehindWhateverHappens) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::address_race_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::close_codes_test {
 namespace {
 
 TEST(CloseCodes, AllowsWhatAPeerMaySend) {
@@ -21,4 +21,4 @@ TEST(CloseCodes, WritesAMaskedCloseFrame) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::close_codes_test

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace orv {
+namespace orv::close_frame_watcher_test {
 namespace {
 
 using namespace test;
@@ -46,4 +46,4 @@ TEST(CloseFrameWatcher, TellsTheCodeOfTheLastCloseFrame) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::close_frame_watcher_test

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <optional>
 
-namespace orv {
+namespace orv::connect_recorder_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 /// The clock of the test.
 SteadyTime moment{};
 
-class ConnectRecorderTest : public testing::Test {
+class ConnectRecorderTest : public ::testing::Test {
  protected:
   void SetUp() override {
     moment = SteadyTime(1000s);
@@ -159,4 +159,4 @@ TEST_F(ConnectRecorderTest, NothingChangesAfterTheEnd) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::connect_recorder_test

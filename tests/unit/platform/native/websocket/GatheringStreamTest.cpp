@@ -8,11 +8,11 @@
 #include <functional>
 #include <string_view>
 
-namespace orv {
+namespace orv::gathering_stream_test {
 namespace {
 
 /// A gathering stream on one end of a loopback connection; the test holds the other end and turns the loop.
-class GatheringStreamTest : public testing::Test, protected GatheringStream::Owner {
+class GatheringStreamTest : public ::testing::Test, protected GatheringStream::Owner {
  protected:
   void SetUp() override {
     asio::ip::tcp::acceptor acceptor(loop, {asio::ip::address_v4::loopback(), 0});
@@ -149,4 +149,4 @@ TEST_F(GatheringStreamTest, PartingEndsAtOnceWhenNothingCanBeWrittenAnyMore) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::gathering_stream_test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace orv {
+namespace orv::handshake_gate_test {
 namespace {
 
 using State = HandshakeGate::State;
@@ -90,4 +90,4 @@ TEST(HandshakeGate, RefusesAHeaderWhoseEndComesTooLate) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::handshake_gate_test

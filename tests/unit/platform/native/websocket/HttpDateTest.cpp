@@ -5,7 +5,7 @@
 #include <chrono>
 #include <optional>
 
-namespace orv {
+namespace orv::http_date_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -34,4 +34,4 @@ TEST(HttpDate, TakesNothingElse) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::http_date_test

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace orv {
+namespace orv::message_buffer_test {
 namespace {
 
 void append(MessageBuffer& buffer, std::string_view text) {
@@ -60,4 +60,4 @@ TEST(MessageBuffer, RefusesMoreThanItsLimit) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::message_buffer_test

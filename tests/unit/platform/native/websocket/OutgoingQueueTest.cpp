@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::outgoing_queue_test {
 namespace {
 
 using Pushed = OutgoingQueue::Pushed;
@@ -67,4 +67,4 @@ TEST(OutgoingQueue, EmptyMessagesCountTooAndACloseRequestAlwaysFits) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::outgoing_queue_test

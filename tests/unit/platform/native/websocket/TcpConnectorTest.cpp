@@ -18,14 +18,14 @@
 #include <string>
 #include <vector>
 
-namespace orv {
+namespace orv::tcp_connector_test {
 namespace {
 
 using test::RawListener;
 using test::SilentListener;
 
 /// A connector on a loop that the test turns, and look-ups that the test answers.
-class TcpConnectorTest : public testing::Test {
+class TcpConnectorTest : public ::testing::Test {
  protected:
   struct Asked {
     std::string host;
@@ -297,4 +297,4 @@ TEST_F(TcpConnectorTest, AThousandAttemptsLeaveNoDescriptor) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::tcp_connector_test

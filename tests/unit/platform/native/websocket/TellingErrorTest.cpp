@@ -8,7 +8,7 @@
 #include <initializer_list>
 #include <optional>
 
-namespace orv {
+namespace orv::telling_error_test {
 namespace {
 
 Error ofSystem(int code) {
@@ -65,4 +65,4 @@ TEST(TellingError, KnowsWhatSaysLittleAndWhatMayChange) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::telling_error_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::web_socket_url_test {
 namespace {
 
 WebSocketUrl parsed(std::string_view text) {
@@ -121,4 +121,4 @@ TEST(WebSocketUrl, RefusesAZeroByteAnywhere) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::web_socket_url_test

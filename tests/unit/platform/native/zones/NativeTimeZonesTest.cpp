@@ -8,7 +8,7 @@
 #include <fstream>
 #include <string_view>
 
-namespace orv {
+namespace orv::native_time_zones_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -19,7 +19,7 @@ constexpr std::int64_t kHour = 3600;
 const fs::path kCollection = "/usr/share/zoneinfo";
 
 /// A system with places of its own, and what the console gets a line meanwhile.
-class NativeTimeZonesTest : public testing::Test {
+class NativeTimeZonesTest : public ::testing::Test {
  protected:
   NativeTimeZonesTest() {
     unsetenv("TZ");
@@ -268,4 +268,4 @@ TEST_F(NativeTimeZonesTest, ManyNamesAreFoundAgain) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::native_time_zones_test

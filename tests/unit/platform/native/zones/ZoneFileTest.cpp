@@ -8,7 +8,7 @@
 #include <fstream>
 #include <optional>
 
-namespace orv {
+namespace orv::zone_file_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -77,4 +77,4 @@ TEST(ZoneFile, DoesNotReadAFileThatIsTooLarge) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::zone_file_test

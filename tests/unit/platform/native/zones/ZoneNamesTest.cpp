@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orv {
+namespace orv::zone_names_test {
 namespace {
 
 TEST(ZoneNames, ZoneNameIsTheEndOfAZoneFilesPath) {
@@ -40,4 +40,4 @@ TEST(ZoneNames, AFolderOfVariantsIsNoPartOfAName) {
 }
 
 }  // namespace
-}  // namespace orv
+}  // namespace orv::zone_names_test
