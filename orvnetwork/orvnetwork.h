@@ -50,6 +50,7 @@
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Record.h>
+#include <orvnetwork/data/TerminalText.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/ConnectReport.h>
 #include <orvnetwork/platform/Console.h>

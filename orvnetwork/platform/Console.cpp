@@ -1,12 +1,16 @@
 #include "orvnetwork/platform/Console.h"
 
 #include <orvnetwork/data/LineShape.h>
+#include <orvnetwork/data/TerminalText.h>
 #include <orvnetwork/data/Utf8.h>
+#include <orvnetwork/platform/native/zones/NativeTimeZones.h>
 
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
-#include <ctime>
+#include <chrono>
+#include <cstdio>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -46,20 +50,28 @@ SharedSink currentSink() {
   return state().sink;
 }
 
-std::string stamp() {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  std::tm local{};
-  localtime_r(&now.tv_sec, &local);
-  char buffer[64];
-  const std::size_t length = std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &local);
-  const std::string milliseconds = std::to_string(1000 + now.tv_nsec / 1'000'000);
-  return std::string(buffer, length) + '.' + milliseconds.substr(1) + ' ';
+/// By the zone files that all other local times go by.
+std::string stamp(const TimeZone& zone) {
+  using std::chrono::floor;
+  const auto now = floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+  const auto utc = floor<std::chrono::seconds>(now).time_since_epoch().count();
+  const auto local = now + std::chrono::seconds(zone.rules.at(utc).seconds);
+  const auto day = floor<std::chrono::days>(local);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss time(local - day);
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d.%03d ",
+                static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()),
+                static_cast<int>(time.subseconds().count()));
+  return text.data();
 }
 
-void writeToStandardError(std::string_view line) {
-  std::string text = stamp();
-  appendMessage(text, line, kShapeOfStamp);
+void writeToStandardError(std::string_view line, const TimeZone& zone) {
+  std::string text = stamp(zone);
+  // Standard error may be a terminal, and what a server says must do nothing to it.
+  appendMessage(text, printable(line), kShapeOfStamp);
   text += '\n';
   std::string_view rest = text;
   while (!rest.empty()) {
@@ -70,6 +82,27 @@ void writeToStandardError(std::string_view line) {
       return;  // nobody listens; there is no other place to tell it
     }
   }
+}
+
+/// Gives a line to where lines go. False when that is standard error and there is no zone for its stamp, which is to be
+/// asked for with nothing locked: one that cannot be used is told in a line of its own.
+bool give(std::string_view line, const TimeZonePtr& zone) {
+  // Let go of when the turn has ended: a sink that replaces itself may write while it is destroyed.
+  SharedSink sink;
+  const std::scoped_lock lock(state().turn);
+  sink = currentSink();
+  if (sink == nullptr) {
+    if (zone != nullptr) writeToStandardError(line, *zone);
+    return zone != nullptr;
+  }
+  insideSink = true;
+  try {
+    (*sink)(line);
+  } catch (...) {
+    // What the console cannot take is lost.
+  }
+  insideSink = false;
+  return true;
 }
 
 }  // namespace
@@ -89,20 +122,8 @@ void Console::write(std::string_view line) {
       held.lines.emplace_back(line);
       return;
     }
-    // Let go of when the turn has ended: a sink that replaces itself may write while it is destroyed.
-    SharedSink sink;
-    const std::scoped_lock lock(state().turn);
-    sink = currentSink();
-    if (sink == nullptr) {
-      return writeToStandardError(line);
-    }
-    insideSink = true;
-    try {
-      (*sink)(line);
-    } catch (...) {
-      // What the console cannot take is lost.
-    }
-    insideSink = false;
+    TimeZonePtr zone;
+    while (!give(line, zone)) zone = NativeTimeZones::instance().inUse(&Console::write);
   } catch (...) {
     // Out of memory or of locks: the line is lost.
   }

@@ -13,13 +13,15 @@ namespace orv {
 class ORV_EXPORT Console {
  public:
   /// Takes one line, well-formed UTF-8 without a line feed at its end and without a time stamp. It may hold line feeds,
-  /// and any other control characters, that came from a server or a file. The line lives as long as the call.
+  /// and any other control characters, that came from a server or a file; `printable` makes it fit for a terminal. The
+  /// line lives as long as the call.
   using Sink = std::function<void(std::string_view line)>;
 
   /// Writes a line and returns when it has been written. Any thread; lines are never mixed. Never throws: a line
   /// that cannot be written is lost.
   /// @param line the text, UTF-8, without a line feed at its end; bytes that are no UTF-8 become U+FFFD. On standard
-  /// error a line feed before what looks like the date of a line there is written as `\\n`
+  /// error control characters are written as `printable` shows them, and a line feed before what looks like the date of
+  /// a line there as `\\n`
   static void write(std::string_view line);
 
   /// Replaces the place where lines go; an empty sink brings standard error back. The sink is called on the

@@ -1,5 +1,6 @@
 #include "orvnetwork/platform/TimeZones.h"
 
+#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/zones/NativeTimeZones.h>
 
 #include <string>
@@ -11,7 +12,7 @@ TimeZonePtr findTimeZone(const std::string& name) {
 }
 
 TimeZonePtr timeZoneNamed(const std::string& name) {
-  return NativeTimeZones::instance().named(name);
+  return NativeTimeZones::instance().named(name, &Console::write);
 }
 
 }  // namespace orv

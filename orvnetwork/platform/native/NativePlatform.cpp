@@ -1,6 +1,7 @@
 #include "orvnetwork/platform/native/NativePlatform.h"
 
 #include <orvnetwork/platform/Clock.h>
+#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/NativeSettings.h>
 #include <orvnetwork/platform/native/files/NativeDirectories.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
@@ -41,7 +42,7 @@ class NativePlatform final : public Platform {
   Directories& directories() override { return directories_; }
   std::uint32_t random() override { return systemRandom(); }
   std::string localeName() override { return nativeLocaleName(); }
-  TimeZonePtr timeZone() override { return NativeTimeZones::instance().inUse(); }
+  TimeZonePtr timeZone() override { return NativeTimeZones::instance().inUse(&Console::write); }
 
   Reachability& reachability() override {
     std::call_once(reachabilityMade_, [this] { reachability_ = makeNativeReachability(mainQueue_); });

@@ -1,4 +1,5 @@
 #include <orvnetwork/dates/LocalTime.h>
+#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/zones/NativeTimeZones.h>
 
 #include <gtest/gtest.h>
@@ -76,9 +77,9 @@ TEST(LocalTime, TakesAnotherZoneThanTheProcesssOwn) {
 
 TEST(LocalTime, FollowsTheProcesssZoneAsItChanges) {
   setenv("TZ", "Asia/Shanghai", 1);
-  EXPECT_EQ(LocalTime::of(at(kMoment), NativeTimeZones::instance().inUse()->name).hour, 16);
+  EXPECT_EQ(LocalTime::of(at(kMoment), NativeTimeZones::instance().inUse(&Console::write)->name).hour, 16);
   setenv("TZ", "Asia/Tokyo", 1);
-  EXPECT_EQ(LocalTime::of(at(kMoment), NativeTimeZones::instance().inUse()->name).hour, 17);
+  EXPECT_EQ(LocalTime::of(at(kMoment), NativeTimeZones::instance().inUse(&Console::write)->name).hour, 17);
 }
 
 TEST(LocalTime, GivesTheSameByBothRoads) {
@@ -95,7 +96,7 @@ TEST(LocalTime, GivesTheSameByBothRoads) {
 
 TEST(LocalTime, ARuleThatThePlatformCannotNameIsNotMixedUpWithTheSystemsZone) {
   setenv("TZ", "XYZ-9ZYX-10,M3.2.0,M11.1.0", 1);
-  const std::string zone = NativeTimeZones::instance().inUse()->name;
+  const std::string zone = NativeTimeZones::instance().inUse(&Console::write)->name;
   unsetenv("TZ");
   const std::string expected = text(LocalTime::of(at(kMoment), zone));
   setenv("TZ", "XYZ-9ZYX-10,M3.2.0,M11.1.0", 1);

@@ -7,6 +7,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <regex>
 #include <stdexcept>
@@ -71,6 +73,23 @@ TEST(Console, LineFeedsInALineMakeNoLineThatLooksLikeAnother) {
   EXPECT_EQ(lines[1], "    more");
 }
 
+TEST(Console, WhatAServerSaysDoesNothingToTheTerminal) {
+  const CapturedStandardError captured;
+  Console::write("closed: a\x1b[2J\r\t\x7f\u009b31m\u202e文\n    more");
+  const auto lines = split(captured.text());
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_TRUE(lines[0].ends_with(R"( closed: a\u001b[2J\u000d\u0009\u007f\u009b31m\u202e文)")) << lines[0];
+  EXPECT_EQ(lines[1], "    more");
+}
+
+TEST(Console, GivesASinkWhatWasSaid) {
+  std::vector<std::string> seen;
+  Console::setSink([&](std::string_view line) { seen.emplace_back(line); });
+  Console::write("a\x1b[2J\r\nb");
+  Console::setSink(nullptr);
+  EXPECT_EQ(seen, std::vector<std::string>{"a\x1b[2J\r\nb"});
+}
+
 TEST(Console, WritesLinesWithATimeStampToStandardError) {
   const CapturedStandardError captured;
   Console::write("hello 世界");
@@ -85,9 +104,8 @@ TEST(Console, WritesLinesWithATimeStampToStandardError) {
   EXPECT_EQ(match[1], "formatted 5");
 }
 
-TEST(Console, StampsTheLocalTime) {
-  setenv("TZ", "XXX-13:30", 1);
-  tzset();
+/// Whether the stamps are those of a zone whose clocks are ahead by `offset` seconds.
+void checkStamp(std::time_t offset) {
   const CapturedStandardError captured;
   // Not std::time(), whose clock lags behind by some milliseconds.
   const auto now = [] { return std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()); };
@@ -96,9 +114,29 @@ TEST(Console, StampsTheLocalTime) {
   const std::time_t after = now();
   std::tm local{};
   ASSERT_NE(strptime(captured.text().c_str(), "%Y-%m-%d %H:%M:%S", &local), nullptr);
-  const std::time_t stamp = timegm(&local) - (13 * 60 + 30) * 60;
+  const std::time_t stamp = timegm(&local) - offset;
   EXPECT_GE(stamp, before);
   EXPECT_LE(stamp, after);
+}
+
+TEST(Console, StampsTheLocalTimeAndFollowsTheZone) {
+  // Nobody calls tzset().
+  setenv("TZ", "XXX-13:30", 1);
+  checkStamp((13 * 60 + 30) * 60);
+  setenv("TZ", "XXX5", 1);
+  checkStamp(-5 * 3600);
+}
+
+TEST(Console, TellsOfAZoneThatCannotBeUsedInALineOfItsOwn) {
+  setenv("TZ", "No/Where", 1);
+  const CapturedStandardError captured;
+  Console::write("one");
+  Console::write("two");
+  const auto lines = split(captured.text());
+  ASSERT_EQ(lines.size(), 3u) << captured.text();
+  EXPECT_NE(lines[0].find("The time zone \"No/Where\" cannot be used"), std::string::npos) << lines[0];
+  EXPECT_TRUE(lines[1].ends_with(" one")) << lines[1];
+  EXPECT_TRUE(lines[2].ends_with(" two")) << lines[2];
 }
 
 TEST(Console, KeepsLineFeedsInsideAMessage) {

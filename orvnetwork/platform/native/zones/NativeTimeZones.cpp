@@ -1,7 +1,6 @@
 #include "orvnetwork/platform/native/zones/NativeTimeZones.h"
 
 #include <orvnetwork/data/ZoneRules.h>
-#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
 #include <orvnetwork/platform/native/zones/ZoneNames.h>
 
@@ -80,29 +79,29 @@ NativeTimeZones& NativeTimeZones::instance() {
   return zones;
 }
 
-TimeZonePtr NativeTimeZones::inUse() {
+TimeZonePtr NativeTimeZones::inUse(Tell tell) {
   const char* value = std::getenv("TZ");
-  if (value == nullptr) return lookUpOrTell({Wanted::Kind::Default, {}, variable("TZDIR")});
+  if (value == nullptr) return lookUpOrTell({Wanted::Kind::Default, {}, variable("TZDIR")}, tell);
   std::string_view text = value;
   if (text.starts_with(':')) text.remove_prefix(1);
-  return text.empty() ? utc() : lookUpOrTell({Wanted::Kind::Variable, text, variable("TZDIR")});
+  return text.empty() ? utc() : lookUpOrTell({Wanted::Kind::Variable, text, variable("TZDIR")}, tell);
 }
 
 TimeZonePtr NativeTimeZones::find(const std::string& name) {
   return lookUp({Wanted::Kind::Name, name, variable("TZDIR")})->zone;
 }
 
-TimeZonePtr NativeTimeZones::named(const std::string& name) {
-  return lookUpOrTell({Wanted::Kind::Name, name, variable("TZDIR")});
+TimeZonePtr NativeTimeZones::named(const std::string& name, Tell tell) {
+  return lookUpOrTell({Wanted::Kind::Name, name, variable("TZDIR")}, tell);
 }
 
-TimeZonePtr NativeTimeZones::lookUpOrTell(const Wanted& wanted) {
+TimeZonePtr NativeTimeZones::lookUpOrTell(const Wanted& wanted, Tell tell) {
   const FoundPtr found = lookUp(wanted);
   if (found->zone) return found->zone;
   if (!found->isTold.exchange(true)) {
     const std::string& what = wanted.kind == Wanted::Kind::Default ? found->path : found->text;
-    Console::write("The time zone \"" + what + "\" cannot be used (" + found->problem +
-                   "); its local times are those of UTC");
+    tell("The time zone \"" + what + "\" cannot be used (" + found->problem +
+         "); its local times are those of UTC");
   }
   return utc();
 }

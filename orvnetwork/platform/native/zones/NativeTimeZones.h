@@ -32,14 +32,18 @@ class NativeTimeZones {
 
   explicit NativeTimeZones(ZonePlaces places = {}) : places_(std::move(places)) {}
 
+  /// Gets a line once for each zone that cannot be used. `Console::write` as a rule, which this does not know, since the
+  /// console's stamps are local times themselves.
+  using Tell = void (*)(std::string_view line);
+
   /// The zone in use: that of the variable `TZ`, else that of the file for local time, else UTC. The variable holds the
   /// name of a zone file or its path, with or without a colon before it, or a rule; "" is UTC, and so is what is none of
-  /// these, which the console gets a line once. Read at each call.
-  TimeZonePtr inUse();
+  /// these, which is told. Read at each call.
+  TimeZonePtr inUse(Tell tell);
 
   /// See `findTimeZone` and `timeZoneNamed`.
   TimeZonePtr find(const std::string& name);
-  TimeZonePtr named(const std::string& name);
+  TimeZonePtr named(const std::string& name, Tell tell);
 
  private:
   /// What is looked for.
@@ -67,7 +71,7 @@ class NativeTimeZones {
   using FoundPtr = std::shared_ptr<const Found>;
 
   FoundPtr lookUp(const Wanted& wanted);
-  TimeZonePtr lookUpOrTell(const Wanted& wanted);
+  TimeZonePtr lookUpOrTell(const Wanted& wanted, Tell tell);
   FoundPtr kept(const Wanted& wanted);
   void keep(FoundPtr found);
   FoundPtr read(const Wanted& wanted) const;

@@ -30,13 +30,15 @@ class NativeTimeZonesTest : public ::testing::Test {
 
   std::string nameFor(const char* variable) {
     setenv("TZ", variable, 1);
-    return zones.inUse()->name;
+    return zones.inUse(&Console::write)->name;
   }
   std::int64_t offsetFor(const char* variable, std::int64_t moment = kWinter) {
     setenv("TZ", variable, 1);
-    return zones.inUse()->rules.at(moment).seconds;
+    return zones.inUse(&Console::write)->rules.at(moment).seconds;
   }
-  std::int64_t offset(std::int64_t moment = kWinter) { return zones.inUse()->rules.at(moment).seconds; }
+  std::int64_t offset(std::int64_t moment = kWinter) {
+    return zones.inUse(&Console::write)->rules.at(moment).seconds;
+  }
   /// Puts another file in the place of the one for local time.
   void replaceLocalTime(const char* zone) {
     fs::copy_file(kCollection / zone, home / "new");
@@ -84,7 +86,7 @@ TEST_F(NativeTimeZonesTest, VariantsOfTheCollectionHaveTheNameOfTheirZone) {
 TEST_F(NativeTimeZonesTest, AVariantThatCountsLeapSecondsIsTheZoneWithoutIt) {
   fs::create_symlink(kCollection / "right/America/New_York", home / "localtime");
   const TimeZonePtr plain = zones.find("America/New_York");
-  for (const TimeZonePtr& right : {zones.find("right/America/New_York"), zones.inUse()}) {
+  for (const TimeZonePtr& right : {zones.find("right/America/New_York"), zones.inUse(&Console::write)}) {
     ASSERT_EQ(right->name, "America/New_York");
     for (std::int64_t moment = 0; moment < 4'000'000'000; moment += 86'400) {
       ASSERT_EQ(right->rules.at(moment), plain->rules.at(moment)) << moment;
@@ -129,7 +131,7 @@ TEST_F(NativeTimeZonesTest, TheCollectionMayBeElsewhere) {
 
 TEST_F(NativeTimeZonesTest, WithoutTheVariableLocalTimeIsThatOfItsFile) {
   fs::create_symlink(kCollection / "Asia/Shanghai", home / "localtime");
-  EXPECT_EQ(zones.inUse()->name, "Asia/Shanghai");
+  EXPECT_EQ(zones.inUse(&Console::write)->name, "Asia/Shanghai");
   EXPECT_EQ(offset(), 8 * kHour);
   setenv("TZ", "Asia/Tokyo", 1);
   EXPECT_EQ(offset(), 9 * kHour);
@@ -142,26 +144,27 @@ TEST_F(NativeTimeZonesTest, TheFileForLocalTimeMayBeNoLink) {
   fs::copy_file(kCollection / "Europe/Berlin", home / "localtime");
   EXPECT_EQ(offset(kWinter), kHour);
   EXPECT_EQ(offset(kSummer), 2 * kHour);
-  EXPECT_EQ(zones.inUse()->name, home / "localtime");
-  EXPECT_EQ(zones.named(zones.inUse()->name)->rules.at(kSummer).seconds, 2 * kHour);
+  EXPECT_EQ(zones.inUse(&Console::write)->name, home / "localtime");
+  EXPECT_EQ(zones.named(zones.inUse(&Console::write)->name, &Console::write)->rules.at(kSummer).seconds,
+            2 * kHour);
 }
 
 TEST_F(NativeTimeZonesTest, TheFileForLocalTimeMayHaveItsNameBeside) {
   std::ofstream(home / "timezone") << "Europe/Berlin\n";
   fs::copy_file(kCollection / "Europe/Berlin", home / "localtime");
-  EXPECT_EQ(zones.inUse()->name, "Europe/Berlin");
+  EXPECT_EQ(zones.inUse(&Console::write)->name, "Europe/Berlin");
   EXPECT_EQ(offset(kSummer), 2 * kHour);
   setenv("TZ", (":" + (home / "localtime").string()).c_str(), 1);
-  EXPECT_EQ(zones.inUse()->name, "Europe/Berlin");
+  EXPECT_EQ(zones.inUse(&Console::write)->name, "Europe/Berlin");
   // A name that is none does not count.
   unsetenv("TZ");
   std::ofstream(home / "timezone") << "No/Where\n";
   replaceLocalTime("Europe/Berlin");
-  EXPECT_EQ(zones.inUse()->name, home / "localtime");
+  EXPECT_EQ(zones.inUse(&Console::write)->name, home / "localtime");
 }
 
 TEST_F(NativeTimeZonesTest, WithoutTheFileForLocalTimeItIsUtc) {
-  EXPECT_EQ(zones.inUse()->name, "UTC");
+  EXPECT_EQ(zones.inUse(&Console::write)->name, "UTC");
   EXPECT_EQ(offset(), 0);
   EXPECT_TRUE(lines.empty());
 }
@@ -169,7 +172,7 @@ TEST_F(NativeTimeZonesTest, WithoutTheFileForLocalTimeItIsUtc) {
 TEST_F(NativeTimeZonesTest, AFileForLocalTimeThatIsDamagedIsTold) {
   std::ofstream(home / "localtime") << "TZif2, but no more than that";
   EXPECT_EQ(offset(), 0);
-  EXPECT_EQ(zones.inUse()->name, "UTC");
+  EXPECT_EQ(zones.inUse(&Console::write)->name, "UTC");
   const std::string what = "The time zone \"" + (home / "localtime").string() + "\" cannot be used (";
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0], what + "not a zone file: it is cut short); its local times are those of UTC");
@@ -204,13 +207,13 @@ TEST_F(NativeTimeZonesTest, AChangeOfTheFileIsNoticedAtOnce) {
 
 TEST_F(NativeTimeZonesTest, AZoneIsOneObjectForAsLongAsItStaysTheSame) {
   replaceLocalTime("Asia/Tokyo");
-  const TimeZonePtr first = zones.inUse();
-  EXPECT_EQ(zones.inUse(), first);
-  const TimeZonePtr named = zones.named("Europe/Berlin");
+  const TimeZonePtr first = zones.inUse(&Console::write);
+  EXPECT_EQ(zones.inUse(&Console::write), first);
+  const TimeZonePtr named = zones.named("Europe/Berlin", &Console::write);
   EXPECT_EQ(zones.find("Europe/Berlin"), named);
-  EXPECT_EQ(zones.inUse(), first);
+  EXPECT_EQ(zones.inUse(&Console::write), first);
   replaceLocalTime("Asia/Tokyo");
-  EXPECT_NE(zones.inUse(), first);
+  EXPECT_NE(zones.inUse(&Console::write), first);
   EXPECT_EQ(zones.find("Europe/Berlin"), named);
 }
 
@@ -249,8 +252,8 @@ TEST_F(NativeTimeZonesTest, KnowsUtcWithoutACollection) {
 }
 
 TEST_F(NativeTimeZonesTest, ANameThatMeansNothingIsUtcAndToldOnce) {
-  EXPECT_EQ(zones.named("No/Where")->rules.at(kSummer).seconds, 0);
-  EXPECT_EQ(zones.named("No/Where")->name, "UTC");
+  EXPECT_EQ(zones.named("No/Where", &Console::write)->rules.at(kSummer).seconds, 0);
+  EXPECT_EQ(zones.named("No/Where", &Console::write)->name, "UTC");
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0],
             "The time zone \"No/Where\" cannot be used (No such file or directory); its local times are "
