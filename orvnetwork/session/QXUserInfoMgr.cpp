@@ -96,6 +96,7 @@ std::optional<QXUserInfoMgr::Replacement> QXUserInfoMgr::load() {
   locateFile();
   const UserPointer former = userInfo();
   const auto file = currentFile();
+  if (file) file->tidyLater();
   const auto stored = file ? file->read() : std::nullopt;
   if (!stored || stored->empty()) return std::nullopt;
   return replaceIfCurrent(former, makeRecord<OrvUserInfoModel>(*stored));

@@ -8,9 +8,11 @@
 
 #include <tests/support/Environment.h>
 #include <tests/support/ForkedRun.h>
+#include <tests/support/PumpedExecutor.h>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -121,6 +123,41 @@ TEST(UserFileKill, FileIsAWholeOldOrNewOneWheneverTheProcessIsKilled) {
     ASSERT_FALSE(std::filesystem::exists(plistPath() + ".damaged")) << "the next start set something aside";
   }
   EXPECT_LT(leftovers(), canHideFiles() ? kKills / 5 : kKills + 1);
+}
+
+TEST(UserFileKill, TheNextStartRemovesWhatWasLeftAndNothingOfAProgramThatLives) {
+  const std::string dead = folderOfUser() + "/.orv-0123456789abcdef.tmp";
+  const std::string living = folderOfUser() + "/.orv-fedcba9876543210.tmp";
+  std::filesystem::create_directories(folderOfUser());
+  // What a writing in another program holds a lock on.
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    const int file = ::open(living.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    if (::flock(file, LOCK_EX) != 0 || ::write(ends[1], "x", 1) != 1) ::_exit(EXIT_FAILURE);
+    for (;;) ::pause();
+  }
+  ::close(ends[1]);
+  char byte = 0;
+  ASSERT_EQ(::read(ends[0], &byte, 1), 1);
+  ::close(ends[0]);
+  Console::setSink([](std::string_view) {});
+  MainQueue::instance().claim();
+  const auto startRemoves = [](const std::string& left) {
+    QXUserInfoMgr::getInstance().init();
+    return test::PumpedExecutor().pumpUntil([&] { return !std::filesystem::exists(left); });
+  };
+  // The second time says that the first has come to its end.
+  for (int time = 0; time < 2; ++time) {
+    std::ofstream(dead) << "token";
+    EXPECT_TRUE(startRemoves(dead));
+  }
+  EXPECT_TRUE(std::filesystem::exists(living));
+  ::kill(child, SIGKILL);
+  ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+  EXPECT_TRUE(startRemoves(living));
 }
 
 TEST(UserFileKill, AStartAfterAKillFindsTheUserWhoWasStoredLast) {

@@ -25,6 +25,12 @@ UserFile::UserFile(std::string path)
              {.durability = Durability::Durable, .mode = kPrivateFileMode, .onSetAside = logSetAside}),
       queue_(SerialQueue::make("orv.session.userFile", Platform::current().globalQueue())) {}
 
+void UserFile::tidyLater() {
+  queue_->post([folder = path().substr(0, path().rfind('/'))] {
+    Platform::current().files().removeLeftovers(folder);
+  });
+}
+
 std::optional<json::object> UserFile::read() {
   const std::lock_guard lock(diskMutex_);
   writeWaiting();

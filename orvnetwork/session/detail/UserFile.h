@@ -24,6 +24,10 @@ class UserFile final : public std::enable_shared_from_this<UserFile> {
 
   const std::string& path() const { return store_.path(); }
 
+  /// Removes, on the worker pool, what processes that were killed in the middle of a writing have left beside the file. It
+  /// may hold the token of a user.
+  void tidyLater();
+
   /// What the file holds, after all that waits has been written; what the disk did not take counts as held. Absent
   /// when there is no file or an empty one, and when it is damaged or cannot be read: then it is set aside now or by
   /// the next writing, as `PropertyListStore` does it, and log and console are told.

@@ -66,6 +66,24 @@ TEST_F(QXUserInfoMgrStart, WritesTheUserBackOnTheWorkerPool) {
   EXPECT_GT(platform.files().calls(testing::FileOperation::WriteAtomically), writes);
 }
 
+TEST_F(QXUserInfoMgrStart, RemovesWhatAKilledProcessHasLeftBesideTheFile) {
+  putFile(stored);
+  const std::string left = plist.substr(0, plist.rfind('/')) + "/.orv-0123456789abcdef.tmp";
+  platform.files().put(left, "a token", 0600);
+  users();
+  settle();
+  EXPECT_FALSE(platform.files().contents(left));
+  EXPECT_EQ(inFile("nick"), "Ann");
+}
+
+TEST_F(QXUserInfoMgrStart, RemovesItWithoutAUserToo) {
+  const std::string left = plist.substr(0, plist.rfind('/')) + "/.orv-0123456789abcdef.tmp";
+  platform.files().put(left, "a token", 0600);
+  users();
+  settle();
+  EXPECT_FALSE(platform.files().contents(left));
+}
+
 TEST_F(QXUserInfoMgrStart, RefreshesTheClassroomASecondLater) {
   putFile(stored);
   bringUp();

@@ -94,6 +94,19 @@ TEST_F(UserFileTest, CountsWhatTheDiskDidNotTakeAsHeld) {
   EXPECT_EQ(onDisk(), "Cid");
 }
 
+TEST_F(UserFileTest, RemovesWhatKilledProcessesHaveLeftBesideIt) {
+  const std::string left = "/home/user/.orv-0123456789abcdef.tmp";
+  platform.files().put(left, "token");
+  platform.files().put("/home/user/notes.tmp", "x");
+  file->write(file->takePlace(), named("Ann"));
+  file->tidyLater();
+  EXPECT_TRUE(platform.files().contents(left)) << "by a worker";
+  platform.settle();
+  EXPECT_FALSE(platform.files().contents(left));
+  EXPECT_TRUE(platform.files().contents("/home/user/notes.tmp"));
+  EXPECT_EQ(onDisk(), "Ann");
+}
+
 TEST_F(UserFileTest, RemovesNoFolderThatIsInItsPlace) {
   std::error_code error;
   ASSERT_TRUE(platform.files().createDirectory(path, false, 0700, error));
