@@ -118,7 +118,7 @@ bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_ret
   const auto next = takeNextLivePage(*catalogue_, left);
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
     catalogue_->startLoad(catalogue_->livePaging, *next,
-                          [this, wanted = *next, opened = catalogue_->opened()] {
+                          [this, opened = catalogue_->opened()](const WantedPage& wanted) {
                             loadLivePage(wanted.page, wanted.status, MaxRetryCount, opened);
                           });
   }

@@ -90,8 +90,8 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
   catalogue_->evict();
   if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
     catalogue_->startLoad(catalogue_->paging, *next,
-                          [this, wanted = next->page, opened = catalogue_->opened()] {
-                            loadRecordPage(wanted, MaxRetryCount, opened);
+                          [this, opened = catalogue_->opened()](const WantedPage& wanted) {
+                            loadRecordPage(wanted.page, MaxRetryCount, opened);
                           });
   }
   return false;

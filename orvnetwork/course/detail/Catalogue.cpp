@@ -1,5 +1,6 @@
 #include "orvnetwork/course/detail/Catalogue.h"
 
+#include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/platform/Platform.h>
 
@@ -47,24 +48,35 @@ bool Catalogue::startAnew(Paging& kind, std::uint64_t opened) {
   return true;
 }
 
-void Catalogue::startLoad(Paging& kind, const WantedPage& wanted, Task load) {
+void Catalogue::startLoad(Paging& kind, const WantedPage& wanted, Load load) {
   const Seconds pause = wanted.startsPass ? Seconds(0) : kind.repeats.pauseBefore(wanted.page, wanted.status);
   if (pause == Seconds(0)) {
     kind.repeats.cancelWait();
-    workers.load()->post(std::move(load));
+    workers.load()->post([wanted, load = std::move(load)] { load(wanted); });
     return;
   }
   const std::optional<std::uint64_t> ticket = kind.repeats.wait();
   if (!ticket) return;
   Platform& platform = Platform::current();
   const auto when = platform.clock().steadyNow() + std::chrono::duration_cast<SteadyTime::duration>(pause);
-  platform.delays().runAt(when, *workers.load(), [this, &kind, ticket, load = std::move(load)]() mutable {
+  platform.delays().runAt(when, *workers.load(), [this, &kind, ticket, wanted, load = std::move(load)] {
+    std::optional<WantedPage> still;
     {
       const CatalogueLock lock(*this);
       if (!kind.repeats.endWait(*ticket)) return;
+      still = wantedByNow(kind, wanted);
     }
-    load();
+    if (still) load(*still);
   });
+}
+
+std::optional<WantedPage> Catalogue::wantedByNow(const Paging& kind, const WantedPage& chosen) const {
+  const RequestList::Entry first = kind.requests.first();
+  if (first == nullptr) return std::nullopt;
+  const bool isLive = &kind == &livePaging;
+  const std::uint64_t status = isLive ? first->status.value_or(0) : 0;
+  const std::optional<std::int64_t> page = chosenPage(*first, isLive ? live.size(status) : cloud.size());
+  return page ? WantedPage{.page = *page, .status = status} : chosen;
 }
 
 void Catalogue::ensureLoaded() {

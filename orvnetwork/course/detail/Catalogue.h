@@ -12,8 +12,10 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 #include <string>
 #include <vector>
@@ -64,13 +66,18 @@ struct Catalogue : CourseCollections {
   /// After a page of an earlier catalogue: lets the requests that wait ask for their pages from the first one on, since
   /// that page kept theirs from being asked for. False when the page was asked for this catalogue.
   bool startAnew(Paging& kind, std::uint64_t opened);
-  /// Runs `load` on the workers, for who holds the catalogue: soon, or after a pause when the request would ask for the
-  /// very page again that has just changed nothing.
-  void startLoad(Paging& kind, const WantedPage& wanted, Task load);
+  /// Runs `load` with the page on the workers, for who holds the catalogue: soon, or after a pause when the request would
+  /// ask for the very page again that has just changed nothing. The page is then the one that is wanted by the end of the
+  /// pause; there may be none.
+  using Load = std::function<void(const WantedPage& wanted)>;
+  void startLoad(Paging& kind, const WantedPage& wanted, Load load);
   /// Makes the folders and reads the lists, unless that has been done.
   void ensureLoaded();
 
  private:
+  /// What the oldest request waits for by now. `chosen` is what was chosen for the oldest one earlier.
+  std::optional<WantedPage> wantedByNow(const Paging& kind, const WantedPage& chosen) const;
+
   /// Held while lists are read. Taken before `opening_`.
   std::mutex loading_;
   std::atomic<bool> loadPending_ = false;

@@ -69,6 +69,13 @@ std::optional<NextPage> nextPage(const CourseRequest& request, std::uint64_t lis
   return nextPageOfRange(request, listCount);
 }
 
+std::optional<std::int64_t> chosenPage(const CourseRequest& request, std::uint64_t listCount) {
+  if (request.page) return request.page;
+  if (!request.isRange() || !request.endIndex) return std::nullopt;
+  const std::uint64_t page = request.force ? *request.endIndex / kPageSize : listCount / kPageSize + 1;
+  return static_cast<std::int64_t>(page);
+}
+
 bool isPageableStatus(std::uint64_t status) {
   return status >= course_status::kComing && status <= course_status::kOver;
 }

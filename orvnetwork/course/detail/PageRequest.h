@@ -61,6 +61,10 @@ NextPage nextPageOfRange(const CourseRequest& request, std::uint64_t listCount);
 /// counts.
 std::optional<NextPage> nextPage(const CourseRequest& request, std::uint64_t listCount);
 
+/// The page that a request for which one has been chosen waits for: a list that has become longer or shorter since makes
+/// another one of it, unless it is forced. Absent when none has been chosen.
+std::optional<std::int64_t> chosenPage(const CourseRequest& request, std::uint64_t listCount);
+
 /// Whether live courses of a status are fetched in pages.
 bool isPageableStatus(std::uint64_t status);
 

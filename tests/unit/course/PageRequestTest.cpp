@@ -221,5 +221,22 @@ TEST(LivePageRequest, IsForStatusOneToThree) {
   }
 }
 
+TEST(ChosenPage, OfARangeIsTheOneBehindWhatTheListHoldsByNow) {
+  CourseRequest request = range(0, 90);
+  EXPECT_EQ(chosenPage(request, 60), std::nullopt) << "none has been chosen";
+  request.endIndex = 90;
+  EXPECT_EQ(chosenPage(request, 60), 3);
+  EXPECT_EQ(chosenPage(request, 59), 2);
+  EXPECT_EQ(chosenPage(request, 90), 4);
+}
+
+TEST(ChosenPage, OfAForcedRangeOrAPageStaysWhateverTheListHolds) {
+  EXPECT_EQ(chosenPage(forced(0, 90, 60), 0), 2);
+  EXPECT_EQ(chosenPage(forced(0, 90, 60), 500), 2);
+  EXPECT_EQ(chosenPage(forced(0, 90), 500), std::nullopt);
+  EXPECT_EQ(chosenPage(forPage(7), 500), 7);
+  EXPECT_EQ(chosenPage(onlyStart(), 500), std::nullopt);
+}
+
 }  // namespace
 }  // namespace orv::page_request_test

@@ -82,6 +82,48 @@ TEST_F(RepeatedPage, IsAnsweredAsSoonAsItFillsTheRange) {
   EXPECT_EQ(answers, Strings{"a true 30"});
 }
 
+TEST_F(RepeatedPage, IsNotTheOneAskedForWhenAnotherIsWantedByTheEndOfThePause) {
+  listRooms(90, 1);
+  for (std::size_t at = 30; at < 60; ++at) recorded[at].as_object()["status"] = course_status::kWithdrawn;
+  signIn();
+  ask("a", 0, 60);
+  runFor(4);
+  pagesAsked.clear();
+  courses().deleteCloudCourse(makeCourse(courseItem(90)));
+  runFor(4);
+  ASSERT_FALSE(pagesAsked.empty());
+  EXPECT_EQ(pagesAsked.front(), "items 1") << "the list has 29 courses by now";
+  EXPECT_EQ(courses().getRecordCourseCount(), 30u);
+}
+
+TEST_F(RepeatedPage, OfLiveCoursesIsNotTheOneAskedForEither) {
+  listLive(2, 1, 30);
+  for (std::int64_t room = 31; room <= 60; ++room) live[2].push_back(courseItem(1, live_type::kLive, 2));
+  signIn();
+  askLive("a", 0, 60, 2);
+  runFor(4);
+  ASSERT_EQ(list(2).size(), 30u);
+  pagesAsked.clear();
+  courses().deleteLiveCourse(makeCourse(courseItem(30, live_type::kLive, 2)));
+  runFor(4);
+  ASSERT_FALSE(pagesAsked.empty());
+  EXPECT_EQ(pagesAsked.front(), "coming 1 of status 2");
+}
+
+TEST_F(RepeatedPage, IsNotAskedForWhenNobodyWaitsForItAnyMore) {
+  listPassedOver();
+  signIn();
+  ask("a", 0, 30);
+  runFor(4);
+  for (auto& item : recorded) item.as_object()["status"] = course_status::kComing;
+  courses().loadRecordCourseWithPage_retryCount(1, 1);
+  settle();
+  ASSERT_EQ(answers, Strings{"a true 30"});
+  pagesAsked.clear();
+  runFor(60);
+  EXPECT_EQ(pagesAsked, Strings{});
+}
+
 TEST_F(RepeatedPage, DoesNotKeepTheHostFromAskingAgain) {
   listRooms(3, 1);
   signIn();
