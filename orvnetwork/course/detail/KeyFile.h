@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/LockFile.h>
 #include <orvnetwork/platform/PropertyListStore.h>
 
@@ -10,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace orv {
 
@@ -44,6 +46,16 @@ class KeyFile {
   /// The same, but only until somebody has taken it upon himself to write again, which ends with `unclaim`.
   bool claimUnwritten();
   void unclaim();
+  /// Files of a course that has left the list: its record, by the key, and the folder of its recordings.
+  struct Removal {
+    std::string key;
+    OptionalString recordings;
+  };
+  /// Keeps one until the list has been written that does not name the course any more. False, and nothing is kept, unless
+  /// it is another program's turn.
+  bool putOff(Removal removal);
+  /// Those that were put off, once the list has been written.
+  std::vector<Removal> takePutOff();
   /// Takes a number for this program; false when another one has it.
   bool reserve(std::uint64_t number);
 
@@ -68,6 +80,7 @@ class KeyFile {
   std::atomic<bool> wasTheirs_ = false;
   bool isUnwritten_ = false;
   bool isClaimed_ = false;
+  std::vector<Removal> putOff_;
 };
 
 }  // namespace orv
