@@ -1,10 +1,11 @@
 #include "cli/CourseTable.h"
 
+#include <orvnetwork/dates/LocalTime.h>
+
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <string>
 
 namespace orv::cli {
@@ -17,11 +18,10 @@ constexpr int kMinute = 60;
 /// Seconds since 1970 as a local time; "" for none.
 std::string timeText(std::int64_t seconds) {
   if (seconds <= 0) return {};
-  const auto time = static_cast<std::time_t>(seconds);
-  std::tm local{};
-  if (::localtime_r(&time, &local) == nullptr) return {};
-  std::array<char, 32> text{};
-  std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &local);
+  const LocalTime local = LocalTime::ofSeconds(seconds);
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d", local.year, local.month, local.day,
+                local.hour, local.minute);
   return text.data();
 }
 

@@ -6,6 +6,7 @@
 #include <orvnetwork/data/LineShape.h>
 #include <orvnetwork/data/PathText.h>
 #include <orvnetwork/data/Secrets.h>
+#include <orvnetwork/dates/LocalTime.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/HomeFolder.h>
 #include <orvnetwork/platform/MainQueue.h>
@@ -25,8 +26,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <filesystem>
 #include <optional>
 #include <string_view>
@@ -40,13 +41,10 @@ namespace {
 constexpr std::string_view kShapeOfTime = "00:00:00.";
 
 std::string timeOfDay() {
-  timespec now{};
-  ::clock_gettime(CLOCK_REALTIME, &now);
-  std::tm local{};
-  ::localtime_r(&now.tv_sec, &local);
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%02d:%02d:%02d.%03d", local.tm_hour % 100, local.tm_min % 100,
-                local.tm_sec % 100, static_cast<int>(now.tv_nsec / 1'000'000) % 1000);
+  const LocalTime local = LocalTime::of(std::chrono::system_clock::now());
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%02d:%02d:%02d.%03d", local.hour, local.minute, local.second,
+                local.millisecond);
   return text.data();
 }
 
@@ -65,6 +63,8 @@ std::string settleIn(const std::string& home, bool makes) {
 }
 
 void installConsoleSink() {
+  // What there is to be told of the zone is told now: while a line is written no other one can be.
+  LocalTime::of(std::chrono::system_clock::now());
   Console::setSink([](std::string_view line) {
     std::string text = timeOfDay() + " ";
     appendMessage(text, printable(hideSecrets(line)), kShapeOfTime);

@@ -1,5 +1,7 @@
 #include "cli/LogTime.h"
 
+#include <orvnetwork/dates/LocalTime.h>
+
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -72,12 +74,23 @@ bool readDate(std::string_view text, std::tm& time) {
   return std::mktime(&normal) != -1 && normal.tm_mon == month - 1 && normal.tm_mday == day;
 }
 
+/// By the zone files that the log's own stamps go by.
 std::string stampOf(std::time_t time) {
-  std::tm local{};
-  ::localtime_r(&time, &local);
-  std::array<char, 32> text{};
-  std::strftime(text.data(), text.size(), "%Y/%m/%d %H:%M:%S", &local);
+  const LocalTime local = LocalTime::ofSeconds(time);
+  std::array<char, 96> text{};
+  std::snprintf(text.data(), text.size(), "%04d/%02d/%02d %02d:%02d:%02d", local.year, local.month, local.day,
+                local.hour, local.minute, local.second);
   return text.data();
+}
+
+/// The beginning of a day.
+std::tm dayOf(std::time_t time) {
+  const LocalTime local = LocalTime::ofSeconds(time);
+  std::tm day{};
+  day.tm_year = local.year - 1900;
+  day.tm_mon = local.month - 1;
+  day.tm_mday = local.day;
+  return day;
 }
 
 std::string stampOf(std::tm local) {
@@ -94,8 +107,7 @@ std::optional<std::string> logStamp(std::string_view text, std::time_t now) {
     if (!number) return std::nullopt;
     return stampOf(now - static_cast<std::time_t>(*number * *unit));
   }
-  std::tm time{};
-  ::localtime_r(&now, &time);
+  std::tm time = dayOf(now);
   if (readTimeOfDay(text, time)) {
     std::tm day = time;
     day.tm_isdst = -1;

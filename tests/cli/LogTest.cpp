@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <array>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -61,6 +62,42 @@ TEST(LogTime, IsASpanATimeOfTheDayOrADate) {
                            "2026-11-22 ", "2026-11-22 9:00", "soon", "2026/11/22", "99999999999m"}) {
     EXPECT_EQ(cli::logStamp(text, kNow), std::nullopt) << text;
   }
+}
+
+TEST(LogTime, GoesByTheZoneThatTheLogsOwnStampsGoBy) {
+  // Nobody calls tzset().
+  ::setenv("TZ", "XXX-5", 1);
+  EXPECT_EQ(cli::logStamp("2h", kNow), "2026/11/22 17:30:00");
+  EXPECT_EQ(cli::logStamp("19:30", kNow), "2026/11/22 19:30:00");
+  EXPECT_EQ(cli::logStamp("19:31", kNow), "2026/11/21 19:31:00");
+  ::setenv("TZ", "XXX10", 1);
+  EXPECT_EQ(cli::logStamp("5h", kNow), "2026/11/21 23:30:00");
+  EXPECT_EQ(cli::logStamp("04:31", kNow), "2026/11/21 04:31:00");
+}
+
+TEST(ConsoleLines, BeginWithTheLocalTime) {
+  ::setenv("TZ", "XXX-13:30", 1);
+  const std::time_t begin = std::time(nullptr);
+  const Result result = runOrv({"call", "Dev.Echo"});
+  const std::time_t end = std::time(nullptr);
+  ASSERT_GE(result.err.size(), 8u) << result.err;
+  const std::string shown = result.err.substr(0, 8);
+  bool isOneOfThem = false;
+  for (std::time_t moment = begin - 1; moment <= end; ++moment) {
+    const std::time_t local = moment + (13 * 60 + 30) * 60;
+    std::tm time{};
+    ::gmtime_r(&local, &time);
+    std::array<char, 16> text{};
+    std::strftime(text.data(), text.size(), "%H:%M:%S", &time);
+    isOneOfThem = isOneOfThem || shown == text.data();
+  }
+  EXPECT_TRUE(isOneOfThem) << shown;
+}
+
+TEST(ConsoleLines, TellOfAZoneThatCannotBeUsed) {
+  ::setenv("TZ", "No/Where", 1);
+  const Result result = runOrv({"local", "list"});
+  EXPECT_NE(result.err.find("The time zone \"No/Where\" cannot be used"), std::string::npos) << result.err;
 }
 
 TEST(LogFilter, LetsWholeEntriesThrough) {

@@ -2,12 +2,15 @@
 
 #include "Program.h"
 #include "Terminal.h"
+#include <cli/CourseTable.h>
 #include <cli/Table.h>
 #include <cli/TextWidth.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv::test::table_test {
@@ -59,6 +62,19 @@ TEST(Table, NoControlCharacterOfATextGetsOut) {
   EXPECT_EQ(table.text(80),
             "NAME                                SIZE\n"
             "a\\u001b[31m\\u000ab\\u0009\\x9b\\u202e     1\n");
+}
+
+TEST(CourseTable, TellsTimesInTheZoneInUse) {
+  OrvCourseModel course;
+  course.roomID = 7;
+  course.addtime = 1'795'357'800;  // 2026-11-22 14:30 UTC
+  for (const auto& [zone, time] :
+       {std::pair{"XXX-13:30", "2026-11-23 04:00"}, std::pair{"XXX10", "2026-11-22 04:30"}}) {
+    ::setenv("TZ", zone, 1);  // Nobody calls tzset().
+    cli::CourseTable table;
+    table.add(course);
+    EXPECT_NE(table.table().text(80).find(time), std::string::npos) << table.table().text(80);
+  }
 }
 
 TEST(Table, WithoutRowsHasItsTitles) {
