@@ -200,6 +200,11 @@ TEST_F(NativeWebSocketClosing, MessagesStillArriveWhileWeClose) {
   EXPECT_EQ(eventsAfterAll(), (Events{"opened", "text late", "closed 1000 (absent) clean"}));
 }
 
+TEST_F(NativeWebSocketClosing, ASilentPeerIsGivenTenSecondsAndADeadOneThirty) {
+  EXPECT_EQ(limits.closing, Seconds(10));
+  EXPECT_EQ(limits.unacknowledged, Seconds(30));
+}
+
 TEST_F(NativeWebSocketClosing, APeerThatDoesNotAnswerOurCloseIsCutOffWithoutAnEvent) {
   limits.closing = Seconds(0.05);
   RawPeer peer = openToPeer();
