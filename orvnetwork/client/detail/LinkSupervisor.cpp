@@ -14,6 +14,9 @@ namespace {
 constexpr Seconds kPatienceWithConnecting{65};
 constexpr Seconds kPatienceWithConfirming{10};
 constexpr Seconds kPatienceWithSilence{45};
+/// The last part of each patience. It begins when the main thread has seen the first part end: a "PING" that a busy main
+/// thread has sent late gets its answer in it.
+constexpr Seconds kLastLook{10};
 constexpr Seconds kStandstill{5};
 constexpr Seconds kFirstSpread{10};
 constexpr Seconds kLastSpread{60};
@@ -119,18 +122,30 @@ void LinkSupervisor::rest() {
 }
 
 void LinkSupervisor::lookOn(SteadyTime since) {
-  noteAt_ = since + std::chrono::round<SteadyTime::duration>(patienceWith(sight_.kind));
-  timer_ = Timer::schedule(Seconds(noteAt_ - now()), false, [this] { note(); });
+  const auto first = std::chrono::round<SteadyTime::duration>(patienceWith(sight_.kind) - kLastLook);
+  if (since + first <= now()) return lookLast();
+  lookAgainAt(since + first, &LinkSupervisor::lookLast);
+}
+
+void LinkSupervisor::lookAgainAt(SteadyTime at, void (LinkSupervisor::*look)()) {
+  lookAt_ = at;
+  timer_ = Timer::schedule(Seconds(at - now()), false, [this, look] {
+    const LinkReading reading = actions_.read();
+    if (!isAsSeen(reading)) {
+      follow(reading);
+      return actions_.noted();
+    }
+    // The whole process stood still, as when the computer slept: nobody had a chance to answer.
+    if (now() - lookAt_ >= kStandstill) return lookOn(now());
+    (this->*look)();
+  });
+}
+
+void LinkSupervisor::lookLast() {
+  lookAgainAt(now() + std::chrono::round<SteadyTime::duration>(kLastLook), &LinkSupervisor::note);
 }
 
 void LinkSupervisor::note() {
-  const LinkReading reading = actions_.read();
-  if (!isAsSeen(reading)) {
-    follow(reading);
-    return actions_.noted();
-  }
-  // The whole process stood still, as when the computer slept: nobody had a chance to answer.
-  if (now() - noteAt_ >= kStandstill) return lookOn(now());
   if (sight_.kind == Kind::Up) forgetAttemptsOfALastingLink();
   trouble_ = troubleOf(sight_.kind);
   planAttempt();

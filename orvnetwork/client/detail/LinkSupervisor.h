@@ -22,7 +22,8 @@ namespace orv {
 /// | a link on which nothing comes any more | 45 s from the last message on: "PING" is sent every 30 s |
 ///
 /// Then the trouble is noted, and the attempt waits some random time. Whatever changes meanwhile withdraws it. Time in
-/// which the process stood still does not count. Main thread.
+/// which the process stood still does not count, and where the main thread was busy it looks on for 10 s more from then
+/// on. Main thread.
 class LinkSupervisor {
  public:
   struct Actions {
@@ -71,6 +72,9 @@ class LinkSupervisor {
   void rest();
   void lookOn(SteadyTime since);
   SteadyTime since(const LinkReading& reading) const;
+  /// Looks again then, and goes on with `look` if everything is as it was.
+  void lookAgainAt(SteadyTime at, void (LinkSupervisor::*look)());
+  void lookLast();
   void note();
   void planAttempt();
   void act();
@@ -81,7 +85,7 @@ class LinkSupervisor {
   std::uint64_t messages_ = 0;
   SteadyTime upSince_{};
   std::uint64_t attempts_ = 0;  ///< its own since a link lasted
-  SteadyTime noteAt_{};
+  SteadyTime lookAt_{};  ///< when it was to look again
   std::optional<LinkFailure> trouble_;
   std::optional<SteadyTime> nextAttempt_;
   std::shared_ptr<Timer> timer_;

@@ -5,6 +5,7 @@
 
 #include "SupervisorFixture.h"
 
+#include <cmath>
 #include <optional>
 
 namespace orv::link_supervisor_test {
@@ -202,6 +203,33 @@ TEST_F(Supervisor, DoesNotBlameTheServerForATimeInWhichTheProcessStoodStill) {
   EXPECT_TRUE(link().isUp());
   runFor(1.4);
   EXPECT_EQ(told(), Strings{"confirming noAnswer"}) << "and a server that is silent afterwards is noticed";
+}
+
+TEST_F(Supervisor, DoesNotBlameTheServerForAPingThatABusyMainThreadSendsLate) {
+  bringUp();
+  platform.network().setLatency(Seconds(0.05), Seconds(0.05));
+  // "PING" is due at 30 s, and the server has 15 s to answer it. Each round is busy at another part of that time.
+  for (double busyUntil = 30; busyUntil < 47; busyUntil += 0.5) {
+    for (const double busy : {1.0, 5.5, 16.5, 29.0}) {
+      runFor(30 - std::fmod(now(), 30));  // a "PING", and its answer
+      runFor(busyUntil - busy);
+      platform.stall(Seconds(busy));
+      runFor(20);
+      ASSERT_TRUE(changes.empty()) << busy << " s until " << busyUntil << "\n" << history();
+    }
+  }
+}
+
+TEST_F(Supervisor, NoticesASilentServerThoughTheMainThreadIsBusyNowAndThen) {
+  bringUp(unsupervised());
+  runFor(1);
+  server.setSilent(1);
+  for (int busy = 0; busy < 14; ++busy) {
+    runFor(1);
+    platform.stall(Seconds(4));
+  }
+  settle();
+  EXPECT_EQ(told(), Strings{"confirming noAnswer"}) << history();
 }
 
 TEST_F(Supervisor, TakesEveryMessageForALifeSign) {
