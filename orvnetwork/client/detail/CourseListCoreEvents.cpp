@@ -126,6 +126,8 @@ void CourseListCore::linkIsUp() {
   if (pass_) wants_.add(passWants_);
   dropPass();
   refreshSpread();
+  // Another observer may have closed the link again already: then what is wanted ends here.
+  work();
 }
 
 /// What failed for want of a session is tried again, also when the user has signed in anew on the same link.

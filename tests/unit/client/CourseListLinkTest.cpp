@@ -219,6 +219,35 @@ TEST_F(CourseListLink, NobodyHasNoCourses) {
   EXPECT_EQ(list.lastError()->kind, CourseListErrorKind::NoClassroom);
 }
 
+TEST_F(CourseListLink, ALoadEndsAlsoWhereALinkIsClosedForGoodAsSoonAsItIsUp) {
+  // Registered before the list, which so hears of a link that is closed already.
+  bool closes = false;
+  const auto closing = NotificationCenter::defaultCenter().observe(QXNotificationDidOpen, [&](const auto&) {
+    if (closes) link.closeForGood();
+  });
+  signIn();
+  listRooms(40, 1);
+  auto list = CourseList::recorded();
+  const View view(list);
+  loadAll(list);
+  keepPagesBack();
+  list.refresh();
+  runFor(3);
+  ASSERT_TRUE(list.isLoading());
+  closes = true;
+  server.reset(server.latest());
+  settle();
+  ASSERT_FALSE(link.isOpen());
+  EXPECT_EQ(list.state().phase, CourseListPhase::Failed);
+  EXPECT_EQ(list.lastError()->kind, CourseListErrorKind::NoLink);
+  EXPECT_EQ(list.keys(), rooms(40, 1)) << "an error keeps the rows";
+  closes = false;
+  instead = nullptr;
+  openLink();
+  runFor(2);
+  EXPECT_TRUE(list.atEnd());
+}
+
 /// How a link ends while a page is on its way.
 class CourseListLost : public CourseListLink, public ::testing::WithParamInterface<int> {
  protected:
