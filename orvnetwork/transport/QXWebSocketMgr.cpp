@@ -196,6 +196,8 @@ void QXWebSocketMgr::sendRequestItem(std::shared_ptr<QXRequestItem> item) {
   if (item->timeoutBlock) runGuarded("time-out callback", [&] { item->timeoutBlock(item); });
   // What the callbacks hold is let go on the main thread, for which they were made.
   Platform::current().mainQueue().destroyThere(std::move(item));
+  // Whatever the host has sent from inside, where it reads the console or is called back, is not this one.
+  SentRequest::note(nullptr);
 }
 
 void QXWebSocketMgr::transmit(const std::shared_ptr<QXRequestItem>& item, SteadyTime submittedAt) {

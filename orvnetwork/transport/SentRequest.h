@@ -11,6 +11,10 @@ class QXRequestItem;
 /// Notes the request that is sent on this thread while it lives: for those who call an operation that makes its own
 /// request, and want to take that one back.
 ///
+/// While the operation writes to the console the host may send requests of its own there. They count for nothing once the
+/// operation has sent its request, or has found the link closed; an operation that sends nothing with its arguments leaves
+/// the last one of them here.
+///
 ///     const SentRequest sent;
 ///     QXAPIHelper::logoutWithCompleteBlock_timeoutBlock(complete, timeout);
 ///     logOut_ = sent.item();
@@ -24,7 +28,7 @@ class ORV_EXPORT SentRequest {
   /// The last one that was sent; null where none was, as on a closed link.
   const std::shared_ptr<QXRequestItem>& item() const { return item_; }
 
-  /// For the link: this one is being sent.
+  /// For the link: this one is being sent; null: the one that was to be sent is not, since the link is closed.
   static void note(const std::shared_ptr<QXRequestItem>& item);
 
  private:

@@ -28,7 +28,8 @@ class RevocableRequest {
     takeBack();
     const SentRequest sent;
     auto asked = asking();
-    item_ = sent.item();
+    // No answer is there so soon: nothing was sent then, and what was noted is somebody else's.
+    if (!asked.isReady()) item_ = sent.item();
     return asked;
   }
   /// From now on nothing is sent. Give up waiting first: the answer does not come any more.

@@ -2,13 +2,18 @@
 #include <orvnetwork/client/Ask.h>
 #include <orvnetwork/client/CourseList.h>
 #include <orvnetwork/client/detail/RevocableRequest.h>
+#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/SentRequest.h>
 
 #include "CourseListFixture.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace orv::revocable_request_test {
 namespace {
@@ -95,6 +100,73 @@ TEST_F(RevocableRequest, ThoseThatAreTakenBackDoNotPileUp) {
     kept = {};
   }
   EXPECT_LE(link.parkedRequestCount(), 17u);
+}
+
+/// A host that sends a request of its own when the console tells of another one.
+class RevocableRequestOnATalkativeConsole : public RevocableRequest {
+ protected:
+  void sendFromTheConsole(std::function<void()> afterwards = {}) {
+    Console::setSink([this, afterwards](std::string_view) {
+      if (std::exchange(hasSent, true)) return;
+      send("inner");
+      if (afterwards) afterwards();
+    });
+  }
+  /// An operation that tells the console what it sends.
+  static Pending<Reply> askVideos() {
+    return ask<&QXAPIHelper::getReplayVideoList_start_limit_completeBlock_timeoutBlock>("7", 0, 30);
+  }
+  bool hasSent = false;
+};
+
+TEST_F(RevocableRequestOnATalkativeConsole, TakesBackItsOwnRequest) {
+  sendFromTheConsole();
+  {
+    detail::RevocableRequest request;
+    const auto kept = request.send(askVideos).then(note());
+    ASSERT_TRUE(hasSent);
+    settle();
+    ASSERT_EQ(link.parkedRequestCount(), 2u);
+  }
+  openSession();
+  EXPECT_EQ(server.requests("Course.Replay.Videolist").size(), 0u);
+  EXPECT_EQ(server.requests("inner").size(), 1u);
+}
+
+TEST_F(RevocableRequestOnATalkativeConsole, TakesNobodyElsesBackWhereItsOwnWasNotSent) {
+  sendFromTheConsole([this] { link.close(); });
+  {
+    detail::RevocableRequest request;
+    const auto kept = request.send(askVideos).then(note());
+    ASSERT_TRUE(hasSent);
+  }
+  runFor(11);
+  EXPECT_EQ(outcomes, Strings{"inner timeout"});
+}
+
+TEST_F(RevocableRequestOnATalkativeConsole, TakesNobodyElsesBackWhereThereIsNothingToSend) {
+  hasSession = true;
+  {
+    detail::RevocableRequest request;
+    const auto kept = request
+                          .send([this] {
+                            send("inner");
+                            return ask<&QXAPIHelper::
+                                           courseGetMiniPragmQrcodeWithRoomID_width_completeBlock_timeoutBlock>(
+                                0, 430);
+                          })
+                          .then(note());
+  }
+  settle();
+  EXPECT_EQ(outcomes, Strings{"inner ok"});
+}
+
+TEST_F(RevocableRequestOnATalkativeConsole, NothingIsNotedOnALinkThatIsClosedByThen) {
+  sendFromTheConsole([this] { link.close(); });
+  const SentRequest sent;
+  QXAPIHelper::getReplayVideoList_start_limit_completeBlock_timeoutBlock("7", 0, 30, nullptr, nullptr);
+  ASSERT_TRUE(hasSent);
+  EXPECT_EQ(sent.item(), nullptr);
 }
 
 class RefusedCourseList : public CourseListFixture {};
