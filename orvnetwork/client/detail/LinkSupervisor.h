@@ -85,7 +85,7 @@ class LinkSupervisor {
   std::uint64_t messages_ = 0;
   SteadyTime upSince_{};
   std::uint64_t attempts_ = 0;  ///< its own since a link lasted
-  SteadyTime lookAt_{};  ///< when it was to look again
+  SteadyTime lookAt_{};         ///< when it was to look again
   std::optional<LinkFailure> trouble_;
   std::optional<SteadyTime> nextAttempt_;
   std::shared_ptr<Timer> timer_;

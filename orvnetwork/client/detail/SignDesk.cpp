@@ -4,10 +4,13 @@
 #include <orvnetwork/client/Ask.h>
 #include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/client/detail/RevocableRequest.h>
+#include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/session/SessionRenewal.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,6 +32,35 @@ std::shared_ptr<OrvUserInfoModel> storedUser() {
 Pending<Reply> askToLogOut() {
   return ask<&QXAPIHelper::logoutWithCompleteBlock_timeoutBlock>();
 }
+
+/// Asks its token to stop when the link holds a log-out for a session that the server does not renew: the log-out would be
+/// waited for in vain. Where it does renew it the log-out is sent again.
+class RefusalWatch {
+ public:
+  /// @param isRefused whether the last renewal has failed
+  explicit RefusalWatch(bool isRefused) : isRefused_(isRefused) {
+    tokens_.push_back(QXWebSocketMgr::standard().watchParkedRequests([this] { look(); }));
+    tokens_.push_back(QXUserInfoMgr::getInstance().watchRenewals([this](const SessionRenewal& renewal) {
+      isRefused_ = renewal.end == SessionRenewal::End::Refused;
+      look();
+    }));
+  }
+  RefusalWatch(const RefusalWatch&) = delete;
+  RefusalWatch& operator=(const RefusalWatch&) = delete;
+  ~RefusalWatch() = default;
+
+  std::stop_token token() const { return stop_.get_token(); }
+  bool hasStopped() const { return stop_.stop_requested(); }
+
+ private:
+  void look() {
+    if (isRefused_ && QXWebSocketMgr::standard().parkedRequestCount() > 0) stop_.request_stop();
+  }
+
+  bool isRefused_;
+  std::stop_source stop_;
+  std::vector<ObserverToken> tokens_;
+};
 
 /// The sign-out that is under way, and who waits for it: one for the process, since it goes on when its desk is gone, and
 /// there is one user. Main thread.
@@ -200,12 +232,16 @@ Pending<> SignDesk::signOutNow(Self desk) {
   bool isTold = false;
   std::optional<Reply> answer;
   if (desk->watch_->info().state == SessionState::Good) {
+    const RefusalWatch watch(!desk->watch_->info().reason.empty());
     RevocableRequest request;
     auto asked = request.send(askToLogOut);
     asked.deadline(kLogOutWait);
+    asked.stopOn(watch.token());
     const Reply reply = co_await asked;
     isTold = reply.succeeded();
-    text = isTold ? std::string() : reply.sentence();
+    text = isTold               ? std::string()
+           : watch.hasStopped() ? "the server does not know the session any more"
+                                : reply.sentence();
     answer = reply;
   }
   auto cleared = desk->store_.clear();

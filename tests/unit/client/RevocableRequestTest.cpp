@@ -148,14 +148,14 @@ TEST_F(RevocableRequestOnATalkativeConsole, TakesNobodyElsesBackWhereThereIsNoth
   hasSession = true;
   {
     detail::RevocableRequest request;
-    const auto kept = request
-                          .send([this] {
-                            send("inner");
-                            return ask<&QXAPIHelper::
-                                           courseGetMiniPragmQrcodeWithRoomID_width_completeBlock_timeoutBlock>(
-                                0, 430);
-                          })
-                          .then(note());
+    const auto kept =
+        request
+            .send([this] {
+              send("inner");
+              return ask<&QXAPIHelper::courseGetMiniPragmQrcodeWithRoomID_width_completeBlock_timeoutBlock>(
+                  0, 430);
+            })
+            .then(note());
   }
   settle();
   EXPECT_EQ(outcomes, Strings{"inner ok"});

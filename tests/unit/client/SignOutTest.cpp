@@ -2,9 +2,11 @@
 
 #include "SessionStatusFixture.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace orv::sign_out_test {
 namespace {
@@ -63,9 +65,9 @@ TEST_F(SignOut, ALogOutThatWasHeldDoesNotLogTheNextUserOut) {
   school.endSessions();
   school.dropTokens(ann);  // no renewal frees it
   signOut();
-  runFor(1);
+  settle();
   ASSERT_EQ(link.parkedRequestCount(), 1u);
-  runFor(10);
+  runFor(11);
   ASSERT_EQ(results, Strings{"SignedOut"});
   const auto sent = asked("User.Post.Logout");
   signIn("13800000002", "other");
@@ -73,6 +75,60 @@ TEST_F(SignOut, ALogOutThatWasHeldDoesNotLogTheNextUserOut) {
   EXPECT_EQ(asked("User.Post.Logout"), sent);
   EXPECT_TRUE(school.hasSession(bob));
   EXPECT_EQ(state(), "Good");
+}
+
+TEST_F(SignOut, WaitsForNothingMoreWhereTheServerDoesNotRenewTheSession) {
+  signedIn();
+  school.endSessions();
+  school.dropTokens(ann);
+  // The renewal that is asked for then comes as late as it may.
+  platform.queueRandom(std::vector<std::uint32_t>(20, 0xFFFFFFFF));
+  signOut();
+  runFor(1.9);
+  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  EXPECT_TRUE(results.empty());
+  runFor(0.2);
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_EQ(lastText, "the server does not know the session any more");
+  EXPECT_EQ(inFile("uID"), "");
+}
+
+TEST_F(SignOut, WaitsForNothingWhereTheLastRenewalWasRefused) {
+  signedIn();
+  school.refuse("User.Post.Session", 7, "not now");
+  users().refresheSession();
+  runFor(1);
+  ASSERT_EQ(session->info().sentence(), "Good, user 11: not now");
+  school.endSessions();
+  signOut();
+  settle();
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_EQ(lastText, "the server does not know the session any more");
+}
+
+TEST_F(SignOut, WaitsForTheLogOutThatTheServerHasNotHeld) {
+  signedIn();
+  school.delay("User.Post.Logout", Seconds(2));
+  school.refuse("User.Post.Session", 7, "not now");
+  signOut();
+  settle();
+  users().refresheSession();
+  runFor(1);
+  EXPECT_TRUE(results.empty());
+  runFor(1.1);
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_EQ(lastText, "");
+}
+
+TEST_F(SignOut, TellsTheServerThatHasForgottenTheSessionAndRenewsIt) {
+  signedIn();
+  const std::string token = inFile("token");
+  school.endSessions();
+  signOut();
+  runFor(2.1);
+  EXPECT_EQ(results, Strings{"SignedOut"});
+  EXPECT_EQ(lastText, "");
+  EXPECT_FALSE(school.isTokenGood(token));
 }
 
 TEST_F(SignOut, TellsThatTheUserIsStillOnTheDisk) {
