@@ -75,7 +75,7 @@ class Asking<operation, std::tuple<Leading...>> {
 
 /// Asks the server: any operation of `QXAPIHelper`, with its arguments and without its two callbacks.
 ///
-///     auto asked = orv::ask<&QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock>("5000123");
+///     auto asked = orv::ask<&orv::QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock>("5000123");
 ///     const orv::Reply reply = co_await asked;
 ///
 /// The arguments are those of the operation, and the compiler refuses what the operation would refuse. The `Pending` is

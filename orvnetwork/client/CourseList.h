@@ -25,7 +25,7 @@ class CourseListCore;
 ///
 ///     class Window {
 ///       orv::CourseList courses_ = orv::CourseList::recorded();
-///       orv::Subscription changed_ = courses_.onChanged([this](const orv::CourseListChange& change) { show(change); });
+///       orv::Subscription changed_ = courses_.onChanged([](const orv::CourseListChange& change) { show(change); });
 ///       void scrolledToTheBottom() { if (courses_.canLoadMore()) courses_.loadMore(); }
 ///     };
 ///

@@ -38,7 +38,7 @@ ORV_EXPORT std::string_view nameOf(LinkStarter starter) noexcept;
 /// All that there is to know of the link at one moment: a plain value that can be kept, copied and read on any thread.
 ///
 ///     const orv::LinkSnapshot link = client->link().snapshot();
-///     if (link.state != LinkState::Up && link.failure) banner.show(link.failure->text);
+///     if (!link.isUp() && link.failure) show(link.failure->text);
 struct ORV_EXPORT LinkSnapshot {
   LinkState state = LinkState::Stopped;
   /// When this state began, on the steady clock (`Platform::current().clock()`); each attempt begins one of its own.

@@ -66,8 +66,8 @@ class ORV_EXPORT LinkStatus {
   /// Waits for the link to be up; where it is up already the answer comes in the next turn. Give it a `deadline` where
   /// somebody looks on, since it waits as long as there is no link.
   ///
-  ///     auto up = client.link().whenUp().deadline(orv::Seconds(10));
-  ///     if (co_await up != orv::PendingEnd::Finished) co_return show(client.link().sentence());
+  ///     auto up = client->link().whenUp().deadline(orv::Seconds(10));
+  ///     if (co_await up != orv::PendingEnd::Finished) co_return show(client->link().sentence());
   ///
   /// By the time of the answer the link may be lost again: then a request says so.
   [[nodiscard]] Pending<> whenUp();

@@ -25,17 +25,24 @@ class PendingPromise;
 ///
 /// Whoever holds it waits for the answer in one of two ways, once:
 ///
-///     // A callback. The handle is a member of whoever the callback belongs to.
-///     info_ = orv::ask<&QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock>(room).then(
-///         [this](const orv::Reply& reply) { show(reply); });
+///     class Window {
+///       // A callback. The handle is a member of whoever the callback belongs to.
+///       void askFor(const std::string& room) {
+///         info_ = orv::ask<&orv::QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock>(room).then(
+///             [this](const orv::Reply& reply) { paint(reply); });
+///       }
+///       // A coroutine, in two lines: ask, then await.
+///       orv::Pending<> load(std::string room) {
+///         auto asked = orv::ask<&orv::QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock>(room);
+///         const orv::Reply reply = co_await asked;
+///         paint(reply);
+///       }
+///       void open() { loading_ = load("7"); }     // the member keeps the coroutine alive
+///       void paint(const orv::Reply& reply) { show(reply.sentence()); }
 ///
-///     // A coroutine, in two lines: ask, then await.
-///     orv::Pending<> Window::load(std::string room) {
-///       auto asked = orv::ask<&QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock>(room);
-///       const orv::Reply reply = co_await asked;
-///       show(reply);
-///     }
-///     loading_ = load("7");                        // the member that keeps the coroutine alive
+///       orv::PendingCallback info_;
+///       orv::Pending<> loading_;
+///     };
 ///
 /// **Destroying it is silence**: nothing calls back any more, from inside its own callback too, and a coroutine that
 /// works for it is destroyed with all that it awaits. One that is running at that moment dies where it suspends itself

@@ -27,8 +27,8 @@ ORV_EXPORT std::string_view nameOf(ReplyOutcome outcome) noexcept;
 ///
 /// A plain value that can be kept, copied and read on any thread; copies share the frame.
 ///
-///     if (!reply) return log.log(reply.sentence());
-///     if (const json::value* course = reply.data()) show(*course);
+///     if (!reply) return show(reply.sentence());
+///     if (const orv::json::value* course = reply.data()) show(*course);
 class ORV_EXPORT Reply {
  public:
   /// An answer of the server: succeeded or refused, as its code says.

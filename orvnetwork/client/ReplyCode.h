@@ -10,8 +10,8 @@ namespace orv {
 /// What the server answers with: "v"."ret" of a reply. The codes that the system itself acts on have names here; all
 /// others are the server's own, and an enumeration of this type holds them as the numbers that they are:
 ///
-///     if (reply.code() == ReplyCode::SessionNeeded) …
-///     if (reply.code() == ReplyCode{404}) …
+///     if (reply.code() == orv::ReplyCode::SessionNeeded) show("please sign in");
+///     if (reply.code() == orv::ReplyCode{404}) show("there is no such course");
 enum class ReplyCode : std::int32_t {
   /// The request was carried out. An answer without a code counts as one with this.
   Success = 0,

@@ -17,17 +17,22 @@ namespace orv {
 /// Who is signed in, and whether the server still says so.
 ///
 ///     class LoginWindow {
-///       orv::SessionStatus& session;                       // one for the program
-///       orv::PendingCallback signingIn_;
-///       orv::Subscription changed_ = session.onChanged([this](const orv::SessionChange& change) {
-///         if (change.now.state == orv::SessionState::Good) showCourses(*change.now.user);
-///       });
-///
+///      public:
+///       explicit LoginWindow(orv::SessionStatus& session) : session_(session) {
+///         changed_ = session.onChanged([](const orv::SessionChange& change) {
+///           if (change.now.state == orv::SessionState::Good) showCourses(*change.now.user);
+///         });
+///       }
 ///       void submit() {
-///         signingIn_ = session.signIn(mobile(), password()).then([this](const orv::SignInResult& result) {
+///         signingIn_ = session_.signIn(mobile(), password()).then([](const orv::SignInResult& result) {
 ///           if (!result) show(result.text());
 ///         });
 ///       }
+///
+///      private:
+///       orv::SessionStatus& session_;                      // one for the program
+///       orv::Subscription changed_;
+///       orv::PendingCallback signingIn_;
 ///     };
 ///
 /// | state | means | left by |

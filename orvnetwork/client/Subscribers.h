@@ -22,9 +22,9 @@ namespace orv {
 /// queue, in the order in which they were told, each subscriber in the order of subscription. Who subscribes hears what is
 /// told from then on. While one is told, what it causes waits for the next turn, also when it runs a loop of its own.
 ///
-///     Subscribers<LinkChange> changed;
-///     Subscription seen = changed.add([](const LinkChange& change) { … });
-///     changed.tell(LinkChange{…});                  // seen hears of it soon
+///     orv::Subscribers<std::string> titles;
+///     const orv::Subscription seen = titles.add([](const std::string& title) { show(title); });
+///     titles.tell("Algebra");                       // seen hears of it soon
 ///
 /// When it is destroyed nobody hears anything any more, also what has been told and not been heard.
 template <typename Event>

@@ -24,7 +24,13 @@ class ORV_EXPORT Withdrawable {
 /// of the window that it paints: when the window goes, nothing reaches it any more.
 ///
 ///     class Window {
-///       orv::Subscription link_ = status.onLinkChanged([this](const auto& change) { paint(change); });
+///      public:
+///       explicit Window(orv::LinkStatus& link)
+///           : shown_(link.onChanged([this](const orv::LinkChange& change) { paint(change.now.sentence()); })) {}
+///
+///      private:
+///       void paint(const std::string& text) { show(text); }
+///       orv::Subscription shown_;
 ///     };
 ///
 /// It may be destroyed at any time on the main thread, from inside its own callback too: the running call goes on to its
