@@ -9,6 +9,7 @@
 
 #include <tests/support/Environment.h>
 #include <tests/support/ForkedRun.h>
+#include <tests/support/LocalCourse.h>
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -47,12 +48,7 @@ QXCourseManager& startProgram() {
 }
 
 QXCourseManager::Course makeCourse(std::int64_t room) {
-  auto course = std::make_shared<OrvCourseModel>();
-  course->orv_local = true;
-  course->roomID = room;
-  course->publishStatus = 99;
-  course->title = "course " + std::to_string(room);
-  return course;
+  return test::localCourse(room, "course " + std::to_string(room));
 }
 
 /// What one program tells this test while it works.

@@ -94,6 +94,14 @@ class CourseListFixture : public PagingFixture {
     }
     EXPECT_TRUE(list.atEnd());
   }
+  /// Signs a user in whose server lists that many recorded courses, and gives a list that has all of them.
+  CourseList loadedList(std::int64_t count) {
+    signIn();
+    listRooms(count, 1);
+    auto list = CourseList::recorded();
+    loadAll(list);
+    return list;
+  }
   static json::array items(std::int64_t from, std::int64_t to) {
     json::array items;
     for (std::int64_t room = from; room >= to; --room) items.push_back(courseItem(room));

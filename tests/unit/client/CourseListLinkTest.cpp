@@ -4,7 +4,7 @@
 #include <orvnetwork/client/ReplyCode.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
-#include "CourseListFixture.h"
+#include "CourseListLinkFixture.h"
 
 #include <functional>
 #include <optional>
@@ -13,29 +13,7 @@
 namespace orv::course_list_link_test {
 namespace {
 
-class CourseListLink : public CourseListFixture {
- protected:
-  /// Lets the server keep quiet about pages; the session is good.
-  void keepPagesBack() {
-    instead = [](const json::object& frame) -> std::optional<json::object> {
-      const bool isPage = frame.at("c") == "Course.Get.Items";
-      return isPage ? std::nullopt : std::optional(json::object{{"ret", 0}, {"data", json::object()}});
-    };
-  }
-  /// Opens a link that nobody opens by himself any more.
-  void openLink() {
-    link.watchNetworkStatus();
-    for (int attempt = 0; attempt < 5 && !link.isOpen(); ++attempt) {
-      runFor(31);
-      if (!link.isOpen()) link.reconnect();
-    }
-    ASSERT_TRUE(link.isOpen());
-  }
-  static std::string whyFailed(const CourseList& list) {
-    return list.lastError() ? std::string(nameOf(list.lastError()->kind)) + ": " + list.lastError()->text
-                            : "";
-  }
-};
+using CourseListLink = CourseListLinkFixture;
 
 TEST_F(CourseListLink, FailsWithoutALinkAndLoadsWhenItIsUp) {
   QXUserInfoMgr::getInstance().setUserInfo(makeUser());
@@ -89,10 +67,7 @@ TEST(CourseListErrorTest, SaysAllOfItInOneLine) {
 }
 
 TEST_F(CourseListLink, ARefreshThatFailedIsTriedAgainByLoadMoreAtTheEndToo) {
-  signIn();
-  listRooms(10, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(10);
   instead = [this](const json::object&) { return kRefused; };
   unlist(recorded, 5);
   list.refresh();
@@ -192,10 +167,7 @@ TEST_F(CourseListLink, ALoadThatWaitsForTheSessionGoesOnWithIt) {
 }
 
 TEST_F(CourseListLink, WhatIsNoListOfCoursesFailsTheLoadAndClearsNothing) {
-  signIn();
-  listRooms(10, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(10);
   for (const json::value& data : {json::value("text"), json::value(nullptr), json::value(7)}) {
     instead = [&data](const json::object&) { return json::object{{"ret", 0}, {"data", data}}; };
     list.refresh();
@@ -218,104 +190,6 @@ TEST_F(CourseListLink, NobodyHasNoCourses) {
   settle();
   EXPECT_EQ(list.lastError()->kind, CourseListErrorKind::NoClassroom);
 }
-
-TEST_F(CourseListLink, ALoadEndsAlsoWhereALinkIsClosedForGoodAsSoonAsItIsUp) {
-  // Registered before the list, which so hears of a link that is closed already.
-  bool closes = false;
-  const auto closing = NotificationCenter::defaultCenter().observe(QXNotificationDidOpen, [&](const auto&) {
-    if (closes) link.closeForGood();
-  });
-  signIn();
-  listRooms(40, 1);
-  auto list = CourseList::recorded();
-  const View view(list);
-  loadAll(list);
-  keepPagesBack();
-  list.refresh();
-  runFor(3);
-  ASSERT_TRUE(list.isLoading());
-  closes = true;
-  server.reset(server.latest());
-  settle();
-  ASSERT_FALSE(link.isOpen());
-  EXPECT_EQ(list.state().phase, CourseListPhase::Failed);
-  EXPECT_EQ(list.lastError()->kind, CourseListErrorKind::NoLink);
-  EXPECT_EQ(list.keys(), rooms(40, 1)) << "an error keeps the rows";
-  closes = false;
-  instead = nullptr;
-  openLink();
-  runFor(2);
-  EXPECT_TRUE(list.atEnd());
-}
-
-/// How a link ends while a page is on its way.
-class CourseListLost : public CourseListLink, public ::testing::WithParamInterface<int> {
- protected:
-  void lose() {
-    const auto connection = server.latest();
-    switch (GetParam()) {
-      case 0:
-        return server.reset(connection);
-      case 1:
-        return server.cut(connection);
-      case 2:
-        return server.close(connection, 1001, "bye");
-      default:
-        return server.setSilent(connection);
-    }
-  }
-  /// Nobody sees that a link has fallen silent: it counts as open until somebody ends it.
-  void bringBack() {
-    if (server.isConnected(server.latest()) && GetParam() == 3) server.reset(server.latest());
-    settle();
-    openLink();
-    runFor(3);
-  }
-};
-
-TEST_P(CourseListLost, ALoadUnderWayEndsAndTheListIsRightOnceTheLinkIsUp) {
-  signIn();
-  listRooms(95, 1);
-  auto list = CourseList::recorded();
-  View view(list);
-  list.loadMore();
-  settle();
-  runFor(10);
-  keepPagesBack();
-  list.loadMore();
-  settle();
-  recorded.insert(recorded.begin(), courseItem(96));
-  lose();
-  instead = nullptr;
-  runFor(40);
-  EXPECT_FALSE(list.isLoading()) << "no load hangs";
-  bringBack();
-  EXPECT_EQ(list.lastError(), std::nullopt);
-  EXPECT_GE(list.size(), 30u);
-  loadAll(list);
-  EXPECT_EQ(list.keys(), serverRooms(recorded));
-  EXPECT_EQ(stored(), serverRooms(recorded));
-}
-
-TEST_P(CourseListLost, WithinASecondOfOpeningToo) {
-  QXUserInfoMgr::getInstance().setUserInfo(makeUser());
-  listRooms(40, 1);
-  auto list = CourseList::recorded();
-  list.loadMore();
-  settle();
-  keepPagesBack();
-  link.watchNetworkStatus();
-  runFor(1);
-  lose();
-  instead = nullptr;
-  runFor(60);
-  EXPECT_FALSE(list.isLoading());
-  bringBack();
-  loadAll(list);
-  EXPECT_EQ(list.keys(), rooms(40, 1));
-}
-
-INSTANTIATE_TEST_SUITE_P(All, CourseListLost, ::testing::Values(0, 1, 2, 3));
 
 TEST_F(CourseListLink, RefreshesItselfWhenTheLinkIsUpAgainThoseThatAreLookedAtFirst) {
   signIn();

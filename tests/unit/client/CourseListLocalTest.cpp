@@ -3,6 +3,7 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "CourseListFixture.h"
+#include <tests/support/LocalCourse.h>
 
 #include <memory>
 #include <string>
@@ -14,12 +15,7 @@ namespace {
 class CourseListLocal : public CourseListFixture {
  protected:
   static QXCourseManager::Course makeLocal(std::int64_t room) {
-    auto course = std::make_shared<OrvCourseModel>();
-    course->orv_local = true;
-    course->roomID = room;
-    course->title = "课程 " + std::to_string(room);
-    course->publishStatus = publish_status::kNewLocal;
-    return course;
+    return test::localCourse(room, "课程 " + std::to_string(room));
   }
   static void add(std::int64_t room) { courses().addLocalCourse(makeLocal(room)); }
 };

@@ -140,10 +140,7 @@ INSTANTIATE_TEST_SUITE_P(All, CourseListMoving,
 using CourseListUnrest = CourseListFixture;
 
 TEST_F(CourseListUnrest, EndsAndCostsNoMoreThanEightRequestsAPage) {
-  signIn();
-  listRooms(95, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(95);
   pagesAsked.clear();
   std::int64_t next = 1000;
   instead = [&](const json::object& frame) -> std::optional<json::object> {

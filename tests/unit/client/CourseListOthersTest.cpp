@@ -10,10 +10,7 @@ namespace {
 using CourseListOthers = CourseListFixture;
 
 TEST_F(CourseListOthers, FollowsACourseThatIsTakenOffTheCatalogue) {
-  signIn();
-  listRooms(10, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(10);
   View view(list);
   const auto gone = courses().getRecordCourseWithIndex(3);
   courses().deleteCloudCourse(gone);
@@ -24,10 +21,7 @@ TEST_F(CourseListOthers, FollowsACourseThatIsTakenOffTheCatalogue) {
 }
 
 TEST_F(CourseListOthers, ACourseThatIsTakenOffWhileAPageIsOnItsWayDoesNotComeBack) {
-  signIn();
-  listRooms(10, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(10);
   holdPages();
   list.refresh();
   settle();
@@ -40,10 +34,7 @@ TEST_F(CourseListOthers, ACourseThatIsTakenOffWhileAPageIsOnItsWayDoesNotComeBac
 }
 
 TEST_F(CourseListOthers, FollowsARecordThatIsChanged) {
-  signIn();
-  listRooms(10, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(10);
   View view(list);
   const auto course = courses().getRecordCourseWithIndex(3);
   course->title = "新";
@@ -55,10 +46,7 @@ TEST_F(CourseListOthers, FollowsARecordThatIsChanged) {
 }
 
 TEST_F(CourseListOthers, RefreshesItselfWhenSomebodyElsesPagesDoNotFit) {
-  signIn();
-  listRooms(60, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(60);
   recorded.insert(recorded.begin() + 40, courseItem(1000));
   unlist(recorded, 60);
   getCourses(0, 60, true);
@@ -72,10 +60,7 @@ TEST_F(CourseListOthers, RefreshesItselfWhenSomebodyElsesPagesDoNotFit) {
 }
 
 TEST_F(CourseListOthers, IsRightAfterARangeBehindTheEndHasClearedTheCatalogue) {
-  signIn();
-  listRooms(30, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(30);
   getCourses(30, 30, true);
   EXPECT_EQ(stored(), Rooms{});
   EXPECT_EQ(list.keys(), rooms(30, 1)) << "the list does not follow that";
@@ -85,10 +70,7 @@ TEST_F(CourseListOthers, IsRightAfterARangeBehindTheEndHasClearedTheCatalogue) {
 }
 
 TEST_F(CourseListOthers, HasTheNewCourseAfterACreationWasFinished) {
-  signIn();
-  listRooms(20, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(20);
   recorded.insert(recorded.begin(), courseItem(21));
   const json::object info{{"roomID", 21}};
   courses().courseCreateFinishedNotification({.name = "done", .object = nullptr, .userInfo = &info});

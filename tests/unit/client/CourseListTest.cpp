@@ -48,10 +48,7 @@ TEST_F(CourseListTest, LoadsTheFirstPage) {
 }
 
 TEST_F(CourseListTest, HoldsEveryFurtherPageAgainstTheOneBefore) {
-  signIn();
-  listRooms(95, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(95);
   EXPECT_EQ(list.keys(), rooms(95, 1));
   EXPECT_EQ(pagesAsked,
             (Strings{"items 1", "items 2", "items 1", "items 3", "items 2", "items 4", "items 3"}));
@@ -185,10 +182,7 @@ TEST_F(CourseListTest, BringsStoredRowsUpToDateBeforeItLoadsMore) {
 }
 
 TEST_F(CourseListTest, TellsInsertedRemovedMovedAndUpdatedRows) {
-  signIn();
-  listRooms(20, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(20);
   View view(list);
   unlist(recorded, 18);
   unlist(recorded, 17);
@@ -213,10 +207,7 @@ TEST_F(CourseListTest, TellsInsertedRemovedMovedAndUpdatedRows) {
 }
 
 TEST_F(CourseListTest, TellsManyMovesAsAnotherOrder) {
-  signIn();
-  listRooms(25, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(25);
   View view(list);
   std::reverse(recorded.begin(), recorded.end());
   list.refresh();
@@ -228,10 +219,7 @@ TEST_F(CourseListTest, TellsManyMovesAsAnotherOrder) {
 }
 
 TEST_F(CourseListTest, RefreshKeepsAListThatWasAtItsEndComplete) {
-  signIn();
-  listRooms(30, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(30);
   recorded.insert(recorded.begin(), courseItem(31));
   recorded.insert(recorded.end(), courseItem(-5));
   recorded.back().as_object()["roomID"] = 500;
@@ -275,10 +263,7 @@ TEST_F(CourseListTest, RefreshThatIsAskedForWhileLoadingFollows) {
 }
 
 TEST_F(CourseListTest, RowsAreCopiesThatNobodyChanges) {
-  signIn();
-  listRooms(3, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(3);
   const auto row = list.at(0);
   courses().getRecordCourseWithIndex(0)->title = "变";
   recorded[0].as_object()["title"] = "新";

@@ -5,6 +5,8 @@
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/MainQueue.h>
 
+#include <tests/support/LocalCourse.h>
+
 #include <gtest/gtest.h>
 #include <poll.h>
 
@@ -24,15 +26,6 @@ namespace {
 constexpr int kThreads = 4;
 constexpr int kRounds = 60;
 constexpr auto kLongest = std::chrono::seconds(60);
-
-QXCourseManager::Course makeLocal(std::int64_t room) {
-  auto course = std::make_shared<OrvCourseModel>();
-  course->orv_local = true;
-  course->roomID = room;
-  course->publishStatus = 99;
-  course->title = "课程 " + std::to_string(room);
-  return course;
-}
 
 class CourseListThreads : public ::testing::Test {
  protected:
@@ -56,7 +49,7 @@ class CourseListThreads : public ::testing::Test {
   static void work(int thread, std::atomic<int>& running) {
     auto& manager = QXCourseManager::getInstance();
     for (int round = 0; round < kRounds; ++round) {
-      const auto course = makeLocal(1 + thread * 1000 + round % 7);
+      const auto course = test::localCourse(1 + thread * 1000 + round % 7, "课程");
       manager.addLocalCourse(course);
       course->title = "改 " + std::to_string(round);
       manager.saveLocalCourse(course);

@@ -23,10 +23,7 @@ class CourseListUser : public CourseListFixture {
 };
 
 TEST_F(CourseListUser, RowsOfTheOldUserGoInOneChangeAndThoseOfTheNewOneCome) {
-  signIn();
-  listRooms(40, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(40);
   View view(list);
   recorded = items(105, 100);
   changeUser("100002");
@@ -39,10 +36,7 @@ TEST_F(CourseListUser, RowsOfTheOldUserGoInOneChangeAndThoseOfTheNewOneCome) {
 }
 
 TEST_F(CourseListUser, AnotherClassroomIsAnotherList) {
-  signIn();
-  listRooms(40, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(40);
   recorded = items(105, 100);
   changeUser("100001", "5002");
   settle();
@@ -50,10 +44,7 @@ TEST_F(CourseListUser, AnotherClassroomIsAnotherList) {
 }
 
 TEST_F(CourseListUser, AClassroomThatTheServerChangesIsAnotherListToo) {
-  signIn();
-  listRooms(40, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(40);
   recorded = items(105, 100);
   instead = [this](const json::object& frame) -> std::optional<json::object> {
     if (frame.at("c") == "Course.Get.Items") return pageAsked(frame);
@@ -67,10 +58,7 @@ TEST_F(CourseListUser, AClassroomThatTheServerChangesIsAnotherListToo) {
 }
 
 TEST_F(CourseListUser, ComesBackToWhatIsStored) {
-  signIn();
-  listRooms(40, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(40);
   changeUser("100002");
   settle();
   instead = [this](const json::object&) { return kRefused; };
@@ -81,10 +69,7 @@ TEST_F(CourseListUser, ComesBackToWhatIsStored) {
 }
 
 TEST_F(CourseListUser, SigningOutEmptiesTheList) {
-  signIn();
-  listRooms(40, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(40);
   View view(list);
   QXUserInfoMgr::getInstance().setUserInfo(nullptr);
   settle();
@@ -124,10 +109,7 @@ TEST_F(CourseListUser, APageOfTheOldUserThatComesLateGoesNowhere) {
 }
 
 TEST_F(CourseListUser, NothingIsReadForAUserWhoseSignInIsGivenUp) {
-  signIn();
-  listRooms(10, 1);
-  auto list = CourseList::recorded();
-  loadAll(list);
+  auto list = loadedList(10);
   unlist(recorded, 5);
   instead = [this](const json::object& frame) -> std::optional<json::object> {
     if (frame.at("c") != "Course.Get.Items") return json::object{{"ret", 0}, {"data", json::object()}};

@@ -5,6 +5,8 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 
+#include <tests/support/LocalCourse.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,12 +27,7 @@ constexpr int kRoundsPerThread = 40;
 constexpr auto kLongest = std::chrono::seconds(4);
 
 QXCourseManager::Course makeLocal(std::int64_t room) {
-  auto course = std::make_shared<OrvCourseModel>();
-  course->orv_local = true;
-  course->roomID = room;
-  course->publishStatus = 99;
-  course->title = std::string(200, 'a');
-  return course;
+  return test::localCourse(room, std::string(200, 'a'));
 }
 
 /// Whether a title is whole: one letter 200 times.

@@ -4,6 +4,7 @@
 #include <orvnetwork/platform/PropertyListFile.h>
 
 #include "tests/unit/course/CourseFixture.h"
+#include <tests/support/LocalCourse.h>
 
 #include <memory>
 #include <optional>
@@ -20,10 +21,7 @@ class LocalFixture : public CourseFixture {
   static constexpr std::uint64_t kHandedOver = publish_status::kPublished;
 
   static Course makeLocal(std::int64_t room, std::string title = "课程", std::uint64_t publishStatus = kNew) {
-    auto course = std::make_shared<OrvCourseModel>();
-    course->orv_local = true;
-    course->roomID = room;
-    course->title = std::move(title);
+    auto course = test::localCourse(room, std::move(title));
     course->publishStatus = publishStatus;
     course->liveType = live_type::kRecorded;
     return course;
