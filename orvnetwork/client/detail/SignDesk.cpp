@@ -37,11 +37,11 @@ Pending<Reply> askToLogOut() {
 /// waited for in vain. Where it does renew it the log-out is sent again.
 class RefusalWatch {
  public:
-  /// @param isRefused whether the last renewal has failed
-  explicit RefusalWatch(bool isRefused) : isRefused_(isRefused) {
+  /// @param hasFailed whether the last renewal has failed
+  explicit RefusalWatch(bool hasFailed) : hasFailed_(hasFailed) {
     tokens_.push_back(QXWebSocketMgr::standard().watchParkedRequests([this] { look(); }));
     tokens_.push_back(QXUserInfoMgr::getInstance().watchRenewals([this](const SessionRenewal& renewal) {
-      isRefused_ = renewal.end == SessionRenewal::End::Refused;
+      hasFailed_ = renewal.end != SessionRenewal::End::Renewed;
       look();
     }));
   }
@@ -54,10 +54,10 @@ class RefusalWatch {
 
  private:
   void look() {
-    if (isRefused_ && QXWebSocketMgr::standard().parkedRequestCount() > 0) stop_.request_stop();
+    if (hasFailed_ && QXWebSocketMgr::standard().parkedRequestCount() > 0) stop_.request_stop();
   }
 
-  bool isRefused_;
+  bool hasFailed_;
   std::stop_source stop_;
   std::vector<ObserverToken> tokens_;
 };
