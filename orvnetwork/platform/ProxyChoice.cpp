@@ -2,8 +2,8 @@
 
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Url.h>
+#include <orvnetwork/platform/ThisMachine.h>
 #include <orvnetwork/platform/WebSocketError.h>
-#include <orvnetwork/platform/detail/HostAddress.h>
 #include <orvnetwork/platform/detail/ProxyExceptions.h>
 
 #include <array>
@@ -69,7 +69,7 @@ Result<ProxyChoice> chooseProxy(const ProxySettings& settings, std::string_view 
                                 const ProxyVariables& variables) {
   const auto parts = parseUrl(url);
   if (settings.source == ProxySource::None || !parts || !parts->isForWebSocket()) return ProxyChoice{};
-  if (isThisMachine(comparableHost(parts->server.host))) return ProxyChoice{{}, ProxyReason::ThisMachine, {}};
+  if (isThisMachine(parts->server.host)) return ProxyChoice{{}, ProxyReason::ThisMachine, {}};
 
   const bool isFixed = settings.source == ProxySource::Fixed;
   const bool isSecure = parts->isSecure();

@@ -63,10 +63,4 @@ std::string comparableHost(std::string_view host) {
   return lower;
 }
 
-bool isThisMachine(const std::string& host) {
-  if (host == "localhost" || host.ends_with(".localhost")) return true;
-  const auto address = HostAddress::parseLoosely(host);
-  return address && address->isLoopback();
-}
-
 }  // namespace orv

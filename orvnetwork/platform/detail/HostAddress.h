@@ -29,8 +29,4 @@ struct HostAddress {
 /// A host as hosts are compared: in lower case and without dots at its end. Any thread.
 std::string comparableHost(std::string_view host);
 
-/// Whether a host is this machine by its name or number alone: "localhost", what ends with ".localhost", an address in
-/// 127.0.0.0/8, or "::1". `host` is comparable. Any thread.
-bool isThisMachine(const std::string& host);
-
 }  // namespace orv

@@ -1,13 +1,15 @@
 #include "orvnetwork/platform/native/network/NativeReachability.h"
 
+#include <orvnetwork/data/Url.h>
 #include <orvnetwork/platform/MainQueue.h>
-#include <orvnetwork/platform/native/network/LoopbackUrl.h>
+#include <orvnetwork/platform/ThisMachine.h>
 #include <orvnetwork/platform/native/network/NetworkWatcher.h>
 #include <orvnetwork/platform/native/network/ReachabilitySubscription.h>
 #include <orvnetwork/platform/native/threads/ServiceThread.h>
 
 #include <cerrno>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -28,7 +30,8 @@ class NativeReachability final : public Reachability {
   }
 
   void setServer(const OptionalString& url) override {
-    subscription_->setServerIsOnThisMachine(url && isLoopbackUrl(*url));
+    const auto parts = url ? parseUrl(*url) : std::nullopt;
+    subscription_->setServerIsOnThisMachine(parts && isThisMachine(parts->server.host));
   }
 
   void startMonitoring(Callback callback) override {

@@ -24,15 +24,28 @@ std::chrono::nanoseconds inNanoseconds(Seconds span) {
 void AddressRace::addressesCame(IpFamily family, const std::vector<SocketAddress>& addresses) {
   lookups_[indexOf(family)] = false;
   if (ended_) return;
-  std::vector<SocketAddress>& known = known_[indexOf(family)];
-  for (const SocketAddress& address : addresses) {
-    if (known.size() == limits_.addressesOfFamily) break;
-    if (std::find(known.begin(), known.end(), address) != known.end()) continue;
-    known.push_back(address);
-    waiting_[indexOf(family)].push_back(address);
-  }
-  if (family == IpFamily::Fourth) fourthCame_ = runner_.now();
+  takePreferred(family, addresses);
+  for (const SocketAddress& address : addresses) add(family, address);
+  came_[indexOf(family)] = runner_.now();
   goOn();
+}
+
+/// Puts the one that was good the last time in front; one that is not found any more counts for nothing.
+void AddressRace::takePreferred(IpFamily family, const std::vector<SocketAddress>& found) {
+  if (!preferred_ || preferred_->family != family) return;
+  if (std::find(found.begin(), found.end(), preferred_->address) != found.end()) {
+    add(family, preferred_->address);
+  } else {
+    preferred_.reset();
+  }
+}
+
+void AddressRace::add(IpFamily family, const SocketAddress& address) {
+  std::vector<SocketAddress>& known = known_[indexOf(family)];
+  if (known.size() == limits_.addressesOfFamily) return;
+  if (std::find(known.begin(), known.end(), address) != known.end()) return;
+  known.push_back(address);
+  waiting_[indexOf(family)].push_back(address);
 }
 
 void AddressRace::lookupFailed(IpFamily family, Error error) {
@@ -80,8 +93,9 @@ void AddressRace::goOn() {
 /// When the next address may be tried; there is one.
 SteadyTime AddressRace::whenNext() const {
   if (!running_.empty()) return nextAt_;
-  const bool waitsForSixth = isLookedUp(IpFamily::Sixth) && fourthCame_;
-  return waitsForSixth ? *fourthCame_ + inNanoseconds(limits_.sixthFamily) : SteadyTime::min();
+  const std::optional<SteadyTime> otherCame = came_[indexOf(otherThan(firstFamily()))];
+  const bool waits = isLookedUp(firstFamily()) && otherCame;
+  return waits ? *otherCame + inNanoseconds(limits_.firstFamily) : SteadyTime::min();
 }
 
 void AddressRace::beginNext() {
@@ -100,9 +114,10 @@ void AddressRace::beginNext() {
 
 /// One of the family whose turn it is, if there is one.
 SocketAddress AddressRace::takeNext() {
-  const IpFamily other = lastFamily_ == IpFamily::Fourth ? IpFamily::Sixth : IpFamily::Fourth;
-  if (isWaiting(other)) lastFamily_ = other;
-  std::deque<SocketAddress>& waiting = waiting_[indexOf(lastFamily_)];
+  IpFamily family = lastFamily_ ? otherThan(*lastFamily_) : firstFamily();
+  if (!isWaiting(family)) family = otherThan(family);
+  lastFamily_ = family;
+  std::deque<SocketAddress>& waiting = waiting_[indexOf(family)];
   const SocketAddress address = waiting.front();
   waiting.pop_front();
   return address;

@@ -1,8 +1,9 @@
 #pragma once
 
-// RFC 8305, "Happy Eyeballs": which address is tried when. The families take turns, the sixth version first. The next
-// try begins 250 ms after the last one began, or at once when one fails; those that began earlier live on, and the
-// first that connects wins. So a delay is no time-out: how long the whole may take is for somebody else to say.
+// RFC 8305, "Happy Eyeballs": which address is tried when. The families take turns, the sixth version first, unless an
+// address is known that was good the last time: that one is first, and its family. The next try begins 250 ms after the
+// last one began, or at once when one fails; those that began earlier live on, and the first that connects wins. So a
+// delay is no time-out: how long the whole may take is for somebody else to say.
 
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Types.h>
@@ -20,8 +21,8 @@ namespace orv {
 struct RaceLimits {
   /// How long after a try the next one begins.
   Seconds nextTry{0.25};
-  /// How long addresses of the fourth version wait for those of the sixth, when these are still looked up.
-  Seconds sixthFamily{0.05};
+  /// How long the other family's addresses wait for those of the family that goes first, when these are still looked up.
+  Seconds firstFamily{0.05};
   /// How many tries are under way at most: for one more the oldest is given up.
   std::size_t triesAtOnce = 6;
   /// How many addresses of a family are tried at most.
@@ -59,6 +60,8 @@ class AddressRace {
 
   explicit AddressRace(Runner& runner, RaceLimits limits = {}) : runner_(runner), limits_(limits) {}
 
+  /// This one is tried first if a look-up finds it. To be called before any has answered.
+  void prefer(IpFamily family, const SocketAddress& address) { preferred_ = Preferred{family, address}; }
   /// A look-up for this family is under way: the race is not lost before it has ended.
   void lookupBegan(IpFamily family) { lookups_[indexOf(family)] = true; }
   /// What a look-up has found, in the order in which to try it; those that are known already are left out.
@@ -73,13 +76,24 @@ class AddressRace {
   void cancel();
 
  private:
+  struct Preferred {
+    IpFamily family;
+    SocketAddress address;
+  };
+
   static std::size_t indexOf(IpFamily family) { return static_cast<std::size_t>(family); }
+  static IpFamily otherThan(IpFamily family) {
+    return family == IpFamily::Fourth ? IpFamily::Sixth : IpFamily::Fourth;
+  }
+  IpFamily firstFamily() const { return preferred_ ? preferred_->family : IpFamily::Sixth; }
   bool isWaiting(IpFamily family) const { return !waiting_[indexOf(family)].empty(); }
   bool isLookedUp(IpFamily family) const { return lookups_[indexOf(family)]; }
 
   void goOn();
   SteadyTime whenNext() const;
   void beginNext();
+  void add(IpFamily family, const SocketAddress& address);
+  void takePreferred(IpFamily family, const std::vector<SocketAddress>& found);
   SocketAddress takeNext();
   void makeRoom();
   bool takeFromRunning(std::size_t number);
@@ -92,10 +106,11 @@ class AddressRace {
   std::array<bool, 2> lookups_{};
   std::array<std::deque<SocketAddress>, 2> waiting_;
   std::array<std::vector<SocketAddress>, 2> known_;
-  std::optional<SteadyTime> fourthCame_;
+  std::array<std::optional<SteadyTime>, 2> came_;
+  std::optional<Preferred> preferred_;
   std::vector<std::size_t> running_;  // in the order in which they began
   std::size_t begun_ = 0;
-  IpFamily lastFamily_ = IpFamily::Fourth;
+  std::optional<IpFamily> lastFamily_;
   SteadyTime nextAt_{};
   std::optional<SteadyTime> armedFor_;
   std::optional<Error> connectError_;

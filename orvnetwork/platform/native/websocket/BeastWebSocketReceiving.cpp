@@ -61,6 +61,7 @@ bool BeastWebSocket::resumesReading() {
 }
 
 void BeastWebSocket::deliverMessage() {
+  connector_.rememberAddress();
   auto message = std::make_unique<WebSocketMessage>();
   message->isText = protocol_.got_text();
   message->payload = message_.take();

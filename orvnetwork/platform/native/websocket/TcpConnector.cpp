@@ -1,6 +1,6 @@
 #include "orvnetwork/platform/native/websocket/TcpConnector.h"
 
-#include <orvnetwork/platform/native/network/LoopbackUrl.h>
+#include <orvnetwork/platform/ThisMachine.h>
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 #include <orvnetwork/platform/native/websocket/TellingError.h>
 
@@ -56,10 +56,11 @@ Error systemError(const error_code& error) {
 }
 
 TcpConnector::TcpConnector(GatheringStream::Socket& socket, ConnectRecorder& recorder, RaceLimits limits,
-                           HostLookup lookUp)
+                           HostLookup lookUp, GoodAddresses& good)
     : socket_(socket),
       recorder_(recorder),
       lookUp_(std::move(lookUp)),
+      good_(good),
       race_(*this, limits),
       timer_(socket.get_executor()) {}
 
@@ -70,15 +71,23 @@ void TcpConnector::start(const std::string& host, std::uint16_t port, std::share
   if (const HostAddresses numeric = numericHostAddress(host, port); !numeric.addresses.empty()) {
     return race_.addressesCame(familyOf(numeric.addresses.front()), numeric.addresses);
   }
+  host_ = host;
+  port_ = port;
+  if (const auto address = good_.take(host, port, now())) race_.prefer(familyOf(*address), *address);
   recorder_.begin(ConnectStep::Name);
   inbox_ = std::make_shared<Inbox>(Inbox{this});
   race_.lookupBegan(IpFamily::Sixth);
   race_.lookupBegan(IpFamily::Fourth);
   // Every system knows this machine's own name by itself, but only when asked for both: else it may ask a name server
   // for the family that it does not know.
-  if (isLoopbackUrl("ws://" + host)) return lookUp(host, port, std::nullopt);
+  if (isThisMachine(host)) return lookUp(host, port, std::nullopt);
   lookUp(host, port, IpFamily::Sixth);
   lookUp(host, port, IpFamily::Fourth);
+}
+
+void TcpConnector::keepWinner() {
+  if (!host_.empty()) good_.put(host_, port_, *winner_, now());
+  winner_.reset();
 }
 
 void TcpConnector::cancel() {
@@ -145,8 +154,8 @@ std::optional<Error> TcpConnector::beginTry(std::size_t number, const SocketAddr
     recorder_.tryFailed(number, error);
     return error;
   }
-  const auto at = tries_.emplace(number, std::move(socket)).first;
-  at->second.async_connect(endpoint, [this, keep = alive_, number](const error_code& outcome) {
+  const auto at = tries_.emplace(number, Try{address, std::move(socket)}).first;
+  at->second.socket.async_connect(endpoint, [this, keep = alive_, number](const error_code& outcome) {
     // Of a try that was dropped meanwhile nobody takes notice, even if it has connected.
     onTry(number, outcome);
   });
@@ -172,7 +181,8 @@ void TcpConnector::dropTry(std::size_t number, const std::optional<Error>& error
 
 void TcpConnector::raceWon(std::size_t number) {
   recorder_.tryWon(number);
-  socket_ = std::move(tries_.at(number));
+  winner_ = tries_.at(number).address;
+  socket_ = std::move(tries_.at(number).socket);
   tries_.erase(number);
   finish(std::nullopt);
 }

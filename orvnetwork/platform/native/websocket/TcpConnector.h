@@ -4,6 +4,7 @@
 #include <orvnetwork/platform/native/websocket/AddressRace.h>
 #include <orvnetwork/platform/native/websocket/ConnectRecorder.h>
 #include <orvnetwork/platform/native/websocket/GatheringStream.h>
+#include <orvnetwork/platform/native/websocket/GoodAddresses.h>
 #include <orvnetwork/platform/native/websocket/NameLookup.h>
 
 #include <boost/asio/steady_timer.hpp>
@@ -29,8 +30,9 @@ class TcpConnector final : private AddressRace::Runner {
   using Done = std::function<void(const std::optional<Error>& error)>;
 
   /// @param socket is given the connection
+  /// @param good by which addresses hosts were reached before
   TcpConnector(GatheringStream::Socket& socket, ConnectRecorder& recorder, RaceLimits limits = {},
-               HostLookup lookUp = &lookUpHost);
+               HostLookup lookUp = &lookUpHost, GoodAddresses& good = goodAddresses());
   TcpConnector(const TcpConnector&) = delete;
   TcpConnector& operator=(const TcpConnector&) = delete;
   ~TcpConnector() { forgetLookups(); }
@@ -40,6 +42,12 @@ class TcpConnector final : private AddressRace::Runner {
   /// under way then are left behind and hold nothing of it.
   /// @param host the next hop on the way: a name, or a numeric address without brackets
   void start(const std::string& host, std::uint16_t port, std::shared_ptr<void> alive, Done done);
+
+  /// The server at the other end does its work: the next connection to this host tries its address first. Cheap from the
+  /// second call on.
+  void rememberAddress() {
+    if (winner_) keepWinner();
+  }
 
   /// Gives up: `done` is forgotten. The owner closes the socket.
   void cancel();
@@ -55,6 +63,7 @@ class TcpConnector final : private AddressRace::Runner {
   void lookUp(const std::string& host, std::uint16_t port, std::optional<IpFamily> family);
   void onFound(const HostAddresses& found, std::optional<IpFamily> asked);
   void onTry(std::size_t number, const error_code& outcome);
+  void keepWinner();
   void finish(const std::optional<Error>& error);
   void forgetLookups();
 
@@ -70,10 +79,18 @@ class TcpConnector final : private AddressRace::Runner {
   GatheringStream::Socket& socket_;
   ConnectRecorder& recorder_;
   const HostLookup lookUp_;
+  GoodAddresses& good_;
+  std::string host_;  // empty for a number
+  std::uint16_t port_ = 0;
   AddressRace race_;
   asio::steady_timer timer_;
   std::uint64_t timerNumber_ = 0;
-  std::map<std::size_t, GatheringStream::Socket> tries_;
+  struct Try {
+    SocketAddress address;
+    GatheringStream::Socket socket;
+  };
+  std::map<std::size_t, Try> tries_;
+  std::optional<SocketAddress> winner_;
   std::shared_ptr<Inbox> inbox_;
   std::shared_ptr<void> alive_;
   Done done_;

@@ -106,6 +106,50 @@ TEST(AddressRace, TriesAddressesInTheRightOrderAtTheRightTime) {
   }
 }
 
+/// The same, where an address was good the last time.
+struct PreferenceCase {
+  const char* what;
+  const char* preferred;
+  const char* sixth;
+  const char* fourth;
+  const char* story;
+};
+
+constexpr PreferenceCase kPreferenceCases[] = {
+    {"a family that is dead costs nothing the second time", "f0", "@0 -", "@0 5", "0 f0, 5 won f0"},
+    {"one in the middle of its family goes first", "s2", "@0 - - 5 -", "@0 -", "0 s2, 5 won s2"},
+    {"the families take turns behind it, the other one next", "f1", "@0 - -", "@0 - - 5",
+     "0 f1, 250 s0, 500 f0, 750 s1, 1000 f2, 1005 won f2"},
+    {"it is tried once only", "s1", "@0 x1 x1", "none", "0 s1, 1 s0, 2 lost POSIX 111"},
+    {"one that has become dead costs 250 ms", "f0", "@0 5", "@0 -", "0 f0, 250 s0, 255 won s0"},
+    {"one that is refused now costs nothing", "f0", "@0 5", "@0 x1", "0 f0, 1 s0, 6 won s0"},
+    {"the other family waits for its look-up", "f0", "@10 5", "@40 5", "40 f0, 45 won f0"},
+    {"but for 50 ms only", "f0", "@10 20", "@90 5", "60 s0, 80 won s0"},
+    {"nor when that has failed", "f0", "@10 5", "@30 ?-2", "30 s0, 35 won s0"},
+    {"nor when it is not found any more", "f7", "@30 5", "@10 5", "30 s0, 35 won s0"},
+    {"one of the sixth version that is not found changes nothing", "s7", "@0 -", "@0 5",
+     "0 s0, 250 f0, 255 won f0"},
+};
+
+TEST(AddressRace, BeginsWithTheAddressThatWasGoodTheLastTime) {
+  for (const PreferenceCase& one : kPreferenceCases) {
+    RacingHost host(readLookup(one.sixth), readLookup(one.fourth));
+    host.prefer(one.preferred);
+    host.runAll();
+    EXPECT_EQ(host.story(), one.story) << one.what;
+    EXPECT_EQ(host.complaint(), "") << one.what;
+  }
+}
+
+TEST(AddressRace, ThatAddressCountsWhereverItStandsInALongList) {
+  RaceLimits limits;
+  limits.addressesOfFamily = 2;
+  RacingHost host(readLookup("@0 x1 x1 x1 x1"), readLookup("none"), limits);
+  host.prefer("s3");
+  host.runAll();
+  EXPECT_EQ(host.story(), "0 s3, 1 s0, 2 lost POSIX 111");
+}
+
 TEST(AddressRace, CanBeGivenUpAtAnyMoment) {
   for (const RaceCase& one : kCases) {
     for (int steps = 0;; ++steps) {
@@ -152,7 +196,7 @@ TEST(AddressRace, WaitsOnWhenATimerComesEarly) {
 TEST(AddressRace, HasTheSpansOfTheRecommendation) {
   const RaceLimits limits;
   EXPECT_EQ(limits.nextTry, Seconds(0.25));
-  EXPECT_EQ(limits.sixthFamily, Seconds(0.05));
+  EXPECT_EQ(limits.firstFamily, Seconds(0.05));
   EXPECT_EQ(limits.triesAtOnce, 6u);
   EXPECT_EQ(limits.addressesOfFamily, 16u);
 }
@@ -203,6 +247,8 @@ TEST(AddressRace, NeverStallsAndLeavesNothingBehindWhateverHappens) {
     RaceLimits limits;
     limits.triesAtOnce = 30;
     RacingHost host(sixth, fourth, limits);
+    const std::string number = std::to_string(random() % 12);
+    if (random() % 2 == 0) host.prefer((random() % 2 == 0 ? "s" : "f") + number);
     host.runAll();
     ASSERT_EQ(host.complaint(), "") << "seed " << seed << ": " << host.story();
     ASSERT_FALSE(host.isTimerArmed()) << "seed " << seed;

@@ -68,6 +68,11 @@ RacingHost::RacingHost(RacedLookup sixth, RacedLookup fourth, RaceLimits limits)
   }
 }
 
+void RacingHost::prefer(const std::string& name) {
+  const IpFamily family = name[0] == 's' ? IpFamily::Sixth : IpFamily::Fourth;
+  race_.prefer(family, addressOf(family, std::stoul(name.substr(1))));
+}
+
 void RacingHost::answer(IpFamily family, const RacedLookup& lookup) {
   if (lookup.error != 0) {
     return race_.lookupFailed(family, {websocket_error::kNameLookupDomain, lookup.error, "no"});

@@ -44,6 +44,8 @@ class RacingHost : private AddressRace::Runner {
   bool step(int count = 1);
   void runAll();
   void cancel() { race_.cancel(); }
+  /// Has the race begin with an address that was good before: "s1", "f0".
+  void prefer(const std::string& name);
   /// From now on each timer comes a millisecond early first.
   void letTimersComeEarly() { timersComeEarly_ = true; }
 

@@ -48,7 +48,8 @@ class TcpConnectorTest : public ::testing::Test {
         [this](const std::string& name, std::uint16_t at, std::optional<IpFamily> family,
                std::function<void(HostAddresses)> done) {
           asked.push_back({name, at, family, std::move(done)});
-        });
+        },
+        good);
     connector->start(host, port, alive, [this](const std::optional<Error>& error) {
       ++ends;
       outcome = error;
@@ -85,6 +86,7 @@ class TcpConnectorTest : public ::testing::Test {
   GatheringStream::Socket socket{loop};
   ConnectRecorder recorder;
   RaceLimits limits;
+  GoodAddresses good;
   std::vector<Asked> asked;
   std::shared_ptr<int> alive = std::make_shared<int>(0);
   std::unique_ptr<TcpConnector> connector;  // so that a sanitizer sees who uses one that has gone
@@ -241,7 +243,7 @@ TEST_F(TcpConnectorTest, ALookupThatIsLeftBehindHoldsNothingAndTellsNobody) {
 
 TEST_F(TcpConnectorTest, NorDoesItAfterTheOtherFamilyHasConnected) {
   RawListener listener;
-  limits.sixthFamily = Seconds(0);
+  limits.firstFamily = Seconds(0);
   start("example.org", 1);
   answer(IpFamily::Fourth, {listener.port()});
   turnUntilEnd();
@@ -266,6 +268,68 @@ TEST_F(TcpConnectorTest, CancellingClosesEveryTry) {
   alive.reset();
   turn();
   EXPECT_EQ(ends, 0);
+}
+
+/// Comes to a connection to the second of two addresses, the first of which refuses; how many tries that took.
+class TcpConnectorMemoryTest : public TcpConnectorTest {
+ protected:
+  TcpConnectorMemoryTest() { limits.nextTry = Seconds(30); }
+  ~TcpConnectorMemoryTest() override { connector.reset(); }
+
+  std::size_t connect(const std::string& host = "example.org") {
+    ends = 0;
+    asked.clear();
+    connector.reset();
+    attempt.emplace();
+    attempt->start();
+    connector = std::make_unique<TcpConnector>(
+        socket, *attempt, limits,
+        [this](const std::string& name, std::uint16_t at, std::optional<IpFamily> family,
+               std::function<void(HostAddresses)> done) {
+          asked.push_back({name, at, family, std::move(done)});
+        },
+        good);
+    connector->start(host, 4711, alive, [this](const std::optional<Error>&) { ++ends; });
+    answerNo(0, EAI_NODATA);
+    answer(IpFamily::Fourth, {refusing.port(), listener.port()});
+    turnUntilEnd();
+    while (listener.hasConnection()) listener.accept();
+    return attempt->report().attempts.size();
+  }
+
+  const RawListener refusing{false};
+  RawListener listener;
+  std::optional<ConnectRecorder> attempt;
+};
+
+TEST_F(TcpConnectorMemoryTest, WhatWorkedLastTimeGoesFirst) {
+  EXPECT_EQ(connect(), 2u);
+  connector->rememberAddress();
+  EXPECT_EQ(connect(), 1u);
+  EXPECT_EQ(socket.remote_endpoint().port(), listener.port());
+}
+
+TEST_F(TcpConnectorMemoryTest, AnAddressThatOnlyConnectsIsNotRemembered) {
+  EXPECT_EQ(connect(), 2u);
+  EXPECT_EQ(connect(), 2u);
+  connector->rememberAddress();
+  EXPECT_EQ(connect(), 1u);
+  // It has led to nothing this time.
+  EXPECT_EQ(connect(), 2u);
+}
+
+TEST_F(TcpConnectorMemoryTest, AnotherHostHasAnotherAddress) {
+  connect();
+  connector->rememberAddress();
+  EXPECT_EQ(connect("example.com"), 2u);
+  EXPECT_EQ(connect("example.org"), 1u);
+}
+
+TEST_F(TcpConnectorMemoryTest, ANumberNeedsNone) {
+  start("127.0.0.1", listener.port());
+  turnUntilEnd();
+  connector->rememberAddress();
+  EXPECT_EQ(good.count(), 0u);
 }
 
 TEST_F(TcpConnectorTest, AThousandAttemptsLeaveNoDescriptor) {
