@@ -1,6 +1,5 @@
 #include "devserver/Access.h"
 
-#include <boost/asio/ip/address.hpp>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,12 +32,6 @@ std::string whyOpenToOthers(int file) {
 }
 
 }  // namespace
-
-bool isLoopback(const std::string& address) {
-  boost::system::error_code error;
-  const auto parsed = boost::asio::ip::make_address(address, error);
-  return !error && parsed.is_loopback();
-}
 
 std::string problemWithToken(const std::string& token) {
   if (token.size() >= kShortestToken && token.size() <= kLongestToken &&

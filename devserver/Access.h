@@ -4,9 +4,6 @@
 
 namespace orv::devserver {
 
-/// Whether an address is one of this machine alone.
-bool isLoopback(const std::string& address);
-
 /// What is wrong with a token, or "": it has to be long enough not to be guessed, and to need no quoting anywhere.
 std::string problemWithToken(const std::string& token);
 

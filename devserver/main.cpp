@@ -1,5 +1,6 @@
 #include "devserver/Access.h"
 #include "devserver/DevServer.h"
+#include "devserver/net/LoopbackAddress.h"
 #include <CLI/CLI.hpp>
 
 #include <csignal>

@@ -1,6 +1,7 @@
 #include "devserver/net/Connection.h"
 
 #include "devserver/faults/Cut.h"
+#include "devserver/net/HttpDate.h"
 #include "devserver/net/LinkCore.h"
 
 #include <boost/beast/http/read.hpp>
@@ -170,6 +171,9 @@ void Connection::admit(const HttpMessage& message) {
   core_->unread({static_cast<const char*>(rest.data()), rest.size()});
   buffer_.clear();
   webSocket_->read_message_max(options_.maxMessageBytes);
+  webSocket_->set_option(websocket::stream_base::decorator([](websocket::response_type& response) {
+    response.set(http::field::date, httpDate(std::chrono::system_clock::now()));
+  }));
   webSocket_->async_accept(message, [self = shared_from_this()](error_code error) {
     if (error || self->core_->ended()) return self->core_->finish(true);
     self->settle();

@@ -1,10 +1,14 @@
 #include "devserver/net/HttpMessage.h"
 
+#include "devserver/net/HttpDate.h"
+
 #include <boost/beast/http/error.hpp>
 #include <boost/beast/http/field.hpp>
 #include <boost/beast/http/status.hpp>
 
+#include <chrono>
 #include <cstdint>
+#include <string>
 
 namespace orv::devserver {
 
@@ -15,6 +19,11 @@ constexpr std::uint64_t kMaxBodyBytes = 1u << 20;
 
 std::string_view view(boost::beast::string_view text) {
   return {text.data(), text.size()};
+}
+
+/// So that a client can tell whether its clock is right.
+std::string dateLine() {
+  return "Date: " + httpDate(std::chrono::system_clock::now()) + "\r\n";
 }
 
 }  // namespace
@@ -54,11 +63,11 @@ std::string headOf(const HttpAnswer& answer, std::string_view reason) {
   return "HTTP/1.1 " + std::to_string(answer.status) + " " + std::string(reason) +
          "\r\nContent-Type: " + answer.contentType +
          "\r\nContent-Length: " + std::to_string(answer.body.size()) + "\r\nConnection: close\r\n" +
-         answer.head + "\r\n";
+         dateLine() + answer.head + "\r\n";
 }
 
 std::string streamHeadOf(const HttpAnswer& answer) {
-  return "HTTP/1.1 200 OK\r\nContent-Type: " + answer.contentType + "\r\nConnection: close\r\n" +
+  return "HTTP/1.1 200 OK\r\nContent-Type: " + answer.contentType + "\r\nConnection: close\r\n" + dateLine() +
          answer.head + "\r\n";
 }
 

@@ -2,6 +2,8 @@
 
 #include <orvnetwork/data/Url.h>
 
+#include "devserver/net/LoopbackAddress.h"
+
 #include <boost/asio/ip/address.hpp>
 #include <openssl/crypto.h>
 
@@ -27,10 +29,7 @@ std::string hostOf(const HttpRequest& request) {
 }
 
 bool isThisMachine(const std::string& host) {
-  if (host == "localhost") return true;
-  boost::system::error_code error;
-  const auto address = boost::asio::ip::make_address(host, error);
-  return !error && address.is_loopback();
+  return host == "localhost" || isLoopback(host);
 }
 
 /// Whether two texts are the same numeric address.
