@@ -1,5 +1,6 @@
 // What the server's side of the way says of itself: TLS, the answer to the upgrade, its clock.
 
+#include <orvnetwork/platform/ThisMachine.h>
 #include <orvnetwork/platform/WebSocketError.h>
 #include <orvnetwork/transport/LinkFailure.h>
 
@@ -67,20 +68,35 @@ json::object tlsFacts(const WayFacts& facts) {
   return shown;
 }
 
+/// A certificate of the chain is out of date; which one, the server's own or one behind it, is seen by the dates.
+Finding outOfDate(const WayFacts& facts, const CertificateSummary& leaf) {
+  const std::string now = dayText(facts.now);
+  const bool isExpired = facts.error->code == kExpired;
+  const char* const code = isExpired ? "expired" : "notYetValid";
+  const bool isLeafs = isExpired ? leaf.notAfter <= facts.now : leaf.notBefore > facts.now;
+  if (!isLeafs) {
+    return failed("tls", code,
+                  "a certificate behind the server's own is out of date: " + facts.error->description,
+                  "check this machine's clock; else the server needs other certificates");
+  }
+  if (isExpired) {
+    return failed("tls", code,
+                  "the certificate has expired on " + dayText(leaf.notAfter) + "; this clock says " + now,
+                  "check this machine's clock; else the server needs a new certificate");
+  }
+  return failed("tls", code,
+                "the certificate counts from " + dayText(leaf.notBefore) + " on; this clock says " + now,
+                "check this machine's clock");
+}
+
 Finding failedCertificate(const WayFacts& facts) {
   const CertificateSummary leaf =
       facts.report.chain.empty() ? CertificateSummary{} : facts.report.chain.front();
-  const std::string now = dayText(facts.now);
   const std::string issuer = leaf.issuer.empty() ? "somebody" : "\"" + leaf.issuer + "\"";
   switch (facts.error->code) {
     case kExpired:
-      return failed("tls", "expired",
-                    "the certificate has expired on " + dayText(leaf.notAfter) + "; this clock says " + now,
-                    "check this machine's clock; else the server needs a new certificate");
     case kNotYetValid:
-      return failed("tls", "notYetValid",
-                    "the certificate counts from " + dayText(leaf.notBefore) + " on; this clock says " + now,
-                    "check this machine's clock");
+      return outOfDate(facts, leaf);
     case kSelfSigned:
     case kSelfSignedInChain:
     case kNoIssuer:
@@ -122,7 +138,7 @@ Finding judgeTls(const WayFacts& facts) {
   const ConnectReport& report = facts.report;
   Finding finding;
   if (!facts.url.isSecure()) {
-    finding = isLoopbackServer(facts.url)
+    finding = isThisMachine(facts.url.server.host)
                   ? skipped("tls", "notAsked", "the server is on this machine, and asked for by ws://")
                   : warned("tls", "none", "no TLS: everybody on the way can read passwords and tokens",
                            "use wss:// if the server speaks it");
@@ -163,6 +179,9 @@ Finding judgeUpgrade(const WayFacts& facts) {
   } else if (status == 0) {
     finding = failed("upgrade", "noAnswer", "no answer to the upgrade: " + facts.error->description,
                      "check the port: something else than a WebSocket server may listen there");
+  } else if (status == kSwitching) {
+    finding = failed("upgrade", "notUnderstood", number + ", but no WebSocket's: " + facts.error->description,
+                     "something on the way, or the server, speaks no good WebSocket: ask those who run it");
   } else if (status < kRedirects) {
     finding = failed("upgrade", "page",
                      number +

@@ -2,6 +2,7 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/ProxyChoice.h>
+#include <orvnetwork/platform/ThisMachine.h>
 #include <orvnetwork/support/QXPathManager.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
@@ -118,7 +119,7 @@ void chooseWay(const Options& options, WayFacts& facts) {
   if (other && other->proxy) facts.unusedVariable = other->variable;
 }
 
-void examineServer(const Options& options, Host& host, const Places& places, std::vector<Finding>& findings) {
+void examineServer(const Options& options, Host& host, Places& places, std::vector<Finding>& findings) {
   const auto url = parseUrl(*options.server);
   if (!url) return;
   QXWebSocketMgr& link = QXWebSocketMgr::standard();
@@ -131,8 +132,19 @@ void examineServer(const Options& options, Host& host, const Places& places, std
   Probe probe(host, *url, *options.server, std::move(network), Seconds(options.wait));
   chooseWay(options, probe.facts());
   probe.reach();
+  if (places.network) {
+    NetworkFacts& facts = places.network->facts;
+    facts.isServerHere = isThisMachine(url->server.host);
+    facts.isServerReached = std::ranges::any_of(probe.facts().report.attempts, &AddressAttempt::won);
+  }
+  findings.push_back(judged("network", places.network, judgeNetwork));
+  const bool hasNoRoute = findings.back().code == "noRoute";
   std::vector<Finding> way = judgeWay(probe.facts());
-  const std::string cause = failureIn(way);
+  std::string cause = failureIn(way);
+  if (hasNoRoute && !cause.empty()) {
+    way = withoutRoute(std::move(way));
+    if (failureIn(way).empty()) cause = "network";
+  }
   std::ranges::move(way, std::back_inserter(findings));
   findings.push_back(judgeStoredUser(places, &probe, cause));
   Finding clock = judgeClock(probe.facts());
@@ -141,25 +153,26 @@ void examineServer(const Options& options, Host& host, const Places& places, std
 }
 
 std::vector<Finding> examine(const Options& options, Host& host) {
+  Clock& clock = Platform::current().clock();
+  const SteadyTime begun = clock.steadyNow();
   const std::shared_ptr<Places> places = lookAround();
   host.runUntil([&] { return places->user.has_value(); }, kDiskLimit);
   std::vector<Finding> findings;
-  if (places->network) {
-    const auto url = parseUrl(options.server.value_or(""));
-    places->network->facts.isServerHere = !url || isLoopbackServer(*url);
-  }
-  findings.push_back(judged("network", places->network, judgeNetwork));
   if (options.server) {
     examineServer(options, host, *places, findings);
   } else {
+    if (places->network) places->network->facts.isServerHere = true;
+    findings.push_back(judged("network", places->network, judgeNetwork));
     findings.push_back(
         skipped("connect", "noServer",
                 "no server is named: --server, ORV_SERVER, or `server = …` in " + settingsFile()));
     findings.push_back(judgeStoredUser(*places, nullptr, ""));
   }
-  host.runUntil([&] { return places->log.has_value(); }, kDiskLimit);
+  // The disk has had the whole time until now.
+  const Seconds left = kDiskLimit - Seconds(clock.steadyNow() - begun);
+  host.runUntil([&] { return places->log.has_value(); }, std::max(left, Seconds(0)));
   findings.push_back(judged("home", places->home, judgeHome));
-  findings.push_back(judged("log", places->log, judgeLog));
+  findings.push_back(places->home ? judged("log", places->log, judgeLog) : skippedAfter("log", "home"));
   return findings;
 }
 

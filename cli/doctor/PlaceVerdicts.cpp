@@ -60,6 +60,9 @@ Finding judgeNetwork(const NetworkFacts& facts) {
   if (interfaces.empty() && facts.isServerHere) {
     return good("network", "no route, and none is needed: the server is on this machine", shown);
   }
+  if (interfaces.empty() && facts.isServerReached) {
+    return good("network", "no route to the world, but the server is reached", shown);
+  }
   if (interfaces.empty()) {
     return failed("network", "noRoute", "no route leads out of this machine", "connect to a network", shown);
   }

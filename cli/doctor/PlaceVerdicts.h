@@ -18,6 +18,8 @@ struct NetworkFacts {
   std::vector<std::string> wide{};    ///< IPv6
   /// Whether the server is on this machine, which needs none.
   bool isServerHere = false;
+  /// Whether a connection to the server has come about, by a route to its own network.
+  bool isServerReached = false;
 };
 Finding judgeNetwork(const NetworkFacts& facts);
 

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/Secrets.h>
 #include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/Platform.h>
@@ -117,7 +118,7 @@ void Probe::takeFrame(const json::object& frame) {
   if (values == nullptr || !values->is_object()) return;
   const json::value* const code = values->get_object().if_contains("ret");
   // A reply without a code is a success.
-  session_->code = code != nullptr && code->is_number() ? code->to_number<std::int64_t>() : 0;
+  session_->code = looseInt64(code);
   session_->words = hideSecrets(textIn(values->get_object(), "err"));
 }
 

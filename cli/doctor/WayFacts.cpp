@@ -45,15 +45,6 @@ bool isNumericHost(const Url& url) {
          ::inet_pton(AF_INET6, url.server.host.c_str(), bytes.data()) == 1;
 }
 
-bool isLoopbackServer(const Url& url) {
-  const std::string& host = url.server.host;
-  in_addr address{};
-  in6_addr wide{};
-  if (::inet_pton(AF_INET, host.c_str(), &address) == 1) return ntohl(address.s_addr) >> 24 == 127;
-  if (::inet_pton(AF_INET6, host.c_str(), &wide) == 1) return IN6_IS_ADDR_LOOPBACK(&wide) != 0;
-  return host == "localhost" || host.ends_with(".localhost");
-}
-
 std::uint16_t portOf(const Url& url) {
   constexpr std::uint16_t kPlain = 80, kSecure = 443;
   if (url.server.port != 0) return url.server.port;

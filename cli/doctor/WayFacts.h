@@ -44,8 +44,6 @@ Step failedStep(const WayFacts& facts);
 
 /// Whether the server's host is written as an address.
 bool isNumericHost(const Url& url);
-/// Whether the server is on this machine.
-bool isLoopbackServer(const Url& url);
 /// The port of the server, also where its address names none.
 std::uint16_t portOf(const Url& url);
 

@@ -50,19 +50,35 @@ bool isTimeout(const Error& error) {
          (error.domain == websocket_error::kSystemDomain && error.code == ETIMEDOUT);
 }
 
-/// Whether an IPv6 address was waited for in vain before an IPv4 one took the connection.
-bool hasDeadWideAddress(const ConnectReport& report) {
+/// How long IPv6 addresses were waited for in vain before an IPv4 one took the connection; the look-up of the name is no
+/// part of it. Absent where nobody notices that.
+std::optional<Seconds> wastedOnWide(const ConnectReport& report) {
+  constexpr Seconds kNoticed{0.1};
   const auto winner = std::ranges::find(report.attempts, true, &AddressAttempt::won);
-  if (winner == report.attempts.end() || isWide(*winner)) return false;
-  constexpr double kNoticed = 0.1;
-  return winner->begun.count() >= kNoticed &&
-         std::any_of(report.attempts.begin(), winner, [](const auto& attempt) { return isWide(attempt); });
+  if (winner == report.attempts.end() || isWide(*winner)) return std::nullopt;
+  const auto wide = std::find_if(report.attempts.begin(), winner, isWide);
+  if (wide == winner || winner->begun - wide->begun < kNoticed) return std::nullopt;
+  return winner->begun - wide->begun;
 }
 
 /// Whether the settings of TLS could not be used, so that nothing was tried.
 bool hasNotSetOut(const WayFacts& facts) {
   const ConnectReport& report = facts.report;
   return failedStep(facts) == Step::Tls && !report.name && !report.connect && report.attempts.empty();
+}
+
+Finding nameFailure(const std::string& host, const Error& error) {
+  const bool isOfNames = error.domain == websocket_error::kNameLookupDomain;
+  if (isOfNames && (error.code == EAI_NONAME || error.code == EAI_NODATA || error.code == EAI_ADDRFAMILY)) {
+    return failed("name", "noSuchName", "no such name: " + host, "check the spelling of the server's name");
+  }
+  if (isTimeout(error) || (isOfNames && error.code == EAI_AGAIN)) {
+    return failed("name", "nameServerSilent",
+                  "the name server does not answer, so nobody knows where " + host + " is",
+                  "try another network, or ask those who run this one");
+  }
+  return failed("name", "failed", host + " could not be looked up: " + error.description,
+                "try again, or another network");
 }
 
 Finding proxyFailure(const std::string& shown, const Error& error) {
@@ -134,12 +150,7 @@ Finding judgeName(const WayFacts& facts) {
   } else if (isNumericHost(facts.url)) {
     finding = skipped("name", "numeric", host + " is an address");
   } else if (failedStep(facts) == Step::Name) {
-    const bool isUnknown = !isTimeout(*facts.error) && facts.error->code != EAI_AGAIN;
-    finding = isUnknown ? failed("name", "noSuchName", "no such name: " + host,
-                                 "check the spelling of the server's name")
-                        : failed("name", "nameServerSilent",
-                                 "the name server does not answer, so nobody knows where " + host + " is",
-                                 "try another network, or ask those who run this one");
+    finding = nameFailure(host, *facts.error);
   }
   finding.facts = {{"host", host}};
   finding.milliseconds = took;
@@ -154,13 +165,11 @@ Finding judgeConnect(const WayFacts& facts) {
     finding = skipped("connect", "byProxy", "the proxy does that");
   } else if (failedStep(facts) != Step::Connect) {
     finding = good("connect", server + ", " + spanText(took));
-    if (hasDeadWideAddress(facts.report)) {
-      finding = warned(
-          "connect", "wideIsDead",
-          "IPv6 is dead and IPv4 works, which costs each connect " +
-              spanText(std::ranges::find(facts.report.attempts, true, &AddressAttempt::won)->begun.count() *
-                       1000),
-          "have IPv6 mended or switched off in this network");
+    if (const auto wasted = wastedOnWide(facts.report)) {
+      finding =
+          warned("connect", "wideIsDead",
+                 "IPv6 is dead and IPv4 works, which costs a connect " + spanText(inMilliseconds(wasted)),
+                 "have IPv6 mended or switched off in this network");
     }
   } else if (facts.error->code == ECONNREFUSED) {
     finding = failed("connect", "refused", "refused: nothing listens on " + server,
@@ -222,6 +231,17 @@ std::vector<Finding> judgeWay(const WayFacts& facts) {
     findings.push_back(cause.empty() ? stop.judge(facts) : skippedAfter(stop.name, cause));
   }
   return findings;
+}
+
+std::vector<Finding> withoutRoute(std::vector<Finding> way) {
+  const auto first = std::ranges::find(way, Verdict::Fail, &Finding::verdict);
+  const bool follows = first != way.end() && (first->code == "unreachable" ||
+                                              first->code == "nameServerSilent" || first->code == "noAnswer");
+  const bool isOfTheWay = follows && first->check != "tls" && first->check != "upgrade";
+  if (!isOfTheWay) return way;
+  std::transform(first, way.end(), first,
+                 [](const Finding& one) { return skippedAfter(one.check, "network"); });
+  return way;
 }
 
 }  // namespace orv::cli::doctor

@@ -11,6 +11,9 @@ namespace orv::cli::doctor {
 /// connect, tls, upgrade, ping. What lies behind a step that has failed is skipped.
 std::vector<Finding> judgeWay(const WayFacts& facts);
 
+/// The same where no route leads out of this machine: what could not be reached for that is no failure of its own.
+std::vector<Finding> withoutRoute(std::vector<Finding> way);
+
 /// The parts of it.
 Finding judgeProxy(const WayFacts& facts);
 Finding judgeName(const WayFacts& facts);

@@ -164,6 +164,13 @@ INSTANTIATE_TEST_SUITE_P(
             "numeric", Verdict::Skipped, "is an address"),
         way("NoSuchName", judgeName, failedAt(Step::Name, kNames, EAI_NONAME), "noSuchName", Verdict::Fail,
             "no such name: school.example"),
+        way("NoAddressOfTheName", judgeName, failedAt(Step::Name, kNames, EAI_NODATA), "noSuchName",
+            Verdict::Fail, "no such name"),
+        way("NameServerFails", judgeName, failedAt(Step::Name, kNames, EAI_FAIL), "failed", Verdict::Fail,
+            "school.example could not be looked up: why"),
+        way("ThisMachineFailsToLookUp", judgeName,
+            with(failedAt(Step::Name, kSystem, EMFILE), [](auto& f) { f.report.name = Seconds(0.1); }),
+            "failed", Verdict::Fail, "could not be looked up: why"),
         way("NameServerTellsThatItIsSilent", judgeName, failedAt(Step::Name, kNames, EAI_AGAIN),
             "nameServerSilent", Verdict::Fail, "the name server does not answer"),
         way("NameServerSilent", judgeName, failedAt(Step::Name, kSocket, websocket_error::kTimedOut),
@@ -186,7 +193,29 @@ INSTANTIATE_TEST_SUITE_P(
                    f.report.attempts = {{"2001:db8::7", Seconds(0), Seconds(0.3), false, {}},
                                         {"203.0.113.7", Seconds(0.25), Seconds(0.01), true, {}}};
                  }),
-            "wideIsDead", Verdict::Warn, "costs each connect 250 ms"),
+            "wideIsDead", Verdict::Warn, "costs a connect 250 ms"),
+        way("WideIsDeadBehindASlowNameServer", judgeConnect,
+            with(reached(),
+                 [](auto& f) {
+                   f.report.attempts = {{"2001:db8::7", Seconds(2), Seconds(0.3), false, {}},
+                                        {"203.0.113.7", Seconds(2.25), Seconds(0.01), true, {}}};
+                 }),
+            "wideIsDead", Verdict::Warn, "costs a connect 250 ms"),
+        way("WideFailsAtOnceBehindASlowNameServer", judgeConnect,
+            with(reached(),
+                 [](auto& f) {
+                   f.report.attempts = {
+                       {"2001:db8::7", Seconds(2), Seconds(0), false, Error{kSystem, ENETUNREACH, "no"}},
+                       {"203.0.113.7", Seconds(2), Seconds(0.01), true, {}}};
+                 }),
+            "good", Verdict::Ok, "12 ms"),
+        way("NarrowIsDead", judgeConnect,
+            with(reached(),
+                 [](auto& f) {
+                   f.report.attempts = {{"203.0.113.7", Seconds(0), Seconds(0.3), false, {}},
+                                        {"203.0.113.8", Seconds(0.25), Seconds(0.01), true, {}}};
+                 }),
+            "good", Verdict::Ok, "12 ms"),
         way("WideFailsAtOnce", judgeConnect,
             with(reached(),
                  [](auto& f) {
@@ -218,6 +247,10 @@ INSTANTIATE_TEST_SUITE_P(
         way("NotYetValid", judgeTls,
             with(failedAt(Step::Tls, kTls, 9), [](auto& f) { f.report.chain[0].notBefore = kNow + kDay; }),
             "notYetValid", Verdict::Fail, "counts from 2026-11-23 on; this clock says 2026-11-22"),
+        way("ExpiredBehindTheServersOwn", judgeTls, failedAt(Step::Tls, kTls, 10), "expired", Verdict::Fail,
+            "a certificate behind the server's own is out of date: why"),
+        way("NotYetValidBehindTheServersOwn", judgeTls, failedAt(Step::Tls, kTls, 9), "notYetValid",
+            Verdict::Fail, "a certificate behind the server's own is out of date: why"),
         way("SelfSigned", judgeTls, failedAt(Step::Tls, kTls, 18), "unknownIssuer", Verdict::Fail,
             "issued by \"Good CA\", whom this machine does not trust"),
         way("SelfSignedInChain", judgeTls, failedAt(Step::Tls, kTls, 19), "unknownIssuer", Verdict::Fail,
@@ -251,6 +284,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         way("Good", judgeUpgrade, reached(), "good", Verdict::Ok, "101, 31 ms"),
         way("Page", judgeUpgrade, answered(200), "page", Verdict::Fail, "200 with a page"),
+        way("NoGoodWebSocket", judgeUpgrade, answered(101), "notUnderstood", Verdict::Fail,
+            "101, but no WebSocket's: why"),
         way("Redirected", judgeUpgrade, answered(302), "redirected", Verdict::Fail,
             "302: it leads elsewhere"),
         way("Unauthorized", judgeUpgrade, answered(401), "refused", Verdict::Fail, "401: the server"),
@@ -312,6 +347,26 @@ TEST(DoctorWay, WhatFollowsFromAFailureIsSkipped) {
   const auto findings = judgeWay(failedAt(Step::Connect, kSystem, ECONNREFUSED));
   EXPECT_EQ(findings[2].verdict, Verdict::Skipped);
   EXPECT_EQ(findings[2].text, "because connect failed");
+}
+
+TEST(DoctorWay, WhatFollowsFromNoRouteIsSkipped) {
+  const auto codes = [](const WayFacts& facts) { return codesOf(withoutRoute(judgeWay(facts))); };
+  constexpr const char* kAllSkipped =
+      "name notReached, connect notReached, tls notReached, upgrade notReached, ping notReached, ";
+  EXPECT_EQ(codes(failedAt(Step::Name, kNames, EAI_AGAIN)), kAllSkipped);
+  EXPECT_EQ(withoutRoute(judgeWay(failedAt(Step::Name, kNames, EAI_AGAIN)))[4].text,
+            "because network failed");
+  EXPECT_EQ(codes(failedAt(Step::Connect, kSystem, ENETUNREACH)),
+            "name good, connect notReached, tls notReached, upgrade notReached, ping notReached, ");
+  EXPECT_EQ(codes(refusedByProxy(websocket_error::kProxyUnreachable)),
+            "proxy notReached, " + std::string(kAllSkipped));
+  // These have another cause: somebody has answered.
+  for (const WayFacts& facts :
+       {reached(), failedAt(Step::Name, kNames, EAI_NONAME), failedAt(Step::Connect, kSystem, ECONNREFUSED),
+        failedAt(Step::Tls, kSystem, ECONNRESET), answered(404),
+        failedAt(Step::Upgrade, kSocket, websocket_error::kTimedOut)}) {
+    EXPECT_EQ(codes(facts), codesOf(judgeWay(facts)));
+  }
 }
 
 TEST(DoctorWay, StepsThatNobodyToldOfAreFoundByTheError) {
