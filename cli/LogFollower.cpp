@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <system_error>
 
 namespace orv::cli {
@@ -60,13 +61,14 @@ void LogFollower::close() {
   descriptor_ = -1;
 }
 
-/// Goes on to the next file, if there is one.
-bool LogFollower::openNext() {
+/// The file to go on with, if there is one.
+std::optional<std::string> LogFollower::nextName() const {
+  if (descriptor_ >= 0 && wasReplaced()) return name_;
   const std::vector<std::string> all = names();
-  if (all.empty()) return false;
-  if (name_.empty()) return open(from_ == From::Newest ? all.back() : all.front());
+  if (all.empty()) return std::nullopt;
+  if (name_.empty()) return from_ == From::Newest ? all.back() : all.front();
   const auto next = std::ranges::upper_bound(all, name_);
-  return next != all.end() && open(*next);
+  return next == all.end() ? std::nullopt : std::optional(*next);
 }
 
 /// Whether another file has the name of the one that is being read.
@@ -95,8 +97,12 @@ std::string LogFollower::readSome() {
 std::string LogFollower::read() {
   std::string bytes = readSome();
   while (bytes.empty()) {
-    const bool replaced = descriptor_ >= 0 && wasReplaced();
-    if (!(replaced ? open(name_) : openNext())) return {};
+    const std::optional<std::string> next = nextName();
+    if (!next) return {};
+    // Its last lines may have come between the look at this file and the one at those behind it.
+    bytes = readSome();
+    if (!bytes.empty()) break;
+    if (!open(*next)) return {};
     // What was last in a file is a line, whether or not its end was written.
     if (!rest_.empty()) return std::exchange(rest_, {}) + "\n";
     bytes = readSome();
@@ -104,8 +110,8 @@ std::string LogFollower::read() {
   rest_ += bytes;
   if (startsWithin_) {
     const auto begin = rest_.find('\n');
-    if (begin == std::string::npos) return {};
-    rest_.erase(0, begin + 1);
+    rest_.erase(0, begin == std::string::npos ? rest_.size() : begin + 1);
+    if (begin == std::string::npos) return read();
     startsWithin_ = false;
   }
   const auto end = rest_.rfind('\n');

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,7 +33,7 @@ class LogFollower {
 
  private:
   std::vector<std::string> names() const;
-  bool openNext();
+  std::optional<std::string> nextName() const;
   bool open(const std::string& name);
   void close();
   bool wasReplaced() const;

@@ -5,8 +5,10 @@
 #include <cli/LogFollower.h>
 #include <cli/LogTime.h>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdlib>
@@ -14,6 +16,8 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <string>
+#include <thread>
 
 namespace orv::test::log_test {
 namespace {
@@ -148,6 +152,36 @@ TEST(LogFollower, GoesOnWithNewFilesAndAfterRemovalAndCutting) {
   fs::resize_file(logFolder() / "4_0.log", 0);
   append("4_0.log", "cut\n");
   EXPECT_EQ(log.read(), "cut\n");
+}
+
+TEST(LogFollower, LosesNoLineToAFileThatIsBegun) {
+  constexpr int kFiles = 400, kLinesOfFile = 20;
+  append("00000.log", "");
+  std::string written;
+  for (int i = 0; i < kFiles * kLinesOfFile; ++i) written += std::to_string(i) + "\n";
+  cli::LogFollower log(logFolder(), cli::LogFollower::From::Oldest);
+  std::thread writer([] {
+    for (int file = 0; file < kFiles; ++file) {
+      const std::string number = std::to_string(file);
+      const int descriptor =
+          ::open((logFolder() / (std::string(5 - number.size(), '0') + number + ".log")).c_str(),
+                 O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600);
+      for (int line = 0; line < kLinesOfFile; ++line) {
+        const std::string text = std::to_string(file * kLinesOfFile + line) + "\n";
+        EXPECT_EQ(::write(descriptor, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+      }
+      ::close(descriptor);
+    }
+  });
+  std::string all;
+  while (all.size() < written.size()) {
+    const std::string lines = log.read();
+    all += lines;
+    // A line that is missing never comes.
+    if (!written.starts_with(all)) break;
+  }
+  writer.join();
+  EXPECT_EQ(all, written);
 }
 
 TEST(LogFollower, BeginsWithTheOldestWhereThatIsAskedFor) {
