@@ -77,6 +77,9 @@ TEST(TraceText, LeavesTheRestAsItIs) {
       R"j({"C":"Room.Get","s":"17","v":{"ret":0,"data":{"title":"a\nb 文","n":1.5,"none":null,"list":[1,true]}}})j";
   EXPECT_EQ(hidden(kPlain), kPlain);
   EXPECT_TRUE(traceTextOf(kPlain, TraceMode::SecretsHidden).isJson);
+  constexpr std::string_view kNumbersInTexts =
+      R"j({"price":"12.50","e":"1e3","big":"123456789012345678901","t":" true"})j";
+  EXPECT_EQ(hidden(kNumbersInTexts), kNumbersInTexts);
   EXPECT_EQ(hidden(R"j({"passenger":"a","tokens":"b"})j"), R"j({"passenger":"a","tokens":"b"})j");
 }
 
