@@ -3,16 +3,14 @@
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 #include "tests/support/InheritedDescriptors.h"
+#include "tests/support/TlsFiles.h"
+#include "tests/support/TlsIdentity.h"
 
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/x509.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <stdexcept>
@@ -225,24 +223,7 @@ TEST_F(Robustness, CallsFromManyThreadsWhileItStopsAndStartsEnd) {
 /// Writes a certificate for "localhost" and its key, made on the spot, into one file.
 std::string makeCertificate() {
   const std::string file = std::string(std::getenv("HOME")) + "/certificate.pem";
-  EVP_PKEY* key = EVP_EC_gen("P-256");
-  X509* certificate = X509_new();
-  X509_set_version(certificate, 2);
-  ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
-  X509_gmtime_adj(X509_getm_notBefore(certificate), -3600);
-  X509_gmtime_adj(X509_getm_notAfter(certificate), 3600);
-  X509_set_pubkey(certificate, key);
-  X509_NAME* name = X509_get_subject_name(certificate);
-  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("localhost"),
-                             -1, -1, 0);
-  X509_set_issuer_name(certificate, name);
-  X509_sign(certificate, key, EVP_sha256());
-  FILE* out = std::fopen(file.c_str(), "w");
-  PEM_write_X509(out, certificate);
-  PEM_write_PrivateKey(out, key, nullptr, nullptr, 0, nullptr, nullptr);
-  std::fclose(out);
-  X509_free(certificate);
-  EVP_PKEY_free(key);
+  writePemFile(TlsIdentity("DNS:localhost", "localhost"), file);
   return file;
 }
 

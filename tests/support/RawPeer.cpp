@@ -1,3 +1,4 @@
+#include <tests/support/BoundSocket.h>
 #include <tests/support/RawPeer.h>
 
 #include <arpa/inet.h>
@@ -16,6 +17,7 @@
 #include <cstring>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace orv::test {
 
@@ -214,25 +216,11 @@ void RawPeer::waitFor(short events) {
   waitForDescriptor(socket_.get(), events);
 }
 
-RawListener::RawListener(bool listening, int family, const char* host)
-    : socket_(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_storage address{};
-  socklen_t size = sizeof(sockaddr_in);
-  address.ss_family = static_cast<sa_family_t>(family);
-  if (family == AF_INET6) {
-    reinterpret_cast<sockaddr_in6&>(address).sin6_addr = in6addr_loopback;
-    size = sizeof(sockaddr_in6);
-  } else {
-    reinterpret_cast<sockaddr_in&>(address).sin_addr.s_addr =
-        host != nullptr ? inet_addr(host) : htonl(INADDR_LOOPBACK);
-  }
-  if (bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0) throwErrno("bind");
-  if (listening && listen(socket_.get(), 16) != 0) throwErrno("listen");
-  if (getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    throwErrno("getsockname");
-  }
-  // The port stands at the same place in both kinds of address.
-  port_ = ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);
+RawListener::RawListener(bool listening, int family, const char* host) {
+  BoundSocket bound(family, host);
+  if (listening && listen(bound.socket.get(), 16) != 0) throwErrno("listen");
+  socket_ = std::move(bound.socket);
+  port_ = bound.port;
 }
 
 std::string RawListener::url(std::string_view path, std::string_view scheme, std::string_view host) const {
