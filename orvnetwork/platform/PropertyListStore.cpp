@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace orv {
@@ -78,26 +79,35 @@ bool PropertyListStore::writeRoot(const Root& root) {
     consoleLog("%@ cannot be written: %@", path_, list.error().description);
     return false;
   }
-  bool renamed = false;
-  if (isSomethingInTheWay_) {
-    std::error_code error;
-    renamed = rename(error);
-    if (!renamed && error != std::errc::no_such_file_or_directory) {
-      consoleLog("%@ could not be read and cannot be renamed, so it is in the way: %@", path_,
-                 error.message());
-      return false;
-    }
-    isSomethingInTheWay_ = false;
-  }
-  const bool written = writePropertyListText(path_, list->text, options_.durability, options_.mode);
-  if (renamed && (written || !putBack())) {
-    if (options_.onSetAside) options_.onSetAside(path_);
-    consoleLog("%@ could not be read and is now named %@", path_, nameAside(path_));
-  }
+  const bool written = writeText(list->text);
   if (written && !list->leftOut.empty()) {
     consoleLog("%@ was written without what it cannot hold: %@", path_, leftOutText(list->leftOut));
   }
   return written;
+}
+
+bool PropertyListStore::writeText(std::string_view text) {
+  bool renamed = false;
+  if (!setAsideWhatIsInTheWay(renamed)) return false;
+  const bool written = writePropertyListText(path_, text, options_.durability, options_.mode);
+  if (renamed && (written || !putBack())) {
+    if (options_.onSetAside) options_.onSetAside(path_);
+    consoleLog("%@ could not be read and is now named %@", path_, nameAside(path_));
+  }
+  return written;
+}
+
+/// False, and it is told, when that cannot be done.
+bool PropertyListStore::setAsideWhatIsInTheWay(bool& renamed) {
+  if (!isSomethingInTheWay_) return true;
+  std::error_code error;
+  renamed = rename(error);
+  if (!renamed && error != std::errc::no_such_file_or_directory) {
+    consoleLog("%@ could not be read and cannot be renamed, so it is in the way: %@", path_, error.message());
+    return false;
+  }
+  isSomethingInTheWay_ = false;
+  return true;
 }
 
 bool PropertyListStore::rename(std::error_code& error) {

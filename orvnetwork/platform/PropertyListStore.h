@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace orv {
@@ -61,6 +62,8 @@ class ORV_EXPORT PropertyListStore {
   /// something is in the way and cannot be set aside, and when the disk refuses.
   bool write(const json::object& dictionary);
   bool write(const json::array& array);
+  /// The same of a text that is a property list already, as `writePropertyList` makes it; it is not looked at.
+  bool writeText(std::string_view text);
 
   /// Whether the last reading left something at the path that could not be read, and no writing has set it aside.
   bool isSomethingInTheWay() const { return isSomethingInTheWay_; }
@@ -69,6 +72,7 @@ class ORV_EXPORT PropertyListStore {
   json::value readRoot(json::kind root);
   template <typename Root>
   bool writeRoot(const Root& root);
+  bool setAsideWhatIsInTheWay(bool& renamed);
   bool rename(std::error_code& error);
   bool putBack();
 

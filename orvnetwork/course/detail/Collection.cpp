@@ -80,7 +80,11 @@ void Collection::remove(const std::string& key) {
   drop(key);
 }
 
-bool Collection::saveLists() const {
+bool Collection::saveLists() {
+  // What programs share is remembered key by key, to be merged with what others make of it.
+  if (kind_.durability == Durability::Plain) {
+    if (const std::string* const text = text_.of(lists_)) return files_.writeListText(*text);
+  }
   json::array stored;
   for (const KeyList& list : lists_) stored.emplace_back(asArray(list.snapshot()));
   return files_.writeList(lists_.size() == 1 ? stored.front().get_array() : stored);

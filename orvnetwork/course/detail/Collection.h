@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/course/detail/KeyList.h>
+#include <orvnetwork/course/detail/KeyListText.h>
 #include <orvnetwork/course/detail/RecordCache.h>
 #include <orvnetwork/course/detail/RecordFiles.h>
 
@@ -61,7 +62,7 @@ class Collection {
   /// Removes a key from every list, and its record from memory and from the disk.
   void remove(const std::string& key);
   /// Writes the keys: one list as it is, several as an array of lists. Whether the disk has taken them.
-  bool saveLists() const;
+  bool saveLists();
 
   /// Makes the folder below the catalogue's, `base`, and notes where the files are.
   void open(const std::string& base);
@@ -79,6 +80,7 @@ class Collection {
   std::vector<KeyList> lists_;
   RecordCache memory_;
   RecordFiles files_;
+  KeyListText text_;
 };
 
 }  // namespace orv

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,6 +37,8 @@ class KeyFile {
   std::optional<Change> readChange();
   /// False, too, while another program has the turn, for which the console gets a line.
   bool write(const json::array& keys);
+  /// The same of a file that only one program writes, as the text of the property list.
+  bool writeText(std::string_view text) { return store_.writeText(text); }
 
   /// Begins a turn. False, after some time, when another program does not end its own: then nothing is written until
   /// a later turn. Files that only one program writes, and those for which no lock is to be had, are always free.

@@ -49,7 +49,7 @@ std::size_t KeyList::lastRoomAbove(std::int64_t roomID, std::size_t from) const 
 void KeyList::insert(std::size_t position, std::string_view key) {
   const std::lock_guard lock(mutex_);
   insertLocked(position, key);
-  publishSize();
+  publish();
 }
 
 bool KeyList::remove(std::string_view key, std::size_t hint) {
@@ -62,7 +62,7 @@ bool KeyList::remove(std::string_view key, std::size_t hint) {
     std::erase(order_, &*found);
     uses_.erase(found);
   }
-  publishSize();
+  publish();
   return true;
 }
 
@@ -70,14 +70,14 @@ void KeyList::removeAt(std::size_t index) {
   const std::lock_guard lock(mutex_);
   if (index >= order_.size()) return;
   removeAtLocked(index);
-  publishSize();
+  publish();
 }
 
 void KeyList::removeLast() {
   const std::lock_guard lock(mutex_);
   if (order_.empty()) return;
   removeAtLocked(order_.size() - 1);
-  publishSize();
+  publish();
 }
 
 void KeyList::swap(KeyList& other) {
@@ -85,8 +85,8 @@ void KeyList::swap(KeyList& other) {
   const std::scoped_lock lock(mutex_, other.mutex_);
   uses_.swap(other.uses_);
   order_.swap(other.order_);
-  publishSize();
-  other.publishSize();
+  publish();
+  other.publish();
 }
 
 void KeyList::assign(const std::vector<std::string>& keys) {
@@ -94,15 +94,31 @@ void KeyList::assign(const std::vector<std::string>& keys) {
   order_.clear();
   uses_.clear();
   for (const std::string& key : keys) insertLocked(npos, key);
-  publishSize();
+  publish();
 }
 
-std::vector<std::string> KeyList::snapshot() const {
+std::vector<std::string> KeyList::snapshot(std::size_t first, std::size_t end) const {
   const std::lock_guard lock(mutex_);
   std::vector<std::string> keys;
-  keys.reserve(order_.size());
-  for (const Key* key : order_) keys.push_back(key->first);
+  const std::size_t behind = std::min(end, order_.size());
+  if (first >= behind) return keys;
+  keys.reserve(behind - first);
+  for (std::size_t index = first; index < behind; ++index) keys.push_back(order_[index]->first);
   return keys;
+}
+
+bool KeyList::appendNumbers(std::string& text, std::string_view before, std::string_view behind) const {
+  constexpr std::string_view kPlain = "0123456789-";
+  const std::lock_guard lock(mutex_);
+  if (order_.empty()) return false;
+  // Keys are nearly of one length.
+  text.reserve(text.size() +
+               order_.size() * (before.size() + order_.front()->first.size() + 1 + behind.size()));
+  for (const Key* key : order_) {
+    if (key->first.find_first_not_of(kPlain) != std::string::npos) return false;
+    text.append(before).append(key->first).append(behind);
+  }
+  return true;
 }
 
 /// The first index of a key that is in the list.

@@ -4,6 +4,7 @@
 #include <orvnetwork/data/Types.h>
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <mutex>
@@ -60,7 +61,15 @@ class KeyList {
   void swap(KeyList& other);
   /// Puts other keys in the place of all.
   void assign(const std::vector<std::string>& keys);
-  std::vector<std::string> snapshot() const;
+  std::vector<std::string> snapshot() const { return snapshot(0, npos); }
+  /// The keys from one index up to, but not including, another one; those that there are.
+  std::vector<std::string> snapshot(std::size_t first, std::size_t end) const;
+
+  /// Another number after each change, whoever made it. Takes no lock.
+  std::uint64_t revision() const { return revision_.load(std::memory_order_acquire); }
+  /// Appends each key to a text, between two others. False, and some of it or nothing is appended, when there is none,
+  /// or one that is not made of digits and "-".
+  bool appendNumbers(std::string& text, std::string_view before, std::string_view behind) const;
 
  private:
   struct Use {
@@ -74,12 +83,17 @@ class KeyList {
   std::size_t find(const Key* key, std::size_t hint) const;
   void insertLocked(std::size_t position, std::string_view key);
   void removeAtLocked(std::size_t index);
-  void publishSize() { size_.store(order_.size(), std::memory_order_release); }
+  /// After every change.
+  void publish() {
+    size_.store(order_.size(), std::memory_order_release);
+    revision_.fetch_add(1, std::memory_order_release);
+  }
 
   mutable std::mutex mutex_;
   Uses uses_;
   std::vector<Key*> order_;
   std::atomic<std::size_t> size_ = 0;
+  std::atomic<std::uint64_t> revision_ = 1;
 };
 
 }  // namespace orv

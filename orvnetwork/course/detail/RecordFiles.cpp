@@ -107,4 +107,9 @@ bool RecordFiles::writeList(const json::array& keys) const {
   return file && file->write(keys);
 }
 
+bool RecordFiles::writeListText(std::string_view text) const {
+  const auto file = list();
+  return file && file->writeText(text);
+}
+
 }  // namespace orv

@@ -44,6 +44,8 @@ class RecordFiles {
   /// The list; absent when there is none. A damaged one is set aside.
   std::optional<json::array> readList() const;
   bool writeList(const json::array& keys) const;
+  /// The same of a list that is written plainly, as the text of the property list.
+  bool writeListText(std::string_view text) const;
   /// The file of the list; null without one.
   std::shared_ptr<KeyFile> list() const;
 

@@ -3,16 +3,22 @@
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 
+#include <cstddef>
 #include <system_error>
 
 namespace orv {
 
 namespace {
 
+/// From here on the size is looked at before the file is read.
+constexpr std::size_t kLong = 16 * 1024;
+
 /// Looking is cheaper than replacing by much: most records of a page that is loaded again are as they were.
 bool holdsAlready(const std::string& path, std::string_view text) {
+  FileSystem& files = Platform::current().files();
+  if (text.size() >= kLong && files.fileSize(path) != text.size()) return false;
   std::error_code error;
-  return Platform::current().files().read(path, error) == text;
+  return files.read(path, error) == text;
 }
 
 }  // namespace

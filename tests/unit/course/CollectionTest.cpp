@@ -153,6 +153,26 @@ TEST_F(CollectionTest, OneListIsWrittenAsItIsAndSeveralAsAnArrayOfLists) {
   EXPECT_EQ(storedIn(kMany), (json::array{json::array{"3", "1"}, json::array(), json::array{"2"}}));
 }
 
+TEST_F(CollectionTest, WritesKeysThatAreNoNumbersToo) {
+  servers.list().assign({"3", "a<b"});
+  servers.saveLists();
+  EXPECT_EQ(storedIn(kServers), (json::array{"3", "a<b"}));
+  servers.list().assign({"3", std::string("a\0b", 3), "4"});
+  servers.saveLists();
+  EXPECT_EQ(storedIn(kServers), (json::array{"3", "4"})) << "what a property list cannot hold is left out";
+}
+
+TEST_F(CollectionTest, ListThatTheDiskHoldsIsLeftAlone) {
+  servers.list().assign({"3", "1"});
+  servers.saveLists();
+  disk.resetCounters();
+  EXPECT_TRUE(servers.saveLists());
+  EXPECT_EQ(disk.calls(FileOperation::WriteAtomically), 0u);
+  putList("/home/user/Documents/base/servers", {"3"});
+  EXPECT_TRUE(servers.saveLists());
+  EXPECT_EQ(storedIn(kServers), (json::array{"3", "1"})) << "somebody else had changed it";
+}
+
 TEST_F(CollectionTest, OpensAFolderThatIsClosedToOthers) {
   EXPECT_EQ(here.files().folder(), kHere);
   EXPECT_EQ(here.files().listFile(), listIn(kHere));

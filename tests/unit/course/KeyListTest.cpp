@@ -8,6 +8,7 @@
 #include <list>
 #include <random>
 #include <thread>
+#include <utility>
 
 namespace orv::key_list_test {
 namespace {
@@ -218,6 +219,50 @@ TEST(KeyList, IsReadWhileItIsChanged) {
   done = true;
   readers.clear();
   EXPECT_EQ(list.size(), 100u);
+}
+
+TEST(KeyList, ShowsAPart) {
+  KeyList list;
+  list.assign(numbered(10));
+  EXPECT_EQ(list.snapshot(2, 4), (Keys{"2", "3"}));
+  EXPECT_EQ(list.snapshot(8, 99), (Keys{"8", "9"}));
+  EXPECT_EQ(list.snapshot(10, 99), Keys{});
+  EXPECT_EQ(list.snapshot(4, 2), Keys{});
+}
+
+TEST(KeyList, EveryChangeHasARevisionOfItsOwn) {
+  KeyList list, other;
+  std::uint64_t last = list.revision();
+  const auto isAnother = [&] { return std::exchange(last, list.revision()) != list.revision(); };
+  list.append("1");
+  EXPECT_TRUE(isAnother());
+  list.insert(0, "2");
+  EXPECT_TRUE(isAnother());
+  list.remove("2");
+  EXPECT_TRUE(isAnother());
+  list.removeAt(0);
+  EXPECT_TRUE(isAnother());
+  list.assign({"3"});
+  EXPECT_TRUE(isAnother());
+  list.removeLast();
+  EXPECT_TRUE(isAnother());
+  list.swap(other);
+  EXPECT_TRUE(isAnother());
+  list.remove("4");
+  list.contains("4");
+  list.snapshot();
+  EXPECT_FALSE(isAnother());
+}
+
+TEST(KeyList, AppendsKeysThatAreNumbersToAText) {
+  KeyList list;
+  std::string text = "keys:";
+  EXPECT_FALSE(list.appendNumbers(text, "<", ">")) << "there is none";
+  list.assign({"12", "-3"});
+  EXPECT_TRUE(list.appendNumbers(text, " <", ">"));
+  EXPECT_EQ(text, "keys: <12> <-3>");
+  list.append("4a");
+  EXPECT_FALSE(list.appendNumbers(text, "<", ">"));
 }
 
 }  // namespace

@@ -62,6 +62,33 @@ TEST_F(PropertyListStoreTest, GivesBackWhatWasWritten) {
   EXPECT_EQ(setAside, Lines());
 }
 
+TEST_F(PropertyListStoreTest, WritesATextAsItIs) {
+  findUnreadable(store);
+  EXPECT_TRUE(store.writeText(textOf(kNew)));
+  EXPECT_EQ(store.readDictionary(), kNew);
+  EXPECT_EQ(files.contents(kAside), "precious") << "what could not be read is set aside here too";
+  EXPECT_EQ(setAside, Lines{kFile});
+  EXPECT_EQ(files.filesAfter(Crash::PowerCut).count(kFile), 1u);
+  files.failAt(FileOperation::WriteAtomically, 1);
+  EXPECT_FALSE(store.writeText(textOf(kOld)));
+  EXPECT_EQ(store.readDictionary(), kNew);
+}
+
+TEST_F(PropertyListStoreTest, LongFileOfAnotherSizeIsWrittenOverUnread) {
+  PropertyListStore plain(kFile, {.durability = Durability::Plain});
+  const auto write = [&](std::size_t size) {
+    files.resetCounters();
+    EXPECT_TRUE(plain.write(json::object{{"text", std::string(size, 'a')}}));
+  };
+  write(50'000);
+  write(50'001);
+  EXPECT_EQ(files.calls(FileOperation::Read), 0u);
+  EXPECT_EQ(files.calls(FileOperation::WriteAtomically), 1u);
+  write(50'001);
+  EXPECT_EQ(files.calls(FileOperation::Read), 1u);
+  EXPECT_EQ(files.calls(FileOperation::WriteAtomically), 0u);
+}
+
 TEST_F(PropertyListStoreTest, WritesDurablyAndForTheUserAloneUnlessAskedOtherwise) {
   ASSERT_TRUE(store.write(kOld));
   EXPECT_EQ(files.mode(kFile), 0600u);

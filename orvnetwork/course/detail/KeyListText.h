@@ -1,0 +1,34 @@
+#pragma once
+
+#include <orvnetwork/course/detail/KeyList.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+/// The text of the file of keys: the very property list that the general writer would make of the lists, made
+/// straight from the keys, since a file is due with every page and may hold a hundred thousand of them. It is kept, so
+/// that lists that have not changed cost nothing.
+///
+/// No lock: for who holds the catalogue.
+class KeyListText {
+ public:
+  /// The text, which stays until the next call; null when a key is no number, so that it is for the general writer.
+  const std::string* of(std::span<const KeyList> lists);
+
+  /// How often it had to be made.
+  std::uint64_t made() const { return made_; }
+
+ private:
+  bool make(std::span<const KeyList> lists);
+
+  std::vector<std::uint64_t> revisions_;
+  std::string text_;
+  std::uint64_t made_ = 0;
+};
+
+}  // namespace orv
