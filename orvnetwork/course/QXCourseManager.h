@@ -105,8 +105,8 @@ class ORV_EXPORT QXCourseManager final {
   /// @param coursesBlock is called with (true, number of courses of the range that there are) on `queue()`, after which
   ///   `getRecordCourseWithIndex` gives them; (false, -1), at once and on the caller's thread, when the link is not
   ///   open, nobody is signed in, or the user has no classroom. A request that waits when the link is lost goes on
-  ///   with the next one that is made; one that waits when the user or the classroom changes is dropped, and
-  ///   its callback never called. A page that was asked for before such a change is merged nowhere, whenever it comes.
+  ///   with the next one; one that waits or is being answered when the user or the classroom changes is dropped, its
+  ///   callback never called. A page that was asked for before such a change is merged nowhere, whenever it comes.
   void getCoursesWithStartIndex_count_force_coursesBlock(std::uint64_t start, std::uint64_t count, bool force,
                                                          CoursesBlock coursesBlock);
   Course getRecordCourseWithIndex(std::uint64_t index);

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CatalogueSteps.h>
 #include <orvnetwork/course/detail/LivePageEffects.h>
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
@@ -42,16 +43,18 @@ bool hasLeft(const std::string& classroom) {
 
 // The caller of these holds the catalogue.
 
-std::int64_t collect(Catalogue& catalogue, std::uint64_t status, const CourseRequest& request) {
+std::int64_t collect(Catalogue& catalogue, std::uint64_t status, const CourseRequest& request,
+                     CatalogueSteps& steps) {
   const IndexRange range = servedRange(request, catalogue.live.size(status));
   return catalogue.live.visit(status, range.first, range.end, [&](const auto& key, const auto& course) {
     catalogue.keepLive(course, key, true);
+    return steps.next();
   });
 }
 
-/// Hands back what has left the lists.
-RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& progress,
-                                    std::uint64_t loaded) {
+/// Hands back what has left the lists; when another catalogue is opened meanwhile, some of it is not answered.
+RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& progress, std::uint64_t loaded,
+                                    CatalogueSteps& steps) {
   Executor& workers = *catalogue.workers.load();
   RequestList::Entries refused;
   RequestList::Entries left = catalogue.livePaging.requests.take([&](const RequestList::Entry& request) {
@@ -62,7 +65,8 @@ RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& pr
     return verdict == PageVerdict::serve;
   });
   for (RequestList::Entry& request : left) {
-    const std::int64_t count = collect(catalogue, request->status.value_or(0), *request);
+    const std::int64_t count = collect(catalogue, request->status.value_or(0), *request, steps);
+    if (!steps.isSame()) return left;
     postCourses(workers, std::move(request), true, count);
   }
   for (const RequestList::Entry& request : refused) {
@@ -112,9 +116,12 @@ void QXCourseManager::getLiveCoursesWithStartIndex_count_courseStatus_force_cour
 bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(
     std::int64_t page, std::uint64_t status, bool arriveLastPage, std::int64_t retryCount) {
   RequestList::Entries left;  // What the callbacks hold is let go when nothing is locked any more.
-  const CatalogueLock lock(*catalogue_);
-  left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, status);
-  catalogue_->evictLive();
+  CatalogueLock lock(*catalogue_);
+  CatalogueSteps steps(*catalogue_, lock);
+  left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, status, steps);
+  catalogue_->evictLive([&steps] { return steps.next(); });
+  // The requests of another catalogue have looks of their own.
+  if (!steps.isSame()) return true;
   const auto next = takeNextLivePage(*catalogue_, left);
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
     catalogue_->startLoad(catalogue_->livePaging, *next,

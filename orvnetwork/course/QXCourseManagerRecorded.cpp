@@ -2,6 +2,7 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/CatalogueSteps.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
@@ -25,14 +26,17 @@ namespace {
 
 // The caller of these holds the catalogue.
 
-std::int64_t collect(Catalogue& catalogue, const CourseRequest& request) {
+std::int64_t collect(Catalogue& catalogue, const CourseRequest& request, CatalogueSteps& steps) {
   const IndexRange range = servedRange(request, catalogue.cloud.size());
-  return catalogue.cloud.visit(0, range.first, range.end,
-                               [&](const auto&, const auto& course) { catalogue.keep(course, true); });
+  return catalogue.cloud.visit(0, range.first, range.end, [&](const auto&, const auto& course) {
+    catalogue.keep(course, true);
+    return steps.next();
+  });
 }
 
-/// Hands back what has left the list.
-RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& progress) {
+/// Hands back what has left the list; when another catalogue is opened meanwhile, some of it is not answered.
+RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& progress,
+                                    CatalogueSteps& steps) {
   Executor& workers = *catalogue.workers.load();
   const std::uint64_t listed = catalogue.cloud.size();
   const auto judge = [&](const CourseRequest& request) {
@@ -48,7 +52,8 @@ RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& pr
     } else if (verdict == PageVerdict::refuse) {
       postCourses(workers, std::move(request), false, -1);
     } else {
-      const std::int64_t count = collect(catalogue, *request);
+      const std::int64_t count = collect(catalogue, *request, steps);
+      if (!steps.isSame()) break;
       postCourses(workers, std::move(request), true, count);
     }
   }
@@ -85,9 +90,12 @@ void QXCourseManager::getCoursesWithStartIndex_count_force_coursesBlock(std::uin
 bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int64_t page, bool arriveLastPage,
                                                                        std::int64_t retryCount) {
   RequestList::Entries left;  // What the callbacks hold is let go when nothing is locked any more.
-  const CatalogueLock lock(*catalogue_);
-  left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount});
-  catalogue_->evict();
+  CatalogueLock lock(*catalogue_);
+  CatalogueSteps steps(*catalogue_, lock);
+  left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, steps);
+  catalogue_->evict([&steps] { return steps.next(); });
+  // The requests of another catalogue have looks of their own.
+  if (!steps.isSame()) return false;
   if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
     catalogue_->startLoad(catalogue_->paging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {

@@ -3,7 +3,6 @@
 #include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/FolderName.h>
-#include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
@@ -30,7 +29,7 @@ std::string baseFolder(const std::shared_ptr<OrvUserInfoModel>& user) {
 
 void QXCourseManager::reload() {
   QXUserInfoMgr& users = QXUserInfoMgr::getInstance();
-  RequestList::Entries dropped;
+  Catalogue::Forgotten forgotten;
   Catalogue& catalogue = *catalogue_;
   {
     const std::unique_lock changing(catalogue.changing);
@@ -42,14 +41,17 @@ void QXCourseManager::reload() {
     const bool changed =
         userID != catalogue.currentUserID || !classroom || catalogue.currentClassroomID.get() != classroom;
     if (!changed) return;
-    dropped = catalogue.open(baseFolder(user), userID);
+    forgotten = catalogue.open(baseFolder(user), userID);
     catalogue.currentUserID = userID;
     catalogue.currentClassroomID = classroom;
     catalogue.tell({.what = CourseChange::What::Opened});
   }
   // Their callbacks are destroyed where they would have been called, with nothing locked.
-  if (!dropped.empty()) catalogue.workers.load()->post([left = std::move(dropped)] {});
-  queue().post([&catalogue] {
+  if (!forgotten.requests.empty()) {
+    catalogue.workers.load()->post([left = std::move(forgotten.requests)] {});
+  }
+  // The courses that were listed go with this task, when it has been done.
+  queue().post([&catalogue, left = std::move(forgotten.courses)] {
     catalogue.ensureLoaded();
     catalogue.tidy();
   });

@@ -18,18 +18,19 @@ void Catalogue::observe(ObserverToken token) {
   observers_.push_back(std::move(token));
 }
 
-RequestList::Entries Catalogue::open(std::string base, std::int64_t userID) {
+Catalogue::Forgotten Catalogue::open(std::string base, std::int64_t userID) {
+  Forgotten forgotten{.requests = {}, .courses = std::make_shared<CourseCollections>()};
   const std::lock_guard lock(opening_);
-  clear();
-  RequestList::Entries dropped = paging.requests.set({});
+  swapContents(*forgotten.courses);
+  forgotten.requests = paging.requests.set({});
   RequestList::Entries liveOnes = livePaging.requests.set({});
-  std::move(liveOnes.begin(), liveOnes.end(), std::back_inserter(dropped));
+  std::move(liveOnes.begin(), liveOnes.end(), std::back_inserter(forgotten.requests));
   for (Paging* kind : {&paging, &livePaging}) kind->repeats.reset();
   base_ = std::move(base);
   userID_ = userID;
   ++opened_;
   loadPending_ = true;
-  return dropped;
+  return forgotten;
 }
 
 bool Catalogue::belongsTo(std::int64_t userID, std::uint64_t opened) const {

@@ -56,9 +56,14 @@ struct Catalogue : CourseCollections {
   void observe(ObserverToken token);
 
   /// Forgets everything that belongs to a user, and notes whose catalogue comes next and where its files are: `base` is
-  /// its folder below the user's documents. The requests that waited are handed back, for their callbacks
-  /// to be destroyed where no lock is held.
-  RequestList::Entries open(std::string base, std::int64_t userID);
+  /// its folder below the user's documents. What was forgotten is handed back: the requests that waited, for
+  /// their callbacks to be destroyed where no lock is held, and keys and records, which may be a hundred thousand, to be
+  /// destroyed by a worker.
+  struct Forgotten {
+    RequestList::Entries requests;
+    std::shared_ptr<CourseCollections> courses;
+  };
+  Forgotten open(std::string base, std::int64_t userID);
   /// How many catalogues have been opened. What was begun for one must not be finished in the next.
   std::uint64_t opened() const { return opened_; }
   /// Whether the catalogue that was opened as the `opened`th is still in use, and this user's.
@@ -95,20 +100,29 @@ struct Catalogue : CourseCollections {
 /// What is logged to the console meanwhile is told afterwards, when nothing is locked any more.
 class CatalogueLock {
  public:
-  explicit CatalogueLock(Catalogue& catalogue) : held_(loaded(catalogue)) {
-    // Once more, should another catalogue have been opened since.
-    catalogue.ensureLoaded();
+  explicit CatalogueLock(Catalogue& catalogue) : catalogue_(catalogue) { take(); }
+  CatalogueLock(const CatalogueLock&) = delete;
+  CatalogueLock& operator=(const CatalogueLock&) = delete;
+
+  /// Lets those have the catalogue who wait for it, and takes it again when they have done with it. It may be
+  /// another user's then.
+  void giveWay() {
+    held_.reset();
+    take();
   }
 
  private:
-  /// Before the semaphore is taken, so that the disk is not waited for while the catalogue is held.
-  static std::shared_ptr<Semaphore> loaded(Catalogue& catalogue) {
-    catalogue.ensureLoaded();
-    return catalogue.dataSemaphore;
+  void take() {
+    // Before the semaphore is taken, so that the disk is not waited for while the catalogue is held.
+    catalogue_.ensureLoaded();
+    held_.emplace(catalogue_.dataSemaphore.get());
+    // Once more, should another catalogue have been opened since.
+    catalogue_.ensureLoaded();
   }
 
+  Catalogue& catalogue_;
   const Console::Hold console_;
-  const SemaphoreHold held_;
+  std::optional<SemaphoreHold> held_;
 };
 
 }  // namespace orv

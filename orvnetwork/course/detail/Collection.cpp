@@ -47,15 +47,13 @@ Collection::Course Collection::find(const std::string& key) const {
 
 std::int64_t Collection::visit(std::uint64_t list, std::uint64_t first, std::uint64_t end,
                                const Visitor& visitor) const {
-  const std::uint64_t held = std::min<std::uint64_t>(end, size(list));
   std::int64_t found = 0;
-  for (std::uint64_t index = first; index < held; ++index) {
-    const OptionalString key = lists_[list].at(index);
-    if (!key) break;
-    const Course course = find(*key);
+  if (list >= lists_.size()) return found;
+  for (const std::string& key : lists_[list].snapshot(first, end)) {
+    const Course course = find(key);
     if (course == nullptr) continue;
-    visitor(*key, course);
     ++found;
+    if (!visitor(key, course)) break;
   }
   return found;
 }
@@ -134,9 +132,9 @@ void Collection::follow(Collection& opened) {
   for (std::size_t number = 0; number < lists_.size(); ++number) lists_[number].swap(opened.lists_[number]);
 }
 
-void Collection::clear() {
-  memory_.clear();
-  for (KeyList& list : lists_) list.clear();
+void Collection::swapContents(Collection& other) {
+  memory_.swap(other.memory_);
+  for (std::size_t number = 0; number < lists_.size(); ++number) lists_[number].swap(other.lists_[number]);
 }
 
 }  // namespace orv

@@ -48,8 +48,9 @@ class Collection {
 
   /// The record of a key: from memory, else from its file; null when neither has it.
   Course find(const std::string& key) const;
-  using Visitor = std::function<void(const std::string& key, const Course& course)>;
-  /// Shows the records of a list's indices from `first` up to, but not including, `end`; gives how many there are.
+  using Visitor = std::function<bool(const std::string& key, const Course& course)>;
+  /// Shows the records of a list's indices from `first` up to, but not including, `end`, as the list is now; gives how
+  /// many there are. Ends early when the visitor says so, by false.
   std::int64_t visit(std::uint64_t list, std::uint64_t first, std::uint64_t end,
                      const Visitor& visitor) const;
   /// Puts a record into memory and writes it.
@@ -72,8 +73,8 @@ class Collection {
   std::vector<std::string> takeOverChanges();
   /// Goes to where the other one is and changes lists with it.
   void follow(Collection& opened);
-  /// Forgets all keys and records; the files stay.
-  void clear();
+  /// Changes keys and the records in memory with another one of its kind, at once however many they are; the files stay.
+  void swapContents(Collection& other);
 
  private:
   const CourseKind kind_;

@@ -84,9 +84,10 @@ void CourseCollections::insertLive(const std::string& key, const OrvCourseModel&
   list.insert(liveInsertionIndex(startOf(course), status, list.size(), startAt), key);
 }
 
-void CourseCollections::evict() {
+void CourseCollections::evict(const GoOn& goOn) {
   // One more entry is looked at than are queued.
   for (std::size_t looked = 0; queue.size() > kMost && looked <= queue.size(); ++looked) {
+    if (looked > 0 && !goOn()) return;
     const OptionalString entry = queue.last();
     if (!entry) return;
     const std::string key(courseKeyOfQueueKey(*entry));
@@ -105,12 +106,13 @@ void CourseCollections::evict() {
   }
 }
 
-void CourseCollections::evictLive() {
+void CourseCollections::evictLive(const GoOn& goOn) {
   while (liveQueue.size() > kMost) {
     const OptionalString key = liveQueue.last();
     if (!key) return;
     live.memory().remove(*key);
     liveQueue.removeLast();
+    if (!goOn()) return;
   }
 }
 
@@ -134,10 +136,12 @@ void CourseCollections::tidy() const {
   emptyTrash(local.files().folder());
 }
 
-void CourseCollections::clear() {
-  for (Collection* kind : {&local, &cloud, &live}) kind->clear();
-  queue.clear();
-  liveQueue.clear();
+void CourseCollections::swapContents(CourseCollections& other) {
+  local.swapContents(other.local);
+  cloud.swapContents(other.cloud);
+  live.swapContents(other.live);
+  queue.swap(other.queue);
+  liveQueue.swap(other.liveQueue);
 }
 
 }  // namespace orv

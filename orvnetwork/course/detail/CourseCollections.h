@@ -4,6 +4,7 @@
 #include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/course/detail/RecencyQueue.h>
 
+#include <functional>
 #include <string>
 
 namespace orv {
@@ -14,6 +15,7 @@ namespace orv {
 /// Whoever calls an operation holds the catalogue, from the first part that it touches to the last.
 struct CourseCollections {
   using Course = Collection::Course;
+  using GoOn = std::function<bool()>;
 
   Collection local{{"local", "localCourse.plist", Durability::Durable}};
   Collection cloud{{"cloud", "cloudCourse.plist"}};
@@ -44,9 +46,10 @@ struct CourseCollections {
   /// ends the eviction.
   ///
   /// The local record of a room is the one evicted when there is one, whichever record the entry stands for.
-  void evict();
+  /// @param goOn called after each look; false ends the eviction
+  void evict(const GoOn& goOn = [] { return true; });
   /// Evicts the least recently used live courses until at most 60 are queued; none is exempt.
-  void evictLive();
+  void evictLive(const GoOn& goOn = [] { return true; });
 
   /// Makes the folders below the user's documents, and reads the lists.
   void load(const std::string& base);
@@ -54,8 +57,8 @@ struct CourseCollections {
   void follow(CourseCollections& loaded);
   /// Removes from the folders what processes have left there that ended too early.
   void tidy() const;
-  /// Forgets all keys and records; the files stay.
-  void clear();
+  /// Changes all keys, the records in memory and the queues with others, at once however many they are; the files stay.
+  void swapContents(CourseCollections& other);
 };
 
 }  // namespace orv

@@ -52,6 +52,13 @@ void RecencyQueue::removeLast() {
   keys_.pop_back();
 }
 
+void RecencyQueue::swap(RecencyQueue& other) {
+  if (&other == this) return;
+  const std::scoped_lock lock(mutex_, other.mutex_);
+  keys_.swap(other.keys_);
+  places_.swap(other.places_);
+}
+
 void RecencyQueue::assign(const std::vector<std::string>& keys) {
   const std::lock_guard lock(mutex_);
   places_.clear();

@@ -35,6 +35,8 @@ class RecencyQueue {
   void removeLast();
   void clear() { assign({}); }
 
+  /// Changes places with another queue, at once however long they are.
+  void swap(RecencyQueue& other);
   /// Puts other keys in the place of all, in order; of equal ones the first counts.
   void assign(const std::vector<std::string>& keys);
   std::vector<std::string> snapshot() const;

@@ -52,6 +52,12 @@ void RecordCache::remove(std::string_view key) {
   courses_.erase(found);
 }
 
+void RecordCache::swap(RecordCache& other) {
+  if (&other == this) return;
+  const std::scoped_lock lock(mutex_, other.mutex_);
+  courses_.swap(other.courses_);
+}
+
 void RecordCache::assign(const Courses& courses) {
   std::unordered_map<std::string, Course, StringHash, std::equal_to<>> replacement;
   for (const auto& [key, course] : courses) {

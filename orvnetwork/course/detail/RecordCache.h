@@ -40,6 +40,8 @@ class RecordCache {
   void remove(std::string_view key);
   void clear() { assign({}); }
 
+  /// Changes places with another cache, at once however many they hold.
+  void swap(RecordCache& other);
   void assign(const Courses& courses);
   Courses snapshot() const;
 

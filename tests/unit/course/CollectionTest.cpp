@@ -124,7 +124,12 @@ TEST_F(CollectionTest, ListThatThereIsNotHoldsNothing) {
   for (const std::uint64_t number : {std::uint64_t{3}, ~std::uint64_t{0}}) {
     EXPECT_EQ(many.size(number), 0u);
     EXPECT_FALSE(many.contains("1", number));
-    EXPECT_EQ(many.visit(number, 0, 5, [](const auto& key, const auto&) { ADD_FAILURE() << key; }), 0);
+    EXPECT_EQ(many.visit(number, 0, 5,
+                         [](const auto& key, const auto&) {
+                           ADD_FAILURE() << key;
+                           return true;
+                         }),
+              0);
   }
 }
 
@@ -135,10 +140,14 @@ TEST_F(CollectionTest, ShowsTheRecordsOfARange) {
   Keys shown;
   const auto note = [&](const std::string& key, const Collection::Course& course) {
     shown.push_back(key + " " + course->title.get().value());
+    return key != "5";
   };
   EXPECT_EQ(many.visit(1, 1, 4, note), 2) << "3 has no record";
   EXPECT_EQ(shown, (Keys{"2 in memory", "4 4"}));
   EXPECT_EQ(many.visit(1, 4, 99, note), 1);
+  put(kMany, {"6"});
+  many.list(1).append("6");
+  EXPECT_EQ(many.visit(1, 0, 99, note), 3) << "it has ended at 5, which counts";
   EXPECT_EQ(many.visit(1, 4, 3, note), 0);
   EXPECT_EQ(many.visit(1, 99, 100, note), 0);
 }
@@ -252,14 +261,21 @@ TEST_F(CollectionTest, FollowsOneThatWasReadApart) {
   EXPECT_EQ(inUse.memory().find("1"), course) << "what is in memory was put there since";
 }
 
-TEST_F(CollectionTest, ClearsKeysAndMemoryAndLeavesTheFiles) {
+TEST_F(CollectionTest, ChangesKeysAndMemoryWithAnotherOneAndLeavesTheFiles) {
   for (KeyList& list : many.lists()) list.append("1");
-  many.store("1", makeCourse(1));
+  const auto course = makeCourse(1);
+  many.store("1", course);
   many.saveLists();
   const auto before = disk.snapshot();
-  many.clear();
-  for (const KeyList& list : many.lists()) EXPECT_EQ(list.size(), 0u);
+  Collection other{{"other", "list.plist", Durability::Plain, 3}};
+  other.list(2).append("2");
+  many.swapContents(other);
+  for (const KeyList& list : other.lists()) EXPECT_EQ(list.snapshot(), Keys{"1"});
+  EXPECT_EQ(many.list(0).size(), 0u);
+  EXPECT_EQ(many.list(2).snapshot(), Keys{"2"});
   EXPECT_EQ(many.memory().size(), 0u);
+  EXPECT_EQ(other.memory().find("1"), course);
+  EXPECT_EQ(many.files().folder(), kMany);
   EXPECT_EQ(disk.snapshot(), before);
 }
 

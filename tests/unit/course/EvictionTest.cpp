@@ -26,7 +26,12 @@ struct Traced : OrvCourseModel {
 
 class Eviction : public ::testing::Test {
  protected:
-  ~Eviction() override { courses.clear(); }
+  ~Eviction() override { forgetAll(); }
+
+  void forgetAll() {
+    CourseCollections left;
+    courses.swapContents(left);
+  }
 
   void putLocal(const std::string& key, std::uint64_t publishStatus) {
     const auto course = std::make_shared<Traced>(records.evicted, localQueueKey(key));
@@ -245,7 +250,7 @@ TEST_F(Eviction, FollowsTheCounterOnRandomQueues) {
   for (int round = 0; round < 3000; ++round) {
     PlainRecords plainRecords;
     Keys plain;
-    courses.clear();
+    forgetAll();
     records.evicted.clear();
     const auto size = 55 + random() % 90;
     const auto exemptPercent = random() % 101;
@@ -292,7 +297,7 @@ struct TracedLive : OrvCourseModel {
 
 class LiveEviction : public ::testing::Test {
  protected:
-  ~LiveEviction() override { courses.live.clear(); }
+  ~LiveEviction() override { courses.live.memory().clear(); }
 
   void use(int rooms) {
     for (int room = 1; room <= rooms; ++room) {

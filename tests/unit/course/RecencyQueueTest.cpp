@@ -152,5 +152,17 @@ TEST(RecencyQueue, IsReadWhileItIsChanged) {
   EXPECT_EQ(queue.size(), 2u);
 }
 
+TEST(RecencyQueue, ChangesPlacesWithAnotherOne) {
+  RecencyQueue queue, other;
+  queue.assign({"a", "b"});
+  other.assign({"c"});
+  queue.swap(other);
+  queue.swap(queue);
+  EXPECT_EQ(queue.snapshot(), std::vector<std::string>{"c"});
+  other.moveToFront("b");
+  EXPECT_EQ(other.snapshot(), (std::vector<std::string>{"b", "a"}));
+  EXPECT_FALSE(queue.contains("a"));
+}
+
 }  // namespace
 }  // namespace orv::recency_queue_test

@@ -100,6 +100,15 @@ TEST(RecordCache, SnapshotDoesNotFollowTheCache) {
   EXPECT_EQ(snapshot.size(), 1u);
 }
 
+TEST(RecordCache, ChangesPlacesWithAnotherOne) {
+  RecordCache cache, other;
+  cache.set("1", makeCourse(1));
+  cache.swap(other);
+  cache.swap(cache);
+  EXPECT_EQ(cache.size(), 0u);
+  EXPECT_TRUE(other.contains("1"));
+}
+
 /// A record whose end asks the cache, as a host's subclass may.
 struct Asking : OrvCourseModel {
   explicit Asking(RecordCache& asked) : cache(asked) {}

@@ -163,6 +163,17 @@ TEST_F(Reload, ForgetsWhatBelongedToTheUser) {
   EXPECT_TRUE(courses().liveCourseQueue().empty());
 }
 
+TEST_F(Reload, LeavesItToAWorkerToLetGoOfWhatWasListed) {
+  listRooms(100, 98);
+  signIn();
+  getCourses(0, 3);
+  const std::weak_ptr<OrvCourseModel> listed = courses().getRecordCourseWithIndex(0);
+  signInAs("100002", "5001");
+  EXPECT_FALSE(listed.expired()) << "many of them would hold up the thread that changes the user";
+  settle();
+  EXPECT_TRUE(listed.expired());
+}
+
 TEST_F(Reload, RecordsAreReadWhenTheyAreWanted) {
   listRooms(100, 98);
   signIn();
