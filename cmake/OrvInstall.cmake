@@ -15,6 +15,13 @@ if(TARGET orvnetwork_devserver)
   install(EXPORT OrvNetworkDevserverTargets NAMESPACE OrvNetwork:: DESTINATION ${ORV_CMAKE_DIR} COMPONENT devserver)
 endif()
 
+# So is what hosts on Qt 6 take.
+if(TARGET orvnetwork_qt)
+  install(TARGETS orvnetwork_qt EXPORT OrvNetworkQtTargets COMPONENT qt
+    FILE_SET public_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT qt)
+  install(EXPORT OrvNetworkQtTargets NAMESPACE OrvNetwork:: DESTINATION ${ORV_CMAKE_DIR} COMPONENT qt)
+endif()
+
 configure_package_config_file(cmake/OrvNetworkConfig.cmake.in OrvNetworkConfig.cmake
   INSTALL_DESTINATION ${ORV_CMAKE_DIR} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(OrvNetworkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
@@ -38,4 +45,8 @@ if(TARGET orvnetwork_devserver)
   configure_file(cmake/orvnetwork-devserver.pc.in orvnetwork-devserver.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvnetwork-devserver.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT devserver)
+endif()
+if(TARGET orvnetwork_qt)
+  configure_file(cmake/orvnetwork-qt.pc.in orvnetwork-qt.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvnetwork-qt.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT qt)
 endif()

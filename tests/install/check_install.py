@@ -20,6 +20,7 @@ SOURCE = pathlib.Path(__file__).resolve().parents[2]
 CONSUMER = pathlib.Path(__file__).resolve().parent / "consumer"
 # A build without programs and tests has no embedded server to install.
 SERVER_TESTS = ["server_test"] if (BUILD / "devserver").is_dir() else []
+QT_TESTS = ["qt_host"] if (BUILD / "orvnetwork-qt.pc").is_file() else []
 
 
 def run(*command, env=None):
@@ -49,7 +50,7 @@ class InstallTest(unittest.TestCase):
         run("cmake", "-S", CONSUMER, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
             f"-DCMAKE_CXX_COMPILER={COMPILER}", "-DCMAKE_BUILD_TYPE=Debug")
         run("cmake", "--build", build, "-j2")
-        for program in ("host", "host_test", *SERVER_TESTS):
+        for program in ("host", "host_test", *SERVER_TESTS, *QT_TESTS):
             self.assertIn("done", run(build / program, env={"HOME": str(self.folder)}))
 
     def test_the_host_of_the_document(self):
@@ -70,9 +71,10 @@ class InstallTest(unittest.TestCase):
 
     def test_pkg_config(self):
         hosts = [("host", "orvnetwork"), ("host_test", "orvnetwork-testing")]
-        for program, package in hosts + [(test, "orvnetwork-devserver") for test in SERVER_TESTS]:
+        for program, package in hosts + [(test, "orvnetwork-devserver") for test in SERVER_TESTS] + [
+                (test, "orvnetwork-qt") for test in QT_TESTS]:
             binary = self.folder / f"{program}-pkg-config"
-            run(COMPILER, "-std=c++20", CONSUMER / f"{program}.cpp", "-o", binary, *self.flags(package))
+            run(COMPILER, "-std=c++20", "-fPIC", CONSUMER / f"{program}.cpp", "-o", binary, *self.flags(package))
             self.assertIn("done", run(binary, env={"HOME": str(self.folder),
                                                    "LD_LIBRARY_PATH": str(self.library_folder)}))
 

@@ -63,6 +63,17 @@ class CheckLayeringTest(unittest.TestCase):
         self.assert_clean("cli/A.cpp", "#include <orvnetwork/orvnetwork.h>\n#include <devserver/Server.h>\n")
         self.assert_clean("orvnetwork/orvnetwork.h", "#include <orvnetwork/api/QXAPIHelper.h>\n")
 
+    def test_what_is_for_hosts_on_qt(self):
+        self.assert_clean("orvnetwork_qt/A.cpp", "#include <orvnetwork/client/Client.h>\n#include <QPointer>\n")
+        self.assert_clean("orvnetwork_qt/A.h", "#include <orvnetwork_qt/B.h>\n#include <QObject>\n#include <string>\n")
+        self.assert_breach("orvnetwork_qt/A.cpp", "#include <orvnetwork/client/detail/B.h>\n")
+        self.assert_breach("orvnetwork_qt/A.cpp", "#include <orvnetwork/testing/Scheduler.h>\n")
+        self.assert_breach("orvnetwork_qt/A.cpp", "#include <devserver/DevServer.h>\n")
+        self.assert_breach("orvnetwork_qt/A.cpp", "std::thread t;\n")
+        for layer in ("client", "platform", "testing"):
+            self.assert_breach(f"orvnetwork/{layer}/A.cpp", "#include <orvnetwork_qt/B.h>\n")
+            self.assert_breach(f"orvnetwork/{layer}/A.h", "#include <QObject>\n")
+
     def test_what_public_headers_show(self):
         for header in ("boost/asio.hpp", "openssl/ssl.h", "unicode/datefmt.h", "expat.h", "unistd.h"):
             self.assert_breach("orvnetwork/platform/A.h", f"#include <{header}>\n")
