@@ -35,7 +35,7 @@ file(RELATIVE_PATH ORV_PREFIX_FROM_PKGCONFIG
   /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 if(NOT BUILD_SHARED_LIBS)
   # A static library leaves it to the host to link what the library itself uses.
-  set(ORV_PKGCONFIG_STATIC_REQUIRES "libssl libcrypto icu-i18n icu-uc expat")
+  set(ORV_PKGCONFIG_STATIC_REQUIRES "libssl libcrypto icu-i18n icu-uc expat simdjson")
 endif()
 foreach(name IN ITEMS orvnetwork orvnetwork-testing)
   configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)

@@ -1,8 +1,8 @@
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
 #include <orvnetwork/platform/native/system/SystemRandom.h>
-#include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/IoThread.h>
+#include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
 
 #include <algorithm>
 #include <chrono>

@@ -6,9 +6,9 @@
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
 #include <orvnetwork/platform/ProxyChoice.h>
-#include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/HandshakeGate.h>
 #include <orvnetwork/platform/native/websocket/HttpDate.h>
+#include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>

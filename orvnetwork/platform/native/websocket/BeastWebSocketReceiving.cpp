@@ -3,8 +3,8 @@
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
 #include <orvnetwork/platform/native/system/SystemRandom.h>
-#include <orvnetwork/platform/native/websocket/CloseCodes.h>
 #include <orvnetwork/platform/native/websocket/MemoryReturn.h>
+#include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
 
 #include <memory>
 #include <string>

@@ -11,6 +11,8 @@ namespace orv::close_codes {
 inline constexpr int kNormal = 1000;
 inline constexpr int kGoingAway = 1001;
 inline constexpr int kProtocolError = 1002;
+inline constexpr int kBadPayload = 1007;
+inline constexpr int kTooBig = 1009;
 /// Told for a close frame that has no code.
 inline constexpr int kNone = 1005;
 

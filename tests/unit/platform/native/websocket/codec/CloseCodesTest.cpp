@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/native/websocket/CloseCodes.h>
+#include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
 
 #include <gtest/gtest.h>
 
