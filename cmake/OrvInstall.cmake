@@ -22,6 +22,13 @@ if(TARGET orvnetwork_qt)
   install(EXPORT OrvNetworkQtTargets NAMESPACE OrvNetwork:: DESTINATION ${ORV_CMAKE_DIR} COMPONENT qt)
 endif()
 
+# And what hosts on GLib take.
+if(TARGET orvnetwork_glib)
+  install(TARGETS orvnetwork_glib EXPORT OrvNetworkGlibTargets COMPONENT glib
+    FILE_SET public_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT glib)
+  install(EXPORT OrvNetworkGlibTargets NAMESPACE OrvNetwork:: DESTINATION ${ORV_CMAKE_DIR} COMPONENT glib)
+endif()
+
 configure_package_config_file(cmake/OrvNetworkConfig.cmake.in OrvNetworkConfig.cmake
   INSTALL_DESTINATION ${ORV_CMAKE_DIR} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(OrvNetworkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
@@ -49,4 +56,9 @@ endif()
 if(TARGET orvnetwork_qt)
   configure_file(cmake/orvnetwork-qt.pc.in orvnetwork-qt.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvnetwork-qt.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT qt)
+endif()
+if(TARGET orvnetwork_glib)
+  configure_file(cmake/orvnetwork-glib.pc.in orvnetwork-glib.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvnetwork-glib.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT glib)
 endif()

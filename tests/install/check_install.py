@@ -21,6 +21,7 @@ CONSUMER = pathlib.Path(__file__).resolve().parent / "consumer"
 # A build without programs and tests has no embedded server to install.
 SERVER_TESTS = ["server_test"] if (BUILD / "devserver").is_dir() else []
 QT_TESTS = ["qt_host"] if (BUILD / "orvnetwork-qt.pc").is_file() else []
+GLIB_TESTS = ["glib_host"] if (BUILD / "orvnetwork-glib.pc").is_file() else []
 
 
 def run(*command, env=None):
@@ -50,7 +51,7 @@ class InstallTest(unittest.TestCase):
         run("cmake", "-S", CONSUMER, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
             f"-DCMAKE_CXX_COMPILER={COMPILER}", "-DCMAKE_BUILD_TYPE=Debug")
         run("cmake", "--build", build, "-j2")
-        for program in ("host", "host_test", *SERVER_TESTS, *QT_TESTS):
+        for program in ("host", "host_test", *SERVER_TESTS, *QT_TESTS, *GLIB_TESTS):
             self.assertIn("done", run(build / program, env={"HOME": str(self.folder)}))
 
     def test_the_host_of_the_document(self):
@@ -72,7 +73,7 @@ class InstallTest(unittest.TestCase):
     def test_pkg_config(self):
         hosts = [("host", "orvnetwork"), ("host_test", "orvnetwork-testing")]
         for program, package in hosts + [(test, "orvnetwork-devserver") for test in SERVER_TESTS] + [
-                (test, "orvnetwork-qt") for test in QT_TESTS]:
+                (test, "orvnetwork-qt") for test in QT_TESTS] + [(test, "orvnetwork-glib") for test in GLIB_TESTS]:
             binary = self.folder / f"{program}-pkg-config"
             run(COMPILER, "-std=c++20", "-fPIC", CONSUMER / f"{program}.cpp", "-o", binary, *self.flags(package))
             self.assertIn("done", run(binary, env={"HOME": str(self.folder),

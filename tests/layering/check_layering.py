@@ -9,7 +9,8 @@ Usage: check_layering.py ROOT
 - Modules, a header with its sources each, do not include each other in a circle, neither inside a folder nor between a
   folder and those below it; nor do the folders of a layer or a program. Only a layer's public folder and the private
   ones below it may take turns: they are two sides of the same classes.
-- What is for hosts on Qt stands on the library's public headers and on Qt's; the library knows nothing of it.
+- What is for hosts on Qt or GLib stands on the library's public headers and on those of Qt's or GLib's; the library
+  knows nothing of it.
 - A source includes its own header first, in quotes; in the library all others stand in angle brackets.
 - Outside the platform folder nothing has threads, clocks, sockets, files or randomness of its own.
 - Tests never sleep.
@@ -28,7 +29,7 @@ MAX_LINES = 400
 LAYERS = ["data", "platform", "dates", "support", "transport", "api", "session", "course", "client"]
 MAY_INCLUDE = {f"orvnetwork/{layer}": LAYERS[:floor] for floor, layer in enumerate(LAYERS)}
 MAY_INCLUDE["orvnetwork/testing"] = ["data", "platform", "dates", "support"]
-MAY_INCLUDE["orvnetwork_qt"] = LAYERS
+MAY_INCLUDE["orvnetwork_qt"] = MAY_INCLUDE["orvnetwork_glib"] = LAYERS
 
 STANDARD_HEADERS = set("""
 algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
@@ -64,10 +65,11 @@ ALLOWED = {
 }
 
 # Where circles are looked for.
-CIRCLE_FREE = ("orvnetwork", "orvnetwork_qt", "devserver", "cli")
+CIRCLE_FREE = ("orvnetwork", "orvnetwork_qt", "orvnetwork_glib", "devserver", "cli")
 
-# Headers of Qt's core, for the library that is for its hosts.
-QT_HEADER = re.compile(r"Q[A-Z]\w+$")
+# Headers of Qt's core and of GLib, for the libraries that are for their hosts.
+TOOLKIT_HEADER = {"orvnetwork_qt": re.compile(r"Q[A-Z]\w+$"),
+                  "orvnetwork_glib": re.compile(r"(?:glib|glib-object|gio/gio)\.h$")}
 
 COMMENT_OR_LITERAL = re.compile(
     r'//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])*\'', re.DOTALL)
@@ -93,9 +95,9 @@ def check_library_include(folder, path, include, public):
     """What is wrong with an include in the library, or None."""
     if include.startswith(("devserver/", "cli/", "tests/", "bench/", "examples/")):
         return f"the library includes {include}"
-    if include.startswith("orvnetwork_qt/"):
-        return None if folder == "orvnetwork_qt" else f"the library includes {include}"
-    if folder == "orvnetwork_qt" and QT_HEADER.match(include):
+    if include.startswith(tuple(f"{toolkit}/" for toolkit in TOOLKIT_HEADER)):
+        return None if include.startswith(f"{folder}/") else f"the library includes {include}"
+    if folder in TOOLKIT_HEADER and TOOLKIT_HEADER[folder].match(include):
         return None
     if include.startswith("orvnetwork/"):
         layer = include.split("/")[1]
@@ -137,7 +139,7 @@ def check_includes(path, text):
         include = match.group(2)
         line = text.count("\n", 0, match.start(2)) + 1
         breach = None
-        if path.parts[0] in ("orvnetwork", "orvnetwork_qt"):
+        if path.parts[0] in ("orvnetwork", *TOOLKIT_HEADER):
             public = path.suffix == ".h" and not is_private(path.as_posix())
             breach = check_quotes(path, match) or check_library_include(folder, path, include, public)
         elif folder == "devserver" and include.startswith(("orvnetwork/", "cli/", "tests/")) and (
@@ -173,7 +175,7 @@ def check_file(path, text):
 
 
 def sources(root):
-    for folder in ("orvnetwork", "orvnetwork_qt", "devserver", "cli", "tests", "bench", "examples"):
+    for folder in ("orvnetwork", "orvnetwork_qt", "orvnetwork_glib", "devserver", "cli", "tests", "bench", "examples"):
         for path in sorted((root / folder).rglob("*")):
             if path.suffix in (".h", ".cpp"):
                 yield path
@@ -191,7 +193,7 @@ def missing_in_umbrella(root):
 
 def may_take_turns(folder, other):
     """Whether two folders of an area may include each other: a layer's public folder and a private one below it."""
-    return any(folder_of(pathlib.Path(below, "_")) == above and above.startswith("orvnetwork/")
+    return any(folder_of(pathlib.Path(below, "_")) == above and above.startswith(("orvnetwork/", *TOOLKIT_HEADER))
                for above, below in ((folder, other), (other, folder)))
 
 

@@ -63,6 +63,15 @@ class CheckLayeringTest(unittest.TestCase):
         self.assert_clean("cli/A.cpp", "#include <orvnetwork/orvnetwork.h>\n#include <devserver/Server.h>\n")
         self.assert_clean("orvnetwork/orvnetwork.h", "#include <orvnetwork/api/QXAPIHelper.h>\n")
 
+    def test_what_is_for_hosts_on_glib(self):
+        self.assert_clean("orvnetwork_glib/A.cpp", "#include <orvnetwork/client/Client.h>\n#include <gio/gio.h>\n")
+        self.assert_clean("orvnetwork_glib/A.h", "#include <glib-object.h>\n#include <string>\n")
+        self.assert_breach("orvnetwork_glib/A.cpp", "#include <orvnetwork/client/detail/B.h>\n")
+        self.assert_breach("orvnetwork_glib/A.cpp", "#include <gtk/gtk.h>\n")
+        self.assert_breach("orvnetwork_glib/A.cpp", "#include <QObject>\n")
+        self.assert_breach("orvnetwork_glib/A.cpp", "#include <orvnetwork_qt/B.h>\n")
+        self.assert_breach("orvnetwork/client/A.cpp", "#include <orvnetwork_glib/B.h>\n")
+
     def test_what_is_for_hosts_on_qt(self):
         self.assert_clean("orvnetwork_qt/A.cpp", "#include <orvnetwork/client/Client.h>\n#include <QPointer>\n")
         self.assert_clean("orvnetwork_qt/A.h", "#include <orvnetwork_qt/B.h>\n#include <QObject>\n#include <string>\n")

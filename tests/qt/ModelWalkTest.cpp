@@ -4,6 +4,7 @@
 
 #include "ModelView.h"
 #include "SchoolFixture.h"
+#include <tests/support/ChangingSchool.h>
 
 #include <orvnetwork_qt/CourseListModel.h>
 
@@ -39,52 +40,11 @@ class QtModelWalk : public SchoolFixture, public ::testing::WithParamInterface<s
 
   QtModelWalk() : SchoolFixture(GetParam()), random(GetParam()) {
     signIn();
-    for (int i = 0; i < 50; ++i) add();
+    for (int i = 0; i < 50; ++i) courses.add();
   }
 
   std::size_t pick(std::size_t below) { return static_cast<std::size_t>(random.below(below)); }
 
-  void add() {
-    const bool isLive = random.oneIn(2);
-    rooms.push_back(school.addCourse({{"liveType", isLive ? 1 : 2},
-                                      {"status", isLive ? static_cast<std::int64_t>(1 + pick(3)) : 5},
-                                      {"title", "课程 " + std::to_string(pick(1000))}}));
-  }
-  void changeSchool() {
-    const auto at = rooms.begin() + static_cast<std::ptrdiff_t>(pick(rooms.size()));
-    switch (pick(8)) {
-      case 0:
-      case 1:
-        return add();
-      case 2:
-        if (rooms.size() < 20) return;
-        school.removeCourse(*at);
-        rooms.erase(at);
-        return;
-      case 3:
-        school.changeCourse(*at, {{"title", "改名 " + std::to_string(pick(1000))}, {"viewCnt", 1}});
-        return;
-      case 4:
-        if (school.course(*at)->at("liveType") == json::value(1)) {
-          school.changeCourse(*at, {{"status", static_cast<std::int64_t>(1 + pick(3))}, {"viewCnt", 2}});
-        }
-        return;
-      case 5: {
-        const auto other = rooms.begin() + static_cast<std::ptrdiff_t>(pick(rooms.size()));
-        std::rotate(std::min(at, other), std::max(at, other), rooms.end());
-        return school.setListOrder(rooms);
-      }
-      case 6: {
-        const std::int64_t moved = *at;
-        rooms.erase(at);
-        rooms.insert(rooms.begin() + static_cast<std::ptrdiff_t>(pick(rooms.size() + 1)), moved);
-        return school.setListOrder(rooms);
-      }
-      default:
-        if (random.oneIn(4)) std::ranges::reverse(rooms);
-        return school.setListOrder(rooms);
-    }
-  }
   void useModel(CourseListModel& model) {
     if (random.oneIn(2)) return model.refresh();
     if (model.canFetchMore({})) return model.fetchMore({});
@@ -112,7 +72,7 @@ class QtModelWalk : public SchoolFixture, public ::testing::WithParamInterface<s
       default:
         break;
     }
-    if (random.oneIn(2)) return changeSchool();
+    if (random.oneIn(2)) return courses.change();
     useModel(models[pick(models.size())]->model);
     if (random.oneIn(2)) {
       for (auto left = pick(20); left > 0 && platform.step(); --left) {
@@ -145,7 +105,7 @@ class QtModelWalk : public SchoolFixture, public ::testing::WithParamInterface<s
   }
 
   testing::SeededRandom random;
-  Rooms rooms;
+  test::ChangingSchool courses{school, random};
   LocalCourses local;
   std::vector<std::unique_ptr<Watched>> models;
 };

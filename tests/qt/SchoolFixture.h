@@ -1,70 +1,25 @@
 #pragma once
 
-#include <orvnetwork/client/Client.h>
-#include <orvnetwork/client/ClientOptions.h>
-#include <orvnetwork/client/SignIn.h>
-#include <orvnetwork/platform/Console.h>
-#include <orvnetwork/testing/SimulatedPlatform.h>
-#include <orvnetwork/testing/SimulatedSchool.h>
-
 #include "Application.h"
-#include <tests/support/Environment.h>
+#include <tests/support/SchoolClientFixture.h>
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
+#include <QCoreApplication>
 
 namespace orv {
 
-/// A client on the simulated platform, with a small school, and an application object for what needs one. The simulation
-/// runs the main queue.
-class SchoolFixture : public ::testing::Test {
+/// A client of a small school on the simulated platform, and an application object for what needs one.
+class SchoolFixture : public SchoolClientFixture {
  protected:
-  explicit SchoolFixture(std::uint64_t seed = 1)
-      : platform(testing::SimulatedPlatform::install(test::numberFromEnvironment("ORV_TEST_SEED", seed))) {
-    Console::setSink([](std::string_view) {});
-    uID = school.addUser("13800000001", "secret", {{"nick", "Ann"}});
-    ClientOptions options;
-    options.server = "ws://school.test/link";
-    options.version = "1.0";
-    options.build = "1";
-    options.installation = "installation-1";
-    client = *Client::start(std::move(options));
-    platform.settle();
-  }
-  ~SchoolFixture() override {
-    client.reset();
-    Console::setSink(nullptr);
-  }
+  using SchoolClientFixture::SchoolClientFixture;
 
-  /// The user is signed in when this returns.
-  void signIn() {
-    std::optional<SignInResult> came;
-    const auto waiting =
-        client->session().signIn("13800000001", "secret").then([&](const SignInResult& result) {
-          came = result;
-        });
-    platform.runUntil([&] { return came.has_value(); }, Seconds(30));
-    ASSERT_TRUE(came && *came) << (came ? came->text() : "no answer");
-    platform.settle();
-  }
   /// Lets everything that Qt has put off happen, and what comes of it.
   void settle() {
     platform.settle();
     QCoreApplication::processEvents();
     platform.settle();
   }
-  void runFor(double seconds) { platform.runFor(Seconds(seconds)); }
 
-  testing::SimulatedPlatform& platform;
-  testing::SimulatedSchool school{platform};
   test::Application application;
-  std::string uID;
-  std::unique_ptr<Client> client;
 };
 
 }  // namespace orv

@@ -8,8 +8,9 @@ import re
 import subprocess
 import sys
 
-# Mangled names of the namespace: functions, then what the compiler makes for its classes and variables.
-OURS = re.compile(r"_Z(N[KRO]*3orv|T[ISVT]NK?3orv|GVN3orv|T[WH]N3orv|T[hvc][nvh0-9_]*_NK?3orv)")
+# Mangled names of the namespace: functions, then what the compiler makes for its classes and variables. GObjects have
+# names of C.
+OURS = re.compile(r"orv_|_Z(N[KRO]*3orv|T[ISVT]NK?3orv|GVN3orv|T[WH]N3orv|T[hvc][nvh0-9_]*_NK?3orv)")
 TEST_DOUBLE = re.compile(r"orv::testing::|Simulated|Scripted")
 
 

@@ -1,0 +1,136 @@
+#include <orvnetwork/client/SessionInfo.h>
+#include <orvnetwork/testing/ConnectPlan.h>
+
+#include "Owned.h"
+#include <tests/support/SchoolClientFixture.h>
+
+#include <orvnetwork_glib/Session.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace orv::session_test {
+namespace {
+
+/// How an asynchronous call has ended.
+struct End {
+  bool isDone = false;
+  GQuark domain = 0;
+  int code = 0;
+  std::string message;
+};
+
+class GlibSession : public SchoolClientFixture {
+ protected:
+  ~GlibSession() override { session.reset(); }
+
+  SessionState state() const { return static_cast<SessionState>(wordOf(session.get(), "state")); }
+
+  /// Lets the simulation and GLib's loop run until the call has ended.
+  End wait(const std::optional<End>& end) {
+    for (int turn = 0; turn < 10'000 && !end; ++turn) {
+      runFor(0.01);
+      while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+      }
+    }
+    EXPECT_TRUE(end) << "never finished";
+    return end.value_or(End{});
+  }
+  template <auto Finish>
+  static void finished(GObject* source, GAsyncResult* result, gpointer data) {
+    GError* error = nullptr;
+    End end;
+    end.isDone = Finish(ORV_SESSION(source), result, &error) != FALSE;
+    EXPECT_EQ(end.isDone, error == nullptr);
+    if (error != nullptr) {
+      end.domain = error->domain;
+      end.code = error->code;
+      end.message = error->message;
+      g_error_free(error);
+    }
+    static_cast<std::optional<End>*>(data)->emplace(end);
+  }
+  void begin(const char* password, std::optional<End>& end, GCancellable* cancellable = nullptr) {
+    orv_session_sign_in_async(session.get(), "13800000001", password, cancellable,
+                              finished<orv_session_sign_in_finish>, &end);
+  }
+  End signIn(const char* password) {
+    std::optional<End> end;
+    begin(password, end);
+    EXPECT_FALSE(end) << "called back inside the call";
+    return wait(end);
+  }
+
+  Owned<OrvSession> session{glib::newSession(*client)};
+};
+
+TEST_F(GlibSession, SignsInAndOutAndShowsTheUser) {
+  platform.settle();
+  EXPECT_EQ(state(), SessionState::SignedOut);
+  EXPECT_FALSE(flagOf(session.get(), "signed-in"));
+  EXPECT_EQ(textOf(session.get(), "nick"), "(null)");
+  EXPECT_TRUE(signIn("secret").isDone);
+  platform.settle();
+  EXPECT_EQ(state(), SessionState::Good);
+  EXPECT_TRUE(flagOf(session.get(), "signed-in"));
+  EXPECT_EQ(textOf(session.get(), "nick"), "Ann");
+  EXPECT_EQ(textOf(session.get(), "user-id"), uID);
+  EXPECT_EQ(glib::infoOf(session.get()), client->session().info());
+
+  std::optional<End> end;
+  orv_session_sign_out_async(session.get(), nullptr, finished<orv_session_sign_out_finish>, &end);
+  EXPECT_TRUE(wait(end).isDone);
+  platform.settle();
+  EXPECT_EQ(state(), SessionState::SignedOut);
+  EXPECT_EQ(textOf(session.get(), "user-id"), "(null)");
+}
+
+TEST_F(GlibSession, ARefusalIsAnErrorInTheServersWords) {
+  const End end = signIn("wrong");
+  EXPECT_FALSE(end.isDone);
+  EXPECT_EQ(end.domain, ORV_SESSION_ERROR);
+  EXPECT_EQ(end.code, ORV_SESSION_ERROR_REFUSED);
+  EXPECT_NE(end.message, "");
+}
+
+TEST_F(GlibSession, WithoutALinkThereIsNoAnswer) {
+  platform.network().setDefaultPlan(testing::ConnectPlan::refuse());
+  platform.server().cutAll();
+  runFor(1);
+  const End end = signIn("secret");
+  EXPECT_EQ(end.domain, ORV_SESSION_ERROR);
+  EXPECT_EQ(end.code, ORV_SESSION_ERROR_NO_ANSWER);
+}
+
+TEST_F(GlibSession, CancellingGivesTheSignInUp) {
+  const Owned<GCancellable> cancellable(g_cancellable_new());
+  std::optional<End> end;
+  begin("secret", end, cancellable.get());
+  g_cancellable_cancel(cancellable.get());
+  EXPECT_FALSE(end) << "called back inside the call";
+  const End how = wait(end);
+  EXPECT_EQ(how.domain, G_IO_ERROR);
+  EXPECT_EQ(how.code, G_IO_ERROR_CANCELLED);
+  runFor(5);
+  EXPECT_EQ(state(), SessionState::SignedOut);
+}
+
+TEST_F(GlibSession, WhatWasCancelledBeforeItBeganIsGivenUpToo) {
+  const Owned<GCancellable> cancellable(g_cancellable_new());
+  g_cancellable_cancel(cancellable.get());
+  std::optional<End> end;
+  begin("secret", end, cancellable.get());
+  EXPECT_EQ(wait(end).code, G_IO_ERROR_CANCELLED);
+}
+
+TEST_F(GlibSession, ASignInGoesOnWhenItsOwnerLetsTheObjectGo) {
+  std::optional<End> end;
+  begin("secret", end);
+  session.reset();
+  EXPECT_TRUE(wait(end).isDone);
+  EXPECT_EQ(client->session().state(), SessionState::Good);
+}
+
+}  // namespace
+}  // namespace orv::session_test
