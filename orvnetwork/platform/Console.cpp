@@ -50,6 +50,18 @@ SharedSink currentSink() {
   return state().sink;
 }
 
+/// The one in use; UTC for the line that tells that it cannot be used, which is written from within.
+TimeZonePtr zoneOfStamps() {
+  thread_local bool isAskedFor = false;
+  if (isAskedFor) return std::make_shared<const TimeZone>();
+  struct Mark {
+    Mark() { isAskedFor = true; }
+    ~Mark() { isAskedFor = false; }
+  };
+  const Mark mark;
+  return NativeTimeZones::instance().inUse(&Console::write);
+}
+
 /// By the zone files that all other local times go by.
 std::string stamp(const TimeZone& zone) {
   using std::chrono::floor;
@@ -123,7 +135,7 @@ void Console::write(std::string_view line) {
       return;
     }
     TimeZonePtr zone;
-    while (!give(line, zone)) zone = NativeTimeZones::instance().inUse(&Console::write);
+    while (!give(line, zone)) zone = zoneOfStamps();
   } catch (...) {
     // Out of memory or of locks: the line is lost.
   }
