@@ -1,8 +1,13 @@
+#include <orvnetwork/api/OperationRegistry.h>
+
 #include "Program.h"
+#include <cli/NearNames.h>
 
 #include <gtest/gtest.h>
 
 #include <regex>
+#include <string>
+#include <vector>
 
 namespace orv::test::command_line_test {
 namespace {
@@ -138,6 +143,14 @@ TEST(CommandLine, MistypedOperationIsAnsweredWithNearOnes) {
   EXPECT_EQ(message.rfind("no operation of this name; near ones: logoutWithCompleteBlock:timeoutBlock:", 0),
             0U)
       << message;
+}
+
+TEST(CommandLine, NearOnesAreThreeAtMostTheNearestFirst) {
+  const auto near =
+      cli::nearNames("loginWithMobile:passwor:completeBlock:timeoutBlock:", OperationRegistry::standard());
+  ASSERT_EQ(near.size(), 3u);
+  EXPECT_EQ(near.front(), kLogin);
+  EXPECT_EQ(cli::nearNames("xyzzy", OperationRegistry::standard()), std::vector<std::string>{});
 }
 
 TEST(CommandLine, HelpNamesEveryCommandAndExits0) {
