@@ -35,7 +35,7 @@ orv::Pending<> show(orv::Client* client, std::string mobile, std::string passwor
     std::cout << signedIn.text() << std::endl;
     co_return;
   }
-  auto asked = askComing(0, 5);
+  auto asked = askComing(0, 5).deadline(orv::Seconds(10));
   const orv::Reply reply = co_await asked;
   if (!reply) {
     std::cout << reply.sentence() << std::endl;

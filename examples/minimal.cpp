@@ -9,9 +9,9 @@
 constexpr auto& ask = orv::ask<&orv::QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock>;
 
 orv::Pending<> greet(orv::Client* client) {
-  auto up = client->link().whenUp();
-  co_await up;
-  auto asked = ask("Dev.Echo", orv::json::object{{"hello", "classroom"}});
+  auto up = client->link().whenUp().deadline(orv::Seconds(10));
+  co_await up;  // where it is not up by then, the answer says why
+  auto asked = ask("Dev.Echo", orv::json::object{{"hello", "classroom"}}).deadline(orv::Seconds(10));
   const orv::Reply reply = co_await asked;
   const orv::json::value* const answer = reply ? reply.data() : nullptr;
   if (answer) std::cout << "answer: " << *answer << std::endl;

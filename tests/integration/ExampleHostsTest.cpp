@@ -57,6 +57,21 @@ TEST_F(ExampleHosts, MinimalTellsARefusal) {
   EXPECT_EQ(result.output, "Dev.Echo was refused with code 77: not today\n");
 }
 
+TEST_F(ExampleHosts, MinimalTellsThatThereIsNoServer) {
+  const std::string url = server.url();
+  server.stop();
+  const ChildResult result = run(ORV_EXAMPLE_MINIMAL, {url});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_TRUE(result.output.starts_with("Dev.Echo was not sent, because there is no link: ")) << result.output;
+}
+
+TEST_F(ExampleHosts, MinimalTellsThatTheServerKeepsItsAnswerBack) {
+  server.faults().failRequests(1001, "please sign in", devserver::Faults::kForever);
+  const ChildResult result = run(ORV_EXAMPLE_MINIMAL, {server.url()});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_EQ(result.output, "the request was not answered in time: the deadline has passed\n");
+}
+
 TEST_F(ExampleHosts, WakerHostPrintsItsEcho) {
   const ChildResult result = run(ORV_EXAMPLE_WAKER_HOST, {server.url()});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
