@@ -236,6 +236,30 @@ TEST_F(SessionStatusTest, GoesBeforeTheFileHasBeenRead) {
   EXPECT_TRUE(told.empty());
 }
 
+TEST_F(SessionStatusTest, AnInfoIsEqualToAnotherWhenEverythingIs) {
+  const auto userCalled = [](const char* nick) {
+    return makeRecord<OrvUserInfoModel>(json::object{{"uID", "7"}, {"nick", nick}});
+  };
+  const SessionInfo info{SessionState::Good, userCalled("Ann"), "why", {.isLoggedIn = true, .isLive = false}};
+  SessionInfo other = info;
+  other.user = userCalled("Ann");
+  EXPECT_EQ(info, other) << "another record with the same fields";
+  other.user = userCalled("Bob");
+  EXPECT_NE(info, other);
+  other = info;
+  other.user = nullptr;
+  EXPECT_NE(info, other);
+  other = info;
+  other.state = SessionState::Restoring;
+  EXPECT_NE(info, other);
+  other = info;
+  other.reason = "";
+  EXPECT_NE(info, other);
+  other = info;
+  other.otherDevice.isLive = true;
+  EXPECT_NE(info, other);
+}
+
 TEST_F(SessionStatusTest, SaysAllInOneLineWithoutTheToken) {
   SessionInfo info;
   info.user = makeRecord<OrvUserInfoModel>(json::object{{"uID", "7"}, {"token", "top-secret"}});
