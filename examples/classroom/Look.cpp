@@ -100,6 +100,7 @@ QFrame[kind="side"] { background: {side}; border: none; border-right: 1px solid 
 QFrame[kind="card"] { background: {card}; border: 1px solid {line}; border-radius: 14px; }
 QFrame[kind="banner"] { background: {raised}; border: none; border-left: 4px solid {warning}; border-radius: 8px; }
 QFrame[kind="banner"][grave="true"] { border-left-color: {danger}; }
+QFrame#banner { margin: 10px 12px 10px 12px; }
 QListView { background: transparent; border: none; outline: none; }
 QListView:focus { border: none; }
 QScrollBar:vertical { background: transparent; width: 10px; }

@@ -74,14 +74,10 @@ MainWindow::MainWindow(orv::Client& client, Preferences preferences,
   pages_->addWidget(new SignInPage(*session_, [this] { openSettings(); }));
   pages_->addWidget(everything);
 
-  auto* const banner = new Banner(*link_);
-  auto* const bannerPlace = new QHBoxLayout;
-  bannerPlace->setContentsMargins(12, 10, 12, 10);
-  bannerPlace->addWidget(banner);
   auto* const column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(0);
-  column->addLayout(bannerPlace);
+  column->addWidget(new Banner(*link_));
   column->addWidget(pages_, 1);
 
   connect(signOut_, &QPushButton::clicked, session_, [this] { session_->signOut(); });
