@@ -16,11 +16,12 @@ namespace {
 constexpr std::size_t kColumns = 80;
 constexpr std::size_t kWidestName = 26;
 
-constexpr std::string_view kEnd =
-    "\nOn a terminal lists are tables; elsewhere, and with --json, answers are JSON,\n"
+constexpr std::string_view kRemarks =
+    "On a terminal lists are tables; elsewhere, and with --json, answers are JSON,\n"
     "a line each, on standard output. Diagnostics go to standard error. Defaults may\n"
     "stand in ~/.config/orv/config, as `wait = 20`, and the server in the variable\n"
-    "ORV_SERVER.\n"
+    "ORV_SERVER.\n";
+constexpr std::string_view kExitCodes =
     "Exit codes: 0 success, 1 wrong use, 2 refused by the server, 3 time-out or no\n"
     "link.\n";
 
@@ -96,8 +97,16 @@ std::string helpOfProgram() {
   }
   return "The console host of OrvNetwork.\n\n  orv [OPTIONS] COMMAND [OPTIONS]\n" +
          inTwoColumns("Commands; `orv COMMAND --help` tells what each takes:", commands) +
-         inTwoColumns("Options, in front of the command or behind it:", optionRows(programOptions())) +
-         std::string(kEnd);
+         inTwoColumns("Options, in front of the command or behind it:", optionRows(programOptions())) + "\n" +
+         std::string(kRemarks) + std::string(kExitCodes);
+}
+
+std::string_view remarksOfHelp() {
+  return kRemarks;
+}
+
+std::string_view exitCodesOfHelp() {
+  return kExitCodes;
 }
 
 std::string helpOf(const CommandSpec& command) {

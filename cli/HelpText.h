@@ -3,6 +3,7 @@
 #include "cli/Grammar.h"
 
 #include <string>
+#include <string_view>
 
 namespace orv::cli {
 
@@ -10,5 +11,9 @@ namespace orv::cli {
 std::string helpOfProgram();
 /// What a command takes, or of a group, what its commands are.
 std::string helpOf(const CommandSpec& command);
+
+/// What stands at the end of the program's help, in lines: on what it prints and reads, and what its exit codes mean.
+std::string_view remarksOfHelp();
+std::string_view exitCodesOfHelp();
 
 }  // namespace orv::cli

@@ -83,3 +83,4 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 #include <orvnetwork/transport/SentRequest.h>
 #include <orvnetwork/transport/TraceFile.h>
+#include <orvnetwork/version.h>

@@ -6,6 +6,7 @@ Usage: check_install.py BUILD_DIRECTORY COMPILER
 
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -75,9 +76,63 @@ class InstallTest(unittest.TestCase):
         for program, package in hosts + [(test, "orvnetwork-devserver") for test in SERVER_TESTS] + [
                 (test, "orvnetwork-qt") for test in QT_TESTS] + [(test, "orvnetwork-glib") for test in GLIB_TESTS]:
             binary = self.folder / f"{program}-pkg-config"
-            run(COMPILER, "-std=c++20", "-fPIC", CONSUMER / f"{program}.cpp", "-o", binary, *self.flags(package))
+            # The standard is a part of what pkg-config says; a host's own, if later, stands behind it.
+            run(COMPILER, CONSUMER / f"{program}.cpp", "-o", binary, *self.flags(package))
             self.assertIn("done", run(binary, env={"HOME": str(self.folder),
                                                    "LD_LIBRARY_PATH": str(self.library_folder)}))
+
+    def test_later_standard_of_a_host_counts(self):
+        source = self.folder / "later.cpp"
+        source.write_text("static_assert(__cplusplus > 202002L);\n", encoding="utf-8")
+        run(COMPILER, "-fsyntax-only", *self.flags("orvnetwork"), "-std=c++23", source)
+
+    def test_version_is_the_same_everywhere(self):
+        numbers = re.findall(r"^#define ORV_VERSION_(?:MAJOR|MINOR|PATCH) (\d+)$",
+                             (SOURCE / "orvnetwork" / "version.h").read_text(encoding="utf-8"), re.MULTILINE)
+        version = ".".join(numbers)
+        changes = (SOURCE / "CHANGELOG.md").read_text(encoding="utf-8")
+        self.assertEqual(re.search(r"^## (\S+)", changes, re.MULTILINE).group(1), version)
+        self.assertEqual(run("pkg-config", "--modversion", "orvnetwork", env=self.pkg_config).strip(), version)
+        for program in ("orv", "orv-devserver"):
+            if (BUILD / "cli").is_dir():
+                self.assertEqual(run(self.prefix / "bin" / program, "--version").strip(), f"{program} {version}")
+        source = self.folder / "version.cpp"
+        source.write_text("#include <orvnetwork/version.h>\n#include <cstdio>\n"
+                          f'static_assert(ORV_VERSION_NUMBER == ORV_MAKE_VERSION({", ".join(numbers)}));\n'
+                          "int main() { return orv::libraryVersion() == ORV_VERSION_TEXT && std::puts(ORV_VERSION_TEXT) >= 0 "
+                          "? 0 : 1; }\n", encoding="utf-8")
+        run(COMPILER, source, "-o", self.folder / "version", *self.flags("orvnetwork"))
+        said = run(self.folder / "version", env={"LD_LIBRARY_PATH": str(self.library_folder)})
+        self.assertEqual(said.strip(), version)
+
+    def test_library_is_named_after_the_versions_that_it_goes_with(self):
+        for library in self.library_folder.glob("*.so"):
+            name = re.search(r"SONAME.*\[(.*)\]", run("readelf", "--dynamic", library)).group(1)
+            major, minor, _ = run("pkg-config", "--modversion", "orvnetwork", env=self.pkg_config).split(".")
+            self.assertEqual(name, f"{library.name}.0.{minor}" if major == "0" else f"{library.name}.{major}")
+            self.assertTrue((self.library_folder / name).exists())
+
+    def test_package_takes_compatible_versions_only(self):
+        major, minor, _ = map(int, run("pkg-config", "--modversion", "orvnetwork", env=self.pkg_config).split("."))
+        for asked, fits in ((f"{major}.{minor}", True), (f"{major}.{minor + 1}", False), (f"{major + 1}.0", False),
+                            (f"{major}.{minor - 1}" if minor else f"{major}.{minor}.999", major > 0 and minor > 0)):
+            folder = self.folder / f"asks-{asked}"
+            folder.mkdir()
+            (folder / "CMakeLists.txt").write_text(
+                "cmake_minimum_required(VERSION 3.25)\nproject(Asks LANGUAGES CXX)\n"
+                f"find_package(OrvNetwork {asked} QUIET)\n"
+                "message(FATAL_ERROR \"found: ${OrvNetwork_FOUND}\")\n", encoding="utf-8")
+            said = subprocess.run(["cmake", "-S", folder, "-B", folder / "build", f"-DCMAKE_PREFIX_PATH={self.prefix}",
+                                   f"-DCMAKE_CXX_COMPILER={COMPILER}"], capture_output=True, text=True).stderr
+            self.assertIn(f"found: {1 if fits else 0}", said, asked)
+
+    def test_pages_for_man_and_completions_are_installed(self):
+        share = self.prefix / "share"
+        wanted = {f"man/man1/{program}.1.gz" for program in ("orv", "orv-devserver")} | {
+            f"{folder}/{name}" for folder, name in (("bash-completion/completions", "orv"),
+            ("zsh/site-functions", "_orv"), ("fish/vendor_completions.d", "orv.fish"))}
+        found = {path.relative_to(share).as_posix() for path in share.rglob("*") if path.is_file()}
+        self.assertEqual(wanted - found, wanted if not (BUILD / "cli").is_dir() else set())
 
     def test_installed_files_name_no_place_of_the_build(self):
         texts = list(self.prefix.rglob("*.cmake")) + list(self.prefix.rglob("*.pc"))
