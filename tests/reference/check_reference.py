@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Makes the reference of the public headers; fails on any warning, a picture that is missing, and what is private.
+"""Makes the reference of the public headers; fails on any warning, a picture that is missing, what is private, and a
+class that the start page leads to and that is not there.
 
 Usage: check_reference.py ROOT
 """
@@ -33,6 +34,8 @@ def flaws(pages):
     said = [f"{page.name}: the picture {picture} is missing" for page in pages.glob("*.html")
             for picture in re.findall(r'<(?:img|object)[^>]* (?:src|data)="([^":]+)"', page.read_text(encoding="utf-8"))
             if not (pages / picture).is_file()]
+    start = re.sub(r"<a .*?</a>|<code>.*?</code>", "", (pages / "index.html").read_text(encoding="utf-8"), flags=re.DOTALL)
+    said += [f"the start page names {name}, which is not there" for name in re.findall(r"\borv::[\w:]+", start)]
     return said + [f"{page.name} shows what is private" for page in pages.glob("*_1_1detail*.html")]
 
 

@@ -21,8 +21,9 @@ def found(header, start_page="# Title\n"):
     with tempfile.TemporaryDirectory() as folder:
         root = pathlib.Path(folder)
         (root / "orvnetwork").mkdir()
-        (root / "docs").mkdir()
-        (root / "README.md").write_text(start_page, encoding="utf-8")
+        (root / "docs" / "images").mkdir(parents=True)
+        for page in ("README.md", "docs/start.md"):
+            (root / page).write_text(start_page, encoding="utf-8")
         (root / "Doxyfile").write_text(SETTINGS, encoding="utf-8")
         (root / "orvnetwork" / "A.h").write_text("#pragma once\n/// A file.\n/// @file\n\n" + header,
                                                  encoding="utf-8")
@@ -50,6 +51,11 @@ class CheckReferenceTest(unittest.TestCase):
 
     def test_picture_that_is_missing(self):
         self.assertIn("a.png", " ".join(found("", "# Title\n\n![A picture](docs/a.png)\n")))
+
+    def test_class_that_the_start_page_leads_to(self):
+        header = "/// Ours.\nnamespace orv {\n/// Adds.\nstruct Adder {};\n}\n"
+        self.assertEqual(found(header, "# Title\n\nUse orv::Adder.\n"), [])
+        self.assertIn("orv::Missing", " ".join(found(header, "# Title\n\nUse orv::Missing.\n")))
 
     def test_namespace_that_is_private_is_left_out(self):
         self.assertEqual(found("/// Ours.\nnamespace orv::detail {\n/// Adds.\nstruct Adder {};\n}\n"), [])
