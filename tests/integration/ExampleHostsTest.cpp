@@ -62,7 +62,8 @@ TEST_F(ExampleHosts, MinimalTellsThatThereIsNoServer) {
   server.stop();
   const ChildResult result = run(ORV_EXAMPLE_MINIMAL, {url});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
-  EXPECT_TRUE(result.output.starts_with("Dev.Echo was not sent, because there is no link: ")) << result.output;
+  EXPECT_TRUE(result.output.starts_with("Dev.Echo was not sent, because there is no link: "))
+      << result.output;
 }
 
 TEST_F(ExampleHosts, MinimalTellsThatTheServerKeepsItsAnswerBack) {
