@@ -7,7 +7,9 @@
 #include <orvnetwork/transport/QXNotification.h>
 
 #include "CourseListFixture.h"
+#include <tests/support/LocalCourse.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +35,21 @@ TEST_F(CourseListUser, RowsOfTheOldUserGoInOneChangeAndThoseOfTheNewOneCome) {
   EXPECT_EQ(view.changes()[0].removed, (std::vector<CourseListRange>{{0, 40}}));
   EXPECT_TRUE(view.changes()[0].after->empty());
   EXPECT_EQ(stored(), rooms(105, 100));
+}
+
+TEST_F(CourseListUser, IsHeardOfAlsoAmongMoreChangesThanAreKept) {
+  auto list = loadedList(40);
+  View view(list);
+  holdPages();
+  changeUser("100002");
+  courses().reload();
+  courses().addLocalCourse(test::localCourse(1, "课程"));
+  courses().addLocalCourse(test::localCourse(2, "课程"));
+  for (std::int64_t room = 1; room <= 1500; ++room) {
+    courses().refreshLocalCourse(test::localCourse(1 + room % 2, "课程"));
+  }
+  settle();
+  EXPECT_EQ(list.size(), 0u);
 }
 
 TEST_F(CourseListUser, AnotherClassroomIsAnotherList) {

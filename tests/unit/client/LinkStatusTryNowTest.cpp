@@ -62,6 +62,18 @@ TEST_F(Canary, WaitsForTheLinksOwnPause) {
   expectTimes(attempts(), {0, 1.501});
 }
 
+TEST_F(Canary, PlansNothingBesideAnAttemptThatIsYoung) {
+  planAll(ConnectPlan::accept(Seconds(3)));
+  start();
+  runFor(0.5);
+  ASSERT_EQ(state(), LinkState::Connecting);
+  link().tryNow();
+  EXPECT_EQ(link().snapshot().until, std::nullopt);
+  runFor(3);
+  EXPECT_TRUE(link().isUp());
+  EXPECT_EQ(attempts(), Times{0});
+}
+
 TEST_F(Canary, IsGoneWithItsClient) {
   bringUp(unsupervised());
   server.reset(1);

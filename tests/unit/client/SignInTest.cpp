@@ -223,6 +223,17 @@ TEST_F(SignIn, PutsBackWhoWasThereWhenItIsDestroyedAfterTheDiskWasAsked) {
   EXPECT_TRUE(school.hasSession(ann));
 }
 
+TEST_F(SignIn, LeavesSomebodyElseWhoWasStoredMeanwhile) {
+  signedIn();
+  signIn("13800000002", "other");
+  platform.runUntil([this] { return inFile("uID") == bob; }, Seconds(1));
+  ASSERT_TRUE(results.empty());
+  users().setUserInfo(makeRecord<OrvUserInfoModel>(json::object{{"uID", "99"}, {"token", "of the host"}}));
+  signing = {};
+  runFor(5);
+  EXPECT_EQ(inFile("uID"), "99");
+}
+
 TEST_F(SignIn, IsGivenUpByALaterOne) {
   begin();
   school.delay("User.Post.Login", Seconds(1));
