@@ -26,8 +26,6 @@ void hideDeep(json::value& value);
 std::string hideInText(std::string_view text) {
   // What is JSON is read as JSON: names may be written with escapes in it.
   if (auto parsed = parseJsonWithin(text, kMostTraceMemory)) {
-    // A number hides nothing, and stays as it is written: "12.50".
-    if (!parsed->value.is_structured() && !parsed->value.is_string()) return std::string(text);
     hideDeep(parsed->value);
     return writeJsonCompact(parsed->value).valueOr(sizeText(text.size()));
   }
