@@ -235,10 +235,8 @@ std::vector<Finding> judgeWay(const WayFacts& facts) {
 
 std::vector<Finding> withoutRoute(std::vector<Finding> way) {
   const auto first = std::ranges::find(way, Verdict::Fail, &Finding::verdict);
-  const bool follows = first != way.end() && (first->code == "unreachable" ||
-                                              first->code == "nameServerSilent" || first->code == "noAnswer");
-  const bool isOfTheWay = follows && first->check != "tls" && first->check != "upgrade";
-  if (!isOfTheWay) return way;
+  // Silence at an address is none of these: what is sent there has a route.
+  if (first == way.end() || (first->code != "unreachable" && first->code != "nameServerSilent")) return way;
   std::transform(first, way.end(), first,
                  [](const Finding& one) { return skippedAfter(one.check, "network"); });
   return way;
