@@ -318,6 +318,15 @@ TEST_F(TcpConnectorMemoryTest, AnAddressThatOnlyConnectsIsNotRemembered) {
   EXPECT_EQ(connect(), 2u);
 }
 
+TEST_F(TcpConnectorMemoryTest, AConnectionIsRememberedOnce) {
+  connect();
+  connector->rememberAddress();
+  EXPECT_EQ(good.count(), 1u);
+  good.take("example.org", 4711, std::chrono::steady_clock::now());
+  connector->rememberAddress();
+  EXPECT_EQ(good.count(), 0u);
+}
+
 TEST_F(TcpConnectorMemoryTest, AnotherHostHasAnotherAddress) {
   connect();
   connector->rememberAddress();
