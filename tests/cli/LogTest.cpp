@@ -5,12 +5,12 @@
 #include <cli/LogFollower.h>
 #include <cli/LogTime.h>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -155,31 +155,33 @@ TEST(LogFollower, GoesOnWithNewFilesAndAfterRemovalAndCutting) {
 }
 
 TEST(LogFollower, LosesNoLineToAFileThatIsBegun) {
-  constexpr int kFiles = 400, kLinesOfFile = 20;
+  constexpr int kFiles = 400;
   append("00000.log", "");
-  std::string written;
-  for (int i = 0; i < kFiles * kLinesOfFile; ++i) written += std::to_string(i) + "\n";
   cli::LogFollower log(logFolder(), cli::LogFollower::From::Oldest);
-  std::thread writer([] {
-    for (int file = 0; file < kFiles; ++file) {
+  std::string written;
+  for (int i = 0; i < 2 * kFiles; ++i) written += std::to_string(i) + "\n";
+  std::atomic<std::size_t> seen = 0;
+  std::atomic<bool> isOver = false;
+  // The second line of each file, and the next file, come while the reader looks for more.
+  std::thread writer([&] {
+    std::size_t size = 0;
+    for (int file = 0; file < kFiles && !isOver; ++file) {
       const std::string number = std::to_string(file);
-      const int descriptor =
-          ::open((logFolder() / (std::string(5 - number.size(), '0') + number + ".log")).c_str(),
-                 O_CREAT | O_WRONLY | O_APPEND | O_CLOEXEC, 0600);
-      for (int line = 0; line < kLinesOfFile; ++line) {
-        const std::string text = std::to_string(file * kLinesOfFile + line) + "\n";
-        EXPECT_EQ(::write(descriptor, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-      }
-      ::close(descriptor);
+      const std::string name = std::string(5 - number.size(), '0') + number + ".log";
+      const std::string first = std::to_string(2 * file) + "\n", second = std::to_string(2 * file + 1) + "\n";
+      append(name, first);
+      size += first.size();
+      while (seen < size && !isOver) std::this_thread::yield();
+      append(name, second);
+      size += second.size();
     }
   });
   std::string all;
-  while (all.size() < written.size()) {
-    const std::string lines = log.read();
-    all += lines;
-    // A line that is missing never comes.
-    if (!written.starts_with(all)) break;
+  while (all.size() < written.size() && written.starts_with(all)) {
+    all += log.read();
+    seen = all.size();
   }
+  isOver = true;
   writer.join();
   EXPECT_EQ(all, written);
 }

@@ -1,5 +1,6 @@
 #include "Program.h"
 #include "Terminal.h"
+#include <cli/StatsTable.h>
 #include <devserver/DevServer.h>
 
 #include <gtest/gtest.h>
@@ -72,6 +73,16 @@ TEST(Stats, IsATableOnATerminal) {
     EXPECT_NE(seen.find(text), std::string::npos) << text << "\n" << seen;
   }
   EXPECT_EQ(seen.find("{\""), std::string::npos) << seen;
+}
+
+TEST(StatsTable, TellsTheLongestOfAStepThatWasTakenMoreThanOnce) {
+  LinkStatistics statistics;
+  statistics.link.steps.tls = {1, Seconds(0.02), Seconds(0.02)};
+  statistics.total.steps.tls = {2, Seconds(0.06), Seconds(0.04)};
+  const std::string table = cli::statsTable(statistics).text(100);
+  const std::string row = table.substr(table.find("\nTLS ") + 1);
+  EXPECT_NE(row.find(" 20 ms "), std::string::npos) << table;
+  EXPECT_EQ(row.find("at most"), row.find("30 ms, at most 40 ms\n") + 7) << table;
 }
 
 TEST(Stats, IsALineOfAShell) {

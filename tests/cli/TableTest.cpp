@@ -77,6 +77,16 @@ TEST(CourseTable, TellsTimesInTheZoneInUse) {
   }
 }
 
+TEST(Table, LinesEndWithTheirLastCharacter) {
+  Table table({{"NAME"}, {"NOTE"}});
+  table.add({"a", ""});
+  table.add({"longer", "yes"});
+  EXPECT_EQ(table.text(80),
+            "NAME    NOTE\n"
+            "a\n"
+            "longer  yes\n");
+}
+
 TEST(Table, WithoutRowsHasItsTitles) {
   EXPECT_EQ(twoColumns().text(80), "NAME  SIZE\n");
 }

@@ -179,6 +179,8 @@ TEST_F(ListeningProgram, TakesATokenThatCannotBeGuessedFromAFileThatOthersCannot
   EXPECT_NE(refusal({"--token-file", file}).find("others can read it"), std::string::npos);
   EXPECT_NE(refusal({"--token-file", "/none"}).find("No such file"), std::string::npos);
   EXPECT_NE(refusal({"--token", "short"}).find("16 to 256"), std::string::npos);
+  EXPECT_NE(refusal({"--token", std::string(15, 'a')}).find("16 to 256"), std::string::npos);
+  EXPECT_NE(refusal({"--token", std::string(257, 'a')}).find("16 to 256"), std::string::npos);
   EXPECT_NE(refusal({"--token", "0123456789abcdef?&"}).find("16 to 256"), std::string::npos);
   ::chmod(file.c_str(), 0600);
   EXPECT_NE(refusal({"--token-file", file, "--token", kToken}).find("either"), std::string::npos);
