@@ -2,7 +2,7 @@
 // to 100,000 courses listed; how long a look-up on the main thread waits while a range of 3,000 is being
 // answered; and a change of the user. The school answers in this process, so the wire is not in the figures.
 //
-//   bench_CourseScaleBench
+//   bench_CourseScaleBench      with TMPDIR=/dev/shm without what the disk's file system costs
 
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/MainQueue.h>
@@ -125,18 +125,17 @@ Cost pageAsItWas(std::int64_t listed) {
   return measure([] {}, [&] { get(first, 30, true); });
 }
 
-/// The list is made anew each time and written, so that the page finds it as a pass would.
+/// The list is made anew each time and written, so that the page finds it as a pass would. Each page has rooms of its own:
+/// files that are removed and made again cost some file systems more than new ones.
 Cost pageOfNewCourses(std::int64_t listed) {
   const std::int64_t held = wholePages(listed);
-  PageSchool::setCourses(held + 300);
   const auto spare = std::make_shared<OrvCourseModel>();
   spare->roomID = 900'000'000;
-  const std::string folder = *courses().cloudCourseFolder();
+  std::int64_t behind = 3 * listed;
   const auto prepare = [&] {
+    behind += 30;
+    PageSchool::setCourses(held + behind);
     auto keys = PageSchool::keys(held);
-    for (std::int64_t room = 271; room <= 300; ++room) {
-      std::filesystem::remove(folder + "/" + std::to_string(room) + ".plist");
-    }
     keys.push_back("900000000");
     courses().setCloudCourseList(keys);
     courses().deleteCloudCourse(spare);
@@ -154,23 +153,24 @@ void measureLookUps(std::int64_t listed, bool force) {
   courses().setCourseQueue({});
   courses().setCloudCourseList(PageSchool::keys(listed));
   double longest = 0, longestWork = 0;
-  std::size_t looked = 0;
+  std::size_t looked = 0, late = 0;
   const auto begin = Ticks::now();
   const std::int64_t found = get(first, kRange, force, [&] {
     const auto before = Ticks::now();
     const double work = processorTime();
     courses().getRecordCourseWithIndex(static_cast<std::uint64_t>(first));
-    longestWork = std::max(longestWork, processorTime() - work);
+    const double worked = processorTime() - work;
+    if (worked > kLongestHold) ++late;
+    longestWork = std::max(longestWork, worked);
     longest = std::max(longest, microsecondsSince(before));
     ++looked;
   });
   std::printf(
       "%s of %lld with %lld listed: answered in %.0f ms; of %zu look-ups on main the longest took %.0f us by "
       "the "
-      "clock, %.0f us of the process's work (%s)\n",
+      "clock, %.0f us of the process's work (%zu above 2 ms)\n",
       force ? "pages for a range" : "a range", static_cast<long long>(found), static_cast<long long>(listed),
-      microsecondsSince(begin) / 1000, looked, longest, longestWork,
-      longestWork <= kLongestHold ? "within 2 ms" : "MORE THAN 2 ms");
+      microsecondsSince(begin) / 1000, looked, longest, longestWork, late);
 }
 
 void measureChangeOfUser(std::int64_t listed) {
@@ -196,9 +196,9 @@ void measureChangeOfUser(std::int64_t listed) {
 }  // namespace
 
 int main() {
-  char home[] = "/tmp/orv-bench-XXXXXX";
-  if (::mkdtemp(home) == nullptr) return EXIT_FAILURE;
-  ::setenv("HOME", home, 1);
+  std::string home = std::filesystem::temp_directory_path() / "orv-bench-XXXXXX";
+  if (::mkdtemp(home.data()) == nullptr) return EXIT_FAILURE;
+  ::setenv("HOME", home.c_str(), 1);
   ::unsetenv("XDG_CONFIG_HOME");
   PageSchool::install();
   MainQueue::instance().claim();

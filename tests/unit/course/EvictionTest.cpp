@@ -108,6 +108,18 @@ TEST_F(Eviction, TakesAboutHalfOfThousandsAtATime) {
   EXPECT_EQ(queue.size(), 60u);
 }
 
+TEST_F(Eviction, IsAskedBetweenEntriesWhetherItGoesOn) {
+  addCloud(1, 121);
+  std::vector<std::size_t> sizes;
+  courses.evict([&] {
+    sizes.push_back(queue.size());
+    return sizes.size() < 3;
+  });
+  EXPECT_EQ(sizes, (std::vector<std::size_t>{120, 119, 118}));
+  EXPECT_EQ(queue.size(), 118u);
+  EXPECT_EQ(records.cloud.size(), 118u);
+}
+
 TEST_F(Eviction, PutsAnExemptOneInFrontAndTakesTheNext) {
   addCloud(1, 60);
   addLocal(900, 1, publish_status::kPublished);
@@ -320,6 +332,15 @@ TEST_F(LiveEviction, TakesTheLeastRecentlyUsedUntilSixtyAreLeft) {
   EXPECT_EQ(queue.last(), "4");
   EXPECT_FALSE(courses.live.memory().contains("3"));
   EXPECT_TRUE(courses.live.memory().contains("4"));
+}
+
+TEST_F(LiveEviction, IsAskedBetweenEntriesWhetherItGoesOn) {
+  use(90);
+  int asked = 0;
+  courses.evictLive([&] { return ++asked < 3; });
+  EXPECT_EQ(asked, 3);
+  EXPECT_EQ(courses.liveQueue.size(), 87u);
+  EXPECT_EQ(courses.live.memory().size(), 87u);
 }
 
 TEST_F(LiveEviction, LeavesSixtyAlone) {
