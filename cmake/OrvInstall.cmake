@@ -29,7 +29,7 @@ endfunction()
 file(RELATIVE_PATH ORV_PREFIX_FROM_PKGCONFIG /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 if(NOT BUILD_SHARED_LIBS)
   # A static library leaves it to the host to link what the library itself uses.
-  set(ORV_PKGCONFIG_STATIC_REQUIRES "libssl libcrypto icu-i18n icu-uc expat simdjson")
+  set(ORV_PKGCONFIG_STATIC_REQUIRES "libssl libcrypto icu-i18n icu-uc expat")
 endif()
 
 orv_install_library(orvnetwork COMPONENT library DEVELOPMENT development TARGETS_FILE OrvNetworkTargets)

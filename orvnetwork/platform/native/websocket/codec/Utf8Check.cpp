@@ -1,6 +1,6 @@
 #include "orvnetwork/platform/native/websocket/codec/Utf8Check.h"
 
-#include <simdjson.h>
+#include <orvnetwork/platform/native/websocket/codec/Utf8.h>
 
 #include <algorithm>
 #include <array>
@@ -43,10 +43,6 @@ bool mayBegin(std::string_view part) {
 }
 
 }  // namespace
-
-bool isUtf8(std::string_view text) {
-  return simdjson::validate_utf8(text.data(), text.size());
-}
 
 bool Utf8Check::goOn(std::string_view text) {
   const std::string_view fresh = text.substr(checked_);

@@ -5,9 +5,6 @@
 
 namespace orv {
 
-/// Whether this is UTF-8 as RFC 3629 has it: no overlong forms, no surrogates, nothing above U+10FFFF. Any thread.
-bool isUtf8(std::string_view text);
-
 /// Checks a text that comes in pieces, cut anywhere, each byte once. It says no with the first byte behind which no text
 /// can be right any more.
 class Utf8Check {
