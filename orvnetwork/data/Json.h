@@ -4,6 +4,10 @@
 #include <orvnetwork/data/Result.h>
 #include <orvnetwork/data/Types.h>
 
+#include <span>
+#include <string_view>
+#include <variant>
+
 /// @file
 /// JSON texts: what the server sends and is sent. Reading and writing hold to one set of rules, which the functions of
 /// Boost.JSON do not share in all points, so a host that wants the same frames as the library uses these.
@@ -65,6 +69,20 @@ ORV_EXPORT Result<std::string> writeJsonPretty(const json::value& value);
 ORV_EXPORT Result<std::string> writeJsonPretty(const json::object& object);
 /// The same without making a value of the array first.
 ORV_EXPORT Result<std::string> writeJsonPretty(const json::array& array);
+
+/// A member of a dictionary that is written without having been made.
+struct JsonMember {
+  /// Its key, in UTF-8. Nobody looks whether another member has the same.
+  std::string_view key;
+  /// A text in UTF-8, a number, or a dictionary, which must be there. Nothing is copied: all of it has to live until
+  /// the members have been written.
+  std::variant<std::string_view, std::int64_t, const json::object*> value;
+};
+/// The same as for a dictionary of these members, in their order:
+///
+///     const JsonMember members[] = {{"c", "User.Get.Info"}, {"s", 7}, {"v", &values}};
+///     const Result<std::string> frame = writeJsonPretty(members);
+ORV_EXPORT Result<std::string> writeJsonPretty(std::span<const JsonMember> members);
 
 /// Writes any value on one line without blanks, "/" as it is; numbers, order and other errors as in
 /// `writeJsonPretty`. Any thread.

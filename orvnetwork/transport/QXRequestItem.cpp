@@ -7,6 +7,11 @@
 #include <orvnetwork/transport/detail/CurrentReply.h>
 #include <orvnetwork/transport/detail/LinkSettings.h>
 
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv {
@@ -27,12 +32,26 @@ void setValues(json::object& frame, std::optional<json::object> values) {
   if (values) frame.emplace("v", std::move(*values));
 }
 
-OptionalString writeFrame(const json::object& frame) {
-  auto written = writeJsonPretty(frame);
+OptionalString frameText(Result<std::string> written) {
   if (written) return *std::move(written);
   consoleLog("conver to json error: dic->%@", written.error());
   return std::nullopt;
 }
+
+/// The members of a frame, which is written without being made. They refer to what they are made of.
+class FrameMembers {
+ public:
+  void add(std::string_view key, std::string_view text) { members_[count_++] = {key, text}; }
+  void add(std::string_view key, const json::object& values) { members_[count_++] = {key, &values}; }
+  void addIfPresent(std::string_view key, const OptionalString& text) {
+    if (text) add(key, *text);
+  }
+  std::span<const JsonMember> all() const { return {members_.data(), count_}; }
+
+ private:
+  std::array<JsonMember, 7> members_;
+  std::size_t count_ = 0;
+};
 
 std::shared_ptr<QXRequestItem> newItem(OptionalString command, CompleteBlock completeBlock,
                                        TimeoutBlock timeoutBlock) {
@@ -69,16 +88,18 @@ std::shared_ptr<QXRequestItem> QXRequestItem::initWithCommand_parameters_complet
     TimeoutBlock timeoutBlock) {
   auto item = newItem(std::move(command), std::move(completeBlock), std::move(timeoutBlock));
   const auto& settings = LinkSettings::standard();
-  json::object frame;
-  frame.reserve(7);
-  setIfPresent(frame, "c", item->command);
-  frame.emplace("r", "1");
-  setIfPresent(frame, "g", settings.globalUUID);
-  frame.emplace("a", "1");
-  frame.emplace("b", formatText("%@.%@", settings.appVersion.get(), settings.appBuildVersion.get()));
-  frame.emplace("s", formatText("%ld", item->timestamp));
-  setValues(frame, std::move(parameters));
-  item->jsonString = writeFrame(frame);
+  const OptionalString identifier = settings.globalUUID;
+  const std::string version = formatText("%@.%@", settings.appVersion.get(), settings.appBuildVersion.get());
+  const std::string timestamp = std::to_string(item->timestamp);
+  FrameMembers frame;
+  frame.addIfPresent("c", item->command);
+  frame.add("r", "1");
+  frame.addIfPresent("g", identifier);
+  frame.add("a", "1");
+  frame.add("b", version);
+  frame.add("s", timestamp);
+  if (parameters) frame.add("v", *parameters);
+  item->jsonString = frameText(writeJsonPretty(frame.all()));
   return item;
 }
 
@@ -92,7 +113,7 @@ std::shared_ptr<QXRequestItem> QXRequestItem::initWithMeetingCommand_parameters_
   frame.emplace("s", item->timestamp);
   setValues(frame, std::move(parameters));
   consoleLog("上传参数：%@", frame);
-  item->jsonString = writeFrame(frame);
+  item->jsonString = frameText(writeJsonPretty(frame));
   if (item->jsonString) {
     std::erase_if(*item->jsonString, [](char c) { return c == '\n' || c == '\t' || c == ' '; });
   }

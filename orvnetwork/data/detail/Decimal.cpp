@@ -44,13 +44,12 @@ double realFromDecimal(std::string_view text) {
   return result;
 }
 
-void appendShortestReal(std::string& out, double number) {
-  char buffer[64];
+char* writeShortestReal(char* place, double number) {
   const double size = std::fabs(number);
   const bool plain = size == 0 || (size >= 1e-4 && size < 1e17);
-  const auto end = std::to_chars(buffer, buffer + sizeof buffer, number,
-                                 plain ? std::chars_format::fixed : std::chars_format::scientific);
-  out.append(buffer, end.ptr);
+  return std::to_chars(place, place + kLongestReal, number,
+                       plain ? std::chars_format::fixed : std::chars_format::scientific)
+      .ptr;
 }
 
 }  // namespace orv

@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <random>
+#include <span>
 
 namespace orv::json_write_test {
 namespace {
@@ -84,6 +86,62 @@ TEST(JsonWriter, EscapesWhatHasToBeEscapedAndNothingElse) {
                                                "\n}");
   EXPECT_EQ(compact({"\x01\x0b\x1f", json::string_view("a\0b", 3)}), R"(["\u0001\u000b\u001f","a\u0000b"])");
   EXPECT_EQ(compact({"\x7F", "é中😀\u2028"}), "[\"\x7F\",\"é中😀\u2028\"]");
+}
+
+/// How a text is written, told byte by byte.
+std::string quoted(std::string_view text, bool escapesSlash) {
+  std::string out = "\"";
+  for (const char c : text) {
+    const auto named = std::string_view("\b\f\n\r\t\"\\").find(c);
+    char code[8] = {};
+    if (c != 0 && named != std::string_view::npos) {
+      out += {'\\', "bfnrt\"\\"[named]};
+    } else if (c == '/' && escapesSlash) {
+      out += "\\/";
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c));
+      out += code;
+    } else {
+      out += c;
+    }
+  }
+  return out + '"';
+}
+
+TEST(JsonWriter, EscapesEachByteWhereverItStandsInATextOfAnyLength) {
+  for (std::size_t size = 1; size <= 26; ++size) {
+    for (std::size_t at = 0; at < size; ++at) {
+      for (int byte = 0; byte < 0x80; ++byte) {
+        // Its neighbours are such that a step of eight bytes might take one for the other.
+        for (const char plain : {'x', ' ', '!', '#', '.', '0', '[', ']', '\x7F'}) {
+          std::string text(size, plain);
+          text[at] = static_cast<char>(byte);
+          ASSERT_EQ(compact(json::value(text)), quoted(text, false)) << size << " " << at << " " << byte;
+        }
+      }
+    }
+  }
+}
+
+TEST(JsonWriter, EscapesAnyMixtureOfBytes) {
+  std::mt19937 random(11);
+  constexpr std::string_view kBytes("\x01\x1F !\"#./0[\\]\x7F\n\0", 16);
+  for (int i = 0; i < 20'000; ++i) {
+    std::string text(random() % 40, ' ');
+    for (char& c : text) c = kBytes[random() % kBytes.size()];
+    ASSERT_EQ(compact(json::value(text)), quoted(text, false));
+    ASSERT_EQ(pretty(json::value{text}), "[\n  " + quoted(text, true) + "\n]");
+    text.insert(random() % (text.size() + 1), "文");
+    ASSERT_EQ(compact(json::value(text)), quoted(text, false));
+  }
+}
+
+TEST(JsonWriter, WritesTextsOfAnyLength) {
+  for (std::size_t size = 0; size < 5'000; size += size < 1'000 || size > 1'050 ? 97 : 1) {
+    const std::string text(size, 'x');
+    EXPECT_EQ(compact({text, 1, text}), "[\"" + text + "\",1,\"" + text + "\"]") << size;
+    EXPECT_EQ(pretty({text}), "[\n  \"" + text + "\"\n]") << size;
+  }
 }
 
 TEST(JsonWriter, EscapesSlashesInThePrettyFormOnly) {
@@ -196,7 +254,36 @@ TEST(JsonWriter, RefusesTextThatIsNotUtf8) {
               "a text is not UTF-8");
     EXPECT_FALSE(writeJsonPretty(json::value{{bytes, 1}}));
     EXPECT_FALSE(writeJsonCompact(json::value(bytes)));
+    for (std::size_t before = 0; before < 20; ++before) {
+      const std::string plain(before, '"');
+      EXPECT_FALSE(writeJsonCompact(json::value(plain + bytes + '"')));
+      EXPECT_FALSE(writeJsonCompact(json::value(plain + "文" + bytes + std::string(20, 'x'))));
+    }
   }
+}
+
+TEST(JsonWriter, WritesMembersAsItWritesTheirDictionary) {
+  const json::object values = {{"文/\n", "é"}, {"list", {1, 2.5}}, {"none", json::object()}};
+  const std::string text = "a\"b/文";
+  const JsonMember members[] = {{"c", text}, {"s", -1706661902345678}, {"", ""}, {"v", &values}};
+  const json::object dictionary = {{"c", text}, {"s", -1706661902345678}, {"", ""}, {"v", values}};
+  EXPECT_EQ(writeJsonPretty(members).value(), pretty(dictionary));
+  EXPECT_EQ(writeJsonPretty(std::span<const JsonMember>()).value(), pretty(json::object()));
+}
+
+TEST(JsonWriter, RefusesInMembersWhatItRefusesInADictionary) {
+  const json::object notFinite = {{"n", std::numeric_limits<double>::infinity()}};
+  const json::object deep = {{"a", nested(509)}};
+  const json::object tooDeep = {{"a", nested(510)}};
+  const auto problemOf = [](const JsonMember& member) {
+    const Result<std::string> result = writeJsonPretty(std::span(&member, 1));
+    return result ? "" : result.error().description;
+  };
+  EXPECT_EQ(problemOf({"v", &deep}), "");
+  EXPECT_EQ(problemOf({"v", &tooDeep}), "arrays and dictionaries are nested too deep");
+  EXPECT_EQ(problemOf({"v", &notFinite}), "a number is not finite");
+  EXPECT_EQ(problemOf({"v", "\xFF"}), "a text is not UTF-8");
+  EXPECT_EQ(problemOf({"\xFF", "v"}), "a text is not UTF-8");
 }
 
 TEST(JsonWriter, WhatItWritesReadsBackAsTheSameValue) {
