@@ -228,7 +228,11 @@ void appendArgument(std::string& out, const FormatSlot& slot, const FormatArgume
 }  // namespace
 
 std::string fillSlots(std::string_view format, std::span<const FormatArgument> arguments) {
+  constexpr std::size_t kLongestInteger = 20;
+  std::size_t expected = format.size();
+  for (const FormatArgument& argument : arguments) expected += kLongestInteger + argument.text.size();
   std::string out;
+  out.reserve(expected);
   std::size_t literal = 0;
   std::size_t used = 0;
   for (FormatSlot slot = nextSlot(format, 0); slot.begin < format.size(); slot = nextSlot(format, slot.end)) {
