@@ -165,11 +165,10 @@ void QXCourseManager::loadLivePage(std::int64_t page, std::uint64_t status, std:
           return;
         }
         inFlight->signal();
-        const json::object* const values = looseObject(member(reply, "v"));
-        if (!success || values == nullptr) return retryLivePage(load);
-        const json::array* const items = looseArray(member(values, "data"));
-        catalogue_->merges->post([this, load, courses = items != nullptr ? *items : json::array()] {
-          mergeLiveCoursePage(load, courses);
+        if (!success || looseObject(member(reply, "v")) == nullptr) return retryLivePage(load);
+        catalogue_->merges->post([this, load, courses = keepItems(reply)] {
+          const json::array none;
+          mergeLiveCoursePage(load, courses != nullptr ? *courses : none);
         });
       },
       [givenUp, ticket](const auto&) {

@@ -11,11 +11,11 @@
 #include <orvnetwork/course/detail/PagingUser.h>
 #include <orvnetwork/course/detail/RecordPageEffects.h>
 #include <orvnetwork/course/detail/RequestList.h>
-#include <orvnetwork/data/LooseRead.h>
 
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 // The way of a page: the load asks for it; its reply is merged, which changes the list, the records and the files; the
 // check that follows answers the requests that wait, and starts the load of the next page that they want.
@@ -131,10 +131,11 @@ void QXCourseManager::loadRecordPage(std::int64_t page, std::int64_t retryCount,
           [this, inFlight, load, ticket](const auto&, bool success, const json::object& reply) {
             ticket->answered();
             inFlight->signal();
-            const json::array* const items = looseArray(member(looseObject(member(reply, "v")), "data"));
+            std::shared_ptr<const json::array> items = keepItems(reply);
             if (!success || items == nullptr) return retryRecordPage(load);
-            // The main thread only copies the page; the rest is the workers'.
-            catalogue_->merges->post([this, load, courses = *items] { mergeRecordPage(load, courses); });
+            // The main thread only hands the page on; the rest is the workers'.
+            catalogue_->merges->post(
+                [this, load, courses = std::move(items)] { mergeRecordPage(load, *courses); });
           },
           [givenUp, ticket](const auto&) {
             ticket->answered();

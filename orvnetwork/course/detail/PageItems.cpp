@@ -2,9 +2,13 @@
 
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/data/JsonEquality.h>
+#include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/transport/QXRequestItem.h>
 
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <utility>
 
 namespace orv {
 
@@ -25,6 +29,12 @@ CourseChange pageChange(const CourseListName& list, std::int64_t page, const jso
     if (read.course(index) != nullptr) change.rooms.push_back(read.roomID(index));
   }
   return change;
+}
+
+std::shared_ptr<const json::array> keepItems(const json::object& reply) {
+  std::shared_ptr<const json::object> kept = keepReply(reply);
+  const json::array* const items = looseArray(member(looseObject(member(*kept, "v")), "data"));
+  return items == nullptr ? nullptr : std::shared_ptr<const json::array>(std::move(kept), items);
 }
 
 PageItems::PageItems(std::int64_t page, const json::array& items)

@@ -3,6 +3,7 @@
 #include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/data/Types.h>
 
+#include <memory>
 #include <vector>
 
 namespace orv {
@@ -12,6 +13,10 @@ inline constexpr std::int64_t kCoursePageSize = 30;
 
 /// What tells those who follow a list that a page of it was merged. `page` counts from 1.
 CourseChange pageChange(const CourseListName& list, std::int64_t page, const json::array& items);
+
+/// The items of a page, out of the reply that came with it, for as long as they are needed; null where it holds no
+/// array. In the reply's own callback nothing is copied. They may be read and dropped on any thread. Main thread.
+std::shared_ptr<const json::array> keepItems(const json::object& reply);
 
 /// The items of one page that a server sent, whatever they are. Refers to the array.
 class PageItems {
