@@ -1,5 +1,6 @@
 #include "orvnetwork/data/Json.h"
 
+#include <orvnetwork/data/Utf8.h>
 #include <orvnetwork/data/detail/Decimal.h>
 #include <orvnetwork/data/detail/JsonTreeSize.h>
 
@@ -117,6 +118,9 @@ Result<MeasuredJson> parseContainer(std::string_view text, std::size_t begin, st
   json::parse_options options;
   options.max_depth = kMaxJsonDepth;
   options.allow_trailing_commas = true;
+  // Looked at once and as a whole, the characters need not be looked at one by one. Where something is wrong with them,
+  // the parser finds out what and where.
+  options.allow_invalid_utf8 = isUtf8(text);
 
   alignas(std::max_align_t) unsigned char scratch[4096];
   json::basic_parser<ValueBuilder> parser(options, most, scratch, sizeof scratch);

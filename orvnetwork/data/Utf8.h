@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvnetwork/data/Export.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -19,6 +21,13 @@
 ///     }
 
 namespace orv {
+
+namespace detail {
+/// What `isUtf8` asks of the rest of a text that is not plain all along. Any thread.
+ORV_EXPORT bool isUtf8Rest(std::string_view text);
+/// The same character by character, for processors that have no other way. Any thread.
+ORV_EXPORT bool isUtf8ByCharacters(std::string_view text);
+}  // namespace detail
 
 /// Whether a byte is one of those that follow the first byte of a character. A text may be cut before any other one.
 /// It is true of bytes 0x80 to 0xBF, wherever they stand: one that follows no first byte is not looked for here.
@@ -52,27 +61,22 @@ inline std::size_t utf8SequenceLength(std::string_view text) {
   return 0;
 }
 
-/// Whether a text is well-formed from its first byte to its last. An empty one is. It takes a time in proportion to the
-/// text's size, and least where the text is ASCII.
+/// Whether a text is well-formed from its first byte to its last. An empty one is. It looks at sixteen bytes at
+/// once where the processor can do that. Any thread, also while the process ends.
 ///
 ///     isUtf8("a文👩")                        // true
 ///     isUtf8("\xED\xA0\x80")                 // false: half of a surrogate pair
 ///     isUtf8("\xF4\x90\x80\x80")             // false: above U+10FFFF
 ///     isUtf8(std::string_view("a\0b", 3))    // true
 inline bool isUtf8(std::string_view text) {
+  // Most texts are plain, and many are short.
   std::size_t at = 0;
-  while (at < text.size()) {
-    // Most text is plain for long stretches.
-    for (std::uint64_t eight = 0; text.size() - at >= sizeof eight; at += sizeof eight) {
-      std::memcpy(&eight, text.data() + at, sizeof eight);
-      if ((eight & 0x8080'8080'8080'8080u) != 0) break;
-    }
-    if (at == text.size()) return true;
-    const std::size_t length = utf8SequenceLength(text.substr(at));
-    if (length == 0) return false;
-    at += length;
+  for (std::uint64_t eight = 0; text.size() - at >= sizeof eight; at += sizeof eight) {
+    std::memcpy(&eight, text.data() + at, sizeof eight);
+    if ((eight & 0x8080'8080'8080'8080u) != 0) return detail::isUtf8Rest(text.substr(at));
   }
-  return true;
+  while (at < text.size() && static_cast<unsigned char>(text[at]) < 0x80) ++at;
+  return at == text.size() || detail::isUtf8Rest(text.substr(at));
 }
 
 /// The code point of the well-formed character at the front of `text`, which has `length` bytes; see

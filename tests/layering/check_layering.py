@@ -55,7 +55,7 @@ PLATFORM_ONLY_CODE = re.compile(r"""
 SLEEP = re.compile(r"\b(?:sleep_for|sleep_until|usleep|nanosleep)\s*\(|(?<![\w.>])sleep\s*\(\s*\d")
 
 # Libraries of other makers that one folder may use besides the platform: folder -> first part of the include.
-LIBRARIES = {"orvnetwork/data": ("expat.h",), "orvnetwork/dates": ("unicode/",)}
+LIBRARIES = {"orvnetwork/data": ("expat.h", "immintrin.h"), "orvnetwork/dates": ("unicode/",)}
 
 # Breaches with a reason: (path, text of the breach) -> why.
 WAKE_UP = "a host's loop watches a real descriptor, in virtual time too"

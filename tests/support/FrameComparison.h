@@ -4,7 +4,7 @@
 // from memory, behind a handshake that is real.
 
 #include <orvnetwork/platform/native/websocket/codec/FrameReader.h>
-#include <orvnetwork/platform/native/websocket/codec/Utf8.h>
+#include <orvnetwork/data/Utf8.h>
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>

@@ -9,7 +9,8 @@
 namespace orv::kept_items_test {
 namespace {
 
-constexpr const char* kReply = R"({"C":"a","v":{"ret":0,"data":[{"roomID":7,"title":"六年级数学分数课程"}]}})";
+constexpr const char* kReply =
+    R"({"C":"a","v":{"ret":0,"data":[{"roomID":7,"title":"六年级数学分数课程"}]}})";
 
 const json::array& itemsOf(const ReplyFrame& frame) {
   return frame.dictionary().at("v").at("data").get_array();
@@ -41,7 +42,8 @@ TEST(KeptItems, AreACopyOfThoseOfAnyOtherReply) {
 }
 
 TEST(KeptItems, AreNullWhereThereIsNoArray) {
-  for (const char* reply : {"{}", R"({"v":null})", R"({"v":{}})", R"({"v":{"data":{}}})", R"({"v":{"data":null}})"}) {
+  for (const char* reply :
+       {"{}", R"({"v":null})", R"({"v":{}})", R"({"v":{"data":{}}})", R"({"v":{"data":null}})"}) {
     const auto frame = ReplyFrame::read(reply);
     ASSERT_TRUE(frame->isFrame()) << reply;
     const CurrentReply current(frame);

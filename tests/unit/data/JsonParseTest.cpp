@@ -224,6 +224,10 @@ TEST(JsonReader, TellsWhereAndWhyItStopped) {
   EXPECT_EQ(errorOf("[1] 2").description, "text after the value at byte 4");
   EXPECT_EQ(errorOf("  PONG").description, "neither an array nor a dictionary at byte 2");
   EXPECT_EQ(errorOf(" ").description, "no value at byte 1");
+  // Of several mistakes the first one.
+  EXPECT_EQ(errorOf("[\"文\xFF\",tru]").description, "syntax error at byte 5");
+  EXPECT_EQ(errorOf("[tru,\"文\xFF\"]").description, "syntax error at byte 1");
+  EXPECT_EQ(errorOf("[\"文\",tru]").description, "syntax error at byte 7");
 }
 
 TEST(JsonReader, ValuesOutliveTheResultAndWhatTheyWereMovedOutOf) {

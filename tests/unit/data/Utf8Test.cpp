@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <vector>
 
 namespace orv::utf8_test {
@@ -45,6 +47,26 @@ TEST(Utf8, RefusesWhatIsNoCharacter) {
   EXPECT_EQ(utf8SequenceLength(""), 0U);
   EXPECT_TRUE(isUtf8(""));
   EXPECT_TRUE(isUtf8(std::string_view("\0\x01\x7F", 3)));
+}
+
+TEST(Utf8, FindsATextWellFormedJustWhenAllOfItsCharactersAre) {
+  constexpr const char* kPieces[] = {"a",    "/",    "文",   "é",        "👩",        "\xF4\x8F\xBF\xBF",
+                                     "\xC3", "\x80", "\xED", "\xE6\x96", "\xBF",     "\xF0\x9F",
+                                     "\xE0", "\xA0", "\xFF", "\xED\x9F", "plain te", "eight more"};
+  std::mt19937 random(5);
+  int wellFormed = 0;
+  for (int i = 0; i < 100'000; ++i) {
+    // Most of them with nothing but whole characters.
+    const std::size_t kinds = random() % 3 == 0 ? std::size(kPieces) : 6;
+    std::string text(random() % 70, 'x');
+    for (std::size_t left = random() % 12; left > 0; --left) text += kPieces[random() % kinds];
+    std::string_view rest = text;
+    while (utf8SequenceLength(rest) > 0) rest.remove_prefix(utf8SequenceLength(rest));
+    ASSERT_EQ(isUtf8(text), rest.empty()) << testing::PrintToString(text);
+    wellFormed += rest.empty();
+  }
+  EXPECT_GT(wellFormed, 50'000);
+  EXPECT_LT(wellFormed, 90'000);
 }
 
 TEST(Utf8, TakesTheFrontOfATextWithoutSplittingACharacter) {

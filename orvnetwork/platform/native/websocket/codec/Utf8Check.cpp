@@ -1,6 +1,6 @@
 #include "orvnetwork/platform/native/websocket/codec/Utf8Check.h"
 
-#include <orvnetwork/platform/native/websocket/codec/Utf8.h>
+#include <orvnetwork/data/Utf8.h>
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/native/websocket/codec/Utf8.h>
+#include <orvnetwork/data/Utf8.h>
 #include <orvnetwork/platform/native/websocket/codec/Utf8Check.h>
 
 #include <gtest/gtest.h>

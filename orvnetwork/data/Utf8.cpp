@@ -1,4 +1,4 @@
-#include "orvnetwork/platform/native/websocket/codec/Utf8.h"
+#include "orvnetwork/data/Utf8.h"
 
 // What can be wrong with a byte shows in it and the one before: three tables, asked with the halves of the two, each give
 // a set of flaws that are possible so far, and a flaw is there when all three agree. Only that a third or fourth byte
@@ -15,28 +15,9 @@
 
 namespace orv {
 
-namespace {
-
-bool continues(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xc0) == 0x80;
-}
-
-/// How long the character is that the text begins with; 0 when it is none.
-std::size_t sizeOfFirst(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text[0]);
-  if (first < 0x80) return 1;
-  const std::size_t size = first < 0xc2 ? 0 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : first < 0xf5 ? 4 : 0;
-  if (size == 0 || text.size() < size) return 0;
-  for (std::size_t i = 1; i < size; ++i) {
-    if (!continues(text[i])) return 0;
-  }
-  const auto second = static_cast<unsigned char>(text[1]);
-  const bool isOverlong = (first == 0xe0 && second < 0xa0) || (first == 0xf0 && second < 0x90);
-  const bool isBeyond = (first == 0xed && second > 0x9f) || (first == 0xf4 && second > 0x8f);
-  return isOverlong || isBeyond ? 0 : size;
-}
-
 #if defined(__x86_64__)
+
+namespace {
 
 // The flaws. What the bytes are is meant: the first and the second of two neighbours.
 constexpr std::uint8_t kTooShort = 1;              // a beginning, and no continuation
@@ -149,25 +130,29 @@ ORV_SIXTEEN bool isUtf8ByBlocks(std::string_view text) {
 
 #undef ORV_SIXTEEN
 
+}  // namespace
+
 #endif
 
-}  // namespace
+namespace detail {
 
 bool isUtf8ByCharacters(std::string_view text) {
   while (!text.empty()) {
-    const std::size_t size = sizeOfFirst(text);
+    const std::size_t size = utf8SequenceLength(text);
     if (size == 0) return false;
     text.remove_prefix(size);
   }
   return true;
 }
 
-bool isUtf8(std::string_view text) {
+bool isUtf8Rest(std::string_view text) {
 #if defined(__x86_64__)
   static const bool hasBlocks = __builtin_cpu_supports("ssse3") != 0;
   if (hasBlocks) return isUtf8ByBlocks(text);
 #endif
   return isUtf8ByCharacters(text);
 }
+
+}  // namespace detail
 
 }  // namespace orv

@@ -1,4 +1,4 @@
-#include <orvnetwork/platform/native/websocket/codec/Utf8.h>
+#include <orvnetwork/data/Utf8.h>
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace orv::utf8_test {
+namespace orv::utf8_blocks_test {
 namespace {
 
 /// The bytes beside which the rules of a character's bytes change.
@@ -16,10 +16,10 @@ constexpr std::array<int, 26> kEdges = {0x00, 0x41, 0x7f, 0x80, 0x8f, 0x90, 0x9f
 
 void expectBoth(std::string_view text, bool isGood) {
   EXPECT_EQ(isUtf8(text), isGood) << ::testing::PrintToString(text);
-  EXPECT_EQ(isUtf8ByCharacters(text), isGood) << ::testing::PrintToString(text);
+  EXPECT_EQ(detail::isUtf8ByCharacters(text), isGood) << ::testing::PrintToString(text);
 }
 
-TEST(Utf8, TakesEachCharacterThatThereIsAndNoOther) {
+TEST(Utf8Blocks, TakesEachCharacterThatThereIsAndNoOther) {
   for (unsigned code = 0; code <= 0x1fffff; code += code < 0x3000 ? 1 : 61) {
     std::string text;
     if (code < 0x80) {
@@ -37,7 +37,7 @@ TEST(Utf8, TakesEachCharacterThatThereIsAndNoOther) {
   }
 }
 
-TEST(Utf8, BothWaysSayTheSameOfAllNeighboursWhereverTheyLieInABlock) {
+TEST(Utf8Blocks, BothWaysSayTheSameOfAllNeighboursWhereverTheyLieInABlock) {
   int good = 0, bad = 0;
   for (const int first : kEdges) {
     for (const int second : kEdges) {
@@ -45,7 +45,7 @@ TEST(Utf8, BothWaysSayTheSameOfAllNeighboursWhereverTheyLieInABlock) {
         for (const int fourth : kEdges) {
           const std::string four = {static_cast<char>(first), static_cast<char>(second),
                                     static_cast<char>(third), static_cast<char>(fourth)};
-          const bool isGood = isUtf8ByCharacters(four);
+          const bool isGood = detail::isUtf8ByCharacters(four);
           ++(isGood ? good : bad);
           const std::size_t place = static_cast<std::size_t>(first + second + third + fourth) % 34;
           std::string text(place, 'x');
@@ -61,7 +61,7 @@ TEST(Utf8, BothWaysSayTheSameOfAllNeighboursWhereverTheyLieInABlock) {
   EXPECT_GT(bad, 1000);
 }
 
-TEST(Utf8, ACharacterThatLacksItsEndIsFoundAtEachEndOfABlock) {
+TEST(Utf8Blocks, ACharacterThatLacksItsEndIsFoundAtEachEndOfABlock) {
   for (const std::string& part :
        {std::string("\xc2"), std::string("\xe4\xbb"), std::string("\xf0\x9f\x98")}) {
     for (std::size_t size = 0; size < 70; ++size) {
@@ -72,7 +72,7 @@ TEST(Utf8, ACharacterThatLacksItsEndIsFoundAtEachEndOfABlock) {
   }
 }
 
-TEST(Utf8, OneBadByteInAnyPlaceIsFound) {
+TEST(Utf8Blocks, OneBadByteInAnyPlaceIsFound) {
   std::string text;
   while (text.size() < 300) text += "ab\xc2\xb5\xe4\xbb\xa3\xf0\x9f\x98\x8a";
   expectBoth(text, true);
@@ -84,4 +84,4 @@ TEST(Utf8, OneBadByteInAnyPlaceIsFound) {
 }
 
 }  // namespace
-}  // namespace orv::utf8_test
+}  // namespace orv::utf8_blocks_test
