@@ -93,7 +93,7 @@ set(boost_json libboost-json${Boost_VERSION_MAJOR}.${Boost_VERSION_MINOR}-dev)
 set(v ${ORV_COMPATIBLE_VERSION})
 # What is to be installed to build a program with the adapter for a toolkit.
 set(ORV_TOOLKIT_PACKAGES_qt qt6-base-dev)
-set(ORV_TOOLKIT_PACKAGES_glib libgtk-4-dev)
+set(ORV_TOOLKIT_PACKAGES_glib libglib2.0-dev)
 
 orv_package(library PACKAGE liborvnetwork${v} TARGET orvnetwork SECTION libs SHARED_LIBRARY
   SUMMARY "network and data layer of a live-classroom application"
