@@ -27,13 +27,17 @@ std::string percentDecoded(std::string_view text) {
   return decoded;
 }
 
-std::string basicAuthorization(std::string_view userAndPassword) {
-  std::string encoded((userAndPassword.size() + 2) / 3 * 4 + 1, '\0');
-  const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
-                                     reinterpret_cast<const unsigned char*>(userAndPassword.data()),
-                                     static_cast<int>(userAndPassword.size()));
+std::string base64(std::string_view bytes) {
+  std::string encoded((bytes.size() + 2) / 3 * 4 + 1, '\0');
+  const int length =
+      EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
+                      reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
   encoded.resize(static_cast<std::size_t>(length));
-  return "Basic " + encoded;
+  return encoded;
+}
+
+std::string basicAuthorization(std::string_view userAndPassword) {
+  return "Basic " + base64(userAndPassword);
 }
 
 }  // namespace orv

@@ -1,8 +1,8 @@
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
-#include <orvnetwork/platform/native/system/SystemRandom.h>
 #include <orvnetwork/platform/native/websocket/IoThread.h>
 #include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
+#include <orvnetwork/platform/native/websocket/codec/Opcode.h>
 
 #include <algorithm>
 #include <chrono>
@@ -15,14 +15,9 @@ namespace orv {
 
 namespace {
 
-namespace websocket = boost::beast::websocket;
-
 /// After a failed write, how long what the peer still sent may take to arrive: its close frame says more than
 /// our error does.
 constexpr Seconds kLastWords{1.0};
-/// The write buffer's size is the size of the pieces in which a message is masked.
-constexpr std::size_t kMaskedPiece = std::size_t{16} << 10;
-constexpr std::size_t kLongestPing = 125;
 
 /// A time span that a timer can hold.
 std::chrono::steady_clock::duration toTimerSpan(Seconds span) {
@@ -44,15 +39,11 @@ BeastWebSocket::BeastWebSocket(WebSocketRequest request, Executor& mainQueue, Na
       queue_(limits.outgoingBytes),
       context_(ioContext()),
       request_(std::move(request)),
-      protocol_(context_, static_cast<GatheringStream::Owner&>(*this)),
+      stream_(context_, *this),
+      reader_(limits.incomingBytes),
       connector_(stream().socket(), recorder_),
       tunnel_(stream().socket()),
-      deadline_(context_),
-      message_(limits.incomingBytes) {
-  protocol_.auto_fragment(false);
-  protocol_.write_buffer_bytes(kMaskedPiece);
-  protocol_.read_message_max(limits.incomingBytes);
-}
+      deadline_(context_) {}
 
 // ---- Any thread
 
@@ -80,7 +71,7 @@ void BeastWebSocket::send(std::shared_ptr<const std::string> text) {
 
 void BeastWebSocket::sendPing(std::string payload) {
   if (state_ != WebSocketState::Open) return;
-  payload.resize(std::min(payload.size(), kLongestPing));
+  payload.resize(std::min(payload.size(), kLongestControlPayload));
   enqueue({Outgoing::Kind::Ping, std::make_shared<const std::string>(std::move(payload))});
 }
 
@@ -122,13 +113,7 @@ void BeastWebSocket::sendOutgoing() {
 void BeastWebSocket::sendOne(const Outgoing& item) {
   if (item.kind == Outgoing::Kind::Close) return startClosing();
   if (phase_ != Phase::Open) return;
-  // An error shows in the read that is always under way.
-  error_code ignored;
-  if (item.kind == Outgoing::Kind::Text) {
-    protocol_.write(asio::buffer(*item.text), ignored);
-  } else {
-    protocol_.ping(websocket::ping_data(item.text->data(), item.text->size()), ignored);
-  }
+  stream().gather(item.kind == Outgoing::Kind::Text ? Opcode::Text : Opcode::Ping, *item.text);
 }
 
 void BeastWebSocket::outputDrained() {
@@ -137,6 +122,7 @@ void BeastWebSocket::outputDrained() {
   if (phase_ == Phase::Open && stream().isSealedAndSent()) {
     armDeadline(limits_.closing, &BeastWebSocket::closingLimitReached);
   }
+  readOnAfterOutput();
 }
 
 void BeastWebSocket::outputFailed(const error_code& error) {
@@ -146,6 +132,14 @@ void BeastWebSocket::outputFailed(const error_code& error) {
   // Over TLS a server that takes exception to the client says so in what is read next.
   if (phase_ == Phase::Connecting && stream().tlsSession() == nullptr) return reportWriteError();
   armDeadline(kLastWords, &BeastWebSocket::reportWriteError);
+  readOnAfterOutput();
+}
+
+/// A peer that asks for answers and does not read them cannot make us take memory without bound.
+void BeastWebSocket::readOnAfterOutput() {
+  if (!waitsForOutput_ || stream().gatheredBytes() > GatheringStream::kHighWater) return;
+  waitsForOutput_ = false;
+  asio::post(context_, [self = shared_from_this()] { self->takeFrames(); });
 }
 
 void BeastWebSocket::reportWriteError() {
@@ -156,7 +150,7 @@ void BeastWebSocket::reportWriteError() {
 
 void BeastWebSocket::startClosing() {
   if (phase_ == Phase::Open) {
-    return stream().sealWith(close_codes::maskedFrame(close_codes::kNormal, systemRandom()));
+    return stream().sealWith(close_codes::kNormal);
   }
   if (phase_ != Phase::Idle && phase_ != Phase::Connecting) return;
   reportClosed(0, std::nullopt, true);

@@ -8,15 +8,15 @@
 #include <orvnetwork/platform/ProxyChoice.h>
 #include <orvnetwork/platform/native/websocket/ConnectRecorder.h>
 #include <orvnetwork/platform/native/websocket/GatheringStream.h>
-#include <orvnetwork/platform/native/websocket/MessageBuffer.h>
+#include <orvnetwork/platform/native/websocket/HandshakeGate.h>
 #include <orvnetwork/platform/native/websocket/NativeWebSocket.h>
 #include <orvnetwork/platform/native/websocket/OutgoingQueue.h>
 #include <orvnetwork/platform/native/websocket/ProxyTunnel.h>
 #include <orvnetwork/platform/native/websocket/TcpConnector.h>
 #include <orvnetwork/platform/native/websocket/WebSocketUrl.h>
+#include <orvnetwork/platform/native/websocket/codec/FrameReader.h>
 
 #include <boost/asio/steady_timer.hpp>
-#include <boost/beast/websocket/stream.hpp>
 
 #include <atomic>
 #include <deque>
@@ -32,8 +32,8 @@ class TlsContext;
 /// The WebSocket client. Callers on any thread leave what they want in a queue and an atomic state; all else
 /// is done on the network thread. Every operation under way there holds a reference to the socket.
 ///
-/// The protocol library frames, masks and checks. The closing handshake is ours: we answer with a code of our
-/// own, go on delivering messages while we wait for the peer's close frame, and never wait without bound.
+/// The frames are the codec's; what follows from them is decided here. We answer a close frame with a code of our own,
+/// go on delivering messages while we wait for the peer's, and never wait without bound.
 class BeastWebSocket final : public WebSocket,
                              public std::enable_shared_from_this<BeastWebSocket>,
                              private GatheringStream::Owner {
@@ -55,7 +55,6 @@ class BeastWebSocket final : public WebSocket,
   static constexpr std::size_t kFlood = std::size_t{32} << 20;
   static constexpr std::size_t kCalm = std::size_t{1} << 20;
 
-  using Protocol = boost::beast::websocket::stream<GatheringStream, false>;
   using Expiry = void (BeastWebSocket::*)();
 
   enum class Phase {
@@ -79,8 +78,10 @@ class BeastWebSocket final : public WebSocket,
   void onTls(const WebSocketUrl& url, const error_code& error);
   void recordTls();
   void startHandshake(const WebSocketUrl& url);
-  void onHandshake(const error_code& error);
-  void handshakeFailed(const error_code& error);
+  void lookAtAnswer();
+  void refuseAnswer();
+  void onAgreement(const std::string& header);
+  void handshakeEnded(const error_code& error);
   void connectTimedOut();
 
   // Sending.
@@ -90,17 +91,21 @@ class BeastWebSocket final : public WebSocket,
   void outputDrained() override;
   void outputFailed(const error_code& error) override;
   void reportWriteError();
+  void readOnAfterOutput();
 
   // Receiving.
-  void readNext();
+  void inputCame() override;
+  void inputEnded(const error_code& error) override;
+  void readMore();
+  void takeFrames();
+  bool act(FrameReader::Event event);
+  bool answerPing();
+  void deliverMessage(bool isText);
+  void deliverPong();
+  void onEnd(FrameReader::Event event);
   bool holdsAtMost(std::size_t most) const;
   bool pauseReading();
   bool resumesReading();
-  void onRead(const error_code& error);
-  void deliverMessage();
-  void onControlFrame(boost::beast::websocket::frame_type kind, std::string_view payload);
-  void onCloseFrame();
-  void onReadingEnded(const error_code& error);
 
   // Closing.
   void startClosing();
@@ -116,7 +121,7 @@ class BeastWebSocket final : public WebSocket,
   static bool isTlsError(const error_code& error);
   Error errorOf(const error_code& error);
   std::shared_ptr<void> keepAlive() override { return shared_from_this(); }
-  GatheringStream& stream() { return protocol_.next_layer(); }
+  GatheringStream& stream() { return stream_; }
   void armDeadline(Seconds delay, Expiry expiry);
   void disarmDeadline();
   /// Posts `call(delegate, socket)`; it runs if there is a delegate then.
@@ -144,7 +149,12 @@ class BeastWebSocket final : public WebSocket,
   asio::io_context& context_;
   WebSocketRequest request_;
   std::shared_ptr<const TlsContext> tlsContext_;
-  Protocol protocol_;
+  GatheringStream stream_;
+  HandshakeGate gate_;
+  std::string key_;  // of the handshake
+  FrameReader reader_;
+  bool isReading_ = false;
+  bool waitsForOutput_ = false;  // with reading, until the peer has taken what was answered
   TcpConnector connector_;
   std::optional<Proxy> proxy_;  // until it has opened the way
   ProxyTunnel tunnel_;
@@ -152,11 +162,9 @@ class BeastWebSocket final : public WebSocket,
   std::uint64_t deadlineNumber_ = 0;
   Phase phase_ = Phase::Idle;
   bool reported_ = false;
-  boost::beast::websocket::response_type response_;
   std::deque<Outgoing> outgoing_;
   std::optional<error_code> writeError_;
   std::uint64_t sentWhenArmed_ = 0;
-  MessageBuffer message_;
 };
 
 template <typename Call>

@@ -6,16 +6,20 @@
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
 #include <orvnetwork/platform/ProxyChoice.h>
-#include <orvnetwork/platform/native/websocket/HandshakeGate.h>
+#include <orvnetwork/platform/detail/Credentials.h>
+#include <orvnetwork/platform/native/system/SystemRandom.h>
 #include <orvnetwork/platform/native/websocket/HttpDate.h>
+#include <orvnetwork/platform/native/websocket/Upgrade.h>
 #include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -23,8 +27,12 @@ namespace orv {
 
 namespace {
 
-namespace websocket = boost::beast::websocket;
-namespace http = boost::beast::http;
+/// 16 bytes that nobody can foretell.
+std::string randomKey() {
+  std::array<std::uint32_t, 4> numbers;
+  for (std::uint32_t& number : numbers) number = systemRandom();
+  return base64({reinterpret_cast<const char*>(numbers.data()), sizeof numbers});
+}
 
 }  // namespace
 
@@ -83,28 +91,40 @@ void BeastWebSocket::onWayOpen(const WebSocketUrl& url) {
 
 void BeastWebSocket::startHandshake(const WebSocketUrl& url) {
   recorder_.begin(ConnectStep::Upgrade);
-  protocol_.set_option(websocket::stream_base::decorator([url](websocket::request_type& request) {
-    request.set(http::field::origin, url.origin);
-    if (url.authorization) request.set(http::field::authorization, *url.authorization);
-  }));
-  protocol_.async_handshake(
-      response_, url.hostHeader, url.target,
-      [self = shared_from_this()](const error_code& error) { self->onHandshake(error); });
+  key_ = randomKey();
+  stream().gather(upgradeRequest(url, key_));
+  stream().flush();
+  readMore();
 }
 
-void BeastWebSocket::onHandshake(const error_code& error) {
-  if (phase_ != Phase::Connecting) return;
+void BeastWebSocket::lookAtAnswer() {
+  const HandshakeGate::State state = gate_.look(stream().input());
+  if (state == HandshakeGate::State::Waiting) return readMore();
   recorder_.end(ConnectStep::Upgrade);
-  if (const HandshakeGate& gate = stream().gate(); gate.status()) {
-    recorder_.answered(*gate.status(), parseHttpDate(gate.date()), std::chrono::system_clock::now());
+  if (gate_.status()) {
+    recorder_.answered(*gate_.status(), parseHttpDate(gate_.date()), std::chrono::system_clock::now());
   }
-  if (error) return handshakeFailed(error);
-  if (response_.count(http::field::sec_websocket_protocol) > 0) {
-    return fail(websocket_error::kBadHandshake, "the server chose a sub-protocol that was not asked for");
+  if (state == HandshakeGate::State::Refused) return refuseAnswer();
+  const std::string header(stream().input().substr(0, gate_.headerSize()));
+  stream().used(header.size());
+  onAgreement(header);
+}
+
+void BeastWebSocket::refuseAnswer() {
+  if (gate_.isTooLong()) {
+    return fail(websocket_error::kBadHandshake,
+                "the header of the server's answer to the handshake is too long");
   }
-  if (response_.count(http::field::sec_websocket_extensions) > 0) {
-    return fail(websocket_error::kBadHandshake, "the server chose an extension that was not offered");
+  if (!gate_.status()) {
+    return fail(websocket_error::kBadHandshake, "the server's answer to the handshake is not HTTP");
   }
+  const bool refused = *gate_.status() >= 400;
+  fail(refused ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake,
+       "the server answered the handshake with HTTP status " + std::to_string(*gate_.status()));
+}
+
+void BeastWebSocket::onAgreement(const std::string& header) {
+  if (auto flaw = flawOfUpgrade(header, key_)) return fail(websocket_error::kBadHandshake, *std::move(flaw));
   // When close() was quicker, its request is in the queue and ends the attempt.
   auto expected = WebSocketState::Connecting;
   if (!state_.compare_exchange_strong(expected, WebSocketState::Open)) return;
@@ -112,35 +132,16 @@ void BeastWebSocket::onHandshake(const error_code& error) {
   recorder_.stop();
   disarmDeadline();
   deliver([](WebSocketDelegate& delegate, WebSocket& socket) { delegate.webSocketDidOpen(socket); });
-  protocol_.text(true);
-  protocol_.control_callback([this](websocket::frame_type kind, boost::beast::string_view payload) {
-    onControlFrame(kind, {payload.data(), payload.size()});
-  });
-  readNext();
+  takeFrames();
 }
 
-void BeastWebSocket::handshakeFailed(const error_code& error) {
-  const HandshakeGate& gate = stream().gate();
-  if (gate.state() == HandshakeGate::State::Refused) {
-    if (gate.isTooLong()) {
-      return fail(websocket_error::kBadHandshake,
-                  "the header of the server's answer to the handshake is too long");
-    }
-    if (!gate.status()) {
-      return fail(websocket_error::kBadHandshake, "the server's answer to the handshake is not HTTP");
-    }
-    const bool refused = *gate.status() >= 400;
-    return fail(refused ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake,
-                "the server answered the handshake with HTTP status " + std::to_string(*gate.status()));
-  }
+void BeastWebSocket::handshakeEnded(const error_code& error) {
+  recorder_.end(ConnectStep::Upgrade);
   if (isTlsError(error)) return fail(errorOf(error));
   if (writeError_) return reportWriteError();
-  if (stream().sawEnd()) {
-    reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
-    return end();
-  }
-  if (error.category() == boost::system::system_category()) return fail(systemError(error));
-  fail(websocket_error::kBadHandshake, "bad answer to the handshake: " + error.message());
+  if (!stream().sawEnd()) return fail(systemError(error));
+  reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
+  end();
 }
 
 void BeastWebSocket::connectTimedOut() {

@@ -2,9 +2,9 @@
 
 #include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
 
-#include <orvnetwork/platform/native/system/SystemRandom.h>
 #include <orvnetwork/platform/native/websocket/MemoryReturn.h>
 #include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
+#include <orvnetwork/platform/native/websocket/codec/Opcode.h>
 
 #include <memory>
 #include <string>
@@ -13,30 +13,62 @@
 
 namespace orv {
 
-namespace {
-
-namespace websocket = boost::beast::websocket;
-
-bool isProtocolError(const error_code& error) {
-  return error.category() == websocket::make_error_code(websocket::error::closed).category();
+void BeastWebSocket::inputCame() {
+  isReading_ = false;
+  if (phase_ == Phase::Connecting) return lookAtAnswer();
+  takeFrames();
 }
 
-}  // namespace
-
-void BeastWebSocket::readNext() {
-  protocol_.async_read_some(message_, 0, [self = shared_from_this()](const error_code& error, std::size_t) {
-    self->onRead(error);
-  });
+void BeastWebSocket::inputEnded(const error_code& error) {
+  if (phase_ == Phase::Connecting) return handshakeEnded(error);
+  if (phase_ != Phase::Open) return;
+  if (writeError_) return reportWriteError();
+  if (!stream().sawEnd()) return fail(errorOf(error));
+  reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
+  end();
 }
 
-void BeastWebSocket::onRead(const error_code& error) {
-  if (!error) {
-    if (phase_ == Phase::Open && protocol_.is_message_done()) deliverMessage();
-    if (!pauseReading()) readNext();
-    return;
+void BeastWebSocket::readMore() {
+  isReading_ = true;
+  stream().read();
+}
+
+/// Deals with the input frame by frame, and goes on reading unless something has to wait. Whatever that was calls again.
+void BeastWebSocket::takeFrames() {
+  if (phase_ != Phase::Open || isReading_ || waitsForOutput_ || readingPaused_) return;
+  for (bool goesOn = true; goesOn;) {
+    std::string_view left = stream().input();
+    const std::size_t size = left.size();
+    const FrameReader::Event event = reader_.next(left);
+    goesOn = act(event);
+    stream().used(size - left.size());
+    if (phase_ != Phase::Open || pauseReading()) break;
+    if (event == FrameReader::Event::NeedsMore) readMore();
   }
-  if (phase_ == Phase::Open) onReadingEnded(error);
+  if (phase_ == Phase::Open) stream().flush();
   if (phase_ == Phase::Parting) stream().part();
+}
+
+/// False when no more frames are to be dealt with now.
+bool BeastWebSocket::act(FrameReader::Event event) {
+  switch (event) {
+    case FrameReader::Event::NeedsMore:
+      return false;
+    case FrameReader::Event::Text:
+    case FrameReader::Event::Binary:
+      deliverMessage(event == FrameReader::Event::Text);
+      return true;
+    case FrameReader::Event::Ping:
+      return answerPing();
+    case FrameReader::Event::Pong:
+      deliverPong();
+      return true;
+    case FrameReader::Event::Close:
+    case FrameReader::Event::Fault:
+      onEnd(event);
+      return false;
+  }
+  return false;
 }
 
 /// Whether no more than `most` waits, with what there is of the message that is being read. However long that is, it
@@ -48,7 +80,7 @@ bool BeastWebSocket::holdsAtMost(std::size_t most) const {
 
 /// True when too much waits for the main thread: then the message that makes room goes on reading.
 bool BeastWebSocket::pauseReading() {
-  incomplete_ = message_.size();
+  incomplete_ = reader_.unfinished();
   if (holdsAtMost(limits_.undeliveredBytes)) return false;
   readingPaused_ = true;
   // Room may have been made just before that was to be seen; one of both sides takes the flag back.
@@ -60,11 +92,11 @@ bool BeastWebSocket::resumesReading() {
   return holdsAtMost(limits_.undeliveredBytes / 4 * 3) && readingPaused_.exchange(false);
 }
 
-void BeastWebSocket::deliverMessage() {
+void BeastWebSocket::deliverMessage(bool isText) {
   connector_.rememberAddress();
   auto message = std::make_unique<WebSocketMessage>();
-  message->isText = protocol_.got_text();
-  message->payload = message_.take();
+  message->isText = isText;
+  message->payload = reader_.takeMessage();
   std::size_t size = message->payload.capacity();
   if (message->isText && request_.prepare) {
     try {
@@ -80,41 +112,29 @@ void BeastWebSocket::deliverMessage() {
   });
 }
 
-void BeastWebSocket::onControlFrame(websocket::frame_type kind, std::string_view payload) {
-  if (phase_ != Phase::Open) return;
-  if (kind == websocket::frame_type::close) return onCloseFrame();
-  if (kind != websocket::frame_type::pong || !holdsAtMost(limits_.undeliveredBytes)) return;
-  auto copy = std::make_unique<std::string>(payload);
-  deliver([copy = std::move(copy), share = shareOf(payload.size())](WebSocketDelegate& delegate,
-                                                                    WebSocket& socket) {
-    delegate.webSocket_didReceivePong(socket, std::move(*copy));
+bool BeastWebSocket::answerPing() {
+  stream().gather(Opcode::Pong, reader_.controlPayload());
+  waitsForOutput_ = stream().gatheredBytes() > GatheringStream::kHighWater;
+  return !waitsForOutput_;
+}
+
+void BeastWebSocket::deliverPong() {
+  if (!holdsAtMost(limits_.undeliveredBytes)) return;
+  auto payload = std::make_unique<std::string>(reader_.controlPayload());
+  deliver([share = shareOf(payload->size()), payload = std::move(payload)](WebSocketDelegate& delegate,
+                                                                           WebSocket& socket) {
+    delegate.webSocket_didReceivePong(socket, std::move(*payload));
   });
 }
 
-/// Our answer goes out ahead of the protocol library's, which the sealed stream then swallows.
-void BeastWebSocket::onCloseFrame() {
-  const websocket::close_reason& peer = protocol_.reason();
-  const int code = peer.code == websocket::close_code::none ? close_codes::kNone : peer.code;
-  const bool allowed = code == close_codes::kNone || close_codes::isAllowed(code);
-  stream().sealWith(
-      close_codes::maskedFrame(allowed ? close_codes::kNormal : close_codes::kProtocolError, systemRandom()));
+/// The peer's close frame, or a rule that it has broken.
+void BeastWebSocket::onEnd(FrameReader::Event event) {
+  const FrameReader::End& end = reader_.end();
+  stream().sealWith(end.answer);
   OptionalString reason;
-  if (allowed && !peer.reason.empty()) reason.emplace(peer.reason.data(), peer.reason.size());
-  reportClosed(code, std::move(reason), true);
+  if (event == FrameReader::Event::Close && !end.reason.empty()) reason.emplace(end.reason);
+  reportClosed(end.code, std::move(reason), true);
   part();
-}
-
-void BeastWebSocket::onReadingEnded(const error_code& error) {
-  if (writeError_) return reportWriteError();
-  if (isProtocolError(error)) {
-    const bool aboutCloseCode =
-        error == websocket::error::bad_close_code || error == websocket::error::bad_close_payload;
-    reportClosed(aboutCloseCode ? stream().lastCloseCode() : 0, std::nullopt, true);
-    return part();
-  }
-  if (!stream().sawEnd()) return fail(errorOf(error));
-  reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
-  end();
 }
 
 std::shared_ptr<void> BeastWebSocket::shareOf(std::size_t size) {
@@ -133,7 +153,7 @@ std::shared_ptr<void> BeastWebSocket::shareOf(std::size_t size) {
 void BeastWebSocket::letGo(std::size_t size) {
   if ((undelivered_ -= size) < kCalm && flooded_.exchange(false)) giveMemoryBackSoon();
   if (!resumesReading()) return;
-  asio::post(context_, [self = shared_from_this()] { self->readNext(); });
+  asio::post(context_, [self = shared_from_this()] { self->takeFrames(); });
 }
 
 }  // namespace orv

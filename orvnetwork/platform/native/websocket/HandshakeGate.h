@@ -5,7 +5,6 @@
 // refusal, and so is what does not begin as HTTP does, and a header longer than the bound.
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstddef>
 #include <optional>
@@ -38,9 +37,9 @@ class HandshakeGate {
     if (received.substr(0, begun) != kHttp.substr(0, begun)) return state_ = State::Refused;
     const std::size_t end = received.substr(0, kLongestHeader).find(kEnd);
     if (end != std::string_view::npos) {
-      headerLeft_ = end + kEnd.size();
+      headerSize_ = end + kEnd.size();
       status_ = readStatus(received.substr(0, received.find(kEnd.substr(0, 2))));
-      date_ = readDate(received.substr(0, headerLeft_));
+      date_ = readDate(received.substr(0, headerSize_));
       state_ = status_ == kSwitchingProtocols ? State::Passed : State::Refused;
     } else if (received.size() > kLongestHeader) {
       tooLong_ = true;
@@ -58,9 +57,8 @@ class HandshakeGate {
   /// It was refused because its header has no end within the bound.
   bool isTooLong() const { return tooLong_; }
 
-  /// How much of what was received is still header, and the note that some of it was used.
-  std::size_t headerLeft() const { return headerLeft_; }
-  void headerUsed(std::size_t size) { headerLeft_ -= size; }
+  /// How much of what was received is header; 0 before it is whole.
+  std::size_t headerSize() const { return headerSize_; }
 
  private:
   static constexpr int kSwitchingProtocols = 101;
@@ -95,23 +93,7 @@ class HandshakeGate {
   bool tooLong_ = false;
   std::optional<int> status_;
   std::string date_;
-  std::size_t headerLeft_ = 0;
+  std::size_t headerSize_ = 0;
 };
-
-/// Of a whole header the status line and the lines by which a WebSocket handshake is checked, with the empty line.
-inline std::string linesOfHandshake(std::string_view header) {
-  constexpr std::array<std::string_view, 3> kNames = {"upgrade:", "connection:", "sec-websocket-"};
-  constexpr std::string_view kLineEnd = "\r\n";
-  std::string lines;
-  for (bool first = true; !header.empty(); first = false) {
-    const std::string_view line = header.substr(0, header.find(kLineEnd) + kLineEnd.size());
-    header.remove_prefix(line.size());
-    const bool wanted = first || header.empty() || std::any_of(kNames.begin(), kNames.end(), [&](auto name) {
-                          return isHeaderLineOf(line, name);
-                        });
-    if (wanted) lines += line;
-  }
-  return lines;
-}
 
 }  // namespace orv

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <deque>
 #include <memory>
@@ -49,10 +50,7 @@ class OutgoingQueue {
   }
 
   /// An item that was taken needs no room any more.
-  void finished(const Outgoing& item) {
-    const std::lock_guard lock(mutex_);
-    waitingBytes_ -= sizeOf(item);
-  }
+  void finished(const Outgoing& item) { waitingBytes_ -= sizeOf(item); }
 
  private:
   static constexpr std::size_t kItemCost = 64;
@@ -64,7 +62,7 @@ class OutgoingQueue {
 
   const std::size_t bound_;
   std::mutex mutex_;
-  std::size_t waitingBytes_ = 0;
+  std::atomic<std::size_t> waitingBytes_{0};  // grows with the lock held
   std::vector<Outgoing> incoming_;
   std::vector<Outgoing> spare_;  // the taker's
 };

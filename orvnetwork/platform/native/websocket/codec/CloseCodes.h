@@ -1,8 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 /// @file
 /// Codes of the WebSocket closing handshake.
 
@@ -23,15 +20,6 @@ inline constexpr const char* kStreamEndReason = "Stream end encountered";
 constexpr bool isAllowed(int code) {
   const bool reserved = code >= 1004 && code <= 1006;
   return (code >= 1000 && code <= 1011 && !reserved) || (code >= 3000 && code <= 4999);
-}
-
-/// A client's close frame with `code` and no reason.
-inline std::string maskedFrame(int code, std::uint32_t mask) {
-  const auto maskByte = [mask](unsigned i) { return static_cast<char>(mask >> (8 * i) & 0xff); };
-  std::string frame = {'\x88', '\x82', maskByte(0), maskByte(1), maskByte(2), maskByte(3)};
-  frame += static_cast<char>((code >> 8) ^ maskByte(0));
-  frame += static_cast<char>((code & 0xff) ^ maskByte(1));
-  return frame;
 }
 
 }  // namespace orv::close_codes

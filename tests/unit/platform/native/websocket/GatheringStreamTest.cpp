@@ -6,7 +6,9 @@
 
 #include <chrono>
 #include <functional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv::gathering_stream_test {
 namespace {
@@ -21,15 +23,13 @@ class GatheringStreamTest : public ::testing::Test, protected GatheringStream::O
     peer.non_blocking(true);
   }
 
+  void inputCame() override { ++reads; }
+  void inputEnded(const error_code& error) override { ends.push_back(error); }
   void outputDrained() override { ++drained; }
   void outputFailed(const error_code& error) override { failures.push_back(error); }
   void partingEnded() override { ended = true; }
   std::shared_ptr<void> keepAlive() override { return nullptr; }
 
-  /// Writes the way the protocol library does; `done` is set by the completion.
-  void writeAsync(const std::string& text, bool& done) {
-    stream.async_write_some(asio::buffer(text), [&done](const error_code&, std::size_t) { done = true; });
-  }
   void turnUntil(const std::function<bool()>& condition) {
     while (!condition()) {
       loop.restart();
@@ -43,20 +43,25 @@ class GatheringStreamTest : public ::testing::Test, protected GatheringStream::O
     bytes.resize(peer.read_some(asio::buffer(bytes), error));
     return bytes;
   }
+  void say(std::string_view text) { asio::write(peer, asio::buffer(text)); }
+  void readOnce() {
+    const int before = reads;
+    stream.read();
+    turnUntil([&] { return reads > before; });
+  }
 
   asio::io_context loop;
   GatheringStream stream{loop, *this};
   asio::ip::tcp::socket peer{loop};
+  int reads = 0;
   int drained = 0;
   bool ended = false;
+  std::vector<error_code> ends;
   std::vector<error_code> failures;
 };
 
-TEST_F(GatheringStreamTest, WhatIsWrittenStaysUntilItIsFlushedAndThenLeavesTogether) {
-  error_code error;
-  for (const char* text : {"one ", "two ", "three"}) {
-    stream.write_some(asio::buffer(std::string_view(text)), error);
-  }
+TEST_F(GatheringStreamTest, WhatIsGatheredStaysUntilItIsFlushedAndThenLeavesTogether) {
+  for (const char* text : {"one ", "two ", "three"}) stream.gather(text);
   EXPECT_EQ(receiveNow(), "");
   EXPECT_EQ(stream.gatheredBytes(), 13u);
   stream.flush();
@@ -65,66 +70,102 @@ TEST_F(GatheringStreamTest, WhatIsWrittenStaysUntilItIsFlushedAndThenLeavesToget
   EXPECT_EQ(receiveNow(), "one two three");
 }
 
-TEST_F(GatheringStreamTest, WhatTheProtocolWritesLeavesWhenTheLoopComesRound) {
-  bool done = false;
-  writeAsync("pong", done);
-  EXPECT_FALSE(done) << "a completion must not run inside the call";
-  turnUntil([this] { return drained == 1; });
-  EXPECT_TRUE(done);
-  EXPECT_EQ(receiveNow(), "pong");
+TEST_F(GatheringStreamTest, WhatIsGatheredWhileAWriteIsUnderWayFollowsIt) {
+  stream.gather("first ");
+  stream.flush();
+  stream.gather("second ");
+  stream.gather("third");
+  stream.flush();
+  turnUntil([this] { return drained == 2; });
+  EXPECT_EQ(receiveNow(), "first second third");
+  EXPECT_EQ(stream.gatheredBytes(), 0u);
 }
 
-TEST_F(GatheringStreamTest, HoldsACompletionBackWhileTooMuchIsGathered) {
-  std::size_t received = 0;
-  const std::string large(std::size_t{32} << 20, 'x');  // more than both ends' socket buffers take
-  bool done = false;
-  writeAsync(large, done);
-  while (loop.poll() > 0) loop.restart();
-  EXPECT_FALSE(done);
-  turnUntil([&] {
-    received += receiveNow().size();
-    return done;
-  });
-  EXPECT_GT(received, large.size() / 2);
+TEST_F(GatheringStreamTest, FramesAreMaskedEachWithAKeyOfItsOwn) {
+  std::vector<std::string> keys;
+  for (int i = 0; i < 4; ++i) stream.gather(Opcode::Text, "hello");
+  stream.flush();
+  turnUntil([this] { return drained == 1; });
+  const std::string bytes = receiveNow();
+  ASSERT_EQ(bytes.size(), 4 * 11u);
+  for (std::size_t at = 0; at < bytes.size(); at += 11) {
+    EXPECT_EQ(bytes.substr(at, 2), "\x81\x85");
+    const std::string key = bytes.substr(at + 2, 4);
+    std::string text = bytes.substr(at + 6, 5);
+    for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(text[i] ^ key[i % 4]);
+    EXPECT_EQ(text, "hello");
+    keys.push_back(key);
+  }
+  EXPECT_FALSE(keys[0] == keys[1] && keys[1] == keys[2] && keys[2] == keys[3]);
 }
 
 TEST_F(GatheringStreamTest, ThrowsAwayWhatComesAfterTheLastFrame) {
-  error_code error;
-  stream.write_some(asio::buffer(std::string_view("before ")), error);
-  stream.sealWith("last");
-  EXPECT_EQ(stream.write_some(asio::buffer(std::string_view("after")), error), 5u);
-  stream.sealWith("another");
+  stream.gather("before ");
+  stream.sealWith(1000);
+  EXPECT_FALSE(stream.isSealedAndSent());
+  stream.gather("after");
+  stream.gather(Opcode::Ping, "after");
+  stream.sealWith(1002);
   stream.flush();
   turnUntil([this] { return drained == 1; });
-  EXPECT_EQ(receiveNow(), "before last");
+  const std::string bytes = receiveNow();
+  ASSERT_EQ(bytes.size(), 7u + 8u);
+  EXPECT_EQ(bytes.substr(0, 9), "before \x88\x82");
+  EXPECT_EQ(bytes[13] ^ bytes[9], 0x03);
+  EXPECT_EQ(static_cast<char>(bytes[14] ^ bytes[10]), '\xe8');
+  EXPECT_TRUE(stream.isSealedAndSent());
 }
 
 TEST_F(GatheringStreamTest, TellsALateWriteErrorOnceAndTakesNothingMore) {
   stream.socket().shutdown(GatheringStream::Socket::shutdown_send);
-  error_code error;
-  EXPECT_EQ(stream.write_some(asio::buffer(std::string_view("text")), error), 4u);
+  stream.gather("text");
   stream.flush();
   turnUntil([this] { return !failures.empty(); });
   EXPECT_EQ(failures, std::vector<error_code>{asio::error::broken_pipe});
-  EXPECT_EQ(stream.write_some(asio::buffer(std::string_view("more")), error), 0u);
-  EXPECT_EQ(error, asio::error::broken_pipe);
+  stream.gather("more");
+  stream.gather(Opcode::Text, "more");
+  EXPECT_EQ(stream.gatheredBytes(), 0u);
   stream.flush();
   EXPECT_EQ(failures.size(), 1u);
 }
 
-TEST_F(GatheringStreamTest, AWriteErrorReleasesTheCompletionThatWasHeldBack) {
-  stream.socket().shutdown(GatheringStream::Socket::shutdown_send);
-  bool done = false;
-  writeAsync(std::string(GatheringStream::kHighWater + 1, 'y'), done);
-  turnUntil([&] { return done; });
-  EXPECT_EQ(failures.size(), 1u);
+TEST_F(GatheringStreamTest, InputStaysUntilItIsUsed) {
+  say("hello world");
+  readOnce();
+  EXPECT_EQ(stream.input(), "hello world");
+  stream.used(6);
+  EXPECT_EQ(stream.input(), "world");
+  say(" again");
+  readOnce();
+  EXPECT_EQ(stream.input(), "world again");
+  stream.used(11);
+  EXPECT_EQ(stream.input(), "");
+}
+
+TEST_F(GatheringStreamTest, TellsTheEndOfTheStreamFromAFailure) {
+  peer.close();
+  stream.read();
+  turnUntil([this] { return !ends.empty(); });
+  EXPECT_TRUE(stream.sawEnd());
+  EXPECT_EQ(reads, 0);
+}
+
+TEST_F(GatheringStreamTest, AResetIsNotTheEndOfTheStream) {
+  peer.set_option(asio::socket_base::linger(true, 0));
+  peer.close();
+  stream.read();
+  turnUntil([this] { return !ends.empty(); });
+  EXPECT_EQ(ends.front(), asio::error::connection_reset);
+  EXPECT_FALSE(stream.sawEnd());
 }
 
 TEST_F(GatheringStreamTest, PartingSendsTheRestEndsOurSideAndWaitsForThePeers) {
-  stream.sealWith("last");
+  say("unread");
+  readOnce();
+  stream.gather("last");
   stream.part();
   turnUntil([this] { return drained == 1; });
-  asio::write(peer, asio::buffer(std::string_view("unread")));
+  say("unread too");
   EXPECT_EQ(receiveNow(), "last");
   error_code error;
   char byte;
@@ -140,7 +181,7 @@ TEST_F(GatheringStreamTest, PartingSendsTheRestEndsOurSideAndWaitsForThePeers) {
 
 TEST_F(GatheringStreamTest, PartingEndsAtOnceWhenNothingCanBeWrittenAnyMore) {
   stream.socket().shutdown(GatheringStream::Socket::shutdown_send);
-  stream.sealWith("last");
+  stream.sealWith(1000);
   stream.flush();
   turnUntil([this] { return !failures.empty(); });
   EXPECT_FALSE(ended);

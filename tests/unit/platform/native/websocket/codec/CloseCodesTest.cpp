@@ -15,10 +15,5 @@ TEST(CloseCodes, AllowsWhatAPeerMaySend) {
   }
 }
 
-TEST(CloseCodes, WritesAMaskedCloseFrame) {
-  EXPECT_EQ(close_codes::maskedFrame(1000, 0), std::string("\x88\x82\0\0\0\0\x03\xe8", 8));
-  EXPECT_EQ(close_codes::maskedFrame(1002, 0x04030201), std::string("\x88\x82\x01\x02\x03\x04\x02\xe8", 8));
-}
-
 }  // namespace
 }  // namespace orv::close_codes_test
