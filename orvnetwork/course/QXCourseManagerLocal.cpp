@@ -7,7 +7,6 @@
 #include <orvnetwork/platform/Platform.h>
 
 #include <chrono>
-#include <optional>
 #include <string>
 
 namespace orv {
@@ -33,17 +32,15 @@ void putInFront(Catalogue& catalogue, const std::string& key, const QXCourseMana
 
 /// The list is written first: whenever the process ends, no course is listed whose record is gone. A full disk that did
 /// not take it has the record's room then.
-void removeLocal(Catalogue& catalogue, const LocalTurn& turn, const std::string& key,
-                 const QXCourseManager::Course& course) {
-  const OptionalString recordings = course != nullptr ? OptionalString(course->courseFolder()) : std::nullopt;
+void removeLocal(Catalogue& catalogue, const std::string& key, const QXCourseManager::Course& course) {
   catalogue.local.list().remove(key);
   const bool isListWritten = catalogue.local.saveLists();
-  catalogue.forget(key, true);
-  if (!turn.removesLater({key, recordings})) {
-    catalogue.local.drop(key);
-    if (!isListWritten) catalogue.local.saveLists();
-    throwAway(recordings, catalogue.local.files().folder(), *catalogue.workers.load());
+  catalogue.local.drop(key);
+  if (!isListWritten) catalogue.local.saveLists();
+  if (course != nullptr) {
+    throwAway(course->courseFolder(), catalogue.local.files().folder(), *catalogue.workers.load());
   }
+  catalogue.forget(key, true);
   catalogue.tellCourse(CourseListKind::Local, roomIDOfKey(key));
 }
 
@@ -95,7 +92,7 @@ void QXCourseManager::deleteLocalCourse(const Course& course) {
   if (course == nullptr) return;
   const CatalogueLock lock(*catalogue_);
   const LocalTurn turn(*catalogue_);
-  removeLocal(*catalogue_, turn, courseKey(course->roomID), course);
+  removeLocal(*catalogue_, courseKey(course->roomID), course);
 }
 
 void QXCourseManager::deleteLocalCourseWithRoomID(std::int64_t roomID) {
@@ -103,7 +100,7 @@ void QXCourseManager::deleteLocalCourseWithRoomID(std::int64_t roomID) {
   const LocalTurn turn(*catalogue_);
   const std::string key = courseKey(roomID);
   if (roomID <= 0 || !catalogue_->local.contains(key)) return;
-  removeLocal(*catalogue_, turn, key, catalogue_->local.find(key));
+  removeLocal(*catalogue_, key, catalogue_->local.find(key));
 }
 
 QXCourseManager::Course QXCourseManager::getLocalCourseWithRoomID(std::int64_t roomID) {

@@ -12,7 +12,6 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 namespace orv {
 
@@ -91,17 +90,6 @@ bool KeyFile::claimUnwritten() {
 void KeyFile::unclaim() {
   const std::lock_guard lock(mutex_);
   isClaimed_ = false;
-}
-
-bool KeyFile::putOff(Removal removal) {
-  const std::lock_guard lock(mutex_);
-  if (isUnwritten_) putOff_.push_back(std::move(removal));
-  return isUnwritten_;
-}
-
-std::vector<KeyFile::Removal> KeyFile::takePutOff() {
-  const std::lock_guard lock(mutex_);
-  return isUnwritten_ ? std::vector<Removal>() : std::exchange(putOff_, {});
 }
 
 bool KeyFile::reserve(std::uint64_t number) {

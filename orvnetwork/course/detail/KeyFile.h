@@ -1,6 +1,5 @@
 #pragma once
 
-#include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/LockFile.h>
 #include <orvnetwork/platform/PropertyListStore.h>
 
@@ -12,7 +11,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace orv {
 
@@ -49,16 +47,6 @@ class KeyFile {
   /// The same, but only until somebody has taken it upon himself to write again, which ends with `unclaim`.
   bool claimUnwritten();
   void unclaim();
-  /// Files of a course that has left the list: its record, by the key, and the folder of its recordings.
-  struct Removal {
-    std::string key;
-    OptionalString recordings;
-  };
-  /// Keeps one until the list has been written that does not name the course any more. False, and nothing is kept, unless
-  /// it is another program's turn.
-  bool putOff(Removal removal);
-  /// Those that were put off, once the list has been written.
-  std::vector<Removal> takePutOff();
   /// Takes a number for this program; false when another one has it.
   bool reserve(std::uint64_t number);
 
@@ -83,7 +71,6 @@ class KeyFile {
   std::atomic<bool> wasTheirs_ = false;
   bool isUnwritten_ = false;
   bool isClaimed_ = false;
-  std::vector<Removal> putOff_;
 };
 
 }  // namespace orv

@@ -1,14 +1,12 @@
 #include "orvnetwork/course/detail/LocalTurn.h"
 
 #include <orvnetwork/course/detail/CourseKey.h>
-#include <orvnetwork/course/detail/Trash.h>
 #include <orvnetwork/platform/Platform.h>
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <utility>
 
 namespace orv {
 
@@ -38,21 +36,8 @@ LocalTurn::LocalTurn(Catalogue& catalogue) : catalogue_(catalogue), file_(catalo
 
 LocalTurn::~LocalTurn() {
   if (file_ == nullptr) return;
-  removeWhatWasPutOff();
   file_->endTurn();
   if (file_->claimUnwritten()) writeLater(catalogue_, file_);
-}
-
-bool LocalTurn::removesLater(KeyFile::Removal removal) const {
-  return file_ != nullptr && file_->putOff(std::move(removal));
-}
-
-void LocalTurn::removeWhatWasPutOff() const {
-  for (const KeyFile::Removal& removal : file_->takePutOff()) {
-    if (catalogue_.local.contains(removal.key)) continue;  // It has come back.
-    catalogue_.local.drop(removal.key);
-    throwAway(removal.recordings, catalogue_.local.files().folder(), *catalogue_.workers.load());
-  }
 }
 
 std::int64_t LocalTurn::freeNumber(std::int64_t from) const {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <orvnetwork/course/detail/Catalogue.h>
-#include <orvnetwork/course/detail/KeyFile.h>
 
 #include <cstdint>
 #include <memory>
@@ -12,8 +11,7 @@ namespace orv {
 /// by taking over what they have added and deleted since the last turn, and whoever makes it holds the catalogue.
 ///
 /// When another program keeps the lock too long the change is made in memory and on the records; the list is written
-/// as soon as it can be, by a worker or with the next change. What is deleted keeps its files until then: whenever this
-/// program ends, no course is listed whose record is gone.
+/// as soon as it can be, by a worker or with the next change.
 class LocalTurn {
  public:
   explicit LocalTurn(Catalogue& catalogue);
@@ -26,13 +24,7 @@ class LocalTurn {
   /// or changes over to another catalogue.
   std::int64_t freeNumber(std::int64_t from) const;
 
-  /// Leaves a course that has left the list in memory for the time when the list is written, and removes its files then.
-  /// False when the list need not be waited for.
-  bool removesLater(KeyFile::Removal removal) const;
-
  private:
-  void removeWhatWasPutOff() const;
-
   Catalogue& catalogue_;
   const std::shared_ptr<KeyFile> file_;
 };

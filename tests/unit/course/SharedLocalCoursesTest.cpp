@@ -102,33 +102,6 @@ TEST_F(SharedLocalCourses, AListThatIsLockedTooLongIsWrittenLater) {
   EXPECT_EQ(platform.files().calls(FileOperation::WriteAtomically), writings) << "once is enough";
 }
 
-TEST_F(SharedLocalCourses, ACourseKeepsItsFilesUntilTheListIsWrittenThatDoesNotNameIt) {
-  const std::string recording = "/home/user/Documents/0-2/mp4/1.mp4";
-  addRooms(1, 3);
-  platform.files().put(recording, "film");
-  platform.files().failAlways(FileOperation::Lock);
-  console.clear();
-  courses().deleteLocalCourseWithRoomID(2);
-  courses().deleteLocalCourseWithRoomID(1);
-  EXPECT_EQ(courses().localCourseList(), Keys{"3"});
-  EXPECT_EQ(courses().getLocalCourseWithRoomID(2), nullptr);
-  EXPECT_FALSE(courses().localCourseDict().contains("2"));
-  EXPECT_EQ(listOnDisk(), (Keys{"3", "2", "1"}));
-  EXPECT_TRUE(hasRecord(2)) << "the next start finds it listed";
-  EXPECT_TRUE(platform.files().contents(recording));
-  EXPECT_EQ(std::ranges::count_if(console,
-                                  [](const auto& line) { return line.find("not written yet") != line.npos; }),
-            2)
-      << "once for each";
-  courses().addLocalCourse(makeLocal(1, "back"));
-  platform.files().clearFailures();
-  platform.runFor(Seconds(2));
-  EXPECT_EQ(listOnDisk(), (Keys{"1", "3"}));
-  EXPECT_FALSE(hasRecord(2));
-  EXPECT_FALSE(platform.files().contents(recording));
-  EXPECT_EQ(titleOnDisk(1), "back") << "it has come back meanwhile";
-}
-
 TEST_F(SharedLocalCourses, WhatCouldNotBeWrittenIsNotLostToWhatAnotherProgramWrites) {
   addRooms(1, 2);
   platform.files().failAlways(FileOperation::WriteAtomically);
