@@ -20,7 +20,8 @@ def found(header, start_page="# Title\n"):
     """The warnings about a tree that holds one header."""
     with tempfile.TemporaryDirectory() as folder:
         root = pathlib.Path(folder)
-        (root / "orvnetwork").mkdir()
+        for layer in ("orvnetwork", "orvnetwork_qt", "orvnetwork_glib"):
+            (root / layer).mkdir()
         (root / "docs" / "images").mkdir(parents=True)
         for page in ("README.md", "docs/start.md"):
             (root / page).write_text(start_page, encoding="utf-8")
