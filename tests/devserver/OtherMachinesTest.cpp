@@ -149,7 +149,7 @@ class ListeningProgram : public ::testing::Test {
     if (!std::filesystem::exists(kProgram)) GTEST_SKIP() << "the programs are not built here";
   }
   static std::string refusal(const std::vector<std::string>& arguments) {
-    ServerProgram program(arguments);
+    ServerProcess program(arguments);
     const std::string line = program.line();
     EXPECT_EQ(line, "") << "it listens";
     if (!line.empty()) program.signal(SIGTERM);
@@ -165,7 +165,7 @@ TEST_F(ListeningProgram, LetsNobodyElseInWithoutTlsUnlessThatIsSaid) {
   }
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{"--listen", "0.0.0.0", "--plain-text"}, {"--listen", "127.0.0.2"}}) {
-    ServerProgram program(arguments);
+    ServerProcess program(arguments);
     EXPECT_TRUE(program.listeningUrl().starts_with("ws://" + arguments[1]));
     program.signal(SIGTERM);
     EXPECT_EQ(program.wait(), 0);
@@ -184,7 +184,7 @@ TEST_F(ListeningProgram, TakesATokenThatCannotBeGuessedFromAFileThatOthersCannot
   EXPECT_NE(refusal({"--token", "0123456789abcdef?&"}).find("16 to 256"), std::string::npos);
   ::chmod(file.c_str(), 0600);
   EXPECT_NE(refusal({"--token-file", file, "--token", kToken}).find("either"), std::string::npos);
-  ServerProgram program({"--token-file", file});
+  ServerProcess program({"--token-file", file});
   const std::uint16_t port = program.listeningPort();
   RawClient client(port);
   client.sendBytes("GET /control?token=" + kToken + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");

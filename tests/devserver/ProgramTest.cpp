@@ -24,7 +24,7 @@ class ServerProgram : public ::testing::Test {
 
 TEST_F(ServerProgram, SaysWhereItListensServesAndStopsOnEitherSignal) {
   for (int signal : {SIGTERM, SIGINT}) {
-    ServerProgram program({});
+    ServerProcess program({});
     RawClient client = RawClient::open(portOf(program.line()));
     client.sendText("PING");
     EXPECT_EQ(client.receiveText(), "PONG");
@@ -38,7 +38,7 @@ TEST_F(ServerProgram, KeepsAccountsAndTokensInItsDataFile) {
   const std::string file = std::string(std::getenv("HOME")) + "/school.sqlite";
   json::value token;
   {
-    ServerProgram program({"--data", file});
+    ServerProcess program({"--data", file});
     RawClient client = RawClient::open(portOf(program.line()));
     token = client.request("User.Post.Login", {{"phone", "13800000001"}, {"scode", "123456"}})
                 .at("v")
@@ -47,7 +47,7 @@ TEST_F(ServerProgram, KeepsAccountsAndTokensInItsDataFile) {
     program.signal(SIGKILL);
     program.wait();
   }
-  ServerProgram program({"--data", file});
+  ServerProcess program({"--data", file});
   RawClient client = RawClient::open(portOf(program.line()));
   EXPECT_EQ(client.request("User.Post.Session", {{"uID", "100001"}, {"token", token}}).at("v").at("ret"), 0);
 }
@@ -63,7 +63,7 @@ TEST_F(ServerProgram, WrongUseAndATakenPortEndItWithOneAndAMessage) {
                                                       {"--data", "/none/school.sqlite"},
                                                       {"stray"}};
   for (const auto& arguments : uses) {
-    ServerProgram program(arguments);
+    ServerProcess program(arguments);
     EXPECT_EQ(program.wait(), 1) << arguments.front();
     EXPECT_FALSE(program.errors().empty()) << arguments.front();
     EXPECT_EQ(program.line(), "") << arguments.front();
@@ -76,7 +76,7 @@ TEST_F(ServerProgram, KeepsItsDataFileToItsOwner) {
   ::umask(0);
   for (const bool wasThere : {false, true}) {
     if (wasThere) fs::permissions(file, fs::perms(0664));
-    ServerProgram program({"--data", file});
+    ServerProcess program({"--data", file});
     EXPECT_FALSE(program.listeningUrl().empty());
     for (const auto& entry : fs::directory_iterator(fs::path(file).parent_path())) {
       if (!entry.path().filename().string().starts_with("school.sqlite")) continue;
@@ -87,7 +87,7 @@ TEST_F(ServerProgram, KeepsItsDataFileToItsOwner) {
 }
 
 TEST_F(ServerProgram, TellsItsVersion) {
-  ServerProgram program({"--version"});
+  ServerProcess program({"--version"});
   const std::string line = program.line();
   ASSERT_TRUE(line.starts_with("orv-devserver ")) << line;
   EXPECT_NE(line.find_first_of("0123456789"), std::string::npos) << line;
@@ -95,7 +95,7 @@ TEST_F(ServerProgram, TellsItsVersion) {
 }
 
 TEST_F(ServerProgram, HelpIsNoError) {
-  ServerProgram program({"--help"});
+  ServerProcess program({"--help"});
   EXPECT_EQ(program.wait(), 0);
   EXPECT_FALSE(program.line().empty());
 }

@@ -64,7 +64,7 @@ class Restart : public ::testing::Test {
 TEST_F(Restart, KilledInTheMiddleOfCommandsItKeepsWhatItAnsweredAndNothingByHalves) {
   std::size_t acknowledged = 0;
   for (std::size_t round = 0; round < 8; ++round) {
-    ServerProgram program({"--data", file});
+    ServerProcess program({"--data", file});
     const std::uint16_t port = program.listeningPort();
     const json::array rooms = addCourses(port);
     RawClient client = RawClient::open(port);
@@ -97,7 +97,7 @@ TEST_F(Restart, KilledInTheMiddleOfCommandsItKeepsWhatItAnsweredAndNothingByHalv
     EXPECT_EQ(look("SELECT count(*) FROM courses WHERE title LIKE '课 %'"),
               std::to_string(kRooms * (round + 1)));
   }
-  ServerProgram program({"--data", file});
+  ServerProcess program({"--data", file});
   RawClient client = RawClient::open(program.listeningPort());
   EXPECT_EQ(client.request("User.Post.Login", {{"phone", kStudent}, {"pwd", kDigest}}).at("v").at("ret"), 0);
 }
@@ -108,7 +108,7 @@ TEST_F(Restart, KilledWhileItFillsANewFileItFillsItTheNextTime) {
     std::filesystem::remove(file + "-wal");
     std::filesystem::remove(file + "-shm");
     {
-      ServerProgram program({"--data", file});
+      ServerProcess program({"--data", file});
       const std::string part = round % 2 == 0 ? file : file + "-wal";
       while (!std::filesystem::exists(part)) sched_yield();
       program.signal(SIGKILL);

@@ -19,9 +19,9 @@ namespace orv::test {
 inline const std::string kProgram = std::string(ORV_TEST_BINARY_DIR) + "/devserver/orv-devserver";
 
 /// The program with its output, as a child process.
-class ServerProgram {
+class ServerProcess {
  public:
-  explicit ServerProgram(const std::vector<std::string>& arguments) {
+  explicit ServerProcess(const std::vector<std::string>& arguments) {
     int out[2], err[2];
     EXPECT_EQ(::pipe2(out, O_CLOEXEC), 0);
     EXPECT_EQ(::pipe2(err, O_CLOEXEC), 0);
@@ -39,7 +39,7 @@ class ServerProgram {
     out_ = out[0];
     err_ = err[0];
   }
-  ~ServerProgram() {
+  ~ServerProcess() {
     if (child_ > 0) {
       ::kill(child_, SIGKILL);
       wait();

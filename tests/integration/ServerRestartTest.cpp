@@ -135,7 +135,7 @@ class ServerRestart : public test::LiveLinkTest {
   std::vector<std::int64_t> rooms;
 
  private:
-  std::optional<test::ServerProgram> program_;
+  std::optional<test::ServerProcess> program_;
   std::uint16_t port_ = 0;
   std::string url_;
 };
