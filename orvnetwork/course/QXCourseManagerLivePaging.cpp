@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -116,6 +117,7 @@ void QXCourseManager::getLiveCoursesWithStartIndex_count_courseStatus_force_cour
 bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(
     std::int64_t page, std::uint64_t status, bool arriveLastPage, std::int64_t retryCount) {
   RequestList::Entries left;  // What the callbacks hold is let go when nothing is locked any more.
+  const std::lock_guard looking(catalogue_->livePaging.looking);
   CatalogueLock lock(*catalogue_);
   CatalogueSteps steps(*catalogue_, lock);
   left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, status, steps);

@@ -13,6 +13,7 @@
 #include <orvnetwork/course/detail/RequestList.h>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -90,6 +91,7 @@ void QXCourseManager::getCoursesWithStartIndex_count_force_coursesBlock(std::uin
 bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int64_t page, bool arriveLastPage,
                                                                        std::int64_t retryCount) {
   RequestList::Entries left;  // What the callbacks hold is let go when nothing is locked any more.
+  const std::lock_guard looking(catalogue_->paging.looking);
   CatalogueLock lock(*catalogue_);
   CatalogueSteps steps(*catalogue_, lock);
   left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, steps);

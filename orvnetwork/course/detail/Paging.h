@@ -6,6 +6,7 @@
 #include <orvnetwork/platform/Semaphore.h>
 
 #include <memory>
+#include <mutex>
 
 namespace orv {
 
@@ -17,6 +18,10 @@ struct Paging {
   /// Taken while a page is on its way.
   Property<std::shared_ptr<Semaphore>> inFlight;
   PageRepeats repeats;
+  /// Held for the whole of a look at what is to be answered and asked for, which gives the catalogue away between its
+  /// steps: two at once would each ask for the next page, and each page's reply brings a look of its own. Taken before
+  /// the catalogue.
+  std::mutex looking;
 };
 
 /// The page that the oldest request wants next.
