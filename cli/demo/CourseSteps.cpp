@@ -88,6 +88,9 @@ void catalogueIsLoaded(Tour& tour) {
       5);
   showProgress(tour, catalogue().getRecordCourseCount());
   tour.server.faults().clear();
+  // What is too much leaves the memory after the answer.
+  const auto most = static_cast<std::size_t>(MaxCourseCountInMem);
+  tour.wait([&] { return catalogue().cloudCourseDict().size() <= most; });
   const std::size_t inMemory = catalogue().cloudCourseDict().size();
   for (std::uint64_t index = 0; index < 3; ++index) {
     showCourse(tour, catalogue().getRecordCourseWithIndex(index));
@@ -98,10 +101,9 @@ void catalogueIsLoaded(Tour& tour) {
                      range->success && range->count == static_cast<std::int64_t>(kWanted) && pages == 4,
                      std::to_string(range->count) + " courses, " + std::to_string(pages) + " pages");
   const std::uint64_t listed = catalogue().getRecordCourseCount();
-  tour.stage.verdict(
-      "each has a file, and the memory holds no more than 60",
-      listed >= kWanted && files == listed && inMemory <= static_cast<std::size_t>(MaxCourseCountInMem),
-      std::to_string(files) + " files, " + std::to_string(inMemory) + " in memory");
+  tour.stage.verdict("each has a file, and the memory holds no more than 60",
+                     listed >= kWanted && files == listed && inMemory <= most,
+                     std::to_string(files) + " files, " + std::to_string(inMemory) + " in memory");
 }
 
 void courseIsPublished(Tour& tour) {
