@@ -91,7 +91,8 @@ class ORV_EXPORT SessionStatus {
 
   /// Signs the user out: tells the server where there is a session, waiting 5 s at most, then stores nobody, which opens
   /// the link afresh. A server that has forgotten the session is asked to renew it first; where it will not, which shows
-  /// within some 2 s, nothing more is waited for. It goes on when the answer is destroyed. When it is under way already, this one ends with it.
+  /// within some 2 s, nothing more is waited for. It goes on when the answer is destroyed. When it is under way already,
+  /// this one ends with it.
   /// @return told when the file says that nobody is stored, or why not
   Pending<SignOutResult> signOut();
 

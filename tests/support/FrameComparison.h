@@ -3,8 +3,8 @@
 // The reader of frames beside the protocol library's: both get the same bytes and must tell the same. The library is fed
 // from memory, behind a handshake that is real.
 
-#include <orvnetwork/platform/native/websocket/codec/FrameReader.h>
 #include <orvnetwork/data/Utf8.h>
+#include <orvnetwork/platform/native/websocket/codec/FrameReader.h>
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>

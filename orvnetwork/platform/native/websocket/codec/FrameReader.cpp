@@ -1,7 +1,7 @@
 #include "orvnetwork/platform/native/websocket/codec/FrameReader.h"
 
-#include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
 #include <orvnetwork/data/Utf8.h>
+#include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
 
 #include <algorithm>
 #include <new>
