@@ -6,7 +6,7 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
-#include "tests/unit/course/PassingFiles.h"
+#include <tests/support/PassingFiles.h>
 
 #include <gtest/gtest.h>
 
@@ -25,15 +25,15 @@ namespace orv::catalogue_load_test {
 namespace {
 
 /// The real files, but a list whose path holds "/slow/" is not read before it is let go.
-class SlowFiles final : public PassingFiles {
+class SlowFiles final : public test::PassingFiles {
  public:
-  using PassingFiles::PassingFiles;
+  using test::PassingFiles::PassingFiles;
   std::optional<std::string> read(const std::string& path, std::error_code& error) override {
     if (path.find("/slow/local/localCourse.plist") != std::string::npos && !told_.exchange(true)) {
       reading.set_value();
       letGo.get_future().wait();
     }
-    return PassingFiles::read(path, error);
+    return test::PassingFiles::read(path, error);
   }
 
   std::promise<void> reading, letGo;
@@ -64,8 +64,8 @@ class CatalogueLoad : public ::testing::Test {
     user->classroominfo = std::make_shared<OrvClassroomInfo>();
     QXUserInfoMgr::getInstance().setUserInfo(user);
   }
-  PlatformWithFiles<SlowFiles>& platform =
-      *new PlatformWithFiles<SlowFiles>;  // Never destroyed, once installed.
+  test::PlatformWithFiles<SlowFiles>& platform =
+      *new test::PlatformWithFiles<SlowFiles>;  // Never destroyed, once installed.
   QXCourseManager& manager() { return QXCourseManager::getInstance(); }
 };
 

@@ -7,7 +7,7 @@
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
-#include "tests/unit/course/PassingFiles.h"
+#include <tests/support/PassingFiles.h>
 
 #include <gtest/gtest.h>
 
@@ -32,12 +32,12 @@ constexpr std::int64_t kRange = 600;
 
 /// The real files. The thread that answers the range waits a little at each record that it reads, until what goes on
 /// beside it is over: in all some seconds, if that does not come in between.
-class PatientFiles final : public PassingFiles {
+class PatientFiles final : public test::PassingFiles {
  public:
-  using PassingFiles::PassingFiles;
+  using test::PassingFiles::PassingFiles;
   std::optional<std::string> read(const std::string& path, std::error_code& error) override {
     if (answering == std::this_thread::get_id()) waitALittle();
-    return PassingFiles::read(path, error);
+    return test::PassingFiles::read(path, error);
   }
   void endWaiting() {
     const std::lock_guard lock(mutex_);
@@ -129,7 +129,8 @@ class RangeGivesWay : public ::testing::TestWithParam<std::uint64_t> {
     return isLive() ? manager().liveCourseQueue().size() : manager().courseQueue().size();
   }
 
-  PlatformWithFiles<PatientFiles>& platform = *new PlatformWithFiles<PatientFiles>;  // Never destroyed.
+  test::PlatformWithFiles<PatientFiles>& platform =
+      *new test::PlatformWithFiles<PatientFiles>;  // Never destroyed.
   QXCourseManager::Keys keys;
   std::thread answerer;
 };

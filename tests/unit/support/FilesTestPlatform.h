@@ -9,6 +9,8 @@
 #include <orvnetwork/platform/native/files/NativeDirectories.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
 
+#include <tests/support/PassingFiles.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -56,51 +58,32 @@ class ControlledHandle final : public FileHandle {
 };
 
 /// The real files of the test's home, with the calls counted and refused on order.
-class ControlledFiles final : public FileSystem {
+class ControlledFiles final : public PassingFiles {
  public:
-  bool exists(const std::string& path) override { return files_.exists(path); }
-  bool isDirectory(const std::string& path) override { return files_.isDirectory(path); }
+  using PassingFiles::PassingFiles;
   bool createDirectory(const std::string& path, bool intermediates, unsigned mode,
                        std::error_code& error) override {
-    if (!control.refuseFolders) return files_.createDirectory(path, intermediates, mode, error);
+    if (!control.refuseFolders) return PassingFiles::createDirectory(path, intermediates, mode, error);
     error = std::make_error_code(std::errc::permission_denied);
     return false;
   }
-  bool writeAtomically(const std::string& path, std::string_view bytes, Durability durability, unsigned mode,
-                       std::error_code& error) override {
-    return files_.writeAtomically(path, bytes, durability, mode, error);
-  }
-  std::optional<std::string> read(const std::string& path, std::error_code& error) override {
-    return files_.read(path, error);
-  }
-  bool remove(const std::string& path, std::error_code& error) override { return files_.remove(path, error); }
-  bool rename(const std::string& from, const std::string& to, std::error_code& error) override {
-    return files_.rename(from, to, error);
-  }
   std::optional<std::vector<std::string>> list(const std::string& path, std::error_code& error) override {
-    if (!control.refuseListing) return files_.list(path, error);
+    if (!control.refuseListing) return PassingFiles::list(path, error);
     error = std::make_error_code(std::errc::permission_denied);
     return std::nullopt;
   }
-  std::optional<std::uint64_t> fileSize(const std::string& path) override { return files_.fileSize(path); }
   std::unique_ptr<FileHandle> openForWriting(const std::string& path) override {
-    auto file = files_.openForWriting(path);
+    auto file = PassingFiles::openForWriting(path);
     if (!file) return nullptr;
     return std::make_unique<ControlledHandle>(std::move(file), control);
   }
   std::unique_ptr<FileHandle> openForAppending(const std::string& path, unsigned mode) override {
-    auto file = control.refuseOpening ? nullptr : files_.openForAppending(path, mode);
+    auto file = control.refuseOpening ? nullptr : PassingFiles::openForAppending(path, mode);
     if (!file) return nullptr;
     return std::make_unique<ControlledHandle>(std::move(file), control);
   }
-  std::unique_ptr<LockFile> openLockFile(const std::string& path, unsigned mode) override {
-    return files_.openLockFile(path, mode);
-  }
 
   FileControl control;
-
- private:
-  NativeFileSystem files_;
 };
 
 /// A drain that runs when the test says so.
@@ -158,7 +141,8 @@ class FilesTestPlatform final : public Platform, private Clock {
   WallTime wallNow() const override { return WallTime(std::chrono::nanoseconds(now_)); }
   SteadyTime steadyNow() const override { std::abort(); }
 
-  ControlledFiles files_;
+  NativeFileSystem native_;
+  ControlledFiles files_{native_};
   NativeDirectories directories_;
   ManualDrain* drain_ = nullptr;
   std::atomic<std::int64_t> now_{1'706'690'702'345'678'901};  // 2024-01-31 08:45:02 UTC

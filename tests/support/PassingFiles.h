@@ -13,7 +13,7 @@
 #include <system_error>
 #include <vector>
 
-namespace orv {
+namespace orv::test {
 
 /// Passes every call on to other files; tests derive from it what goes another way.
 class PassingFiles : public FileSystem {
@@ -80,4 +80,4 @@ class PlatformWithFiles final : public Platform {
   Files files_{inner_->files()};
 };
 
-}  // namespace orv
+}  // namespace orv::test
