@@ -58,10 +58,6 @@ Result<BatchLine> readBatchLine(const std::string& text) {
   return line;
 }
 
-bool isBlank(const std::string& text) {
-  return text.find_first_not_of(" \t\r") == std::string::npos;
-}
-
 /// Sends the requests of a batch and prints the answers in the order of the lines. Main thread.
 class Batch {
  public:

@@ -5,9 +5,15 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace orv::cli {
+
+/// Whether there is nothing in a line but blanks. Any thread.
+inline bool isBlank(std::string_view line) {
+  return line.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
 
 /// Reads lines from a descriptor on a thread of its own, never more of them ahead than it may.
 class LineReader {

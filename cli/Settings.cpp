@@ -20,12 +20,12 @@ namespace orv::cli {
 namespace {
 
 constexpr std::size_t kLargestFile = 64 * 1024;
-constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kBlanksOfLine = " \t\r";
 
 std::string_view trimmed(std::string_view text) {
-  const auto first = text.find_first_not_of(kBlanks);
+  const auto first = text.find_first_not_of(kBlanksOfLine);
   if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+  return text.substr(first, text.find_last_not_of(kBlanksOfLine) - first + 1);
 }
 
 std::string unknownSetting(std::string_view name) {

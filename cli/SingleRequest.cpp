@@ -12,7 +12,7 @@ namespace orv::cli {
 
 namespace {
 
-Answer ask(const Operation& operation, const std::vector<Object>& arguments, Context& context) {
+Answer askOne(const Operation& operation, const std::vector<Object>& arguments, Context& context) {
   // Wrong arguments need no link to be told.
   if (const std::string problem = operation.problemWith(arguments); !problem.empty()) {
     return wrongUse(problem);
@@ -33,7 +33,7 @@ Answer ask(const Operation& operation, const std::vector<Object>& arguments, Con
 }  // namespace
 
 ExitCode sendOne(const Operation& operation, const std::vector<Object>& arguments, Context& context) {
-  const Answer answer = ask(operation, arguments, context);
+  const Answer answer = askOne(operation, arguments, context);
   context.output.line(answer.line);
   return answer.code;
 }

@@ -49,9 +49,9 @@ std::string trafficText(const LinkTraffic& traffic) {
 }
 
 /// A row for each figure.
-class Rows {
+class FigureRows {
  public:
-  explicit Rows(const LinkStatistics& statistics) : statistics_(statistics) {}
+  explicit FigureRows(const LinkStatistics& statistics) : statistics_(statistics) {}
 
   void add(std::string_view name, std::string link, std::string total) {
     table_.add({std::string(name), std::move(link), std::move(total)});
@@ -85,7 +85,7 @@ class Rows {
 }  // namespace
 
 Table statsTable(const LinkStatistics& statistics) {
-  Rows rows(statistics);
+  FigureRows rows(statistics);
   rows.count("attempts", &LinkFigures::attempts);
   rows.count("up", &LinkFigures::ups);
   rows.of("failures", failuresText);

@@ -22,14 +22,10 @@ namespace {
 
 constexpr std::array<const char*, 4> kStatusNames = {"", "to come", "on the air", "over"};
 
-QXCourseManager& catalogue() {
-  return QXCourseManager::getInstance();
-}
-
 /// Loads the live list of a status.
 bool loadLive(Tour& tour, std::uint64_t status) {
   const auto answered = std::make_shared<bool>(false);
-  catalogue().getLiveCoursesWithStartIndex_count_courseStatus_force_coursesBlock(
+  QXCourseManager::getInstance().getLiveCoursesWithStartIndex_count_courseStatus_force_coursesBlock(
       0, 30, status, true, [answered](bool success, std::int64_t) {
         MainQueue::instance().post([answered, success] { *answered = success; });
       });
@@ -38,7 +34,7 @@ bool loadLive(Tour& tour, std::uint64_t status) {
 
 /// The status whose list holds a course; 0 when none does.
 std::uint64_t listOf(const std::string& key) {
-  const auto lists = catalogue().liveCourseList();
+  const auto lists = QXCourseManager::getInstance().liveCourseList();
   for (std::uint64_t status = 1; status < kStatusNames.size(); ++status) {
     if (std::ranges::find(lists[status], key) != lists[status].end()) return status;
   }
@@ -49,7 +45,7 @@ void showLists(Tour& tour, const std::string& key) {
   std::string text;
   for (std::uint64_t status = 1; status < kStatusNames.size(); ++status) {
     text += std::string(text.empty() ? "" : ", ") + kStatusNames[status] + ": " +
-            std::to_string(catalogue().getLiveCourseCountWithStatus(status)) +
+            std::to_string(QXCourseManager::getInstance().getLiveCourseCountWithStatus(status)) +
             (listOf(key) == status ? " *" : "");
   }
   tour.stage.row(Row::Catalogue, text);

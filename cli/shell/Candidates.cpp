@@ -8,7 +8,7 @@ namespace orv::cli {
 
 namespace {
 
-constexpr std::size_t kMostShown = 60;
+constexpr std::size_t kMostCandidatesShown = 60;
 
 }  // namespace
 
@@ -22,7 +22,7 @@ std::string commonBeginning(const std::vector<std::string>& words) {
 }
 
 std::string inColumns(const std::vector<std::string>& words, std::size_t columns) {
-  if (words.size() > kMostShown) return std::to_string(words.size()) + " possibilities\n";
+  if (words.size() > kMostCandidatesShown) return std::to_string(words.size()) + " possibilities\n";
   std::size_t widest = 0;
   for (const std::string& word : words) widest = std::max(widest, word.size());
   const std::size_t perLine = std::max<std::size_t>(1, columns / (widest + 2));

@@ -86,10 +86,6 @@ std::string asOneLine(const std::string& written) {
   return writeLine(answer);
 }
 
-bool isBlank(std::string_view line) {
-  return line.find_first_not_of(" \t\r\n") == std::string_view::npos;
-}
-
 /// Answers each line of standard input by one line. Notifications come between them.
 ExitCode runScript(Shell& shell, Context& context) {
   Host& host = context.host();

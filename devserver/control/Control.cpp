@@ -22,7 +22,7 @@ namespace orv::devserver {
 namespace {
 
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kDay = 24 * 60 * 60 * 1000;
+constexpr std::int64_t kLongestTime = 24 * 60 * 60 * 1000;
 
 Action setting(std::function<void()> set) {
   return [set = std::move(set)] {
@@ -38,7 +38,7 @@ std::size_t count(ControlFields& fields, std::int64_t fallback) {
 Action readReplyFault(Faults& faults, ControlFields& fields, std::string_view kind) {
   const std::string command = fields.text("command", "");
   if (kind == "delay") {
-    const std::chrono::milliseconds delay(fields.number("ms", 0, kDay));
+    const std::chrono::milliseconds delay(fields.number("ms", 0, kLongestTime));
     const std::size_t n = fields.has("count") ? count(fields, 1) : Faults::kForever;
     return setting([=, &faults] { faults.delayReplies(delay, command, n); });
   }
@@ -141,7 +141,7 @@ Action readAction(Engine& engine, Faults& faults, ControlFields& fields) {
   }
   if (fields.has("course")) return readCourseAction(engine, fields);
   if (fields.has("sessionLifetime")) {
-    const std::chrono::milliseconds lifetime(fields.number("sessionLifetime", 0, kDay));
+    const std::chrono::milliseconds lifetime(fields.number("sessionLifetime", 0, kLongestTime));
     return setting([=, &engine] { engine.setSessionLifetime(lifetime); });
   }
   if (fields.has("clear")) {
