@@ -1,4 +1,4 @@
-#include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
+#include "orvnetwork/platform/native/websocket/ClientWebSocket.h"
 
 #include <orvnetwork/platform/native/websocket/IoThread.h>
 #include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
@@ -30,10 +30,10 @@ std::chrono::steady_clock::duration toTimerSpan(Seconds span) {
 
 std::shared_ptr<WebSocket> makeNativeWebSocket(WebSocketRequest request, Executor& mainQueue,
                                                NativeWebSocketLimits limits) {
-  return std::make_shared<BeastWebSocket>(std::move(request), mainQueue, limits);
+  return std::make_shared<ClientWebSocket>(std::move(request), mainQueue, limits);
 }
 
-BeastWebSocket::BeastWebSocket(WebSocketRequest request, Executor& mainQueue, NativeWebSocketLimits limits)
+ClientWebSocket::ClientWebSocket(WebSocketRequest request, Executor& mainQueue, NativeWebSocketLimits limits)
     : mainQueue_(mainQueue),
       limits_(limits),
       queue_(limits.outgoingBytes),
@@ -47,7 +47,7 @@ BeastWebSocket::BeastWebSocket(WebSocketRequest request, Executor& mainQueue, Na
 
 // ---- Any thread
 
-void BeastWebSocket::open() {
+void ClientWebSocket::open() {
   if (opened_.exchange(true)) return;
   const bool asksEnvironment =
       request_.network != nullptr && request_.network->proxy.source == ProxySource::Environment;
@@ -57,25 +57,25 @@ void BeastWebSocket::open() {
   });
 }
 
-void BeastWebSocket::close() {
+void ClientWebSocket::close() {
   WebSocketState state = state_;
   while (state == WebSocketState::Connecting || state == WebSocketState::Open) {
     if (state_.compare_exchange_weak(state, WebSocketState::Closing)) return enqueue({});
   }
 }
 
-void BeastWebSocket::send(std::shared_ptr<const std::string> text) {
+void ClientWebSocket::send(std::shared_ptr<const std::string> text) {
   if (text == nullptr || state_ != WebSocketState::Open) return;
   enqueue({Outgoing::Kind::Text, std::move(text)});
 }
 
-void BeastWebSocket::sendPing(std::string payload) {
+void ClientWebSocket::sendPing(std::string payload) {
   if (state_ != WebSocketState::Open) return;
   payload.resize(std::min(payload.size(), kLongestControlPayload));
   enqueue({Outgoing::Kind::Ping, std::make_shared<const std::string>(std::move(payload))});
 }
 
-void BeastWebSocket::enqueue(Outgoing item) {
+void ClientWebSocket::enqueue(Outgoing item) {
   switch (queue_.push(std::move(item))) {
     case OutgoingQueue::Pushed::Queued:
       return;
@@ -91,16 +91,16 @@ void BeastWebSocket::enqueue(Outgoing item) {
 
 // ---- Sending
 
-void BeastWebSocket::takeOutgoing() {
+void ClientWebSocket::takeOutgoing() {
   queue_.takeAll(outgoing_);
   const bool closing = std::any_of(outgoing_.begin(), outgoing_.end(),
                                    [](const Outgoing& item) { return item.kind == Outgoing::Kind::Close; });
   // From now on the peer must at least take what waits before the close frame.
-  if (closing && phase_ == Phase::Open) armDeadline(limits_.closing, &BeastWebSocket::closingLimitReached);
+  if (closing && phase_ == Phase::Open) armDeadline(limits_.closing, &ClientWebSocket::closingLimitReached);
   sendOutgoing();
 }
 
-void BeastWebSocket::sendOutgoing() {
+void ClientWebSocket::sendOutgoing() {
   while (!outgoing_.empty() && stream().gatheredBytes() < GatheringStream::kHighWater) {
     const Outgoing item = std::move(outgoing_.front());
     outgoing_.pop_front();
@@ -110,45 +110,45 @@ void BeastWebSocket::sendOutgoing() {
   if (phase_ == Phase::Open) stream().flush();
 }
 
-void BeastWebSocket::sendOne(const Outgoing& item) {
+void ClientWebSocket::sendOne(const Outgoing& item) {
   if (item.kind == Outgoing::Kind::Close) return startClosing();
   if (phase_ != Phase::Open) return;
   stream().gather(item.kind == Outgoing::Kind::Text ? Opcode::Text : Opcode::Ping, *item.text);
 }
 
-void BeastWebSocket::outputDrained() {
+void ClientWebSocket::outputDrained() {
   sendOutgoing();
   // The close frame has left: from now on the peer has its time to answer, once.
   if (phase_ == Phase::Open && stream().isSealedAndSent()) {
-    armDeadline(limits_.closing, &BeastWebSocket::closingLimitReached);
+    armDeadline(limits_.closing, &ClientWebSocket::closingLimitReached);
   }
   readOnAfterOutput();
 }
 
-void BeastWebSocket::outputFailed(const error_code& error) {
+void ClientWebSocket::outputFailed(const error_code& error) {
   if (phase_ == Phase::Parting) return end();
   if (phase_ != Phase::Connecting && phase_ != Phase::Open) return;
   writeError_ = error;
   // Over TLS a server that takes exception to the client says so in what is read next.
   if (phase_ == Phase::Connecting && stream().tlsSession() == nullptr) return reportWriteError();
-  armDeadline(kLastWords, &BeastWebSocket::reportWriteError);
+  armDeadline(kLastWords, &ClientWebSocket::reportWriteError);
   readOnAfterOutput();
 }
 
 /// A peer that asks for answers and does not read them cannot make us take memory without bound.
-void BeastWebSocket::readOnAfterOutput() {
+void ClientWebSocket::readOnAfterOutput() {
   if (!waitsForOutput_ || stream().gatheredBytes() > GatheringStream::kHighWater) return;
   waitsForOutput_ = false;
   asio::post(context_, [self = shared_from_this()] { self->takeFrames(); });
 }
 
-void BeastWebSocket::reportWriteError() {
+void ClientWebSocket::reportWriteError() {
   fail(websocket_error::kWriteFailed, "writing failed: " + writeError_->message());
 }
 
 // ---- Closing
 
-void BeastWebSocket::startClosing() {
+void ClientWebSocket::startClosing() {
   if (phase_ == Phase::Open) {
     return stream().sealWith(close_codes::kNormal);
   }
@@ -157,15 +157,15 @@ void BeastWebSocket::startClosing() {
   end();
 }
 
-void BeastWebSocket::closingLimitReached() {
+void ClientWebSocket::closingLimitReached() {
   if (stream().sentBytes() != sentWhenArmed_) {
-    return armDeadline(limits_.closing, &BeastWebSocket::closingLimitReached);
+    return armDeadline(limits_.closing, &ClientWebSocket::closingLimitReached);
   }
   takeTerminalEvent();
   end();
 }
 
-void BeastWebSocket::fail(Error error) {
+void ClientWebSocket::fail(Error error) {
   if (takeTerminalEvent()) {
     deliver(
         [error = std::make_unique<Error>(std::move(error))](WebSocketDelegate& delegate, WebSocket& socket) {
@@ -175,30 +175,30 @@ void BeastWebSocket::fail(Error error) {
   end();
 }
 
-void BeastWebSocket::fail(int code, std::string description) {
+void ClientWebSocket::fail(int code, std::string description) {
   fail({websocket_error::kDomain, code, std::move(description)});
 }
 
-void BeastWebSocket::reportClosed(int code, OptionalString reason, bool wasClean) {
+void ClientWebSocket::reportClosed(int code, OptionalString reason, bool wasClean) {
   if (!takeTerminalEvent()) return;
   deliver([code, reason = std::move(reason), wasClean](WebSocketDelegate& delegate, WebSocket& socket) {
     delegate.webSocket_didCloseWithCode_reason_wasClean(socket, code, reason, wasClean);
   });
 }
 
-bool BeastWebSocket::takeTerminalEvent() {
+bool ClientWebSocket::takeTerminalEvent() {
   state_ = WebSocketState::Closed;
   recorder_.stop();
   return !std::exchange(reported_, true);
 }
 
-void BeastWebSocket::part() {
+void ClientWebSocket::part() {
   phase_ = Phase::Parting;
   outgoing_.clear();
-  armDeadline(limits_.closing, &BeastWebSocket::end);
+  armDeadline(limits_.closing, &ClientWebSocket::end);
 }
 
-void BeastWebSocket::end() {
+void ClientWebSocket::end() {
   if (std::exchange(phase_, Phase::Ended) == Phase::Ended) return;
   state_ = WebSocketState::Closed;
   disarmDeadline();
@@ -212,7 +212,7 @@ void BeastWebSocket::end() {
   stream().cancel();
 }
 
-void BeastWebSocket::armDeadline(Seconds delay, Expiry expiry) {
+void ClientWebSocket::armDeadline(Seconds delay, Expiry expiry) {
   sentWhenArmed_ = stream().sentBytes();
   deadline_.expires_after(toTimerSpan(delay));
   deadline_.async_wait(
@@ -221,7 +221,7 @@ void BeastWebSocket::armDeadline(Seconds delay, Expiry expiry) {
       });
 }
 
-void BeastWebSocket::disarmDeadline() {
+void ClientWebSocket::disarmDeadline() {
   ++deadlineNumber_;
   deadline_.cancel();
 }

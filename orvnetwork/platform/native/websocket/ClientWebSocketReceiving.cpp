@@ -1,6 +1,6 @@
 // What comes from the peer: messages, control frames and the end; and how much of it may wait for the main thread.
 
-#include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
+#include "orvnetwork/platform/native/websocket/ClientWebSocket.h"
 
 #include <orvnetwork/platform/native/websocket/MemoryReturn.h>
 #include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
@@ -13,13 +13,13 @@
 
 namespace orv {
 
-void BeastWebSocket::inputCame() {
+void ClientWebSocket::inputCame() {
   isReading_ = false;
   if (phase_ == Phase::Connecting) return lookAtAnswer();
   takeFrames();
 }
 
-void BeastWebSocket::inputEnded(const error_code& error) {
+void ClientWebSocket::inputEnded(const error_code& error) {
   if (phase_ == Phase::Connecting) return handshakeEnded(error);
   if (phase_ != Phase::Open) return;
   if (writeError_) return reportWriteError();
@@ -28,13 +28,13 @@ void BeastWebSocket::inputEnded(const error_code& error) {
   end();
 }
 
-void BeastWebSocket::readMore() {
+void ClientWebSocket::readMore() {
   isReading_ = true;
   stream().read();
 }
 
 /// Deals with the input frame by frame, and goes on reading unless something has to wait. Whatever that was calls again.
-void BeastWebSocket::takeFrames() {
+void ClientWebSocket::takeFrames() {
   if (phase_ != Phase::Open || isReading_ || waitsForOutput_ || readingPaused_) return;
   for (bool goesOn = true; goesOn;) {
     std::string_view left = stream().input();
@@ -50,7 +50,7 @@ void BeastWebSocket::takeFrames() {
 }
 
 /// False when no more frames are to be dealt with now.
-bool BeastWebSocket::act(FrameReader::Event event) {
+bool ClientWebSocket::act(FrameReader::Event event) {
   switch (event) {
     case FrameReader::Event::NeedsMore:
       return false;
@@ -73,13 +73,13 @@ bool BeastWebSocket::act(FrameReader::Event event) {
 
 /// Whether no more than `most` waits, with what there is of the message that is being read. However long that is, it
 /// may be read when nothing else waits.
-bool BeastWebSocket::holdsAtMost(std::size_t most) const {
+bool ClientWebSocket::holdsAtMost(std::size_t most) const {
   const std::size_t waiting = undelivered_;
   return waiting == 0 || waiting + incomplete_ <= most;
 }
 
 /// True when too much waits for the main thread: then the message that makes room goes on reading.
-bool BeastWebSocket::pauseReading() {
+bool ClientWebSocket::pauseReading() {
   incomplete_ = reader_.unfinished();
   if (holdsAtMost(limits_.undeliveredBytes)) return false;
   readingPaused_ = true;
@@ -88,11 +88,11 @@ bool BeastWebSocket::pauseReading() {
 }
 
 /// A part of the room has to be free again, so that a busy main thread does not wake this one for each message.
-bool BeastWebSocket::resumesReading() {
+bool ClientWebSocket::resumesReading() {
   return holdsAtMost(limits_.undeliveredBytes / 4 * 3) && readingPaused_.exchange(false);
 }
 
-void BeastWebSocket::deliverMessage(bool isText) {
+void ClientWebSocket::deliverMessage(bool isText) {
   connector_.rememberAddress();
   auto message = std::make_unique<WebSocketMessage>();
   message->isText = isText;
@@ -112,13 +112,13 @@ void BeastWebSocket::deliverMessage(bool isText) {
   });
 }
 
-bool BeastWebSocket::answerPing() {
+bool ClientWebSocket::answerPing() {
   stream().gather(Opcode::Pong, reader_.controlPayload());
   waitsForOutput_ = stream().gatheredBytes() > GatheringStream::kHighWater;
   return !waitsForOutput_;
 }
 
-void BeastWebSocket::deliverPong() {
+void ClientWebSocket::deliverPong() {
   if (!holdsAtMost(limits_.undeliveredBytes)) return;
   auto payload = std::make_unique<std::string>(reader_.controlPayload());
   deliver([share = shareOf(payload->size()), payload = std::move(payload)](WebSocketDelegate& delegate,
@@ -128,7 +128,7 @@ void BeastWebSocket::deliverPong() {
 }
 
 /// The peer's close frame, or a rule that it has broken.
-void BeastWebSocket::onEnd(FrameReader::Event event) {
+void ClientWebSocket::onEnd(FrameReader::Event event) {
   const FrameReader::End& end = reader_.end();
   stream().sealWith(end.answer);
   OptionalString reason;
@@ -137,20 +137,20 @@ void BeastWebSocket::onEnd(FrameReader::Event event) {
   part();
 }
 
-std::shared_ptr<void> BeastWebSocket::shareOf(std::size_t size) {
+std::shared_ptr<void> ClientWebSocket::shareOf(std::size_t size) {
   if ((undelivered_ += size + kEventCost) > kFlood) flooded_ = true;
   struct Share {
-    Share(std::shared_ptr<BeastWebSocket> of, std::size_t bytes) : socket(std::move(of)), size(bytes) {}
+    Share(std::shared_ptr<ClientWebSocket> of, std::size_t bytes) : socket(std::move(of)), size(bytes) {}
     Share(const Share&) = delete;
     Share& operator=(const Share&) = delete;
     ~Share() { socket->letGo(size); }
-    const std::shared_ptr<BeastWebSocket> socket;
+    const std::shared_ptr<ClientWebSocket> socket;
     const std::size_t size;
   };
   return std::make_shared<Share>(shared_from_this(), size + kEventCost);
 }
 
-void BeastWebSocket::letGo(std::size_t size) {
+void ClientWebSocket::letGo(std::size_t size) {
   if ((undelivered_ -= size) < kCalm && flooded_.exchange(false)) giveMemoryBackSoon();
   if (!resumesReading()) return;
   asio::post(context_, [self = shared_from_this()] { self->takeFrames(); });

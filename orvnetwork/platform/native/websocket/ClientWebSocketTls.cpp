@@ -2,7 +2,7 @@
 // is written down, be it good or not. With TLS 1.3 a server looks at the client's certificate when the handshake is
 // over for the client: what it says then comes with a later read.
 
-#include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
+#include "orvnetwork/platform/native/websocket/ClientWebSocket.h"
 
 #include <orvnetwork/platform/TlsSettings.h>
 #include <orvnetwork/platform/native/tls/TlsContexts.h>
@@ -15,7 +15,7 @@
 namespace orv {
 
 /// False when the settings are of no use; the attempt has failed then.
-bool BeastWebSocket::prepareTls() {
+bool ClientWebSocket::prepareTls() {
   auto context = tlsContextFor(request_.network ? request_.network->tls : TlsSettings{});
   if (!context) {
     fail(std::move(context).error());
@@ -25,7 +25,7 @@ bool BeastWebSocket::prepareTls() {
   return true;
 }
 
-void BeastWebSocket::startTls(const WebSocketUrl& url) {
+void ClientWebSocket::startTls(const WebSocketUrl& url) {
   recorder_.begin(ConnectStep::Tls);
   const bool resumes = !request_.network || request_.network->tls.resumes;
   SSL* const session = newTlsSession(std::move(tlsContext_), {url.host, url.port, resumes});
@@ -35,7 +35,7 @@ void BeastWebSocket::startTls(const WebSocketUrl& url) {
   });
 }
 
-void BeastWebSocket::onTls(const WebSocketUrl& url, const error_code& error) {
+void ClientWebSocket::onTls(const WebSocketUrl& url, const error_code& error) {
   recorder_.end(ConnectStep::Tls);
   recordTls();
   if (error.category() == asio::error::get_misc_category() || error == asio::ssl::error::stream_truncated) {
@@ -47,7 +47,7 @@ void BeastWebSocket::onTls(const WebSocketUrl& url, const error_code& error) {
   startHandshake(url);
 }
 
-void BeastWebSocket::recordTls() {
+void ClientWebSocket::recordTls() {
   ConnectReport report;
   reportTls(stream().tlsSession(), report);
   recorder_.chainCame(std::move(report.chain));
@@ -57,11 +57,11 @@ void BeastWebSocket::recordTls() {
   }
 }
 
-bool BeastWebSocket::isTlsError(const error_code& error) {
+bool ClientWebSocket::isTlsError(const error_code& error) {
   return error.category() == asio::error::get_ssl_category();
 }
 
-Error BeastWebSocket::errorOf(const error_code& error) {
+Error ClientWebSocket::errorOf(const error_code& error) {
   if (isTlsError(error)) {
     return tlsSessionError(stream().tlsSession(), static_cast<unsigned long>(error.value()));
   }

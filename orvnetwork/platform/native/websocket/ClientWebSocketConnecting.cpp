@@ -3,7 +3,7 @@
 // none goes on once the socket has been closed. What each has met is written down for `connectReport`.
 // An answer other than 101 fails at once, by its status alone, whatever body follows.
 
-#include "orvnetwork/platform/native/websocket/BeastWebSocket.h"
+#include "orvnetwork/platform/native/websocket/ClientWebSocket.h"
 
 #include <orvnetwork/platform/ProxyChoice.h>
 #include <orvnetwork/platform/detail/Credentials.h>
@@ -36,7 +36,7 @@ std::string randomKey() {
 
 }  // namespace
 
-void BeastWebSocket::startConnecting(const ProxyVariables& variables) {
+void ClientWebSocket::startConnecting(const ProxyVariables& variables) {
   if (phase_ != Phase::Idle) return;
   phase_ = Phase::Connecting;
   recorder_.start();
@@ -47,13 +47,13 @@ void BeastWebSocket::startConnecting(const ProxyVariables& variables) {
   if (!way) return fail(way.error());
   proxy_ = way->proxy;
   if (proxy_) recorder_.goesThrough(shownProxy(*proxy_));
-  armDeadline(request_.connectTimeout, &BeastWebSocket::connectTimedOut);
+  armDeadline(request_.connectTimeout, &ClientWebSocket::connectTimedOut);
   if (url->secure && !prepareTls()) return;
   connector_.start(proxy_ ? proxy_->host : url->host, proxy_ ? proxy_->port : url->port, shared_from_this(),
                    [this, url = *url](const std::optional<Error>& error) { onConnected(url, error); });
 }
 
-void BeastWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Error>& error) {
+void ClientWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Error>& error) {
   if (phase_ != Phase::Connecting) return;
   if (error) return fail(proxy_ ? errorOfProxy(*proxy_, *error) : *error);
   error_code ignored;
@@ -69,7 +69,7 @@ void BeastWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Er
   }
 }
 
-void BeastWebSocket::askProxy(const WebSocketUrl& url) {
+void ClientWebSocket::askProxy(const WebSocketUrl& url) {
   recorder_.begin(ConnectStep::Proxy);
   tunnel_.start(*proxy_, url.host, url.port, shared_from_this(),
                 [this, url](const std::optional<Error>& error) {
@@ -81,7 +81,7 @@ void BeastWebSocket::askProxy(const WebSocketUrl& url) {
 }
 
 /// The bytes of the socket are the server's from here on.
-void BeastWebSocket::onWayOpen(const WebSocketUrl& url) {
+void ClientWebSocket::onWayOpen(const WebSocketUrl& url) {
   if (url.secure) {
     startTls(url);
   } else {
@@ -89,7 +89,7 @@ void BeastWebSocket::onWayOpen(const WebSocketUrl& url) {
   }
 }
 
-void BeastWebSocket::startHandshake(const WebSocketUrl& url) {
+void ClientWebSocket::startHandshake(const WebSocketUrl& url) {
   recorder_.begin(ConnectStep::Upgrade);
   key_ = randomKey();
   stream().gather(upgradeRequest(url, key_));
@@ -97,7 +97,7 @@ void BeastWebSocket::startHandshake(const WebSocketUrl& url) {
   readMore();
 }
 
-void BeastWebSocket::lookAtAnswer() {
+void ClientWebSocket::lookAtAnswer() {
   const HandshakeGate::State state = gate_.look(stream().input());
   if (state == HandshakeGate::State::Waiting) return readMore();
   recorder_.end(ConnectStep::Upgrade);
@@ -110,7 +110,7 @@ void BeastWebSocket::lookAtAnswer() {
   onAgreement(header);
 }
 
-void BeastWebSocket::refuseAnswer() {
+void ClientWebSocket::refuseAnswer() {
   if (gate_.isTooLong()) {
     return fail(websocket_error::kBadHandshake,
                 "the header of the server's answer to the handshake is too long");
@@ -123,7 +123,7 @@ void BeastWebSocket::refuseAnswer() {
        "the server answered the handshake with HTTP status " + std::to_string(*gate_.status()));
 }
 
-void BeastWebSocket::onAgreement(const std::string& header) {
+void ClientWebSocket::onAgreement(const std::string& header) {
   if (auto flaw = flawOfUpgrade(header, key_)) return fail(websocket_error::kBadHandshake, *std::move(flaw));
   // When close() was quicker, its request is in the queue and ends the attempt.
   auto expected = WebSocketState::Connecting;
@@ -135,7 +135,7 @@ void BeastWebSocket::onAgreement(const std::string& header) {
   takeFrames();
 }
 
-void BeastWebSocket::handshakeEnded(const error_code& error) {
+void ClientWebSocket::handshakeEnded(const error_code& error) {
   recorder_.end(ConnectStep::Upgrade);
   if (isTlsError(error)) return fail(errorOf(error));
   if (writeError_) return reportWriteError();
@@ -144,7 +144,7 @@ void BeastWebSocket::handshakeEnded(const error_code& error) {
   end();
 }
 
-void BeastWebSocket::connectTimedOut() {
+void ClientWebSocket::connectTimedOut() {
   recorder_.openTriesFailed({websocket_error::kSystemDomain, ETIMEDOUT, "no answer within the time limit"});
   if (proxy_) return fail(proxyTimedOut(*proxy_));
   fail(websocket_error::kTimedOut, "no connection within the time limit");

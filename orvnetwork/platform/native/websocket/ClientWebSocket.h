@@ -34,11 +34,11 @@ class TlsContext;
 ///
 /// The frames are the codec's; what follows from them is decided here. We answer a close frame with a code of our own,
 /// go on delivering messages while we wait for the peer's, and never wait without bound.
-class BeastWebSocket final : public WebSocket,
-                             public std::enable_shared_from_this<BeastWebSocket>,
-                             private GatheringStream::Owner {
+class ClientWebSocket final : public WebSocket,
+                              public std::enable_shared_from_this<ClientWebSocket>,
+                              private GatheringStream::Owner {
  public:
-  BeastWebSocket(WebSocketRequest request, Executor& mainQueue, NativeWebSocketLimits limits);
+  ClientWebSocket(WebSocketRequest request, Executor& mainQueue, NativeWebSocketLimits limits);
 
   void setDelegate(WebSocketDelegate* delegate) override { delegate_ = delegate; }
   void open() override;
@@ -55,7 +55,7 @@ class BeastWebSocket final : public WebSocket,
   static constexpr std::size_t kFlood = std::size_t{32} << 20;
   static constexpr std::size_t kCalm = std::size_t{1} << 20;
 
-  using Expiry = void (BeastWebSocket::*)();
+  using Expiry = void (ClientWebSocket::*)();
 
   enum class Phase {
     Idle,        // -> Connecting by open, Ended by close
@@ -168,7 +168,7 @@ class BeastWebSocket final : public WebSocket,
 };
 
 template <typename Call>
-void BeastWebSocket::deliver(Call call) {
+void ClientWebSocket::deliver(Call call) {
   mainQueue_.post([self = shared_from_this(), call = std::move(call)]() mutable {
     if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
   });
