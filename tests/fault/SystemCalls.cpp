@@ -16,7 +16,9 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace orv::test::system_calls {
 
@@ -30,15 +32,17 @@ std::atomic<const char*> failedCall{nullptr};
 std::string failingCall;
 thread_local bool isAskingThread = false;
 
-bool isCounted(Kind kind) {
-  if (kind == Kind::File && isAskingThread) return true;
+thread_local std::function<void(int)> beforeSend;
+
+bool isCounted(Kind kind, const char* call) {
+  if (isAskingThread && (kind == Kind::File || std::strcmp(call, "send") == 0)) return true;
   char name[16] = "";
   return ::pthread_getname_np(::pthread_self(), name, sizeof name) == 0 && std::strncmp(name, "orv-", 4) == 0;
 }
 
 /// Whether this call has to fail; `error` is then its `errno`.
 bool fails(Kind kind, const char* call, int error) {
-  if (failIn == 0 || kind != failingKind || !isCounted(kind)) return false;
+  if (failIn == 0 || kind != failingKind || !isCounted(kind, call)) return false;
   if (!failingCall.empty() && failingCall != call) return false;
   if (++made != failIn) return false;
   failedCall = call;
@@ -65,6 +69,10 @@ void letPass() {
   failIn = 0;
 }
 
+void holdUpNextSend(std::function<void(int)> meanwhile) {
+  beforeSend = std::move(meanwhile);
+}
+
 std::string failed() {
   const char* const call = failedCall;
   return call != nullptr ? call : "";
@@ -72,6 +80,7 @@ std::string failed() {
 
 }  // namespace orv::test::system_calls
 
+using orv::test::system_calls::beforeSend;
 using orv::test::system_calls::fails;
 using orv::test::system_calls::Kind;
 
@@ -118,8 +127,6 @@ ORV_WRAP(Kind::Socket, int, -1, setsockopt, ENOBUFS,
          (socket, level, name, value, size))
 ORV_WRAP(Kind::Socket, int, -1, epoll_ctl, ENOSPC, (int epoll, int operation, int file, epoll_event* event),
          (epoll, operation, file, event))
-ORV_WRAP(Kind::Socket, ssize_t, -1, send, EPIPE, (int socket, const void* from, size_t size, int flags),
-         (socket, from, size, flags))
 ORV_WRAP(Kind::Socket, ssize_t, -1, sendmsg, EPIPE, (int socket, const msghdr* message, int flags),
          (socket, message, flags))
 ORV_WRAP(Kind::Socket, ssize_t, -1, recv, ECONNRESET, (int socket, void* into, size_t size, int flags),
@@ -130,11 +137,18 @@ ORV_WRAP(Kind::Socket, int, -1, shutdown, ENOTCONN, (int socket, int how), (sock
 
 extern "C" {
 int realOpen(const char* path, int flags, ...) asm("__real_open");
+ssize_t realSend(int socket, const void* from, size_t size, int flags) asm("__real_send");
+ssize_t wrapSend(int socket, const void* from, size_t size, int flags) asm("__wrap_send");
 int wrapOpen(const char* path, int flags, ...) asm("__wrap_open");
 int realFcntl(int file, int command, ...) asm("__real_fcntl");
 int wrapFcntl(int file, int command, ...) asm("__wrap_fcntl");
 int realIoctl(int file, unsigned long request, ...) asm("__real_ioctl");
 int wrapIoctl(int file, unsigned long request, ...) asm("__wrap_ioctl");
+
+ssize_t wrapSend(int socket, const void* from, size_t size, int flags) {
+  if (beforeSend) std::exchange(beforeSend, nullptr)(socket);
+  return fails(Kind::Socket, "send", EPIPE) ? -1 : realSend(socket, from, size, flags);
+}
 
 int wrapOpen(const char* path, int flags, ...) {
   va_list rest;

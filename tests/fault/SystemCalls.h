@@ -1,14 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace orv::test {
 
 /// System calls that this program makes through the linker's wrappers (see the list in tests/CMakeLists.txt), which are
 /// counted, and one of which can be made to fail, with an error that such a call may tell. Counted are calls of the
-/// library's own threads, whose names begin with "orv-", and those for files on the thread that has asked for it too; a
-/// test's other threads go on undisturbed.
+/// library's own threads, whose names begin with "orv-", and on the thread that has asked for it those for files and `send`,
+/// which the library calls there too; a test's other threads go on undisturbed.
 namespace system_calls {
 
 /// What a call has to do with.
@@ -20,6 +21,8 @@ void failAt(Kind kind, std::uint64_t n);
 void failAt(Kind kind, const std::string& call, std::uint64_t n);
 /// Lets no call fail any more.
 void letPass();
+/// Holds the next `send` of this thread up: before it is made, `meanwhile` runs and is told its socket.
+void holdUpNextSend(std::function<void(int socket)> meanwhile);
 /// The name of the call that has failed; empty when none has.
 std::string failed();
 

@@ -30,7 +30,8 @@ namespace orv {
 class TlsContext;
 
 /// The WebSocket client. Callers on any thread leave what they want in a queue and an atomic state; all else
-/// is done on the network thread. Every operation under way there holds a reference to the socket.
+/// is done on the network thread. Every operation under way there holds a reference to the socket. Only a text that finds
+/// nothing waiting before it, over plain TCP, is written by the caller itself, which then has the right to (`OutgoingQueue`).
 ///
 /// The frames are the codec's; what follows from them is decided here. We answer a close frame with a code of our own,
 /// go on delivering messages while we wait for the peer's, and never wait without bound.
@@ -66,6 +67,8 @@ class ClientWebSocket final : public WebSocket,
   };
 
   // Any thread.
+  void writeAtOnce(const std::string& text);
+  void turnEnded();
   void enqueue(Outgoing item);
 
   // Connecting.
@@ -85,6 +88,10 @@ class ClientWebSocket final : public WebSocket,
   void connectTimedOut();
 
   // Sending.
+  bool ownsOutputOrAsks();
+  void rightCame();
+  void giveRightBack();
+  void outgoingCame();
   void takeOutgoing();
   void sendOutgoing();
   void sendOne(const Outgoing& item);
@@ -98,6 +105,7 @@ class ClientWebSocket final : public WebSocket,
   void inputEnded(const error_code& error) override;
   void readMore();
   void takeFrames();
+  FrameReader::Event nextEvent(std::string_view& bytes);
   bool act(FrameReader::Event event);
   bool answerPing();
   void deliverMessage(bool isText);
@@ -113,6 +121,7 @@ class ClientWebSocket final : public WebSocket,
   void fail(Error error);
   void fail(int code, std::string description);
   void reportClosed(int code, OptionalString reason, bool wasClean);
+  void streamEnded();
   bool takeTerminalEvent();
   void part();
   void partingEnded() override { end(); }
@@ -155,6 +164,10 @@ class ClientWebSocket final : public WebSocket,
   FrameReader reader_;
   bool isReading_ = false;
   bool waitsForOutput_ = false;  // with reading, until the peer has taken what was answered
+  bool ownsOutput_ = true;       // has the right to write: `stream_`'s output is this thread's
+  // What waits until the right has come.
+  std::optional<FrameReader::Event> postponed_;
+  bool endPostponed_ = false;
   TcpConnector connector_;
   std::optional<Proxy> proxy_;  // until it has opened the way
   ProxyTunnel tunnel_;

@@ -7,6 +7,7 @@
 #include <orvnetwork/platform/native/websocket/codec/Opcode.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,6 +25,15 @@ void ClientWebSocket::inputEnded(const error_code& error) {
   if (phase_ != Phase::Open) return;
   if (writeError_) return reportWriteError();
   if (!stream().sawEnd()) return fail(errorOf(error));
+  streamEnded();
+}
+
+/// The peer ended the stream without a close frame. A caller that is writing at this moment may meet an error that says
+/// more: it is waited for.
+void ClientWebSocket::streamEnded() {
+  endPostponed_ = !ownsOutputOrAsks();
+  if (endPostponed_) return;
+  if (writeError_) return reportWriteError();
   reportClosed(close_codes::kGoingAway, close_codes::kStreamEndReason, false);
   end();
 }
@@ -39,14 +49,25 @@ void ClientWebSocket::takeFrames() {
   for (bool goesOn = true; goesOn;) {
     std::string_view left = stream().input();
     const std::size_t size = left.size();
-    const FrameReader::Event event = reader_.next(left);
-    goesOn = act(event);
+    const FrameReader::Event event = nextEvent(left);
+    goesOn = !postponed_ && act(event);
     stream().used(size - left.size());
     if (phase_ != Phase::Open || pauseReading()) break;
     if (event == FrameReader::Event::NeedsMore) readMore();
   }
-  if (phase_ == Phase::Open) stream().flush();
+  if (phase_ == Phase::Open && ownsOutput_) stream().flush();
   if (phase_ == Phase::Parting) stream().part();
+  giveRightBack();
+}
+
+/// What comes next. What asks for something to be written is postponed until we may write.
+FrameReader::Event ClientWebSocket::nextEvent(std::string_view& bytes) {
+  const FrameReader::Event event = postponed_ ? *postponed_ : reader_.next(bytes);
+  const bool isAnswered = event == FrameReader::Event::Ping || event == FrameReader::Event::Close ||
+                          event == FrameReader::Event::Fault;
+  postponed_.reset();
+  if (isAnswered && !ownsOutputOrAsks()) postponed_ = event;
+  return event;
 }
 
 /// False when no more frames are to be dealt with now.

@@ -4,9 +4,13 @@
 #include <orvnetwork/platform/native/websocket/codec/FrameWriter.h>
 
 #include <boost/asio/ssl/error.hpp>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstddef>
+#include <utility>
 
 namespace orv {
 
@@ -38,6 +42,29 @@ void GatheringStream::flush() {
   writeOn();
 }
 
+void GatheringStream::writeNow() {
+  gathered_.swap(leaving_);
+  left_ = 0;
+  writing_ = true;
+  while (left_ < leaving_.size()) {
+    const auto count = ::send(socket_.native_handle(), leaving_.data() + left_, leaving_.size() - left_,
+                              MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && errno != EAGAIN) errorOfNow_.assign(errno, boost::system::system_category());
+    if (count < 0) return;
+    left_ += static_cast<std::size_t>(count);
+    sentBytes_ += static_cast<std::size_t>(count);
+  }
+  writing_ = false;
+  leaving_.clear(kKeptOutput);
+}
+
+void GatheringStream::goOn() {
+  if (!writing_) return;
+  if (errorOfNow_) return onWritten(std::exchange(errorOfNow_, {}), 0);
+  writeOn();
+}
+
 void GatheringStream::writeOn() {
   onLowest([this](auto& stream) {
     stream.async_write_some(asio::const_buffer(leaving_.data() + left_, leaving_.size() - left_),
@@ -58,8 +85,9 @@ void GatheringStream::onWritten(const error_code& error, std::size_t size) {
     gathered_.clear();
     return owner_.outputFailed(error);
   }
+  if (!gathered_.empty() || parting_) flush();
+  // The last thing here: the owner may let others write.
   owner_.outputDrained();
-  flush();
 }
 
 // ---- Input

@@ -30,7 +30,8 @@ using boost::system::error_code;
 /// What is sent is gathered: it goes into a buffer, which leaves in one system call with `flush`. What is read comes through
 /// a buffer too, so that many small frames cost one system call.
 ///
-/// All operations belong to the network thread.
+/// Input and the end belong to the network thread. Output belongs to whoever has the right to write: the network thread, or
+/// for a moment, over plain TCP, another one that gathers and calls `writeNow`.
 class GatheringStream {
  public:
   using Socket = asio::basic_stream_socket<asio::ip::tcp, asio::io_context::executor_type>;
@@ -82,6 +83,14 @@ class GatheringStream {
   void sealWith(int closeCode);
   /// Writes what was gathered, unless a write is under way: then it follows that one.
   void flush();
+
+  /// Writes what was gathered on the calling thread, as much as the system takes without waiting. Plain TCP only, while no
+  /// write is under way. Tells nobody of a failure.
+  void writeNow();
+  /// Goes on with what `writeNow` has left, or tells of its failure. On the network thread, once after it.
+  void goOn();
+  /// All has left, and more may follow.
+  bool isIdle() const { return gathered_.empty() && !writing_ && takesOutput(); }
 
   /// The last frame has left.
   bool isSealedAndSent() const { return sealed_ && gathered_.empty() && !writing_; }
@@ -138,6 +147,7 @@ class GatheringStream {
   std::size_t left_ = 0;
   std::uint64_t sentBytes_ = 0;
   error_code writeError_;
+  error_code errorOfNow_;  // of `writeNow`, until it is told
   bool writing_ = false;
   bool sealed_ = false;
   bool parting_ = false;

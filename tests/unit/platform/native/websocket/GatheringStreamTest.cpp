@@ -116,6 +116,66 @@ TEST_F(GatheringStreamTest, ThrowsAwayWhatComesAfterTheLastFrame) {
   EXPECT_TRUE(stream.isSealedAndSent());
 }
 
+TEST_F(GatheringStreamTest, WritesAtOnceOnTheCallingThreadAndIsIdleThen) {
+  EXPECT_TRUE(stream.isIdle());
+  stream.gather("one ");
+  stream.gather("two");
+  EXPECT_FALSE(stream.isIdle());
+  stream.writeNow();
+  EXPECT_TRUE(stream.isIdle());
+  EXPECT_EQ(stream.sentBytes(), 7u);
+  EXPECT_EQ(receiveNow(), "one two");
+  stream.goOn();
+  stream.gather("three");
+  stream.writeNow();
+  EXPECT_EQ(receiveNow(), "three");
+  EXPECT_EQ(drained, 0);
+}
+
+TEST_F(GatheringStreamTest, WhatTheSystemDoesNotTakeAtOnceFollowsBeforeAllElse) {
+  std::string sent;
+  while (stream.isIdle()) {
+    const std::string piece(100'000, static_cast<char>('a' + sent.size() / 100'000 % 26));
+    stream.gather(piece);
+    stream.writeNow();
+    sent += piece;
+    ASSERT_LT(sent.size(), 500'000'000u) << "the peer takes nothing";
+  }
+  stream.gather("the end");
+  sent += "the end";
+  EXPECT_LT(stream.sentBytes(), sent.size() - 7);
+  stream.goOn();
+  std::string received;
+  while (received.size() < sent.size()) {
+    received += receiveNow();
+    loop.restart();
+    loop.poll();
+  }
+  EXPECT_TRUE(received == sent);
+  EXPECT_TRUE(stream.isIdle());
+}
+
+TEST_F(GatheringStreamTest, AFailureOfWritingAtOnceIsToldWhenItIsGoneOn) {
+  stream.socket().shutdown(GatheringStream::Socket::shutdown_send);
+  stream.gather("text");
+  stream.writeNow();
+  EXPECT_FALSE(stream.isIdle());
+  EXPECT_EQ(failures.size(), 0u);
+  stream.goOn();
+  EXPECT_EQ(failures, std::vector<error_code>{asio::error::broken_pipe});
+  EXPECT_FALSE(stream.isIdle());
+  stream.goOn();
+  EXPECT_EQ(failures.size(), 1u);
+}
+
+TEST_F(GatheringStreamTest, IsNotIdleOnceItIsSealed) {
+  stream.sealWith(1000);
+  stream.flush();
+  turnUntil([this] { return drained == 1; });
+  EXPECT_TRUE(stream.isSealedAndSent());
+  EXPECT_FALSE(stream.isIdle());
+}
+
 TEST_F(GatheringStreamTest, TellsALateWriteErrorOnceAndTakesNothingMore) {
   stream.socket().shutdown(GatheringStream::Socket::shutdown_send);
   stream.gather("text");
