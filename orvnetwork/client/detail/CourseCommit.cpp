@@ -57,8 +57,7 @@ CourseCommit commitRead(const CourseListName& list, const CourseRowsPointer& row
       courses.push_back(std::move(course));
     }
   }
-  commit.isDone = commit.opened == read.opened &&
-                  CourseStore::getInstance().takeOver(list, read.opened, courses, read.isWhole, read.by);
+  commit.isDone = CourseStore::getInstance().takeOver(list, read.opened, courses, read.isWhole, read.by);
   if (commit.isDone) takeRows(commit, rows);
   return commit;
 }

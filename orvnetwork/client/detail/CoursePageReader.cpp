@@ -128,10 +128,7 @@ void CoursePageReader::answered(const Reply& reply) {
       return fail(CourseListErrorKind::NoLink, reply.text());
     case ReplyOutcome::TimedOut:
     case ReplyOutcome::Cancelled:
-      if (isKeptBack()) {
-        request_.takeBack();
-        return fail(CourseListErrorKind::NoSession, "the server waits for a session");
-      }
+      if (isKeptBack()) return fail(CourseListErrorKind::NoSession, "the server waits for a session");
       if (!QXWebSocketMgr::standard().isOpen()) {
         return fail(CourseListErrorKind::NoLink, reply.text().empty() ? "the link was lost" : reply.text());
       }

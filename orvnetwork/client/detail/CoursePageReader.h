@@ -23,7 +23,7 @@ namespace orv::detail {
 /// last one does no harm. Main thread.
 ///
 /// A page that is not answered is asked for three times as long as the link is there. After 12 s without any end of the
-/// request the server is taken to keep it back until there is a session, and the request is taken back.
+/// request the server is taken to keep it back until there is a session.
 ///
 /// Only pages of the catalogue's owner are asked for and given: while a user is stored whose catalogue is not open, as
 /// happens while they sign in, it waits. Such a sign-in may be given up, without anybody hearing of another catalogue.
@@ -41,7 +41,7 @@ class CoursePageReader : public std::enable_shared_from_this<CoursePageReader> {
   /// Asks for a page, from 1 on, and calls back in a later turn of the main queue. The page before must have come.
   /// @param base see `makePage`
   void read(std::size_t page, CourseRowsPointer base, Callback callback);
-  /// Withdraws: nothing is called back any more.
+  /// Withdraws: nothing is called back any more, and a request that the server keeps back is not sent again.
   void cancel();
 
  private:

@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -82,6 +84,48 @@ class CourseListMoving : public CourseListFixture,
  private:
   const std::vector<Move> moves_ = moves();
 };
+
+/// What happens to the list behind a page, and shows with the page in front of it alone.
+class CourseListSlip : public CourseListFixture {
+ protected:
+  /// Lets it happen once, behind the request for a page.
+  void happenBehindPage(std::int64_t number, std::function<void()> deed) {
+    instead = [this, number, left = std::move(deed)](const json::object& frame) mutable {
+      if (frame.at("c") != "Course.Get.Items") return std::optional(json::object{{"ret", 0}});
+      json::object page = pageAsked(frame);
+      const bool isPage = frame.at("v").at("start").to_number<std::int64_t>() == number;
+      if (const auto now = isPage ? std::exchange(left, nullptr) : nullptr) now();
+      return std::optional(std::move(page));
+    };
+  }
+};
+
+TEST_F(CourseListSlip, IsSeenAlsoBehindACourseThatIsNew) {
+  auto list = loadedList(60);
+  // Nothing is known of what follows the last course of the first page.
+  recorded.insert(recorded.begin() + 29, another(1001));
+  happenBehindPage(1, [this] { taken(recorded, 0); });
+  list.refresh();
+  settle();
+  EXPECT_EQ(list.keys(), serverRooms(recorded));
+}
+
+TEST_F(CourseListSlip, APageThatHasBecomeTheLastOneHasNoneBehindIt) {
+  signIn();
+  listRooms(29, 1);
+  // What is no course counts for the length of the page, and is not among its rooms.
+  recorded.push_back(nullptr);
+  recorded.push_back(another(1001));
+  auto list = CourseList::recorded();
+  list.loadMore();
+  settle();
+  ASSERT_TRUE(list.canLoadMore()) << "the first page was full";
+  happenBehindPage(2, [this] { recorded.erase(recorded.begin() + 29, recorded.end()); });
+  list.loadMore();
+  settle();
+  EXPECT_EQ(list.keys(), rooms(29, 1));
+  EXPECT_TRUE(list.atEnd());
+}
 
 TEST_P(CourseListMoving, LoadingMissesNoCourseAndHasNoneTwice) {
   signIn();

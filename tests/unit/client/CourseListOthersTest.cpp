@@ -4,6 +4,8 @@
 
 #include "CourseListFixture.h"
 
+#include <string>
+
 namespace orv::course_list_others_test {
 namespace {
 
@@ -76,6 +78,57 @@ TEST_F(CourseListOthers, HasTheNewCourseAfterACreationWasFinished) {
   courses().courseCreateFinishedNotification({.name = "done", .object = nullptr, .userInfo = &info});
   runFor(3);
   EXPECT_EQ(list.keys(), serverRooms(recorded));
+}
+
+TEST_F(CourseListOthers, IsReadOnceMoreWhereAnythingMayBeDifferentJustAsAPageHasCome) {
+  signIn();
+  listRooms(10, 1);
+  getCourses(0, 10);
+  auto list = CourseList::recorded();
+  holdPages();
+  list.loadMore();
+  settle();
+  // A worker is to make the rows of a change, and behind it those of the page, when anything may be different.
+  platform.holdGlobalQueue(true);
+  const auto course = courses().getRecordCourseWithIndex(3);
+  course->title = "新";
+  courses().refreshRecordCourse(course);
+  settle();
+  courses().setCloudCourseDict(courses().cloudCourseDict());
+  settle();
+  answerHeld(pageOf(recorded));
+  // The main thread finds both.
+  platform.holdMainQueue(true);
+  platform.holdGlobalQueue(false);
+  settle();
+  platform.holdMainQueue(false);
+  instead = nullptr;
+  unlist(recorded, 5);
+  settle();
+  ASSERT_EQ(list.keys(), rooms(10, 1)) << "the page that has come";
+  runFor(1);
+  EXPECT_EQ(list.keys(), serverRooms(recorded));
+}
+
+TEST_F(CourseListOthers, ALoadWritesNoRecordAgainThatAnEarlierOneHasPutIn) {
+  signIn();
+  listRooms(65, 1);
+  auto list = CourseList::recorded();
+  for (int load = 0; load < 2; ++load) {
+    list.loadMore();
+    settle();
+  }
+  // News in the first page, which the next load does not read again.
+  recorded[3].as_object()["title"] = "新";
+  list.refresh();
+  settle();
+  const std::string file = *courses().cloudCourseFolder() + "/62.plist";
+  ASSERT_EQ(cloudFile(62)->at("title"), "新");
+  const auto written = platform.files().inode(file);
+  list.loadMore();
+  settle();
+  EXPECT_EQ(list.keys(), rooms(65, 1));
+  EXPECT_EQ(platform.files().inode(file), written);
 }
 
 TEST_F(CourseListOthers, TwoListsOfTheSameCoursesKeepEachOtherRight) {

@@ -220,6 +220,24 @@ TEST_F(Supervisor, DoesNotBlameTheServerForAPingThatABusyMainThreadSendsLate) {
   }
 }
 
+TEST_F(Supervisor, CountsTheSilenceFromTheMomentAtWhichABusyMainThreadHasSeenTheLinkComeUp) {
+  server.setAnswersPing(false);
+  start(unsupervised());
+  settle();
+  ASSERT_EQ(state(), LinkState::Confirming);
+  // The confirmation comes, and nobody looks at it.
+  platform.holdMainQueue(true);
+  server.send(1, "PONG");
+  runFor(40);
+  platform.holdMainQueue(false);
+  settle();
+  ASSERT_TRUE(link().isUp());
+  runFor(44.9);
+  EXPECT_TRUE(link().isUp()) << history();
+  runFor(0.2);
+  EXPECT_EQ(told().back(), "confirming noAnswer");
+}
+
 TEST_F(Supervisor, NoticesASilentServerThoughTheMainThreadIsBusyNowAndThen) {
   bringUp(unsupervised());
   runFor(1);
