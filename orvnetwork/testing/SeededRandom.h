@@ -4,6 +4,9 @@
 
 namespace orv::testing {
 
+/// A small generator of pseudo-random numbers: the same seed gives the same numbers on every machine, with every compiler
+/// and in every release, so that a seed that made a test fail can be kept. Not for secrets. One thread at a time.
+///
 /// A copy goes on with the same numbers as its original, so a test can run one part twice with the same chance.
 ///
 ///     SeededRandom random(seed);
@@ -14,8 +17,6 @@ namespace orv::testing {
 ///         send(texts[random.below(texts.size())]);
 ///       }
 ///     }
-/// A small generator of pseudo-random numbers: the same seed gives the same numbers on every machine, with every compiler
-/// and in every release, so that a seed that made a test fail can be kept. Not for secrets. One thread at a time.
 class SeededRandom {
  public:
   /// @param seed any number; 0 is as good as others

@@ -8,6 +8,9 @@
 
 namespace orv::testing {
 
+/// A background drain on a lane of its own: work that was reported is done when the seed gives it a turn, before or after
+/// what else is ready, as it would be on a thread. The simulation's one thread only.
+///
 /// Made by `SimulatedPlatform::makeBackgroundDrain`, and by a test that looks at the drain alone:
 ///
 ///     int written = 0;
@@ -15,8 +18,6 @@ namespace orv::testing {
 ///     drain.nudge();
 ///     drain.nudge();
 ///     platform.settle();   // written is 1: two reports, one call
-/// A background drain on a lane of its own: work that was reported is done when the seed gives it a turn, before or after
-/// what else is ready, as it would be on a thread. The simulation's one thread only.
 class ORV_EXPORT SimulatedBackgroundDrain final : public BackgroundDrain {
  public:
   /// @param drain does the work that was reported; called on the lane, never inside itself
