@@ -32,6 +32,8 @@ struct LinkReading {
   std::uint64_t messages = 0;
   /// When the last one of them came into this process; absent before the first.
   std::optional<SteadyTime> lastMessageAt;
+  /// How many requests have had no reply in time since the process began.
+  std::uint64_t timeouts = 0;
 
   /// Whether the link can be used: the socket is open and the server has confirmed it.
   bool isUp() const { return socket == WebSocketState::Open && isConfirmed; }

@@ -56,7 +56,8 @@ QXWebSocketMgr::QXWebSocketMgr()
       trace_(std::make_unique<TraceDesk>()),
       requests_(std::make_unique<RequestTable>(
           [this](const auto& item, SteadyTime at) { transmit(item, at); },
-          [this](const auto& item) { sendRequestItem(item); }, [this] { parkings_.post({}); }, *counters_)) {}
+          [this](const auto& item) { sendRequestItem(item); }, [this] { parkings_.post({}); },
+          [this] { tellChange(); }, *counters_)) {}
 
 QXWebSocketMgr::~QXWebSocketMgr() = default;
 

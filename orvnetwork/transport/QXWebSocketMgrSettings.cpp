@@ -110,6 +110,7 @@ LinkReading QXWebSocketMgr::reading() const {
   reading.failure = lastFailure_;
   reading.messages = counters_->messages();
   reading.lastMessageAt = counters_->lastReceived();
+  reading.timeouts = counters_->timeouts();
   return reading;
 }
 

@@ -47,6 +47,8 @@ class LinkCounters {
 
   /// How many messages have come.
   std::uint64_t messages() const { return receivedFrames_.get(); }
+  /// How many requests have had no reply in time.
+  std::uint64_t timeouts() const { return timeouts_.get(); }
   /// When the last message came; absent before the first.
   std::optional<SteadyTime> lastReceived() const;
   /// All but what others count.

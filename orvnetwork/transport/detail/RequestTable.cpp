@@ -29,10 +29,11 @@ SteadyTime steadyNow() {
 
 RequestTable::RequestTable(std::function<void(const ItemPointer&, SteadyTime)> transmit,
                            std::function<void(const ItemPointer&)> resend, std::function<void()> parked,
-                           LinkCounters& counters)
+                           std::function<void()> timedOut, LinkCounters& counters)
     : transmit_(std::move(transmit)),
       resend_(std::move(resend)),
       parked_(std::move(parked)),
+      timedOut_(std::move(timedOut)),
       counters_(counters),
       requestDataSyncQueue_(SerialQueue::make("orv.network.requestData", Platform::current().mainQueue())) {}
 
@@ -102,6 +103,7 @@ void RequestTable::expire(const Outstanding& request) {
   const ItemPointer& item = request.item;
   // Before its callback, which may take its time.
   counters_.requestTimedOut(lastAlarm_ - request.submittedAt);
+  timedOut_();
   QXFileLog::standard().log("#WebSocketWithBlock# TIMEOUT %ld\n%@", item->timestamp, item->jsonString);
   if (item->timeoutBlock) runGuarded("time-out callback", [&] { item->timeoutBlock(item); });
   remove(item->timestamp);

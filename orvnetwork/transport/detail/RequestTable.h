@@ -41,11 +41,11 @@ class RequestTable {
   static constexpr std::chrono::milliseconds kAlarmSpacing{5};
 
   /// `transmit` puts a request's text on the wire (it is told when that was asked for), `resend` sends a request anew from
-  /// the start, `parked` hears that one is held for want of a session. All are called on the main thread. `counters` must
-  /// outlive it.
+  /// the start, `parked` hears that one is held for want of a session, and `timedOut` that one had no reply in time, before
+  /// its callback does. All are called on the main thread. `counters` must outlive it.
   RequestTable(std::function<void(const std::shared_ptr<QXRequestItem>&, SteadyTime)> transmit,
                std::function<void(const std::shared_ptr<QXRequestItem>&)> resend,
-               std::function<void()> parked, LinkCounters& counters);
+               std::function<void()> parked, std::function<void()> timedOut, LinkCounters& counters);
 
   /// Files the request, arms its time-out and transmits it, soon. Any thread.
   void submit(std::shared_ptr<QXRequestItem> item);
@@ -83,7 +83,7 @@ class RequestTable {
 
   const std::function<void(const ItemPointer&, SteadyTime)> transmit_;
   const std::function<void(const ItemPointer&)> resend_;
-  const std::function<void()> parked_;
+  const std::function<void()> parked_, timedOut_;
   LinkCounters& counters_;
   const std::shared_ptr<SerialQueue> requestDataSyncQueue_;
 

@@ -127,6 +127,23 @@ TEST_F(LinkReadings, CountMessagesAndTellOfEachConfirmation) {
   EXPECT_EQ(calls, 1);
 }
 
+TEST_F(LinkReadings, CountTimeoutsAndTellOfEachBeforeItsCallback) {
+  bringUp();
+  std::vector<std::size_t> toldBefore;
+  link.watch([&] {
+    if (link.reading().timeouts > toldBefore.size()) toldBefore.push_back(outcomes.size());
+  });
+  send("a");
+  runFor(1);
+  send("b");
+  runFor(8.9);
+  EXPECT_EQ(link.reading().timeouts, 0u);
+  runFor(5);
+  EXPECT_EQ(outcomes, (Strings{"a timeout", "b timeout"}));
+  EXPECT_EQ(link.reading().timeouts, 2u);
+  EXPECT_EQ(toldBefore, (std::vector<std::size_t>{0, 1}));
+}
+
 TEST_F(LinkReadings, TellOfAChangeOnAnotherThreadOnTheMainThread) {
   bringUp();
   runFor(10);
