@@ -14,10 +14,12 @@ namespace {
 constexpr Seconds kPatienceWithConnecting{65};
 constexpr Seconds kPatienceWithConfirming{10};
 constexpr Seconds kPatienceWithSilence{45};
-/// The last part of each patience. It begins when the main thread has seen the first part end: a "PING" that a busy main
-/// thread has sent late gets its answer in it.
+/// The last part of each patience. It begins when the main thread has seen the first part end, and its second half when
+/// that has seen the first half end: a "PING" that a busy main thread has sent late gets its answer in it.
 constexpr Seconds kLastLook{10};
 constexpr Seconds kStandstill{5};
+/// One request may time out because the server has nothing to say to it.
+constexpr std::uint64_t kTimeoutsInARow = 2;
 constexpr Seconds kFirstSpread{10};
 constexpr Seconds kLastSpread{60};
 /// How long a link is up that counts as one that works.
@@ -89,12 +91,38 @@ bool LinkSupervisor::isAsSeen(const LinkReading& reading) const {
 }
 
 void LinkSupervisor::follow(const LinkReading& reading) {
-  if (isAsSeen(reading)) return;
+  if (!isAsSeen(reading)) takeIn(reading);
+  timeouts_ = reading.timeouts;
+  if (timeouts_ - timeoutsBefore_ >= kTimeoutsInARow) doubt();
+}
+
+void LinkSupervisor::networkReported() {
+  const LinkReading reading = actions_.read();
+  follow(reading);
+  // One whose network is gone is about to be closed.
+  if (!reading.isOffline()) doubt();
+}
+
+/// Asks a link that is up whether it still works, and waits for the answer for no longer than for any other.
+void LinkSupervisor::doubt() {
+  if (!acts_ || sight_.kind != Kind::Up || trouble_ || isAsked_) return;
+  isAsked_ = true;
+  actions_.ask();
+  if (isLastLook_) return;
+  timer_->invalidate();
+  lookLast();
+}
+
+void LinkSupervisor::takeIn(const LinkReading& reading) {
   const Sight seen{kindOf(reading), reading.attempts};
-  if (sight_.kind == Kind::Up && seen != sight_) forgetAttemptsOfALastingLink();
-  if (seen.kind == Kind::Up && seen != sight_) upSince_ = now();
+  const bool isNew = seen != sight_;
+  if (sight_.kind == Kind::Up && isNew) forgetAttemptsOfALastingLink();
+  if (seen.kind == Kind::Up && isNew) upSince_ = now();
   sight_ = seen;
   messages_ = reading.messages;
+  // A time-out that is told together with a message begins a row of its own.
+  timeoutsBefore_ = isNew ? reading.timeouts : timeouts_;
+  isAsked_ = false;
   rest();
   if (seen.kind == Kind::Stalled) {
     planAttempt();
@@ -122,6 +150,8 @@ void LinkSupervisor::rest() {
 }
 
 void LinkSupervisor::lookOn(SteadyTime since) {
+  isLastLook_ = false;
+  if (isAsked_) return lookLast();
   const auto first = std::chrono::round<SteadyTime::duration>(patienceWith(sight_.kind) - kLastLook);
   if (since + first <= now()) return lookLast();
   lookAgainAt(since + first, &LinkSupervisor::lookLast);
@@ -142,7 +172,16 @@ void LinkSupervisor::lookAgainAt(SteadyTime at, void (LinkSupervisor::*look)()) 
 }
 
 void LinkSupervisor::lookLast() {
-  lookAgainAt(now() + std::chrono::round<SteadyTime::duration>(kLastLook), &LinkSupervisor::note);
+  isLastLook_ = true;
+  lookForHalfAndThen(&LinkSupervisor::lookOnceMore);
+}
+
+void LinkSupervisor::lookOnceMore() {
+  lookForHalfAndThen(&LinkSupervisor::note);
+}
+
+void LinkSupervisor::lookForHalfAndThen(void (LinkSupervisor::*look)()) {
+  lookAgainAt(now() + std::chrono::round<SteadyTime::duration>(kLastLook / 2), look);
 }
 
 void LinkSupervisor::note() {

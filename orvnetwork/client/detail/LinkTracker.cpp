@@ -4,10 +4,12 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/LinkFailure.h>
+#include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 #include <orvnetwork/transport/RetrySchedule.h>
 
 #include <chrono>
+#include <string>
 #include <utility>
 
 namespace orv {
@@ -28,12 +30,16 @@ std::optional<SteadyTime> earlier(std::optional<SteadyTime> one, std::optional<S
 LinkTracker::LinkTracker(bool supervised)
     : supervisor_(supervised, {.read = [this] { return read(); },
                                .noted = [this] { update(); },
-                               .attempt = [this] { attempt(LinkStarter::Supervisor); }}) {
+                               .attempt = [this] { attempt(LinkStarter::Supervisor); },
+                               .ask = [] { QXWebSocketMgr::standard().send("PING"); }}) {
   const LinkReading reading = read();
   attempts_ = attemptsBefore_ = reading.attempts;
   failures_ = reading.failures;
   present_.since = steadyNow();
   QXWebSocketMgr::standard().watch([this] { update(); });
+  networkReports_ = NotificationCenter::defaultCenter().observe(
+      QXNotificationReachabilityStatusChange, [this](const Notification&) { supervisor_.networkReported(); },
+      &QXWebSocketMgr::standard());
   update();
 }
 

@@ -7,6 +7,7 @@
 #include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/client/detail/LinkSupervisor.h>
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/transport/LinkReading.h>
 
@@ -57,6 +58,7 @@ class LinkTracker {
   std::uint64_t attemptsBefore_ = 0;          ///< those before the link was last up
   std::uint64_t failures_ = 0;                ///< as last read
   LinkStarter starting_ = LinkStarter::Link;  ///< whose the attempt is that is being started
+  ObserverToken networkReports_;
   std::shared_ptr<Timer> canary_;
   std::optional<SteadyTime> canaryAt_;
 };
