@@ -2,13 +2,12 @@
 
 #include <orvnetwork/client/Client.h>
 #include <orvnetwork/client/LinkStatus.h>
-#include <orvnetwork/client/Subscription.h>
 
 #include <orvnetwork_glib/detail/Properties.h>
+#include <orvnetwork_glib/detail/Showing.h>
 
 #include <array>
 #include <string_view>
-#include <utility>
 
 namespace {
 
@@ -61,40 +60,17 @@ constexpr std::array kLinkProperties{
     PropertyOf<LinkSnapshot>{"sentence", detail::textType, readSentence},
 };
 
-/// What an object shows and hears.
-struct Watch {
-  orv::LinkStatus& link;
-  LinkSnapshot now;
-  orv::Subscription changed;
-};
-
 }  // namespace
 
-struct _OrvLink {
-  GObject parent;
-  Watch* watch;  // null until there is a client, and again when the object is let go
-};
+struct _OrvLink : detail::Showing<orv::LinkStatus, LinkSnapshot> {};
 
 // NOLINTNEXTLINE: what the macro makes is GLib's.
 G_DEFINE_FINAL_TYPE(OrvLink, orv_link, G_TYPE_OBJECT)
 
-static void orv_link_init(OrvLink* self) {
-  self->watch = nullptr;
-}
-
-static void orv_link_dispose(GObject* object) {
-  delete std::exchange(ORV_LINK(object)->watch, nullptr);
-  G_OBJECT_CLASS(orv_link_parent_class)->dispose(object);
-}
-
-static void orv_link_get_property(GObject* object, guint number, GValue* value, GParamSpec*) {
-  kLinkProperties.at(number - 1).read(orv::glib::snapshotOf(ORV_LINK(object)), value);
-}
+static void orv_link_init(OrvLink*) {}
 
 static void orv_link_class_init(OrvLinkClass* type) {
-  G_OBJECT_CLASS(type)->dispose = orv_link_dispose;
-  G_OBJECT_CLASS(type)->get_property = orv_link_get_property;
-  detail::installProperties(type, kLinkProperties);
+  detail::showProperties<OrvLink, kLinkProperties>(G_OBJECT_CLASS(type));
 }
 
 GType orv_link_state_get_type() {
@@ -113,24 +89,19 @@ GType orv_link_state_get_type() {
 
 void orv_link_try_now(OrvLink* self) {
   g_return_if_fail(ORV_IS_LINK(self));
-  if (self->watch != nullptr) self->watch->link.tryNow();
+  if (self->watch != nullptr) self->watch->part.tryNow();
 }
 
 namespace orv::glib {
 
 OrvLink* newLink(Client& client) {
-  auto* const self = ORV_LINK(g_object_new(ORV_TYPE_LINK, nullptr));
   LinkStatus& link = client.link();
-  self->watch = new Watch{link, link.snapshot(), link.onChanged([self](const LinkChange& change) {
-                            const LinkSnapshot before = std::exchange(self->watch->now, change.now);
-                            detail::notifyOfChanges(G_OBJECT(self), kLinkProperties, before, change.now);
-                          })};
-  return self;
+  return detail::newShowing<OrvLink, kLinkProperties>(ORV_TYPE_LINK, link, link.snapshot());
 }
 
 LinkSnapshot snapshotOf(OrvLink* link) {
   g_return_val_if_fail(ORV_IS_LINK(link), LinkSnapshot{});
-  return link->watch != nullptr ? link->watch->now : LinkSnapshot{};
+  return link->record();
 }
 
 }  // namespace orv::glib

@@ -2,16 +2,15 @@
 
 #include <orvnetwork/client/Client.h>
 #include <orvnetwork/client/SessionStatus.h>
-#include <orvnetwork/client/Subscription.h>
 #include <orvnetwork/session/OrvClassroomInfo.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>
 
 #include <orvnetwork_glib/detail/Properties.h>
 #include <orvnetwork_glib/detail/SessionTask.h>
+#include <orvnetwork_glib/detail/Showing.h>
 
 #include <array>
 #include <string_view>
-#include <utility>
 
 namespace {
 
@@ -59,40 +58,17 @@ constexpr std::array kSessionProperties{
     PropertyOf<SessionInfo>{"classroom-title", detail::textType, readClassroomTitle},
 };
 
-/// What an object shows and hears.
-struct Watch {
-  orv::SessionStatus& session;
-  SessionInfo now;
-  orv::Subscription changed;
-};
-
 }  // namespace
 
-struct _OrvSession {
-  GObject parent;
-  Watch* watch;  // null until there is a client, and again when the object is let go
-};
+struct _OrvSession : detail::Showing<orv::SessionStatus, SessionInfo> {};
 
 // NOLINTNEXTLINE: what the macro makes is GLib's.
 G_DEFINE_FINAL_TYPE(OrvSession, orv_session, G_TYPE_OBJECT)
 
-static void orv_session_init(OrvSession* self) {
-  self->watch = nullptr;
-}
-
-static void orv_session_dispose(GObject* object) {
-  delete std::exchange(ORV_SESSION(object)->watch, nullptr);
-  G_OBJECT_CLASS(orv_session_parent_class)->dispose(object);
-}
-
-static void orv_session_get_property(GObject* object, guint number, GValue* value, GParamSpec*) {
-  kSessionProperties.at(number - 1).read(orv::glib::infoOf(ORV_SESSION(object)), value);
-}
+static void orv_session_init(OrvSession*) {}
 
 static void orv_session_class_init(OrvSessionClass* type) {
-  G_OBJECT_CLASS(type)->dispose = orv_session_dispose;
-  G_OBJECT_CLASS(type)->get_property = orv_session_get_property;
-  detail::installProperties(type, kSessionProperties);
+  detail::showProperties<OrvSession, kSessionProperties>(G_OBJECT_CLASS(type));
 }
 
 GType orv_session_state_get_type() {
@@ -113,7 +89,7 @@ void orv_session_sign_in_async(OrvSession* self, const char* mobile, const char*
   g_return_if_fail(ORV_IS_SESSION(self) && self->watch != nullptr && mobile != nullptr &&
                    password != nullptr);
   GTask* const task = g_task_new(self, cancellable, callback, user_data);
-  detail::finishWith(task, self->watch->session.signIn(mobile, password));
+  detail::finishWith(task, self->watch->part.signIn(mobile, password));
 }
 
 void orv_session_sign_in_with_code_async(OrvSession* self, const char* mobile, const char* code,
@@ -121,7 +97,7 @@ void orv_session_sign_in_with_code_async(OrvSession* self, const char* mobile, c
                                          gpointer user_data) {
   g_return_if_fail(ORV_IS_SESSION(self) && self->watch != nullptr && mobile != nullptr && code != nullptr);
   GTask* const task = g_task_new(self, cancellable, callback, user_data);
-  detail::finishWith(task, self->watch->session.signInWithCode(mobile, code));
+  detail::finishWith(task, self->watch->part.signInWithCode(mobile, code));
 }
 
 gboolean orv_session_sign_in_finish(OrvSession* self, GAsyncResult* result, GError** error) {
@@ -133,7 +109,7 @@ void orv_session_sign_out_async(OrvSession* self, GCancellable* cancellable, GAs
                                 gpointer user_data) {
   g_return_if_fail(ORV_IS_SESSION(self) && self->watch != nullptr);
   GTask* const task = g_task_new(self, cancellable, callback, user_data);
-  detail::finishWith(task, self->watch->session.signOut());
+  detail::finishWith(task, self->watch->part.signOut());
 }
 
 gboolean orv_session_sign_out_finish(OrvSession* self, GAsyncResult* result, GError** error) {
@@ -144,18 +120,13 @@ gboolean orv_session_sign_out_finish(OrvSession* self, GAsyncResult* result, GEr
 namespace orv::glib {
 
 OrvSession* newSession(Client& client) {
-  auto* const self = ORV_SESSION(g_object_new(ORV_TYPE_SESSION, nullptr));
   SessionStatus& session = client.session();
-  self->watch = new Watch{session, session.info(), session.onChanged([self](const SessionChange& change) {
-                            const SessionInfo before = std::exchange(self->watch->now, change.now);
-                            detail::notifyOfChanges(G_OBJECT(self), kSessionProperties, before, change.now);
-                          })};
-  return self;
+  return detail::newShowing<OrvSession, kSessionProperties>(ORV_TYPE_SESSION, session, session.info());
 }
 
 SessionInfo infoOf(OrvSession* session) {
   g_return_val_if_fail(ORV_IS_SESSION(session), SessionInfo{});
-  return session->watch != nullptr ? session->watch->now : SessionInfo{};
+  return session->record();
 }
 
 }  // namespace orv::glib

@@ -1,5 +1,7 @@
 #include <orvnetwork/platform/MainQueue.h>
 
+#include <tests/support/MainQueuePosts.h>
+
 #include <glib.h>
 #include <gtest/gtest.h>
 #include <orvnetwork_glib/MainLoop.h>
@@ -11,6 +13,9 @@
 
 namespace orv::main_loop_test {
 namespace {
+
+using test::post;
+using test::postFromElsewhere;
 
 struct LoopEnd {
   void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
@@ -26,10 +31,6 @@ class GlibMainLoop : public ::testing::Test {
  protected:
   ~GlibMainLoop() override { glib::detachMainQueue(); }
 
-  static void post(std::function<void()> task) { MainQueue::instance().post(std::move(task)); }
-  static void postFromElsewhere(std::function<void()> task) {
-    std::thread([&task] { post(std::move(task)); }).join();
-  }
   /// Handles what is ready until nothing is; false when that has no end.
   static bool comesToRest() {
     for (int round = 0; round < 1000; ++round) {

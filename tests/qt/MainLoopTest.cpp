@@ -1,6 +1,5 @@
-#include <orvnetwork/platform/MainQueue.h>
-
 #include "Application.h"
+#include <tests/support/MainQueuePosts.h>
 
 #include <gtest/gtest.h>
 #include <orvnetwork_qt/MainLoop.h>
@@ -20,14 +19,12 @@ namespace orv::main_loop_test {
 namespace {
 
 using test::Application;
+using test::post;
+using test::postFromElsewhere;
 
 /// The real main queue, in a real loop. What must not happen is looked for until the loop has nothing to do any more.
 class QtMainLoop : public ::testing::Test {
  protected:
-  static void post(std::function<void()> task) { MainQueue::instance().post(std::move(task)); }
-  static void postFromElsewhere(std::function<void()> task) {
-    std::thread([&task] { post(std::move(task)); }).join();
-  }
   /// Handles events until there are none; false when that has no end.
   static bool comesToRest() {
     auto* const dispatcher = QAbstractEventDispatcher::instance();
