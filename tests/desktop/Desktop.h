@@ -1,6 +1,7 @@
 #pragma once
 
 #include <devserver/DevServer.h>
+#include <tests/display/VirtualDisplay.h>
 #include <tests/qt/Printing.h>
 
 #include <boost/json/object.hpp>
@@ -14,9 +15,12 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QPixmap>
+#include <QScreen>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -26,12 +30,14 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace classroom {
 
-/// The application as a person uses it: with a keyboard, a mouse and eyes, against the embedded server. No display is needed.
+/// The application as a person uses it: with a keyboard, a mouse and eyes, against the embedded server. It draws into memory,
+/// and no display is needed; where `ORV_TEST_DISPLAY` is set it draws on an X server, and its screen is looked at.
 class Desktop : public ::testing::Test {
  protected:
   Desktop() {
@@ -44,6 +50,14 @@ class Desktop : public ::testing::Test {
   void start() {
     ASSERT_EQ(application.start(preferences), QString());
     window().resize(1020, 720);
+    activate();
+  }
+  /// Keys go to the window that is in use; without a manager of windows nobody else makes it so.
+  void activate() {
+    ASSERT_TRUE(comes("the keyboard", [this] {
+      if (!window().isActiveWindow()) window().activateWindow();
+      return window().isActiveWindow();
+    }));
   }
   MainWindow& window() { return application.window(); }
 
@@ -69,7 +83,13 @@ class Desktop : public ::testing::Test {
   }
   bool isShown(const char* name) { return find<QWidget>(name).isVisible(); }
   void click(const char* button) { QTest::mouseClick(&find<QAbstractButton>(button), Qt::LeftButton); }
+  /// A shortcut of the window.
+  void press(Qt::Key key, Qt::KeyboardModifiers with = Qt::NoModifier) {
+    activate();
+    QTest::keyClick(&window(), key, with);
+  }
   void type(const char* edit, const QString& text) {
+    activate();
     auto& field = find<QLineEdit>(edit);
     field.setFocus();
     field.clear();
@@ -105,7 +125,7 @@ class Desktop : public ::testing::Test {
     const auto answer = server.control({{"course", "get"}, {"roomID", room}});
     return answer.at("course").as_object();
   }
-  /// Whether each row that can be seen is what the server has.
+  /// Whether each row that can be seen is what the server has, and the window's own picture stands on the screen.
   void expectServersRows(QListView& list) {
     const auto rows = rowsOnScreen(list);
     EXPECT_FALSE(rows.empty());
@@ -113,6 +133,19 @@ class Desktop : public ::testing::Test {
       EXPECT_EQ(row.title, QString::fromStdString(std::string(asked(row.room).at("title").as_string())))
           << row.room;
     }
+    expectOnScreen();
+  }
+  /// Whether the screen shows what the widgets draw now, point by point.
+  void expectOnScreen() {
+    if (!screen_.display) return;
+    EXPECT_TRUE(comes("the window on the screen", [this] {
+      QImage drawn(window().size(), QImage::Format_RGB32);
+      window().render(&drawn);
+      const QRect place = window().geometry();
+      const QPixmap seen =
+          window().screen()->grabWindow(0, place.x(), place.y(), place.width(), place.height());
+      return seen.toImage().convertToFormat(QImage::Format_RGB32) == drawn;
+    }));
   }
   void signIn() {
     type("mobile", "13800000001");
@@ -135,10 +168,17 @@ class Desktop : public ::testing::Test {
 
  private:
   /// Before any widget.
-  struct Platform {
-    Platform() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
+  struct Screen {
+    Screen() {
+      if (qEnvironmentVariableIsSet("ORV_TEST_DISPLAY")) {
+        display.emplace();
+        qputenv("DISPLAY", display->name().c_str());
+      }
+      qputenv("QT_QPA_PLATFORM", display ? "xcb" : "offscreen");
+    }
+    std::optional<orv::test::VirtualDisplay> display;
   };
-  const Platform platform_;
+  const Screen screen_;
   int count_ = 1;
   std::array<char, 8> name_{"desktop"};
   std::array<char*, 2> arguments_{name_.data(), nullptr};

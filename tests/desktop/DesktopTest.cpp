@@ -61,7 +61,7 @@ TEST_F(Desktop, ListsFillAsOneScrollsAndShowWhatTheServerHas) {
   list.verticalScrollBar()->setValue(0);
   const auto added = server.addCourse({{"title", "新课 ✎"}, {"status", 5}, {"publishStatus", 1}});
   server.changeCourse(more.back(), {{"title", "改名"}, {"publishStatus", 1}});
-  QTest::keyClick(&window(), Qt::Key_F5);
+  press(Qt::Key_F5);
   ASSERT_TRUE(comes("the new course", [&] {
     return rowsOnScreen(list).front().room == added && titlesOnScreen(list).contains("改名");
   }));
@@ -79,11 +79,11 @@ TEST_F(Desktop, WhatIsSearchedForIsFoundBeyondWhatWasLoaded) {
   signIn();
   auto& list = find<QListView>("recorded");
   ASSERT_TRUE(comes("rows", [&] { return list.model()->rowCount() >= 20; }));
-  QTest::keyClick(&window(), Qt::Key_F, Qt::ControlModifier);
-  EXPECT_TRUE(find<QLineEdit>("search").hasFocus() || window().focusWidget() == &find<QLineEdit>("search"));
+  press(Qt::Key_F, Qt::ControlModifier);
+  EXPECT_EQ(window().focusWidget(), &find<QLineEdit>("search"));
   type("search", "geometry (1)*");
   EXPECT_TRUE(comes("the one course", [&] { return titlesOnScreen(list) == QStringList{"Geometry (1)*"}; }));
-  QTest::keyClick(&window(), Qt::Key_Escape);
+  press(Qt::Key_Escape);
   EXPECT_GE(list.model()->rowCount(), 80);
 }
 
@@ -96,16 +96,16 @@ TEST_F(Desktop, LiveCoursesStandByStatusWithTheirTimes) {
                                       {"status", 1},
                                       {"startTimeEnable", 1},
                                       {"startTime", soon.toSecsSinceEpoch()}});
-  QTest::keyClick(&window(), Qt::Key_2, Qt::ControlModifier);
+  press(Qt::Key_2, Qt::ControlModifier);
   const auto has = [&](const char* name) {
     const auto rows = rowsOnScreen(find<QListView>(name));
     return std::ranges::any_of(rows, [&](const Row& row) { return row.room == room; });
   };
-  QTest::keyClick(&window(), Qt::Key_F5);
+  press(Qt::Key_F5);
   ASSERT_TRUE(comes("the course to come", [&] { return has("live1"); }));
   expectServersRows(find<QListView>("live1"));
   server.changeCourse(room, {{"status", 2}, {"liveStatus", 1}});
-  QTest::keyClick(&window(), Qt::Key_F5);
+  press(Qt::Key_F5);
   click("tab2");
   ASSERT_TRUE(comes("it on the air", [&] { return has("live2"); }));
   expectServersRows(find<QListView>("live2"));
@@ -202,7 +202,7 @@ TEST_F(Desktop, SettingsAreLookedAtAndTakenOver) {
     return isShown("recorded") && find<QListView>("recorded").model()->rowCount() >= 20;
   })) << "the user was signed out";
   EXPECT_EQ(shown("place"), "录播课程");
-  QTest::keyClick(&window(), Qt::Key_2, Qt::ControlModifier);
+  press(Qt::Key_2, Qt::ControlModifier);
   ASSERT_TRUE(comes("live courses", [this] { return !rowsOnScreen(find<QListView>("live1")).empty(); }));
   picture("desktop-dark");
   const auto kept = Preferences::read(settingsFile());
