@@ -1,0 +1,143 @@
+#include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/testing/ConnectPlan.h>
+
+#include "Printing.h"
+#include "SchoolFixture.h"
+
+#include <orvnetwork_qt/CourseListModel.h>
+#include <orvnetwork_qt/LinkObject.h>
+#include <orvnetwork_qt/SessionObject.h>
+
+#include <QJSValue>
+#include <QQmlComponent>
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QQmlError>
+#include <QStringList>
+#include <QUrl>
+#include <QVariant>
+#include <memory>
+
+namespace orv::qml_test {
+namespace {
+
+/// What a page would bind to, without anything that is drawn.
+constexpr const char* kPage = R"(
+import QtQml
+import QtQml.Models
+import OrvNetwork
+
+QtObject {
+  id: page
+  property bool bannerShown: !link.up
+  property string sentence: link.sentence
+  property bool mayTryNow: link.state === Link.Waiting
+  property string nick: session.user.present ? session.user.nick : ""
+  property bool courses: session.state === Session.Good
+  property bool spins: model.loading
+  property int count: model.count
+  property var ended: []
+  property var titles: []
+
+  function signIn(mobile, password) { session.signIn(mobile, password) }
+  function tryNow() { link.tryNow() }
+  function more() { model.loadMore() }
+  function refresh() { model.refresh() }
+
+  property var ends: Connections {
+    target: session
+    function onSignInFinished(outcome, reason, code) { page.ended.push(outcome === Session.SignedIn) }
+  }
+  property var rows: Instantiator {
+    model: page.context
+    delegate: QtObject {
+      required property string title
+      required property double roomID
+      required property bool local
+    }
+    onObjectAdded: (index, row) => page.titles.splice(index, 0, row.title)
+    onObjectRemoved: (index, row) => page.titles.splice(index, 1)
+  }
+  property var context: model
+}
+)";
+
+class Qml : public SchoolFixture {
+ protected:
+  Qml() {
+    const QString reason = QStringLiteral("the program makes it");
+    qmlRegisterUncreatableType<qt::LinkObject>("OrvNetwork", 1, 0, "Link", reason);
+    qmlRegisterUncreatableType<qt::SessionObject>("OrvNetwork", 1, 0, "Session", reason);
+    engine.rootContext()->setContextProperty(QStringLiteral("link"), &link);
+    engine.rootContext()->setContextProperty(QStringLiteral("session"), &session);
+    engine.rootContext()->setContextProperty(QStringLiteral("model"), &model);
+    QObject::connect(&engine, &QQmlEngine::warnings, [this](const QList<QQmlError>& told) {
+      for (const QQmlError& warning : told) warnings << warning.toString();
+    });
+    QQmlComponent component(&engine);
+    component.setData(kPage, QUrl(QStringLiteral("page.qml")));
+    page.reset(component.create());
+    EXPECT_NE(page, nullptr) << component.errorString().toStdString();
+    settle();
+  }
+  ~Qml() override { EXPECT_EQ(warnings.join(QLatin1Char('\n')), QString()); }
+
+  QVariant read(const char* property) const { return page->property(property); }
+  QStringList titles() const { return read("titles").value<QJSValue>().toVariant().toStringList(); }
+
+  qt::LinkObject link{*client};
+  qt::SessionObject session{*client};
+  qt::CourseListModel model{CourseList::recorded()};
+  QStringList warnings;
+  QQmlEngine engine;
+  std::unique_ptr<QObject> page;
+};
+
+TEST_F(Qml, APageSignsInAndFollowsUserAndLink) {
+  ASSERT_NE(page, nullptr);
+  EXPECT_FALSE(read("bannerShown").toBool());
+  EXPECT_EQ(read("sentence").toString(), link.sentence());
+  EXPECT_EQ(read("nick").toString(), "");
+  EXPECT_FALSE(read("courses").toBool());
+  ASSERT_TRUE(QMetaObject::invokeMethod(page.get(), "signIn", Q_ARG(QVariant, "13800000001"),
+                                        Q_ARG(QVariant, "secret")));
+  settle();
+  runFor(5);
+  EXPECT_EQ(read("nick").toString(), "Ann");
+  EXPECT_TRUE(read("courses").toBool());
+  EXPECT_EQ(read("ended").value<QJSValue>().toVariant().toList(), QVariantList{true});
+
+  platform.network().setDefaultPlan(testing::ConnectPlan::refuse());
+  platform.server().cutAll();
+  runFor(10);
+  EXPECT_TRUE(read("bannerShown").toBool());
+  EXPECT_TRUE(read("mayTryNow").toBool());
+  EXPECT_EQ(read("sentence").toString(), link.sentence());
+  platform.network().setDefaultPlan(testing::ConnectPlan::accept());
+  ASSERT_TRUE(QMetaObject::invokeMethod(page.get(), "tryNow"));
+  runFor(2);
+  EXPECT_FALSE(read("bannerShown").toBool());
+}
+
+TEST_F(Qml, AListHasARowForEachCourse) {
+  ASSERT_NE(page, nullptr);
+  const auto rooms = school.addCourses(3, {{"liveType", 2}, {"status", 5}});
+  school.changeCourse(rooms[0], {{"title", "Algebra"}});
+  school.changeCourse(rooms[1], {{"title", "Botany"}});
+  school.changeCourse(rooms[2], {{"title", "代数"}});
+  school.setListOrder({rooms[0], rooms[1], rooms[2]});
+  signIn();
+  ASSERT_TRUE(QMetaObject::invokeMethod(page.get(), "more"));
+  settle();
+  EXPECT_FALSE(read("spins").toBool());
+  EXPECT_EQ(read("count").toInt(), 3);
+  EXPECT_EQ(titles(), (QStringList{"Algebra", "Botany", "代数"}));
+  school.removeCourse(rooms[1]);
+  ASSERT_TRUE(QMetaObject::invokeMethod(page.get(), "refresh"));
+  EXPECT_TRUE(model.isLoading());
+  settle();
+  EXPECT_EQ(titles(), (QStringList{"Algebra", "代数"}));
+}
+
+}  // namespace
+}  // namespace orv::qml_test
