@@ -33,11 +33,11 @@ struct BareClient::Impl {
   std::deque<std::string> outgoing;
   std::thread thread;
 
-  std::int64_t lastId = 0;
+  std::int64_t nextId;
   std::unordered_map<std::int64_t, Callback> callbacks;
 
-  Impl(std::string hostName, unsigned short portNumber, MainLoop& mainLoop)
-      : host(std::move(hostName)), port(portNumber), loop(mainLoop) {}
+  Impl(std::string hostName, unsigned short portNumber, MainLoop& mainLoop, std::int64_t firstId)
+      : host(std::move(hostName)), port(portNumber), loop(mainLoop), nextId(firstId) {}
 
   void write() {
     socket.async_write(asio::buffer(outgoing.front()), [this](beast::error_code error, std::size_t) {
@@ -66,8 +66,8 @@ struct BareClient::Impl {
   }
 };
 
-BareClient::BareClient(const std::string& host, unsigned short port, MainLoop& loop)
-    : impl_(std::make_unique<Impl>(host, port, loop)) {}
+BareClient::BareClient(const std::string& host, unsigned short port, MainLoop& loop, std::int64_t firstId)
+    : impl_(std::make_unique<Impl>(host, port, loop, firstId)) {}
 
 BareClient::~BareClient() {
   impl_->io.stop();
@@ -86,16 +86,20 @@ void BareClient::connect() {
 }
 
 void BareClient::request(const std::string& command, json::object values, Callback callback) {
-  const auto id = ++impl_->lastId;
+  const auto id = impl_->nextId++;
   impl_->callbacks.emplace(id, std::move(callback));
-  const json::object frame{{"c", command},          {"r", "1"},
-                           {"g", "bench"},          {"a", "1"},
-                           {"b", "1.0.1"},          {"s", std::to_string(id)},
-                           {"v", std::move(values)}};
-  asio::post(impl_->io, [impl = impl_.get(), text = json::serialize(frame)]() mutable {
+  asio::post(impl_->io, [impl = impl_.get(), text = frame(command, id, std::move(values))]() mutable {
     impl->outgoing.push_back(std::move(text));
     if (impl->outgoing.size() == 1) impl->write();
   });
+}
+
+std::string BareClient::frame(const std::string& command, std::int64_t id, json::object values) {
+  const json::object members{{"c", command},          {"r", "1"},
+                             {"g", "bench"},          {"a", "1"},
+                             {"b", "1.0.1"},          {"s", std::to_string(id)},
+                             {"v", std::move(values)}};
+  return json::serialize(members);
 }
 
 }  // namespace bench

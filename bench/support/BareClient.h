@@ -17,13 +17,16 @@ class BareClient {
  public:
   using Callback = std::function<void(const boost::json::object& reply)>;
 
-  BareClient(const std::string& host, unsigned short port, MainLoop& loop);
+  /// Requests are numbered from `firstId` on.
+  BareClient(const std::string& host, unsigned short port, MainLoop& loop, std::int64_t firstId = 1);
   ~BareClient();
 
   /// Connects and returns when the handshake is done.
   void connect();
   /// Main thread.
   void request(const std::string& command, boost::json::object values, Callback callback);
+  /// The text of a request.
+  static std::string frame(const std::string& command, std::int64_t id, boost::json::object values);
 
  private:
   struct Impl;

@@ -1,0 +1,108 @@
+"""The budgets, and where the figures that they are held against come from."""
+
+import re
+
+BOUND_MIB = 256  # of what waits for the main thread, docs/threading.md
+
+
+class Budget:
+    """A figure with its limit. `find` takes the figure from the results; None tells that it is not there."""
+
+    def __init__(self, what, unit, limit, find, at_least=False):
+        self.what, self.unit, self.limit, self.find, self.at_least = what, unit, limit, find, at_least
+
+    def held_against(self, results):
+        value = self.find(results)
+        met = None if value is None else value >= self.limit if self.at_least else value <= self.limit
+        return {"what": self.what, "unit": self.unit, "value": value, "at_least" if self.at_least else "at_most": self.limit,
+                "met": met}
+
+
+def peer(place, outstanding, name, figure, ratio=False):
+    def find(results):
+        for measured in results.get("peers", []):
+            for load in measured["loads"]:
+                if measured["place"] == place and load["outstanding"] == outstanding and name in load["peers"]:
+                    found = load["peers"][name]
+                    return found["ratio"][figure] if ratio else found[figure]
+        return None
+    return find
+
+
+def beside(place, outstanding, name, figure):
+    """The library's figure as a multiple of another peer's."""
+    ours, theirs = peer(place, outstanding, "library", figure), peer(place, outstanding, name, figure)
+    return lambda results: ours(results) / theirs(results) if theirs(results) else None
+
+
+def numbers(results, program, pattern):
+    """The numbers in what a program printed, scheduler free: the pattern's first group."""
+    text = results.get("programs", {}).get(program, {}).get("scheduler free", "")
+    return [float(number) for number in re.findall(pattern, text, re.MULTILINE)]
+
+
+def printed(program, pattern):
+    return lambda results: next(iter(numbers(results, program, pattern)), None)
+
+
+def most(program, pattern):
+    return lambda results: max(numbers(results, program, pattern), default=None)
+
+
+def total(*finds):
+    def find(results):
+        values = [one(results) for one in finds]
+        return None if None in values else sum(values)
+    return find
+
+
+def flood(take):
+    return lambda results: take(results["flood"]) if results.get("flood") else None
+
+
+FREE, ONE = "scheduler free", "one processor"
+SCALE = r"^{} +{} listed: .*?processor time, +([\d.]+) x"
+
+BUDGETS = [
+    Budget("round trip p50, one processor", "x bare", 1.0, peer(ONE, 1, "library", "p50_us", ratio=True)),
+    Budget("round trip p50, scheduler free", "x bare", 0.95, peer(FREE, 1, "library", "p50_us", ratio=True)),
+    Budget("256 outstanding, requests a second, scheduler free", "x bare", 2.2,
+           peer(FREE, 256, "library", "per_second", ratio=True), at_least=True),
+    Budget("the same", "x Beast, one thread", 1.0, beside(FREE, 256, "Beast, one thread", "per_second"), at_least=True),
+    Budget("the same", "x libwebsockets", 1.0, beside(FREE, 256, "libwebsockets", "per_second"), at_least=True),
+    Budget("256 outstanding, processor time a request", "us", 5.0, peer(FREE, 256, "library", "cpu_us")),
+    Budget("page reply of 39 KB, parsed and mapped", "us", 60,
+           total(printed("bench_RecordBench", r"^mapped to new records +([\d.]+) us"),
+                 printed("bench_RecordBench", r"^for scale: the page parsed +([\d.]+) us"))),
+    Budget("100,000 outstanding, memory each", "bytes", 1024,
+           printed("bench_OutstandingBench", r"in the table, ([\d.]+) bytes each")),
+    Budget("arming a time-out", "ns", 100, printed("bench_OutstandingBench", r"^arming a time-out: ([\d.]+) ns")),
+    Budget("page of 30 new courses, 100 listed", "x by hand", 1.2,
+           printed("bench_CoursePageBench", r"^100 courses, all files.* us: ([\d.]+) x \(")),
+    Budget("page that changes nothing, 10,000 listed", "x 100 listed", 1.5,
+           printed("bench_CourseScaleBench", SCALE.format("a page that changes nothing", "10000"))),
+    Budget("page of 30 new courses, 10,000 listed", "x 100 listed", 1.5,
+           printed("bench_CourseScaleBench", SCALE.format("a page of 30 new courses", "10000"))),
+    Budget("longest look-up while a range is answered", "us of work", 2000,
+           most("bench_CourseScaleBench", r"look-ups on main .*?, (\d+) us of the process")),
+    Budget("longest closure on the main thread, 10,000 courses", "us of work", 2000,
+           most("bench_CoursePageBench", r"^10,000.*main thread held for at most \d+ us, (\d+) us")),
+    Budget("a line of the log, back to back, p50", "ns", 100,
+           printed("bench_LogBench", r"^OrvNetwork +call, back to back: p50 +(\d+) ns")),
+    Budget("a lone line of the log, p50", "ns", 150, printed("bench_LogBench", r"call, every 20 us: +p50 +(\d+) ns")),
+    Budget("lines of the log a second", "million", 4.0, printed("bench_LogBench", r"sustained: ([\d.]+) million"),
+           at_least=True),
+    Budget("process start to first PING, over a raw process", "ms", 2.0,
+           printed("bench_StartBench", r"difference (-?[\d.]+) ms")),
+    Budget("memory of an idle process", "MiB", 10, flood(lambda it: it["before_mib"])),
+    Budget("memory under a flood", "x the bound", 1.5, flood(lambda it: (it["most_mib"] - it["before_mib"]) / BOUND_MIB)),
+    Budget("left of it afterwards", "x the bound", 0.1, flood(lambda it: (it["left_mib"] - it["before_mib"]) / BOUND_MIB)),
+]
+
+# The programs that budgets are taken from; a short run has only these.
+PROGRAMS = ("bench_RecordBench", "bench_OutstandingBench", "bench_CoursePageBench", "bench_CourseScaleBench",
+            "bench_LogBench", "bench_StartBench")
+
+
+def held_against_budgets(results):
+    return [budget.held_against(results) for budget in BUDGETS]
