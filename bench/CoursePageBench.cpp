@@ -169,7 +169,7 @@ void measure(const char* what, Files files, std::uint64_t courses, const std::st
   std::printf(
       "%s: %llu listed, page of %zu bytes: asked to answered %.0f us, of which the exchange %.0f us; merged, "
       "written and "
-      "answered %.0f us, by hand %.0f us: %.2f x (budget 2)\n",
+      "answered %.0f us, by hand %.0f us: %.2f x (budget 1.2)\n",
       what, static_cast<unsigned long long>(listed), frame.size(), median(whole), median(exchange), own,
       median(hand), own / median(hand));
   std::printf("%s: main thread held for at most %.0f us, %.0f us of them its own work (budget 2000)\n", what,

@@ -128,7 +128,7 @@ int main(int argc, char** argv) {
   }
   std::printf(
       "process start to first PING, p50: library %.1f ms, raw process %.1f ms, difference %.1f ms "
-      "(budget 15)\n",
+      "(budget 2)\n",
       median(library), median(raw), median(library) - median(raw));
   return 0;
 }

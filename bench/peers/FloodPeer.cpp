@@ -1,7 +1,8 @@
 // The library before a server that sends pushes faster than the main thread takes them, which is busy at first: what the
 // process's memory grows to, and what is left of it afterwards.
 //
-//   bench_peer_flood ADDRESS:PORT PUSHES     with a server that was told to send so many
+//   bench_peer_flood ADDRESS:PORT PUSHES     with a server that was told to send so many; with 0 it is a process that
+//                                            has nothing to do
 
 #include <orvnetwork/orvnetwork.h>
 #include <orvnetwork/platform/NotificationCenter.h>

@@ -56,8 +56,13 @@ def total(*finds):
     return find
 
 
-def flood(take):
-    return lambda results: take(results["flood"]) if results.get("flood") else None
+def idle(results):
+    return results["idle"]["left_mib"] if "idle" in results else None
+
+
+def flood(figure):
+    """What a flood takes above an idle process, in parts of the bound."""
+    return lambda results: (results["flood"][figure] - idle(results)) / BOUND_MIB if "flood" in results else None
 
 
 FREE, ONE = "scheduler free", "one processor"
@@ -94,9 +99,9 @@ BUDGETS = [
            at_least=True),
     Budget("process start to first PING, over a raw process", "ms", 2.0,
            printed("bench_StartBench", r"difference (-?[\d.]+) ms")),
-    Budget("memory of an idle process", "MiB", 10, flood(lambda it: it["before_mib"])),
-    Budget("memory under a flood", "x the bound", 1.5, flood(lambda it: (it["most_mib"] - it["before_mib"]) / BOUND_MIB)),
-    Budget("left of it afterwards", "x the bound", 0.1, flood(lambda it: (it["left_mib"] - it["before_mib"]) / BOUND_MIB)),
+    Budget("memory of an idle process", "MiB", 10, idle),
+    Budget("memory under a flood", "x the bound", 1.5, flood("most_mib")),
+    Budget("left of it afterwards", "x the bound", 0.1, flood("left_mib")),
 ]
 
 # The programs that budgets are taken from; a short run has only these.

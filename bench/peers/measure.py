@@ -101,7 +101,7 @@ def measure_peers(folder, rounds, seconds, home, tell):
 
 
 def measure_flood(folder, pushes, home):
-    """Memory before, during and after a flood of pushes."""
+    """The memory of a process before, during and after a flood of pushes; without any, that of one that is idle."""
     with Server(folder, pushes=pushes) as server:
         run = subprocess.run([str(folder / "bench_peer_flood"), server.address, str(pushes)], env=environment(home),
                              stdout=subprocess.PIPE, text=True, timeout=600, check=True)

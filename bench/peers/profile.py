@@ -20,15 +20,16 @@ import measure  # noqa: E402
 SECONDS, OUTSTANDING, RATE = 5, 256, 4_000
 SHOWN = 30
 
-# The first that fits counts; of the kernel's functions only those of the processor's scheduler are told apart.
+# The first that fits counts; of the kernel's functions only those that wait and wake are told apart.
 GROUPS = (
     ("waiting and waking", r"futex|schedule|wake|epoll|eventfd|poll|ctx|switch|pthread_cond"),
-    ("the kernel's network", None),
+    ("the kernel otherwise, its network above all", None),
     ("malloc and free", r"malloc|_int_free|cfree|operator (new|delete)|unlink_chunk|tcache|realloc|^free"),
-    ("reading JSON", r"pars|json::value_stack|json::detail::(?:string_impl|value_access|object_impl)|isUtf8|utf8|basic_parser|handler"),
+    ("reading JSON, checking UTF-8", r"pars|json::value_stack|json::detail::(?:string_impl|value_access|object_impl)|isUtf8|utf8|basic_parser"),
     ("letting JSON go", r"json::(?:value|object|array|string)::~|~value|~object|~array|json::.*(?:destroy|dealloc)"),
     ("making and writing JSON", r"json::|[wW]rite|serial|escape|Json"),
-    ("frames", r"[fF]rame|mask|WebSocket|[cC]odec"),
+    ("Asio and Beast", r"asio::|beast::"),
+    ("frames", r"[fF]rame|[mM]ask|WebSocket|[cC]odec"),
     ("log", r"[lL]og|format|Console"),
     ("clocks", r"clock|gettime|vdso|Clock"),
     ("locks", r"mutex|lll_|lock"),
@@ -44,7 +45,7 @@ def record(folder, name, home):
     with measure.Server(folder / "bench" / "peers") as server:
         subprocess.run(["perf", "record", "--quiet", "--event", "cpu-clock", "--freq", str(RATE), "--output", str(samples),
                         *command, server.address, str(OUTSTANDING), f"{SECONDS}s"],
-                       env=measure.environment(home), check=True)
+                       env=measure.environment(home), stdout=subprocess.DEVNULL, check=True)
     return samples
 
 

@@ -82,7 +82,8 @@ def main():
             results["peers"] = measure.measure_peers(peers, options.rounds, options.seconds, home, tell)
         if not options.peers:
             results["programs"] = run_programs(programs, options.quick, arguments, home)
-            tell("a flood of pushes")
+            tell("an idle process, and a flood of pushes")
+            results["idle"] = measure.measure_flood(peers, 0, home)
             results["flood"] = measure.measure_flood(peers, FLOOD_PUSHES, home)
     results["budgets"] = budgets.held_against_budgets(results)
     results["machine"]["load_after"] = os.getloadavg()[0]
