@@ -13,11 +13,13 @@ namespace orv::qt {
 /// stays, `present` is false and all texts are empty. The application's thread.
 class ORV_EXPORT UserObject : public QObject {
   Q_OBJECT
+  /// Whether a user is stored.
   Q_PROPERTY(bool present READ isPresent NOTIFY changed)
   /// The user's identifier.
   Q_PROPERTY(QString uID READ uID NOTIFY changed)
   /// The name that others see.
   Q_PROPERTY(QString nick READ nick NOTIFY changed)
+  /// The number that the user signs in with.
   Q_PROPERTY(QString phone READ phone NOTIFY changed)
   /// Address of the user's picture.
   Q_PROPERTY(QString pictureUrl READ pictureUrl NOTIFY changed)
@@ -26,11 +28,13 @@ class ORV_EXPORT UserObject : public QObject {
   Q_PROPERTY(QString classroomTitle READ classroomTitle NOTIFY changed)
 
  public:
+  /// Nobody changes what it points to.
   using Record = std::shared_ptr<const OrvUserInfoModel>;
 
   explicit UserObject(QObject* parent = nullptr);
   ~UserObject() override;
 
+  /// What the properties of these names say.
   bool isPresent() const { return record_ != nullptr; }
   QString uID() const;
   QString nick() const;
@@ -45,6 +49,7 @@ class ORV_EXPORT UserObject : public QObject {
   void setRecord(Record record);
 
  Q_SIGNALS:
+  /// Any of the properties has another value.
   void changed();
 
  private:

@@ -40,17 +40,24 @@ class ORV_EXPORT PendingCore : public Withdrawable, public std::enable_shared_fr
 
   /// @name The one who waits
   /// @{
+  /// Has `continuation` called, once, in a turn of the main queue of its own when the answer is there.
   void follow(Task continuation);
+  /// Whether a callback waits.
   bool isFollowed() const noexcept { return static_cast<bool>(continuation_); }
+  /// Whether a coroutine waits.
   bool isAwaited() const noexcept { return waiter_ != nullptr; }
   /// @param owner the core for which the coroutine works; null for a coroutine of another kind
   void addWaiter(std::coroutine_handle<> waiter, Pointer owner) noexcept;
+  /// For a coroutine that is destroyed while it waits.
   void removeWaiter(std::coroutine_handle<> waiter) noexcept;
   /// Nobody is told any more, and a coroutine that works for it is destroyed. A coroutine that awaits it is told
   /// "cancelled", since it would wait for ever.
   void withdraw() noexcept override;
+  /// Ends the waiting with "cancelled".
   void cancel();
+  /// Ends it as timed out after so many seconds. A second call puts another deadline in the place of the first.
   void setDeadline(Seconds fromNow);
+  /// Ends it with "cancelled" when a stop is asked for, on whatever thread that is; it is told on the main thread.
   void stopOn(std::stop_token token);
   /// @}
 
@@ -60,7 +67,9 @@ class ORV_EXPORT PendingCore : public Withdrawable, public std::enable_shared_fr
   static void deliver(Pointer core);
   /// The same in a turn of its own.
   void deliverSoon();
+  /// A coroutine works for it from now on, and is destroyed when nobody wants the answer any more.
   void frameStarts(std::coroutine_handle<> frame) noexcept;
+  /// The coroutine is over and has answered.
   void frameEnds() noexcept;
   /// Settles it without an answer, and without telling anybody yet.
   void end(PendingEnd how);

@@ -39,18 +39,26 @@ class Subscribers {
   ~Subscribers() { list_->closed = true; }
 
   /// Calls `callback` with all that is told from now on, until the subscription is destroyed.
+  ///
+  /// @param callback may subscribe, withdraw any subscription, its own too, tell more, and destroy this object
+  /// @return ends the subscription when it goes; it may outlive this object
   [[nodiscard]] Subscription add(Callback callback) { return enter(std::move(callback), std::nullopt); }
   /// The same, and tells it `present` first, in the next turn: how things stand now.
+  ///
+  /// @param present is told to this one only
   [[nodiscard]] Subscription add(Callback callback, Event present) {
     return enter(std::move(callback), std::move(present));
   }
   /// Tells all who have subscribed, soon.
+  ///
+  /// @param event is moved in, and dropped when the last of them has heard it
   void tell(Event event) {
     detail::expectMainThread("Subscribers::tell");
     list_->events.push_back(News{list_->nextNumber++, std::move(event), nullptr});
     post(list_);
   }
-  /// Whether nobody is subscribed.
+  /// Whether nobody is subscribed: an event need not be made then.
+  /// Those whose subscription has ended do not count.
   bool empty() const {
     for (const auto& entry : list_->entries) {
       if (!entry->withdrawn) return false;
@@ -59,7 +67,9 @@ class Subscribers {
   }
 
  private:
+  /// One subscriber.
   struct Entry final : detail::Withdrawable {
+    /// Lets go of the callback at once, unless that runs at this moment.
     void withdraw() noexcept override {
       withdrawn = true;
       const Callback dropped = std::exchange(callback, nullptr);
@@ -68,11 +78,13 @@ class Subscribers {
     std::uint64_t from = 0;  ///< the number of the first event that is for it
     bool withdrawn = false;
   };
+  /// What was told, until it has been heard.
   struct News {
     std::uint64_t number;
     Event event;
     std::shared_ptr<Entry> only;  ///< whom it is for; null: for all
   };
+  /// Shared with the turns that are posted: one that comes too late finds it closed.
   struct List {
     std::vector<std::shared_ptr<Entry>> entries;
     std::deque<News> events;
@@ -95,11 +107,13 @@ class Subscribers {
     return Subscription(std::move(entry));
   }
 
+  /// One turn at a time: it takes all that has been told until then.
   static void post(const ListPointer& list) {
     if (list->telling || std::exchange(list->posted, true)) return;
     MainQueue::instance().post([list] { turn(list); });
   }
 
+  /// Tells what was there when it began; what comes meanwhile has a turn of its own.
   static void turn(const ListPointer& list) {
     list->posted = false;
     if (list->telling) return;
@@ -114,10 +128,12 @@ class Subscribers {
     if (!list->events.empty() && !list->closed) post(list);
   }
 
+  /// Only where nobody goes through the list.
   static void forgetWithdrawn(List& list) {
     std::erase_if(list.entries, [](const auto& entry) { return entry->withdrawn; });
   }
 
+  /// To the one whom it is for, or to all who had subscribed by then.
   static void tellOne(const ListPointer& list, const News& news) {
     if (news.only) return call(*news.only, news.event);
     // By index: a callback may subscribe, and nobody leaves the list meanwhile.

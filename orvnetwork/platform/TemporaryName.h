@@ -19,7 +19,10 @@ inline constexpr std::string_view kIncompleteEnding = ".tmp";
 /// The ending of what is deleted and waits for a worker that removes it.
 inline constexpr std::string_view kDeletedEnding = ".deleted";
 
-/// Such a name, from two random numbers.
+/// Such a name.
+///
+/// @param high, low random numbers, so that two programs do not take the same one
+/// @param ending one of the endings above
 inline std::string temporaryName(std::uint32_t high, std::uint32_t low, std::string_view ending) {
   std::array<char, 24> name{};
   std::snprintf(name.data(), name.size(), ".orv-%08x%08x", high, low);

@@ -7,6 +7,7 @@ Usage: check_style.py ROOT
   of ours. What its own header includes counts as its own; data/Types.h brings the words that everything is said in.
 - A body on a line of its own stands in braces.
 - No private names of a library of other makers.
+- A quarter of a public header's lines is comments that hosts can read.
 - A source of tests has a namespace that is named after it, since it may be compiled together with others.
 """
 
@@ -51,6 +52,8 @@ BRINGS = {"orvnetwork/data/Types.h": {"chrono", "concepts", "optional", "string"
           "filesystem": {"system_error"}, "gtest/gtest.h": {"string", "vector", "memory", "tuple"}}
 
 PRIVATE_NAME = re.compile(r"\b(?:asio|beast|json|net)::detail::|\btesting::internal::")
+PUBLIC_HEADER = re.compile(r"orvnetwork(?:_qt|_glib)?/(?:(?!detail/)[a-z]+/)?[A-Z]\w*\.h")
+LEAST_COMMENT = 0.25
 CONTROL = re.compile(r"\s*(?:\} )?(?:else\b|(?:else )?(?:if|for|while)\b)")
 
 
@@ -140,13 +143,23 @@ def check_own_namespace(path, code):
         yield test.start(), f"tests that are not in a namespace of their own, {name}"
 
 
+def check_comments(path, text):
+    lines = [line for line in map(str.strip, text.split("\n")) if line]
+    comments = sum(line.startswith("//") or "///<" in line for line in lines)
+    # A few declarations need no explanation.
+    if PUBLIC_HEADER.fullmatch(path) and len(lines) >= 20 and comments < LEAST_COMMENT * len(lines):
+        yield 0, f"only {comments} of {len(lines)} lines of a public header are comments"
+
+
 def breaches(root):
     classes = class_headers(root)
     for path in sources(root):
-        code = code_only(path.read_text(encoding="utf-8"))
+        text = path.read_text(encoding="utf-8")
+        code = code_only(text)
         have = available(root, path)
         found = [*check_standard_headers(path, code, have), *check_class_headers(root, path, code, have, classes),
-                 *check_braces(code), *check_own_namespace(path, code)]
+                 *check_braces(code), *check_own_namespace(path, code),
+                 *check_comments(path.relative_to(root).as_posix(), text)]
         found += [(match.start(), f"uses {match.group()}, a private name") for match in PRIVATE_NAME.finditer(code)]
         for offset, breach in sorted(found):
             yield f"{path.relative_to(root)}:{code.count(chr(10), 0, offset) + 1}: {breach}"

@@ -45,6 +45,15 @@ class CheckStyleTest(unittest.TestCase):
         self.assert_breach("uses std::vector and does not include <vector>",
                            orvnetwork__api__A_h="#include <orvnetwork/data/Types.h>\nstd::vector<int> a;\n")
 
+    def test_comments_of_public_headers(self):
+        bare, told = "int a;\n" * 76, "/// One.\n" * 24
+        self.assert_breach("only 24 of 100 lines of a public header are comments", orvnetwork__api__A_h=bare + told)
+        self.assert_breach("only 24 of 100 lines of a public header are comments", orvnetwork_qt__A_h=bare + told)
+        self.assert_clean(orvnetwork__api__A_h=bare[7:] + told + "/// Two.\n")
+        self.assert_clean(orvnetwork__api__detail__A_h=bare + told)
+        self.assert_clean(orvnetwork_glib__detail__A_h=bare + told)
+        self.assert_clean(orvnetwork__api__A_h="int a;\n" * 19)
+
     def test_class_headers(self):
         thing = {"orvnetwork__data__Thing_h": "class ORV_EXPORT Thing {};\n"}
         self.assert_breach("uses Thing and does not include <orvnetwork/data/Thing.h>",
