@@ -12,7 +12,8 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/PropertyListFile.h>
-#include <orvnetwork/platform/native/NativePlatform.h>
+
+#include <tests/support/PassingFiles.h>
 
 #include <unistd.h>
 
@@ -48,83 +49,74 @@ double since(Clock::time_point begin) {
 thread_local double diskTime = 0;
 
 /// Adds up the time that this thread spends in file operations.
-class TimedFiles final : public FileSystem {
-  template <typename Call>
-  static auto timed(Call&& call) {
-    const auto begin = Clock::now();
-    auto result = call();
-    diskTime += since(begin);
-    return result;
-  }
+class TimedFiles final : public test::PassingFiles {
+  class Timed {
+   public:
+    Timed() = default;
+    Timed(const Timed&) = delete;
+    Timed& operator=(const Timed&) = delete;
+    ~Timed() { diskTime += since(begin_); }
+
+   private:
+    const Clock::time_point begin_ = Clock::now();
+  };
 
  public:
-  explicit TimedFiles(FileSystem& files) : files_(files) {}
+  using PassingFiles::PassingFiles;
   bool exists(const std::string& path) override {
-    return timed([&] { return files_.exists(path); });
+    const Timed timed;
+    return PassingFiles::exists(path);
   }
   bool isDirectory(const std::string& path) override {
-    return timed([&] { return files_.isDirectory(path); });
+    const Timed timed;
+    return PassingFiles::isDirectory(path);
   }
   bool createDirectory(const std::string& path, bool intermediates, unsigned mode,
                        std::error_code& error) override {
-    return timed([&] { return files_.createDirectory(path, intermediates, mode, error); });
+    const Timed timed;
+    return PassingFiles::createDirectory(path, intermediates, mode, error);
   }
   bool writeAtomically(const std::string& path, std::string_view bytes, Durability durability, unsigned mode,
                        std::error_code& error) override {
-    return timed([&] { return files_.writeAtomically(path, bytes, durability, mode, error); });
+    const Timed timed;
+    return PassingFiles::writeAtomically(path, bytes, durability, mode, error);
+  }
+  void removeLeftovers(const std::string& folder) override {
+    const Timed timed;
+    return PassingFiles::removeLeftovers(folder);
   }
   std::optional<std::string> read(const std::string& path, std::error_code& error) override {
-    return timed([&] { return files_.read(path, error); });
+    const Timed timed;
+    return PassingFiles::read(path, error);
   }
   bool remove(const std::string& path, std::error_code& error) override {
-    return timed([&] { return files_.remove(path, error); });
+    const Timed timed;
+    return PassingFiles::remove(path, error);
   }
   bool rename(const std::string& from, const std::string& to, std::error_code& error) override {
-    return timed([&] { return files_.rename(from, to, error); });
+    const Timed timed;
+    return PassingFiles::rename(from, to, error);
   }
   std::optional<std::vector<std::string>> list(const std::string& path, std::error_code& error) override {
-    return timed([&] { return files_.list(path, error); });
+    const Timed timed;
+    return PassingFiles::list(path, error);
   }
   std::optional<std::uint64_t> fileSize(const std::string& path) override {
-    return timed([&] { return files_.fileSize(path); });
+    const Timed timed;
+    return PassingFiles::fileSize(path);
   }
   std::unique_ptr<FileHandle> openForWriting(const std::string& path) override {
-    return timed([&] { return files_.openForWriting(path); });
+    const Timed timed;
+    return PassingFiles::openForWriting(path);
   }
   std::unique_ptr<FileHandle> openForAppending(const std::string& path, unsigned mode) override {
-    return timed([&] { return files_.openForAppending(path, mode); });
+    const Timed timed;
+    return PassingFiles::openForAppending(path, mode);
   }
   std::unique_ptr<LockFile> openLockFile(const std::string& path, unsigned mode) override {
-    return timed([&] { return files_.openLockFile(path, mode); });
+    const Timed timed;
+    return PassingFiles::openLockFile(path, mode);
   }
-
- private:
-  FileSystem& files_;
-};
-
-/// The operating system with its files timed.
-class TimedPlatform final : public Platform {
- public:
-  orv::Clock& clock() override { return inner_->clock(); }
-  MainQueue& mainQueue() override { return inner_->mainQueue(); }
-  Executor& globalQueue() override { return inner_->globalQueue(); }
-  DelayService& delays() override { return inner_->delays(); }
-  Reachability& reachability() override { return inner_->reachability(); }
-  FileSystem& files() override { return files_; }
-  Directories& directories() override { return inner_->directories(); }
-  std::uint32_t random() override { return inner_->random(); }
-  std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) override {
-    return inner_->makeWebSocket(std::move(request));
-  }
-  std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) override {
-    return inner_->makeBackgroundDrain(std::move(drain));
-  }
-  std::string localeName() override { return inner_->localeName(); }
-  TimeZonePtr timeZone() override { return inner_->timeZone(); }
-
- private:
-  const std::unique_ptr<Platform> inner_ = makeNativePlatform();
-  TimedFiles files_{inner_->files()};
 };
 
 /// Keeps what was posted until it is asked for.
@@ -274,7 +266,7 @@ int main() {
   ::setenv("HOME", home, 1);
   ::unsetenv("XDG_CONFIG_HOME");
   Console::setSink([](std::string_view) {});
-  Platform::install(std::make_unique<TimedPlatform>());
+  Platform::install(std::make_unique<test::PlatformWithFiles<TimedFiles>>());
   MainQueue::instance().claim();
   {
     QXCourseManager& manager = QXCourseManager::getInstance();

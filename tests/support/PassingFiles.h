@@ -29,6 +29,7 @@ class PassingFiles : public FileSystem {
                        std::error_code& error) override {
     return files_.writeAtomically(path, bytes, durability, mode, error);
   }
+  void removeLeftovers(const std::string& folder) override { files_.removeLeftovers(folder); }
   std::optional<std::string> read(const std::string& path, std::error_code& error) override {
     return files_.read(path, error);
   }
