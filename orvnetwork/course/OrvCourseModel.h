@@ -115,7 +115,7 @@ class ORV_EXPORT OrvCourseModel : public Record {
   /// be written there, which the console gets a line. A count that cannot be read begins anew.
   std::string generateMp4FileName() const;
   /// Appends a piece to the list of pieces. `duration` is in seconds. When the list cannot be written, or the one
-  /// that is there cannot be read, it stays as it is, and the console gets a line.
+  /// that is there cannot be read, it stays as it is, and the console gets a line. What killed programs left there goes.
   void addNewMp4_duration(std::string_view name, double duration) const;
 
   /// @}

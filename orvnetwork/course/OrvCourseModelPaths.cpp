@@ -64,6 +64,8 @@ std::optional<json::array> piecesIn(const std::string& path) {
 
 bool addPiece(const OptionalString& folder, std::string_view name, double duration) {
   if (!folder) return false;
+  // Of programs that were killed while they wrote one of the two lists.
+  paths().defaultMgr().removeLeftovers(*folder);
   const std::string path = appendPathComponent(*folder, "list.plist");
   auto pieces = piecesIn(path);
   if (!pieces) return false;

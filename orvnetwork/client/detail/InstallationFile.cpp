@@ -54,6 +54,11 @@ class InstallationFile {
     if (!isOurs) error_ = std::make_error_code(std::errc::timed_out);
     return error_ ? std::nullopt : make();
   }
+  /// Removes, on the worker pool, what programs that were killed while they made the file have left beside it.
+  void tidyLater() const {
+    Platform::current().globalQueue().post(
+        [folder = folderOf(path_)] { Platform::current().files().removeLeftovers(folder); });
+  }
   std::error_code error() const { return error_; }
 
  private:
@@ -107,7 +112,9 @@ std::string installationIn(const OptionalString& path) {
     return randomIdentifier();
   }
   InstallationFile file(*place);
-  if (auto kept = file.identifier()) return *kept;
+  auto kept = file.identifier();
+  file.tidyLater();
+  if (kept) return *std::move(kept);
   consoleLog("the identifier of this installation cannot be kept in %@: %@", *place, file.error().message());
   return randomIdentifier();
 }

@@ -197,6 +197,25 @@ TEST_F(ClientStart, TakesAnIdentifierThatLiesThere) {
   EXPECT_EQ(platform.files().contents(kFile), "school-pc-17\n");
 }
 
+TEST_F(ClientStart, RemovesWhatAKilledProgramHasLeftBesideTheIdentifier) {
+  const std::string folder = std::string(kFile).substr(0, std::string_view(kFile).rfind('/'));
+  const std::string left = folder + "/.orv-0123456789abcdef.tmp", own = folder + "/notes.tmp";
+  std::string made;
+  // Where there is no identifier yet, and where there is one.
+  for (int time = 0; time < 2; ++time) {
+    for (const auto& file : {left, own}) platform.files().put(file, "bytes");
+    start(keptInFile());
+    EXPECT_TRUE(platform.files().contents(left)) << "by a worker";
+    settle();
+    EXPECT_FALSE(platform.files().contents(left));
+    EXPECT_TRUE(platform.files().contents(own)) << "a host's own file";
+    EXPECT_TRUE(made.empty() || made == client->options().installation);
+    made = client->options().installation.value_or("");
+    EXPECT_EQ(platform.files().contents(kFile), made + "\n");
+    client.reset();
+  }
+}
+
 TEST_F(ClientStart, SetsAsideWhatIsNoIdentifier) {
   platform.files().put(kFile, std::string("\0\0\0", 3));
   start(keptInFile());

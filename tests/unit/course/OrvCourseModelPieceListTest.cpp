@@ -105,6 +105,19 @@ TEST_F(OrvCourseModelPieceList, AListThatCannotBeReadIsLeftAlone) {
   EXPECT_EQ(countLines("Error with writing file"), 2u);
 }
 
+TEST_F(OrvCourseModelPieceList, AddingAPieceRemovesWhatAKilledProgramHasLeftBesideTheList) {
+  const std::string left = std::string(kMp4) + "/.orv-0123456789abcdef.tmp";
+  const std::string recorded = std::string(kMp4) + "/240131-1.mp4",
+                    temporary = std::string(kMp4) + "/notes.tmp";
+  course.addNewMp4_duration("240131-1.mp4", 1);
+  for (const auto& file : {left, recorded, temporary}) files.put(file, "bytes");
+  course.addNewMp4_duration("240131-2.mp4", 2);
+  EXPECT_FALSE(files.contents(left));
+  EXPECT_TRUE(files.contents(recorded));
+  EXPECT_TRUE(files.contents(temporary)) << "a host's own file";
+  EXPECT_EQ(propertyListIn(kList)->as_array().size(), 2u);
+}
+
 TEST_F(OrvCourseModelPieceList, NoSingleFailureOfTheDiskLosesAPieceThatWasListed) {
   const json::array first{{{"duration", 1.0}, {"name", "a"}}};
   json::array both = first;
