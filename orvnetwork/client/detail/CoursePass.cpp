@@ -35,6 +35,7 @@ void CoursePass::pageCame(CoursePagePointer page) {
   if (isLastSweep()) {
     // A server that gives the same courses on every page has no end.
     const bool isOver = !page->isFull || std::ranges::all_of(page->items, isKnown);
+    page = withoutSeen(std::move(page));
     note(*page);
     read_.push_back(std::move(page));
     return isOver ? finish(true) : goOn();
@@ -83,6 +84,14 @@ bool CoursePass::isExplained() const {
   if (page.items.empty()) return !page.isFull && plan_.baseIsWhole && *lastPlace + 1 == plan_.base->size();
   const auto first = std::ranges::find_if(page.items, hasCourse);
   return first != page.items.end() && plan_.base->indexOf(first->roomID) == *lastPlace + 1;
+}
+
+CoursePagePointer CoursePass::withoutSeen(CoursePagePointer page) const {
+  const auto isKnown = [this](const auto& item) { return isSeen(item.roomID); };
+  if (std::ranges::none_of(page->items, isKnown)) return page;
+  auto rest = std::make_shared<CoursePage>(*page);
+  std::erase_if(rest->items, isKnown);
+  return rest;
 }
 
 void CoursePass::note(const CoursePage& page) {

@@ -76,6 +76,8 @@ class CoursePass {
   bool isLastSweep() const { return sweep_ + 1 == kMostSweeps; }
   /// Whether the last page follows the one in front of it in the rows that are there.
   bool isExplained() const;
+  /// The page without the courses that an earlier one has.
+  CoursePagePointer withoutSeen(CoursePagePointer page) const;
   void note(const CoursePage& page);
   bool isSeen(std::int64_t roomID) const;
   void finish(bool isWhole);
