@@ -116,7 +116,6 @@ class Subscribers {
   /// Tells what was there when it began; what comes meanwhile has a turn of its own.
   static void turn(const ListPointer& list) {
     list->posted = false;
-    if (list->telling) return;
     list->telling = true;
     for (std::size_t left = list->events.size(); left > 0 && !list->closed; --left) {
       const News news = std::move(list->events.front());

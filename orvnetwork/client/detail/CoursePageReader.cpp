@@ -2,7 +2,6 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/client/Ask.h>
-#include <orvnetwork/client/ReplyCode.h>
 #include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/LooseRead.h>
@@ -59,8 +58,7 @@ const json::array* itemsOf(const CourseListName& list, const json::object& frame
 }
 
 CourseListError refusalOf(const Reply& reply) {
-  const bool isSession = reply.code() && needsSession(*reply.code());
-  return {.kind = isSession ? CourseListErrorKind::NoSession : CourseListErrorKind::Refused,
+  return {.kind = CourseListErrorKind::Refused,
           .text = std::string(reply.text().empty() ? "the server refused" : reply.text()),
           .code = reply.code()};
 }

@@ -171,7 +171,6 @@ CoursePages touchedPages(const CourseListName& list, CoursePages pages, const Ro
     // The room stays among those that the server has listed.
     detail::opened(pages, page).items[index].course = std::move(row);
   }
-  std::ranges::sort(added, {}, [&listing](std::int64_t roomID) { return listing.placeOf(roomID); });
   for (const std::int64_t roomID : added) insert(listing, pages, roomID, copyOf(list, roomID), isWhole);
   return pages;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "../course/PagingFixture.h"
 
@@ -86,6 +87,9 @@ class CourseListFixture : public PagingFixture {
     Rooms rooms;
     for (const auto& key : courses().cloudCourseList()) rooms.push_back(std::stoll(key));
     return rooms;
+  }
+  static void changeUser(std::string uID, std::string classroom = "5001") {
+    QXUserInfoMgr::getInstance().setUserInfo(makeUser(std::move(uID), std::move(classroom)));
   }
   void loadAll(CourseList& list) {
     for (int load = 0; load < 1000 && list.canLoadMore(); ++load) {

@@ -119,6 +119,42 @@ TEST_F(CourseListLink, AServerThatDoesNotAnswerIsAskedThreeTimes) {
   EXPECT_EQ(pagesAsked.size(), 3u) << "nobody asks by himself";
 }
 
+TEST_F(CourseListLink, ARequestOfSomebodyElseThatWaitsForASessionIsNoReasonToGiveUp) {
+  signIn();
+  instead = [](const json::object& frame) -> std::optional<json::object> {
+    if (frame.at("c") == "Course.Get.Items") return std::nullopt;
+    return json::object{{"ret", frame.at("c") == "Any.Command" ? 1001 : 0}, {"data", json::object()}};
+  };
+  auto list = CourseList::recorded();
+  list.loadMore();
+  link.sendRequestItem(makeItem("Any.Command"));
+  runFor(9);
+  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  runFor(21.1);
+  EXPECT_EQ(pagesAsked.size(), 3u);
+  EXPECT_EQ(whyFailed(list), "TimedOut: the server does not answer");
+}
+
+TEST_F(CourseListLink, APageThatIsLateForItsLoadIsNotTakenForThatOfTheNext) {
+  auto list = loadedList(10);
+  runFor(10);
+  // A worker has the page still in hand when the link is lost, and the list is read anew on the next one.
+  platform.holdGlobalQueue(true);
+  list.refresh();
+  settle();
+  unlist(recorded, 5);
+  holdPages();
+  server.reset(server.latest());
+  runFor(5);
+  ASSERT_EQ(held.size(), 1u);
+  platform.holdGlobalQueue(false);
+  settle();
+  EXPECT_TRUE(list.isLoading());
+  EXPECT_EQ(list.keys(), rooms(10, 1));
+  answerHeld(pageOf(recorded));
+  EXPECT_EQ(list.keys(), serverRooms(recorded));
+}
+
 TEST_F(CourseListLink, AServerThatWantsASessionThatDoesNotComeFailsTheLoad) {
   signIn();
   instead = [](const json::object&) { return json::object{{"ret", 1001}}; };

@@ -1,5 +1,6 @@
 #include <orvnetwork/client/CourseList.h>
 #include <orvnetwork/course/QXCourseManager.h>
+#include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "CourseListFixture.h"
@@ -143,6 +144,17 @@ TEST_F(CourseListLocal, ACourseWithoutARecordIsNotShown) {
   std::error_code error;
   platform.files().remove(courses().localCourseFolder().value() + "/1.plist", error);
   list.refresh();
+  settle();
+  EXPECT_EQ(list.keys(), Rooms{2});
+}
+
+TEST_F(CourseListLocal, ARecordThatSaysThatItIsAnotherCourseIsNotShown) {
+  add(1);
+  add(2);
+  courses().setLocalCourseDict({});
+  writePropertyListFile(courses().localCourseFolder().value() + "/1.plist", makeLocal(77)->jsonObject(),
+                        Durability::Plain, 0600);
+  auto list = CourseList::local();
   settle();
   EXPECT_EQ(list.keys(), Rooms{2});
 }

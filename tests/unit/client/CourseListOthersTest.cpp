@@ -1,10 +1,10 @@
 // The catalogue changes by itself, and other lists are there.
 
 #include <orvnetwork/client/CourseList.h>
+#include <orvnetwork/course/CourseChange.h>
+#include <orvnetwork/course/CourseStore.h>
 
 #include "CourseListFixture.h"
-
-#include <string>
 
 namespace orv::course_list_others_test {
 namespace {
@@ -20,6 +20,7 @@ TEST_F(CourseListOthers, FollowsACourseThatIsTakenOffTheCatalogue) {
   EXPECT_EQ(list.keys(), (Rooms{10, 9, 8, 6, 5, 4, 3, 2, 1}));
   ASSERT_EQ(view.rowChanges(), 1u);
   EXPECT_EQ(view.changes()[0].removed, (std::vector<CourseListRange>{{3, 1}}));
+  EXPECT_TRUE(list.atEnd()) << "as before";
 }
 
 TEST_F(CourseListOthers, ACourseThatIsTakenOffWhileAPageIsOnItsWayDoesNotComeBack) {
@@ -45,6 +46,24 @@ TEST_F(CourseListOthers, FollowsARecordThatIsChanged) {
   EXPECT_EQ(list.at(3)->title.get(), "新");
   ASSERT_EQ(view.rowChanges(), 1u);
   EXPECT_EQ(view.changes()[0].updated, (std::vector<CourseListRange>{{3, 1}}));
+}
+
+TEST_F(CourseListOthers, TellsNothingOfARecordThatIsWrittenAgainAsItWas) {
+  auto list = loadedList(10);
+  View view(list);
+  courses().refreshRecordCourse(courses().getRecordCourseWithIndex(3));
+  settle();
+  EXPECT_TRUE(view.changes().empty());
+}
+
+TEST_F(CourseListOthers, ARecordThatSaysThatItIsAnotherCourseIsNotShown) {
+  auto list = loadedList(10);
+  const auto course = courses().getRecordCourseWithIndex(3);
+  course->title = "新";
+  courses().refreshRecordCourse(course);
+  course->roomID = 77;
+  settle();
+  EXPECT_EQ(list.keys(), (Rooms{10, 9, 8, 6, 5, 4, 3, 2, 1}));
 }
 
 TEST_F(CourseListOthers, RefreshesItselfWhenSomebodyElsesPagesDoNotFit) {
@@ -110,7 +129,7 @@ TEST_F(CourseListOthers, IsReadOnceMoreWhereAnythingMayBeDifferentJustAsAPageHas
   EXPECT_EQ(list.keys(), serverRooms(recorded));
 }
 
-TEST_F(CourseListOthers, ALoadWritesNoRecordAgainThatAnEarlierOneHasPutIn) {
+TEST_F(CourseListOthers, ALoadTellsNothingAgainThatAnEarlierOneHasPutIn) {
   signIn();
   listRooms(65, 1);
   auto list = CourseList::recorded();
@@ -122,13 +141,17 @@ TEST_F(CourseListOthers, ALoadWritesNoRecordAgainThatAnEarlierOneHasPutIn) {
   recorded[3].as_object()["title"] = "新";
   list.refresh();
   settle();
-  const std::string file = *courses().cloudCourseFolder() + "/62.plist";
   ASSERT_EQ(cloudFile(62)->at("title"), "新");
-  const auto written = platform.files().inode(file);
+  Rooms news;
+  const auto seen = CourseStore::getInstance().observe([&news](const CourseChange& change) {
+    news.insert(news.end(), change.news.begin(), change.news.end());
+  });
+  pagesAsked.clear();
   list.loadMore();
   settle();
+  ASSERT_EQ(pagesAsked, (Strings{"items 3", "items 2"}));
   EXPECT_EQ(list.keys(), rooms(65, 1));
-  EXPECT_EQ(platform.files().inode(file), written);
+  EXPECT_EQ(news, rooms(5, 1));
 }
 
 TEST_F(CourseListOthers, TwoListsOfTheSameCoursesKeepEachOtherRight) {

@@ -36,6 +36,7 @@ TEST_F(CourseListTest, LoadsTheFirstPage) {
   settle();
   EXPECT_EQ(list.keys(), rooms(95, 66));
   EXPECT_EQ(list.at(29)->title.get(), "课程 66");
+  EXPECT_EQ(list.at(30), nullptr);
   EXPECT_EQ(list.indexOf(66), 29u);
   EXPECT_EQ(list.indexOf(65), std::nullopt);
   EXPECT_TRUE(list.canLoadMore());

@@ -1,4 +1,4 @@
-// The user changes, and lists go away.
+// The user changes.
 
 #include <orvnetwork/client/CourseList.h>
 #include <orvnetwork/platform/Executor.h>
@@ -17,12 +17,7 @@
 namespace orv::course_list_user_test {
 namespace {
 
-class CourseListUser : public CourseListFixture {
- protected:
-  void changeUser(std::string uID, std::string classroom = "5001") {
-    QXUserInfoMgr::getInstance().setUserInfo(makeUser(std::move(uID), std::move(classroom)));
-  }
-};
+using CourseListUser = CourseListFixture;
 
 TEST_F(CourseListUser, RowsOfTheOldUserGoInOneChangeAndThoseOfTheNewOneCome) {
   auto list = loadedList(40);
@@ -155,6 +150,38 @@ TEST_F(CourseListUser, NothingIsReadForAUserWhoseSignInIsGivenUp) {
   }
 }
 
+TEST_F(CourseListUser, NothingIsAskedForWhileTheCatalogueIsAnothersAndInTheEndThatIsAFailure) {
+  signIn();
+  listRooms(10, 1);
+  auto list = CourseList::recorded();
+  courses().setCurrentUserID(42);
+  list.loadMore();
+  runFor(11.5);
+  EXPECT_TRUE(list.isLoading());
+  EXPECT_EQ(pagesAsked, Strings{});
+  runFor(1);
+  ASSERT_TRUE(list.lastError());
+  EXPECT_EQ(list.lastError()->text, "another user is signing in");
+  EXPECT_EQ(list.lastError()->kind, CourseListErrorKind::NoUser);
+}
+
+TEST_F(CourseListUser, APageThatComesWhileTheCatalogueIsAnothersIsAskedForAgain) {
+  signIn();
+  auto list = CourseList::recorded();
+  holdPages();
+  list.loadMore();
+  settle();
+  courses().setCurrentUserID(42);
+  answerHeld(pageOf(items(40, 30)));
+  EXPECT_EQ(list.size(), 0u);
+  EXPECT_TRUE(list.isLoading());
+  courses().setCurrentUserID(100001);
+  runFor(0.3);
+  ASSERT_EQ(held.size(), 1u);
+  answerHeld(pageOf(items(9, 5)));
+  EXPECT_EQ(list.keys(), rooms(9, 5));
+}
+
 TEST_F(CourseListUser, ChangesAtEveryStepOfALoadLeadToTheNewUsersList) {
   signIn();
   auto list = CourseList::recorded();
@@ -174,142 +201,6 @@ TEST_F(CourseListUser, ChangesAtEveryStepOfALoadLeadToTheNewUsersList) {
     ASSERT_EQ(list.keys(), rooms(170, 100)) << "after " << steps << " steps";
     ASSERT_EQ(stored(), rooms(170, 100)) << "after " << steps << " steps";
   }
-}
-
-using CourseListLife = CourseListUser;
-
-TEST_F(CourseListLife, DestroyingItIsSilenceAtEveryStep) {
-  signIn();
-  listRooms(95, 1);
-  for (int steps = 0; steps < 150; ++steps) {
-    int told = 0;
-    auto list = std::make_unique<CourseList>(CourseList::recorded());
-    const Subscription seen = list->onChanged([&told](const auto&) { ++told; });
-    list->loadMore();
-    for (int step = 0; step < steps; ++step) platform.step();
-    if (steps % 3 == 0) changeUser("10000" + std::to_string(steps % 2 + 1));
-    list.reset();
-    const int before = told;
-    settle();
-    ASSERT_EQ(told, before) << "after " << steps << " steps";
-  }
-}
-
-TEST_F(CourseListLife, ItMayBeDestroyedFromInsideItsOwnCallback) {
-  signIn();
-  listRooms(95, 1);
-  int told = 0, toldOther = 0;
-  auto list = std::make_unique<CourseList>(CourseList::recorded());
-  const Subscription seen = list->onChanged([&](const CourseListChange& change) {
-    ++told;
-    if (change.changesRows()) list.reset();
-  });
-  const Subscription other = list->onChanged([&](const CourseListChange& change) {
-    if (change.changesRows()) ++toldOther;
-  });
-  list->loadMore();
-  settle();
-  EXPECT_EQ(list, nullptr);
-  EXPECT_EQ(toldOther, 0);
-  const int before = told;
-  runFor(30);
-  EXPECT_EQ(told, before);
-}
-
-TEST_F(CourseListLife, TheMainThreadWaitsNeitherForTheDiskNorForTheCatalogue) {
-  signIn();
-  listRooms(95, 1);
-  auto list = CourseList::recorded();
-  list.loadMore();
-  settle();
-  // From here on whoever waits for the catalogue waits for ever, and no worker works.
-  platform.holdGlobalQueue(true);
-  const auto catalogue = courses().dataSemaphore();
-  catalogue->wait();
-  const auto calls = platform.files().calls();
-  auto local = CourseList::local();
-  auto coming = CourseList::live(1);
-  for (CourseList* each : {&list, &local, &coming}) {
-    each->loadMore();
-    settle();
-    each->refresh();
-    settle();
-    for (std::size_t index = 0; index < each->size(); ++index) EXPECT_NE(each->at(index), nullptr);
-    EXPECT_EQ(each->indexOf(-1), std::nullopt);
-  }
-  EXPECT_EQ(list.keys(), rooms(95, 66));
-  { const auto gone = CourseList::recorded(); }
-  settle();
-  EXPECT_EQ(platform.files().calls(), calls);
-  catalogue->signal();
-  platform.holdGlobalQueue(false);
-  settle();
-  loadAll(list);
-  EXPECT_EQ(list.keys(), rooms(95, 1));
-  EXPECT_TRUE(local.atEnd());
-}
-
-TEST_F(CourseListLife, WhatIsWithdrawnIsNotCalled) {
-  signIn();
-  listRooms(95, 1);
-  auto list = CourseList::recorded();
-  int told = 0;
-  Subscription seen = list.onChanged([&](const auto&) {
-    ++told;
-    seen.reset();
-  });
-  loadAll(list);
-  EXPECT_EQ(told, 1);
-  EXPECT_EQ(list.keys(), rooms(95, 1));
-}
-
-TEST_F(CourseListLife, ALoadMayBeAskedForInsideTheCallback) {
-  signIn();
-  listRooms(95, 1);
-  auto list = CourseList::recorded();
-  View view(list);
-  view.also = [&](const CourseListChange&) {
-    if (list.canLoadMore()) list.loadMore();
-  };
-  list.loadMore();
-  settle();
-  EXPECT_TRUE(list.atEnd());
-  EXPECT_EQ(list.keys(), rooms(95, 1));
-}
-
-TEST_F(CourseListLife, MovesToAnotherOwner) {
-  signIn();
-  listRooms(10, 1);
-  auto list = CourseList::recorded();
-  list.loadMore();
-  CourseList owner = std::move(list);
-  settle();
-  EXPECT_EQ(owner.keys(), rooms(10, 1));
-  owner = CourseList::local();
-  settle();
-  EXPECT_EQ(owner.size(), 0u);
-  EXPECT_TRUE(owner.atEnd());
-}
-
-TEST_F(CourseListLife, OneChangeATurn) {
-  signIn();
-  listRooms(95, 1);
-  auto list = CourseList::recorded();
-  std::uint64_t turn = 0, lastTurn = 0;
-  int twice = 0;
-  const Subscription seen = list.onChanged([&](const auto&) {
-    if (turn == lastTurn) ++twice;
-    lastTurn = turn;
-  });
-  list.loadMore();
-  for (int round = 0; round < 400; ++round) {
-    ++turn;
-    if (round % 20 == 0) changeUser("10000" + std::to_string(round / 20 % 2 + 1));
-    if (round % 7 == 0) list.refresh();
-    if (round % 9 == 0) list.loadMore();
-    platform.step();
-  }
-  EXPECT_EQ(twice, 0);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include <orvnetwork/client/Pending.h>
+#include <orvnetwork/client/PendingEnd.h>
 #include <orvnetwork/platform/Console.h>
 
 #include "PendingFixture.h"
 
 #include <concepts>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -74,6 +76,16 @@ TEST_F(PendingAnswer, OfASourceThatGoesIsCancelled) {
   EXPECT_EQ(told, Strings{});
   settle();
   EXPECT_EQ(told, Strings{"cancelled"});
+}
+
+TEST_F(PendingAnswer, ThatDoesNotComeIsAnErrorWithTheNumberAndTheWordsOfItsEnd) {
+  for (const auto end : {PendingEnd::Cancelled, PendingEnd::TimedOut, PendingEnd::Thrown}) {
+    const Text none = WithoutAnswer<Text>::make(end);
+    ASSERT_FALSE(none);
+    EXPECT_EQ(none.error().domain, kPendingErrorDomain);
+    EXPECT_EQ(none.error().code, static_cast<std::int64_t>(end));
+    EXPECT_EQ(none.error().description, textOf(end));
+  }
 }
 
 TEST_F(PendingAnswer, OfAReplacedSourceIsCancelled) {
@@ -194,12 +206,17 @@ TEST_F(PendingAnswer, SurvivesACallbackThatThrows) {
 }
 
 TEST_F(PendingAnswer, CanBeKeptAsASubscription) {
+  PendingSource<Text> second;
   std::vector<Subscription> all;
   all.emplace_back(source.pending().then(note()));
+  all.emplace_back(second.pending().then(note()));
+  second.answer("second");
+  settle();
+  EXPECT_EQ(told, Strings{"second"});
   all.clear();
   source.answer("7");
   settle();
-  EXPECT_EQ(told, Strings{});
+  EXPECT_EQ(told, Strings{"second"});
 }
 
 TEST_F(PendingAnswer, IsToldInsideALoopThatACallbackRuns) {

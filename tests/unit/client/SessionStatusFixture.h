@@ -69,6 +69,7 @@ class SessionStatusFixture : public LinkFixture {
       EXPECT_TRUE(platform.mainQueue().isCurrent());
       results.push_back(std::string(nameOf(result.outcome())));
       lastText = result.text();
+      lastSucceeded = static_cast<bool>(result);
     };
   }
 
@@ -97,6 +98,7 @@ class SessionStatusFixture : public LinkFixture {
   Strings told, results;
   bool isFirst = true;
   std::string lastText;
+  bool lastSucceeded = false;
 };
 
 }  // namespace orv

@@ -203,6 +203,15 @@ TEST_F(SessionStatusTest, AHostsOwnUserIsRestoredAndRenewed) {
   EXPECT_EQ(state(), "SignedOut");
 }
 
+TEST_F(SessionStatusTest, AnotherTokenOfTheSameUserIsAnotherSession) {
+  signedIn();
+  const auto user = makeRecord<OrvUserInfoModel>(users().userInfo()->jsonObject());
+  user->token = school.issueToken(ann);
+  users().setUserInfo(user);
+  runFor(3);
+  EXPECT_EQ(told, (Strings{"Restoring, user 11", "Good, user 11"}));
+}
+
 TEST_F(SessionStatusTest, MayBeDestroyedInsideItsCallback) {
   putUser(ann, school.issueToken(ann));
   session = std::make_unique<SessionStatus>();

@@ -138,6 +138,7 @@ TEST_F(SignOut, TellsThatTheUserIsStillOnTheDisk) {
   signOut();
   settle();
   EXPECT_EQ(results, Strings{"NotRemoved"});
+  EXPECT_FALSE(lastSucceeded);
   EXPECT_EQ(state(), "SignedOut");
   EXPECT_EQ(inFile("uID"), ann);
   // It can be tried again.
@@ -148,6 +149,7 @@ TEST_F(SignOut, TellsThatTheUserIsStillOnTheDisk) {
   signOut();
   settle();
   EXPECT_EQ(results.back(), "SignedOut");
+  EXPECT_TRUE(lastSucceeded);
   EXPECT_EQ(inFile("uID"), "");
 }
 
