@@ -356,6 +356,23 @@ TEST_F(LinkStatisticsOfLink, BecomeADictionary) {
   EXPECT_TRUE(writeJsonCompact(all));
 }
 
+TEST_F(LinkStatisticsOfLink, TellThoseThatWaitForAReplyApartFromThoseThatWaitForASession) {
+  bringUp();
+  const auto parked = send("a");
+  settle();
+  answer(parked, {{"ret", 1001}});
+  send("b");
+  send("c");
+  settle();
+  const LinkStatistics now = link.statistics();
+  EXPECT_EQ(now.outstanding, 2u);
+  EXPECT_EQ(now.parked, 1u);
+  EXPECT_EQ(jsonOf(now).at("outstanding"), json::value(2));
+  EXPECT_EQ(jsonOf(now).at("parked"), json::value(1));
+  EXPECT_EQ(link.outstandingRequestCount(), 2u);
+  EXPECT_EQ(link.parkedRequestCount(), 1u);
+}
+
 TEST_F(LinkStatisticsOfLink, TellTheNamesOfFailuresInTheDictionary) {
   platform.network().setDefaultPlan(ConnectPlan::refuse());
   link.watchNetworkStatus();
