@@ -89,6 +89,13 @@ INSTANTIATE_TEST_SUITE_P(
               "50 MB in 12 files")),
     rowName);
 
+TEST(DoctorSession, HasTheTimeOfItsReplyWhateverThatSays) {
+  for (SignInFacts facts : {replied(0), replied(2), replied(7), replied(0, true), replied({})}) {
+    facts.milliseconds = 7;
+    EXPECT_EQ(judgeSession(facts).milliseconds, 7) << judgeSession(facts).code;
+  }
+}
+
 TEST(DoctorReport, TellsDetailsWhereSomethingIsWrongAndCounts) {
   std::vector<Finding> findings = {
       good("network", "route over eth0", {{"ipv4", {"eth0", "eth1"}}}),

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -26,6 +27,8 @@ struct Row {
   const char* code;
   Verdict verdict;
   const char* text;  ///< a part of it
+  /// What a verdict on the way is made of.
+  std::optional<WayFacts> facts{};
 };
 inline void PrintTo(const Row& row, std::ostream* out) {
   *out << row.name;
@@ -35,7 +38,7 @@ class DoctorVerdict : public ::testing::TestWithParam<Row> {};
 
 inline Row way(const char* name, Finding (*judge)(const WayFacts&), WayFacts facts, const char* code,
                Verdict verdict, const char* text) {
-  return {name, [judge, facts = std::move(facts)] { return judge(facts); }, code, verdict, text};
+  return {name, [judge, facts] { return judge(facts); }, code, verdict, text, facts};
 }
 
 inline std::string rowName(const ::testing::TestParamInfo<Row>& info) {

@@ -113,17 +113,6 @@ WayFacts clockOff(double seconds) {
   });
 }
 
-TEST_P(DoctorVerdict, IsThis) {
-  const Row& row = GetParam();
-  const Finding finding = row.judge();
-  EXPECT_EQ(finding.code, row.code) << finding.text;
-  EXPECT_EQ(finding.verdict, row.verdict) << finding.text;
-  EXPECT_NE(finding.text.find(row.text), std::string::npos) << finding.text;
-  const bool isWrong = finding.verdict == Verdict::Warn || finding.verdict == Verdict::Fail;
-  EXPECT_EQ(finding.todo.empty(), !isWrong) << "whoever is told that something is wrong is told what to do";
-  EXPECT_FALSE(finding.text.ends_with("."));
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Proxy, DoctorVerdict,
     ::testing::Values(
