@@ -172,6 +172,25 @@ TEST_F(ListeningProgram, LetsNobodyElseInWithoutTlsUnlessThatIsSaid) {
   }
 }
 
+TEST_F(ListeningProgram, SaysWhoMaySeeItsPageAndThatItHasStopped) {
+  const auto saidWith = [](const std::vector<std::string>& arguments) {
+    ServerProcess program(arguments);
+    EXPECT_NE(program.listeningUrl(), "");
+    program.signal(SIGTERM);
+    const std::string said = program.errors();
+    EXPECT_EQ(program.wait(), 0);
+    EXPECT_TRUE(said.ends_with("\norv-devserver: stopped\n")) << said;
+    EXPECT_EQ(said.find(kToken), std::string::npos) << said;
+    return said.substr(0, said.find('\n'));
+  };
+  EXPECT_TRUE(saidWith({}).ends_with(" shows what passes"));
+  EXPECT_TRUE(saidWith({"--token", kToken}).ends_with(" shows what passes"));
+  const std::vector<std::string> open{"--listen", "0.0.0.0", "--plain-text"};
+  EXPECT_TRUE(saidWith(open).ends_with(", on this machine only, as there is no token"));
+  EXPECT_TRUE(saidWith({open[0], open[1], open[2], "--token", kToken})
+                  .ends_with(", on other machines with ?token=… behind it"));
+}
+
 TEST_F(ListeningProgram, TakesATokenThatCannotBeGuessedFromAFileThatOthersCannotRead) {
   const std::string file = std::string(std::getenv("HOME")) + "/token";
   std::ofstream(file) << kToken << "\nmore\n";
