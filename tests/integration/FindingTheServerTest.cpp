@@ -1,6 +1,6 @@
 // The way to a server whose name has several addresses, or whose name servers do not answer, in network namespaces of the
-// test's own. What is counted in milliseconds is tried in virtual time; here only seconds count: that no time-out of any
-// network is waited for.
+// test's own. What is counted in milliseconds is tried in virtual time. Here no time-out of any network is waited for: those
+// of the resolver and of the system's connections are longer than all that a test waits.
 
 #include <tests/support/NameServer.h>
 #include <tests/support/NetworkNamespace.h>
@@ -12,7 +12,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -24,16 +23,12 @@ namespace orv::finding_the_server_test {
 namespace {
 
 using namespace test;
-using namespace std::chrono_literals;
 using Says = NameServer::Says;
 
 constexpr const char* kSilentSixth = QuietNetwork::kSilentSixth;
 constexpr const char* kSilentFourth = QuietNetwork::kSilentFourth;
 constexpr const char* kNoWaySixth = QuietNetwork::kNoWaySixth;
 constexpr const char* kNoWayFourth = QuietNetwork::kNoWayFourth;
-
-/// Far less than any of the system's time-outs, far more than a busy machine needs.
-constexpr auto kSoon = 4s;
 
 class FindingTheServer : public WebSocketTest {
  protected:
@@ -66,12 +61,10 @@ class FindingTheServer : public WebSocketTest {
   }
   /// Lets a server in the network answer at its address, from the first look-up to the open link.
   void expectToReach(RawListener& server) {
-    const auto begun = std::chrono::steady_clock::now();
     start(server.url("/", "ws", "server.example"));
     RawPeer peer = server.accept();
     peer.acceptHandshake();
     EXPECT_TRUE(waitForEvent("opened"));
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, kSoon);
     report = socket->connectReport();
     ASSERT_FALSE(report.attempts.empty());
     std::printf("name %.1f ms, connect %.1f ms, %zu tries\n", report.name.value_or(Seconds(0)).count() * 1e3,
@@ -247,7 +240,6 @@ TEST_F(FindingTheServer, ANameThatDoesNotExistIsTold) {
 
 TEST_F(FindingTheServer, AClosedSocketWaitsForNoNameServer) {
   runWithNameServer({Says::Nothing}, {Says::Nothing}, [this] {
-    const auto begun = std::chrono::steady_clock::now();
     start("ws://server.example/");
     waitFor([this] { return socket->connectReport().name.has_value(); });
     socket->close();
@@ -256,7 +248,6 @@ TEST_F(FindingTheServer, AClosedSocketWaitsForNoNameServer) {
     closed.reset();
     EXPECT_TRUE(waitFor([this] { return everyPart.expired(); }));
     EXPECT_EQ(delegate.events, Events{"closed 0 (absent) clean"});
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, kSoon);
     // For the end of the test.
     start("none");
   });

@@ -122,6 +122,19 @@ TEST_F(NativeReachabilityTest, AnotherDefaultRouteIsReportedThoughTheStatusIsThe
   EXPECT_EQ(reports_.back(), kWiFi);
 }
 
+TEST_F(NativeReachabilityTest, AnotherAddressIsReportedThoughTheWayOutIsTheSame) {
+  plugIn();
+  machine_->ip("route add default via 192.0.2.2");
+  const auto reachability = watch();
+  for (const char* change : {"address add 192.0.2.7/24 dev net0", "address del 192.0.2.7/24 dev net0",
+                             "address add 2001:db8::7/64 dev net0 nodad"}) {
+    const std::size_t before = reports_.size();
+    machine_->ip(change);
+    EXPECT_TRUE(waitForReports(before + 1)) << change;
+    EXPECT_EQ(reports_.back(), kWiFi) << change;
+  }
+}
+
 TEST_F(NativeReachabilityTest, ALinkThatIsTakenDownTakesTheNetworkWithIt) {
   plugIn();
   machine_->ip("route add default via 192.0.2.2");

@@ -57,7 +57,8 @@ void useOwnNames(const std::string& hosts) {
   if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) failWith("cannot keep them");
   if (::mount("none", "/etc", "tmpfs", 0, nullptr) != 0) failWith("cannot hide /etc");
   std::ofstream("/etc/nsswitch.conf") << "hosts: files dns\n";
-  std::ofstream("/etc/resolv.conf") << "nameserver " << NameServer::kAddress << "\n";
+  std::ofstream("/etc/resolv.conf") << "nameserver " << NameServer::kAddress << "\n"
+                                    << "options timeout:30 attempts:5\n";
   std::ofstream("/etc/host.conf") << "multi on\n";  // all lines of a name count
   std::ofstream("/etc/hosts") << hosts;
 }

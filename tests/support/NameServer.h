@@ -12,7 +12,8 @@ namespace orv::test {
 
 /// Gives the calling thread, and the threads and programs that it starts from now on, a folder /etc of its own with three
 /// files in it: where names are asked for (port 53 of `NameServer::kAddress`), and the names that are known without
-/// asking. Needs root. Throws `std::runtime_error` when it is not permitted.
+/// asking. A server that is silent is asked five times and waited for 30 s each time: for longer than a test waits. Needs
+/// root. Throws `std::runtime_error` when it is not permitted.
 /// @param hosts lines like "192.0.2.7 server.example"
 void useOwnNames(const std::string& hosts);
 
