@@ -28,7 +28,7 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # Libraries of other makers are found by dpkg-shlibdeps. Of the project's own it only has to know where they are: the
 # dependency on their packages comes from the components, as `(= VERSION)`.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/orvnetwork)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/orvnetwork ${PROJECT_BINARY_DIR}/orvnetwork_qt)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENTS_ALL)
 
@@ -128,6 +128,9 @@ endforeach()
 orv_package(tools PACKAGE orvnetwork-tools TARGET orv SECTION net COMPONENTS library
   SUMMARY "command line of OrvNetwork, and its classroom server for tests"
   DESCRIPTION "${about}\n\nThis package has orv, the same library on a command line, and orv-devserver,\na classroom server to try it with.")
+orv_package(classroom PACKAGE orvnetwork-classroom TARGET orv-classroom SECTION education COMPONENTS qt library
+  SUMMARY "live classroom on the desktop, the example of OrvNetwork"
+  DESCRIPTION "${about}\n\nThis package has an application on Qt that shows a person their courses, with an\nentry in the menu of the desktop.")
 orv_package(documentation PACKAGE orvnetwork-doc TARGET reference SECTION doc WITHOUT_PROGRAMS
   SUMMARY "reference and documents of OrvNetwork"
   DESCRIPTION "${about}\n\nThis package has the reference of the public headers, the documents and the\nexamples.")

@@ -6,12 +6,16 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 #include <QStandardPaths>
 #include <iostream>
 
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("orv-classroom"));
+  // By these the desktop finds its entry in the menu and its icon.
+  QApplication::setDesktopFileName(QStringLiteral("orv-classroom"));
+  QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("orv-classroom")));
   QCommandLineParser parser;
   parser.addHelpOption();
   parser.addOption(

@@ -68,8 +68,9 @@ void Window::makeHeader(GtkStack* places) {
   for (GtkWidget* const part : {switcher, refreshing, leaving}) {
     gtk_box_append(GTK_BOX(header_.get()), part);
   }
-  gtk_header_bar_pack_start(GTK_HEADER_BAR(bar), header_.get());
+  gtk_header_bar_set_title_widget(GTK_HEADER_BAR(bar), header_.get());
   GtkWidget* const nick = makeLabel("", "heading", "nick");
+  gtk_label_set_wrap(GTK_LABEL(nick), FALSE);
   g_object_bind_property(session_.get(), "nick", nick, "label", G_BINDING_SYNC_CREATE);
   gtk_header_bar_pack_end(GTK_HEADER_BAR(bar), nick);
   gtk_window_set_titlebar(GTK_WINDOW(window_.get()), bar);

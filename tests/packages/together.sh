@@ -45,7 +45,8 @@ uses() {
 }
 
 step "compiler, shells and the packages' own dependencies"
-install g++ cmake make pkg-config man-db groff-base bash-completion zsh fish python3 "${packages[@]}"
+install g++ cmake make pkg-config man-db groff-base bash-completion zsh fish python3 desktop-file-utils \
+  "${packages[@]}"
 apt-get --quiet=2 --yes purge "${packages[@]}" >/dev/null
 all_files >/tmp/before
 
@@ -65,6 +66,12 @@ uses host_test OrvNetwork::testing orvnetwork-testing testing
 step "liborvnetwork-devserver-dev"
 install liborvnetwork-devserver-dev
 uses server_test OrvNetwork::devserver orvnetwork-devserver "testing devserver"
+step "liborvnetwork-qt-dev"
+install liborvnetwork-qt-dev
+uses qt_host OrvNetwork::qt orvnetwork-qt qt
+step "liborvnetwork-glib-dev"
+install liborvnetwork-glib-dev
+uses glib_host OrvNetwork::glib orvnetwork-glib glib
 
 step "orvnetwork-tools"
 install orvnetwork-tools
@@ -88,6 +95,16 @@ bash -c '. /usr/share/bash-completion/bash_completion; _completion_loader orv; c
 fish -c 'complete -C "orv cour"' | grep -q courses || fail "fish does not find it"
 zsh -fc 'autoload -Uz compinit && compinit -u -D && print -r -- $_comps[orv] $_comps[orv-devserver]' |
   grep -qx '_orv _orv-devserver' || fail "zsh does not find it"
+
+step "orvnetwork-classroom"
+install orvnetwork-classroom
+desktop-file-validate /usr/share/applications/orv-classroom.desktop || fail "the entry in the menu is not well-formed"
+[ -s /usr/share/icons/hicolor/scalable/apps/orv-classroom.svg ] || fail "the application has no icon"
+man orv-classroom | grep -q SYNOPSIS || fail "man orv-classroom"
+# Its window can be drawn on a machine without a display, too; then it lives until somebody ends it.
+code=0
+QT_QPA_PLATFORM=offscreen timeout 10 orv-classroom --server ws://127.0.0.1:9 --home /root/classroom >/dev/null 2>&1 || code=$?
+[ "$code" -eq 124 ] || fail "orv-classroom has ended by itself: exit code $code"
 
 step "orvnetwork-doc"
 install orvnetwork-doc
