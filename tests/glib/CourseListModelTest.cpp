@@ -106,6 +106,28 @@ TEST_F(GlibCourseListModel, AnItemShowsItsCourse) {
   EXPECT_EQ(glib::courseOf(course.get())->roomID.get(), rooms[0]);
 }
 
+TEST_F(GlibCourseListModel, ATeachersNameStandsBeforeTheOwners) {
+  list(1);
+  school.changeCourse(rooms[0], {{"nick", "Owner"}});
+  load();
+  EXPECT_EQ(textOf(item(0).get(), "teacher"), "Lin");
+}
+
+TEST_F(GlibCourseListModel, TheBeginningOfALoadIsNotifiedInsideTheCall) {
+  list(1);
+  int told = 0;
+  g_signal_connect(model.get(), "notify::loading",
+                   G_CALLBACK(+[](GObject*, GParamSpec*, gpointer count) { ++*static_cast<int*>(count); }),
+                   &told);
+  orv_course_list_model_load_more(model.get());
+  EXPECT_EQ(told, 1);
+  platform.settle();
+  EXPECT_EQ(told, 2);
+  orv_course_list_model_refresh(model.get());
+  EXPECT_EQ(told, 3);
+  g_signal_handlers_disconnect_by_data(model.get(), &told);
+}
+
 TEST_F(GlibCourseListModel, ACourseThatChangesStaysTheSameObjectAndTellsOfThatField) {
   list(3);
   load();

@@ -1,4 +1,5 @@
 #include <orvnetwork/client/LinkStatus.h>
+#include <orvnetwork/data/Types.h>
 #include <orvnetwork/testing/ConnectPlan.h>
 
 #include "Owned.h"
@@ -6,6 +7,7 @@
 
 #include <orvnetwork_glib/Link.h>
 
+#include <chrono>
 #include <set>
 #include <string>
 
@@ -65,6 +67,35 @@ TEST_F(GlibLink, OnlyWhatChangesIsNotified) {
   EXPECT_EQ(told.count("sentence"), 1u);
   EXPECT_EQ(told.count("needs-person"), 0u);
   g_signal_handlers_disconnect_by_data(link.get(), &told);
+}
+
+TEST_F(GlibLink, APersonTriesWithoutWaiting) {
+  platform.network().setDefaultPlan(testing::ConnectPlan::refuse());
+  platform.server().cutAll();
+  runFor(8);
+  ASSERT_FALSE(flagOf(link.get(), "up"));
+  platform.network().setDefaultPlan(testing::ConnectPlan::accept());
+  orv_link_try_now(link.get());
+  runFor(1.6);
+  EXPECT_TRUE(flagOf(link.get(), "up"));
+}
+
+TEST_F(GlibLink, MomentsAreOfTheWallClock) {
+  platform.network().setDefaultPlan(testing::ConnectPlan::refuse());
+  platform.server().cutAll();
+  runFor(20);
+  const LinkSnapshot now = client->link().snapshot();
+  ASSERT_TRUE(now.until);
+  const auto secondsOf = [&](SteadyTime time) {
+    const auto wall = platform.clock().wallNow().time_since_epoch() + (time - platform.clock().steadyNow());
+    return std::chrono::duration_cast<std::chrono::seconds>(wall).count();
+  };
+  GDateTime *since = nullptr, *next = nullptr;
+  g_object_get(link.get(), "since", &since, "next-attempt", &next, nullptr);
+  EXPECT_EQ(g_date_time_to_unix(since), secondsOf(now.since));
+  EXPECT_EQ(g_date_time_to_unix(next), secondsOf(*now.until));
+  g_date_time_unref(since);
+  g_date_time_unref(next);
 }
 
 TEST_F(GlibLink, MayBeLetGoInsideItsSignals) {

@@ -70,12 +70,18 @@ TEST_F(GlibSession, SignsInAndOutAndShowsTheUser) {
   EXPECT_EQ(state(), SessionState::SignedOut);
   EXPECT_FALSE(flagOf(session.get(), "signed-in"));
   EXPECT_EQ(textOf(session.get(), "nick"), "(null)");
+  school.changeClassroom("5001", {{"title", "林老师的教室"}});
+  school.changeUser(uID, {{"phone", "13800000001"}, {"userpic", "http://a.test/p"}});
   EXPECT_TRUE(signIn("secret").isDone);
-  platform.settle();
+  runFor(5);
   EXPECT_EQ(state(), SessionState::Good);
   EXPECT_TRUE(flagOf(session.get(), "signed-in"));
   EXPECT_EQ(textOf(session.get(), "nick"), "Ann");
   EXPECT_EQ(textOf(session.get(), "user-id"), uID);
+  EXPECT_EQ(textOf(session.get(), "phone"), "13800000001");
+  EXPECT_EQ(textOf(session.get(), "picture-url"), "http://a.test/p");
+  EXPECT_EQ(textOf(session.get(), "classroom-id"), "5001");
+  EXPECT_EQ(textOf(session.get(), "classroom-title"), "林老师的教室");
   EXPECT_EQ(glib::infoOf(session.get()), client->session().info());
 
   std::optional<End> end;
@@ -92,6 +98,24 @@ TEST_F(GlibSession, ARefusalIsAnErrorInTheServersWords) {
   EXPECT_EQ(end.domain, ORV_SESSION_ERROR);
   EXPECT_EQ(end.code, ORV_SESSION_ERROR_REFUSED);
   EXPECT_NE(end.message, "");
+}
+
+TEST_F(GlibSession, TheOtherDeviceIsTold) {
+  ASSERT_TRUE(signIn("secret").isDone);
+  runFor(5);
+  EXPECT_FALSE(flagOf(session.get(), "other-device-logged-in"));
+  school.logInElsewhere(uID, true);
+  runFor(130);
+  EXPECT_TRUE(flagOf(session.get(), "other-device-logged-in"));
+  EXPECT_TRUE(flagOf(session.get(), "other-device-live"));
+  school.logOutFromElsewhere(uID);
+  runFor(10);
+  EXPECT_EQ(state(), SessionState::TakenOver);
+  EXPECT_EQ(textOf(session.get(), "reason"), client->session().info().reason);
+}
+
+TEST_F(GlibSession, ErrorsHaveADomainOfTheirOwn) {
+  EXPECT_STREQ(g_quark_to_string(ORV_SESSION_ERROR), "orv-session-error-quark");
 }
 
 TEST_F(GlibSession, WithoutALinkThereIsNoAnswer) {
