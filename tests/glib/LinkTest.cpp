@@ -98,6 +98,16 @@ TEST_F(GlibLink, MomentsAreOfTheWallClock) {
   g_date_time_unref(next);
 }
 
+TEST_F(GlibLink, LetGoItHearsNothing) {
+  ASSERT_EQ(state(), LinkState::Up);
+  // As when the last reference goes, but that somebody looks at it still.
+  g_object_run_dispose(G_OBJECT(link.get()));
+  EXPECT_EQ(state(), LinkState::Stopped);
+  platform.server().cutAll();
+  runFor(10);
+  EXPECT_EQ(state(), LinkState::Stopped);
+}
+
 TEST_F(GlibLink, MayBeLetGoInsideItsSignals) {
   g_signal_connect(link.get(), "notify::up", G_CALLBACK(+[](GObject*, GParamSpec*, gpointer owner) {
                      static_cast<Owned<OrvLink>*>(owner)->reset();
