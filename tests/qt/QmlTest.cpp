@@ -109,13 +109,13 @@ TEST_F(Qml, APageSignsInAndFollowsUserAndLink) {
 
   platform.network().setDefaultPlan(testing::ConnectPlan::refuse());
   platform.server().cutAll();
-  runFor(10);
+  ASSERT_TRUE(waitsForLong());
   EXPECT_TRUE(read("bannerShown").toBool());
   EXPECT_TRUE(read("mayTryNow").toBool());
   EXPECT_EQ(read("sentence").toString(), link.sentence());
   platform.network().setDefaultPlan(testing::ConnectPlan::accept());
   ASSERT_TRUE(QMetaObject::invokeMethod(page.get(), "tryNow"));
-  runFor(2);
+  runFor(3);
   EXPECT_FALSE(read("bannerShown").toBool());
 }
 

@@ -2,6 +2,7 @@
 
 #include <orvnetwork/client/Client.h>
 #include <orvnetwork/client/ClientOptions.h>
+#include <orvnetwork/client/LinkStatus.h>
 #include <orvnetwork/client/SignIn.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
@@ -52,6 +53,17 @@ class SchoolClientFixture : public ::testing::Test {
     platform.settle();
   }
   void runFor(double seconds) { platform.runFor(Seconds(seconds)); }
+  /// Runs until the link will not try by itself for 5 s, and everybody has heard so. False when that does not come.
+  bool waitsForLong() {
+    const bool waits = platform.runUntil(
+        [&] {
+          const auto& until = client->link().snapshot().until;
+          return until && *until - platform.clock().steadyNow() > Seconds(5);
+        },
+        Seconds(600));
+    platform.settle();
+    return waits;
+  }
 
   testing::SimulatedPlatform& platform;
   testing::SimulatedSchool school{platform};
