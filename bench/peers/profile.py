@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Shows where the processor's time goes in the library with 256 requests outstanding.
+"""Shows where the processor's time goes in the library, with 256 requests outstanding where nothing else is said.
 
-usage: profile.py BUILD_FOLDER [PEER...]
+usage: profile.py BUILD_FOLDER [OUTSTANDING] [PEER...]
 
 Samples by the clock of the processor, since many virtual machines have no counters, of the library's peer or of others (bare_json,
 tcp ...). Each function counts for the group that its name belongs to. The samples stay in BUILD_FOLDER/PEER.perf for `perf report`.
@@ -17,7 +17,7 @@ import tempfile
 sys.dont_write_bytecode = True
 import measure  # noqa: E402
 
-SECONDS, OUTSTANDING, RATE = 5, 256, 4_000
+SECONDS, RATE = 5, 4_000
 SHOWN = 30
 
 # The first that fits counts; of the kernel's functions only those that wait and wake are told apart.
@@ -39,12 +39,12 @@ GROUPS = (
 )
 
 
-def record(folder, name, home):
+def record(folder, name, outstanding, home):
     samples = folder / f"{name}.perf"
     command = measure.peers_of(folder / "bench" / "peers").get(name) or [str(folder / f"bench/peers/bench_peer_{name}")]
     with measure.Server(folder / "bench" / "peers") as server:
         subprocess.run(["perf", "record", "--quiet", "--event", "cpu-clock", "--freq", str(RATE), "--output", str(samples),
-                        *command, server.address, str(OUTSTANDING), f"{SECONDS}s"],
+                        *command, server.address, outstanding, f"{SECONDS}s"],
                        env=measure.environment(home), stdout=subprocess.DEVNULL, check=True)
     return samples
 
@@ -70,13 +70,13 @@ def group_of(library, function):
     return "else"
 
 
-def print_profile(name, functions):
+def print_profile(name, outstanding, functions):
     groups, threads, single = collections.Counter(), collections.Counter(), collections.Counter()
     for share, thread, library, function in functions:
         groups[group_of(library, function)] += share
         threads[thread] += share
         single[library, function] += share
-    print(f"\n{name}, {OUTSTANDING} outstanding: share of the processor's time\n")
+    print(f"\n{name}, {outstanding} outstanding: share of the processor's time\n")
     for title, shares in (("threads", threads), ("groups", groups)):
         print(title)
         for what, share in shares.most_common():
@@ -90,9 +90,11 @@ def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
     folder = pathlib.Path(sys.argv[1])
+    words = sys.argv[2:]
+    outstanding = words.pop(0) if words and words[0].isdigit() else "256"
     with tempfile.TemporaryDirectory() as home:
-        for name in sys.argv[2:] or ["library"]:
-            print_profile(name, list(functions_of(record(folder, name, home))))
+        for name in words or ["library"]:
+            print_profile(name, outstanding, list(functions_of(record(folder, name, outstanding, home))))
 
 
 if __name__ == "__main__":

@@ -72,23 +72,28 @@ def read_arguments():
     return options, arguments
 
 
+def write(results, path):
+    results["budgets"] = budgets.held_against_budgets(results)
+    results["machine"]["load_after"] = os.getloadavg()[0]
+    path.write_text(json.dumps(results, indent=1, ensure_ascii=False) + "\n", encoding="utf-8")
+
+
 def main():
     options, arguments = read_arguments()
     results = {"machine": machine(), "rounds": options.rounds, "seconds": options.seconds}
     programs = options.folder / "bench"
     peers = programs / "peers"
+    written = options.folder / "results.json"
     with tempfile.TemporaryDirectory() as home:
         if not options.programs:
             results["peers"] = measure.measure_peers(peers, options.rounds, options.seconds, home, tell)
+            write(results, written)  # a benchmark that fails shall not take it along
         if not options.peers:
             results["programs"] = run_programs(programs, options.quick, arguments, home)
             tell("an idle process, and a flood of pushes")
             results["idle"] = measure.measure_flood(peers, 0, home)
             results["flood"] = measure.measure_flood(peers, FLOOD_PUSHES, home)
-    results["budgets"] = budgets.held_against_budgets(results)
-    results["machine"]["load_after"] = os.getloadavg()[0]
-    written = options.folder / "results.json"
-    written.write_text(json.dumps(results, indent=1, ensure_ascii=False) + "\n", encoding="utf-8")
+    write(results, written)
     if "peers" in results:
         tables.print_peers(results)
     tables.print_budgets(results["budgets"], whole=not (options.peers or options.programs))
