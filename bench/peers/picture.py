@@ -81,7 +81,7 @@ def draw(results):
     for number, measured in enumerate(results["peers"]):
         parts += panel(measured, costs, number * WIDTH)
     width = WIDTH * len(results["peers"])
-    parts.append(text(12, TOP - 4, "µs"))
+    parts.append(text(12, TOP - 20, "µs"))
     return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {HEIGHT}" width="{width}" height="{HEIGHT}" '
             f'font-family="sans-serif" font-size="12" fill="#24292f">\n'
             f'<title>Processor time a request against requests outstanding</title>\n'

@@ -3,8 +3,9 @@
 
 usage: profile.py BUILD_FOLDER [OUTSTANDING] [PEER...]
 
-Samples by the clock of the processor, since many virtual machines have no counters, of the library's peer or of others (bare_json,
-tcp ...). Each function counts for the group that its name belongs to. The samples stay in BUILD_FOLDER/PEER.perf for `perf report`.
+Samples by the clock of the processor, since many virtual machines have no counters, of the library's peer or of others
+(bare_json, tcp ...). Each function counts for the group that its name belongs to. The samples stay in BUILD_FOLDER/PEER.perf
+for `perf report`.
 """
 
 import collections
@@ -25,7 +26,8 @@ GROUPS = (
     ("waiting and waking", r"futex|schedule|wake|epoll|eventfd|poll|ctx|switch|pthread_cond"),
     ("the kernel otherwise, its network above all", None),
     ("malloc and free", r"malloc|_int_free|cfree|operator (new|delete)|unlink_chunk|tcache|realloc|^free"),
-    ("reading JSON, checking UTF-8", r"pars|json::value_stack|json::detail::(?:string_impl|value_access|object_impl)|isUtf8|utf8|basic_parser"),
+    ("reading JSON, checking UTF-8",
+     r"pars|json::value_stack|json::detail::(?:string_impl|value_access|object_impl)|isUtf8|utf8|basic_parser"),
     ("letting JSON go", r"json::(?:value|object|array|string)::~|~value|~object|~array|json::.*(?:destroy|dealloc)"),
     ("making and writing JSON", r"json::|[wW]rite|serial|escape|Json"),
     ("Asio and Beast", r"asio::|beast::"),

@@ -35,7 +35,8 @@ def machine():
              if line.startswith("model name")]
     commit = subprocess.run(["git", "rev-parse", "--short", "HEAD"], stdout=subprocess.PIPE, text=True, check=False)
     return {"processor": model[0] if model else platform.machine(), "processors": len(os.sched_getaffinity(0)),
-            "kernel": platform.release(), "commit": commit.stdout.strip(), "time": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime()),
+            "kernel": platform.release(), "commit": commit.stdout.strip(),
+            "time": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime()),
             "load_before": os.getloadavg()[0]}
 
 

@@ -13,6 +13,10 @@ def figure(value, digits=1):
     return f"{value:,.{digits}f}"
 
 
+def short(value):
+    return f"{value:,.0f}" if value >= 100 else f"{value:,.2f}"
+
+
 def print_peers(results):
     for measured in results["peers"]:
         for load in measured["loads"]:
@@ -35,25 +39,31 @@ def print_budgets(budgets, whole):
         if budget["value"] is None and not whole:
             continue
         limit = f"at least {budget['at_least']:g}" if "at_least" in budget else f"at most {budget['at_most']:g}"
-        value = "-" if budget["value"] is None else f"{budget['value']:,.2f}"
+        value = "-" if budget["value"] is None else short(budget["value"])
         verdict = {True: "met", False: "MISSED", None: "not measured"}[budget["met"]]
         print(f"{budget['what']:54}{value:>10}  {limit:>16}  {budget['unit']:22}{verdict}")
 
 
+# Place, load, figure, its digits and unit: the columns of the document's table.
+COLUMNS = (
+    ("round trip p50, one processor", "one processor", 1, "p50_us", 1, " µs"),
+    ("round trip p50, scheduler free", "scheduler free", 1, "p50_us", 1, " µs"),
+    ("256 outstanding: requests a second", "scheduler free", 256, "per_second", 0, ""),
+    ("256 outstanding: processor time a request", "scheduler free", 256, "cpu_us", 2, " µs"),
+    ("the same, one processor", "one processor", 256, "cpu_us", 2, " µs"),
+)
+
+
 def peers_as_markdown(results):
-    """The round trips and 256 outstanding."""
-    for measured in results["peers"]:
-        for load in measured["loads"]:
-            if load["outstanding"] not in (1, 256):
-                continue
-            what = "round trips" if load["outstanding"] == 1 else "256 outstanding"
-            print(f"\n| {what}, {measured['place']} | p50 | requests a second | processor time a request |")
-            print("|---|---|---|---|")
-            for name, found in load["peers"].items():
-                ratio = found["ratio"]
-                print(f"| {name} | {figure(found['p50_us'])} µs, {ratio['p50_us']:.2f} × "
-                      f"| {figure(found['per_second'], 0)}, {ratio['per_second']:.2f} × "
-                      f"| {figure(found['cpu_us'], 2)} µs, {ratio['cpu_us']:.2f} × |")
+    """The figures that there are budgets for, each with its ratio to "bare"."""
+    loads = {(measured["place"], load["outstanding"]): load["peers"]
+             for measured in results["peers"] for load in measured["loads"]}
+    print("\n| | " + " | ".join(column[0] for column in COLUMNS) + " |")
+    print("|---" * (1 + len(COLUMNS)) + "|")
+    for name in loads["one processor", 1]:
+        found = [(loads[place, load][name], what, digits, unit) for _, place, load, what, digits, unit in COLUMNS]
+        print(f"| {name} | " + " | ".join(f"{figure(peer[what], digits)}{unit}, {peer['ratio'][what]:.2f} ×"
+                                         for peer, what, digits, unit in found) + " |")
 
 
 def library_as_markdown(results):
@@ -73,7 +83,7 @@ def budgets_as_markdown(budgets):
         if budget["value"] is None:
             continue
         limit = f"at least {budget['at_least']:,g}" if "at_least" in budget else f"at most {budget['at_most']:,g}"
-        print(f"| {budget['what']} | {budget['value']:,.2f} {budget['unit']} | {limit}{'' if budget['met'] else ', missed'} |")
+        print(f"| {budget['what']} | {short(budget['value'])} {budget['unit']} | {limit}{'' if budget['met'] else ', missed'} |")
 
 
 def main():
