@@ -62,6 +62,7 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/platform/ProxyChoice.h>
 #include <orvnetwork/platform/ProxySettings.h>
+#include <orvnetwork/platform/TextBatch.h>
 #include <orvnetwork/platform/ThisMachine.h>
 #include <orvnetwork/platform/TlsSettings.h>
 #include <orvnetwork/session/OrvClassroomInfo.h>

@@ -7,6 +7,7 @@
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/TextBatch.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/RetrySchedule.h>
@@ -17,10 +18,12 @@
 #include <orvnetwork/transport/detail/TraceDesk.h>
 
 #include <any>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace orv {
 
@@ -54,10 +57,10 @@ QXWebSocketMgr& QXWebSocketMgr::standard() {
 QXWebSocketMgr::QXWebSocketMgr()
     : counters_(std::make_unique<LinkCounters>()),
       trace_(std::make_unique<TraceDesk>()),
-      requests_(std::make_unique<RequestTable>(
-          [this](const auto& item, SteadyTime at) { transmit(item, at); },
-          [this](const auto& item) { sendRequestItem(item); }, [this] { parkings_.post({}); },
-          [this] { tellChange(); }, *counters_)) {}
+      requests_(std::make_unique<RequestTable>([this](const auto& requests) { transmit(requests); },
+                                               [this](const auto& item) { sendRequestItem(item); },
+                                               [this] { parkings_.post({}); }, [this] { tellChange(); },
+                                               *counters_)) {}
 
 QXWebSocketMgr::~QXWebSocketMgr() = default;
 
@@ -201,13 +204,23 @@ void QXWebSocketMgr::sendRequestItem(std::shared_ptr<QXRequestItem> item) {
   SentRequest::note(nullptr);
 }
 
-void QXWebSocketMgr::transmit(const std::shared_ptr<QXRequestItem>& item, SteadyTime submittedAt) {
-  if (!isOpen()) {
-    QXFileLog::standard().log("send failed, websocket is not opening!");
-    return;
+void QXWebSocketMgr::transmit(const std::vector<SubmittedRequest>& requests) {
+  const auto socket = webSocket();
+  const bool open = socket != nullptr && isOpen();
+  std::vector<std::shared_ptr<const std::string>> texts;
+  if (open) texts.reserve(requests.size());
+  for (const auto& [item, submittedAt] : requests) {
+    if (!open) {
+      QXFileLog::standard().log("send failed, websocket is not opening!");
+      continue;
+    }
+    if (!item->jsonString) continue;
+    // A copy: what waits in the socket must not hold the item, and with it what the host's callbacks hold.
+    texts.push_back(std::make_shared<const std::string>(*item->jsonString));
+    counters_->requestSent(texts.back()->size(), submittedAt);
+    if (trace_->isOn()) trace_->message(TraceKind::Sent, connectionNumber(), texts.back());
   }
-  // A copy: what waits in the socket must not hold the item, and with it what the host's callbacks hold.
-  if (item->jsonString) writeToSocket(std::make_shared<const std::string>(*item->jsonString), submittedAt);
+  if (open) sendTexts(*socket, std::move(texts));
 }
 
 void QXWebSocketMgr::autoReconnect() {
@@ -255,15 +268,10 @@ void QXWebSocketMgr::networkStatusChanged(ReachabilityStatus status) {
 }
 
 // A socket that is not open sends nothing.
-void QXWebSocketMgr::writeToSocket(std::shared_ptr<const std::string> text,
-                                   std::optional<SteadyTime> requestedAt) {
+void QXWebSocketMgr::writeToSocket(std::shared_ptr<const std::string> text) {
   const auto socket = webSocket();
   if (!socket || socket->readyState() != WebSocketState::Open) return;
-  if (requestedAt) {
-    counters_->requestSent(text->size(), *requestedAt);
-  } else {
-    counters_->textSent(*text, Platform::current().clock().steadyNow());
-  }
+  counters_->textSent(*text, Platform::current().clock().steadyNow());
   if (trace_->isOn()) trace_->message(TraceKind::Sent, connectionNumber(), text);
   socket->send(std::move(text));
 }

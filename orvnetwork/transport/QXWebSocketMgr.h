@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -26,6 +27,7 @@ class LinkCounters;
 class RequestTable;
 class TraceDesk;
 struct ReplyFrame;
+struct SubmittedRequest;
 
 /// The one WebSocket link to the server.
 ///
@@ -228,8 +230,8 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   void armRetry(RetryTimer& slot, double seconds, std::function<void()> action);
   void networkStatusChanged(ReachabilityStatus status);
 
-  void transmit(const std::shared_ptr<QXRequestItem>& item, SteadyTime submittedAt);
-  void writeToSocket(std::shared_ptr<const std::string> text, std::optional<SteadyTime> requestedAt = {});
+  void transmit(const std::vector<SubmittedRequest>& requests);
+  void writeToSocket(std::shared_ptr<const std::string> text);
   std::uint64_t connectionNumber() const;
   bool isCurrent(const WebSocket& socket) const;
   bool hasOpenSocket() const;

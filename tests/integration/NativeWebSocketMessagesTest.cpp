@@ -1,10 +1,14 @@
+#include <orvnetwork/platform/native/threads/BatchExecutor.h>
+
 #include <tests/support/WebSocketFixture.h>
 
 #include <any>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace orv::native_web_socket_messages_test {
@@ -164,6 +168,43 @@ TEST_F(NativeWebSocketMessages, TakesManyMessagesFromOnePacket) {
   RawPeer peer = openToPeer(burst);
   EXPECT_TRUE(waitForEvent("text 2999"));
   EXPECT_EQ(delegate.events, expected);
+}
+
+/// A main queue that takes several tasks at once, and notes how many.
+class NotedBatches final : public Executor, public BatchExecutor {
+ public:
+  void post(Task task) override { queue.post(std::move(task)); }
+  void postAll(std::vector<Task>& tasks) override {
+    if (!tasks.empty()) sizes.push_back(tasks.size());
+    for (Task& task : tasks) queue.post(std::move(task));
+    tasks.clear();
+  }
+
+  PumpedExecutor queue;
+  std::vector<std::size_t> sizes;  // the network thread's until all is over
+};
+
+TEST_F(NativeWebSocketMessages, WhatOneReadBringsIsPostedTogetherButNotWithoutBound) {
+  NotedBatches batches;
+  std::string burst;
+  Events expected{"opened"};
+  for (int i = 0; i < 100; ++i) {
+    burst += frameBytes(opcode::kText, std::to_string(i));
+    expected.push_back("text " + std::to_string(i));
+  }
+  burst += frameBytes(opcode::kClose, closePayload(1000));
+  expected.emplace_back("closed 1000 (absent) clean");
+  auto one = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, batches, limits);
+  one->setDelegate(&delegate);
+  one->open();
+  RawPeer peer = listener.accept();
+  peer.acceptHandshake(burst);
+  EXPECT_TRUE(batches.queue.pumpUntil([this] { return delegate.ended(); }));
+  peer.close();
+  const std::weak_ptr<WebSocket> gone = std::exchange(one, nullptr);
+  EXPECT_TRUE(batches.queue.pumpUntil([&] { return gone.expired(); }));
+  EXPECT_EQ(delegate.events, expected);
+  EXPECT_EQ(batches.sizes, (std::vector<std::size_t>{1, 32, 32, 32, 5}));
 }
 
 TEST_F(NativeWebSocketMessages, AnswersPingsAndTellsPongsAskedForOrNot) {

@@ -1,5 +1,6 @@
 // Who writes what is sent: the caller's own thread when nothing waits, which is seen by holding the network thread up.
 
+#include <orvnetwork/platform/TextBatch.h>
 #include <orvnetwork/platform/native/system/FileDescriptor.h>
 #include <orvnetwork/platform/native/websocket/IoThread.h>
 
@@ -16,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace orv::native_web_socket_sending_test {
@@ -44,6 +46,11 @@ class HeldNetworkThread {
 
 class NativeWebSocketSending : public WebSocketTest {
  protected:
+  void sendTogether(const std::vector<std::string>& texts) {
+    std::vector<std::shared_ptr<const std::string>> all;
+    for (const std::string& text : texts) all.push_back(std::make_shared<const std::string>(text));
+    sendTexts(*socket, std::move(all));
+  }
   void expectFrame(RawPeer& peer, int kind, const std::string& payload) {
     const auto frame = peer.readFrame();
     ASSERT_TRUE(frame.has_value());
@@ -56,7 +63,7 @@ class NativeWebSocketSending : public WebSocketTest {
 TEST_F(NativeWebSocketSending, ATextThatFindsNothingWaitingIsWrittenByItsCaller) {
   RawPeer peer = openToPeer();
   const HeldNetworkThread held;
-  for (const std::size_t size : {0u, 5u, 126u, 16'384u}) {
+  for (const std::size_t size : {0u, 5u, 126u, 32'768u}) {
     send(std::string(size, 's'));
     expectFrame(peer, opcode::kText, std::string(size, 's'));
   }
@@ -88,7 +95,7 @@ TEST_F(NativeWebSocketSending, SoIsOneAfterTheNetworkThreadHasWrittenWhatWaited)
 
 TEST_F(NativeWebSocketSending, WhatFollowsSomethingThatWaitsLeavesBehindIt) {
   RawPeer peer = openToPeer();
-  const std::string large(16'385, 'l');
+  const std::string large(32'769, 'l');
   {
     const HeldNetworkThread held;
     send("first");
@@ -102,6 +109,43 @@ TEST_F(NativeWebSocketSending, WhatFollowsSomethingThatWaitsLeavesBehindIt) {
   expectFrame(peer, opcode::kText, "second");
   expectFrame(peer, opcode::kText, large);
   expectFrame(peer, opcode::kText, "third");
+}
+
+TEST_F(NativeWebSocketSending, TextsThatAreSentTogetherLeaveInOnePiece) {
+  RawPeer peer = openToPeer();
+  const HeldNetworkThread held;
+  sendTogether({"one", "two", "three"});
+  // Each frame has two bytes of a head and four of its mask before it.
+  EXPECT_EQ(peer.readOnce().size(), 3 * 6 + 11u);
+  sendTogether({"one", "", "two"});
+  expectFrame(peer, opcode::kText, "one");
+  expectFrame(peer, opcode::kText, "");
+  expectFrame(peer, opcode::kText, "two");
+}
+
+TEST_F(NativeWebSocketSending, OfTextsThatAreTooLongTogetherTheLastLeaveLater) {
+  RawPeer peer = openToPeer();
+  const std::string first(20'000, 'f'), second(12'769, 's');
+  {
+    const HeldNetworkThread held;
+    sendTogether({first, second, "third"});
+    send("fourth");
+    expectFrame(peer, opcode::kText, first);
+    sendTogether({"fifth", "sixth"});
+  }
+  for (const std::string& text :
+       {second, std::string("third"), std::string("fourth"), std::string("fifth"), std::string("sixth")}) {
+    expectFrame(peer, opcode::kText, text);
+  }
+}
+
+TEST_F(NativeWebSocketSending, TextsThatAreSentTogetherGoNowhereWhenTheSocketIsNotOpen) {
+  RawPeer peer = openToPeer();
+  socket->close();
+  sendTogether({"too", "late"});
+  EXPECT_EQ(peer.readFrame()->opcode, opcode::kClose);
+  peer.send(frameBytes(opcode::kClose, closePayload(1000)));
+  EXPECT_TRUE(peer.readEnd());
 }
 
 TEST_F(NativeWebSocketSending, TheCloseFrameLeavesBehindWhatItsCallerHasWritten) {

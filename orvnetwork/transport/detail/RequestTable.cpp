@@ -6,6 +6,8 @@
 #include <orvnetwork/transport/detail/CurrentReply.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -27,7 +29,7 @@ SteadyTime steadyNow() {
 
 }  // namespace
 
-RequestTable::RequestTable(std::function<void(const ItemPointer&, SteadyTime)> transmit,
+RequestTable::RequestTable(std::function<void(const std::vector<SubmittedRequest>&)> transmit,
                            std::function<void(const ItemPointer&)> resend, std::function<void()> parked,
                            std::function<void()> timedOut, LinkCounters& counters)
     : transmit_(std::move(transmit)),
@@ -38,22 +40,52 @@ RequestTable::RequestTable(std::function<void(const ItemPointer&, SteadyTime)> t
       requestDataSyncQueue_(SerialQueue::make("orv.network.requestData", Platform::current().mainQueue())) {}
 
 void RequestTable::submit(ItemPointer item) {
-  requestDataSyncQueue_->post(
-      [this, item = std::move(item), submittedAt = steadyNow()] { file(item, submittedAt); });
+  SubmittedRequest request{std::move(item), steadyNow()};
+  if (Platform::current().mainQueue().isCurrent()) return submitHere(std::move(request));
+  ++otherSteps_;
+  requestDataSyncQueue_->post([this, request = std::move(request)] { fileAll({request}); });
+}
+
+// A host that sends many requests at once has them filed and written together: the step of the first one takes along those
+// behind it, as long as nothing else has been posted in between, which would come too late.
+void RequestTable::submitHere(SubmittedRequest request) {
+  submitted_.push_back(std::move(request));
+  if (!together_.empty() && together_.back() < kMostTogether && otherSteps_ == otherStepsBefore_) {
+    ++together_.back();
+    return;
+  }
+  together_.push_back(1);
+  otherStepsBefore_ = otherSteps_;
+  requestDataSyncQueue_->post([this] { fileTogether(); });
+}
+
+void RequestTable::fileTogether() {
+  const auto end = submitted_.begin() + static_cast<std::ptrdiff_t>(together_.front());
+  together_.pop_front();
+  const std::vector<SubmittedRequest> requests(std::make_move_iterator(submitted_.begin()),
+                                               std::make_move_iterator(end));
+  submitted_.erase(submitted_.begin(), end);
+  fileAll(requests);
+}
+
+void RequestTable::fileAll(const std::vector<SubmittedRequest>& requests) {
+  for (const SubmittedRequest& request : requests) file(request);
+  publishCounts();
+  transmit_(requests);
+}
+
+void RequestTable::file(const SubmittedRequest& request) {
+  const std::int64_t timestamp = request.item->timestamp;
+  const auto filed = requestData_.insert_or_assign(timestamp, request);
+  if (!filed.second) counters_.placeTaken();
+  // A busy main thread does not lengthen the time-out; a callback that kept the table from being used does.
+  armTimeout(timestamp, std::max(request.at, freeSince_) + kRequestTimeout);
 }
 
 void RequestTable::answer(std::shared_ptr<const ReplyFrame> reply, std::shared_ptr<void> share) {
+  ++otherSteps_;
   requestDataSyncQueue_->post(
       [this, share = std::move(share), reply = std::move(reply)] { complete(reply); });
-}
-
-void RequestTable::file(const ItemPointer& item, SteadyTime submittedAt) {
-  const auto filed = requestData_.insert_or_assign(item->timestamp, Outstanding{item, submittedAt});
-  if (!filed.second) counters_.placeTaken();
-  // A busy main thread does not lengthen the time-out; a callback that kept the table from being used does.
-  armTimeout(item->timestamp, std::max(submittedAt, freeSince_) + kRequestTimeout);
-  publishCounts();
-  transmit_(item, submittedAt);
 }
 
 void RequestTable::armTimeout(std::int64_t timestamp, SteadyTime due) {
@@ -77,6 +109,7 @@ void RequestTable::onAlarm() {
   publishCounts();
   if (due.empty()) return;
   auto shared = std::make_shared<std::vector<std::int64_t>>(std::move(due));
+  ++otherSteps_;
   requestDataSyncQueue_->postKeepingTurn(
       [this, shared](SerialQueue::Turn turn) { expireDue(std::move(*shared), 0, std::move(turn)); });
 }
@@ -89,7 +122,7 @@ void RequestTable::expireDue(std::vector<std::int64_t> due, std::size_t next, Se
   while (next < last) {
     const auto found = requestData_.find(due[next++]);
     if (found == requestData_.end()) continue;
-    const Outstanding request = found->second;
+    const SubmittedRequest request = found->second;
     expire(request);
     break;
   }
@@ -99,10 +132,10 @@ void RequestTable::expireDue(std::vector<std::int64_t> due, std::size_t next, Se
   });
 }
 
-void RequestTable::expire(const Outstanding& request) {
+void RequestTable::expire(const SubmittedRequest& request) {
   const ItemPointer& item = request.item;
   // Before its callback, which may take its time.
-  counters_.requestTimedOut(lastAlarm_ - request.submittedAt);
+  counters_.requestTimedOut(lastAlarm_ - request.at);
   timedOut_();
   QXFileLog::standard().log("#WebSocketWithBlock# TIMEOUT %ld\n%@", item->timestamp, item->jsonString);
   if (item->timeoutBlock) runGuarded("time-out callback", [&] { item->timeoutBlock(item); });
@@ -118,7 +151,7 @@ void RequestTable::complete(const std::shared_ptr<const ReplyFrame>& frame) {
     return;
   }
   const ItemPointer item = found->second.item;
-  counters_.requestAnswered(reply.arrivedAt - found->second.submittedAt);
+  counters_.requestAnswered(reply.arrivedAt - found->second.at);
   const bool isSession = reply.command == kSessionCommand;
   if (isSession && reply.succeeded()) resendParked();
   const bool isParked = needsSession(reply.ret) && !isSession && !isTakenBack(*item);

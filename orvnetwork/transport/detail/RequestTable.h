@@ -13,12 +13,20 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <unordered_map>
 #include <vector>
 
 namespace orv {
+
+/// A request on its way into the table.
+struct SubmittedRequest {
+  std::shared_ptr<QXRequestItem> item;
+  SteadyTime at{};  // when that was asked for
+};
 
 /// The requests that wait for a reply, and those that wait for a session.
 ///
@@ -40,14 +48,18 @@ class RequestTable {
   /// each would otherwise cost a thread switch. A time-out is never early, and a lone one is on time.
   static constexpr std::chrono::milliseconds kAlarmSpacing{5};
 
-  /// `transmit` puts a request's text on the wire (it is told when that was asked for), `resend` sends a request anew from
-  /// the start, `parked` hears that one is held for want of a session, and `timedOut` that one had no reply in time, before
-  /// its callback does. All are called on the main thread. `counters` must outlive it.
-  RequestTable(std::function<void(const std::shared_ptr<QXRequestItem>&, SteadyTime)> transmit,
+  /// So many requests that are submitted one after another on the main thread are filed and sent together at most.
+  static constexpr std::size_t kMostTogether = 64;
+
+  /// `transmit` puts the texts of requests on the wire, in their order, `resend` sends a request anew from the start,
+  /// `parked` hears that one is held for want of a session, and `timedOut` that one had no reply in time, before its
+  /// callback does. All are called on the main thread. `counters` must outlive it.
+  RequestTable(std::function<void(const std::vector<SubmittedRequest>&)> transmit,
                std::function<void(const std::shared_ptr<QXRequestItem>&)> resend,
                std::function<void()> parked, std::function<void()> timedOut, LinkCounters& counters);
 
-  /// Files the request, arms its time-out and transmits it, soon. Any thread.
+  /// Files the request, arms its time-out and transmits it, soon: together with those that were submitted just before and
+  /// just after it on the main thread, when nothing else is to be done in between. Any thread.
   void submit(std::shared_ptr<QXRequestItem> item);
 
   /// Matches a reply with its request, soon. Any thread.
@@ -62,18 +74,17 @@ class RequestTable {
 
  private:
   using ItemPointer = std::shared_ptr<QXRequestItem>;
-  struct Outstanding {
-    ItemPointer item;
-    SteadyTime submittedAt;
-  };
   static constexpr std::size_t kFewParked = 16;
 
-  void file(const ItemPointer& item, SteadyTime submittedAt);
+  void submitHere(SubmittedRequest request);
+  void fileTogether();
+  void fileAll(const std::vector<SubmittedRequest>& requests);
+  void file(const SubmittedRequest& request);
   void armTimeout(std::int64_t timestamp, SteadyTime due);
   void setAlarm();
   void onAlarm();
   void expireDue(std::vector<std::int64_t> due, std::size_t next, SerialQueue::Turn turn);
-  void expire(const Outstanding& request);
+  void expire(const SubmittedRequest& request);
   void complete(const std::shared_ptr<const ReplyFrame>& frame);
   void park(const ItemPointer& item);
   void dropTakenBack();
@@ -81,14 +92,21 @@ class RequestTable {
   void remove(std::int64_t timestamp);
   void publishCounts();
 
-  const std::function<void(const ItemPointer&, SteadyTime)> transmit_;
+  const std::function<void(const std::vector<SubmittedRequest>&)> transmit_;
   const std::function<void(const ItemPointer&)> resend_;
   const std::function<void()> parked_, timedOut_;
   LinkCounters& counters_;
   const std::shared_ptr<SerialQueue> requestDataSyncQueue_;
 
+  // Counts what was posted to the queue and is no part of requests that go together.
+  std::atomic<std::uint64_t> otherSteps_{0};
+
   // Main thread only.
-  std::unordered_map<std::int64_t, Outstanding> requestData_;
+  // Requests whose steps wait on the queue, how many go with each step, and what `otherSteps_` was with the last one.
+  std::deque<SubmittedRequest> submitted_;
+  std::deque<std::size_t> together_;
+  std::uint64_t otherStepsBefore_ = 0;
+  std::unordered_map<std::int64_t, SubmittedRequest> requestData_;
   std::vector<ItemPointer> sessionRequiredRequests_;
   std::size_t dropAt_ = kFewParked;
   TimeoutList timeouts_;

@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace orv {
 
@@ -26,6 +27,14 @@ NativeMainQueue::~NativeMainQueue() {
 void NativeMainQueue::post(Task task) {
   std::unique_lock lock(mutex_);
   incoming_.push_back(std::move(task));
+  signalIfArmed(lock);
+}
+
+void NativeMainQueue::postAll(std::vector<Task>& tasks) {
+  if (tasks.empty()) return;
+  std::unique_lock lock(mutex_);
+  std::ranges::move(tasks, std::back_inserter(incoming_));
+  tasks.clear();
   signalIfArmed(lock);
 }
 

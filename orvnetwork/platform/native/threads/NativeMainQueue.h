@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/native/threads/BatchExecutor.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -17,12 +18,13 @@ namespace orv {
 ///
 /// The descriptor is written only when tasks begin to wait while nobody drains, so a burst of posts costs
 /// one system call, and posts from inside a task cost none.
-class NativeMainQueue final : public MainQueue {
+class NativeMainQueue final : public MainQueue, public BatchExecutor {
  public:
   NativeMainQueue();
   ~NativeMainQueue() override;
 
   void post(Task task) override;
+  void postAll(std::vector<Task>& tasks) override;
   void claim() override;
   bool isCurrent() const override;
   void run() override;

@@ -30,6 +30,7 @@ std::shared_ptr<WebSocket> makeNativeWebSocket(WebSocketRequest request, Executo
 
 ClientWebSocket::ClientWebSocket(WebSocketRequest request, Executor& mainQueue, NativeWebSocketLimits limits)
     : mainQueue_(mainQueue),
+      mainBatches_(dynamic_cast<BatchExecutor*>(&mainQueue)),
       limits_(limits),
       queue_(limits.outgoingBytes),
       context_(ioContext()),

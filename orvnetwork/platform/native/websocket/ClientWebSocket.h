@@ -6,6 +6,8 @@
 // each. What it sends is read piece by piece, and no further than there is room for what waits for the main thread.
 
 #include <orvnetwork/platform/ProxyChoice.h>
+#include <orvnetwork/platform/TextBatch.h>
+#include <orvnetwork/platform/native/threads/BatchExecutor.h>
 #include <orvnetwork/platform/native/websocket/ConnectRecorder.h>
 #include <orvnetwork/platform/native/websocket/GatheringStream.h>
 #include <orvnetwork/platform/native/websocket/HandshakeGate.h>
@@ -22,8 +24,10 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -36,6 +40,7 @@ class TlsContext;
 /// The frames are the codec's; what follows from them is decided here. We answer a close frame with a code of our own,
 /// go on delivering messages while we wait for the peer's, and never wait without bound.
 class ClientWebSocket final : public WebSocket,
+                              public TextBatchSocket,
                               public std::enable_shared_from_this<ClientWebSocket>,
                               private GatheringStream::Owner {
  public:
@@ -45,6 +50,7 @@ class ClientWebSocket final : public WebSocket,
   void open() override;
   void close() override;
   void send(std::shared_ptr<const std::string> text) override;
+  void sendTexts(std::vector<std::shared_ptr<const std::string>> texts) override;
   void sendPing(std::string payload) override;
   WebSocketState readyState() const override { return state_; }
   ConnectReport connectReport() const override { return recorder_.report(); }
@@ -55,6 +61,10 @@ class ClientWebSocket final : public WebSocket,
   /// When so much has waited, memory is given back to the system once less than the other waits.
   static constexpr std::size_t kFlood = std::size_t{32} << 20;
   static constexpr std::size_t kCalm = std::size_t{1} << 20;
+  /// So many events are not kept back any longer: the main thread can begin with them.
+  static constexpr std::size_t kMostEvents = 32;
+
+  class Gathering;
 
   using Expiry = void (ClientWebSocket::*)();
 
@@ -67,7 +77,8 @@ class ClientWebSocket final : public WebSocket,
   };
 
   // Any thread.
-  void writeAtOnce(const std::string& text);
+  using Text = std::shared_ptr<const std::string>;
+  std::size_t writeAtOnce(std::span<const Text> texts);
   void turnEnded();
   void enqueue(Outgoing item);
 
@@ -133,15 +144,18 @@ class ClientWebSocket final : public WebSocket,
   GatheringStream& stream() { return stream_; }
   void armDeadline(Seconds delay, Expiry expiry);
   void disarmDeadline();
-  /// Posts `call(delegate, socket)`; it runs if there is a delegate then.
+  /// Posts `call(delegate, socket)`, while frames are dealt with together with what else they bring; it runs if there is a
+  /// delegate then.
   template <typename Call>
   void deliver(Call call);
+  void postEvents();
   /// Counts something that the peer sent as undelivered for as long as what this returns is held.
   std::shared_ptr<void> shareOf(std::size_t size);
   void letGo(std::size_t size);
 
   // Shared by all threads.
   Executor& mainQueue_;
+  BatchExecutor* const mainBatches_;  // the same, if it is one
   const NativeWebSocketLimits limits_;
   std::atomic<WebSocketDelegate*> delegate_{nullptr};
   std::atomic<WebSocketState> state_{WebSocketState::Connecting};
@@ -163,6 +177,8 @@ class ClientWebSocket final : public WebSocket,
   std::string key_;  // of the handshake
   FrameReader reader_;
   bool isReading_ = false;
+  bool gathersEvents_ = false;
+  std::vector<Task> events_;     // to be posted
   bool waitsForOutput_ = false;  // with reading, until the peer has taken what was answered
   bool ownsOutput_ = true;       // has the right to write: `stream_`'s output is this thread's
   // What waits until the right has come.
@@ -182,9 +198,10 @@ class ClientWebSocket final : public WebSocket,
 
 template <typename Call>
 void ClientWebSocket::deliver(Call call) {
-  mainQueue_.post([self = shared_from_this(), call = std::move(call)]() mutable {
+  events_.emplace_back([self = shared_from_this(), call = std::move(call)]() mutable {
     if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
   });
+  if (!gathersEvents_) postEvents();
 }
 
 }  // namespace orv

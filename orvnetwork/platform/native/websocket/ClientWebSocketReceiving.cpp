@@ -14,6 +14,27 @@
 
 namespace orv {
 
+/// Keeps events back until all frames that are here have been dealt with, or there are many events.
+class ClientWebSocket::Gathering {
+ public:
+  explicit Gathering(ClientWebSocket& socket) : socket_(socket) { socket_.gathersEvents_ = true; }
+  Gathering(const Gathering&) = delete;
+  Gathering& operator=(const Gathering&) = delete;
+  ~Gathering() {
+    socket_.gathersEvents_ = false;
+    socket_.postEvents();
+  }
+
+ private:
+  ClientWebSocket& socket_;
+};
+
+void ClientWebSocket::postEvents() {
+  if (mainBatches_ != nullptr) return mainBatches_->postAll(events_);
+  for (Task& event : events_) mainQueue_.post(std::move(event));
+  events_.clear();
+}
+
 void ClientWebSocket::inputCame() {
   isReading_ = false;
   if (phase_ == Phase::Connecting) return lookAtAnswer();
@@ -44,13 +65,16 @@ void ClientWebSocket::readMore() {
 }
 
 /// Deals with the input frame by frame, and goes on reading unless something has to wait. Whatever that was calls again.
+/// What the frames of one read bring wakes the main thread once.
 void ClientWebSocket::takeFrames() {
   if (phase_ != Phase::Open || isReading_ || waitsForOutput_ || readingPaused_) return;
+  const Gathering gathering(*this);
   for (bool goesOn = true; goesOn;) {
     std::string_view left = stream().input();
     const std::size_t size = left.size();
     const FrameReader::Event event = nextEvent(left);
     goesOn = !postponed_ && act(event);
+    if (events_.size() >= kMostEvents) postEvents();
     stream().used(size - left.size());
     if (phase_ != Phase::Open || pauseReading()) break;
     if (event == FrameReader::Event::NeedsMore) readMore();

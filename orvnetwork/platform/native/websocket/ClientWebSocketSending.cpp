@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace orv {
 
@@ -21,7 +23,7 @@ namespace {
 constexpr Seconds kLastWords{1.0};
 
 /// A longer text would hold the caller up: masking and copying it is the network thread's work.
-constexpr std::size_t kMostAtOnce = std::size_t{16} << 10;
+constexpr std::size_t kMostAtOnce = std::size_t{32} << 10;
 
 }  // namespace
 
@@ -29,8 +31,14 @@ constexpr std::size_t kMostAtOnce = std::size_t{16} << 10;
 
 void ClientWebSocket::send(std::shared_ptr<const std::string> text) {
   if (text == nullptr || state_ != WebSocketState::Open) return;
-  if (text->size() <= kMostAtOnce && queue_.takeToWrite(text->size())) return writeAtOnce(*text);
-  enqueue({Outgoing::Kind::Text, std::move(text)});
+  if (writeAtOnce({&text, 1}) == 0) enqueue({Outgoing::Kind::Text, std::move(text)});
+}
+
+void ClientWebSocket::sendTexts(std::vector<std::shared_ptr<const std::string>> texts) {
+  if (state_ != WebSocketState::Open) return;
+  for (std::size_t i = writeAtOnce(texts); i < texts.size(); ++i) {
+    enqueue({Outgoing::Kind::Text, std::move(texts[i])});
+  }
 }
 
 void ClientWebSocket::sendPing(std::string payload) {
@@ -39,15 +47,20 @@ void ClientWebSocket::sendPing(std::string payload) {
   enqueue({Outgoing::Kind::Ping, std::make_shared<const std::string>(std::move(payload))});
 }
 
-/// This thread has the right to write.
-void ClientWebSocket::writeAtOnce(const std::string& text) {
+/// Writes texts on this thread, in one piece: as many as are not too long together, and none when somebody else has the
+/// right to write. Returns how many.
+std::size_t ClientWebSocket::writeAtOnce(std::span<const Text> texts) {
+  std::size_t count = 0, size = 0;
+  while (count < texts.size() && texts[count]->size() <= kMostAtOnce - size) size += texts[count++]->size();
+  if (count == 0 || !queue_.takeToWrite(size)) return 0;
   struct Turn {
     ClientWebSocket& socket;
     ~Turn() { socket.turnEnded(); }
   };
   const Turn turn{*this};
-  stream_.gather(Opcode::Text, text);
+  for (const Text& text : texts.first(count)) stream_.gather(Opcode::Text, *text);
   stream_.writeNow();
+  return count;
 }
 
 /// A rest keeps the right, and so does what others have left behind meanwhile; the network thread goes on with both.

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -216,6 +217,42 @@ TEST(NativeMainQueue, GoesOnAfterATaskThatThrows) {
   queue.post([&] { ran = true; });
   EXPECT_EQ(queue.drain(), 2u);
   EXPECT_TRUE(ran);
+}
+
+TEST(NativeMainQueue, TasksThatArePostedTogetherAreAllThereWhenItsThreadIsWoken) {
+  NativeMainQueue queue;
+  queue.claim();
+  std::promise<void> woken, drained;
+  std::atomic<int> calls{0};
+  queue.setWaker([&] {
+    if (++calls > 1) return;
+    woken.set_value();
+    drained.get_future().wait();
+  });
+  std::string order;
+  std::thread poster([&] {
+    std::vector<Task> tasks;
+    for (const char letter : {'a', 'b', 'c'}) {
+      tasks.emplace_back([&order, letter] { order += letter; });
+    }
+    queue.postAll(tasks);
+    EXPECT_TRUE(tasks.empty());
+  });
+  woken.get_future().wait();
+  EXPECT_EQ(queue.drain(), 3u);
+  drained.set_value();
+  poster.join();
+  EXPECT_EQ(order, "abc");
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(NativeMainQueue, PostingNoTasksWakesNobody) {
+  NativeMainQueue queue;
+  std::vector<Task> none;
+  queue.postAll(none);
+  EXPECT_FALSE(isReadable(queue.wakeUpDescriptor()));
+  queue.post([] {});
+  EXPECT_EQ(queue.drain(), 1u);
 }
 
 TEST(NativeMainQueue, LosesNothingPostedByManyThreads) {
