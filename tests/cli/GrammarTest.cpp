@@ -60,6 +60,50 @@ TEST(Grammar, OptionsStandBehindANestedCommandAndAnOperationToo) {
   EXPECT_EQ(invoke.arguments, (Words{"-5", "\"--wait\""}));
 }
 
+struct Values {
+  const char* command;  ///< "" for the program itself
+  const char* option;
+  Words good, wrong;
+};
+
+TEST(Grammar, ValuesAreLookedAtFromTheirFirstToTheirLastLetter) {
+  for (const Values& values : {
+           Values{"", "--wait", {"0", "0.5", "604800"}, {"", "1x", "604801", "-1", "nan", "inf", "soon"}},
+           Values{"watch", "--for", {"1e3"}, {"1 s", "-0.1"}},
+           Values{
+               "courses", "--start", {"0", "18446744073709551615"}, {"", "1x", "-1", "18446744073709551616"}},
+           Values{"courses", "--status", {"1", "3"}, {"0", "4", "2.", ""}},
+           Values{"local create", "--count", {"1", "100000"}, {"0", "100001", "1 "}},
+           Values{"", "--server", {"embedded", "ws://a", "wss://a:1/b"}, {"", "http://a", "Embedded", "ws:"}},
+           Values{"", "--home", {"."}, {""}},
+           Values{"log", "--since", {"10m", "14:30"}, {"", "10x", "soon"}},
+           Values{"log", "--grep", {" "}, {""}},
+           Values{"", "--proxy", {"none", "environment", "http://a:1"}, {"", "ftp://a:1"}},
+           Values{"", "--pin", {"a"}, {""}},
+           Values{"", "--root", {"a"}, {""}},
+           Values{"", "--tls-min", {"1.2", "1.3"}, {"", "1", "1.1", "1.4", "1.20"}},
+       }) {
+    const cli::CommandSpec* const command = cli::findCommand(values.command);
+    const auto* const option =
+        cli::findOption(command ? command->options : cli::programOptions(), values.option);
+    ASSERT_TRUE(option != nullptr && option->check != nullptr) << values.option;
+    for (const std::string& value : values.good) {
+      EXPECT_EQ(option->check(value), "") << values.option << " " << value;
+    }
+    for (const std::string& value : values.wrong) {
+      EXPECT_NE(option->check(value), "") << values.option << " " << value;
+    }
+  }
+}
+
+TEST(Grammar, LettersAreShortForOptionsThatHaveOne) {
+  const auto* const quiet = cli::findOption(cli::programOptions(), "-q");
+  ASSERT_NE(quiet, nullptr);
+  EXPECT_EQ(quiet->name, "--quiet");
+  EXPECT_EQ(cli::findOption(cli::programOptions(), "-w"), nullptr);
+  EXPECT_EQ(cli::findOption(cli::programOptions(), "-qq"), nullptr);
+}
+
 TEST(Grammar, BehindTwoDashesNothingIsAnOption) {
   const auto invoked = understood({"invoke", "--", "op:", "--json", "--"});
   EXPECT_FALSE(invoked.options.json);
