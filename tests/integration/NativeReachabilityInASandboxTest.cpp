@@ -13,7 +13,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <memory>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -55,6 +57,38 @@ TEST(NativeReachabilityInASandbox, TheNetworkCountsAsReachableAndTheConsoleHears
   EXPECT_EQ(reports, std::vector{ReachabilityStatus::WiFi});
   EXPECT_EQ(complaints, 1);
   Console::setSink(nullptr);
+}
+
+/// Makes the kernel answer a system call of the calling thread with an error.
+void forbid(std::uint32_t call, std::uint32_t error) {
+  sock_filter program[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog filter{static_cast<unsigned short>(std::size(program)), program};
+  ASSERT_EQ(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
+  ASSERT_EQ(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
+}
+
+/// Starts to watch where these system calls fail, and expects the one report.
+void expectToCountAsReachable(const std::vector<std::uint32_t>& calls, std::uint32_t error) {
+  PumpedExecutor queue;
+  std::vector<ReachabilityStatus> reports;
+  std::unique_ptr<Reachability> reachability;
+  std::thread([&] {
+    for (const std::uint32_t call : calls) forbid(call, error);
+    reachability = makeNativeReachability(queue);
+    reachability->startMonitoring([&reports](ReachabilityStatus status) { reports.push_back(status); });
+  }).join();
+  EXPECT_TRUE(queue.pumpUntil([&] { return !reports.empty(); }));
+  EXPECT_EQ(reports, std::vector{ReachabilityStatus::WiFi});
+}
+
+TEST(NativeReachabilityInASandbox, WithoutADescriptorOrAThreadTheNetworkCountsAsReachableToo) {
+  expectToCountAsReachable({__NR_eventfd2}, EMFILE);
+  expectToCountAsReachable({__NR_clone, __NR_clone3}, EAGAIN);
 }
 
 }  // namespace

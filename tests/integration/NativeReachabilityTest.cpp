@@ -275,7 +275,11 @@ TEST_F(NativeReachabilityTest, StoppingDropsAReportThatIsQueuedAlready) {
   machine_->run([&] { reachability->startMonitoring(record()); });
   ASSERT_TRUE(queue_.waitForQueued(1));
   reachability->stopMonitoring();
-  // The queue is in order: when the second start's report is here, the first one has been passed over.
+  // The queue is in order.
+  bool passed = false;
+  queue_.post([&passed] { passed = true; });
+  EXPECT_TRUE(queue_.pumpUntil([&] { return passed; }));
+  EXPECT_TRUE(reports_.empty());
   std::vector<ReachabilityStatus> later;
   reachability->startMonitoring([&later](ReachabilityStatus status) { later.push_back(status); });
   EXPECT_TRUE(queue_.pumpUntil([&] { return !later.empty(); }));

@@ -146,6 +146,15 @@ TEST_F(NativeWebSocketTls, FailsWhenTheServerLeavesDuringTheTlsHandshake) {
       << delegate.lastError.text();
 }
 
+TEST_F(NativeWebSocketTls, AnEndOfTheStreamDuringTheTlsHandshakeIsToldAsThat) {
+  start(listener.url("/", "wss"));
+  RawPeer peer = listener.accept();
+  shutdown(peer.descriptor(), SHUT_WR);  // a close would be a reset where the greeting has not been read
+  EXPECT_TRUE(waitForEnd());
+  EXPECT_EQ(delegate.lastError.domain, "OrvTls");
+  EXPECT_EQ(delegate.lastError.description, "the peer ended the stream during the TLS handshake");
+}
+
 TEST_F(NativeWebSocketTls, TheEndOfTheStreamIsAnUncleanCloseWithOrWithoutATlsGoodbye) {
   const TlsIdentity identity("DNS:localhost");
   identity.trust();
