@@ -71,6 +71,27 @@ class GtkDesktop : public ::testing::Test {
     return ::testing::AssertionSuccess();
   }
 
+  /// Lets frames pass until the line below a list has been the same in twenty of them, and nothing is under way.
+  ::testing::AssertionResult comesToRest(const char* list) {
+    struct Watch {
+      GtkDesktop* test;
+      const char* list;
+      std::string said{};
+      int frames = 0;
+    } watch{this, list};
+    const auto look = [](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
+      auto& seen = *static_cast<Watch*>(data);
+      const std::string now = seen.test->stateOf(seen.list);
+      seen.frames = now == seen.said && now != "Loading …" ? seen.frames + 1 : 0;
+      seen.said = now;
+      return G_SOURCE_CONTINUE;
+    };
+    const guint tick = gtk_widget_add_tick_callback(window(), look, &watch, nullptr);
+    const auto came = comes("rest", [&] { return watch.frames >= 20; });
+    gtk_widget_remove_tick_callback(window(), tick);
+    return came;
+  }
+
   GtkWidget* find(const char* name) {
     GtkWidget* const found = findIn(window(), name);
     if (found == nullptr) {

@@ -29,7 +29,8 @@ TEST_F(GtkDesktop, ListsFillAsOneScrollsAndShowWhatTheServerHas) {
   ASSERT_TRUE(comes("rows", [this] { return !rowsOnScreen("recorded").empty(); }));
   EXPECT_EQ(rowsOnScreen("recorded").front().room, more.back());
   EXPECT_EQ(rowsOnScreen("recorded").front().details, "陈");
-  ASSERT_TRUE(comes("rest", [this] { return stateOf("recorded").find("so far") != std::string::npos; }));
+  ASSERT_TRUE(comesToRest("recorded"));
+  EXPECT_TRUE(stateOf("recorded").ends_with("so far")) << stateOf("recorded");
   EXPECT_LT(countOf("recorded"), 90u) << "it did not wait to be scrolled";
   expectServersRows("recorded");
   picture("desktop-gtk");
