@@ -40,7 +40,7 @@ class RequestTableTest : public ::testing::Test {
                          steps.back().push_back(request.item->timestamp);
                        }
                      },
-                     [](const auto&) {}, [] {}, counters};
+                     [](const auto&) {}, [] {}, [] {}, counters};
   using Steps = std::vector<std::vector<std::int64_t>>;
 };
 
