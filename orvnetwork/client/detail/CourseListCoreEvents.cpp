@@ -11,6 +11,7 @@
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <cstddef>
+#include <unordered_set>
 #include <utility>
 
 namespace orv::detail {
@@ -78,7 +79,11 @@ void CourseListCore::notePage(const CourseChange& change) {
   if (!isFromServer_) {
     // What is stored has changed, and live courses leave one list for another.
     needsStored_ = true;
-    for (const std::int64_t roomID : rooms) touch(roomID);
+    const std::unordered_set<std::int64_t> listed(change.rooms.begin(), change.rooms.end());
+    for (const std::int64_t roomID : rooms) {
+      // That a course is in another list no longer says nothing of this one.
+      if (isOurs || listed.contains(roomID)) touch(roomID);
+    }
     return;
   }
   if (isOurs && !fits(pages_, isWhole_, change)) return refreshIn(kAfterForeignChange);

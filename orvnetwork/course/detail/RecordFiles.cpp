@@ -85,6 +85,11 @@ void RecordFiles::remove(std::string_view key) const {
   if (const OptionalString path = pathOf(key)) QXPathManager::sharedManager().removeFolderOrFile(path);
 }
 
+bool RecordFiles::has(std::string_view key) const {
+  const OptionalString path = pathOf(key);
+  return path && Platform::current().files().exists(*path);
+}
+
 std::optional<RecordFiles::Names> RecordFiles::names() const {
   const OptionalString in = folder();
   std::error_code error;

@@ -36,6 +36,8 @@ class RecordFiles {
   std::shared_ptr<OrvCourseModel> read(std::string_view key) const;
   bool write(std::string_view key, const OrvCourseModel& course) const;
   void remove(std::string_view key) const;
+  /// Whether a record has a file, whatever that holds.
+  bool has(std::string_view key) const;
   using Names = std::unordered_set<std::string>;
   /// The names of all that lies in the folder, one look for many `isIn`; absent when that cannot be told.
   std::optional<Names> names() const;

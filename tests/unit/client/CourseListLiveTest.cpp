@@ -96,6 +96,32 @@ TEST_F(CourseListLive, ACourseThatThePagesOfTwoListsHaveIsInOneOfThem) {
   EXPECT_TRUE(onAir.atEnd());
 }
 
+TEST_F(CourseListLive, ACourseThatLeavesAListWhileAnotherIsLoadedForTheFirstTimeIsInThatOne) {
+  signIn();
+  listLive(1, 1, 5);
+  listLive(2, 10, 14);
+  auto coming = CourseList::live(1);
+  loadAll(coming);
+  unlist(live[1], 3);
+  live[2].insert(live[2].begin(), courseItem(3, live_type::kLive, 2));
+  auto onAir = CourseList::live(2);
+  settle();
+  holdPages();
+  coming.refresh();
+  onAir.loadMore();
+  settle();
+  ASSERT_EQ(held.size(), 2u);
+  for (const json::object& request : std::exchange(held, {})) {
+    server.reply(server.latest(), request, pageAsked(request));
+    runFor(0.5);
+  }
+  EXPECT_EQ(coming.keys(), (Rooms{1, 2, 4, 5}));
+  EXPECT_EQ(onAir.keys(), (Rooms{3, 10, 11, 12, 13, 14}));
+  EXPECT_EQ(storedLive(2), (Rooms{3, 10, 11, 12, 13, 14}));
+  ASSERT_TRUE(liveFile(3).has_value());
+  EXPECT_EQ(liveFile(3)->at("status"), 2);
+}
+
 TEST_F(CourseListLive, AStatusThatIsNotListedIsRefused) {
   signIn();
   for (const std::uint64_t status : {0u, 4u, 5u, 77u}) {

@@ -133,6 +133,22 @@ TEST_F(CourseStoreTest, ALiveCourseIsInOneListOnly) {
   EXPECT_FALSE(hasLiveFile(3));
 }
 
+TEST_F(CourseStoreTest, ACourseThatLeavesOneListWhileAnotherTakesItOverKeepsItsRecord) {
+  signIn();
+  listLive(1, 1, 3);
+  getLiveCourses(0, 30, 1);
+  const CourseListName second{CourseListKind::Live, 2};
+  const auto begun = read({live[1].at(1)}, second);
+  ASSERT_EQ(begun.at(0).roomID, 2);
+  ASSERT_FALSE(begun.at(0).isNews) << "its record is as the server has it";
+  EXPECT_TRUE(takeOver({live[1].at(0)}, true, {CourseListKind::Live, 1}));
+  ASSERT_FALSE(hasLiveFile(2)) << "no list had it at that time";
+  EXPECT_TRUE(store().takeOver(second, store().opened(), begun, true, this));
+  EXPECT_EQ(list(2), Keys{"2"});
+  EXPECT_TRUE(hasLiveFile(2));
+  EXPECT_NE(store().copyOf(second, "2"), nullptr);
+}
+
 TEST_F(CourseStoreTest, LocalCoursesAreNotTakenOver) {
   EXPECT_FALSE(takeOver(itemsOf({1}), true, {CourseListKind::Local}));
   EXPECT_FALSE(takeOver(itemsOf({1}), true, {CourseListKind::Live, 99}));
