@@ -35,6 +35,26 @@ TEST_F(NativeWebSocketHandshake, ReportsTheOpeningWhenTheSocketIsOpenAlready) {
   EXPECT_EQ(delegate.stateWhenOpened, WebSocketState::Open);
 }
 
+TEST_F(NativeWebSocketHandshake, HasAKeyOfItsOwnEachTime) {
+  limits.closing = Seconds(0.05);
+  const auto keyLine = [this] {
+    start(listener.url());
+    RawPeer peer = listener.accept();
+    const std::string incoming = peer.readRequest();
+    peer.send(RawPeer::agreement(incoming));
+    EXPECT_TRUE(waitForEvent("opened"));
+    socket->setDelegate(nullptr);
+    socket->close();
+    eventsAfterAll();
+    delegate.events.clear();
+    const std::size_t begin = incoming.find("Sec-WebSocket-Key: ");
+    return begin == std::string::npos ? "" : incoming.substr(begin, incoming.find('\r', begin) - begin);
+  };
+  const std::string first = keyLine();
+  EXPECT_EQ(first.size(), std::string("Sec-WebSocket-Key: ").size() + 24) << first;
+  EXPECT_NE(first, keyLine());
+}
+
 TEST_F(NativeWebSocketHandshake, ReportsWhatItHasMetOnItsWay) {
   start(listener.url());
   RawPeer peer = listener.accept();
