@@ -82,8 +82,6 @@ TEST_F(GtkDesktop, LiveCoursesStandByStatus) {
   click("refresh");
   EXPECT_TRUE(comes("its leaving the courses to come", [&] { return !has("live1"); }));
   open("live", "live2");
-  ASSERT_TRUE(comesToRest("live2"));
-  click("refresh");
   ASSERT_TRUE(comes("it on the air", [&] { return has("live2"); }));
   expectServersRows("live2");
   const auto rows = rowsOnScreen("live2");
