@@ -40,7 +40,8 @@ make_root() {
     printf '127.0.0.1\tlocalhost\n::1\tlocalhost\n' >"$root/etc/hosts"
 }
 
-# in_root FOLDER COMMAND...: there, with nothing of this machine's environment but terminal and proxies.
+# in_root FOLDER COMMAND...: there, with nothing of this machine's environment but terminal and proxies. The root is the
+# root of its mounts too: where it is only changed to, nobody may make namespaces of users or mount anything over it.
 in_root() {
   local variables status=0
   mapfile -t variables < <(env | grep -iE '^(term|[a-z]+_proxy)=')
@@ -48,14 +49,19 @@ in_root() {
   bash -c 'echo $$ >"$1"; shift; exec setpriv --pdeathsig KILL unshare --mount --pid --fork --kill-child "$@"' - \
     "$folder/pid" bash -euc '
       root=$1; shift
+      mount --bind "$root" "$root"
       mount -t proc proc "$root/proc"
       mount --rbind /dev "$root/dev"
       mount --rbind /sys "$root/sys"
+      cd "$root"
+      pivot_root . .
+      umount --lazy .
+      cd /
       status=0
       env --ignore-environment "$@" || status=$?
       exit $status' - "$root" \
     "${variables[@]}" HOME=/root PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
-    chroot "$root" bash -c 'cd "$1" && shift && exec "$@"' - "$@" || status=$?
+    bash -c 'cd "$1" && shift && exec "$@"' - "$@" || status=$?
   rm "$folder/pid"
   return $status
 }
