@@ -1,8 +1,8 @@
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/client/Ask.h>
 
-#include "../unit/transport/LinkFixture.h"
 #include <tests/memory/HeldMemory.h>
+#include <tests/support/LinkFixture.h>
 
 #include <algorithm>
 #include <cstddef>

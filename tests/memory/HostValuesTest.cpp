@@ -6,9 +6,10 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <tests/memory/HeldMemory.h>
-#include <tests/unit/transport/LinkFixture.h>
+#include <tests/support/LinkFixture.h>
 
 #include <boost/json/serialize.hpp>
 

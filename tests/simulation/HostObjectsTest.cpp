@@ -8,6 +8,7 @@
 #include <orvnetwork/platform/Timer.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <tests/support/HostObject.h>
 #include <tests/unit/course/PagingFixture.h>

@@ -3,8 +3,9 @@
 #include <orvnetwork/api/OperationRegistry.h>
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/platform/MainBundle.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "../transport/LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <boost/json/parse.hpp>
 

@@ -2,7 +2,7 @@
 
 #include <orvnetwork/api/QXAPIHelper.h>
 
-#include "../transport/LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <chrono>
 #include <string>

@@ -1,7 +1,7 @@
 #include <orvnetwork/api/OperationRegistry.h>
 #include <orvnetwork/api/detail/OperationBinding.h>
 
-#include "../transport/LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <boost/json/parse.hpp>
 

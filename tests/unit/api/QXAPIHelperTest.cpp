@@ -1,7 +1,8 @@
 #include <orvnetwork/api/Prompts.h>
 #include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "../transport/LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <optional>
 #include <string>

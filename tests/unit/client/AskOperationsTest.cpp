@@ -2,8 +2,8 @@
 #include <orvnetwork/api/detail/OperationBinding.h>
 #include <orvnetwork/client/Ask.h>
 
-#include "../transport/LinkFixture.h"
 #include "Operations.h"
+#include <tests/support/LinkFixture.h>
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>

@@ -1,6 +1,7 @@
 #include <orvnetwork/client/Ask.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "../transport/LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <boost/json/serialize.hpp>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
 #include "CourseListFixture.h"
 
 #include <optional>

@@ -3,6 +3,7 @@
 #include <orvnetwork/client/CourseList.h>
 #include <orvnetwork/client/ReplyCode.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "CourseListLinkFixture.h"
 

@@ -2,6 +2,7 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "CourseListFixture.h"
 #include <tests/support/LocalCourse.h>

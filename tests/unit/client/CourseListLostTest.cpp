@@ -4,6 +4,7 @@
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "CourseListLinkFixture.h"
 

@@ -2,6 +2,7 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/PropertyList.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "SessionStatusFixture.h"
 

@@ -4,6 +4,7 @@
 #include <orvnetwork/client/detail/RevocableRequest.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 #include <orvnetwork/transport/SentRequest.h>
 
 #include "CourseListFixture.h"

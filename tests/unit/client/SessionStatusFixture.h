@@ -4,8 +4,9 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/testing/SimulatedSchool.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "../transport/LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <memory>
 #include <optional>

@@ -4,7 +4,7 @@
 #include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
-#include "tests/unit/transport/LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <algorithm>
 #include <functional>

@@ -1,5 +1,6 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "tests/unit/course/PagingFixture.h"
 

@@ -1,5 +1,6 @@
 // Attempts to load a page of live courses, what is logged of them, and what a change of the classroom does.
 
+#include <orvnetwork/data/TextFormat.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "tests/unit/course/PagingFixture.h"

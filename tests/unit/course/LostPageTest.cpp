@@ -2,6 +2,7 @@
 
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "tests/unit/course/PagingFixture.h"
 

@@ -1,6 +1,7 @@
 #include <orvnetwork/course/OrvCourseModel.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "../transport/LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <limits>
 #include <memory>

@@ -1,4 +1,5 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "tests/unit/course/PagingFixture.h"
 

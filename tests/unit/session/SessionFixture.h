@@ -2,8 +2,9 @@
 
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include <tests/unit/transport/LinkFixture.h>
+#include <tests/support/LinkFixture.h>
 
 #include <deque>
 #include <map>

@@ -1,4 +1,6 @@
-#include "LinkFixture.h"
+#include <orvnetwork/transport/QXWebSocketMgr.h>
+
+#include <tests/support/LinkFixture.h>
 
 #include <algorithm>
 #include <string>

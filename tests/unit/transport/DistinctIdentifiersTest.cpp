@@ -1,6 +1,7 @@
 #include <orvnetwork/transport/DistinctIdentifiers.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <cstdint>
 #include <optional>

@@ -1,8 +1,9 @@
 #include <orvnetwork/testing/ConnectPlan.h>
 #include <orvnetwork/transport/FrameTrace.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 #include <orvnetwork/transport/detail/TraceDesk.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <chrono>
 #include <memory>

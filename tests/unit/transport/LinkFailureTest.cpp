@@ -2,8 +2,9 @@
 #include <orvnetwork/testing/ConnectPlan.h>
 #include <orvnetwork/testing/PlannedAddress.h>
 #include <orvnetwork/transport/LinkFailure.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <cerrno>
 #include <optional>

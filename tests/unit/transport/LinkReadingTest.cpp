@@ -1,7 +1,8 @@
 #include <orvnetwork/testing/ConnectPlan.h>
 #include <orvnetwork/transport/LinkReading.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <optional>
 #include <string>

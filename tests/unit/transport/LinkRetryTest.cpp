@@ -1,7 +1,8 @@
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/testing/ConnectPlan.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <cerrno>
 #include <optional>

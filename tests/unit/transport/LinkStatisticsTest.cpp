@@ -1,8 +1,9 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/testing/ConnectPlan.h>
 #include <orvnetwork/transport/LinkStatistics.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <map>
 #include <memory>

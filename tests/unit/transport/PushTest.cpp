@@ -1,6 +1,7 @@
 #include <orvnetwork/platform/NotificationCenter.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <string>
 #include <string_view>

@@ -1,7 +1,8 @@
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <functional>
 #include <memory>

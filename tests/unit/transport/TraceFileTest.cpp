@@ -1,7 +1,8 @@
 #include <orvnetwork/data/Json.h>
+#include <orvnetwork/transport/QXWebSocketMgr.h>
 #include <orvnetwork/transport/TraceFile.h>
 
-#include "LinkFixture.h"
+#include <tests/support/LinkFixture.h>
 
 #include <memory>
 #include <string>
