@@ -11,14 +11,15 @@ import subprocess
 import sys
 import tempfile
 
-SOURCES = ("PendingCoroutineTest", "PendingCoroutineEndTest", "EndsTest")
+SOURCES = ("unit/client/PendingCoroutineTest", "unit/client/PendingCoroutineEndTest", "unit/client/EndsTest",
+           "support/LinkFixture")
 OPTIONS = ("-std=c++20", "-g1", "-fsanitize=address", "-fno-omit-frame-pointer", "-Wall", "-Wextra", "-Werror",
            "-Wno-unused-lambda-capture")
 
 
 def main():
     compiler, root, library, testing, test_main = sys.argv[1:]
-    sources = [str(pathlib.Path(root, "tests", "unit", "client", name + ".cpp")) for name in SOURCES]
+    sources = [str(pathlib.Path(root, "tests", name + ".cpp")) for name in SOURCES]
     folders = {str(pathlib.Path(name).parent) for name in (library, testing)}
     for level in ("-O0", "-O2"):
         with tempfile.TemporaryDirectory() as folder:
