@@ -97,13 +97,12 @@ std::vector<std::int64_t> newsOf(const std::vector<std::string>& old,
 
 /// A course that goes from one list to another may have left the first one, and its record gone with that, since it was
 /// read for the second one.
-void writeWhatIsGone(Collection& collection, const std::vector<std::string>& old,
+void writeWhatIsGone(Collection& collection, std::uint64_t list,
                      const std::vector<CourseStore::Read>& courses) {
-  const std::unordered_set<std::string> before(old.begin(), old.end());
   for (const auto& read : courses) {
     if (read.course == nullptr) continue;
     const std::string key = courseKey(read.roomID);
-    if (!before.contains(key) && !collection.files().has(key)) write(collection, *read.course);
+    if (!collection.contains(key, list) && !collection.files().has(key)) write(collection, *read.course);
   }
 }
 
@@ -219,7 +218,7 @@ bool CourseStore::takeOver(const CourseListName& list, std::uint64_t opened, con
     if (catalogue_.opened() != opened) return false;
     const auto old = lists[list.status].snapshot();
     changed = newList(old, courses, isWhole);
-    writeWhatIsGone(collectionOf(catalogue_, list.kind), old, courses);
+    writeWhatIsGone(collectionOf(catalogue_, list.kind), list.status, courses);
     const bool isListChanged = putInList(catalogue_, list, courses, changed.keys);
     // Two who take the same over by turns would give each other reasons for ever.
     if (!isListChanged && std::ranges::none_of(courses, isNews)) return true;
