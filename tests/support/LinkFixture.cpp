@@ -35,12 +35,28 @@ LinkFixture::~LinkFixture() {
   Console::setSink(nullptr);
 }
 
-void LinkFixture::bringUp() {
+void LinkFixture::connect() {
   link.watchNetworkStatus();
   settle();
   ASSERT_TRUE(link.isOpen());
+}
+
+void LinkFixture::bringUp() {
+  connect();
   notifications.clear();
   server.clearRecords();
+}
+
+bool LinkFixture::isLinkOpen() const {
+  return link.isOpen();
+}
+
+std::size_t LinkFixture::outstandingRequests() const {
+  return link.outstandingRequestCount();
+}
+
+std::size_t LinkFixture::parkedRequests() const {
+  return link.parkedRequestCount();
 }
 
 std::shared_ptr<QXRequestItem> LinkFixture::makeItem(std::string command,
@@ -64,6 +80,10 @@ std::shared_ptr<QXRequestItem> LinkFixture::send(const std::string& command,
   auto item = makeItem(command, std::move(values));
   link.sendRequestItem(item);
   return item;
+}
+
+void LinkFixture::sendItem(std::shared_ptr<QXRequestItem> item) {
+  link.sendRequestItem(std::move(item));
 }
 
 void LinkFixture::answer(const std::shared_ptr<QXRequestItem>& item, json::object values) {

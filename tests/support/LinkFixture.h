@@ -38,13 +38,20 @@ class LinkFixture : public ::testing::Test {
   void settle() { platform.settle(); }
 
   /// Reports a reachable network and lets the link come up.
+  void connect();
+  /// The same, and forgets what led to it.
   void bringUp();
+  /// What the link says of itself, for tests that do not need its header otherwise.
+  bool isLinkOpen() const;
+  std::size_t outstandingRequests() const;
+  std::size_t parkedRequests() const;
 
   std::shared_ptr<QXRequestItem> makeItem(std::string command,
                                           std::optional<json::object> values = json::object());
   /// Sends a request whose outcome is written down as "COMMAND ok", "COMMAND refused" or "COMMAND timeout".
   std::shared_ptr<QXRequestItem> send(const std::string& command,
                                       std::optional<json::object> values = json::object());
+  void sendItem(std::shared_ptr<QXRequestItem> item);
   /// Answers a request that was sent.
   void answer(const std::shared_ptr<QXRequestItem>& item, json::object values);
   /// Lets the server answer every request with these values.

@@ -2,7 +2,6 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "CourseListFixture.h"
 #include <tests/support/LocalCourse.h>
@@ -36,7 +35,7 @@ TEST_F(CourseListLocal, ShowsWhatIsStoredWithoutAServer) {
   list.loadMore();
   settle();
   EXPECT_TRUE(list.atEnd());
-  EXPECT_EQ(link.isOpen(), false);
+  EXPECT_EQ(isLinkOpen(), false);
 }
 
 TEST_F(CourseListLocal, FollowsWhatAnybodyDoes) {

@@ -1,6 +1,5 @@
 #include <orvnetwork/api/QXAPIHelper.h>
 #include <orvnetwork/client/Ask.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <tests/support/LinkFixture.h>
 
@@ -144,7 +143,7 @@ TEST_P(Ends, IsToldOnceAndNeverInsideTheCallThatCausedIt) {
   held.reset();
   runFor(30);
   EXPECT_LE(outcomes.size(), 1u);
-  EXPECT_EQ(link.outstandingRequestCount(), 0u);
+  EXPECT_EQ(outstandingRequests(), 0u);
 }
 
 std::string nameOfRow(const ::testing::TestParamInfo<std::tuple<End, Waiter>>& row) {

@@ -2,7 +2,6 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/PropertyList.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include "SessionStatusFixture.h"
 
@@ -327,7 +326,7 @@ TEST_F(LocalCoursePublishing, ThatIsHeldForASessionIsNotSentWithThatOfAnotherUse
   school.dropTokens(ann);  // no renewal frees it
   auto publishing = courses->publish(course->roomID);
   runFor(1);
-  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  ASSERT_EQ(parkedRequests(), 1u);
   signOut();
   runFor(10);
   EXPECT_TRUE(publishing.isReady());

@@ -4,7 +4,6 @@
 #include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/testing/SimulatedSchool.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <tests/support/LinkFixture.h>
 
@@ -40,12 +39,6 @@ class SessionStatusFixture : public LinkFixture {
       EXPECT_EQ(change.before == change.now, told.size() == 1 && isFirst) << told.back();
       isFirst = false;
     });
-  }
-  /// Lets the link come up.
-  void connect() {
-    link.watchNetworkStatus();
-    settle();
-    ASSERT_TRUE(link.isOpen());
   }
   /// Both, with the link up and everything told that there is to tell.
   void begin() {

@@ -82,7 +82,7 @@ TEST_F(SessionStatusRenewal, RequestsThatWereHeldGoOnWithinSeconds) {
     return uID.empty() ? json::object{{"ret", 1001}, {"err", "no session"}} : json::object{{"ret", 0}};
   });
   settle();
-  EXPECT_EQ(link.parkedRequestCount(), 1u);
+  EXPECT_EQ(parkedRequests(), 1u);
   EXPECT_EQ(state(), "Good");
   runFor(2.1);
   EXPECT_EQ(outcomes, Strings{"Dev.Held ok"});
@@ -108,7 +108,7 @@ TEST_F(SessionStatusRenewal, HeldRequestsCauseNothingWhereTheSessionWasRefused) 
   server.clearRecords();
   send("Course.Room.Info");
   runFor(60);
-  EXPECT_EQ(link.parkedRequestCount(), 2u);  // one is the manager's
+  EXPECT_EQ(parkedRequests(), 2u);  // one is the manager's
   EXPECT_EQ(asked("User.Post.Session"), 0u);
 }
 

@@ -90,7 +90,7 @@ TEST_F(SessionStatusTest, ALinkThatCameBackUnnoticedHasToBeConfirmedAnew) {
   school.ignore("User.Post.Session");
   server.reset(server.latest());
   runFor(2);
-  EXPECT_TRUE(link.isOpen());
+  EXPECT_TRUE(isLinkOpen());
   EXPECT_EQ(told, Strings{"Restoring, user 11"});
 }
 

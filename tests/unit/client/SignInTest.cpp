@@ -119,7 +119,7 @@ TEST_F(SignIn, GetsTheLinkBackThatASignOutHasJustClosed) {
   signOut();
   settle();
   ASSERT_EQ(results, (Strings{"SignedIn", "SignedOut"}));
-  EXPECT_FALSE(link.isOpen()) << "it was opened less than 1.5 s ago, so that nobody opens it afresh";
+  EXPECT_FALSE(isLinkOpen()) << "it was opened less than 1.5 s ago, so that nobody opens it afresh";
   signIn();
   runFor(3);
   EXPECT_EQ(results.back(), "SignedIn");

@@ -86,7 +86,7 @@ TEST_F(SignInTwice, ALogOutOfTheFirstOneThatIsHeldDoesNotEndTheSecond) {
   settle();
   signing = {};
   runFor(2);
-  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  ASSERT_EQ(parkedRequests(), 1u);
   school.clearFaults();
   second = session->signIn("13800000002", "other").then(note());
   runFor(20);

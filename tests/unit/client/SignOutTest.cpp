@@ -56,7 +56,7 @@ TEST_F(SignOut, EndsAtOnceWhenNobodyIsStored) {
   signOut();
   settle();
   EXPECT_EQ(results, Strings{"SignedOut"});
-  EXPECT_TRUE(link.isOpen());
+  EXPECT_TRUE(isLinkOpen());
   EXPECT_TRUE(server.closes().empty());
 }
 
@@ -66,7 +66,7 @@ TEST_F(SignOut, ALogOutThatWasHeldDoesNotLogTheNextUserOut) {
   school.dropTokens(ann);  // no renewal frees it
   signOut();
   settle();
-  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  ASSERT_EQ(parkedRequests(), 1u);
   runFor(11);
   ASSERT_EQ(results, Strings{"SignedOut"});
   const auto sent = asked("User.Post.Logout");
@@ -85,7 +85,7 @@ TEST_F(SignOut, WaitsForNothingMoreWhereTheServerDoesNotRenewTheSession) {
   platform.queueRandom(std::vector<std::uint32_t>(20, 0xFFFFFFFF));
   signOut();
   runFor(1.9);
-  ASSERT_EQ(link.parkedRequestCount(), 1u);
+  ASSERT_EQ(parkedRequests(), 1u);
   EXPECT_TRUE(results.empty());
   runFor(0.2);
   EXPECT_EQ(results, Strings{"SignedOut"});

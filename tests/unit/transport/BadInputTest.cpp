@@ -1,5 +1,3 @@
-#include <orvnetwork/transport/QXWebSocketMgr.h>
-
 #include <tests/support/LinkFixture.h>
 
 #include <algorithm>
@@ -36,7 +34,7 @@ TEST_F(BadInput, IsLoggedAndDropped) {
   for (const auto& text : texts) server.send(1, text);
   settle();
   EXPECT_EQ(countLoggedStart(kParseError), texts.size());
-  EXPECT_TRUE(link.isOpen());
+  EXPECT_TRUE(isLinkOpen());
   EXPECT_EQ(names(), Strings{});
   answer(item, {{"ret", 0}});
   settle();
@@ -63,7 +61,7 @@ TEST_F(BadInput, OfWrongKindsLeavesNoRequestBeyondItsTimeout) {
     server.send(1, text);
   }
   settle();
-  EXPECT_TRUE(link.isOpen());
+  EXPECT_TRUE(isLinkOpen());
   EXPECT_EQ(countLogged("### WebSocket Timeout ### (null)"), 8u);
   runFor(10);
   EXPECT_EQ(outcomes, Strings{"a timeout"});

@@ -1,5 +1,4 @@
 #include <orvnetwork/transport/DistinctIdentifiers.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <tests/support/LinkFixture.h>
 

@@ -1,5 +1,4 @@
 #include <orvnetwork/transport/QXRequestItem.h>
-#include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <tests/support/LinkFixture.h>
 
@@ -13,7 +12,7 @@ class KeptReply : public LinkFixture {
  protected:
   /// Sends a request that keeps the frame of its reply.
   void sendKeeping(const std::string& command) {
-    link.sendRequestItem(QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
+    sendItem(QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
         command, json::object(),
         [this](const auto&, bool, const json::object& reply) {
           seen = &reply;
@@ -44,7 +43,7 @@ TEST_F(KeptReply, IsACopyOfAnyOtherFrame) {
   EXPECT_EQ(*keepReply(other), other);
   auto item = QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
       "a", json::object(), [&](const auto&, bool, const json::object&) { kept = keepReply(other); }, nullptr);
-  link.sendRequestItem(item);
+  sendItem(item);
   settle();
   ASSERT_TRUE(kept);
   EXPECT_NE(kept.get(), &other);
