@@ -40,6 +40,7 @@ define_property(TARGET PROPERTY ORV_TEST_CODE INITIALIZE_FROM_VARIABLE ORV_TEST_
 function(orv_layer name)
   cmake_parse_arguments(ARG "" "" "DEPENDS;PRIVATE" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  orv_order_for_units(sources)
   add_library(orv_${name} OBJECT ${sources})
   target_include_directories(orv_${name} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(orv_${name} PRIVATE orv_build_settings ${ARG_PRIVATE})

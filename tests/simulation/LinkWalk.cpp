@@ -16,7 +16,7 @@ namespace {
 using testing::ConnectPlan;
 
 /// Longer than a connection that hangs, the longest patience and the longest wait together.
-constexpr double kLongestReturn = 200;
+constexpr double kTimeToReturn = 200;
 
 QXWebSocketMgr& manager() {
   return QXWebSocketMgr::standard();
@@ -206,7 +206,7 @@ void LinkWalk::comeToRest() {
   platform_.network().setDefaultPlan(ConnectPlan::accept());
   // A network that is there is not reported anew: that would open the link.
   if (manager().reading().isOffline()) platform_.reachability().report(ReachabilityStatus::WiFi);
-  platform_.runFor(Seconds(kLongestReturn));
+  platform_.runFor(Seconds(kTimeToReturn));
   if (!client_->link().isUp() || server.connections().empty()) complain("the link does not come back");
   check();
 }
