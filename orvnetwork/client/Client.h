@@ -36,7 +36,7 @@ class ORV_EXPORT Client {
   ///
   /// It reads and writes files before it returns: those of the user and of the identifier, and it makes their folders.
   /// Where another program makes the identifier at this moment it waits for it, 2 s at most. An identifier that can be
-  /// neither read nor kept is told on the console, and one for this run takes its place.
+  /// neither read nor kept is logged on the console, and one for this run takes its place.
   /// @return the client, or why there is none; nothing has been set up then
   static Result<std::unique_ptr<Client>> start(ClientOptions options);
 

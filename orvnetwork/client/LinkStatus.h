@@ -43,7 +43,7 @@ class LinkTracker;
 /// The `Client` has one. Main thread: it is called there and calls back there. Nothing in it waits.
 class ORV_EXPORT LinkStatus {
  public:
-  /// Hears of a change. What it throws is told on the console.
+  /// Is called with a change. What it throws is logged on the console.
   using Callback = std::function<void(const LinkChange& change)>;
 
   LinkStatus(const LinkStatus&) = delete;

@@ -57,7 +57,7 @@ class PendingPromise;
 /// turn; all else, such as that there is no link, in a later one.
 ///
 /// A coroutine that returns a `Pending` begins at once, awaits other `Pending`s only, and must not throw: what it throws
-/// is told on the console, and who waits is told `PendingEnd::Thrown`. Its parameters are copied into its frame; let none
+/// is logged on the console, and who waits is told `PendingEnd::Thrown`. Its parameters are copied into its frame; let none
 /// of them be a reference, and let no lambda that captures be one, since the lambda may be gone when it goes on.
 ///
 /// Everything here belongs to the main thread; a debug build looks after that.
@@ -86,8 +86,8 @@ class [[nodiscard]] Pending {
 
   /// Calls `continuation` with the answer, once, from a turn of the main queue. It takes the answer's only place, so a
   /// second `then` does not compile.
-  /// @param continuation is destroyed when it has been called or withdrawn; what it throws is told on the console
-  /// @return keeps the callback: without it nothing is heard
+  /// @param continuation is destroyed when it has been called or withdrawn; what it throws is logged on the console
+  /// @return keeps the callback: without it it is not called
   template <std::invocable<Answer> Continuation>
   [[nodiscard]] PendingCallback then(Continuation continuation) && {
     detail::expectMainThread("Pending::then");

@@ -16,7 +16,7 @@ constexpr Seconds kLongestDeadline = std::chrono::hours(24 * 365 * 20);
 
 }  // namespace
 
-/// Hears a stop token, on whatever thread it is that stops, and does no more there than to post.
+/// Is called by a stop token, on whatever thread it is that stops, and does no more there than to post.
 class PendingCore::StopWatch {
  public:
   StopWatch(std::stop_token token, std::weak_ptr<PendingCore> core)

@@ -19,18 +19,18 @@ namespace orv {
 /// Those who want to be told of something, and what they have not been told yet. Main thread only.
 ///
 /// Nobody is told inside the call that tells: all events of a turn reach the subscribers from a fresh turn of the main
-/// queue, in the order in which they were told, each subscriber in the order of subscription. Who subscribes hears what is
+/// queue, in the order in which they were told, each subscriber in the order of subscription. Who subscribes is told what is
 /// told from then on. While one is told, what it causes waits for the next turn, also when it runs a loop of its own.
 ///
 ///     orv::Subscribers<std::string> titles;
 ///     const orv::Subscription seen = titles.add([](const std::string& title) { show(title); });
-///     titles.tell("Algebra");                       // seen hears of it soon
+///     titles.tell("Algebra");                       // seen is called with it soon
 ///
-/// When it is destroyed nobody hears anything any more, also what has been told and not been heard.
+/// When it is destroyed nobody is told anything any more, also not what waits to be told.
 template <typename Event>
 class Subscribers {
  public:
-  /// What it throws is told on the console, and the next one is called.
+  /// What it throws is logged on the console, and the next one is called.
   using Callback = std::function<void(const Event&)>;
 
   Subscribers() = default;
@@ -51,7 +51,7 @@ class Subscribers {
   }
   /// Tells all who have subscribed, soon.
   ///
-  /// @param event is moved in, and dropped when the last of them has heard it
+  /// @param event is moved in, and dropped when the last of them has been called with it
   void tell(Event event) {
     detail::expectMainThread("Subscribers::tell");
     list_->events.push_back(News{list_->nextNumber++, std::move(event), nullptr});

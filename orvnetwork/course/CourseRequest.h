@@ -7,7 +7,7 @@
 
 namespace orv {
 
-/// Hears how a request for courses ended: whether it was answered, and how many courses of the range there are;
+/// Is called when a request for courses ends: whether it was answered, and how many courses of the range there are;
 /// (false, -1) means that it was refused. May be empty.
 using CoursesBlock = std::function<void(bool success, std::int64_t count)>;
 

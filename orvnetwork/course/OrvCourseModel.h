@@ -120,7 +120,7 @@ class ORV_EXPORT OrvCourseModel : public Record {
 
   /// @}
 
-  /// Hears how a refresh went: whether it succeeded; if not, why: the server's text, "failed" or "timeout"; and the
+  /// Is called when a refresh ends: whether it succeeded; if not, why: the server's text, "failed" or "timeout"; and the
   /// whole reply frame, as a request's completion callback gets it, which lives only as long as the call: null
   /// when none came.
   using RefreshBlock =

@@ -36,7 +36,7 @@ class ORV_EXPORT QXCourseManager final {
   using Course = std::shared_ptr<OrvCourseModel>;
   using Courses = std::map<std::string, Course>;
   using Keys = std::vector<std::string>;
-  /// Hears what became of an update: the course, or null.
+  /// Is called with what became of an update: the course, or null.
   using UpdateHandler = std::function<void(const Course& course)>;
 
   /// The one instance, made on first use and never destroyed.

@@ -15,7 +15,7 @@ enum class ReachabilityStatus : int { Unknown = -1, NotReachable = 0, Cellular =
 /// Hosts leave it to `QXWebSocketMgr::watchNetworkStatus`; a platform has one watcher.
 class ORV_EXPORT Reachability {
  public:
-  /// Hears each report, on the main queue.
+  /// Is called with each report, on the main queue.
   using Callback = std::function<void(ReachabilityStatus)>;
 
   virtual ~Reachability() = default;

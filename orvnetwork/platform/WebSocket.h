@@ -30,7 +30,7 @@ struct WebSocketMessage {
   std::shared_ptr<void> share{};
 };
 
-/// Hears what happens to a socket. Every call comes on the main queue, in the order in which things happened.
+/// Is told what happens to a socket. Every call comes on the main queue, in the order in which things happened.
 /// A socket reports at most one terminal event (`webSocket_didFailWithError` or
 /// `webSocket_didCloseWithCode_reason_wasClean`) and nothing after it.
 /// The delegate is looked up when an event is delivered: once it has been cleared on the main thread nothing

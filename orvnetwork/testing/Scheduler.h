@@ -36,7 +36,7 @@ class ORV_EXPORT Lane final : public Executor, public std::enable_shared_from_th
   /// How many tasks wait; the one that runs is not among them.
   std::size_t size() const { return tasks_.size(); }
   LaneKind kind() const { return kind_; }
-  /// What messages call it: what a task throws is told on the console under this name.
+  /// What messages call it: what a task throws is logged on the console under this name.
   const std::string& name() const { return name_; }
 
   /// Keeps the lane's tasks waiting, as a thread that is stuck would; they run once it is let go.

@@ -21,7 +21,7 @@ namespace orv::testing {
 class ORV_EXPORT SimulatedBackgroundDrain final : public BackgroundDrain {
  public:
   /// @param drain does the work that was reported; called on the lane, never inside itself
-  /// What it throws is told on the console.
+  /// What it throws is logged on the console.
   SimulatedBackgroundDrain(Scheduler& scheduler, std::function<void()> drain);
   /// Work that was reported and not done yet is not done any more.
   ~SimulatedBackgroundDrain() override;

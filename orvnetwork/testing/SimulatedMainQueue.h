@@ -43,7 +43,7 @@ class ORV_EXPORT SimulatedMainQueue final : public MainQueue {
   /// Watch it and never read from it; it is closed with the queue.
   int wakeUpDescriptor() override;
   /// Called whenever the first task begins to wait; empty for nobody.
-  /// When tasks wait already, it is called before this returns. What it throws is told on the console.
+  /// When tasks wait already, it is called before this returns. What it throws is logged on the console.
   void setWaker(std::function<void()> waker) override;
 
   /// The lane of the main thread, to look at or to hold.

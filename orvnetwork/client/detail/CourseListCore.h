@@ -63,7 +63,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   // What happens outside.
   void catalogueChanged();
   void noteChange(const CourseChange& change);
-  /// Hears what could not be understood while what was read was put into the catalogue.
+  /// Notes what could not be understood while what was read was put into the catalogue.
   void noteLateChanges();
   void notePage(const CourseChange& change);
   void touch(std::int64_t roomID);

@@ -11,7 +11,7 @@
 namespace orv::detail {
 
 /// Has `work` run on another executor, and answers with what it gives. The work is done whether or not somebody waits.
-/// What it throws is told on the console, and the answer is "cancelled".
+/// What it throws is logged on the console, and the answer is "cancelled".
 template <typename T, typename Work>
 Pending<T> offMain(Executor& executor, Work work) {
   PendingSource<T> source;
