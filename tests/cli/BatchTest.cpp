@@ -66,13 +66,14 @@ TEST(Batch, WrongLinesGetTheirErrorInPlaceAndTheRestGoesOn) {
 TEST(Batch, RequestsAreUnderWayTogether) {
   DevServer server;
   server.start();
-  server.faults().delayReplies(std::chrono::milliseconds(1500));
+  // No reply comes before the last request has.
+  constexpr int kRequests = 20;
+  server.faults().reorderReplies(kRequests, "Dev.Slow");
   std::string input;
-  for (int i = 0; i < 20; ++i) input += generic("Dev.Slow", {{"n", i}});
+  for (int i = 0; i < kRequests; ++i) input += generic("Dev.Slow", {{"n", i}});
   const Result result = runOrv({"--server", server.url(), "invoke", "--batch"}, input);
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.lines().size(), 20U);
-  EXPECT_LT(result.seconds, 29) << "one after another they would take 30 s";
 }
 
 TEST(Batch, NeverHasMoreThan256RequestsUnderWay) {
@@ -117,7 +118,7 @@ TEST(Batch, RequestHeldForASessionIsSentAgainByALaterLogIn) {
   server.expireSessions();
   program.write(generic("Classroom.Get.Items", {}));
   ASSERT_TRUE(
-      server.waitUntil([&] { return server.counters().refusedNoSession == 1; }, std::chrono::seconds(20)));
+      server.waitUntil([&] { return server.counters().refusedNoSession == 1; }, std::chrono::seconds(60)));
   const std::string token = [&] {
     // The token is whatever the log-in told; the last answer line has it.
     Result peek;

@@ -361,7 +361,7 @@ TEST_F(StoredUser, LogoutWithoutAServerForgetsTheUserHere) {
 TEST_F(StoredUser, LogoutThatIsInterruptedKeepsTheUser) {
   server.faults().setPingAnswer(std::nullopt);
   Program program({"--server", server.url(), "logout"});
-  ASSERT_TRUE(server.waitUntil([&] { return server.counters().pings > 1; }, std::chrono::seconds(20)));
+  ASSERT_TRUE(server.waitUntil([&] { return server.counters().pings > 1; }, std::chrono::seconds(60)));
   program.signal(SIGINT);
   EXPECT_EQ(program.wait().exitCode, 3);
   EXPECT_FALSE(storedToken().empty());

@@ -163,13 +163,17 @@ bool Program::waitForOutput(const std::string& text, std::chrono::seconds timeou
   return true;
 }
 
-Result Program::wait(std::chrono::seconds timeout) {
-  closeInput();
+bool Program::waitForEnd(std::chrono::seconds timeout) {
   const auto end = Clock::now() + timeout;
-  // Its end closes both pipes.
+  // It closes both pipes.
   while (Clock::now() < end && readSome(millisecondsUntil(end))) {
   }
-  const bool hung = output_ >= 0 || error_ >= 0;
+  return output_ < 0 && error_ < 0;
+}
+
+Result Program::wait(std::chrono::seconds timeout) {
+  closeInput();
+  const bool hung = !waitForEnd(timeout);
   if (hung) ::kill(pid_, SIGKILL);
   reaped(true);
   result_.seconds = std::chrono::duration<double>(Clock::now() - start_).count();

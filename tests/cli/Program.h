@@ -37,7 +37,9 @@ class Program {
   void closeOutput();
   void signal(int number);
   /// Waits until its output holds the text; false after the time-out or at its end.
-  bool waitForOutput(const std::string& text, std::chrono::seconds timeout = std::chrono::seconds(20));
+  bool waitForOutput(const std::string& text, std::chrono::seconds timeout = std::chrono::seconds(60));
+  /// Waits for its end with its input open; false when that does not come in time.
+  bool waitForEnd(std::chrono::seconds timeout = std::chrono::seconds(60));
   /// What it has printed and this object has read so far.
   const std::string& output() const { return result_.out; }
   /// Closes its input and waits for its end.

@@ -122,7 +122,7 @@ class ShellEditing : public ::testing::Test {
   json::value values(const std::string& command) {
     const auto frame =
         server.waitForFrame([&](const auto& each) { return each.text.find(command) != std::string::npos; },
-                            std::chrono::seconds(20));
+                            std::chrono::seconds(60));
     return frame ? json::parse(frame->text).at("v") : json::value();
   }
 

@@ -36,7 +36,7 @@ class ShellTerminal : public ::testing::Test {
   /// A shell whose prompt stands on an open link.
   std::unique_ptr<Terminal> open() {
     auto terminal = std::make_unique<Terminal>(std::vector<std::string>{"--server", server.url(), "shell"});
-    EXPECT_TRUE(server.waitUntil([this] { return server.counters().pings > 0; }, std::chrono::seconds(20)));
+    EXPECT_TRUE(server.waitUntil([this] { return server.counters().pings > 0; }, std::chrono::seconds(60)));
     EXPECT_TRUE(terminal->waitForScreen("• QXNotificationDidOpen"));
     return terminal;
   }
@@ -80,7 +80,7 @@ TEST_F(ShellTerminal, ShowsNotificationsAboveTheLineThatIsBeingTyped) {
   ASSERT_TRUE(enter(*terminal, "ho {\"n\":17}", "\"n\": 17"));
   EXPECT_TRUE(
       server.waitForFrame([](const auto& frame) { return frame.text.find("Dev.Echo") != std::string::npos; },
-                          std::chrono::seconds(20)));
+                          std::chrono::seconds(60)));
   terminal->type("exit\r");
   EXPECT_EQ(terminal->wait(), 0);
 }
@@ -144,7 +144,7 @@ TEST_F(ShellTerminal, CtrlCGivesUpARequestAndTheShellGoesOn) {
     const auto dropped = server.counters().repliesDropped;
     terminal->type("call Dev.Lost\r");
     ASSERT_TRUE(server.waitUntil([&] { return server.counters().repliesDropped > dropped; },
-                                 std::chrono::seconds(20)));
+                                 std::chrono::seconds(60)));
     const std::size_t before = terminal->screen().size();
     terminal->signal(SIGINT);
     const auto told = terminal->waitForScreenBehind(before, "\"message\": \"interrupted\"");

@@ -60,7 +60,7 @@ TEST(Stats, EndsWithWhatThereIsWhenItIsInterrupted) {
   Program program({"--server", server.url(), "stats", "--for", "1000"});
   // The one that confirms the link, and the first one of the command.
   const auto isSecond = [](const DevServer::Frame& frame) { return frame.sequence == 2; };
-  ASSERT_TRUE(server.waitForFrame(isSecond, std::chrono::seconds(20)));
+  ASSERT_TRUE(server.waitForFrame(isSecond, std::chrono::seconds(60)));
   program.signal(SIGINT);
   const Result result = program.wait();
   EXPECT_EQ(result.exitCode, 0);

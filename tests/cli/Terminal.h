@@ -28,10 +28,10 @@ class Terminal {
   /// Called with all that the program writes, as it is read.
   void setOnOutput(std::function<void(const std::string& text)> callback) { onOutput_ = std::move(callback); }
   /// Waits until the screen holds the text; false after the time-out or at the program's end.
-  bool waitForScreen(const std::string& text, std::chrono::seconds timeout = std::chrono::seconds(20));
+  bool waitForScreen(const std::string& text, std::chrono::seconds timeout = std::chrono::seconds(60));
   /// The same for a place in all that was shown; the place behind the text.
   std::optional<std::size_t> waitForScreenBehind(std::size_t place, const std::string& text,
-                                                 std::chrono::seconds timeout = std::chrono::seconds(20));
+                                                 std::chrono::seconds timeout = std::chrono::seconds(60));
   /// All that was shown so far, echoed input included.
   const std::string& screen() const { return screen_; }
   /// Whether the terminal shows what is typed.
