@@ -24,14 +24,11 @@ struct Ending {
 class NativeWebSocketClosing : public WebSocketTest {
  protected:
   void expectEnding(const Ending& ending) {
-    RecordingDelegate own;
-    auto one = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue, limits);
-    one->setDelegate(&own);
-    one->open();
+    OwnSocket one(ownRequest(), mainQueue, limits);
     RawPeer peer = listener.accept();
     peer.acceptHandshake(ending.sent);
-    EXPECT_TRUE(waitFor([&] { return own.ended(); }));
-    EXPECT_EQ(own.stateAtEnd, WebSocketState::Closed);
+    EXPECT_TRUE(one.waitForEnd(mainQueue));
+    EXPECT_EQ(one.delegate.stateAtEnd, WebSocketState::Closed);
     const auto answer = peer.readFrame();
     ASSERT_TRUE(answer.has_value());
     EXPECT_EQ(answer->opcode, opcode::kClose);
@@ -39,9 +36,7 @@ class NativeWebSocketClosing : public WebSocketTest {
     EXPECT_EQ(answer->closeCode(), ending.answer);
     EXPECT_TRUE(peer.readEnd());
     peer.close();
-    const std::weak_ptr<WebSocket> gone = std::exchange(one, nullptr);
-    EXPECT_TRUE(waitFor([&] { return gone.expired(); }));
-    EXPECT_EQ(own.events, (Events{"opened", ending.event}));
+    EXPECT_EQ(one.eventsAfterAll(mainQueue), (Events{"opened", ending.event}));
   }
   std::string closeFrame(int code, std::string_view reason = "") {
     return frameBytes(opcode::kClose, closePayload(code, reason));
@@ -137,15 +132,12 @@ TEST_F(NativeWebSocketClosing, TheEndOfTheStreamIsAnUncleanClose) {
 TEST_F(NativeWebSocketClosing, TheEndInsideAFrameIsAnUncleanClose) {
   const std::string frame = frameBytes(opcode::kText, "never whole");
   for (std::size_t size = 1; size < frame.size(); ++size) {
-    RecordingDelegate own;
-    const auto one = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
-    one->setDelegate(&own);
-    one->open();
+    const OwnSocket one(ownRequest(), mainQueue);
     RawPeer peer = listener.accept();
     peer.acceptHandshake(frame.substr(0, size));
     peer.close();
-    EXPECT_TRUE(waitFor([&] { return own.ended(); }));
-    EXPECT_EQ(own.events, (Events{"opened", "closed 1001 Stream end encountered unclean"}));
+    EXPECT_TRUE(one.waitForEnd(mainQueue));
+    EXPECT_EQ(one.delegate.events, (Events{"opened", "closed 1001 Stream end encountered unclean"}));
   }
 }
 
@@ -165,13 +157,10 @@ TEST_F(NativeWebSocketClosing, OurCloseEndsWithThePeersCodeAndReason) {
         std::pair(closeFrame(999), "closed 999 (absent) clean"),
         std::pair(frameBytes(3, ""), "closed 0 (absent) clean"),
         std::pair(std::string(), "closed 1001 Stream end encountered unclean")}) {
-    RecordingDelegate own;
-    auto one = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
-    one->setDelegate(&own);
-    one->open();
+    OwnSocket one(ownRequest(), mainQueue);
     RawPeer peer = listener.accept();
     peer.acceptHandshake();
-    EXPECT_TRUE(waitFor([&] { return own.has("opened"); }));
+    EXPECT_TRUE(one.waitForEvent(mainQueue, "opened"));
     one->close();
     EXPECT_EQ(one->readyState(), WebSocketState::Closing);
     const auto frame = peer.readFrame();
@@ -180,12 +169,10 @@ TEST_F(NativeWebSocketClosing, OurCloseEndsWithThePeersCodeAndReason) {
     EXPECT_EQ(frame->closeCode(), 1000);
     peer.send(answer);
     if (answer.empty()) peer.close();
-    EXPECT_TRUE(waitFor([&] { return own.ended(); }));
+    EXPECT_TRUE(one.waitForEnd(mainQueue));
     EXPECT_TRUE(answer.empty() || peer.readEnd());  // one close frame is all there is
     peer.close();
-    const std::weak_ptr<WebSocket> gone = std::exchange(one, nullptr);
-    EXPECT_TRUE(waitFor([&] { return gone.expired(); }));
-    EXPECT_EQ(own.events, (Events{"opened", event}));
+    EXPECT_EQ(one.eventsAfterAll(mainQueue), (Events{"opened", event}));
   }
 }
 
@@ -327,8 +314,7 @@ TEST_F(NativeWebSocketClosing, AProcessMayEndWithSocketsInEveryState) {
   EXPECT_EXIT(
       {
         start(listener.url());
-        const auto connecting = makeNativeWebSocket(request, mainQueue);
-        connecting->open();
+        const OwnSocket connecting(request, mainQueue);
         RawPeer peer = listener.accept();
         RawPeer other = listener.accept();
         peer.acceptHandshake();

@@ -21,10 +21,7 @@ class NativeWebSocketMessages : public WebSocketTest {
   /// Another socket shares the network thread: while it gets answers, the first one could be read.
   void exchangeOnAnotherSocket(int times) {
     PumpedExecutor otherQueue;
-    RecordingDelegate own;
-    auto other = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, otherQueue);
-    other->setDelegate(&own);
-    other->open();
+    const OwnSocket other(ownRequest(), otherQueue);
     RawPeer otherPeer = listener.accept();
     otherPeer.acceptHandshake();
     for (int i = 0; i < times; ++i) {
@@ -32,7 +29,7 @@ class NativeWebSocketMessages : public WebSocketTest {
       ASSERT_TRUE(otherPeer.readFrame().has_value());
     }
     otherPeer.close();
-    EXPECT_TRUE(otherQueue.pumpUntil([&] { return own.ended(); }));
+    EXPECT_TRUE(other.waitForEnd(otherQueue));
   }
 };
 
@@ -194,16 +191,12 @@ TEST_F(NativeWebSocketMessages, WhatOneReadBringsIsPostedTogetherButNotWithoutBo
   }
   burst += frameBytes(opcode::kClose, closePayload(1000));
   expected.emplace_back("closed 1000 (absent) clean");
-  auto one = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, batches, limits);
-  one->setDelegate(&delegate);
-  one->open();
+  OwnSocket one(ownRequest(), batches);
   RawPeer peer = listener.accept();
   peer.acceptHandshake(burst);
-  EXPECT_TRUE(batches.queue.pumpUntil([this] { return delegate.ended(); }));
+  EXPECT_TRUE(one.waitForEnd(batches.queue));
   peer.close();
-  const std::weak_ptr<WebSocket> gone = std::exchange(one, nullptr);
-  EXPECT_TRUE(batches.queue.pumpUntil([&] { return gone.expired(); }));
-  EXPECT_EQ(delegate.events, expected);
+  EXPECT_EQ(one.eventsAfterAll(batches.queue), expected);
   EXPECT_EQ(batches.sizes, (std::vector<std::size_t>{1, 32, 32, 32, 5}));
 }
 

@@ -202,18 +202,15 @@ TEST_F(NativeWebSocketSending, AFailureThatACallerMeetsIsToldOnTheMainQueueAsAFa
 TEST_F(NativeWebSocketSending, ThreadsThatSendWhileTheLinkIsCutWriteIntoNothingElse) {
   constexpr int kRounds = 40;
   for (int round = 0; round < kRounds; ++round) {
-    RecordingDelegate own;
-    auto one = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
-    one->setDelegate(&own);
-    one->open();
+    OwnSocket one(ownRequest(), mainQueue);
     RawPeer peer = listener.accept();
     peer.acceptHandshake();
-    ASSERT_TRUE(waitFor([&] { return own.has("opened"); }));
+    ASSERT_TRUE(one.waitForEvent(mainQueue, "opened"));
     std::vector<std::thread> senders;
     for (int i = 0; i < 2; ++i) {
-      senders.emplace_back([one] {
+      senders.emplace_back([socket = one.shared()] {
         const auto text = std::make_shared<const std::string>(200, 's');
-        while (one->readyState() == WebSocketState::Open) one->send(text);
+        while (socket->readyState() == WebSocketState::Open) socket->send(text);
       });
     }
     for (int i = 0; i < 10; ++i) ASSERT_TRUE(peer.readFrame().has_value());
@@ -225,12 +222,10 @@ TEST_F(NativeWebSocketSending, ThreadsThatSendWhileTheLinkIsCutWriteIntoNothingE
       if (others.size() < 200 && ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) == 0) {
         others.push_back({FileDescriptor(pair[0]), FileDescriptor(pair[1])});
       }
-      return own.ended();
+      return one.delegate.ended();
     }));
     for (std::thread& sender : senders) sender.join();
-    const std::weak_ptr<WebSocket> gone = std::exchange(one, nullptr);
-    ASSERT_TRUE(waitFor([&] { return gone.expired(); }));
-    EXPECT_EQ(own.events.size(), 2u);
+    EXPECT_EQ(one.eventsAfterAll(mainQueue).size(), 2u);
     for (const auto& pair : others) {
       for (const FileDescriptor& end : pair) {
         char byte;

@@ -13,6 +13,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orv::test {
@@ -62,6 +63,43 @@ class RecordingDelegate final : public WebSocketDelegate {
 
 using Events = std::vector<std::string>;
 
+/// A socket of one's own, beside the fixture's or without one: it is being opened, and what it tells is written down.
+class OwnSocket {
+ public:
+  OwnSocket(const WebSocketRequest& request, Executor& mainQueue, const NativeWebSocketLimits& limits = {})
+      : socket_(makeNativeWebSocket(request, mainQueue, limits)) {
+    socket_->setDelegate(&delegate);
+    socket_->open();
+  }
+  OwnSocket(const OwnSocket&) = delete;
+  OwnSocket& operator=(const OwnSocket&) = delete;
+  ~OwnSocket() {
+    if (socket_ != nullptr) socket_->setDelegate(nullptr);
+  }
+
+  WebSocket* operator->() const { return socket_.get(); }
+  const std::shared_ptr<WebSocket>& shared() const { return socket_; }
+
+  bool waitForEvent(PumpedExecutor& mainQueue, std::string_view event) const {
+    return mainQueue.pumpUntil([&] { return delegate.has(event) || delegate.ended(); }) &&
+           delegate.has(event);
+  }
+  bool waitForEnd(PumpedExecutor& mainQueue) const {
+    return mainQueue.pumpUntil([this] { return delegate.ended(); });
+  }
+  /// Lets go of it, waits until nothing of it is left and returns all events: none can follow.
+  const Events& eventsAfterAll(PumpedExecutor& mainQueue) {
+    const std::weak_ptr<WebSocket> everyPart = std::exchange(socket_, nullptr);
+    EXPECT_TRUE(mainQueue.pumpUntil([&] { return everyPart.expired(); }));
+    return delegate.events;
+  }
+
+  RecordingDelegate delegate;
+
+ private:
+  std::shared_ptr<WebSocket> socket_;
+};
+
 /// A socket, its delegate and a listener to connect it to.
 class WebSocketTest : public ::testing::Test {
  protected:
@@ -91,6 +129,8 @@ class WebSocketTest : public ::testing::Test {
     EXPECT_EQ(delegate.events.at(0), "opened");
     return peer;
   }
+  /// What a socket of one's own to the listener is asked for with.
+  WebSocketRequest ownRequest() const { return {listener.url(), Seconds(60), nullptr}; }
   void send(std::string text) { socket->send(std::make_shared<const std::string>(std::move(text))); }
 
   bool waitFor(const std::function<bool()>& condition) { return mainQueue.pumpUntil(condition); }

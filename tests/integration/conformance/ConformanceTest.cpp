@@ -18,24 +18,20 @@ using namespace test;
 class Trial {
  public:
   Trial(const ConformanceCase& tried, RawListener& listener, PumpedExecutor& mainQueue)
-      : tried_(tried),
-        mainQueue_(mainQueue),
-        socket_(makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue)) {
-    socket_->setDelegate(&delegate_);
-    socket_->open();
+      : tried_(tried), mainQueue_(mainQueue), socket_({listener.url(), Seconds(60), nullptr}, mainQueue) {
     RawPeer peer = listener.accept();
     peer.acceptHandshake();
     sendPieces(peer);
     if (!tried.isEndIncluded) finish(peer);
-    EXPECT_TRUE(mainQueue_.pumpUntil([this] { return delegate_.ended(); }));
+    EXPECT_TRUE(socket_.waitForEnd(mainQueue_));
     readUntilClose(peer);
     EXPECT_TRUE(peer.readEnd());
     peer.close();
-    letGo();
-    compare();
+    compare(socket_.eventsAfterAll(mainQueue_));
   }
 
  private:
+  const Events& told() const { return socket_.delegate.events; }
   void sendPieces(RawPeer& peer) {
     try {
       for (const std::string& piece : tried_.pieces) peer.send(piece);
@@ -47,10 +43,10 @@ class Trial {
   /// All has been told and answered; then the server closes.
   void finish(RawPeer& peer) {
     EXPECT_TRUE(mainQueue_.pumpUntil(
-        [this] { return delegate_.events.size() > tried_.events.size() || delegate_.ended(); }));
+        [this] { return told().size() > tried_.events.size() || socket_.delegate.ended(); }));
     const std::size_t echoes = tried_.isEchoed ? tried_.events.size() : 0;
     for (std::size_t i = 0; i < echoes; ++i) {
-      const std::string& event = delegate_.events.at(i + 1);
+      const std::string& event = told().at(i + 1);
       socket_->send(std::make_shared<const std::string>(event.substr(event.find(' ') + 1)));
     }
     while (pongs_.size() < tried_.pongs.size() || echoed_.size() < echoes) {
@@ -78,17 +74,13 @@ class Trial {
     }
     return true;
   }
-  void letGo() {
-    const std::weak_ptr<WebSocket> gone = std::exchange(socket_, nullptr);
-    EXPECT_TRUE(mainQueue_.pumpUntil([&] { return gone.expired(); }));
-  }
   /// Long payloads are not printed.
-  void compare() const {
+  void compare(const Events& seen) const {
     Events events = {"opened"};
     events.insert(events.end(), tried_.events.begin(), tried_.events.end());
     events.push_back(tried_.end);
-    EXPECT_TRUE(delegate_.events == events) << delegate_.events.size() << " events";
-    EXPECT_EQ(delegate_.events.back(), tried_.end);
+    EXPECT_TRUE(seen == events) << seen.size() << " events";
+    EXPECT_EQ(seen.back(), tried_.end);
     EXPECT_EQ(answer_, tried_.answer);
     EXPECT_EQ(pongs_, tried_.pongs);
     if (tried_.isEchoed) compareEchoes();
@@ -105,8 +97,7 @@ class Trial {
 
   const ConformanceCase& tried_;
   PumpedExecutor& mainQueue_;
-  RecordingDelegate delegate_;
-  std::shared_ptr<WebSocket> socket_;
+  OwnSocket socket_;
   Events pongs_;
   Events echoed_;
   int answer_ = 0;
