@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <netdb.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
@@ -24,12 +25,11 @@ namespace orv::test::system_calls {
 
 namespace {
 
-std::atomic<std::uint64_t> failIn{0};
+std::atomic<bool> isFailing{false};
 std::atomic<std::uint64_t> made{0};
-std::atomic<Kind> failingKind{Kind::File};
 std::atomic<const char*> failedCall{nullptr};
-/// Set before the counting begins, and by nobody afterwards.
-std::string failingCall;
+/// Set before the counting begins, and by nobody while it goes on.
+Failure chosen;
 thread_local bool isAskingThread = false;
 
 thread_local std::function<void(int)> beforeSend;
@@ -42,31 +42,35 @@ bool isCounted(Kind kind, const char* call) {
 
 /// Whether this call has to fail; `error` is then its `errno`.
 bool fails(Kind kind, const char* call, int error) {
-  if (failIn == 0 || kind != failingKind || !isCounted(kind, call)) return false;
-  if (!failingCall.empty() && failingCall != call) return false;
-  if (++made != failIn) return false;
+  if (!isFailing || kind != chosen.kind || !isCounted(kind, call)) return false;
+  if (!chosen.call.empty() && chosen.call != call) return false;
+  const std::uint64_t number = ++made;
+  if (number < chosen.first || number - chosen.first >= chosen.count) return false;
   failedCall = call;
-  errno = error;
+  errno = chosen.error != 0 ? chosen.error : error;
   return true;
 }
 
 }  // namespace
+
+void fail(const Failure& failure) {
+  isAskingThread = true;
+  chosen = failure;
+  failedCall = nullptr;
+  made = 0;
+  isFailing = true;
+}
 
 void failAt(Kind kind, std::uint64_t n) {
   failAt(kind, "", n);
 }
 
 void failAt(Kind kind, const std::string& call, std::uint64_t n) {
-  isAskingThread = true;
-  failingKind = kind;
-  failingCall = call;
-  failedCall = nullptr;
-  made = 0;
-  failIn = n;
+  fail({.kind = kind, .call = call, .first = n});
 }
 
 void letPass() {
-  failIn = 0;
+  isFailing = false;
 }
 
 void holdUpNextSend(std::function<void(int)> meanwhile) {
@@ -113,11 +117,13 @@ ORV_WRAP(Kind::File, int, -1, fstat, EIO, (int file, struct stat* into), (file, 
 ORV_WRAP(Kind::File, DIR*, nullptr, opendir, EMFILE, (const char* path), (path))
 ORV_WRAP(Kind::File, dirent*, nullptr, readdir, EIO, (DIR * folder), (folder))
 
-ORV_WRAP(Kind::Socket, int, EAI_AGAIN, getaddrinfo, EAGAIN,
+ORV_WRAP(Kind::Socket, int, EAI_SYSTEM, getaddrinfo, EMFILE,
          (const char* host, const char* service, const addrinfo* hints, addrinfo** list),
          (host, service, hints, list))
 ORV_WRAP(Kind::Socket, int, -1, socket, EMFILE, (int family, int type, int protocol),
          (family, type, protocol))
+ORV_WRAP(Kind::Socket, int, -1, bind, EPERM, (int socket, const sockaddr* to, socklen_t size),
+         (socket, to, size))
 ORV_WRAP(Kind::Socket, int, -1, connect, ECONNREFUSED, (int socket, const sockaddr* to, socklen_t size),
          (socket, to, size))
 ORV_WRAP(Kind::Socket, int, -1, getsockopt, ENOBUFS,
@@ -127,6 +133,11 @@ ORV_WRAP(Kind::Socket, int, -1, setsockopt, ENOBUFS,
          (socket, level, name, value, size))
 ORV_WRAP(Kind::Socket, int, -1, epoll_ctl, ENOSPC, (int epoll, int operation, int file, epoll_event* event),
          (epoll, operation, file, event))
+ORV_WRAP(Kind::Socket, int, -1, poll, EINTR, (pollfd * files, nfds_t count, int milliseconds),
+         (files, count, milliseconds))
+ORV_WRAP(Kind::Socket, ssize_t, -1, sendto, ENOBUFS,
+         (int socket, const void* from, size_t size, int flags, const sockaddr* to, socklen_t length),
+         (socket, from, size, flags, to, length))
 ORV_WRAP(Kind::Socket, ssize_t, -1, sendmsg, EPIPE, (int socket, const msghdr* message, int flags),
          (socket, message, flags))
 ORV_WRAP(Kind::Socket, ssize_t, -1, recv, ECONNRESET, (int socket, void* into, size_t size, int flags),
@@ -139,6 +150,10 @@ extern "C" {
 int realOpen(const char* path, int flags, ...) asm("__real_open");
 ssize_t realSend(int socket, const void* from, size_t size, int flags) asm("__real_send");
 ssize_t wrapSend(int socket, const void* from, size_t size, int flags) asm("__wrap_send");
+ssize_t realRecvfrom(int socket, void* into, size_t size, int flags, sockaddr* from,
+                     socklen_t* length) asm("__real_recvfrom");
+ssize_t wrapRecvfrom(int socket, void* into, size_t size, int flags, sockaddr* from,
+                     socklen_t* length) asm("__wrap_recvfrom");
 int wrapOpen(const char* path, int flags, ...) asm("__wrap_open");
 int realFcntl(int file, int command, ...) asm("__real_fcntl");
 int wrapFcntl(int file, int command, ...) asm("__wrap_fcntl");
@@ -148,6 +163,16 @@ int wrapIoctl(int file, unsigned long request, ...) asm("__wrap_ioctl");
 ssize_t wrapSend(int socket, const void* from, size_t size, int flags) {
   if (beforeSend) std::exchange(beforeSend, nullptr)(socket);
   return fails(Kind::Socket, "send", EPIPE) ? -1 : realSend(socket, from, size, flags);
+}
+
+ssize_t wrapRecvfrom(int socket, void* into, size_t size, int flags, sockaddr* from, socklen_t* length) {
+  const bool hasToFail = fails(Kind::Socket, "recvfrom", ENOBUFS);
+  const int error = errno;
+  if (hasToFail && error == EINTR) return -1;
+  const ssize_t came = realRecvfrom(socket, into, size, flags, from, length);
+  if (!hasToFail) return came;
+  errno = error;
+  return error == EMSGSIZE ? static_cast<ssize_t>(size) + 1 : -1;
 }
 
 int wrapOpen(const char* path, int flags, ...) {

@@ -15,9 +15,23 @@ namespace system_calls {
 /// What a call has to do with.
 enum class Kind { File, Socket };
 
-/// Lets the `n`-th call of a kind from now fail, 1 being the next.
+/// Which calls fail from now on, and how.
+struct Failure {
+  Kind kind = Kind::Socket;
+  /// Counts calls of one name only, such as "recv".
+  std::string call{};
+  /// The first call that fails, 1 being the next, and how many do.
+  std::uint64_t first = 1;
+  std::uint64_t count = 1;
+  /// Instead of the usual error of such a call. With EMSGSIZE "recvfrom" tells of more than there was room for.
+  int error = 0;
+};
+
+/// Lets calls fail. What "recvfrom" would have brought is gone then, but for EINTR.
+void fail(const Failure& failure);
+/// Lets the `n`-th call of a kind from now fail.
 void failAt(Kind kind, std::uint64_t n);
-/// The same, counting calls of one name only, such as "recv".
+/// The same, counting calls of one name only.
 void failAt(Kind kind, const std::string& call, std::uint64_t n);
 /// Lets no call fail any more.
 void letPass();

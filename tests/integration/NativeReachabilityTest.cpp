@@ -1,4 +1,7 @@
+#include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/native/network/NativeReachability.h>
+#include <orvnetwork/platform/native/network/NetworkWatcher.h>
+#include <orvnetwork/platform/native/network/ReachabilitySubscription.h>
 
 #include <tests/support/NetworkNamespace.h>
 #include <tests/support/PumpedExecutor.h>
@@ -6,10 +9,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -295,6 +300,61 @@ TEST_F(NativeReachabilityTest, AReportMayOutliveTheObject) {
   queue_.post([&passed] { passed = true; });
   EXPECT_TRUE(queue_.pumpUntil([&] { return passed; }));
   EXPECT_TRUE(reports_.empty());
+}
+
+TEST_F(NativeReachabilityTest, WhatACallbackHoldsIsLetGoOnTheMainThread) {
+  MainQueue::instance().claim();
+  const auto reachability = make();
+  std::weak_ptr<int> held;
+  const auto holding = [&held] {
+    auto something = std::make_shared<int>();
+    held = something;
+    return [something](ReachabilityStatus) {};
+  };
+  const std::function<void()> ways[] = {[&] { reachability->startMonitoring(nullptr); },
+                                        [&] { reachability->stopMonitoring(); }};
+  for (const auto& way : ways) {
+    machine_->run([&] {
+      reachability->startMonitoring(holding());
+      way();
+    });
+    EXPECT_FALSE(held.expired());
+    EXPECT_TRUE(queue_.pumpUntil([&] { return held.expired(); }));
+    reachability->startMonitoring(holding());
+    way();
+    EXPECT_TRUE(held.expired()) << "this is the main thread";
+  }
+}
+
+TEST_F(NativeReachabilityTest, AWatcherIsStoppedThoughReportsAreStillWanted) {
+  const auto subscription = std::make_shared<ReachabilitySubscription>();
+  NetworkWatcher watcher(queue_, options(), subscription);
+  subscription->start(record());
+  std::thread thread([&] { machine_->run([&] { watcher.run(); }); });
+  EXPECT_TRUE(waitForReports(1));
+  watcher.stop();
+  thread.join();
+}
+
+TEST_F(NativeReachabilityTest, MayBeStartedForTheFirstTimeOnManyThreadsAtOnce) {
+  constexpr int kThreads = 4;
+  for (int round = 0; round < 20; ++round) {
+    const auto reachability = make();
+    std::atomic<int> ready{0};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+      threads.emplace_back([&] {
+        machine_->run([&] {
+          ++ready;
+          while (ready < kThreads) std::this_thread::yield();
+          reachability->startMonitoring(record());
+        });
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+    reports_.clear();
+    EXPECT_TRUE(waitForReports(1));
+  }
 }
 
 TEST_F(NativeReachabilityTest, MayBeStartedAndStoppedOnManyThreadsAtOnce) {

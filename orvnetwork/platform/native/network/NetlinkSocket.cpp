@@ -8,6 +8,7 @@
 #include <sys/time.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace orv {
 
@@ -116,9 +117,10 @@ NetlinkSocket::Received NetlinkSocket::receive(std::span<const std::byte>& datag
 
 int readRouteTable(RouteTable& table) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    table.clear();
-    switch (readOnce(table)) {
+    RouteTable whole;
+    switch (readOnce(whole)) {
       case RouteDump::Progress::Done:
+        table = std::move(whole);
         return 0;
       case RouteDump::Progress::Refused:
         return errno;

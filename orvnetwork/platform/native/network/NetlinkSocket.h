@@ -44,7 +44,7 @@ class NetlinkSocket {
   std::vector<std::byte> buffer_;
 };
 
-/// Asks the kernel for its links and default routes and fills `table` with the answer; repeats when things
+/// Asks the kernel for its links and default routes and makes `table` of the answer; repeats when things
 /// change meanwhile, but not without end. Returns 0, or the number of the error that kept it from a whole
 /// answer: EAGAIN when every answer was disturbed by changes. Takes a few milliseconds.
 int readRouteTable(RouteTable& table);

@@ -88,11 +88,6 @@ bool RouteTable::take(const NetlinkMessage& message) {
   }
 }
 
-void RouteTable::clear() {
-  links_.clear();
-  defaultRoutes_.clear();
-}
-
 bool RouteTable::takeLink(std::span<const std::byte> payload) {
   const auto info = readStructure<ifinfomsg>(payload);
   if (!info) return false;

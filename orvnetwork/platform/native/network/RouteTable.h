@@ -36,8 +36,6 @@ class RouteTable {
   /// changes nothing then.
   bool take(const NetlinkMessage& message);
 
-  void clear();
-
   /// Whether a loopback link is in working order.
   bool isLoopbackUp() const;
 

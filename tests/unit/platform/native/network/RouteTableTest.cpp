@@ -180,13 +180,6 @@ TEST_F(RouteTableTest, LoopbackIsUpWhenItsLinkWorks) {
   EXPECT_FALSE(RouteTable().isLoopbackUp());
 }
 
-TEST_F(RouteTableTest, ClearingForgetsEverything) {
-  ASSERT_TRUE(take(defaultRouteMessage(AF_INET, 4)));
-  table_.clear();
-  EXPECT_TRUE(table_.links().empty());
-  EXPECT_TRUE(table_.defaultRoutes().empty());
-}
-
 TEST_F(RouteTableTest, LinkNamesEndAtTheirZeroByteOrWithTheAttribute) {
   EXPECT_EQ(table_.links().at(4).name, "eth0");
   Bytes payload;
