@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <exception>
@@ -123,8 +124,9 @@ class Life {
   RecordingDelegate delegate_;
 };
 
-/// One life in which the `n`-th call of this name fails. Gives the name if one has failed, or what is wrong.
-std::string liveWithFailure(const std::string& call, std::uint64_t n, Way way) {
+/// One life in which the `n`-th call of this name fails, and has to succeed all the same if so said. Gives the name if one
+/// has failed, or what is wrong.
+std::string liveWithFailure(const std::string& call, std::uint64_t n, Way way, bool mustSucceed = false) {
   return runForked([&]() -> std::string {
     ::signal(SIGPIPE, SIG_IGN);
     // The thread serves until the process is gone, and so must these.
@@ -144,7 +146,7 @@ std::string liveWithFailure(const std::string& call, std::uint64_t n, Way way) {
           ProxySource::Fixed, {ProxyKind::Http, "localhost", listener.port(), "ann", "secret"}, {}};
     }
     system_calls::failAt(Kind::Socket, call, n);
-    std::string wrong = Life(url, network).live(false);
+    std::string wrong = Life(url, network).live(mustSucceed);
     system_calls::letPass();
     const std::string failed = system_calls::failed();
     if (wrong.empty()) wrong = Life(url, network).live(true);
@@ -172,6 +174,20 @@ void failEachCall(Way way) {
   EXPECT_GT(sum, 20u);
   constexpr const char* kNames[] = {"link: ", "secure link: ", "link through a proxy: "};
   std::cout << kNames[static_cast<int>(way)] << sum << " system calls failed in turn:" << counts << std::endl;
+}
+
+TEST(NativeLinkFailAtNth, OptionsThatCannotBeSetAreDoneWithout) {
+  for (const std::uint64_t option : {1U, 2U}) {
+    EXPECT_EQ(liveWithFailure("setsockopt", option, Way::Plain, true), "setsockopt");
+  }
+}
+
+TEST(NativeLinkFailAtNth, ALookUpThatTheSystemCannotMakeIsToldWithTheSystemsError) {
+  PumpedExecutor main;
+  system_calls::failAt(Kind::Socket, "getaddrinfo", 2);  // the first one sees that it is no number
+  OwnSocket socket({"ws://localhost:9/", Seconds(60), nullptr}, main);
+  EXPECT_TRUE(socket.waitForEnd(main));
+  EXPECT_EQ(socket.eventsAfterAll(main), Events{"failed POSIX " + std::to_string(EMFILE)});
 }
 
 TEST(NativeLinkFailAtNth, ASocketComesToOneEndAndTheNextOneWorks) {

@@ -18,6 +18,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace orv::finding_the_server_test {
 namespace {
@@ -250,6 +251,24 @@ TEST_F(FindingTheServer, AClosedSocketWaitsForNoNameServer) {
     EXPECT_EQ(delegate.events, Events{"closed 0 (absent) clean"});
     // For the end of the test.
     start("none");
+  });
+}
+
+TEST_F(FindingTheServer, SixtyFourLookUpsAreUnderWayAtMost) {
+  runWithNameServer({Says::Nothing}, {Says::Nothing}, [this] {
+    request.connectTimeout = Seconds(600);
+    request.url = "ws://server.example/";
+    std::vector<std::unique_ptr<OwnSocket>> waiting;
+    for (int i = 0; i < 32; ++i) {  // each asks for both families
+      waiting.push_back(std::make_unique<OwnSocket>(request, mainQueue));
+      EXPECT_TRUE(waitFor([&] { return (*waiting.back())->connectReport().name.has_value(); }));
+    }
+    expectToFail("OrvNameLookup", EAI_AGAIN);
+    for (const auto& one : waiting) {
+      EXPECT_EQ(one->delegate.events, Events{});
+      (*one)->close();
+      one->eventsAfterAll(mainQueue);
+    }
   });
 }
 

@@ -1,14 +1,21 @@
-#include "tests/support/RawPeer.h"
 #include <tests/support/NetworkNamespace.h>
+#include <tests/support/RawPeer.h>
+#include <tests/support/SystemCallFilter.h>
 #include <tests/support/WebSocketFixture.h>
 
 #include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/syscall.h>
 
+#include <any>
 #include <cerrno>
 #include <chrono>
-#include <memory>
+#include <filesystem>
 #include <optional>
+#include <semaphore>
 #include <string>
+#include <string_view>
 
 namespace orv::native_web_socket_handshake_test {
 namespace {
@@ -17,22 +24,34 @@ using namespace test;
 
 class NativeWebSocketHandshake : public WebSocketTest {
  protected:
-  /// What comes of it when the server answers the handshake with `answer` and stays connected.
-  Events eventsAfterAnswer(const std::string& answer) {
-    start(listener.url());
-    RawPeer peer = listener.accept();
-    peer.readRequest();
-    peer.send(answer);
-    EXPECT_TRUE(waitForEnd());
-    EXPECT_EQ(delegate.stateAtEnd, WebSocketState::Closed);
-    EXPECT_TRUE(peer.readEnd());
-    return eventsAfterAll();
+  /// What an option of the client's end of the connection to the listener says.
+  int optionOfClient(int option) const {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+      const int descriptor = std::stoi(entry.path().filename());
+      sockaddr_in peer{};
+      socklen_t size = sizeof peer;
+      if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) != 0) continue;
+      if (peer.sin_family != AF_INET || ntohs(peer.sin_port) != listener.port()) continue;
+      int value = 0;
+      size = sizeof value;
+      EXPECT_EQ(::getsockopt(descriptor, IPPROTO_TCP, option, &value, &size), 0);
+      return value;
+    }
+    ADD_FAILURE() << "there is no connection";
+    return -1;
   }
 };
 
 TEST_F(NativeWebSocketHandshake, ReportsTheOpeningWhenTheSocketIsOpenAlready) {
   RawPeer peer = openToPeer();
   EXPECT_EQ(delegate.stateWhenOpened, WebSocketState::Open);
+}
+
+TEST_F(NativeWebSocketHandshake, TellsTheSystemToSendAtOnceAndWhenToGiveUp) {
+  limits.unacknowledged = Seconds(12.5);
+  RawPeer peer = openToPeer();
+  EXPECT_EQ(optionOfClient(TCP_NODELAY), 1);
+  EXPECT_EQ(optionOfClient(TCP_USER_TIMEOUT), 12'500);
 }
 
 TEST_F(NativeWebSocketHandshake, HasAKeyOfItsOwnEachTime) {
@@ -143,14 +162,11 @@ TEST_F(NativeWebSocketHandshake, ConnectsToAnAddressOfTheSixthVersion) {
 TEST_F(NativeWebSocketHandshake, FailsAfterTheCallWhenTheAddressIsBad) {
   for (const OptionalString& url : {OptionalString(), OptionalString(""), OptionalString("nonsense"),
                                     OptionalString("ftp://127.0.0.1/"), OptionalString("ws://a:0/")}) {
-    RecordingDelegate own;
-    const auto bad = makeNativeWebSocket({url, Seconds(60), nullptr}, mainQueue);
-    bad->setDelegate(&own);
-    bad->open();
-    EXPECT_EQ(own.events, Events{});
-    EXPECT_TRUE(waitFor([&] { return own.ended(); }));
-    EXPECT_EQ(own.events, Events{"failed OrvWebSocket -1000"});
-    EXPECT_EQ(own.stateAtEnd, WebSocketState::Closed);
+    const OwnSocket bad({url, Seconds(60), nullptr}, mainQueue);
+    EXPECT_EQ(bad.delegate.events, Events{});
+    EXPECT_TRUE(bad.waitForEnd(mainQueue));
+    EXPECT_EQ(bad.delegate.events, Events{"failed OrvWebSocket -1000"});
+    EXPECT_EQ(bad.delegate.stateAtEnd, WebSocketState::Closed);
   }
 }
 
@@ -178,6 +194,17 @@ TEST_F(NativeWebSocketHandshake, FailsWhenTheNameHasNoAddress) {
   EXPECT_EQ(eventsAfterAll().size(), 1u);
 }
 
+TEST_F(NativeWebSocketHandshake, FailsWhereThereIsNoThreadForTheLookUp) {
+  openToPeer().close();
+  EXPECT_TRUE(waitForEnd());
+  eventsAfterAll();
+  delegate.events.clear();
+  refuseSystemCalls({{__NR_clone, EAGAIN}, {__NR_clone3, EAGAIN}}, RefusedTo::AllThreads);
+  start("ws://localhost:9/");
+  EXPECT_TRUE(waitForEnd());
+  EXPECT_EQ(eventsAfterAll(), Events{"failed POSIX " + std::to_string(EAGAIN)});
+}
+
 TEST_F(NativeWebSocketHandshake, FailsWhenTheServerDoesNotAnswerInTime) {
   request.connectTimeout = Seconds(0.05);
   start(listener.url());
@@ -192,149 +219,10 @@ TEST_F(NativeWebSocketHandshake, TheTimeLimitEndsWithTheHandshake) {
   request.connectTimeout = Seconds(0.3);
   RawPeer peer = openToPeer();
   // A second socket that starts now runs into its limit later than the first one would have.
-  RecordingDelegate own;
-  const auto second = makeNativeWebSocket(request, mainQueue);
-  second->setDelegate(&own);
-  second->open();
-  EXPECT_TRUE(waitFor([&] { return own.ended(); }));
-  EXPECT_EQ(own.events, Events{"failed OrvWebSocket 504"});
+  const OwnSocket second(request, mainQueue);
+  EXPECT_TRUE(second.waitForEnd(mainQueue));
+  EXPECT_EQ(second.delegate.events, Events{"failed OrvWebSocket 504"});
   EXPECT_EQ(delegate.events, Events{"opened"});
-}
-
-TEST_F(NativeWebSocketHandshake, NamesTheStatusOfAServerThatRefuses) {
-  EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 403 Forbidden\r\nContent-Length: 5\r\n\r\nsorry"),
-            Events{"failed OrvWebSocket 2132"});
-  EXPECT_NE(delegate.lastError.description.find("403"), std::string::npos);
-}
-
-TEST_F(NativeWebSocketHandshake, DoesNotWaitForTheBodyOfARefusal) {
-  EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 500 Oops\r\n\r\n"), Events{"failed OrvWebSocket 2132"});
-}
-
-TEST_F(NativeWebSocketHandshake, FollowsNoRedirection) {
-  EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 301 Moved\r\nLocation: " + listener.url() + "\r\n\r\n"),
-            Events{"failed OrvWebSocket 2133"});
-}
-
-TEST_F(NativeWebSocketHandshake, AnOrdinaryAnswerIsABadHandshake) {
-  EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"),
-            Events{"failed OrvWebSocket 2133"});
-}
-
-TEST_F(NativeWebSocketHandshake, AWrongAcceptKeyIsABadHandshake) {
-  EXPECT_EQ(
-      eventsAfterAnswer("HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                        "Sec-WebSocket-Accept: AAAAAAAAAAAAAAAAAAAAAAAAAAA=\r\n\r\n"),
-      Events{"failed OrvWebSocket 2133"});
-}
-
-TEST_F(NativeWebSocketHandshake, AMissingAcceptKeyIsABadHandshake) {
-  EXPECT_EQ(eventsAfterAnswer(
-                "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n\r\n"),
-            Events{"failed OrvWebSocket 2133"});
-}
-
-TEST_F(NativeWebSocketHandshake, AnAnswerThatIsNotHttpIsABadHandshake) {
-  // It is known by its first letters: a server that waits for the client to speak sends no more.
-  for (const char* answer :
-       {"220 mail.example.org ready\r\n\r\n", "SSH-2.0-Open\r\n", "{}", "\x15\x03\x01"}) {
-    RecordingDelegate own;
-    const auto other = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
-    other->setDelegate(&own);
-    other->open();
-    RawPeer peer = listener.accept();
-    peer.readRequest();
-    peer.send(answer);
-    EXPECT_TRUE(waitFor([&] { return own.ended(); })) << answer;
-    EXPECT_EQ(own.events, Events{"failed OrvWebSocket 2133"});
-    EXPECT_EQ(own.lastError.description, "the server's answer to the handshake is not HTTP");
-  }
-}
-
-TEST_F(NativeWebSocketHandshake, AnAnswerPassesUpToItsLongestHeader) {
-  const auto event = [this](std::size_t size) {
-    RecordingDelegate own;
-    const auto other = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
-    other->setDelegate(&own);
-    other->open();
-    RawPeer peer = listener.accept();
-    const std::string asked = peer.readRequest();
-    const std::size_t rest = size - RawPeer::agreement(asked, "X: \r\n").size();
-    const std::string header = RawPeer::agreement(asked, "X: " + std::string(rest, 'x') + "\r\n");
-    EXPECT_EQ(header.size(), size);
-    peer.send(header + frameBytes(opcode::kText, "first"));
-    EXPECT_TRUE(waitFor([&] { return own.has("text first") || own.ended(); }));
-    other->setDelegate(nullptr);
-    return own.events;
-  };
-  for (const std::size_t size : {7999u, 8000u, 8001u, 8192u, 15'000u, 16u << 10}) {
-    EXPECT_EQ(event(size), (Events{"opened", "text first"})) << size;
-  }
-  EXPECT_EQ(event((16u << 10) + 1), Events{"failed OrvWebSocket 2133"});
-}
-
-TEST_F(NativeWebSocketHandshake, AnExtensionThatWasNotOfferedIsABadHandshake) {
-  start(listener.url());
-  RawPeer peer = listener.accept();
-  peer.send(RawPeer::agreement(peer.readRequest(), "Sec-WebSocket-Extensions: permessage-deflate\r\n"));
-  EXPECT_TRUE(waitForEnd());
-  EXPECT_EQ(eventsAfterAll(), Events{"failed OrvWebSocket 2133"});
-}
-
-TEST_F(NativeWebSocketHandshake, AHeaderWithoutEndIsABadHandshake) {
-  EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 101 Yes\r\nX: " + std::string(17'000, 'x')),
-            Events{"failed OrvWebSocket 2133"});
-}
-
-TEST_F(NativeWebSocketHandshake, ASubProtocolThatWasNotAskedForIsABadHandshake) {
-  start(listener.url());
-  RawPeer peer = listener.accept();
-  peer.send(RawPeer::agreement(peer.readRequest(), "Sec-WebSocket-Protocol: chat\r\n"));
-  EXPECT_TRUE(waitForEnd());
-  EXPECT_EQ(eventsAfterAll(), Events{"failed OrvWebSocket 2133"});
-}
-
-TEST_F(NativeWebSocketHandshake, TheEndOfTheStreamIsAnUncleanClose) {
-  for (const char* part : {"", "HTTP/1.1 101 Switch"}) {
-    RecordingDelegate own;
-    const auto cut = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
-    cut->setDelegate(&own);
-    cut->open();
-    RawPeer peer = listener.accept();
-    peer.readRequest();
-    peer.send(part);
-    peer.close();
-    EXPECT_TRUE(waitFor([&] { return own.ended(); }));
-    EXPECT_EQ(own.events, Events{"closed 1001 Stream end encountered unclean"});
-    EXPECT_EQ(own.stateAtEnd, WebSocketState::Closed);
-  }
-}
-
-TEST_F(NativeWebSocketHandshake, AResetIsAFailureWithTheSystemsError) {
-  start(listener.url());
-  RawPeer peer = listener.accept();
-  peer.readRequest();
-  peer.reset();
-  EXPECT_TRUE(waitForEnd());
-  EXPECT_EQ(eventsAfterAll(), Events{"failed POSIX " + std::to_string(ECONNRESET)});
-}
-
-TEST_F(NativeWebSocketHandshake, TakesAnAnswerByteByByte) {
-  start(listener.url());
-  RawPeer peer = listener.accept();
-  peer.sendOneByOne(RawPeer::agreement(peer.readRequest()) + frameBytes(opcode::kText, "first"));
-  EXPECT_TRUE(waitForEvent("text first"));
-  EXPECT_EQ(delegate.events, (Events{"opened", "text first"}));
-}
-
-TEST_F(NativeWebSocketHandshake, TakesFramesThatComeWithALongAnswer) {
-  start(listener.url());
-  RawPeer peer = listener.accept();
-  const std::string cookies = "Set-Cookie: " + std::string(5000, 'c') + "\r\n";
-  peer.send(RawPeer::agreement(peer.readRequest(), cookies) +
-            frameBytes(opcode::kText, std::string(3000, 'm')) + frameBytes(opcode::kText, "second"));
-  EXPECT_TRUE(waitForEvent("text second"));
-  EXPECT_EQ(delegate.events, (Events{"opened", "text " + std::string(3000, 'm'), "text second"}));
 }
 
 TEST_F(NativeWebSocketHandshake, OpensOnlyOnce) {
@@ -371,10 +259,8 @@ TEST_F(NativeWebSocketHandshake, GivingUpBeforeItWasOpenedIsACleanCloseToo) {
 
 TEST_F(NativeWebSocketHandshake, GivingUpWinsOverAnAnswerThatComesAfterwards) {
   for (int round = 0; round < 50; ++round) {
-    RecordingDelegate own;
-    auto quick = makeNativeWebSocket({listener.url(), Seconds(60), nullptr}, mainQueue);
-    quick->setDelegate(&own);
-    quick->open();
+    OwnSocket quick(ownRequest(), mainQueue);
+    const RecordingDelegate& own = quick.delegate;
     RawPeer peer = listener.accept();
     const std::string answer = RawPeer::agreement(peer.readRequest());
     peer.send(answer);
@@ -383,12 +269,65 @@ TEST_F(NativeWebSocketHandshake, GivingUpWinsOverAnAnswerThatComesAfterwards) {
     const bool opened = own.has("opened");
     EXPECT_EQ(own.events.size(), 1u);
     peer.close();
-    const std::weak_ptr<WebSocket> gone = std::exchange(quick, nullptr);
-    EXPECT_TRUE(waitFor([&] { return gone.expired(); }));
+    quick.eventsAfterAll(mainQueue);
     EXPECT_TRUE(own.ended());
     if (!opened) {
       EXPECT_EQ(own.events, Events{"closed 0 (absent) clean"});
     }
+  }
+}
+
+/// Holds the network thread up, each time that a message has come.
+class Hold {
+ public:
+  WebSocketRequest asked(WebSocketRequest request) {
+    request.prepare = [this](std::string_view) {
+      begun_.release();
+      end_.acquire();
+      return std::any();
+    };
+    return request;
+  }
+  void waitForIt() { begun_.acquire(); }
+  void end() { end_.release(); }
+
+ private:
+  std::binary_semaphore begun_{0};
+  std::binary_semaphore end_{0};
+};
+
+TEST_F(NativeWebSocketHandshake, GivingUpWinsOverAnAnswerThatHasComeButIsNotReadYet) {
+  Hold first;
+  Hold second;
+  OwnSocket one(first.asked(ownRequest()), mainQueue);
+  RawPeer onePeer = listener.accept();
+  onePeer.acceptHandshake();
+  OwnSocket other(second.asked(ownRequest()), mainQueue);
+  RawPeer otherPeer = listener.accept();
+  otherPeer.acceptHandshake();
+  start(listener.url());
+  RawPeer peer = listener.accept();
+  const std::string answer = RawPeer::agreement(peer.readRequest());
+  // The network thread hears of the second message and of the answer at once, when the first message lets it go on.
+  onePeer.send(frameBytes(opcode::kText, "hold"));
+  first.waitForIt();
+  otherPeer.send(frameBytes(opcode::kText, "hold"));
+  peer.send(answer);
+  first.end();
+  second.waitForIt();
+  const bool isConnecting = socket->readyState() == WebSocketState::Connecting;
+  socket->close();
+  second.end();
+  peer.close();
+  EXPECT_TRUE(waitForEnd());
+  // Should the answer have been dealt with before the second message there is nothing to be seen here.
+  if (isConnecting) {
+    EXPECT_EQ(eventsAfterAll(), Events{"closed 0 (absent) clean"});
+  }
+  for (OwnSocket* socketOfOwn : {&one, &other}) {
+    (*socketOfOwn)->close();
+    (socketOfOwn == &one ? onePeer : otherPeer).close();
+    socketOfOwn->eventsAfterAll(mainQueue);
   }
 }
 

@@ -125,6 +125,14 @@ TEST_F(NativeWebSocketProxy, TlsIsSpokenWithTheServerBehindSocks) {
   EXPECT_TRUE(waitForEvent("opened"));
 }
 
+TEST_F(NativeWebSocketProxy, NameThatTlsHasNoRoomForIsToldAndNothingIsSaidToThatServer) {
+  RawPeer peer = startThrough(ProxyKind::Http, "wss://" + std::string(256, 'n') + ".example.org/room");
+  peer.readRequest();
+  peer.send(kEstablished);
+  EXPECT_EQ(endOf(), "failed OrvTls 0");
+  EXPECT_TRUE(peer.readEnd());
+}
+
 TEST_F(NativeWebSocketProxy, CertificateOfTheProxyIsNotTheServers) {
   const TlsIdentity identity("IP:127.0.0.1, DNS:localhost");
   identity.trust();

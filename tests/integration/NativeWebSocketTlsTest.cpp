@@ -1,3 +1,4 @@
+#include <tests/support/RawPeer.h>
 #include <tests/support/TlsIdentity.h>
 #include <tests/support/WebSocketFixture.h>
 
@@ -153,6 +154,29 @@ TEST_F(NativeWebSocketTls, AnEndOfTheStreamDuringTheTlsHandshakeIsToldAsThat) {
   EXPECT_TRUE(waitForEnd());
   EXPECT_EQ(delegate.lastError.domain, "OrvTls");
   EXPECT_EQ(delegate.lastError.description, "the peer ended the stream during the TLS handshake");
+}
+
+TEST_F(NativeWebSocketTls, AGoodbyeDuringTheTlsHandshakeIsToldAsItsEndToo) {
+  start(listener.url("/", "wss"));
+  RawPeer peer = listener.accept();
+  peer.send(std::string("\x15\x03\x03\x00\x02\x01\x00", 7));  // an alert that says no more than that
+  EXPECT_TRUE(waitForEnd());
+  EXPECT_EQ(delegate.lastError.domain, "OrvTls");
+  EXPECT_EQ(delegate.lastError.description, "the peer ended the stream during the TLS handshake");
+}
+
+TEST_F(NativeWebSocketTls, TheTimeOfTheTlsHandshakeEndsWithIt) {
+  const TlsIdentity identity("DNS:localhost");
+  identity.trust();
+  start(listener.url("/", "wss", "localhost"));
+  RawPeer peer = listener.accept();
+  EXPECT_TRUE(peer.acceptTls(identity.context()));
+  const std::string incoming = peer.readRequest();
+  const auto took = socket->connectReport().tls;
+  ASSERT_TRUE(took.has_value());
+  peer.send(RawPeer::agreement(incoming));
+  EXPECT_TRUE(waitForEvent("opened"));
+  EXPECT_EQ(socket->connectReport().tls, took);
 }
 
 TEST_F(NativeWebSocketTls, TheEndOfTheStreamIsAnUncleanCloseWithOrWithoutATlsGoodbye) {

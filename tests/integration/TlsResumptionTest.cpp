@@ -1,12 +1,22 @@
 // Handshakes that go on from earlier ones, across links of one process.
 
+#include <orvnetwork/platform/native/tls/TicketStamp.h>
+#include <orvnetwork/platform/native/tls/TlsContexts.h>
+#include <orvnetwork/platform/native/tls/TlsTickets.h>
+#include <orvnetwork/platform/native/websocket/IoThread.h>
+
 #include <devserver/DevServer.h>
 #include <tests/support/TlsFiles.h>
 #include <tests/support/TlsTest.h>
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
 #include <openssl/ssl.h>
+#include <openssl/x509_vfy.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <set>
 #include <string>
 #include <vector>
@@ -52,6 +62,26 @@ TEST_F(TlsResumption, ALinkThatDiesWithoutAGoodbyeLeavesItsTickets) {
     reportOfOpening(identity);
     use(settings);
   }
+}
+
+TEST_F(TlsResumption, AHandshakeThatGoesOnFromAnotherCheckIsRefused) {
+  reportOfOpening(identity);
+  std::promise<void> done;
+  boost::asio::post(ioContext(), [&] {
+    const auto context = tlsContextFor(settings);
+    const TicketKey key{(*context)->number(), "localhost " + std::to_string(listener.port())};
+    auto ticket = tlsTickets().take(key, std::chrono::system_clock::now());
+    tlsTickets().drop(key);
+    EXPECT_TRUE(ticket.has_value());
+    if (ticket) {
+      stampTicket(ticket->session.get(), {key.context + 1, key.server});
+      tlsTickets().put(*std::move(ticket));
+    }
+    done.set_value();
+  });
+  done.get_future().wait();
+  EXPECT_EQ(refusal(identity).code, X509_V_ERR_APPLICATION_VERIFICATION);
+  EXPECT_TRUE(lastReport.tlsResumed);
 }
 
 TEST_F(TlsResumption, NoTicketIsShownTwice) {

@@ -1,6 +1,6 @@
 // The way to an open socket: address, host look-up and TCP to the next hop, then the talk with the proxy if that is one,
-// then TLS for wss, then the HTTP upgrade. One deadline covers all of it. Each step ends in the next one or in `fail`, and
-// none goes on once the socket has been closed. What each has met is written down for `connectReport`.
+// then TLS for wss, then the HTTP upgrade. One deadline covers all of it. Each step ends in the next one or in `fail`;
+// once the socket has been closed neither has an effect. What each has met is written down for `connectReport`.
 // An answer other than 101 fails at once, by its status alone, whatever body follows.
 
 #include "orvnetwork/platform/native/websocket/ClientWebSocket.h"
@@ -54,7 +54,6 @@ void ClientWebSocket::startConnecting(const ProxyVariables& variables) {
 }
 
 void ClientWebSocket::onConnected(const WebSocketUrl& url, const std::optional<Error>& error) {
-  if (phase_ != Phase::Connecting) return;
   if (error) return fail(proxy_ ? errorOfProxy(*proxy_, *error) : *error);
   error_code ignored;
   auto& socket = stream().socket();
@@ -100,7 +99,6 @@ void ClientWebSocket::startHandshake(const WebSocketUrl& url) {
 void ClientWebSocket::lookAtAnswer() {
   const HandshakeGate::State state = gate_.look(stream().input());
   if (state == HandshakeGate::State::Waiting) return readMore();
-  recorder_.end(ConnectStep::Upgrade);
   if (gate_.status()) {
     recorder_.answered(*gate_.status(), parseHttpDate(gate_.date()), std::chrono::system_clock::now());
   }
@@ -136,7 +134,6 @@ void ClientWebSocket::onAgreement(const std::string& header) {
 }
 
 void ClientWebSocket::handshakeEnded(const error_code& error) {
-  recorder_.end(ConnectStep::Upgrade);
   if (isTlsError(error)) return fail(errorOf(error));
   if (writeError_) return reportWriteError();
   if (!stream().sawEnd()) return fail(systemError(error));

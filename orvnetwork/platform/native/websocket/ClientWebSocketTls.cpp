@@ -30,9 +30,8 @@ void ClientWebSocket::startTls(const WebSocketUrl& url) {
   const bool resumes = !request_.network || request_.network->tls.resumes;
   SSL* const session = newTlsSession(std::move(tlsContext_), {url.host, url.port, resumes});
   if (session == nullptr) return fail({websocket_error::kTlsDomain, 0, "no TLS session for this host"});
-  stream().startTls(session, [self = shared_from_this(), this, url](const error_code& error) {
-    if (phase_ == Phase::Connecting) onTls(url, error);
-  });
+  stream().startTls(session,
+                    [self = shared_from_this(), this, url](const error_code& error) { onTls(url, error); });
 }
 
 void ClientWebSocket::onTls(const WebSocketUrl& url, const error_code& error) {

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -20,7 +21,20 @@ namespace orv {
 namespace {
 
 constexpr int kMostLookupsAtOnce = 64;
-std::atomic<int> lookupsUnderWay{0};
+
+/// One of the look-ups that may be under way.
+class Place {
+ public:
+  Place() : isFree_(taken.fetch_add(1) < kMostLookupsAtOnce) {}
+  Place(const Place&) = delete;
+  Place& operator=(const Place&) = delete;
+  ~Place() { taken.fetch_sub(1); }
+  bool isFree() const { return isFree_; }
+
+ private:
+  static inline std::atomic<int> taken{0};
+  const bool isFree_;
+};
 
 Error lookupError(int code) {
   if (code == EAI_SYSTEM) {
@@ -31,7 +45,7 @@ Error lookupError(int code) {
 
 HostAddresses resolve(const std::string& host, std::uint16_t port, int family, int flags) {
   addrinfo hints{};
-  hints.ai_flags = flags | AI_NUMERICSERV;
+  hints.ai_flags = flags;
   hints.ai_family = family;
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* list = nullptr;
@@ -41,13 +55,11 @@ HostAddresses resolve(const std::string& host, std::uint16_t port, int family, i
     return result;
   }
   for (const addrinfo* at = list; at != nullptr; at = at->ai_next) {
-    if (at->ai_family != AF_INET && at->ai_family != AF_INET6) continue;
     SocketAddress& address = result.addresses.emplace_back();
     std::memcpy(&address.storage, at->ai_addr, at->ai_addrlen);
     address.size = at->ai_addrlen;
   }
   freeaddrinfo(list);
-  if (result.addresses.empty()) result.error = lookupError(EAI_NONAME);
   return result;
 }
 
@@ -64,18 +76,13 @@ HostAddresses numericHostAddress(const std::string& host, std::uint16_t port) {
 
 void lookUpHost(const std::string& host, std::uint16_t port, std::optional<IpFamily> family,
                 std::function<void(HostAddresses)> done) {
-  if (lookupsUnderWay.fetch_add(1) >= kMostLookupsAtOnce) {
-    lookupsUnderWay.fetch_sub(1);
-    return done({{}, lookupError(EAI_AGAIN)});
-  }
+  auto place = std::make_shared<const Place>();
+  if (!place->isFree()) return done({{}, lookupError(EAI_AGAIN)});
   try {
-    startServiceThread("orv-lookup", [host, port, family, done] {
-      HostAddresses result = resolve(host, port, familyNumber(family), 0);
-      lookupsUnderWay.fetch_sub(1);
-      done(std::move(result));
+    startServiceThread("orv-lookup", [host, port, family, done, place = std::move(place)] {
+      done(resolve(host, port, familyNumber(family), 0));
     }).detach();
   } catch (const std::system_error& error) {
-    lookupsUnderWay.fetch_sub(1);
     done({{}, {websocket_error::kSystemDomain, error.code().value(), error.what()}});
   }
 }
