@@ -70,13 +70,14 @@ endfunction()
 
 # orv_limit_exports(TARGET)
 #
-# Lets a shared library show its own names only, and leave nothing open for somebody else to define.
+# Lets a shared library show its own names only, and leave nothing open for somebody else to define. Its own functions
+# call each other without asking the loader, which would look for hundreds of long names when a program starts.
 function(orv_limit_exports target)
   if(NOT BUILD_SHARED_LIBS)
     return()
   endif()
   set(map ${PROJECT_SOURCE_DIR}/orvnetwork/exports.map)
-  target_link_options(${target} PRIVATE -Wl,--version-script=${map})
+  target_link_options(${target} PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic-functions)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
   if(NOT ORV_SANITIZE)
     target_link_options(${target} PRIVATE -Wl,--no-undefined)

@@ -29,9 +29,11 @@ class SignalsBlocked {
 
 std::thread startServiceThread(const char* name, std::function<void()> function) {
   const SignalsBlocked blocked;
-  std::thread thread(std::move(function));
-  ::pthread_setname_np(thread.native_handle(), name);
-  return thread;
+  // The new thread names itself: for another one's name the C library opens a file.
+  return std::thread([name, run = std::move(function)] {
+    ::pthread_setname_np(::pthread_self(), name);
+    run();
+  });
 }
 
 }  // namespace orv

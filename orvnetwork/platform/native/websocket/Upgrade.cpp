@@ -1,14 +1,13 @@
 #include "orvnetwork/platform/native/websocket/Upgrade.h"
 
 #include <orvnetwork/platform/detail/Credentials.h>
+#include <orvnetwork/platform/detail/Sha1.h>
 
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/rfc7230.hpp>
-#include <openssl/evp.h>
 
-#include <array>
 #include <cstdint>
 #include <limits>
 
@@ -22,10 +21,8 @@ using Answer = http::response_parser<http::empty_body>;
 /// What a server that knows the protocol makes of the key.
 std::string acceptFor(std::string_view key) {
   const std::string text = std::string(key) + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-  unsigned size = 0;
-  EVP_Digest(text.data(), text.size(), digest.data(), &size, EVP_sha1(), nullptr);
-  return base64({reinterpret_cast<const char*>(digest.data()), size});
+  const auto digest = sha1(text);
+  return base64({reinterpret_cast<const char*>(digest.data()), digest.size()});
 }
 
 bool names(const Answer::value_type& answer, http::field field, const char* token) {
