@@ -6,6 +6,7 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
 #include <utility>
@@ -64,6 +65,8 @@ Result<std::unique_ptr<Client>> Client::start(ClientOptions options) {
 Client::Client(ClientOptions options)
     : options_(std::move(options)), parts_(std::make_unique<Parts>(options_)) {
   QXWebSocketMgr::standard().watchNetworkStatus();
+  // Opened while the network is being looked at; otherwise the first attempt would wait for it.
+  QXFileLog::standard();
 }
 
 Client::~Client() {

@@ -60,6 +60,12 @@ TEST_F(ClientStart, SetsTheSystemUp) {
   EXPECT_EQ(sent->at("b"), "2.3.1.57");
 }
 
+TEST_F(ClientStart, OpensTheLogBeforeTheNetworkIsKnown) {
+  start();
+  EXPECT_TRUE(isToldOnConsole("-[QXFileLog init]")) << "the first attempt would wait for it";
+  EXPECT_TRUE(platform.network().sockets().empty());
+}
+
 TEST_F(ClientStart, TakesTheStoredUserOverBeforeTheLinkIsOpened) {
   auto user = std::make_shared<OrvUserInfoModel>();
   user->token = "t1";
