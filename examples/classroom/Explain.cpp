@@ -28,8 +28,14 @@ constexpr Named kTroubles[] = {
     {"certificateExpired", "The server's certificate is out of date", "服务器的证书已过期"},
     {"certificateOfAnother", "The server's certificate is another one's", "服务器的证书与名称不符"},
     {"certificateNotTrusted", "The server's certificate is not trusted", "服务器的证书不受信任"},
+    {"certificateNotPinned", "The server's certificate is not the expected one",
+     "服务器的证书不是预期的证书"},
+    {"clientCertificateWanted", "The server wants a certificate from you", "服务器要求提供您的证书"},
+    {"badTlsSettings", "The settings of the encryption cannot be used", "加密设置不可用"},
+    {"tlsFailed", "The server does not speak the encryption that is needed", "服务器不支持所需的加密"},
     {"refusedByHttp", "The server refuses connections", "服务器拒绝连接"},
     {"noWebSocket", "There is no classroom server at this address", "此地址没有课堂服务器"},
+    {"unconfirmed", "The server has stopped answering", "服务器停止应答"},
     {"closedByServer", "The server has closed the connection", "服务器关闭了连接"},
     {"badProxy", "The proxy cannot be used", "代理不可用"},
     {"proxyUnreachable", "The proxy cannot be reached", "无法连接代理"},
@@ -45,6 +51,11 @@ QString saying(const QString& name, const Named* begin, const Named* end, const 
 
 }  // namespace
 
+QString explainTrouble(const QString& name) {
+  return saying(name, std::begin(kTroubles), std::end(kTroubles),
+                say("The connection was lost", "连接已断开"));
+}
+
 LinkExplanation explainLink(const LinkObject& link) {
   LinkExplanation told;
   told.isGrave = link.needsPerson();
@@ -54,8 +65,7 @@ LinkExplanation explainLink(const LinkObject& link) {
     return told;
   }
   told.what = link.trouble().isEmpty() ? say("There is no connection yet", "尚未连接")
-                                       : saying(link.trouble(), std::begin(kTroubles), std::end(kTroubles),
-                                                say("The connection was lost", "连接已断开"));
+                                       : explainTrouble(link.trouble());
   const qint64 seconds =
       link.nextAttempt().isValid() ? QDateTime::currentDateTime().secsTo(link.nextAttempt()) + 1 : 0;
   if (link.state() == LinkObject::Connecting || link.state() == LinkObject::Confirming) {

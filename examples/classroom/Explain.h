@@ -14,6 +14,8 @@ struct LinkExplanation {
   /// Whether a person has to look.
   bool isGrave = false;
 };
+/// What went wrong with a link, by its name in `LinkTrouble`.
+QString explainTrouble(const QString& name);
 LinkExplanation explainLink(const orv::qt::LinkObject& link);
 /// Why a sign-in has failed.
 QString explainSignIn(orv::qt::SessionObject::Outcome outcome, const QString& reason, int code);

@@ -120,6 +120,9 @@ class Desktop : public ::testing::Test {
   static int phaseOf(QListView& list) {
     return list.parentWidget()->findChild<QLabel*>(QStringLiteral("state"))->property("phase").toInt();
   }
+  static QString stateOf(QListView& list) {
+    return list.parentWidget()->findChild<QLabel*>(QStringLiteral("state"))->text();
+  }
   /// A course as the server's control has it.
   boost::json::object asked(std::int64_t room) {
     const auto answer = server.control({{"course", "get"}, {"roomID", room}});

@@ -73,7 +73,7 @@ TEST_F(Desktop, ListsFillAsOneScrollsAndShowWhatTheServerHas) {
 }
 
 TEST_F(Desktop, WhatIsSearchedForIsFoundBeyondWhatWasLoaded) {
-  server.addCourse({{"title", "Geometry (1)*"}, {"status", 5}, {"publishStatus", 1}});
+  server.addCourse({{"title", "Geometry (1)*"}, {"teacher", "Euclid"}, {"status", 5}, {"publishStatus", 1}});
   server.addCourses(80, {{"title", "代数"}, {"status", 5}, {"publishStatus", 1}});
   start();
   signIn();
@@ -85,6 +85,15 @@ TEST_F(Desktop, WhatIsSearchedForIsFoundBeyondWhatWasLoaded) {
   EXPECT_TRUE(comes("the one course", [&] { return titlesOnScreen(list) == QStringList{"Geometry (1)*"}; }));
   press(Qt::Key_Escape);
   EXPECT_GE(list.model()->rowCount(), 80);
+  type("search", " EUCLID ");
+  EXPECT_TRUE(comes("their teacher's", [&] { return titlesOnScreen(list) == QStringList{"Geometry (1)*"}; }));
+  EXPECT_TRUE(comes("the count", [&] { return stateOf(list).startsWith("1 of "); }));
+  // It is searched for in all lists.
+  press(Qt::Key_2, Qt::ControlModifier);
+  type("search", "no such course");
+  EXPECT_TRUE(comes("an empty list", [&] { return rowsOnScreen(find<QListView>("live1")).empty(); }));
+  type("search", "");
+  EXPECT_TRUE(comes("live courses", [&] { return !rowsOnScreen(find<QListView>("live1")).empty(); }));
 }
 
 TEST_F(Desktop, LiveCoursesStandByStatusWithTheirTimes) {

@@ -12,12 +12,15 @@
 #include <gtk/gtk.h>
 #include <orvnetwork_glib/MainLoop.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace classroom_gtk {
@@ -33,6 +36,8 @@ class GtkDesktop : public ::testing::Test {
     setenv("GTK_A11Y", "none", 1);
     setenv("GSETTINGS_BACKEND", "memory", 1);
     gtk_init();
+    // What GLib and GTK call a fault of the program ends it.
+    g_log_set_always_fatal(GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL));
     server.start();
     orv::glib::attachMainQueue();
     orv::ClientOptions options;
@@ -40,18 +45,32 @@ class GtkDesktop : public ::testing::Test {
     options.version = "1.0";
     options.build = "1";
     client_ = *orv::Client::start(options);
-    window_ = std::make_unique<Window>(*client_);
+    window_ = std::construct_at(reinterpret_cast<Window*>(place_.data()), *client_);
     gtk_window_present(window_->widget());
   }
   ~GtkDesktop() override {
-    window_.reset();
+    if (window_ != nullptr) closeWindow();
     client_.reset();
     orv::glib::detachMainQueue();
   }
 
+  orv::Client& client() { return *client_; }
   GtkWidget* window() const { return GTK_WIDGET(window_->widget()); }
-  /// As when the person closes it while the client goes on.
-  void closeWindow() { window_.reset(); }
+  /// Ends the window while the client goes on. Who still uses it after that finds nothing there that it could use.
+  void closeWindow() {
+    std::destroy_at(std::exchange(window_, nullptr));
+    place_.fill(std::byte{0xa5});
+  }
+  /// Lets the loop do what waits for it.
+  ::testing::AssertionResult comesToAnEnd() {
+    bool isOver = false;
+    const auto end = [](gpointer flag) -> gboolean {
+      *static_cast<bool*>(flag) = true;
+      return G_SOURCE_REMOVE;
+    };
+    g_idle_add(end, &isOver);
+    return comes("an idle moment", [&] { return isOver; });
+  }
 
   /// Lets the application live until something is as it should be.
   ::testing::AssertionResult comes(const char* what, const std::function<bool()>& isSo) {
@@ -204,7 +223,8 @@ class GtkDesktop : public ::testing::Test {
 
   const orv::test::VirtualDisplay display_;
   std::unique_ptr<orv::Client> client_;
-  std::unique_ptr<Window> window_;
+  alignas(Window) std::array<std::byte, sizeof(Window)> place_{};
+  Window* window_ = nullptr;
 };
 
 }  // namespace classroom_gtk

@@ -126,27 +126,5 @@ TEST_F(GtkDesktop, AnotherDeviceEndsTheSessionHereAndAPersonSignsInAgain) {
   EXPECT_TRUE(comes("the going of the courses", [this] { return countOf("recorded") == 0; }));
 }
 
-TEST_F(GtkDesktop, TheWindowMayCloseWhileASignInIsUnderWay) {
-  ASSERT_TRUE(comes("the form", [this] { return isShown("signIn"); }));
-  server.faults().dropReplies(1, "User.Post.Login");
-  type("mobile", "13800000001");
-  type("password", "classroom");
-  click("signIn");
-  ASSERT_TRUE(comes("the question at the server", [this] {
-    return std::ranges::any_of(server.receivedFrames(), [](const auto& frame) {
-      return frame.text.find("User.Post.Login") != std::string::npos;
-    });
-  }));
-  closeWindow();
-  bool isOver = false;
-  g_idle_add(
-      [](gpointer flag) -> gboolean {
-        *static_cast<bool*>(flag) = true;
-        return G_SOURCE_REMOVE;
-      },
-      &isOver);
-  EXPECT_TRUE(comes("rest", [&] { return isOver; }));
-}
-
 }  // namespace
 }  // namespace classroom_gtk::gtk_desktop_test

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <tests/devserver/RawClient.h>
+
+#include <boost/json/object.hpp>
+
+#include <cstdint>
+#include <string_view>
+
+namespace orv::test {
+
+/// Another device on which the first user of the embedded server's school is signed in.
+class OtherDevice {
+ public:
+  explicit OtherDevice(std::uint16_t port) : client_(RawClient::open(port)) {
+    // The MD5 of "classroom".
+    client_.request("User.Post.Login",
+                    {{"phone", "13800000001"}, {"dev", 1}, {"pwd", "c756662595bb0948d9bbe352fef1c53a"}});
+  }
+  /// Reads what the server sends until it is this push.
+  bool hears(const char* push) {
+    for (auto frame = client_.receiveObject(); !frame.empty(); frame = client_.receiveObject()) {
+      if (frame.at("C") == push) return true;
+    }
+    return false;
+  }
+
+ private:
+  RawClient client_;
+};
+
+}  // namespace orv::test
