@@ -130,7 +130,7 @@ orv_package(tools PACKAGE orvnetwork-tools TARGET orv SECTION net COMPONENTS lib
   DESCRIPTION "${about}\n\nThis package has orv, the same library on a command line, and orv-devserver,\na classroom server to try it with.")
 orv_package(classroom PACKAGE orvnetwork-classroom TARGET orv-classroom SECTION education COMPONENTS qt library
   SUMMARY "live classroom on the desktop, the example of OrvNetwork"
-  DESCRIPTION "${about}\n\nThis package has an application on Qt that shows a person their courses, with an\nentry in the menu of the desktop.")
+  DESCRIPTION "${about}\n\nThis package has an application on Qt that shows a person their courses,\nwith an entry in the menu of the desktop.")
 orv_package(documentation PACKAGE orvnetwork-doc TARGET reference SECTION doc WITHOUT_PROGRAMS
   SUMMARY "reference and documents of OrvNetwork"
   DESCRIPTION "${about}\n\nThis package has the reference of the public headers, the documents and the\nexamples.")

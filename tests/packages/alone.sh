@@ -19,7 +19,7 @@ grep -q "^Setting up $package " /tmp/apt.txt || fail "was there before"
 mapfile -t files < <(dpkg --listfiles "$package")
 for file in "${files[@]}"; do
   [ -e "$file" ] || fail "$file leads nowhere"
-  [ -f "$file" ] && [ "$(head -c 4 "$file" | tail -c 3)" = ELF ] || continue
+  [ -f "$file" ] && [ "$(head -c 4 "$file" | tail -c 3 | tr -d '\0')" = ELF ] || continue
   # Every library is found without any variable, and none by a path of the build.
   needed=$(ldd "$file")
   [[ $needed != *"not found"* ]] || fail "$file: $needed"
