@@ -18,7 +18,6 @@ TEST_F(DesktopOtherDevice, IsToldAndSignedOutByAPerson) {
   signIn();
   ASSERT_TRUE(comes("the bar", [this] { return isShown("otherDevice"); }));
   EXPECT_EQ(shown("otherText"), "You are also signed in on another device.");
-  picture("desktop-other-device");
   server.faults().failRequests(77, "not today", 1, "User.Post.Logoutother");
   click("logOthersOut");
   ASSERT_TRUE(comes("the first question", [this] { return server.faults().describe().empty(); }));
