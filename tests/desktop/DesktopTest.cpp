@@ -36,6 +36,8 @@ TEST_F(Desktop, ASignInThatFailsSaysWhy) {
   click("signIn");
   EXPECT_TRUE(comes("the courses", [this] { return isShown("recorded"); }));
   EXPECT_EQ(shown("nick"), "林老师");
+  EXPECT_TRUE(
+      comes("the going of the password", [this] { return find<QLineEdit>("password").text().isEmpty(); }));
 }
 
 TEST_F(Desktop, ListsFillAsOneScrollsAndShowWhatTheServerHas) {

@@ -11,6 +11,7 @@
 #include <orvnetwork_qt/LinkObject.h>
 #include <orvnetwork_qt/SessionObject.h>
 
+#include <QElapsedTimer>
 #include <QSet>
 #include <utility>
 
@@ -49,9 +50,12 @@ TEST_F(Desktop, ALossIsToldAfterASecondAndAPersonDoesNotHaveToWait) {
     if (!link.isUp() && std::exchange(wasUp, false)) isToldAtOnce = isShown("banner");
     isTriedByPerson |= link.snapshot().starter == orv::LinkStarter::Person;
   });
+  QElapsedTimer time;
+  time.start();
   server.stop();
   ASSERT_TRUE(comes("the banner", [this] { return isShown("banner"); }));
   EXPECT_FALSE(isToldAtOnce);
+  EXPECT_GE(time.elapsed(), 900);
   EXPECT_FALSE(isTriedByPerson);
   ASSERT_TRUE(comes("the button", [this] { return isShown("tryNow"); }));
   EXPECT_TRUE(comes("an attempt of the person's", [&] {

@@ -12,7 +12,10 @@ namespace {
 /// A cancellable is an object with a signal, and needs no display.
 class GtkSignals : public ::testing::Test {
  protected:
-  GtkSignals() { g_log_set_always_fatal(GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL)); }
+  GtkSignals() {
+    // A handler that is not there is worth a warning to GLib.
+    g_log_set_always_fatal(GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
+  }
   void listen() {
     signals.emplace();
     signals->on(object.get(), "cancelled", [this, held = held] { ++told; });
