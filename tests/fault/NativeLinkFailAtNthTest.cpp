@@ -190,6 +190,21 @@ TEST(NativeLinkFailAtNth, ALookUpThatTheSystemCannotMakeIsToldWithTheSystemsErro
   EXPECT_EQ(socket.eventsAfterAll(main), Events{"failed POSIX " + std::to_string(EMFILE)});
 }
 
+TEST(NativeLinkFailAtNth, AFailedWriteSaysMoreThanTheEndOfTheStreamBehindIt) {
+  const TlsIdentity identity("DNS:localhost");
+  identity.trust();
+  RawListener listener;
+  PumpedExecutor main;
+  system_calls::failAt(Kind::Socket, "send", 3);  // the greeting, the end of the TLS handshake, the request
+  OwnSocket socket({listener.url("/", "wss", "localhost"), Seconds(60), nullptr}, main);
+  RawPeer peer = listener.accept();
+  ASSERT_TRUE(peer.acceptTls(identity.context()));
+  EXPECT_TRUE(main.pumpUntil([] { return system_calls::failed() == "send"; }));
+  peer.close();
+  EXPECT_TRUE(socket.waitForEnd(main));
+  EXPECT_EQ(socket.eventsAfterAll(main), Events{"failed OrvWebSocket 2145"});
+}
+
 TEST(NativeLinkFailAtNth, ASocketComesToOneEndAndTheNextOneWorks) {
   failEachCall(Way::Plain);
 }

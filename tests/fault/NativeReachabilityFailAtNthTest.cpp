@@ -206,6 +206,14 @@ TEST_F(ReachabilityWithFailures, AnInterruptedCallIsMadeAgain) {
   EXPECT_EQ(system_calls::failed(), "poll");
 }
 
+TEST_F(ReachabilityWithFailures, AnotherStartWakesItOnce) {
+  for (int i = 0; i < 2; ++i) {
+    start();
+    EXPECT_EQ(firstReports(), Reports{kNone});
+  }
+  EXPECT_TRUE(queue_.pumpUntil([] { return wakings() == 0; }));
+}
+
 TEST_F(ReachabilityWithFailures, NewsThatAreLostAreNews) {
   for (const int error : {ENOBUFS, EMSGSIZE}) {
     start();

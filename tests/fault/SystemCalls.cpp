@@ -171,6 +171,7 @@ ssize_t wrapRecvfrom(int socket, void* into, size_t size, int flags, sockaddr* f
   if (hasToFail && error == EINTR) return -1;
   const ssize_t came = realRecvfrom(socket, into, size, flags, from, length);
   if (!hasToFail) return came;
+  std::memset(into, 0, size);
   errno = error;
   return error == EMSGSIZE ? static_cast<ssize_t>(size) + 1 : -1;
 }

@@ -28,6 +28,14 @@ class LinkInDoubt : public SupervisorFixture {
             "Course.Get.Info", json::object(), nullptr, [this](const auto&) { sentAtTimeout = sent(); }));
     settle();
   }
+  /// The link, which nothing has happened to, is up for so many seconds from now and not any more then.
+  void expectToBeGivenUpAfter(double seconds) {
+    runFor(seconds - 0.1);
+    EXPECT_TRUE(changes.empty()) << history();
+    EXPECT_TRUE(link().isUp());
+    runFor(0.2);
+    EXPECT_EQ(told(), Strings{"confirming noAnswer"});
+  }
   void push() {
     server.push(server.latest(), "Rooms.Push.Message", {});
     settle();
@@ -42,10 +50,7 @@ TEST_F(LinkInDoubt, IsReplacedSoonAfterAReportOfTheNetworkThatItDoesNotOutlive) 
   waitLong(1);
   server.setSilent(1);
   reportNetwork();
-  runFor(9.9);
-  EXPECT_TRUE(link().isUp());
-  runFor(0.2);
-  EXPECT_EQ(told(), Strings{"confirming noAnswer"});
+  expectToBeGivenUpAfter(10);
   runFor(11.5);
   expectTimes(attempts(), {0, 60 + 11.5});
   EXPECT_TRUE(link().isUp());
@@ -82,10 +87,7 @@ TEST_F(LinkInDoubt, HasTheUsualPatienceAgainOnceItHasAnswered) {
   runFor(40);
   reportNetwork();
   server.setSilent(1);
-  runFor(44.9);
-  EXPECT_TRUE(changes.empty()) << history();
-  runFor(0.2);
-  EXPECT_EQ(told(), Strings{"confirming noAnswer"});
+  expectToBeGivenUpAfter(45);
 }
 
 TEST_F(LinkInDoubt, GetsNoMoreTimeByAnotherReport) {
@@ -95,10 +97,7 @@ TEST_F(LinkInDoubt, GetsNoMoreTimeByAnotherReport) {
   reportNetwork();
   runFor(6);
   reportNetwork();
-  runFor(3.9);
-  EXPECT_TRUE(link().isUp());
-  runFor(0.2);
-  EXPECT_EQ(told(), Strings{"confirming noAnswer"});
+  expectToBeGivenUpAfter(4);
 }
 
 TEST_F(LinkInDoubt, ThatIsSilentForLongIsNotWaitedForAnew) {
@@ -107,10 +106,7 @@ TEST_F(LinkInDoubt, ThatIsSilentForLongIsNotWaitedForAnew) {
   server.setSilent(1);  // "PING" was answered at 90 s
   runFor(30);
   reportNetwork();
-  runFor(4.9);
-  EXPECT_TRUE(link().isUp());
-  runFor(0.2);
-  EXPECT_EQ(told(), Strings{"confirming noAnswer"});
+  expectToBeGivenUpAfter(5);
 }
 
 TEST_F(LinkInDoubt, IsWaitedForNoLongerWhereTheUsualPatienceIsHalfOver) {
@@ -119,10 +115,7 @@ TEST_F(LinkInDoubt, IsWaitedForNoLongerWhereTheUsualPatienceIsHalfOver) {
   server.setSilent(1);
   runFor(21);  // the last part of the usual patience would begin at 125 s
   reportNetwork();
-  runFor(9.9);
-  EXPECT_TRUE(link().isUp());
-  runFor(0.2);
-  EXPECT_EQ(told(), Strings{"confirming noAnswer"});
+  expectToBeGivenUpAfter(10);
 }
 
 TEST_F(LinkInDoubt, IsNotAskedWhereTheNetworkIsGone) {
