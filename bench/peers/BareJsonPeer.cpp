@@ -1,6 +1,6 @@
 // "Bare + JSON": the bare client with Boost.JSON both ways and a table of what is outstanding.
 
-#include "bench/peers/support/Meter.h"
+#include "bench/peers/support/Asking.h"
 #include "bench/peers/support/Order.h"
 #include "bench/peers/support/Texts.h"
 #include "bench/support/BareClient.h"
@@ -19,17 +19,9 @@ int main(int argc, char** argv) {
   bench::BareClient client(order.host, order.port, main, peers::kFirstIdentifier);
   client.connect();
 
-  peers::Meter meter(order);
-  const auto ask = [&](const auto& self) -> void {
-    client.request("Dev.Echo", peers::requestValues(filler), [&, self](const boost::json::object&) {
-      meter.answered();
-      if (meter.mayAsk()) self(self);
-      if (meter.isOver()) main.stop();
-    });
-  };
-  meter.start();
-  while (meter.mayAsk()) ask(ask);
-  main.run();
-  meter.print();
+  peers::askAndPrint(order, main, [&](auto answered) {
+    client.request("Dev.Echo", peers::requestValues(filler),
+                   [answered](const boost::json::object&) { answered(); });
+  });
   return 0;
 }

@@ -3,7 +3,7 @@
 #include <orvnetwork/orvnetwork.h>
 #include <orvnetwork/transport/DistinctIdentifiers.h>
 
-#include "bench/peers/support/Meter.h"
+#include "bench/peers/support/Asking.h"
 #include "bench/peers/support/Order.h"
 #include "bench/peers/support/Texts.h"
 #include "bench/support/OpenLink.h"
@@ -36,18 +36,11 @@ int main(int argc, char** argv) {
   const std::string filler =
       peers::fillerFor([](const std::string& text) { return request(text, {})->jsonString->size(); });
 
-  peers::Meter meter(order);
-  const auto ask = [&](const auto& self) -> void {
-    link.sendRequestItem(request(filler, [&, self](const auto&, bool success, const orv::json::object&) {
+  peers::askAndPrint(order, main, [&](auto answered) {
+    link.sendRequestItem(request(filler, [answered](const auto&, bool success, const orv::json::object&) {
       if (!success) std::exit(EXIT_FAILURE);
-      meter.answered();
-      if (meter.mayAsk()) self(self);
-      if (meter.isOver()) main.stop();
+      answered();
     }));
-  };
-  meter.start();
-  while (meter.mayAsk()) ask(ask);
-  main.run();
-  meter.print();
+  });
   return 0;
 }
