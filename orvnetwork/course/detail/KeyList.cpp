@@ -4,8 +4,18 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 namespace orv {
+
+namespace {
+
+/// Whether the text is made of digits and "-".
+bool isNumber(std::string_view key) {
+  return std::ranges::all_of(key, [](char c) { return (c >= '0' && c <= '9') || c == '-'; });
+}
+
+}  // namespace
 
 bool KeyList::contains(std::string_view key) const {
   const std::lock_guard lock(mutex_);
@@ -107,18 +117,29 @@ std::vector<std::string> KeyList::snapshot(std::size_t first, std::size_t end) c
   return keys;
 }
 
+// A list may have a hundred thousand keys, so each is appended with three copies and nothing else.
 bool KeyList::appendNumbers(std::string& text, std::string_view before, std::string_view behind) const {
-  constexpr std::string_view kPlain = "0123456789-";
   const std::lock_guard lock(mutex_);
   if (order_.empty()) return false;
+  const std::size_t around = before.size() + behind.size();
+  std::size_t used = text.size();
   // Keys are nearly of one length.
-  text.reserve(text.size() +
-               order_.size() * (before.size() + order_.front()->first.size() + 1 + behind.size()));
-  for (const Key* key : order_) {
-    if (key->first.find_first_not_of(kPlain) != std::string::npos) return false;
-    text.append(before).append(key->first).append(behind);
-  }
-  return true;
+  text.resize(used + order_.size() * (around + order_.front()->first.size() + 1));
+  const auto put = [&](std::string_view part) {
+    std::memcpy(text.data() + used, part.data(), part.size());
+    used += part.size();
+  };
+  const bool areNumbers = std::ranges::all_of(order_, [&](const Key* key) {
+    if (!key->second.isNumber) return false;
+    const std::size_t end = used + around + key->first.size();
+    if (end > text.size()) text.resize(2 * end);
+    put(before);
+    put(key->first);
+    put(behind);
+    return true;
+  });
+  text.resize(used);
+  return areNumbers;
 }
 
 /// The first index of a key that is in the list.
@@ -135,7 +156,9 @@ std::size_t KeyList::find(const Key* key, std::size_t hint) const {
 
 void KeyList::insertLocked(std::size_t position, std::string_view key) {
   auto use = uses_.find(key);
-  if (use == uses_.end()) use = uses_.emplace(key, Use{0, roomIDOfKey(key)}).first;
+  if (use == uses_.end()) {
+    use = uses_.emplace(key, Use{.isNumber = isNumber(key), .roomID = roomIDOfKey(key)}).first;
+  }
   ++use->second.count;
   const std::size_t index = std::min(position, order_.size());
   order_.insert(order_.begin() + static_cast<std::ptrdiff_t>(index), &*use);

@@ -73,7 +73,8 @@ class KeyList {
 
  private:
   struct Use {
-    std::size_t count = 0;
+    std::uint32_t count = 0;
+    bool isNumber = false;
     std::int64_t roomID = 0;
   };
   using Uses = std::unordered_map<std::string, Use, StringHash, std::equal_to<>>;

@@ -254,6 +254,19 @@ TEST(KeyList, EveryChangeHasARevisionOfItsOwn) {
   EXPECT_FALSE(isAnother());
 }
 
+TEST(KeyList, AppendsKeysOfEveryLength) {
+  KeyList list;
+  std::string expected = "text";
+  for (const std::size_t length : {1u, 900u, 2u, 5'000u, 3u, 70'000u, 4u}) {
+    const std::string key(length, '7');
+    list.append(key);
+    expected += "<" + key + "/>";
+  }
+  std::string text = "text";
+  EXPECT_TRUE(list.appendNumbers(text, "<", "/>"));
+  EXPECT_EQ(text, expected);
+}
+
 TEST(KeyList, AppendsKeysThatAreNumbersToAText) {
   KeyList list;
   std::string text = "keys:";
