@@ -150,6 +150,7 @@ QWidget* MainWindow::makeOtherDevice() {
   auto* const button = makeButton("", say("Sign out there", "登出其他设备"), "logOthersOut");
   row->addWidget(button);
   connect(button, &QPushButton::clicked, this, [this] {
+    if (loggingOthersOut_.isWaiting()) return;
     loggingOthersOut_ = orv::ask<&orv::QXAPIHelper::logoutOtherDeviceWithCompleteBlock_timeoutBlock>().then(
         [this](const orv::Reply& reply) { other_->setVisible(!reply.succeeded()); });
   });

@@ -106,6 +106,7 @@ void Window::makeOtherDevice() {
   g_object_bind_property(session_.get(), "other-device-logged-in", other_.get(), "visible",
                          G_BINDING_SYNC_CREATE);
   signals_.on(button, "clicked", [this] {
+    if (loggingOthersOut_.isWaiting()) return;
     loggingOthersOut_ = orv::ask<&orv::QXAPIHelper::logoutOtherDeviceWithCompleteBlock_timeoutBlock>().then(
         [this](const orv::Reply& reply) {
           gtk_widget_set_visible(other_.get(), reply.succeeded() ? FALSE : TRUE);

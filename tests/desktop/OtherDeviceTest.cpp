@@ -24,14 +24,17 @@ TEST_F(DesktopOtherDevice, IsToldAndSignedOutByAPerson) {
   click("logOthersOut");
   // What is asked later is answered later.
   const auto added = server.addCourse({{"title", "Algebra"}, {"status", 5}, {"publishStatus", 1}});
-  click("refresh");
-  ASSERT_TRUE(comes("the later answer", [&] { return rowsOnScreen(list).front().room == added; }));
+  ASSERT_TRUE(comes("the later answer", [&] {
+    // Nothing is asked while something is under way.
+    if (phaseOf(list) != orv::qt::CourseListModel::Loading) click("refresh");
+    return rowsOnScreen(list).front().room == added;
+  }));
   EXPECT_TRUE(server.faults().describe().empty());
   ASSERT_TRUE(isShown("otherDevice")) << "the server has refused";
-  ASSERT_TRUE(comes("the end of the bar", [this] {
-    if (isShown("otherDevice")) click("logOthersOut");
-    return !isShown("otherDevice");
-  }));
+  click("logOthersOut");
+  // An impatient person's second click takes nothing back.
+  click("logOthersOut");
+  ASSERT_TRUE(comes("the end of the bar", [this] { return !isShown("otherDevice"); }));
   EXPECT_TRUE(device->hears("User.OtherDevice.Logout"));
   EXPECT_TRUE(isShown("recorded")) << "this device was signed out too";
 }
