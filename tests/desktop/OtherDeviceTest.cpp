@@ -1,7 +1,11 @@
 #include "Desktop.h"
 #include <tests/devserver/OtherDevice.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace classroom::other_device_test {
@@ -10,6 +14,12 @@ namespace {
 /// It is there before the application is.
 class DesktopOtherDevice : public Desktop {
  protected:
+  std::ptrdiff_t timesAsked(std::string_view command) {
+    return std::ranges::count_if(server.receivedFrames(), [command](const auto& frame) {
+      return frame.text.find(command) != std::string::npos;
+    });
+  }
+
   std::optional<orv::test::OtherDevice> device{std::in_place, server.port()};
 };
 
@@ -31,10 +41,11 @@ TEST_F(DesktopOtherDevice, IsToldAndSignedOutByAPerson) {
   }));
   EXPECT_TRUE(server.faults().describe().empty());
   ASSERT_TRUE(isShown("otherDevice")) << "the server has refused";
+  server.clearReceivedFrames();
   click("logOthersOut");
-  // An impatient person's second click takes nothing back.
   click("logOthersOut");
   ASSERT_TRUE(comes("the end of the bar", [this] { return !isShown("otherDevice"); }));
+  EXPECT_EQ(timesAsked("User.Post.Logoutother"), 1) << "an impatient person is asked for twice";
   EXPECT_TRUE(device->hears("User.OtherDevice.Logout"));
   EXPECT_TRUE(isShown("recorded")) << "this device was signed out too";
 }
