@@ -34,6 +34,11 @@ std::string localFolder() {
   return std::string(std::getenv("HOME")) + "/Documents/orv_course/public/local";
 }
 
+/// The folder of a course's recordings.
+std::string recordings(std::int64_t room) {
+  return std::string(std::getenv("HOME")) + "/Documents/0-" + std::to_string(room);
+}
+
 /// What the child says of a course: before it begins to touch it, and when the manager has returned.
 struct Report {
   enum class Kind : std::int32_t { Begins, Added, Deleted } kind;
@@ -69,6 +74,7 @@ QXCourseManager::Course makeCourse(std::int64_t room, std::int32_t version) {
       manager.deleteLocalCourseWithRoomID(room);
       tell({Report::Kind::Deleted, version, room});
     } else {
+      std::filesystem::create_directories(recordings(room) + "/mp4");
       manager.addLocalCourse(makeCourse(room, version));
       tell({Report::Kind::Added, version, room});
     }
@@ -104,8 +110,11 @@ std::string load(const Model& model) {
     for (const auto& key : manager.localCourseList()) {
       const std::int64_t room = std::stoll(key);
       const auto course = manager.getLocalCourseWithRoomID(room);
-      // A deletion leaves a record without a key at worst, never a key without its record.
+      // A deletion leaves a record without a key at worst, never a key without its record or its recordings.
       if (course == nullptr) return "course " + key + " is listed and has no record";
+      if (!std::filesystem::exists(recordings(room))) {
+        return "course " + key + " is listed without its recordings";
+      }
       const auto version = static_cast<std::int32_t>(course->viewCnt.get());
       if (course->jsonObject() != makeCourse(room, version)->jsonObject()) return "a mix of two courses";
       found[room] = version;
