@@ -40,8 +40,8 @@ class ORV_EXPORT MainQueue : public Executor {
   /// called from inside a task (a modal loop): the tasks that were left over run first.
   virtual std::size_t drain() = 0;
 
-  /// A descriptor that is readable whenever tasks wait. Watch it level-triggered, for reading only, and never
-  /// read from it: `drain()` does. It stays the same for the life of the process. Any thread.
+  /// A descriptor that is readable whenever tasks wait that no `run()` is there to take. Watch it level-triggered, for reading
+  /// only, and never read from it: `drain()` does, and may find nothing to do. It stays the same for the process. Any thread.
   virtual int wakeUpDescriptor() = 0;
 
   /// Destroys something on the main thread: at once when it is called there, else behind what waits. For closures

@@ -2,28 +2,13 @@
 
 #include <orvnetwork/platform/Executor.h>
 #include <orvnetwork/platform/native/threads/ServiceThread.h>
+#include <orvnetwork/platform/native/threads/WordWait.h>
 
-#include <linux/futex.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <system_error>
 
 namespace orv {
-
-namespace {
-
-static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t));
-
-void waitWhile(std::atomic<std::uint32_t>& word, std::uint32_t value) {
-  ::syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
-}
-
-void wakeOne(std::atomic<std::uint32_t>& word) {
-  ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
-}
-
-}  // namespace
 
 NativeBackgroundDrain::NativeBackgroundDrain(std::function<void()> drain, Pace pace)
     : drain_(std::move(drain)), pace_(pace), process_(::getpid()) {

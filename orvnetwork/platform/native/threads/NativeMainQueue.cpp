@@ -1,13 +1,12 @@
 #include "orvnetwork/platform/native/threads/NativeMainQueue.h"
 
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/native/threads/WordWait.h>
 
-#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <functional>
 #include <iterator>
@@ -25,8 +24,10 @@ NativeMainQueue::~NativeMainQueue() {
 }
 
 void NativeMainQueue::post(Task task) {
+  if (appendsHere()) return ready_.push_back(std::move(task));
   std::unique_lock lock(mutex_);
   incoming_.push_back(std::move(task));
+  hasIncoming_.store(true, std::memory_order_release);
   signalIfArmed(lock);
 }
 
@@ -35,7 +36,14 @@ void NativeMainQueue::postAll(std::vector<Task>& tasks) {
   std::unique_lock lock(mutex_);
   std::ranges::move(tasks, std::back_inserter(incoming_));
   tasks.clear();
+  hasIncoming_.store(true, std::memory_order_release);
   signalIfArmed(lock);
+}
+
+/// Whether a task that is posted now can go behind what is ready: on the main thread, while it drains, when nothing that
+/// was posted before on any other thread waits to be taken over.
+bool NativeMainQueue::appendsHere() const {
+  return isCurrent() && drains_ && !hasIncoming_.load(std::memory_order_acquire);
 }
 
 void NativeMainQueue::claim() {
@@ -61,10 +69,9 @@ void NativeMainQueue::run() {
     takeOverIncoming();
     while (!ready_.empty() && !stopRequested_.load(std::memory_order_relaxed)) runFirst();
     std::unique_lock lock(mutex_);
-    if (!incoming_.empty() || !ready_.empty() || stopRequested_.load()) continue;
-    armed_ = true;
-    lock.unlock();
-    waitForSignal();
+    // A nested drain may have signalled what has been done since.
+    if (!incoming_.empty() || !ready_.empty() || signalled_ || stopRequested_.load()) continue;
+    sleep(lock);
   }
   // Whoever drains next must know of what was left over.
   rearm();
@@ -92,35 +99,64 @@ void NativeMainQueue::runFirst() {
 }
 
 void NativeMainQueue::takeOverIncoming() {
-  bool clear = false;
+  std::uint64_t written = 0;
   {
     const std::lock_guard lock(mutex_);
     armed_ = false;
-    clear = std::exchange(signalled_, false);
+    signalled_ = false;
+    written = written_;
     if (ready_.empty()) {
       ready_.swap(incoming_);
     } else {
       std::ranges::move(incoming_, std::back_inserter(ready_));
       incoming_.clear();
     }
+    hasIncoming_.store(false, std::memory_order_relaxed);
   }
-  if (!clear) return;
+  drains_ = true;
+  if (written != read_) clearDescriptor();
+}
+
+/// Whoever signals writes after it has let go of the lock, so a write may still be on its way: it is read the next time,
+/// which that write brings about.
+void NativeMainQueue::clearDescriptor() {
   std::uint64_t count = 0;
-  [[maybe_unused]] const auto bytes = ::read(descriptor_, &count, sizeof count);
+  if (::read(descriptor_, &count, sizeof count) == sizeof count) read_ += count;
 }
 
 void NativeMainQueue::rearm() {
   std::unique_lock lock(mutex_);
+  drains_ = false;
   armed_ = true;
   if (!ready_.empty() || !incoming_.empty()) signalIfArmed(lock);
 }
 
+/// The lock is not held afterwards.
+void NativeMainQueue::sleep(std::unique_lock<std::mutex>& lock) {
+  drains_ = false;
+  armed_ = true;
+  sleeping_.store(1, std::memory_order_relaxed);
+  lock.unlock();
+  while (sleeping_.load(std::memory_order_acquire) == 1) waitWhile(sleeping_, 1);
+}
+
+/// The lock is not held afterwards.
 void NativeMainQueue::signalIfArmed(std::unique_lock<std::mutex>& lock) {
   if (!armed_ || signalled_) return;
   armed_ = false;
   signalled_ = true;
-  const std::uint64_t one = 1;
-  [[maybe_unused]] const auto written = ::write(descriptor_, &one, sizeof one);
+  const bool wakesRun = sleeping_.exchange(0, std::memory_order_release) == 1;
+  if (!wakesRun) ++written_;
+  const bool hasWaker = waker_ != nullptr;
+  lock.unlock();
+  if (wakesRun) {
+    wakeOne(sleeping_);
+  } else {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = ::write(descriptor_, &one, sizeof one);
+  }
+  if (!hasWaker) return;
+  lock.lock();
   callWaker(lock);
 }
 
@@ -136,12 +172,6 @@ void NativeMainQueue::callWaker(std::unique_lock<std::mutex>& lock) {
   lock.lock();
   wakerRunsOn_.erase(std::ranges::find(wakerRunsOn_, self));
   wakerIdle_.notify_all();
-}
-
-void NativeMainQueue::waitForSignal() {
-  pollfd watched{descriptor_, POLLIN, 0};
-  while (::poll(&watched, 1, -1) < 0 && errno == EINTR) {
-  }
 }
 
 void NativeMainQueue::setWaker(std::function<void()> waker) {

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -17,7 +18,8 @@ namespace orv {
 /// The main queue on an event descriptor.
 ///
 /// The descriptor is written only when tasks begin to wait while nobody drains, so a burst of posts costs
-/// one system call, and posts from inside a task cost none.
+/// one system call, and posts from inside a task cost none, not even a lock. A `run()` that waits is woken without the
+/// descriptor, and whoever wakes another thread does so with nothing locked: it may run at once.
 class NativeMainQueue final : public MainQueue, public BatchExecutor {
  public:
   NativeMainQueue();
@@ -34,13 +36,15 @@ class NativeMainQueue final : public MainQueue, public BatchExecutor {
   void setWaker(std::function<void()> waker) override;
 
  private:
+  bool appendsHere() const;
   void takeOverIncoming();
+  void clearDescriptor();
   void runFirst();
   void rearm();
+  void sleep(std::unique_lock<std::mutex>& lock);
   bool isOnItsThread(const char* operation);
   void callWaker(std::unique_lock<std::mutex>& lock);
   void signalIfArmed(std::unique_lock<std::mutex>& lock);
-  void waitForSignal();
 
   const int descriptor_;
   std::atomic<std::thread::id> mainThread_{};
@@ -51,10 +55,17 @@ class NativeMainQueue final : public MainQueue, public BatchExecutor {
   std::shared_ptr<const std::function<void()>> waker_;
   std::vector<std::thread::id> wakerRunsOn_;
   std::condition_variable wakerIdle_;
-  bool armed_ = true;       // nobody drains: the next post has to signal
-  bool signalled_ = false;  // the descriptor is readable
+  bool armed_ = true;          // nobody drains: the next post has to signal
+  bool signalled_ = false;     // that has been done, or will be in a moment
+  std::uint64_t written_ = 0;  // how often the descriptor was written, or will be in a moment
+  // Read without the mutex, too.
+  std::atomic<bool> hasIncoming_{false};    // whether there is something in `incoming_`
+  std::atomic<std::uint32_t> sleeping_{0};  // 1 while `run()` waits for it to become 0
 
-  std::deque<Task> ready_;  // main thread only: taken over from incoming_, in order
+  // Main thread only.
+  std::deque<Task> ready_;  // taken over from incoming_, in order
+  bool drains_ = false;     // since `armed_` was set to false here: what is appended to `ready_` is found
+  std::uint64_t read_ = 0;  // how many of the writes were read
 };
 
 }  // namespace orv

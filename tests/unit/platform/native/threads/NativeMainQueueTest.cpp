@@ -278,6 +278,82 @@ TEST(NativeMainQueue, LosesNothingPostedByManyThreads) {
   EXPECT_EQ(total, kThreads * kPosts);
 }
 
+TEST(NativeMainQueue, KeepsTheOrderOfWhatItsOwnThreadAndOthersPost) {
+  NativeMainQueue queue;
+  std::string order;
+  queue.post([&] {
+    queue.post([&] { order += 'a'; });
+    std::thread([&] { queue.post([&] { order += 'b'; }); }).join();
+    queue.post([&] { order += 'c'; });
+    queue.post([&] { queue.stop(); });
+  });
+  queue.run();
+  EXPECT_EQ(order, "abc");
+}
+
+TEST(NativeMainQueue, WaitsAgainAfterANestedDrainThatLeftTasks) {
+  NativeMainQueue queue;
+  std::thread poster;
+  std::atomic<int> left{3};
+  std::function<void()> again = [&] {
+    if (--left > 0) queue.post([&] { again(); });
+  };
+  queue.post([&] {
+    queue.post([&] { again(); });
+    queue.drain();
+    // What the drain has left is signalled, and then run by the loop itself, which waits for this one.
+    poster = std::thread([&] {
+      while (left > 0) std::this_thread::yield();
+      queue.post([&] { queue.stop(); });
+    });
+  });
+  queue.run();
+  poster.join();
+  EXPECT_EQ(left, 0);
+}
+
+TEST(NativeMainQueue, IsWokenByEachPostWhileItRuns) {
+  NativeMainQueue queue;
+  constexpr int kPosts = 5000;
+  std::atomic<int> done{0};
+  std::thread poster([&] {
+    for (int i = 0; i < kPosts; ++i) {
+      queue.post([&] { ++done; });
+      // The loop has nothing to do when the next one comes.
+      while (done <= i) std::this_thread::yield();
+    }
+    queue.stop();
+  });
+  queue.run();
+  poster.join();
+  EXPECT_EQ(done, kPosts);
+}
+
+TEST(NativeMainQueue, TheDescriptorIsClearedAfterEachDrainHoweverManySignal) {
+  NativeMainQueue queue;
+  queue.claim();
+  constexpr int kThreads = 3;
+  constexpr int kPosts = 3000;
+  std::atomic<int> toPost{kThreads};
+  std::vector<std::thread> posters;
+  for (int t = 0; t < kThreads; ++t) {
+    posters.emplace_back([&] {
+      for (int i = 0; i < kPosts; ++i) queue.post([] {});
+      --toPost;
+    });
+  }
+  std::size_t total = 0;
+  // Not waited for: so that drains meet writes that are still on their way.
+  while (toPost > 0) total += queue.drain();
+  for (auto& poster : posters) poster.join();
+  while (isReadable(queue.wakeUpDescriptor())) total += queue.drain();
+  EXPECT_EQ(total, std::size_t{kThreads} * kPosts);
+  queue.post([] {});
+  EXPECT_TRUE(isReadable(queue.wakeUpDescriptor()));
+  EXPECT_EQ(queue.drain(), 1u);
+  EXPECT_FALSE(isReadable(queue.wakeUpDescriptor()));
+}
+
 TEST(NativeMainQueue, StopsFromAnotherThreadWhileItWaits) {
   NativeMainQueue queue;
   std::atomic<bool> running{false};
