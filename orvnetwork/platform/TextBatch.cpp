@@ -15,4 +15,15 @@ void sendTexts(WebSocket& socket, std::vector<std::shared_ptr<const std::string>
   for (auto& text : texts) socket.send(std::move(text));
 }
 
+void sendCopies(WebSocket& socket, std::span<const std::string_view> texts) {
+  if (texts.empty()) return;
+  if (auto* const together = dynamic_cast<TextBatchSocket*>(&socket)) {
+    texts = texts.subspan(together->sendFirst(texts));
+  }
+  std::vector<std::shared_ptr<const std::string>> copies;
+  copies.reserve(texts.size());
+  for (const auto text : texts) copies.push_back(std::make_shared<const std::string>(text));
+  sendTexts(socket, std::move(copies));
+}
+
 }  // namespace orv

@@ -207,7 +207,7 @@ void QXWebSocketMgr::sendRequestItem(std::shared_ptr<QXRequestItem> item) {
 void QXWebSocketMgr::transmit(const std::vector<SubmittedRequest>& requests) {
   const auto socket = webSocket();
   const bool open = socket != nullptr && isOpen();
-  std::vector<std::shared_ptr<const std::string>> texts;
+  std::vector<std::string_view> texts;
   if (open) texts.reserve(requests.size());
   for (const auto& [item, submittedAt] : requests) {
     if (!open) {
@@ -215,12 +215,14 @@ void QXWebSocketMgr::transmit(const std::vector<SubmittedRequest>& requests) {
       continue;
     }
     if (!item->jsonString) continue;
-    // A copy: what waits in the socket must not hold the item, and with it what the host's callbacks hold.
-    texts.push_back(std::make_shared<const std::string>(*item->jsonString));
-    counters_->requestSent(texts.back()->size(), submittedAt);
-    if (trace_->isOn()) trace_->message(TraceKind::Sent, connectionNumber(), texts.back());
+    texts.push_back(*item->jsonString);
+    counters_->requestSent(texts.back().size(), submittedAt);
+    if (trace_->isOn()) {
+      trace_->message(TraceKind::Sent, connectionNumber(), std::make_shared<const std::string>(texts.back()));
+    }
   }
-  if (open) sendTexts(*socket, std::move(texts));
+  // Copies: what waits in the socket must not hold the item, and with it what the host's callbacks hold.
+  if (open) sendCopies(*socket, texts);
 }
 
 void QXWebSocketMgr::autoReconnect() {

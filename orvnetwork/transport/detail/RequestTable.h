@@ -105,6 +105,7 @@ class RequestTable {
   // Requests whose steps wait on the queue, how many go with each step, and what `otherSteps_` was with the last one.
   std::deque<SubmittedRequest> submitted_;
   std::deque<std::size_t> together_;
+  std::vector<SubmittedRequest> emptyBatch_;
   std::uint64_t otherStepsBefore_ = 0;
   std::unordered_map<std::int64_t, SubmittedRequest> requestData_;
   std::vector<ItemPointer> sessionRequiredRequests_;

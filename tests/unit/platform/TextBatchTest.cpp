@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -31,6 +35,13 @@ class BatchSocket final : public RecordingSocket, public TextBatchSocket {
     steps.emplace_back();
     for (const Text& text : texts) steps.back().push_back(*text);
   }
+  std::size_t sendFirst(std::span<const std::string_view> texts) override {
+    const auto first = texts.first(std::min(takes, texts.size()));
+    steps.emplace_back(first.begin(), first.end());
+    return first.size();
+  }
+
+  std::size_t takes = 0;
 };
 
 std::vector<Text> texts(int count) {
@@ -58,6 +69,24 @@ TEST(TextBatch, OfOneTextIsNoBatchAndOfNoneIsNothing) {
   sendTexts(socket, texts(1));
   sendTexts(socket, {});
   EXPECT_EQ(socket.steps, (Steps{{"0"}}));
+}
+
+TEST(TextBatch, TheFirstOnesAreNotCopiedWhereTheSocketTakesThem) {
+  const std::vector<std::string_view> three{"0", "1", "2"};
+  for (const std::size_t takes : {0u, 1u, 3u}) {
+    BatchSocket socket;
+    socket.takes = takes;
+    sendCopies(socket, three);
+    Steps expected{{three.begin(), three.begin() + static_cast<std::ptrdiff_t>(takes)}};
+    if (takes < three.size()) {
+      expected.emplace_back(three.begin() + static_cast<std::ptrdiff_t>(takes), three.end());
+    }
+    EXPECT_EQ(socket.steps, expected);
+  }
+  RecordingSocket other;
+  sendCopies(other, three);
+  sendCopies(other, {});
+  EXPECT_EQ(other.steps, (Steps{{"0"}, {"1"}, {"2"}}));
 }
 
 }  // namespace

@@ -51,11 +51,13 @@ class ClientWebSocket final : public WebSocket,
   void close() override;
   void send(std::shared_ptr<const std::string> text) override;
   void sendTexts(std::vector<std::shared_ptr<const std::string>> texts) override;
+  std::size_t sendFirst(std::span<const std::string_view> texts) override;
   void sendPing(std::string payload) override;
   WebSocketState readyState() const override { return state_; }
   ConnectReport connectReport() const override { return recorder_.report(); }
 
  private:
+  static constexpr std::size_t kCacheLine = 64;
   /// What an event takes of memory beside its payload while it waits for the main thread.
   static constexpr std::size_t kEventCost = 192;
   /// When so much has waited, memory is given back to the system once less than the other waits.
@@ -65,6 +67,8 @@ class ClientWebSocket final : public WebSocket,
   static constexpr std::size_t kMostEvents = 32;
 
   class Gathering;
+  struct Share;
+  struct Incoming;
 
   using Expiry = void (ClientWebSocket::*)();
 
@@ -77,8 +81,7 @@ class ClientWebSocket final : public WebSocket,
   };
 
   // Any thread.
-  using Text = std::shared_ptr<const std::string>;
-  std::size_t writeAtOnce(std::span<const Text> texts);
+  std::size_t writeAtOnce(std::span<const std::string_view> texts);
   void turnEnded();
   void enqueue(Outgoing item);
 
@@ -149,8 +152,11 @@ class ClientWebSocket final : public WebSocket,
   template <typename Call>
   void deliver(Call call);
   void postEvents();
-  /// Counts something that the peer sent as undelivered for as long as what this returns is held.
-  std::shared_ptr<void> shareOf(std::size_t size);
+  /// What an event holds of this socket.
+  std::shared_ptr<ClientWebSocket> heldByEvent();
+  /// Counts something that the peer sent as undelivered until as much is let go.
+  std::size_t hold(std::size_t size);
+  void publishHeld();
   void letGo(std::size_t size);
 
   // Shared by all threads.
@@ -161,11 +167,12 @@ class ClientWebSocket final : public WebSocket,
   std::atomic<WebSocketState> state_{WebSocketState::Connecting};
   std::atomic<bool> opened_{false};
   std::atomic<bool> overflowed_{false};
-  std::atomic<std::size_t> undelivered_{0};
+  // What both threads write with each message keeps away from what they read.
+  alignas(kCacheLine) std::atomic<std::size_t> undelivered_{0};
   std::atomic<std::size_t> incomplete_{0};  // of the message that is being read
   std::atomic<bool> readingPaused_{false};
   std::atomic<bool> flooded_{false};
-  OutgoingQueue queue_;
+  alignas(kCacheLine) OutgoingQueue queue_;
   ConnectRecorder recorder_;
 
   // The network thread's.
@@ -178,7 +185,11 @@ class ClientWebSocket final : public WebSocket,
   FrameReader reader_;
   bool isReading_ = false;
   bool gathersEvents_ = false;
-  std::vector<Task> events_;     // to be posted
+  std::vector<Task> events_;  // to be posted
+  std::shared_ptr<ClientWebSocket> heldByEvents_;
+  // By events that are to be posted, which `undelivered_` does not tell yet; and what it was at its last look, with all
+  // that has come since.
+  std::size_t held_ = 0, undeliveredAtMost_ = 0;
   bool waitsForOutput_ = false;  // with reading, until the peer has taken what was answered
   bool ownsOutput_ = true;       // has the right to write: `stream_`'s output is this thread's
   // What waits until the right has come.
@@ -198,7 +209,7 @@ class ClientWebSocket final : public WebSocket,
 
 template <typename Call>
 void ClientWebSocket::deliver(Call call) {
-  events_.emplace_back([self = shared_from_this(), call = std::move(call)]() mutable {
+  events_.emplace_back([self = heldByEvent(), call = std::move(call)]() mutable {
     if (WebSocketDelegate* const delegate = self->delegate_) call(*delegate, *self);
   });
   if (!gathersEvents_) postEvents();

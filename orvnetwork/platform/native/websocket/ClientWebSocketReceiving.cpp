@@ -29,10 +29,41 @@ class ClientWebSocket::Gathering {
   ClientWebSocket& socket_;
 };
 
+/// A share of what may wait for the main thread.
+struct ClientWebSocket::Share {
+  Share(std::shared_ptr<ClientWebSocket> of, std::size_t bytes) : socket(std::move(of)), size(bytes) {}
+  Share(const Share&) = delete;
+  Share& operator=(const Share&) = delete;
+  ~Share() { socket->letGo(size); }
+  const std::shared_ptr<ClientWebSocket> socket;
+  const std::size_t size;
+};
+
+/// A message on its way, with its share.
+struct ClientWebSocket::Incoming {
+  Incoming(std::shared_ptr<ClientWebSocket> of, std::size_t bytes, WebSocketMessage&& what)
+      : share(std::move(of), bytes), message(std::move(what)) {}
+  const Share share;
+  WebSocketMessage message;
+};
+
 void ClientWebSocket::postEvents() {
+  publishHeld();
+  heldByEvents_ = nullptr;
   if (mainBatches_ != nullptr) return mainBatches_->postAll(events_);
   for (Task& event : events_) mainQueue_.post(std::move(event));
   events_.clear();
+}
+
+/// Events that go together share a count of their own: that of the socket would be fetched from the other processor's cache
+/// by each one of them, when it is made and when it has been dealt with.
+std::shared_ptr<ClientWebSocket> ClientWebSocket::heldByEvent() {
+  if (!gathersEvents_) return shared_from_this();
+  if (heldByEvents_ == nullptr) {
+    const auto holder = std::make_shared<std::shared_ptr<ClientWebSocket>>(shared_from_this());
+    heldByEvents_ = {holder, this};
+  }
+  return heldByEvents_;
 }
 
 void ClientWebSocket::inputCame() {
@@ -77,7 +108,10 @@ void ClientWebSocket::takeFrames() {
     if (events_.size() >= kMostEvents) postEvents();
     stream().used(size - left.size());
     if (phase_ != Phase::Open || pauseReading()) break;
-    if (event == FrameReader::Event::NeedsMore) readMore();
+    if (event != FrameReader::Event::NeedsMore) continue;
+    // Before the next read, so that the main thread can begin meanwhile.
+    postEvents();
+    readMore();
   }
   if (phase_ == Phase::Open && ownsOutput_) stream().flush();
   if (phase_ == Phase::Parting) stream().part();
@@ -125,7 +159,11 @@ bool ClientWebSocket::holdsAtMost(std::size_t most) const {
 
 /// True when too much waits for the main thread: then the message that makes room goes on reading.
 bool ClientWebSocket::pauseReading() {
-  incomplete_ = reader_.unfinished();
+  const std::size_t unfinished = reader_.unfinished();
+  if (incomplete_.load(std::memory_order_relaxed) != unfinished) incomplete_ = unfinished;
+  // Seldom does the other thread's count have to be looked at.
+  if (undeliveredAtMost_ + unfinished <= limits_.undeliveredBytes) return false;
+  publishHeld();
   if (holdsAtMost(limits_.undeliveredBytes)) return false;
   readingPaused_ = true;
   // Room may have been made just before that was to be seen; one of both sides takes the flag back.
@@ -134,26 +172,29 @@ bool ClientWebSocket::pauseReading() {
 
 /// A part of the room has to be free again, so that a busy main thread does not wake this one for each message.
 bool ClientWebSocket::resumesReading() {
-  return holdsAtMost(limits_.undeliveredBytes / 4 * 3) && readingPaused_.exchange(false);
+  return readingPaused_ && holdsAtMost(limits_.undeliveredBytes / 4 * 3) && readingPaused_.exchange(false);
 }
 
 void ClientWebSocket::deliverMessage(bool isText) {
   connector_.rememberAddress();
-  auto message = std::make_unique<WebSocketMessage>();
-  message->isText = isText;
-  message->payload = reader_.takeMessage();
-  std::size_t size = message->payload.capacity();
-  if (message->isText && request_.prepare) {
+  WebSocketMessage message;
+  message.isText = isText;
+  message.payload = reader_.takeMessage();
+  std::size_t size = message.payload.capacity();
+  if (message.isText && request_.prepare) {
     try {
-      message->prepared = request_.prepare(message->payload);
-      if (request_.sizeOfPrepared) size += request_.sizeOfPrepared(message->prepared);
+      message.prepared = request_.prepare(message.payload);
+      if (request_.sizeOfPrepared) size += request_.sizeOfPrepared(message.prepared);
     } catch (...) {
-      message->prepared.reset();  // the receiver decodes for itself and finds out why
+      message.prepared.reset();  // the receiver decodes for itself and finds out why
     }
   }
-  message->share = shareOf(size);
-  deliver([message = std::move(message)](WebSocketDelegate& delegate, WebSocket& socket) {
-    delegate.webSocket_didReceiveMessage(socket, std::move(*message));
+  // One block for both: the message is moved out of it, the share stays there.
+  auto incoming = std::make_shared<Incoming>(heldByEvent(), hold(size), std::move(message));
+  deliver([incoming = std::move(incoming)](WebSocketDelegate& delegate, WebSocket& socket) mutable {
+    WebSocketMessage received = std::move(incoming->message);
+    received.share = std::move(incoming);
+    delegate.webSocket_didReceiveMessage(socket, std::move(received));
   });
 }
 
@@ -166,8 +207,9 @@ bool ClientWebSocket::answerPing() {
 void ClientWebSocket::deliverPong() {
   if (!holdsAtMost(limits_.undeliveredBytes)) return;
   auto payload = std::make_unique<std::string>(reader_.controlPayload());
-  deliver([share = shareOf(payload->size()), payload = std::move(payload)](WebSocketDelegate& delegate,
-                                                                           WebSocket& socket) {
+  auto share = std::make_unique<const Share>(heldByEvent(), hold(payload->size()));
+  deliver([share = std::move(share), payload = std::move(payload)](WebSocketDelegate& delegate,
+                                                                   WebSocket& socket) {
     delegate.webSocket_didReceivePong(socket, std::move(*payload));
   });
 }
@@ -182,21 +224,21 @@ void ClientWebSocket::onEnd(FrameReader::Event event) {
   part();
 }
 
-std::shared_ptr<void> ClientWebSocket::shareOf(std::size_t size) {
-  if ((undelivered_ += size + kEventCost) > kFlood) flooded_ = true;
-  struct Share {
-    Share(std::shared_ptr<ClientWebSocket> of, std::size_t bytes) : socket(std::move(of)), size(bytes) {}
-    Share(const Share&) = delete;
-    Share& operator=(const Share&) = delete;
-    ~Share() { socket->letGo(size); }
-    const std::shared_ptr<ClientWebSocket> socket;
-    const std::size_t size;
-  };
-  return std::make_shared<Share>(shared_from_this(), size + kEventCost);
+std::size_t ClientWebSocket::hold(std::size_t size) {
+  held_ += size + kEventCost;
+  undeliveredAtMost_ += size + kEventCost;
+  return size + kEventCost;
+}
+
+/// Before the events that hold it are posted: then it may be let go.
+void ClientWebSocket::publishHeld() {
+  if (held_ == 0) return;
+  undeliveredAtMost_ = undelivered_ += std::exchange(held_, 0);
+  if (undeliveredAtMost_ > kFlood) flooded_ = true;
 }
 
 void ClientWebSocket::letGo(std::size_t size) {
-  if ((undelivered_ -= size) < kCalm && flooded_.exchange(false)) giveMemoryBackSoon();
+  if ((undelivered_ -= size) < kCalm && flooded_ && flooded_.exchange(false)) giveMemoryBackSoon();
   if (!resumesReading()) return;
   asio::post(context_, [self = shared_from_this()] { self->takeFrames(); });
 }

@@ -11,6 +11,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -31,14 +32,23 @@ constexpr std::size_t kMostAtOnce = std::size_t{32} << 10;
 
 void ClientWebSocket::send(std::shared_ptr<const std::string> text) {
   if (text == nullptr || state_ != WebSocketState::Open) return;
-  if (writeAtOnce({&text, 1}) == 0) enqueue({Outgoing::Kind::Text, std::move(text)});
+  const std::string_view view = *text;
+  if (writeAtOnce({&view, 1}) == 0) enqueue({Outgoing::Kind::Text, std::move(text)});
 }
 
 void ClientWebSocket::sendTexts(std::vector<std::shared_ptr<const std::string>> texts) {
   if (state_ != WebSocketState::Open) return;
-  for (std::size_t i = writeAtOnce(texts); i < texts.size(); ++i) {
+  std::vector<std::string_view> views;
+  views.reserve(texts.size());
+  for (const auto& text : texts) views.push_back(*text);
+  for (std::size_t i = writeAtOnce(views); i < texts.size(); ++i) {
     enqueue({Outgoing::Kind::Text, std::move(texts[i])});
   }
+}
+
+std::size_t ClientWebSocket::sendFirst(std::span<const std::string_view> texts) {
+  // One that is not open sends nothing, and has nobody else send it.
+  return state_ == WebSocketState::Open ? writeAtOnce(texts) : texts.size();
 }
 
 void ClientWebSocket::sendPing(std::string payload) {
@@ -49,16 +59,16 @@ void ClientWebSocket::sendPing(std::string payload) {
 
 /// Writes texts on this thread, in one piece: as many as are not too long together, and none when somebody else has the
 /// right to write. Returns how many.
-std::size_t ClientWebSocket::writeAtOnce(std::span<const Text> texts) {
+std::size_t ClientWebSocket::writeAtOnce(std::span<const std::string_view> texts) {
   std::size_t count = 0, size = 0;
-  while (count < texts.size() && texts[count]->size() <= kMostAtOnce - size) size += texts[count++]->size();
+  while (count < texts.size() && texts[count].size() <= kMostAtOnce - size) size += texts[count++].size();
   if (count == 0 || !queue_.takeToWrite(size)) return 0;
   struct Turn {
     ClientWebSocket& socket;
     ~Turn() { socket.turnEnded(); }
   };
   const Turn turn{*this};
-  for (const Text& text : texts.first(count)) stream_.gather(Opcode::Text, *text);
+  for (const auto text : texts.first(count)) stream_.gather(Opcode::Text, text);
   stream_.writeNow();
   return count;
 }
