@@ -12,12 +12,11 @@
 #include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/RetrySchedule.h>
 #include <orvnetwork/transport/SentRequest.h>
+#include <orvnetwork/transport/detail/ArrivingFrame.h>
 #include <orvnetwork/transport/detail/LinkCounters.h>
-#include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 #include <orvnetwork/transport/detail/TraceDesk.h>
 
-#include <any>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -29,22 +28,11 @@ namespace orv {
 
 namespace {
 
-std::any readFrame(std::string_view message) {
-  return ReplyFrame::read(message, Platform::current().clock().steadyNow());
-}
-
 /// What an attempt or a link has ended with that has reported no end and is replaced; absent for one that was good.
 std::optional<LinkTrouble> troubleOfReplaced(WebSocketState state, bool wasConfirmed) {
   if (state == WebSocketState::Connecting) return LinkTrouble::NoAnswer;
   if (state != WebSocketState::Open) return LinkTrouble::Lost;
   return wasConfirmed ? std::nullopt : std::optional(LinkTrouble::Unconfirmed);
-}
-
-std::size_t sizeOfFrame(const std::any& prepared) {
-  const auto* const frame = std::any_cast<std::shared_ptr<const ReplyFrame>>(&prepared);
-  // Beside its values a frame takes its own place and those of what shares it.
-  constexpr std::size_t kFrameItself = sizeof(ReplyFrame) + 64;
-  return frame != nullptr ? (*frame)->memory + kFrameItself : 0;
 }
 
 }  // namespace
@@ -116,8 +104,8 @@ void QXWebSocketMgr::reconnect() {
     if (trace_->isOn()) trace_->event(TraceKind::Closed, number - 1, "another attempt takes its place");
   }
   if (trace_->isOn()) trace_->attempt(number, request.url);
-  request.prepare = readFrame;
-  request.sizeOfPrepared = sizeOfFrame;
+  request.prepare = prepareFrame;
+  request.sizeOfPrepared = sizeOfPreparedFrame;
   const auto fresh = platform.makeWebSocket(std::move(request));
   fresh->setDelegate(this);
   {

@@ -5,16 +5,18 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/QXNotification.h>
+#include <orvnetwork/transport/detail/ArrivingFrame.h>
 #include <orvnetwork/transport/detail/LinkCounters.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
 #include <orvnetwork/transport/detail/TraceDesk.h>
 
-#include <any>
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -29,17 +31,6 @@ constexpr Seconds kKeepAliveInterval{30.0};
 std::shared_ptr<const std::string> pingText() {
   static const auto* const text = new std::shared_ptr<const std::string>(new std::string("PING"));
   return *text;
-}
-
-std::shared_ptr<const ReplyFrame> frameOf(const WebSocketMessage& message) {
-  using Prepared = std::shared_ptr<const ReplyFrame>;
-  if (const auto* prepared = std::any_cast<Prepared>(&message.prepared)) return *prepared;
-  const SteadyTime now = Platform::current().clock().steadyNow();
-  if (message.isText) return ReplyFrame::read(message.payload, now);
-  auto unreadable = std::make_shared<ReplyFrame>();
-  unreadable->arrivedAt = now;
-  unreadable->error = {"OrvFrame", 3, "a binary message"};
-  return unreadable;
 }
 
 }  // namespace
@@ -108,11 +99,16 @@ void QXWebSocketMgr::startKeepAlive() {
 
 void QXWebSocketMgr::webSocket_didReceiveMessage(WebSocket& socket, WebSocketMessage message) {
   if (!isCurrent(socket)) return;
-  auto frame = frameOf(message);
   const bool isPong = message.isText && message.payload == "PONG";
-  counters_->received(message.payload.size(), frame->arrivedAt);
+  const std::size_t size = message.payload.size();
+  auto frame = takeFrame(message);
+  counters_->received(size, frame->arrivedAt);
   if (tellsMessages_) tellChange();
-  if (trace_->isOn()) traceMessage(std::move(message.payload), message.isText);
+  if (trace_->isOn()) {
+    std::string text = frame->unreadText();
+    if (text.empty()) text = std::move(message.payload);
+    traceMessage(std::move(text), message.isText);
+  }
   if (frame->isFrame()) {
     dispatch(std::move(frame), std::move(message.share));
   } else if (isPong) {

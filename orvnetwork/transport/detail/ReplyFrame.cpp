@@ -3,6 +3,9 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/LooseRead.h>
 
+#include <string>
+#include <utility>
+
 namespace orv {
 
 namespace {
@@ -33,9 +36,25 @@ std::shared_ptr<const ReplyFrame> ReplyFrame::read(std::string_view message, Ste
   frame->command = looseString(member(*dictionary, "C"));
   frame->timestamp = truncateToInt64(looseDouble(member(*dictionary, "s")));
   if (values != nullptr && values->is_object()) frame->ret = looseInt32(member(values->get_object(), "ret"));
-  frame->root = std::move(parsed->value);
+  frame->root_ = std::move(parsed->value);
   frame->memory = parsed->bytes;
   return frame;
+}
+
+std::shared_ptr<const ReplyFrame> ReplyFrame::ofHead(const FrameHead& head, std::string message) {
+  auto frame = std::make_shared<ReplyFrame>();
+  frame->arrivedAt = head.arrivedAt;
+  frame->timestamp = head.timestamp;
+  if (head.commandAt != 0) frame->command.emplace(message, head.commandAt, head.commandSize);
+  frame->unread_ = std::move(message);
+  return frame;
+}
+
+// A text that has a head can be read, as long as there is memory.
+void ReplyFrame::readValues() const {
+  auto parsed = parseJsonWithin(unread_, kMostMemory);
+  root_ = parsed && parsed->value.is_object() ? std::move(parsed->value) : json::value(json::object());
+  unread_ = {};
 }
 
 }  // namespace orv

@@ -6,8 +6,11 @@
 
 #include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Types.h>
+#include <orvnetwork/transport/detail/FrameHead.h>
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 namespace orv {
 
@@ -17,8 +20,6 @@ struct ReplyFrame {
   /// the largest replies are some thousands.
   static constexpr std::size_t kMostMemory = std::size_t{128} << 20;
 
-  /// The frame, or absent when the message is not JSON, not a dictionary, or holds a "v" that is not one.
-  std::optional<json::value> root;
   /// Why there is no frame.
   Error error;
   /// "C": the command.
@@ -27,18 +28,34 @@ struct ReplyFrame {
   std::int64_t timestamp = 0;
   /// "v"."ret": the result code; 0 when there is none.
   std::int32_t ret = 0;
-  /// What `root` takes of memory, in bytes.
+  /// What the values take of memory that `read` has made, in bytes.
   std::size_t memory = 0;
   /// When the message was read from the socket.
   SteadyTime arrivedAt{};
 
-  bool isFrame() const { return root.has_value(); }
+  /// False when the message is not JSON, not a dictionary, or holds a "v" that is not one.
+  bool isFrame() const { return root_.has_value() || !unread_.empty(); }
   bool succeeded() const { return ret == 0; }
-  /// The whole frame; only when `isFrame()`.
-  const json::object& dictionary() const { return root->get_object(); }
+  /// The whole frame; only when `isFrame()`. That of a head is read with the first call, after which the frame may be used
+  /// on any thread.
+  const json::object& dictionary() const {
+    if (!root_) readValues();
+    return root_->get_object();
+  }
+
+  /// The message, while its values have not been read.
+  const std::string& unreadText() const { return unread_; }
 
   /// Reads a message. Any thread.
   static std::shared_ptr<const ReplyFrame> read(std::string_view message, SteadyTime arrivedAt = {});
+  /// A frame of which only the head has been read, with its text. Any thread.
+  static std::shared_ptr<const ReplyFrame> ofHead(const FrameHead& head, std::string message);
+
+ private:
+  void readValues() const;
+
+  mutable std::optional<json::value> root_;
+  mutable std::string unread_;
 };
 
 }  // namespace orv
