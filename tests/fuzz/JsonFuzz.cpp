@@ -1,12 +1,17 @@
-// Whatever the bytes: reading ends, and what was read can be written and reads back as the same value.
+// Whatever the bytes: reading ends, and what was read can be written and reads back as the same value. A frame of which
+// only the head is read says what its values say.
 
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/TextFormat.h>
+#include <orvnetwork/transport/detail/FrameHead.h>
+#include <orvnetwork/transport/detail/ReplyFrame.h>
 
 #include <tests/fuzz/Require.h>
 
 #include <cmath>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -73,12 +78,25 @@ void checkRoundTrip(const json::value& value, const Result<std::string>& written
   require(sameValue(value, *again), "what was written reads as the same value");
 }
 
+void checkHead(std::string_view text) {
+  const auto head = FrameHead::read(text);
+  if (!head) return;
+  const auto whole = ReplyFrame::read(text);
+  require(whole->isFrame(), "what has a head is a frame");
+  const auto frame = ReplyFrame::ofHead(*head, std::string(text));
+  require(
+      frame->command == whole->command && frame->timestamp == whole->timestamp && frame->ret == whole->ret,
+      "the head says what the values say");
+  require(frame->dictionary() == whole->dictionary(), "its values are those of the frame");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   doubleFromText(text);
   int64FromText(text);
+  checkHead(text);
   const Result<json::value> result = parseJson(text);
   if (!result) {
     require(!result.error().description.empty(), "a failure says why");
