@@ -205,6 +205,21 @@ TEST(NativeLinkFailAtNth, AFailedWriteSaysMoreThanTheEndOfTheStreamBehindIt) {
   EXPECT_EQ(socket.eventsAfterAll(main), Events{"failed OrvWebSocket 2145"});
 }
 
+TEST(NativeLinkFailAtNth, AProxyThatCannotBeWrittenToIsNotWaitedFor) {
+  const RawListener listener;
+  PumpedExecutor main;
+  const auto network = std::make_shared<NetworkSettings>();
+  network->proxy = {ProxySource::Fixed, {ProxyKind::Http, "127.0.0.1", listener.port(), {}, {}}, {}};
+  WebSocketRequest request{"ws://class.example.org/", Seconds(600), nullptr};
+  request.network = network;
+  system_calls::failAt(Kind::Socket, "send", 1);
+  OwnSocket socket(request, main);
+  EXPECT_TRUE(socket.waitForEnd(main));
+  EXPECT_NE(socket.delegate.lastError.description.find("ended the talk"), std::string::npos)
+      << socket.delegate.lastError.text();
+  socket.eventsAfterAll(main);
+}
+
 TEST(NativeLinkFailAtNth, ASocketComesToOneEndAndTheNextOneWorks) {
   failEachCall(Way::Plain);
 }

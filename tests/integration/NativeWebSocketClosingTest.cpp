@@ -310,6 +310,23 @@ TEST_F(NativeWebSocketClosing, ASocketNeedsNoOwnerToGoOn) {
   EXPECT_TRUE(waitForEnd());
 }
 
+TEST_F(NativeWebSocketClosing, WhatIsReadBehindAFailureIsNotTold) {
+  Hold hold;
+  limits.outgoingBytes = 1;
+  request = hold.asked(request);
+  RawPeer peer = openToPeer();
+  peer.send(frameBytes(opcode::kText, "one"));
+  hold.waitForIt();
+  // The network thread reads this at once when it goes on, and looks at it after the failure.
+  peer.send(frameBytes(opcode::kText, "two"));
+  send(std::string(100'000, 'x'));  // more than there is room for
+  hold.end();
+  hold.end();
+  EXPECT_TRUE(waitForEnd());
+  peer.close();
+  EXPECT_EQ(eventsAfterAll(), (Events{"opened", "text one", "failed OrvWebSocket 2145"}));
+}
+
 TEST_F(NativeWebSocketClosing, AProcessMayEndWithSocketsInEveryState) {
   EXPECT_EXIT(
       {

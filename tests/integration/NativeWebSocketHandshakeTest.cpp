@@ -8,14 +8,11 @@
 #include <netinet/tcp.h>
 #include <sys/syscall.h>
 
-#include <any>
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <optional>
-#include <semaphore>
 #include <string>
-#include <string_view>
 
 namespace orv::native_web_socket_handshake_test {
 namespace {
@@ -276,25 +273,6 @@ TEST_F(NativeWebSocketHandshake, GivingUpWinsOverAnAnswerThatComesAfterwards) {
     }
   }
 }
-
-/// Holds the network thread up, each time that a message has come.
-class Hold {
- public:
-  WebSocketRequest asked(WebSocketRequest request) {
-    request.prepare = [this](std::string_view) {
-      begun_.release();
-      end_.acquire();
-      return std::any();
-    };
-    return request;
-  }
-  void waitForIt() { begun_.acquire(); }
-  void end() { end_.release(); }
-
- private:
-  std::binary_semaphore begun_{0};
-  std::binary_semaphore end_{0};
-};
 
 TEST_F(NativeWebSocketHandshake, GivingUpWinsOverAnAnswerThatHasComeButIsNotReadYet) {
   Hold first;

@@ -11,6 +11,7 @@
 #include <any>
 #include <functional>
 #include <memory>
+#include <semaphore>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -62,6 +63,25 @@ class RecordingDelegate final : public WebSocketDelegate {
 };
 
 using Events = std::vector<std::string>;
+
+/// Holds the network thread up, each time that a message has come to a socket that was asked for so. Must outlive it.
+class Hold {
+ public:
+  WebSocketRequest asked(WebSocketRequest request) {
+    request.prepare = [this](std::string_view) {
+      begun_.release();
+      end_.acquire();
+      return std::any();
+    };
+    return request;
+  }
+  void waitForIt() { begun_.acquire(); }
+  void end() { end_.release(); }
+
+ private:
+  std::counting_semaphore<> begun_{0};
+  std::counting_semaphore<> end_{0};
+};
 
 /// A socket of one's own, beside the fixture's or without one: it is being opened, and what it tells is written down.
 class OwnSocket {

@@ -117,7 +117,6 @@ void ClientWebSocket::end() {
   state_ = WebSocketState::Closed;
   disarmDeadline();
   connector_.cancel();
-  tunnel_.cancel();
   proxy_.reset();
   outgoing_.clear();
   // Whoever asked for the socket gave them to this thread; the socket itself may live on elsewhere.

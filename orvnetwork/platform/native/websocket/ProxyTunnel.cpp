@@ -41,11 +41,6 @@ void ProxyTunnel::start(const Proxy& proxy, const std::string& host, std::uint16
   goOn();
 }
 
-void ProxyTunnel::cancel() {
-  done_ = nullptr;
-  alive_.reset();
-}
-
 void ProxyTunnel::goOn() {
   switch (talk_->state()) {
     case ProxyTalk::State::Done:
@@ -70,7 +65,6 @@ void ProxyTunnel::goOn() {
 void ProxyTunnel::write() {
   asio::async_write(socket_, asio::buffer(output_),
                     [this, keep = alive_](const error_code& error, std::size_t) {
-                      if (!done_) return;
                       if (error) return ended(error);
                       read();
                     });
@@ -80,7 +74,6 @@ void ProxyTunnel::read() {
   input_.resize(talk_->wanted());
   socket_.async_read_some(asio::buffer(input_),
                           [this, keep = alive_](const error_code& error, std::size_t size) {
-                            if (!done_) return;
                             if (error) return ended(error);
                             talk_->feed(std::string_view(input_).substr(0, size));
                             goOn();

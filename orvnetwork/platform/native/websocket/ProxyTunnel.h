@@ -26,13 +26,10 @@ class ProxyTunnel {
 
   explicit ProxyTunnel(GatheringStream::Socket& socket) : socket_(socket) {}
 
-  /// `alive` keeps this object in being, `done` is called once, unless `cancel` came first. How long it may take is the
-  /// caller's to bound.
+  /// `alive` keeps this object in being until `done` is called, once. How long it may take is the caller's to bound: when it
+  /// closes the socket the talk ends.
   void start(const Proxy& proxy, const std::string& host, std::uint16_t port, std::shared_ptr<void> alive,
              Done done);
-
-  /// Gives up: `done` is forgotten. The owner closes the socket.
-  void cancel();
 
  private:
   void goOn();
