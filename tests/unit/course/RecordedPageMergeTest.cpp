@@ -14,6 +14,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -45,11 +46,12 @@ class PatientFiles final : public test::PassingFiles {
 
   std::atomic<std::thread::id> merging{};
   std::atomic<std::int64_t> looks = 0;
+  std::promise<void> begun;
 
  private:
   void waitALittle() {
     if (merging != std::this_thread::get_id()) return;
-    ++looks;
+    if (++looks == 1) begun.set_value();
     std::unique_lock lock(mutex_);
     over_.wait_for(lock, std::chrono::milliseconds(20), [this] { return isOver_; });
   }
@@ -81,13 +83,15 @@ class RecordedPageMerge : public ::testing::Test {
       catalogue.cloud.list().append(std::to_string(room));
     }
   }
-  /// Merges the page while `beside` runs on a thread of its own, which begins when the merge has the catalogue.
+  /// Merges the page while `beside` runs on a thread of its own, which begins with the merge's first look at a record's
+  /// file.
   template <typename Beside>
   bool mergeWhile(Beside beside) {
     platform.files().merging = std::this_thread::get_id();
     CatalogueLock lock(catalogue);
     CatalogueSteps steps(catalogue, lock);
     std::thread other([&] {
+      platform.files().begun.get_future().wait();
       beside();
       looksByThen = platform.files().looks;
       platform.files().endWaiting();
