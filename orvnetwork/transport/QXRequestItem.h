@@ -35,9 +35,9 @@ class ORV_EXPORT QXRequestItem {
   /// The text that is sent; absent when the values could not be written as JSON. Once the item has been sent it
   /// must not be changed: the main thread reads it.
   OptionalString jsonString;
-  /// Hears the reply. May be empty.
+  /// Is called with the reply. May be empty.
   CompleteBlock completeBlock;
-  /// Hears that none came. May be empty.
+  /// Is called when none came. May be empty.
   TimeoutBlock timeoutBlock;
 
   virtual ~QXRequestItem() = default;

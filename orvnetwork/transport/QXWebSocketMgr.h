@@ -132,7 +132,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   ///     link.setFrameTrace([](const orv::TraceEntry& entry) { std::clog << orv::lineOf(entry) << '\n'; });
   ///
   /// The sink is called on a thread that is the trace's own, one call at a time, in the order in which things happened,
-  /// and under no lock: it may take its time, set another sink, end the trace, and throw, which is told on the console.
+  /// and under no lock: it may take its time, set another sink, end the trace, and throw, which is logged on the console.
   /// What waits for it is bounded, to 4,096 entries and 8 MiB of text: the oldest go, and an entry says how many. A message
   /// of more than 1 MiB is told by its size. When this has returned no further call to the former sink begins, and what has
   /// waited for it is gone; a call that is under way on the other thread goes on to its end, so a sink holds what it uses.

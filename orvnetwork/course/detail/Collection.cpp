@@ -15,24 +15,6 @@ namespace orv {
 
 namespace {
 
-/// The texts of an array; what is no text names no course.
-std::vector<std::string> keysOf(const json::array* stored) {
-  std::vector<std::string> keys;
-  if (stored == nullptr) return keys;
-  keys.reserve(stored->size());
-  for (const json::value& item : *stored) {
-    if (OptionalString key = looseString(&item)) keys.push_back(std::move(*key));
-  }
-  return keys;
-}
-
-json::array asArray(const std::vector<std::string>& keys) {
-  json::array array;
-  array.reserve(keys.size());
-  for (const std::string& key : keys) array.emplace_back(json::string_view(key));
-  return array;
-}
-
 void dropRepeated(std::vector<std::string>& keys) {
   std::unordered_set<std::string> seen;
   std::erase_if(keys, [&](const std::string& key) { return !seen.insert(key).second; });

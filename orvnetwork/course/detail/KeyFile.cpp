@@ -1,5 +1,6 @@
 #include "orvnetwork/course/detail/KeyFile.h"
 
+#include <orvnetwork/course/detail/MergedKeys.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 
@@ -52,7 +53,7 @@ std::optional<KeyFile::Change> KeyFile::readChange() {
 bool KeyFile::write(const json::array& keys) {
   {
     const std::lock_guard lock(mutex_);
-    isUnwritten_ = turn_ == Turn::Theirs;
+    unwritten_ = turn_ == Turn::Theirs ? std::optional(keys) : std::nullopt;
   }
   if (isUnwritten()) {
     consoleLog("%@ is not written yet: another program keeps it locked", path());
@@ -79,12 +80,27 @@ void KeyFile::endTurn() {
 
 bool KeyFile::isUnwritten() const {
   const std::lock_guard lock(mutex_);
-  return isUnwritten_;
+  return unwritten_.has_value();
+}
+
+void KeyFile::writeUnwritten() {
+  beginTurn();
+  const std::optional<Change> change = readChange();
+  std::optional<json::array> keys;
+  {
+    const std::lock_guard lock(mutex_);
+    keys = unwritten_;
+  }
+  if (keys) {
+    const auto ours = keysOf(&*keys);
+    write(change ? asArray(mergedKeys(keysOf(&change->before), ours, keysOf(&change->now))) : *keys);
+  }
+  endTurn();
 }
 
 bool KeyFile::claimUnwritten() {
   const std::lock_guard lock(mutex_);
-  return isUnwritten_ && !std::exchange(isClaimed_, true);
+  return unwritten_ && !std::exchange(isClaimed_, true);
 }
 
 void KeyFile::unclaim() {

@@ -44,6 +44,9 @@ class KeyFile {
   void endTurn();
   /// Whether the last writing has found that it was another program's turn.
   bool isUnwritten() const;
+  /// A turn for what that could not write, after the catalogue that knew it has been left. It is still unwritten
+  /// afterwards when the other program has not moved on.
+  void writeUnwritten();
   /// The same, but only until somebody has taken it upon himself to write again, which ends with `unclaim`.
   bool claimUnwritten();
   void unclaim();
@@ -69,7 +72,7 @@ class KeyFile {
   std::unique_ptr<LockFile> lock_;
   Turn turn_ = Turn::Free;
   std::atomic<bool> wasTheirs_ = false;
-  bool isUnwritten_ = false;
+  std::optional<json::array> unwritten_;
   bool isClaimed_ = false;
 };
 

@@ -14,15 +14,24 @@ namespace {
 
 constexpr std::chrono::seconds kPauseBeforeNextTry{1};
 
+/// False when the file is that of a catalogue that has been left.
+bool writeListed(Catalogue& catalogue, const std::shared_ptr<KeyFile>& file) {
+  const CatalogueLock lock(catalogue);
+  if (catalogue.local.files().list() != file) return false;
+  const LocalTurn turn(catalogue);
+  catalogue.local.saveLists();
+  return true;
+}
+
+/// Writes a list that could not be written, until that is done; that of a catalogue that has been left too.
 void writeLater(Catalogue& catalogue, const std::shared_ptr<KeyFile>& file) {
   Platform& platform = Platform::current();
   platform.delays().runAt(platform.clock().steadyNow() + kPauseBeforeNextTry, *catalogue.workers.load(),
                           [&catalogue, file] {
                             file->unclaim();
-                            const CatalogueLock lock(catalogue);
-                            if (catalogue.local.files().list() != file || !file->isUnwritten()) return;
-                            const LocalTurn turn(catalogue);
-                            catalogue.local.saveLists();
+                            if (!file->isUnwritten() || writeListed(catalogue, file)) return;
+                            file->writeUnwritten();
+                            if (file->claimUnwritten()) writeLater(catalogue, file);
                           });
 }
 

@@ -1,7 +1,10 @@
 #include "orvnetwork/course/detail/MergedKeys.h"
 
+#include <orvnetwork/data/LooseRead.h>
+
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 
 namespace orv {
 
@@ -14,6 +17,23 @@ Set setOf(const std::vector<std::string>& keys) {
 }
 
 }  // namespace
+
+std::vector<std::string> keysOf(const json::array* stored) {
+  std::vector<std::string> keys;
+  if (stored == nullptr) return keys;
+  keys.reserve(stored->size());
+  for (const json::value& item : *stored) {
+    if (OptionalString key = looseString(&item)) keys.push_back(std::move(*key));
+  }
+  return keys;
+}
+
+json::array asArray(const std::vector<std::string>& keys) {
+  json::array array;
+  array.reserve(keys.size());
+  for (const std::string& key : keys) array.emplace_back(json::string_view(key));
+  return array;
+}
 
 std::vector<std::string> mergedKeys(const std::vector<std::string>& base,
                                     const std::vector<std::string>& ours,

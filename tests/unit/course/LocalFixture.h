@@ -61,8 +61,9 @@ class LocalFixture : public CourseFixture {
     return std::string(title->as_string());
   }
   /// The list as its file holds it; {"no file"} when there is none.
-  static Keys listOnDisk() {
-    const auto list = readArrayFile(listPath());
+  static Keys listOnDisk() { return keysIn(listPath()); }
+  static Keys keysIn(const std::string& path) {
+    const auto list = readArrayFile(path);
     if (!list) return {"no file"};
     Keys keys;
     for (const auto& key : *list) keys.emplace_back(key.as_string());

@@ -2,6 +2,8 @@
 
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/PropertyListFile.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "tests/unit/course/LocalFixture.h"
 
@@ -22,22 +24,20 @@ class SharedLocalCourses : public LocalFixture {
     Keys keys = listOnDisk();
     if (keys == Keys{"no file"}) keys.clear();
     keys.insert(keys.begin(), std::to_string(room));
-    writeList(keys);
+    putKeys(listPath(), keys);
     putRecord(std::to_string(room), makeLocal(room, title)->jsonObject());
   }
   void deletedByAnother(std::int64_t room) {
     Keys keys = listOnDisk();
     std::erase(keys, std::to_string(room));
-    writeList(keys);
+    putKeys(listPath(), keys);
     std::error_code error;
     platform.files().remove(recordPath(room), error);
   }
-
- private:
-  void writeList(const Keys& keys) {
+  static void putKeys(const std::string& path, const Keys& keys) {
     json::array list;
     for (const auto& key : keys) list.emplace_back(key);
-    putList(list);
+    ASSERT_TRUE(writePropertyListFile(path, list, Durability::Durable));
   }
 };
 
@@ -100,6 +100,45 @@ TEST_F(SharedLocalCourses, AListThatIsLockedTooLongIsWrittenLater) {
   const auto writings = platform.files().calls(FileOperation::WriteAtomically);
   platform.runFor(Seconds(60));
   EXPECT_EQ(platform.files().calls(FileOperation::WriteAtomically), writings) << "once is enough";
+}
+
+TEST_F(SharedLocalCourses, AListThatIsLockedTooLongIsWrittenWhenItsCatalogueHasBeenLeft) {
+  signIn();
+  add(1);
+  const std::string left = listPath();
+  platform.files().failAlways(FileOperation::Lock);
+  add(2);
+  courses().deleteLocalCourseWithRoomID(1);
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002", "5002"));
+  startAnew();
+  ASSERT_NE(listPath(), left);
+  platform.runFor(Seconds(5));
+  EXPECT_EQ(keysIn(left), Keys{"1"});
+  putKeys(left, {"7", "1"});
+  platform.files().clearFailures();
+  platform.runFor(Seconds(2));
+  EXPECT_EQ(keysIn(left), (Keys{"2", "7"}));
+  EXPECT_EQ(listOnDisk(), Keys{"no file"}) << "the other catalogue is another one";
+  const auto writings = platform.files().calls(FileOperation::WriteAtomically);
+  platform.runFor(Seconds(60));
+  EXPECT_EQ(platform.files().calls(FileOperation::WriteAtomically), writings) << "once is enough";
+}
+
+TEST_F(SharedLocalCourses, WhatIsWrittenForACatalogueThatWasLeftIsTakenOverWhenItIsBack) {
+  signIn();
+  add(1);
+  platform.files().failAlways(FileOperation::Lock);
+  add(2);
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002", "5002"));
+  startAnew();
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100001", "5001"));
+  startAnew();
+  EXPECT_EQ(courses().localCourseList(), Keys{"1"}) << "as the disk has it";
+  platform.files().clearFailures();
+  platform.runFor(Seconds(2));
+  add(3);
+  EXPECT_EQ(courses().localCourseList(), (Keys{"3", "2", "1"}));
+  EXPECT_EQ(listOnDisk(), (Keys{"3", "2", "1"}));
 }
 
 TEST_F(SharedLocalCourses, WhatCouldNotBeWrittenIsNotLostToWhatAnotherProgramWrites) {
