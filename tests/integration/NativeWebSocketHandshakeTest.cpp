@@ -196,7 +196,8 @@ TEST_F(NativeWebSocketHandshake, FailsWhereThereIsNoThreadForTheLookUp) {
   EXPECT_TRUE(waitForEnd());
   eventsAfterAll();
   delegate.events.clear();
-  refuseSystemCalls({{__NR_clone, EAGAIN}, {__NR_clone3, EAGAIN}}, RefusedTo::AllThreads);
+  // Not `clone`, by which the address sanitizer looks for leaks at the end.
+  refuseSystemCalls({{__NR_clone3, EAGAIN}}, RefusedTo::AllThreads);
   start("ws://localhost:9/");
   EXPECT_TRUE(waitForEnd());
   EXPECT_EQ(eventsAfterAll(), Events{"failed POSIX " + std::to_string(EAGAIN)});
