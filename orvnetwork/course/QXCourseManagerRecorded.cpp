@@ -9,7 +9,7 @@
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
-#include <orvnetwork/course/detail/RecordedPageMerge.h>
+#include <orvnetwork/course/detail/RecordPageEffects.h>
 #include <orvnetwork/course/detail/RequestList.h>
 
 #include <memory>
@@ -155,11 +155,20 @@ void QXCourseManager::retryRecordPage(const PageLoad& load) {
 void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items) {
   bool lastPage = false;
   {
-    CatalogueLock lock(*catalogue_);
+    const CatalogueLock lock(*catalogue_);
     // Another user's page is merged nowhere.
     if (catalogue_->opened() == load.opened) {
-      CatalogueSteps steps(*catalogue_, lock);
-      lastPage = mergeRecordedPage(*catalogue_, load, items, steps);
+      RecordPageEffects effects(*catalogue_, items);
+      const PageView before(catalogue_->cloud.list(), load.page);
+      OptionalString cursor = catalogue_->paging.cursor;
+      const PageMergeResult result =
+          mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
+      catalogue_->paging.cursor = cursor;
+      const bool isChanged = before != PageView(catalogue_->cloud.list(), load.page);
+      catalogue_->paging.repeats.merged(load.page, load.status, isChanged);
+      if (result.writeList) catalogue_->cloud.saveLists();
+      catalogue_->tell(pageChange({CourseListKind::Recorded}, load.page, items));
+      lastPage = result.lastPage;
     }
   }
   checkAfterRecordPage(load, lastPage);

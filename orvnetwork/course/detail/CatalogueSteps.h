@@ -23,12 +23,6 @@ class CatalogueSteps {
     if (++made_ % kAtATime == 0) lock_.giveWay();
     return isSame();
   }
-  /// To be called before a step that takes longer; as above.
-  bool rest() {
-    made_ = 0;
-    lock_.giveWay();
-    return isSame();
-  }
   bool isSame() const { return catalogue_.opened() == opened_; }
 
  private:

@@ -74,7 +74,6 @@ std::shared_ptr<OrvCourseModel> RecordFiles::read(std::string_view key) const {
 }
 
 bool RecordFiles::write(std::string_view key, const OrvCourseModel& course) const {
-  ++changes_;
   const OptionalString path = pathOf(key);
   if (!path) return false;
   PropertyListStore file(*path, options());
@@ -83,7 +82,6 @@ bool RecordFiles::write(std::string_view key, const OrvCourseModel& course) cons
 }
 
 void RecordFiles::remove(std::string_view key) const {
-  ++changes_;
   if (const OptionalString path = pathOf(key)) QXPathManager::sharedManager().removeFolderOrFile(path);
 }
 

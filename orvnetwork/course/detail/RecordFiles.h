@@ -4,8 +4,6 @@
 #include <orvnetwork/course/detail/KeyFile.h>
 #include <orvnetwork/platform/PropertyListStore.h>
 
-#include <atomic>
-#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -38,8 +36,6 @@ class RecordFiles {
   std::shared_ptr<OrvCourseModel> read(std::string_view key) const;
   bool write(std::string_view key, const OrvCourseModel& course) const;
   void remove(std::string_view key) const;
-  /// Another number after each of these two. Takes no lock.
-  std::uint64_t changes() const { return changes_; }
   /// Whether a record has a file, whatever that holds.
   bool has(std::string_view key) const;
   using Names = std::unordered_set<std::string>;
@@ -60,7 +56,6 @@ class RecordFiles {
   PropertyListStore::Options options() const { return {.durability = durability_, .mode = kPrivateFileMode}; }
 
   const Durability durability_;
-  mutable std::atomic<std::uint64_t> changes_ = 0;
   mutable std::mutex mutex_;
   OptionalString folder_;
   /// Null without a file for the list.
