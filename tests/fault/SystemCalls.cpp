@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -28,7 +29,8 @@ namespace {
 std::atomic<bool> isFailing{false};
 std::atomic<std::uint64_t> made{0};
 std::atomic<const char*> failedCall{nullptr};
-/// Set before the counting begins, and by nobody while it goes on.
+/// Guards what has been chosen: the library's threads may be in a call while a test chooses.
+std::mutex choice;
 Failure chosen;
 thread_local bool isAskingThread = false;
 
@@ -42,6 +44,8 @@ bool isCounted(Kind kind, const char* call) {
 
 /// Whether this call has to fail; `error` is then its `errno`.
 bool fails(Kind kind, const char* call, int error) {
+  if (!isFailing) return false;
+  const std::lock_guard lock(choice);
   if (!isFailing || kind != chosen.kind || !isCounted(kind, call)) return false;
   if (!chosen.call.empty() && chosen.call != call) return false;
   const std::uint64_t number = ++made;
@@ -55,6 +59,7 @@ bool fails(Kind kind, const char* call, int error) {
 
 void fail(const Failure& failure) {
   isAskingThread = true;
+  const std::lock_guard lock(choice);
   chosen = failure;
   failedCall = nullptr;
   made = 0;
