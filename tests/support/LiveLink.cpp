@@ -2,6 +2,7 @@
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/transport/DistinctIdentifiers.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 
 #include <tests/support/LiveLink.h>
@@ -117,12 +118,9 @@ std::shared_ptr<QXRequestItem> LiveLinkTest::makeRequest(const std::string& comm
                                                          const std::optional<json::object>& values,
                                                          const CompleteBlock& completed,
                                                          const TimeoutBlock& timedOut) {
-  std::shared_ptr<QXRequestItem> item;
-  do {
-    item = QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(command, values, completed,
-                                                                                timedOut);
-  } while (!identifiers_.insert(item->timestamp).second);
-  return item;
+  const DistinctIdentifiers distinct;
+  return QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(command, values, completed,
+                                                                              timedOut);
 }
 
 std::shared_ptr<QXRequestItem> LiveLinkTest::send(const std::string& command,

@@ -11,7 +11,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,8 +53,7 @@ class LiveLinkTest : public ::testing::Test {
   /// Waits until the link is up again after it was lost.
   bool waitUntilReopened() { return waitForPosted(QXNotificationDidOpen) && waitUntilOpen(); }
 
-  /// A request whose identifier is none that one before it had. Those of requests made within a millisecond may be the
-  /// same, and then only the later one is ever answered.
+  /// A request whose identifier is none that one before it had (see `DistinctIdentifiers`).
   std::shared_ptr<QXRequestItem> makeRequest(const std::string& command,
                                              const std::optional<json::object>& values,
                                              const CompleteBlock& completed, const TimeoutBlock& timedOut);
@@ -86,7 +84,6 @@ class LiveLinkTest : public ::testing::Test {
   json::object lastReply;
 
  private:
-  std::set<std::int64_t> identifiers_;
   ObserverToken observer_;
 };
 
