@@ -209,8 +209,8 @@ void QXWebSocketMgr::transmit(const std::vector<SubmittedRequest>& requests) {
       trace_->message(TraceKind::Sent, connectionNumber(), std::make_shared<const std::string>(texts.back()));
     }
   }
-  // Copies: what waits in the socket must not hold the item, and with it what the host's callbacks hold.
-  if (open) sendCopies(*socket, texts);
+  // It copies what has to wait there: that must not hold the item, and with it what the host's callbacks hold.
+  if (open) sendTexts(*socket, texts);
 }
 
 void QXWebSocketMgr::autoReconnect() {

@@ -16,6 +16,7 @@
 #include <future>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -47,9 +48,8 @@ class HeldNetworkThread {
 class NativeWebSocketSending : public WebSocketTest {
  protected:
   void sendTogether(const std::vector<std::string>& texts) {
-    std::vector<std::shared_ptr<const std::string>> all;
-    for (const std::string& text : texts) all.push_back(std::make_shared<const std::string>(text));
-    sendTexts(*socket, std::move(all));
+    const std::vector<std::string_view> all(texts.begin(), texts.end());
+    sendTexts(*socket, all);
   }
   void expectFrame(RawPeer& peer, int kind, const std::string& payload) {
     const auto frame = peer.readFrame();

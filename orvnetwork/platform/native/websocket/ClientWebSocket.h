@@ -50,8 +50,7 @@ class ClientWebSocket final : public WebSocket,
   void open() override;
   void close() override;
   void send(std::shared_ptr<const std::string> text) override;
-  void sendTexts(std::vector<std::shared_ptr<const std::string>> texts) override;
-  std::size_t sendFirst(std::span<const std::string_view> texts) override;
+  void sendTexts(std::span<const std::string_view> texts) override;
   void sendPing(std::string payload) override;
   WebSocketState readyState() const override { return state_; }
   ConnectReport connectReport() const override { return recorder_.report(); }

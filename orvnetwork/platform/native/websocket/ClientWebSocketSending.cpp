@@ -36,19 +36,11 @@ void ClientWebSocket::send(std::shared_ptr<const std::string> text) {
   if (writeAtOnce({&view, 1}) == 0) enqueue({Outgoing::Kind::Text, std::move(text)});
 }
 
-void ClientWebSocket::sendTexts(std::vector<std::shared_ptr<const std::string>> texts) {
+void ClientWebSocket::sendTexts(std::span<const std::string_view> texts) {
   if (state_ != WebSocketState::Open) return;
-  std::vector<std::string_view> views;
-  views.reserve(texts.size());
-  for (const auto& text : texts) views.push_back(*text);
-  for (std::size_t i = writeAtOnce(views); i < texts.size(); ++i) {
-    enqueue({Outgoing::Kind::Text, std::move(texts[i])});
+  for (const auto text : texts.subspan(writeAtOnce(texts))) {
+    enqueue({Outgoing::Kind::Text, std::make_shared<const std::string>(text)});
   }
-}
-
-std::size_t ClientWebSocket::sendFirst(std::span<const std::string_view> texts) {
-  // One that is not open sends nothing, and has nobody else send it.
-  return state_ == WebSocketState::Open ? writeAtOnce(texts) : texts.size();
 }
 
 void ClientWebSocket::sendPing(std::string payload) {
