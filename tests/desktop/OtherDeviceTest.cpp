@@ -1,11 +1,7 @@
 #include "Desktop.h"
 #include <tests/devserver/OtherDevice.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <utility>
 
 namespace classroom::other_device_test {
@@ -14,12 +10,6 @@ namespace {
 /// It is there before the application is.
 class DesktopOtherDevice : public Desktop {
  protected:
-  std::ptrdiff_t timesAsked(std::string_view command) {
-    return std::ranges::count_if(server.receivedFrames(), [command](const auto& frame) {
-      return frame.text.find(command) != std::string::npos;
-    });
-  }
-
   std::optional<orv::test::OtherDevice> device{std::in_place, server.port()};
 };
 
@@ -45,7 +35,8 @@ TEST_F(DesktopOtherDevice, IsToldAndSignedOutByAPerson) {
   click("logOthersOut");
   click("logOthersOut");
   ASSERT_TRUE(comes("the end of the bar", [this] { return !isShown("otherDevice"); }));
-  EXPECT_EQ(timesAsked("User.Post.Logoutother"), 1) << "an impatient person is asked for twice";
+  EXPECT_EQ(orv::test::timesAsked(server, "User.Post.Logoutother"), 1)
+      << "an impatient person is asked for twice";
   EXPECT_TRUE(device->hears("User.OtherDevice.Logout"));
   EXPECT_TRUE(isShown("recorded")) << "this device was signed out too";
 }

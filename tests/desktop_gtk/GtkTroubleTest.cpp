@@ -15,10 +15,7 @@
 #include <orvnetwork_glib/Link.h>
 #include <orvnetwork_glib/Session.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace classroom_gtk::gtk_trouble_test {
@@ -26,12 +23,12 @@ namespace {
 
 class GtkTrouble : public GtkDesktop {
  protected:
-  /// Whether the server has got such a request.
-  bool wasAsked(std::string_view command) { return timesAsked(command) > 0; }
-  std::ptrdiff_t timesAsked(std::string_view command) {
-    return std::ranges::count_if(server.receivedFrames(), [command](const auto& frame) {
-      return frame.text.find(command) != std::string::npos;
-    });
+  void beginToSignIn() {
+    type("mobile", "13800000001");
+    type("password", "classroom");
+    click("signIn");
+    ASSERT_TRUE(comes("the question at the server",
+                      [this] { return orv::test::timesAsked(server, "User.Post.Login") > 0; }));
   }
 };
 
@@ -60,7 +57,8 @@ TEST_F(GtkTrouble, AnotherDeviceIsToldAndSignedOutByAPerson) {
   click("logOthersOut");
   click("logOthersOut");
   ASSERT_TRUE(comes("the end of the bar", [this] { return !isShown("otherDevice"); }));
-  EXPECT_EQ(timesAsked("User.Post.Logoutother"), 1) << "an impatient person is asked for twice";
+  EXPECT_EQ(orv::test::timesAsked(server, "User.Post.Logoutother"), 1)
+      << "an impatient person is asked for twice";
   EXPECT_TRUE(device.hears("User.OtherDevice.Logout"));
   EXPECT_TRUE(isShown("recorded")) << "this device was signed out too";
 }
@@ -130,10 +128,7 @@ TEST_F(GtkTrouble, ACourseOnThisDeviceSaysSo) {
 TEST_F(GtkTrouble, TheWindowMayCloseWhileASignInIsUnderWay) {
   ASSERT_TRUE(comes("the form", [this] { return isShown("signIn"); }));
   server.faults().dropReplies(1, "User.Post.Login");
-  type("mobile", "13800000001");
-  type("password", "classroom");
-  click("signIn");
-  ASSERT_TRUE(comes("the question at the server", [this] { return wasAsked("User.Post.Login"); }));
+  beginToSignIn();
   closeWindow();
   EXPECT_TRUE(comesToAnEnd());
 }
@@ -142,10 +137,7 @@ TEST_F(GtkTrouble, AClosedWindowSignsNobodyIn) {
   ASSERT_TRUE(comes("the form", [this] { return isShown("signIn"); }));
   // The reply waits for a second one, which does not come before the fault ends.
   server.faults().reorderReplies(2, "User.Post.Login");
-  type("mobile", "13800000001");
-  type("password", "classroom");
-  click("signIn");
-  ASSERT_TRUE(comes("the question at the server", [this] { return wasAsked("User.Post.Login"); }));
+  beginToSignIn();
   closeWindow();
   EXPECT_EQ(g_list_model_get_n_items(gtk_window_get_toplevels()), 0u) << "the window is still there";
   EXPECT_TRUE(comesToAnEnd());

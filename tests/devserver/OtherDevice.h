@@ -1,10 +1,14 @@
 #pragma once
 
+#include <devserver/DevServer.h>
 #include <tests/devserver/RawClient.h>
 
 #include <boost/json/object.hpp>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace orv::test {
@@ -28,5 +32,12 @@ class OtherDevice {
  private:
   RawClient client_;
 };
+
+/// How many frames with this command in them the server has got.
+inline std::ptrdiff_t timesAsked(const DevServer& server, std::string_view command) {
+  return std::ranges::count_if(server.receivedFrames(), [command](const auto& frame) {
+    return frame.text.find(command) != std::string::npos;
+  });
+}
 
 }  // namespace orv::test

@@ -24,6 +24,14 @@ class NativeWebSocketAnswer : public WebSocketTest {
     EXPECT_TRUE(peer.readEnd());
     return eventsAfterAll();
   }
+  /// The same when the server agrees to open the link and to something more, by `lines` of its header.
+  Events eventsAfterAgreementTo(const std::string& lines) {
+    start(listener.url());
+    RawPeer peer = listener.accept();
+    peer.send(RawPeer::agreement(peer.readRequest(), lines));
+    EXPECT_TRUE(waitForEnd());
+    return eventsAfterAll();
+  }
 };
 
 TEST_F(NativeWebSocketAnswer, NamesTheStatusOfAServerThatRefuses) {
@@ -98,11 +106,8 @@ TEST_F(NativeWebSocketAnswer, AnAnswerPassesUpToItsLongestHeader) {
 }
 
 TEST_F(NativeWebSocketAnswer, AnExtensionThatWasNotOfferedIsABadHandshake) {
-  start(listener.url());
-  RawPeer peer = listener.accept();
-  peer.send(RawPeer::agreement(peer.readRequest(), "Sec-WebSocket-Extensions: permessage-deflate\r\n"));
-  EXPECT_TRUE(waitForEnd());
-  EXPECT_EQ(eventsAfterAll(), Events{"failed OrvWebSocket 2133"});
+  EXPECT_EQ(eventsAfterAgreementTo("Sec-WebSocket-Extensions: permessage-deflate\r\n"),
+            Events{"failed OrvWebSocket 2133"});
 }
 
 TEST_F(NativeWebSocketAnswer, AHeaderWithoutEndIsABadHandshake) {
@@ -112,11 +117,7 @@ TEST_F(NativeWebSocketAnswer, AHeaderWithoutEndIsABadHandshake) {
 }
 
 TEST_F(NativeWebSocketAnswer, ASubProtocolThatWasNotAskedForIsABadHandshake) {
-  start(listener.url());
-  RawPeer peer = listener.accept();
-  peer.send(RawPeer::agreement(peer.readRequest(), "Sec-WebSocket-Protocol: chat\r\n"));
-  EXPECT_TRUE(waitForEnd());
-  EXPECT_EQ(eventsAfterAll(), Events{"failed OrvWebSocket 2133"});
+  EXPECT_EQ(eventsAfterAgreementTo("Sec-WebSocket-Protocol: chat\r\n"), Events{"failed OrvWebSocket 2133"});
 }
 
 TEST_F(NativeWebSocketAnswer, TheEndOfTheStreamIsAnUncleanClose) {

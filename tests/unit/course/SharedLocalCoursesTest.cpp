@@ -34,6 +34,11 @@ class SharedLocalCourses : public LocalFixture {
     std::error_code error;
     platform.files().remove(recordPath(room), error);
   }
+  void expectNoMoreWriting() {
+    const auto writings = platform.files().calls(FileOperation::WriteAtomically);
+    platform.runFor(Seconds(60));
+    EXPECT_EQ(platform.files().calls(FileOperation::WriteAtomically), writings) << "once is enough";
+  }
   static void putKeys(const std::string& path, const Keys& keys) {
     json::array list;
     for (const auto& key : keys) list.emplace_back(key);
@@ -97,9 +102,7 @@ TEST_F(SharedLocalCourses, AListThatIsLockedTooLongIsWrittenLater) {
   platform.runFor(Seconds(2));
   EXPECT_EQ(listOnDisk(), (Keys{"2", "7", "1"}));
   EXPECT_EQ(courses().localCourseList(), (Keys{"2", "7", "1"}));
-  const auto writings = platform.files().calls(FileOperation::WriteAtomically);
-  platform.runFor(Seconds(60));
-  EXPECT_EQ(platform.files().calls(FileOperation::WriteAtomically), writings) << "once is enough";
+  expectNoMoreWriting();
 }
 
 TEST_F(SharedLocalCourses, AListThatIsLockedTooLongIsWrittenWhenItsCatalogueHasBeenLeft) {
@@ -119,9 +122,7 @@ TEST_F(SharedLocalCourses, AListThatIsLockedTooLongIsWrittenWhenItsCatalogueHasB
   platform.runFor(Seconds(2));
   EXPECT_EQ(keysIn(left), (Keys{"2", "7"}));
   EXPECT_EQ(listOnDisk(), Keys{"no file"}) << "the other catalogue is another one";
-  const auto writings = platform.files().calls(FileOperation::WriteAtomically);
-  platform.runFor(Seconds(60));
-  EXPECT_EQ(platform.files().calls(FileOperation::WriteAtomically), writings) << "once is enough";
+  expectNoMoreWriting();
 }
 
 TEST_F(SharedLocalCourses, WhatIsWrittenForACatalogueThatWasLeftIsTakenOverWhenItIsBack) {
