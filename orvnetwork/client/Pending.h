@@ -87,7 +87,7 @@ class [[nodiscard]] Pending {
   /// Calls `continuation` with the answer, once, from a turn of the main queue. It takes the answer's only place, so a
   /// second `then` does not compile.
   /// @param continuation is destroyed when it has been called or withdrawn; what it throws is logged on the console
-  /// @return keeps the callback: without it it is not called
+  /// @return keeps the callback: without it there is no call
   template <std::invocable<Answer> Continuation>
   [[nodiscard]] PendingCallback then(Continuation continuation) && {
     detail::expectMainThread("Pending::then");

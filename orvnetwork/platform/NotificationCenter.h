@@ -77,7 +77,7 @@ class ORV_EXPORT NotificationCenter {
   /// Registers an observer. Observing twice means being called twice. Any thread.
   /// @param name the name to be called for; `std::nullopt`: every name
   /// @param object who has to have posted it, by identity; null: anybody
-  /// @return keeps the observer registered: without it it is not called
+  /// @return keeps the observer registered: without it there are no calls
   [[nodiscard]] ObserverToken observe(std::optional<std::string_view> name, Callback callback,
                                       const void* object = nullptr);
 

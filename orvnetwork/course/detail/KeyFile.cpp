@@ -83,6 +83,16 @@ bool KeyFile::isUnwritten() const {
   return unwritten_.has_value();
 }
 
+bool KeyFile::claimUnwritten() {
+  const std::lock_guard lock(mutex_);
+  return unwritten_ && !std::exchange(isClaimed_, true);
+}
+
+void KeyFile::unclaim() {
+  const std::lock_guard lock(mutex_);
+  isClaimed_ = false;
+}
+
 void KeyFile::writeUnwritten() {
   beginTurn();
   const std::optional<Change> change = readChange();
@@ -96,16 +106,6 @@ void KeyFile::writeUnwritten() {
     write(change ? asArray(mergedKeys(keysOf(&change->before), ours, keysOf(&change->now))) : *keys);
   }
   endTurn();
-}
-
-bool KeyFile::claimUnwritten() {
-  const std::lock_guard lock(mutex_);
-  return unwritten_ && !std::exchange(isClaimed_, true);
-}
-
-void KeyFile::unclaim() {
-  const std::lock_guard lock(mutex_);
-  isClaimed_ = false;
 }
 
 bool KeyFile::reserve(std::uint64_t number) {

@@ -44,12 +44,12 @@ class KeyFile {
   void endTurn();
   /// Whether the last writing has found that it was another program's turn.
   bool isUnwritten() const;
-  /// A turn for what that could not write, after the catalogue that knew it has been left. It is still unwritten
-  /// afterwards when the other program has not moved on.
-  void writeUnwritten();
   /// The same, but only until somebody has taken it upon himself to write again, which ends with `unclaim`.
   bool claimUnwritten();
   void unclaim();
+  /// A turn for what could not be written, after the catalogue that knew it has been left. It is still unwritten afterwards
+  /// when the other program has not moved on.
+  void writeUnwritten();
   /// Takes a number for this program; false when another one has it.
   bool reserve(std::uint64_t number);
 
