@@ -9,7 +9,7 @@
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
-#include <orvnetwork/course/detail/RecordPageEffects.h>
+#include <orvnetwork/course/detail/RecordedPageMerge.h>
 #include <orvnetwork/course/detail/RequestList.h>
 
 #include <memory>
@@ -70,7 +70,7 @@ std::optional<WantedPage> takeNextRecordedPage(Catalogue& catalogue, RequestList
   if (!next) return std::nullopt;
   if (next->startsPass) catalogue.paging.cursor = std::nullopt;
   if (next->endIndex) left.push_back(requests.noteEndIndex(first, next->endIndex));
-  return WantedPage{.page = next->page, .startsPass = next->startsPass};
+  return WantedPage{.page = next->page, .isForced = first->force, .startsPass = next->startsPass};
 }
 
 }  // namespace
@@ -101,6 +101,8 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
   if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
     catalogue_->startLoad(catalogue_->paging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {
+                            // A page that has come, and is likely to be this one; its own check follows.
+                            if (!wanted.isForced && catalogue_->paging.unmerged > 0) return;
                             loadRecordPage(wanted.page, MaxRetryCount, opened);
                           });
   }
@@ -132,12 +134,18 @@ void QXCourseManager::loadRecordPage(std::int64_t page, std::int64_t retryCount,
           std::nullopt, std::nullopt,
           [this, inFlight, load, ticket](const auto&, bool success, const json::object& reply) {
             ticket->answered();
-            inFlight->signal();
             std::shared_ptr<const json::array> items = keepItems(reply);
-            if (!success || items == nullptr) return retryRecordPage(load);
+            if (!success || items == nullptr) {
+              inFlight->signal();
+              return retryRecordPage(load);
+            }
+            UnmergedPage unmerged(catalogue_->paging);
+            inFlight->signal();
             // The main thread only hands the page on; the rest is the workers'.
             catalogue_->merges->post(
-                [this, load, courses = std::move(items)] { mergeRecordPage(load, *courses); });
+                [this, load, courses = std::move(items), page = std::move(unmerged)]() mutable {
+                  mergeRecordPage(load, *courses, page);
+                });
           },
           [givenUp, ticket](const auto&) {
             ticket->answered();
@@ -152,25 +160,18 @@ void QXCourseManager::retryRecordPage(const PageLoad& load) {
   catalogue_->merges->post([this, load] { checkAfterRecordPage(load, false); });
 }
 
-void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items) {
+void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items,
+                                      UnmergedPage& unmerged) {
   bool lastPage = false;
   {
-    const CatalogueLock lock(*catalogue_);
+    CatalogueLock lock(*catalogue_);
     // Another user's page is merged nowhere.
     if (catalogue_->opened() == load.opened) {
-      RecordPageEffects effects(*catalogue_, items);
-      const PageView before(catalogue_->cloud.list(), load.page);
-      OptionalString cursor = catalogue_->paging.cursor;
-      const PageMergeResult result =
-          mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
-      catalogue_->paging.cursor = cursor;
-      const bool isChanged = before != PageView(catalogue_->cloud.list(), load.page);
-      catalogue_->paging.repeats.merged(load.page, load.status, isChanged);
-      if (result.writeList) catalogue_->cloud.saveLists();
-      catalogue_->tell(pageChange({CourseListKind::Recorded}, load.page, items));
-      lastPage = result.lastPage;
+      CatalogueSteps steps(*catalogue_, lock);
+      lastPage = mergeRecordedPage(*catalogue_, load, items, steps, unmerged);
     }
   }
+  unmerged.end();
   checkAfterRecordPage(load, lastPage);
 }
 

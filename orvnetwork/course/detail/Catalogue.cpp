@@ -77,7 +77,7 @@ std::optional<WantedPage> Catalogue::wantedByNow(const Paging& kind, const Wante
   const bool isLive = &kind == &livePaging;
   const std::uint64_t status = isLive ? first->status.value_or(0) : 0;
   const std::optional<std::int64_t> page = chosenPage(*first, isLive ? live.size(status) : cloud.size());
-  return page ? WantedPage{.page = *page, .status = status} : chosen;
+  return page ? WantedPage{.page = *page, .status = status, .isForced = first->force} : chosen;
 }
 
 void Catalogue::ensureLoaded() {

@@ -5,8 +5,11 @@
 #include <orvnetwork/data/Property.h>
 #include <orvnetwork/platform/Semaphore.h>
 
+#include <atomic>
+#include <cstddef>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace orv {
 
@@ -17,6 +20,8 @@ struct Paging {
   Property<OptionalString> cursor;
   /// Taken while a page is on its way.
   Property<std::shared_ptr<Semaphore>> inFlight;
+  /// How many pages have come and are not in the list yet.
+  std::atomic<std::size_t> unmerged = 0;
   PageRepeats repeats;
   /// Held for the whole of a look at what is to be answered and asked for, which gives the catalogue away between its
   /// steps: two at once would each ask for the next page, and each page's reply brings a look of its own. Taken before
@@ -24,11 +29,28 @@ struct Paging {
   std::mutex looking;
 };
 
+/// A page that has come; `Paging::unmerged` counts it until it is in the list, or dropped.
+class UnmergedPage {
+ public:
+  explicit UnmergedPage(Paging& paging) : count_(&paging.unmerged) { ++*count_; }
+  UnmergedPage(UnmergedPage&& other) noexcept : count_(std::exchange(other.count_, nullptr)) {}
+  UnmergedPage& operator=(UnmergedPage&&) = delete;
+  ~UnmergedPage() { end(); }
+  void end() {
+    if (auto* const count = std::exchange(count_, nullptr)) --*count;
+  }
+
+ private:
+  std::atomic<std::size_t>* count_;
+};
+
 /// The page that the oldest request wants next.
 struct WantedPage {
   std::int64_t page = 0;
   /// Of live courses, the list.
   std::uint64_t status = 0;
+  /// It is wanted whatever the list holds.
+  bool isForced = false;
   /// It is the first one that the request asks for.
   bool startsPass = false;
 };

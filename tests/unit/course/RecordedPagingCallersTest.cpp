@@ -93,6 +93,51 @@ TEST_F(RecordedPagingCallers, OnePageIsOnTheWireAtATime) {
   EXPECT_FALSE(courses().reqRecordSemaphore()->tryWait());
 }
 
+TEST_F(RecordedPagingCallers, PageThatHasComeIsNotAskedForAgainBeforeItIsMerged) {
+  listRooms(100, 71);
+  signIn();
+  // Which of the two goes first, the merge or the other one's look, is left to chance.
+  for (int turn = 0; turn < 32; ++turn) {
+    courses().setCloudCourseList({});
+    pagesAsked.clear();
+    answers.clear();
+    holdPages();
+    ask("a", 0, 30);
+    settle();
+    platform.holdGlobalQueue(true);
+    answerHeld(pageAsked(held.front()));
+    ask("b", 0, 30);
+    instead = nullptr;
+    platform.holdGlobalQueue(false);
+    settle();
+    std::ranges::sort(answers);
+    ASSERT_EQ(answers, (Strings{"a true 30", "b true 30"})) << turn;
+    ASSERT_EQ(pagesAsked, Strings{"items 1"}) << turn;
+  }
+}
+
+TEST_F(RecordedPagingCallers, ForcedPageIsAskedForWhileAnotherOneIsMerged) {
+  listRooms(100, 41);
+  signIn();
+  std::size_t asked = 0;
+  for (int turn = 0; turn < 32; ++turn) {
+    courses().setCloudCourseList({});
+    holdPages();
+    ask("a", 0, 1);
+    settle();
+    platform.holdGlobalQueue(true);
+    answerHeld(pageAsked(held.front()));
+    instead = nullptr;
+    pagesAsked.clear();
+    courses().setRequestRecordList({});
+    ask("b", 30, 30, true);
+    platform.holdGlobalQueue(false);
+    settle();
+    asked += static_cast<std::size_t>(std::ranges::count(pagesAsked, "items 2"));
+  }
+  EXPECT_EQ(asked, 32u);
+}
+
 TEST_F(RecordedPagingCallers, NextPageIsForTheOldestRequest) {
   listRooms(300, 151);
   signIn();
