@@ -70,7 +70,18 @@ std::optional<WantedPage> takeNextRecordedPage(Catalogue& catalogue, RequestList
   if (!next) return std::nullopt;
   if (next->startsPass) catalogue.paging.cursor = std::nullopt;
   if (next->endIndex) left.push_back(requests.noteEndIndex(first, next->endIndex));
-  return WantedPage{.page = next->page, .isForced = first->force, .startsPass = next->startsPass};
+  return WantedPage{.page = next->page,
+                    .isForced = first->force,
+                    .ended = catalogue.paging.ended,
+                    .startsPass = next->startsPass};
+}
+
+// This does not.
+
+/// Whether another page has come since this one was wanted, or waits to be merged: it is likely to be the same one, and its
+/// own look at the requests follows.
+bool isOutdated(const Paging& paging, const WantedPage& wanted) {
+  return !wanted.isForced && (paging.unmerged > 0 || paging.ended != wanted.ended);
 }
 
 }  // namespace
@@ -101,8 +112,7 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
   if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
     catalogue_->startLoad(catalogue_->paging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {
-                            // A page that has come, and is likely to be this one; its own check follows.
-                            if (!wanted.isForced && catalogue_->paging.unmerged > 0) return;
+                            if (isOutdated(catalogue_->paging, wanted)) return;
                             loadRecordPage(wanted.page, MaxRetryCount, opened);
                           });
   }

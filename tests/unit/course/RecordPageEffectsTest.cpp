@@ -223,7 +223,7 @@ TEST_F(RecordPageFiles, AreFinishedBeforeACourseGoesWhoseRecordNamesOneOfThem) {
 }
 
 TEST_F(RecordPageFiles, StayUnfinishedWhileACourseIsDroppedThatIsNotInThePage) {
-  courses.cloud.list().append("9");
+  for (const char* key : {"9", "3"}) courses.cloud.list().append(key);
   putPropertyList(pathOf(9), item(9, "old"));
   begin({item(3, "new")});
   effects->take(0, "3", false);
@@ -241,8 +241,10 @@ TEST_F(RecordPageFiles, RecordThatNoMemoryKeepsIsWrittenAtOnceAndOnce) {
   EXPECT_EQ(inMemory(0), nullptr);
   ASSERT_NE(onDisk(0), nullptr);
   EXPECT_EQ(onDisk(0)->title, "without a room");
+  const auto looks = files.calls(FileOperation::Read);
   finishAll();
   EXPECT_EQ(files.calls(FileOperation::WriteAtomically), 1u);
+  EXPECT_EQ(files.calls(FileOperation::Read), looks) << "nobody looks whether it has to be written again";
   EXPECT_TRUE(queue().empty());
 }
 
