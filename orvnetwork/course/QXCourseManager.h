@@ -18,7 +18,6 @@ namespace orv {
 struct Catalogue;
 class CourseStore;
 struct PageLoad;
-class UnmergedPage;
 
 /// The courses of the user who is signed in, and of their classroom: those recorded on this device, those recorded in
 /// the cloud, and the live ones by status.
@@ -270,7 +269,7 @@ class ORV_EXPORT QXCourseManager final {
   void loadRecordPage(std::int64_t page, std::int64_t retryCount, std::uint64_t opened);
   void loadLivePage(std::int64_t page, std::uint64_t status, std::int64_t retryCount, std::uint64_t opened);
   void retryRecordPage(const PageLoad& load);
-  void mergeRecordPage(const PageLoad& load, const json::array& items, UnmergedPage& unmerged);
+  void mergeRecordPage(const PageLoad& load, const json::array& items);
   void checkAfterRecordPage(const PageLoad& load, bool lastPage);
   void retryLivePage(const PageLoad& load);
   void mergeLiveCoursePage(const PageLoad& load, const json::array& items);

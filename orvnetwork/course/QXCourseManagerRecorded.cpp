@@ -9,7 +9,7 @@
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
-#include <orvnetwork/course/detail/RecordedPageMerge.h>
+#include <orvnetwork/course/detail/RecordPageEffects.h>
 #include <orvnetwork/course/detail/RequestList.h>
 
 #include <memory>
@@ -70,18 +70,7 @@ std::optional<WantedPage> takeNextRecordedPage(Catalogue& catalogue, RequestList
   if (!next) return std::nullopt;
   if (next->startsPass) catalogue.paging.cursor = std::nullopt;
   if (next->endIndex) left.push_back(requests.noteEndIndex(first, next->endIndex));
-  return WantedPage{.page = next->page,
-                    .isForced = first->force,
-                    .ended = catalogue.paging.ended,
-                    .startsPass = next->startsPass};
-}
-
-// This does not.
-
-/// Whether another page has come since this one was wanted, or waits to be merged: it is likely to be the same one, and its
-/// own look at the requests follows.
-bool isOutdated(const Paging& paging, const WantedPage& wanted) {
-  return !wanted.isForced && (paging.unmerged > 0 || paging.ended != wanted.ended);
+  return WantedPage{.page = next->page, .startsPass = next->startsPass};
 }
 
 }  // namespace
@@ -112,7 +101,6 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
   if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
     catalogue_->startLoad(catalogue_->paging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {
-                            if (isOutdated(catalogue_->paging, wanted)) return;
                             loadRecordPage(wanted.page, MaxRetryCount, opened);
                           });
   }
@@ -144,18 +132,12 @@ void QXCourseManager::loadRecordPage(std::int64_t page, std::int64_t retryCount,
           std::nullopt, std::nullopt,
           [this, inFlight, load, ticket](const auto&, bool success, const json::object& reply) {
             ticket->answered();
-            std::shared_ptr<const json::array> items = keepItems(reply);
-            if (!success || items == nullptr) {
-              inFlight->signal();
-              return retryRecordPage(load);
-            }
-            UnmergedPage unmerged(catalogue_->paging);
             inFlight->signal();
+            std::shared_ptr<const json::array> items = keepItems(reply);
+            if (!success || items == nullptr) return retryRecordPage(load);
             // The main thread only hands the page on; the rest is the workers'.
             catalogue_->merges->post(
-                [this, load, courses = std::move(items), page = std::move(unmerged)]() mutable {
-                  mergeRecordPage(load, *courses, page);
-                });
+                [this, load, courses = std::move(items)] { mergeRecordPage(load, *courses); });
           },
           [givenUp, ticket](const auto&) {
             ticket->answered();
@@ -170,18 +152,25 @@ void QXCourseManager::retryRecordPage(const PageLoad& load) {
   catalogue_->merges->post([this, load] { checkAfterRecordPage(load, false); });
 }
 
-void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items,
-                                      UnmergedPage& unmerged) {
+void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items) {
   bool lastPage = false;
   {
-    CatalogueLock lock(*catalogue_);
+    const CatalogueLock lock(*catalogue_);
     // Another user's page is merged nowhere.
     if (catalogue_->opened() == load.opened) {
-      CatalogueSteps steps(*catalogue_, lock);
-      lastPage = mergeRecordedPage(*catalogue_, load, items, steps, unmerged);
+      RecordPageEffects effects(*catalogue_, items);
+      const PageView before(catalogue_->cloud.list(), load.page);
+      OptionalString cursor = catalogue_->paging.cursor;
+      const PageMergeResult result =
+          mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
+      catalogue_->paging.cursor = cursor;
+      const bool isChanged = before != PageView(catalogue_->cloud.list(), load.page);
+      catalogue_->paging.repeats.merged(load.page, load.status, isChanged);
+      if (result.writeList) catalogue_->cloud.saveLists();
+      catalogue_->tell(pageChange({CourseListKind::Recorded}, load.page, items));
+      lastPage = result.lastPage;
     }
   }
-  unmerged.end();
   checkAfterRecordPage(load, lastPage);
 }
 

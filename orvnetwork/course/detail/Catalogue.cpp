@@ -75,15 +75,9 @@ std::optional<WantedPage> Catalogue::wantedByNow(const Paging& kind, const Wante
   const RequestList::Entry first = kind.requests.first();
   if (first == nullptr) return std::nullopt;
   const bool isLive = &kind == &livePaging;
-  WantedPage wanted = chosen;
-  wanted.isForced = first->force;
-  wanted.ended = kind.ended;
   const std::uint64_t status = isLive ? first->status.value_or(0) : 0;
-  if (const auto page = chosenPage(*first, isLive ? live.size(status) : cloud.size())) {
-    wanted.page = *page;
-    wanted.status = status;
-  }
-  return wanted;
+  const std::optional<std::int64_t> page = chosenPage(*first, isLive ? live.size(status) : cloud.size());
+  return page ? WantedPage{.page = *page, .status = status} : chosen;
 }
 
 void Catalogue::ensureLoaded() {

@@ -110,13 +110,6 @@ class CatalogueLock {
     held_.reset();
     take();
   }
-  /// Does something while whoever wants it may have the catalogue; afterwards it may be another user's, as above.
-  template <typename Work>
-  void letGoFor(Work&& work) {
-    held_.reset();
-    work();
-    take();
-  }
 
  private:
   void take() {

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 
 namespace orv {
 
@@ -22,19 +21,6 @@ class CatalogueSteps {
   /// end, since whom it was for is not there any more.
   bool next() {
     if (++made_ % kAtATime == 0) lock_.giveWay();
-    return isSame();
-  }
-  /// The same after a step that may take longer: to write a file takes 0.1 ms on one disk and 1 ms on another.
-  bool rest() {
-    made_ = 0;
-    lock_.giveWay();
-    return isSame();
-  }
-  /// A step that takes longer and needs nothing of the catalogue, which others may have meanwhile; as above.
-  template <typename Work>
-  bool aside(Work&& work) {
-    made_ = 0;
-    lock_.letGoFor(std::forward<Work>(work));
     return isSame();
   }
   bool isSame() const { return catalogue_.opened() == opened_; }

@@ -70,14 +70,6 @@ bool Collection::saveLists() {
   return files_.writeList(lists_.size() == 1 ? stored.front().get_array() : stored);
 }
 
-std::function<void()> Collection::writingOfLists() {
-  const std::string* const text = kind_.durability == Durability::Plain ? text_.of(lists_) : nullptr;
-  if (text == nullptr) return nullptr;
-  return [file = files_.list(), text = *text] {
-    if (file) file->writeText(text);
-  };
-}
-
 void Collection::open(const std::string& base) {
   const OptionalString folder =
       QXPathManager::sharedManager().createFolderWithSuffix(appendPathComponent(base, kind_.folder));

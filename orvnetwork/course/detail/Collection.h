@@ -64,9 +64,6 @@ class Collection {
   void remove(const std::string& key);
   /// Writes the keys: one list as it is, several as an array of lists. Whether the disk has taken them.
   bool saveLists();
-  /// The same as something to be done later, on any thread and by who does not hold the catalogue: it writes the keys as
-  /// they are now. Empty for lists that are not written that way.
-  std::function<void()> writingOfLists();
 
   /// Makes the folder below the catalogue's, `base`, and notes where the files are.
   void open(const std::string& base);

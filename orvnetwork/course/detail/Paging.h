@@ -5,11 +5,8 @@
 #include <orvnetwork/data/Property.h>
 #include <orvnetwork/platform/Semaphore.h>
 
-#include <atomic>
-#include <cstdint>
 #include <memory>
 #include <mutex>
-#include <utility>
 
 namespace orv {
 
@@ -20,8 +17,6 @@ struct Paging {
   Property<OptionalString> cursor;
   /// Taken while a page is on its way.
   Property<std::shared_ptr<Semaphore>> inFlight;
-  /// How many pages have come and are not in the list yet, and how many are in it by now, or were dropped.
-  std::atomic<std::uint64_t> unmerged = 0, ended = 0;
   PageRepeats repeats;
   /// Held for the whole of a look at what is to be answered and asked for, which gives the catalogue away between its
   /// steps: two at once would each ask for the next page, and each page's reply brings a look of its own. Taken before
@@ -29,34 +24,11 @@ struct Paging {
   std::mutex looking;
 };
 
-/// A page that has come: `Paging` counts it as unmerged until it is in the list, or dropped. A look at the requests follows
-/// in either case.
-class UnmergedPage {
- public:
-  explicit UnmergedPage(Paging& paging) : paging_(&paging) { ++paging_->unmerged; }
-  UnmergedPage(UnmergedPage&& other) noexcept : paging_(std::exchange(other.paging_, nullptr)) {}
-  UnmergedPage& operator=(UnmergedPage&&) = delete;
-  ~UnmergedPage() { end(); }
-  void end() {
-    Paging* const paging = std::exchange(paging_, nullptr);
-    if (paging == nullptr) return;
-    ++paging->ended;  // First: at each moment one of the two tells of it.
-    --paging->unmerged;
-  }
-
- private:
-  Paging* paging_;
-};
-
 /// The page that the oldest request wants next.
 struct WantedPage {
   std::int64_t page = 0;
   /// Of live courses, the list.
   std::uint64_t status = 0;
-  /// It is wanted whatever the list holds.
-  bool isForced = false;
-  /// What `Paging::ended` was when it was wanted.
-  std::uint64_t ended = 0;
   /// It is the first one that the request asks for.
   bool startsPass = false;
 };
