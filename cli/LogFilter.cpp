@@ -12,6 +12,9 @@ namespace orv::cli {
 
 namespace {
 
+/// More of one entry is not kept: a file without stamps is one entry, however long it is.
+constexpr std::size_t kLongestEntry = std::size_t{8} << 20;
+
 std::string lowered(std::string_view text) {
   std::string result(text);
   std::ranges::transform(result, result.begin(),
@@ -34,6 +37,7 @@ std::string LogFilter::flush() {
   const std::string entry = std::exchange(entry_, {});
   // Of what is searched for secrets nobody may learn by what is found.
   std::string shown = printable(hideSecrets(entry));
+  if (std::exchange(isCut_, false)) shown += "(the rest is left out: it is too long)\n";
   return isWanted(shown) ? shown : "";
 }
 
@@ -43,7 +47,9 @@ std::string LogFilter::take(std::string_view lines) {
     const std::size_t end = std::min(lines.find('\n'), lines.size() - 1) + 1;
     const std::string_view line = lines.substr(0, end);
     if (isLineOfLog(line)) wanted += flush();
-    entry_ += line;
+    const std::string_view kept = line.substr(0, kLongestEntry - entry_.size());
+    entry_ += kept;
+    isCut_ = isCut_ || kept.size() < line.size();
     lines.remove_prefix(end);
   }
   return wanted;

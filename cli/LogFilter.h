@@ -26,6 +26,7 @@ class LogFilter {
   const OptionalString since_;
   const OptionalString text_;
   std::string entry_;
+  bool isCut_ = false;
 };
 
 }  // namespace orv::cli

@@ -57,8 +57,11 @@ std::optional<Seconds> wastedOnWide(const ConnectReport& report) {
   const auto winner = std::ranges::find(report.attempts, true, &AddressAttempt::won);
   if (winner == report.attempts.end() || isWide(*winner)) return std::nullopt;
   const auto wide = std::find_if(report.attempts.begin(), winner, isWide);
-  if (wide == winner || winner->begun - wide->begun < kNoticed) return std::nullopt;
-  return winner->begun - wide->begun;
+  if (wide == winner) return std::nullopt;
+  // From there on an IPv4 one was waited for, if it was not the first of them that took the connection.
+  const auto narrow = std::find_if_not(wide, winner, isWide);
+  const Seconds wasted = narrow->begun - wide->begun;
+  return wasted < kNoticed ? std::nullopt : std::optional(wasted);
 }
 
 /// Whether the settings of TLS could not be used, so that nothing was tried.

@@ -98,11 +98,12 @@ bool TraceFile::append(std::string line) {
 bool TraceFile::makeRoom(std::uint64_t size) {
   if (size_ == 0 || size_ + size < bound_) return true;
   auto& files = Platform::current().files();
-  // What is no file, such as a terminal, does not grow.
-  if (files.fileSize(path_).value_or(0) < size_ / 2) return true;
+  const bool isThere = files.exists(path_);
+  // What is no file, such as a terminal, does not grow. A file that somebody has removed does, and nobody sees it.
+  if (isThere && files.fileSize(path_).value_or(0) < size_ / 2) return true;
   std::error_code error;
   errno = 0;
-  if (!files.rename(path_, path_ + ".1", error) && !files.remove(path_, error)) {
+  if (isThere && !files.rename(path_, path_ + ".1", error) && !files.remove(path_, error)) {
     couldNot("is full, and cannot be renamed");
     return false;
   }

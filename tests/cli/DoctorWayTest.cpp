@@ -213,6 +213,15 @@ INSTANTIATE_TEST_SUITE_P(
                        {"203.0.113.7", Seconds(0.001), Seconds(0.01), true, {}}};
                  }),
             "good", Verdict::Ok, "12 ms"),
+        way("WideFailsAtOnceAndNarrowIsDead", judgeConnect,
+            with(reached(),
+                 [](auto& f) {
+                   f.report.attempts = {
+                       {"2001:db8::7", Seconds(0), Seconds(0), false, Error{kSystem, ENETUNREACH, "no"}},
+                       {"203.0.113.7", Seconds(0), Seconds(0.3), false, {}},
+                       {"203.0.113.8", Seconds(0.25), Seconds(0.01), true, {}}};
+                 }),
+            "good", Verdict::Ok, "12 ms"),
         way("ConnectByProxy", judgeConnect, proxied(reached()), "byProxy", Verdict::Skipped, "the proxy")),
     rowName);
 

@@ -117,6 +117,18 @@ TEST(LogFilter, LetsWholeEntriesThrough) {
   EXPECT_EQ(allOf(text, lines), "2026/11/22 14:30:00.000 - Link is UP\n  with more\n");
 }
 
+TEST(LogFilter, KeepsNoMoreOfAnEntryThanHasABound) {
+  cli::LogFilter all({}, {});
+  const std::string line = std::string((std::size_t{1} << 20) - 1, 'x') + "\n";
+  std::string shown = all.take("2026/11/22 14:30:00.000 - begins\n");
+  for (int megabyte = 0; megabyte < 40; ++megabyte) shown += all.take(line);
+  shown += all.flush();
+  EXPECT_EQ(shown.size() >> 20, 8u);
+  EXPECT_TRUE(shown.starts_with("2026/11/22 14:30:00.000 - begins\nxxx"));
+  EXPECT_TRUE(shown.ends_with("(the rest is left out: it is too long)\n"));
+  EXPECT_EQ(allOf(all, "2026/11/22 14:30:01.000 - next\n"), "2026/11/22 14:30:01.000 - next\n");
+}
+
 TEST(LogFilter, SearchesWhatIsShownAndNotWhatIsHidden) {
   const std::string line = "2026/11/22 14:30:00.000 - {\"pwd\":\"rosebud\"}\n";
   cli::LogFilter any({}, "pwd"), secret({}, "rosebud");

@@ -107,6 +107,19 @@ TEST_F(TraceFileOnDisk, GoesOnToAnotherFileAndKeepsTheNewestOnes) {
   EXPECT_EQ(file->lost(), 0u);
 }
 
+TEST_F(TraceFileOnDisk, GoesOnToANewFileAtItsBoundWhenSomebodyHasRemovedIt) {
+  constexpr std::uint64_t kBound = 4096;
+  const auto file = open(kBound);
+  file->write(entry());
+  std::error_code error;
+  ASSERT_TRUE(platform.files().remove(kPath, error));
+  for (int i = 0; i < 200; ++i) file->write(entry("number " + std::to_string(i)));
+  ASSERT_TRUE(platform.files().contents(kPath)) << "it goes where nobody finds it, without end";
+  EXPECT_LE(platform.files().contents(kPath)->size(), kBound);
+  EXPECT_EQ(lines().back().at("text"), json::value("number 199"));
+  EXPECT_EQ(file->trouble(), std::nullopt);
+}
+
 TEST_F(TraceFileOnDisk, TakesAnEntryThatIsLargerThanItsBound) {
   const auto file = open(1000);
   file->write(entry(std::string(5000, 'x')));
