@@ -55,10 +55,11 @@ QString Application::start(const Preferences& preferences) {
 }
 
 void Application::change(const Preferences& made) {
-  made.write(file_);
   const QByteArray place = window_->saveGeometry();
   const QString complaint = start(made);
   if (complaint.isEmpty()) {
+    // What nothing can be started with must not be there at the next start.
+    made.write(file_);
     window_->restoreGeometry(place);
     return;
   }

@@ -1,9 +1,9 @@
 #include "Preferences.h"
 
+#include <orvnetwork/data/Url.h>
 #include <orvnetwork/platform/ProxySettings.h>
 
 #include <QSettings>
-#include <QUrl>
 
 namespace classroom {
 
@@ -32,9 +32,9 @@ void Preferences::write(const QString& file) const {
 }
 
 QString Preferences::complaint() const {
-  const QUrl url(server, QUrl::StrictMode);
-  const bool isServer = url.isValid() && !url.host().isEmpty() &&
-                        (url.scheme() == QLatin1String("ws") || url.scheme() == QLatin1String("wss"));
+  // By the rules of the client, which would not start with anything else.
+  const auto url = orv::parseUrl(server.toStdString());
+  const bool isServer = url && (url->scheme == "ws" || url->scheme == "wss");
   if (!isServer) {
     return say("The server's address begins with wss:// or ws:// and names a host.",
                "服务器地址以 wss:// 或 ws:// 开头，并包含主机名。");

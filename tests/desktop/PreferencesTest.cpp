@@ -46,6 +46,20 @@ TEST_F(DesktopPreferences, StandInTheDialogue) {
   }
 }
 
+TEST_F(DesktopPreferences, AreNotTakenOverWithAServerThatTheClientWouldNotTake) {
+  for (const char* address :
+       {"", "nowhere", "http://host/", "ws://", "ws://host:0/", "wss://课堂.example/link", "ws://a b/"}) {
+    Preferences made = preferences;
+    made.server = QString::fromUtf8(address);
+    EXPECT_NE(made.complaint(), "") << address;
+  }
+  for (const char* address : {"ws://127.0.0.1:9000", "wss://class.example/link", "WSS://[::1]:443/"}) {
+    Preferences made = preferences;
+    made.server = QString::fromUtf8(address);
+    EXPECT_EQ(made.complaint(), "") << address;
+  }
+}
+
 TEST_F(DesktopPreferences, AreNotTakenOverWithAProxyThatIsNotNamed) {
   SettingsDialog dialog(preferences, nullptr);
   dialog.findChild<QComboBox*>(QStringLiteral("way"))->setCurrentIndex(2);
