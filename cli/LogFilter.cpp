@@ -37,8 +37,10 @@ std::string LogFilter::flush() {
   const std::string entry = std::exchange(entry_, {});
   // Of what is searched for secrets nobody may learn by what is found.
   std::string shown = printable(hideSecrets(entry));
-  if (std::exchange(isCut_, false)) shown += "(the rest is left out: it is too long)\n";
-  return isWanted(shown) ? shown : "";
+  const bool isCut = std::exchange(isCut_, false);
+  if (!isWanted(shown)) return "";
+  if (isCut) shown += "\n(the rest is left out: it is too long)\n";
+  return shown;
 }
 
 std::string LogFilter::take(std::string_view lines) {

@@ -1,5 +1,7 @@
 #include "Desktop.h"
 
+#include <tests/devserver/OtherDevice.h>
+
 #include <examples/classroom/Language.h>
 #include <examples/classroom/Look.h>
 #include <examples/classroom/Preferences.h>
@@ -175,9 +177,7 @@ TEST_F(Desktop, ABannerSaysWhatIsWrongWithTheLinkUntilItIsBack) {
 TEST_F(Desktop, AnotherDeviceEndsTheSessionHereAndAPersonSignsInAgain) {
   start();
   signIn();
-  // A renewal that is under way would confirm the session again.
-  server.revokeTokens("100001");
-  server.push("User.OtherDevice.Logout");
+  orv::test::endSessionOf(server, "100001");
   ASSERT_TRUE(
       comes("the form", [this] { return isShown("signIn") && shown("why").contains("another device"); }));
   signIn();

@@ -1,5 +1,7 @@
 #include "GtkDesktop.h"
 
+#include <tests/devserver/OtherDevice.h>
+
 #include <algorithm>
 #include <string>
 
@@ -116,9 +118,7 @@ TEST_F(GtkDesktop, ABannerSaysWhatIsWrongWithTheLinkUntilItIsBack) {
 TEST_F(GtkDesktop, AnotherDeviceEndsTheSessionHereAndAPersonSignsInAgain) {
   ASSERT_TRUE(comes("the form", [this] { return isShown("signIn"); }));
   signIn();
-  // A renewal that is under way would confirm the session again.
-  server.revokeTokens("100001");
-  server.push("User.OtherDevice.Logout");
+  orv::test::endSessionOf(server, "100001");
   ASSERT_TRUE(comes("the form", [this] {
     return isShown("signIn") && shown("why").find("another device") != std::string::npos;
   }));

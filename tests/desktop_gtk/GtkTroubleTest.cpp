@@ -156,9 +156,7 @@ TEST_F(GtkTrouble, APersonMayCloseTheWindowBeforeTheProgramDoes) {
   ASSERT_TRUE(comes("the form", [this] { return isShown("signIn"); }));
   signIn();
   gtk_window_close(GTK_WINDOW(window()));
-  // A renewal that is under way would confirm the session again.
-  server.revokeTokens("100001");
-  server.push("User.OtherDevice.Logout");
+  orv::test::endSessionOf(server, "100001");
   const Ref<OrvSession> session(orv::glib::newSession(client()));
   EXPECT_TRUE(comes("the end of the session",
                     [&] { return orv::glib::infoOf(session.get()).state == orv::SessionState::TakenOver; }));

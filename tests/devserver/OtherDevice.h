@@ -33,6 +33,13 @@ class OtherDevice {
   RawClient client_;
 };
 
+/// What a device does that ends the session of another one, whose user this is: a renewal of that which is under way is
+/// refused, and does not confirm it again.
+inline void endSessionOf(DevServer& server, std::string_view user) {
+  server.revokeTokens(user);
+  server.push("User.OtherDevice.Logout");
+}
+
 /// How many frames with this command in them the server has got.
 inline std::ptrdiff_t timesAsked(const DevServer& server, std::string_view command) {
   return std::ranges::count_if(server.receivedFrames(), [command](const auto& frame) {
