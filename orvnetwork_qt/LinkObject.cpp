@@ -7,6 +7,7 @@
 
 #include <QPointer>
 #include <string_view>
+#include <utility>
 
 namespace orv::qt {
 
@@ -18,7 +19,7 @@ static_assert(static_cast<int>(LinkState::Up) == LinkObject::Up);
 static_assert(static_cast<int>(LinkState::Waiting) == LinkObject::Waiting);
 
 LinkObject::LinkObject(Client& client, QObject* parent)
-    : QObject(parent), link_(client.link()), now_(link_.snapshot()) {
+    : QObject(parent), link_(client.link()), now_(link_.snapshot()), upTold_(now_.isUp()) {
   changed_ = link_.onChanged([this](const LinkChange& change) { take(change.now); });
 }
 
@@ -26,11 +27,11 @@ LinkObject::~LinkObject() = default;
 
 void LinkObject::take(const LinkSnapshot& now) {
   if (now == now_) return;
-  const bool wasUp = isUp();
   now_ = now;
   const QPointer<LinkObject> self(this);
   Q_EMIT changed();
-  if (self && isUp() != wasUp) Q_EMIT upChanged(isUp());
+  // A loop in a slot may have gone on to the next change, and told of that.
+  if (self && std::exchange(upTold_, isUp()) != isUp()) Q_EMIT upChanged(isUp());
 }
 
 LinkObject::State LinkObject::state() const {

@@ -79,6 +79,7 @@ class ORV_EXPORT LinkObject : public QObject {
 
   LinkStatus& link_;
   LinkSnapshot now_;
+  bool upTold_;
   Subscription changed_;
 };
 

@@ -10,22 +10,24 @@
 namespace orv::detail {
 
 /// The answer to a request, and how many of the request's callbacks are left that could bring it.
+///
+/// It is told in a turn of its own: all other requests wait for the return of a callback that a request calls by itself, and
+/// who is told here may run a loop of its own, a dialogue say, that needs them.
 class QuestionState final : public PendingState<Reply> {
  public:
   void answered(const json::object& frame) {
-    if (settle(Reply(keepReply(frame)))) deliver(shared_from_this());
+    if (settle(Reply(keepReply(frame)))) deliverSoon();
   }
 
   void timedOut(const std::shared_ptr<QXRequestItem>& item) {
     if (!isWanted()) return;
     if (!isBeingAsked) {
       settle(Reply(ReplyOutcome::TimedOut, whyNoAnswer(), item ? item->command : std::nullopt));
-      deliver(shared_from_this());
     } else {
       settle(item ? Reply(ReplyOutcome::NoLink, whyNoLink(), item->command)
                   : Reply(ReplyOutcome::TimedOut, "with these arguments nothing was sent", std::nullopt));
-      deliverSoon();
     }
+    deliverSoon();
   }
 
   /// A later request has taken this one's identifier, and nobody would ever call.

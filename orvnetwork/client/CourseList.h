@@ -117,7 +117,8 @@ class ORV_EXPORT CourseList {
   [[nodiscard]] Pending<> whenStored();
 
   /// Calls `callback` with all that changes from now on, in turns of the main queue of their own, until the subscription is
-  /// destroyed. How things stand now is what the list gives out.
+  /// destroyed. How things stand now is what the list gives out. One that runs a loop of its own is told the rest when it has
+  /// returned: the list may be further by then.
   [[nodiscard]] Subscription onChanged(std::function<void(const CourseListChange&)> callback);
 
  private:

@@ -43,7 +43,7 @@ class LinkTracker;
 /// The `Client` has one. Main thread: it is called there and calls back there. Nothing in it waits.
 class ORV_EXPORT LinkStatus {
  public:
-  /// Is called with a change. What it throws is logged on the console.
+  /// Is called with a change. What it throws is logged on the console. One that runs a loop of its own is called in it too.
   using Callback = std::function<void(const LinkChange& change)>;
 
   LinkStatus(const LinkStatus&) = delete;

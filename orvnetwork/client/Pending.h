@@ -53,8 +53,8 @@ class PendingPromise;
 /// `Pending<>` tells a `PendingEnd`. A coroutine that awaits something which is destroyed by somebody else is told
 /// "cancelled".
 ///
-/// **Nobody is called inside the call that caused it.** An answer that comes in a turn of the main queue is told in that
-/// turn; all else, such as that there is no link, in a later one.
+/// **Nobody is called inside the call that caused it**, but in a turn of the main queue in which nothing of the library is
+/// under way. Who is told may run a loop of its own, as a modal dialogue does: other answers come in it.
 ///
 /// A coroutine that returns a `Pending` begins at once, awaits other `Pending`s only, and must not throw: what it throws
 /// is logged on the console, and who waits is told `PendingEnd::Thrown`. Its parameters are copied into its frame; let none

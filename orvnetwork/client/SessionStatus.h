@@ -72,7 +72,7 @@ class ORV_EXPORT SessionStatus {
   std::shared_ptr<const OrvUserInfoModel> user() const;
 
   /// Calls `callback` after each change, and once in the next turn with the present: then `before` and `now` are equal.
-  /// Otherwise they never are.
+  /// Otherwise they never are. One that runs a loop of its own is called in it too.
   [[nodiscard]] Subscription onChanged(std::function<void(const SessionChange& change)> callback);
 
   /// Signs a user in and stores them. Somebody who is signed in stays so until then. Without a link it waits up to 10 s

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -16,11 +17,20 @@
 
 namespace orv {
 
+/// Whether a subscriber that runs a loop of its own is told more in that loop.
+enum class Reentry {
+  Allowed,  ///< it is called again, inside the call that runs the loop
+  Deferred,  ///< it is told when it has returned: for those who could not follow one change in the middle of another
+};
+
 /// Those who want to be told of something, and what they have not been told yet. Main thread only.
 ///
 /// Nobody is told inside the call that tells: all events of a turn reach the subscribers from a fresh turn of the main
 /// queue, in the order in which they were told, each subscriber in the order of subscription. Who subscribes is told what is
-/// told from then on. While one is told, what it causes waits for the next turn, also when it runs a loop of its own.
+/// told from then on. While one is told, what it causes waits for the next turn.
+///
+/// One that runs a loop of its own, a dialogue say, holds nobody up: the others are told in that loop. What becomes of what is
+/// for itself is chosen by `Reentry`.
 ///
 ///     orv::Subscribers<std::string> titles;
 ///     const orv::Subscription seen = titles.add([](const std::string& title) { show(title); });
@@ -33,7 +43,7 @@ class Subscribers {
   /// What it throws is logged on the console, and the next one is called.
   using Callback = std::function<void(const Event&)>;
 
-  Subscribers() = default;
+  explicit Subscribers(Reentry reentry = Reentry::Allowed) { list_->reentry = reentry; }
   Subscribers(const Subscribers&) = delete;
   Subscribers& operator=(const Subscribers&) = delete;
   ~Subscribers() { list_->closed = true; }
@@ -54,7 +64,11 @@ class Subscribers {
   /// @param event is moved in, and dropped when the last of them has been called with it
   void tell(Event event) {
     detail::expectMainThread("Subscribers::tell");
-    list_->events.push_back(News{list_->nextNumber++, std::move(event), nullptr});
+    forgetWithdrawn(*list_);
+    if (list_->entries.empty()) return;
+    const auto told = std::make_shared<const Event>(std::move(event));
+    for (const EntryPointer& entry : list_->entries) list_->calls.push_back({list_->nextNumber, entry, told});
+    ++list_->nextNumber;
     post(list_);
   }
   /// Whether nobody is subscribed: an event need not be made then.
@@ -67,29 +81,35 @@ class Subscribers {
   }
 
  private:
+  struct Call;
+
   /// One subscriber.
   struct Entry final : detail::Withdrawable {
     /// Lets go of the callback at once, unless that runs at this moment.
     void withdraw() noexcept override {
       withdrawn = true;
+      if (running > 0) return;
       const Callback dropped = std::exchange(callback, nullptr);
     }
     Callback callback;
-    std::uint64_t from = 0;  ///< the number of the first event that is for it
+    std::deque<Call> missed;  ///< what came up for it while it was being told
+    std::size_t running = 0;  ///< how many calls of it stand inside each other
     bool withdrawn = false;
   };
-  /// What was told, until it has been heard.
-  struct News {
-    std::uint64_t number;
-    Event event;
-    std::shared_ptr<Entry> only;  ///< whom it is for; null: for all
+  using EntryPointer = std::shared_ptr<Entry>;
+  /// One event for one subscriber.
+  struct Call {
+    std::uint64_t number;  ///< of the event
+    EntryPointer whom;
+    std::shared_ptr<const Event> event;
   };
   /// Shared with the turns that are posted: one that comes too late finds it closed.
   struct List {
-    std::vector<std::shared_ptr<Entry>> entries;
-    std::deque<News> events;
+    std::vector<EntryPointer> entries;
+    std::deque<Call> calls;  ///< in the order of the events
     std::uint64_t nextNumber = 0;
-    bool posted = false, telling = false, closed = false;
+    Reentry reentry = Reentry::Allowed;
+    bool posted = false, closed = false;
   };
   using ListPointer = std::shared_ptr<List>;
 
@@ -98,56 +118,58 @@ class Subscribers {
     auto entry = std::make_shared<Entry>();
     entry->callback = std::move(callback);
     if (present) {
-      list_->events.push_back(News{list_->nextNumber++, std::move(*present), entry});
+      list_->calls.push_back(
+          {list_->nextNumber++, entry, std::make_shared<const Event>(std::move(*present))});
       post(list_);
     }
-    entry->from = list_->nextNumber;
-    if (!list_->telling) forgetWithdrawn(*list_);
+    forgetWithdrawn(*list_);
     list_->entries.push_back(entry);
     return Subscription(std::move(entry));
   }
 
-  /// One turn at a time: it takes all that has been told until then.
   static void post(const ListPointer& list) {
-    if (list->telling || std::exchange(list->posted, true)) return;
+    if (list->calls.empty() || std::exchange(list->posted, true)) return;
     MainQueue::instance().post([list] { turn(list); });
   }
 
   /// Tells what was there when it began; what comes meanwhile has a turn of its own.
   static void turn(const ListPointer& list) {
     list->posted = false;
-    list->telling = true;
-    for (std::size_t left = list->events.size(); left > 0 && !list->closed; --left) {
-      const News news = std::move(list->events.front());
-      list->events.pop_front();
-      tellOne(list, news);
+    const std::uint64_t end = list->nextNumber;
+    while (!list->closed && !list->calls.empty() && list->calls.front().number < end) {
+      const Call call = std::move(list->calls.front());
+      list->calls.pop_front();
+      if (call.whom->withdrawn) continue;
+      if (call.whom->running > 0 && list->reentry == Reentry::Deferred) {
+        call.whom->missed.push_back(call);
+        continue;
+      }
+      // The next turn is there already, for a loop that the callback may run.
+      post(list);
+      tellOne(call);
+      takeUpMissed(*list, *call.whom);
     }
     forgetWithdrawn(*list);
-    list->telling = false;
-    if (!list->events.empty() && !list->closed) post(list);
+    if (!list->closed) post(list);
   }
 
-  /// Only where nobody goes through the list.
+  // What a subscriber has missed is older than all that waits.
+  static void takeUpMissed(List& list, Entry& entry) {
+    auto missed = std::exchange(entry.missed, {});
+    list.calls.insert(list.calls.begin(), std::make_move_iterator(missed.begin()),
+                      std::make_move_iterator(missed.end()));
+  }
+
   static void forgetWithdrawn(List& list) {
     std::erase_if(list.entries, [](const auto& entry) { return entry->withdrawn; });
   }
 
-  /// To the one whom it is for, or to all who had subscribed by then.
-  static void tellOne(const ListPointer& list, const News& news) {
-    if (news.only) return call(*news.only, news.event);
-    // By index: a callback may subscribe, and nobody leaves the list meanwhile.
-    for (std::size_t i = 0; i < list->entries.size() && !list->closed; ++i) {
-      const auto entry = list->entries[i];
-      if (entry->from <= news.number) call(*entry, news.event);
-    }
-  }
-
-  // The callback stands on the stack while it runs, so that it may withdraw itself.
-  static void call(Entry& entry, const Event& event) {
-    if (entry.withdrawn || !entry.callback) return;
-    Callback running = std::exchange(entry.callback, nullptr);
-    runGuarded("subscriber", [&] { running(event); });
-    if (!entry.withdrawn) entry.callback = std::move(running);
+  // The callback stays where it is while it runs, so that it may withdraw itself.
+  static void tellOne(const Call& call) {
+    Entry& entry = *call.whom;
+    ++entry.running;
+    runGuarded("subscriber", [&] { entry.callback(*call.event); });
+    if (--entry.running == 0 && entry.withdrawn) entry.withdraw();
   }
 
   const ListPointer list_ = std::make_shared<List>();

@@ -8,8 +8,10 @@
 #include <orvnetwork_glib/Link.h>
 
 #include <chrono>
+#include <functional>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace orv::link_test {
 namespace {
@@ -105,6 +107,23 @@ TEST_F(GlibLink, LetGoItHearsNothing) {
   platform.server().cutAll();
   runFor(10);
   EXPECT_EQ(state(), LinkState::Stopped);
+}
+
+TEST_F(GlibLink, ADialogueOpenedByALossSeesTheLinkComeBack) {
+  bool entered = false, upInTheDialogue = false;
+  std::function<void()> dialogue = [&] {
+    if (flagOf(link.get(), "up") || std::exchange(entered, true)) return;
+    runFor(30);
+    upInTheDialogue = flagOf(link.get(), "up");
+  };
+  const auto opened =
+      +[](GObject*, GParamSpec*, gpointer open) { (*static_cast<std::function<void()>*>(open))(); };
+  g_signal_connect(link.get(), "notify::up", G_CALLBACK(opened), &dialogue);
+  platform.server().cutAll();
+  runFor(1);
+  EXPECT_TRUE(entered);
+  EXPECT_TRUE(upInTheDialogue);
+  g_signal_handlers_disconnect_by_data(link.get(), &dialogue);
 }
 
 TEST_F(GlibLink, MayBeLetGoInsideItsSignals) {

@@ -100,6 +100,25 @@ TEST_F(GlibSession, ARefusalIsAnErrorInTheServersWords) {
   EXPECT_NE(end.message, "");
 }
 
+TEST_F(GlibSession, ADialogueOpenedWhenASignInHasFailedCanSignInAgain) {
+  std::optional<End> first, second;
+  std::function<void(GObject*, GAsyncResult*)> dialogue = [&](GObject* source, GAsyncResult* result) {
+    finished<orv_session_sign_in_finish>(source, result, &first);
+    begin("secret", second);
+    wait(second);
+  };
+  const auto ended = +[](GObject* source, GAsyncResult* result, gpointer open) {
+    (*static_cast<std::function<void(GObject*, GAsyncResult*)>*>(open))(source, result);
+  };
+  orv_session_sign_in_async(session.get(), "13800000001", "wrong", nullptr, ended, &dialogue);
+  wait(first);
+  ASSERT_TRUE(second) << "the dialogue has not seen its sign-in end";
+  EXPECT_FALSE(first->isDone);
+  EXPECT_TRUE(second->isDone);
+  runFor(5);
+  EXPECT_EQ(state(), SessionState::Good);
+}
+
 TEST_F(GlibSession, TheOtherDeviceIsTold) {
   ASSERT_TRUE(signIn("secret").isDone);
   runFor(5);

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orv::link_object_test {
@@ -96,6 +97,23 @@ TEST_F(QtLinkObject, ASlotMayDestroyIt) {
   platform.server().cutAll();
   runFor(1);
   EXPECT_EQ(link, nullptr);
+}
+
+TEST_F(QtLinkObject, ADialogueOpenedByALossSeesTheLinkComeBack) {
+  std::vector<bool> ups;
+  bool entered = false, upInTheDialogue = false;
+  QObject::connect(link.get(), &LinkObject::upChanged, [&](bool up) { ups.push_back(up); });
+  QObject::connect(link.get(), &LinkObject::changed, [&] {
+    if (link->isUp() || std::exchange(entered, true)) return;
+    runFor(30);
+    upInTheDialogue = link->isUp();
+  });
+  platform.server().cutAll();
+  runFor(1);
+  EXPECT_TRUE(entered);
+  EXPECT_TRUE(upInTheDialogue);
+  EXPECT_TRUE(link->isUp());
+  EXPECT_TRUE(ups.empty() || ups == (std::vector<bool>{false, true})) << "told of a change that was none";
 }
 
 TEST_F(QtLinkObject, MomentsAreOfTheWallClock) {

@@ -1,3 +1,5 @@
+#include <orvnetwork/api/QXAPIHelper.h>
+#include <orvnetwork/client/Ask.h>
 #include <orvnetwork/client/SessionInfo.h>
 #include <orvnetwork/client/SessionStatus.h>
 
@@ -142,6 +144,27 @@ TEST_F(QtSessionObject, TheOtherDeviceIsTold) {
   EXPECT_EQ(read("state").toInt(), SessionObject::TakenOver);
   EXPECT_TRUE(readUser("present").toBool()) << "the user stays stored until a person decides";
   EXPECT_EQ(read("reason").toString(), QString::fromStdString(client->session().info().reason));
+}
+
+TEST_F(QtSessionObject, ADialogueOpenedWhenASignInHasFailedCanSignInAgainAndAskTheServer) {
+  PendingCallback asked;
+  bool answeredInTheDialogue = false;
+  QObject::connect(session.get(), &SessionObject::signInFinished, [&] {
+    if (ends.size() != 1) return;
+    session->signIn("13800000001", "secret");
+    runFor(5);
+    EXPECT_EQ(session->state(), SessionObject::Good);
+    asked = ask<&QXAPIHelper::getCourseInfo_completeBlock_timeoutBlock>("70001").then(
+        [&](const Reply& reply) { answeredInTheDialogue = reply.outcome() != ReplyOutcome::TimedOut; });
+    runFor(5);
+    EXPECT_TRUE(answeredInTheDialogue);
+  });
+  session->signIn("13800000001", "wrong");
+  settle();
+  ASSERT_EQ(ends.size(), 2U);
+  EXPECT_EQ(ends[0].outcome, SessionObject::SignInRefused);
+  EXPECT_EQ(ends[1].outcome, SessionObject::SignedIn);
+  EXPECT_TRUE(answeredInTheDialogue);
 }
 
 TEST_F(QtSessionObject, ASlotMayDestroyIt) {

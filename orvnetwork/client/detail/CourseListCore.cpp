@@ -27,7 +27,8 @@ std::shared_ptr<CourseListCore> CourseListCore::make(const CourseListName& list)
 void CourseListCore::start() {
   worker_ = SerialQueue::make("orvnetwork.client.courses", Platform::current().globalQueue());
   reader_ = std::make_shared<CoursePageReader>(list_, worker_);
-  changed_ = std::make_unique<Subscribers<CourseListChange>>();
+  // A view that is in the middle of a change cannot take the next one.
+  changed_ = std::make_unique<Subscribers<CourseListChange>>(Reentry::Deferred);
   own_ = changed_->add([this](const CourseListChange& change) { heard(change); });
   // Neither is called once the list is closed.
   inbox_ = std::make_shared<CourseInbox>([this] { catalogueChanged(); });
@@ -57,23 +58,27 @@ void CourseListCore::close() {
   changed_.reset();
   storedWaiters_.clear();
   // They outlive what the main queue still holds of them, so that a worker destroys the rows.
-  auto rows =
-      std::vector<CourseRowsPointer>{std::exchange(shown_, std::make_shared<const CourseRows>()),
-                                     std::exchange(shownBefore_, nullptr), std::exchange(telling_, nullptr)};
+  auto rows = std::vector<CourseRowsPointer>{std::exchange(shown_, std::make_shared<const CourseRows>()),
+                                             std::exchange(shownBefore_, nullptr),
+                                             telling_ ? telling_->after : nullptr};
   if (ready_) rows.push_back(ready_->after);
   MainQueue::instance().post([worker = worker_, rows = std::move(rows), pages = std::move(pages_),
                               read = std::move(read_)]() mutable {
     worker->post([all = std::make_tuple(std::move(rows), std::move(pages), std::move(read))] {});
   });
   ready_.reset();
+  telling_.reset();
 }
 
 Subscription CourseListCore::onChanged(std::function<void(const CourseListChange&)> callback) {
   const auto view = std::make_shared<const bool>(true);
   std::erase_if(views_, [](const auto& gone) { return gone.expired(); });
   views_.emplace_back(view);
-  return changed_->add(
-      [view, callback = std::move(callback)](const CourseListChange& change) { callback(change); });
+  auto tellView = [view, callback = std::move(callback)](const CourseListChange& change) {
+    callback(change);
+  };
+  // It starts from the rows as they are shown, which are those from before what was told and was not heard yet.
+  return telling_ ? changed_->add(std::move(tellView), *telling_) : changed_->add(std::move(tellView));
 }
 
 bool CourseListCore::isVisible() {
@@ -124,7 +129,7 @@ void CourseListCore::begin(const Wants& wants) {
 }
 
 void CourseListCore::work() {
-  if (isClosed_ || isTelling_ || committing_ != Commit::None) return;
+  if (isClosed_ || telling_ || committing_ != Commit::None) return;
   if (tellNews()) return;
   if (knowsStored_) answerThoseWhoWait();
   if (read_) {
@@ -236,7 +241,7 @@ CourseListState CourseListCore::stateNow() const {
 }
 
 bool CourseListCore::tellNews() {
-  if (isTelling_) return true;
+  if (telling_) return true;
   if (std::exchange(isClearing_, false) && !shown_->empty()) {
     CourseListChange change;
     change.before = shown_;
@@ -250,19 +255,17 @@ bool CourseListCore::tellNews() {
     change.before = change.after = shown_;
     tell(std::move(change));
   }
-  return isTelling_;
+  return telling_.has_value();
 }
 
 void CourseListCore::tell(CourseListChange change) {
-  isTelling_ = true;
-  telling_ = change.after;
   change.stateBefore = std::exchange(told_, stateNow());
   change.state = told_;
+  telling_ = change;
   changed_->tell(std::move(change));
 }
 
 void CourseListCore::heard(const CourseListChange& change) {
-  isTelling_ = false;
   telling_.reset();
   shownBefore_ = std::exchange(shown_, change.after);
   // A load that has begun since shows at once, and is told next.

@@ -119,9 +119,8 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   std::vector<std::weak_ptr<const bool>> views_;
   CourseRowsPointer shown_ = std::make_shared<const CourseRows>();
   CourseRowsPointer shownBefore_;
-  CourseRowsPointer telling_;  ///< what is told and was not heard yet; null when there is nothing
+  std::optional<CourseListChange> telling_;  ///< what is told and was not heard yet
   CourseListState state_, told_;
-  bool isTelling_ = false;
   std::optional<CourseListChange> ready_;
 
   // What the rows come from.

@@ -68,7 +68,7 @@ void CourseListCore::noteLateChanges() {
 
 const CourseRows& CourseListCore::newestRows() const {
   if (ready_) return *ready_->after;
-  return telling_ ? *telling_ : *shown_;
+  return telling_ ? *telling_->after : *shown_;
 }
 
 void CourseListCore::notePage(const CourseChange& change) {

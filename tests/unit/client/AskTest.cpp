@@ -86,6 +86,31 @@ TEST_F(Ask, TellsThatNoAnswerCame) {
   EXPECT_EQ(outcomes, Strings{"Course.Get.Info was not answered in time"});
 }
 
+TEST_F(Ask, IsAnsweredInALoopThatTheCallbackOfAnotherRuns) {
+  bringUp();
+  answerAll({{"ret", 77}, {"err", "no"}});
+  PendingCallback inner;
+  const auto outer = askInfo("7").then([&](const Reply&) {
+    inner = askInfo("8").then(note());
+    runFor(1);
+    outcomes.push_back("outer");
+  });
+  settle();
+  EXPECT_EQ(outcomes, (Strings{"Course.Get.Info was refused with code 77: no", "outer"}));
+}
+
+TEST_F(Ask, TimesOutInALoopThatTheCallbackOfOneThatTimedOutRuns) {
+  bringUp();
+  PendingCallback inner;
+  const auto outer = askInfo("7").then([&](const Reply&) {
+    inner = askInfo("8").then(note());
+    runFor(10);
+    outcomes.push_back("outer");
+  });
+  runFor(10);
+  EXPECT_EQ(outcomes, (Strings{"Course.Get.Info was not answered in time", "outer"}));
+}
+
 TEST_F(Ask, TellsWhyTheLinkIsGoneWhenNoAnswerCame) {
   bringUp();
   const auto kept = askInfo("7").then(note());

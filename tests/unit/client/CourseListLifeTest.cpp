@@ -148,6 +148,47 @@ TEST_F(CourseListLife, ALoadMayBeAskedForInsideTheCallback) {
   EXPECT_EQ(list.keys(), rooms(95, 1));
 }
 
+TEST_F(CourseListLife, AViewThatComesAtAnyStepFollowsFromThere) {
+  signIn();
+  listRooms(65, 1);
+  for (int steps = 0; steps < 120; ++steps) {
+    changeUser(steps % 2 == 0 ? "10002" : "10001");
+    auto list = CourseList::recorded();
+    list.loadMore();
+    for (int step = 0; step < steps; ++step) platform.step();
+    View late(list);
+    late.cameLate = true;
+    settle();
+    loadAll(list);
+    ASSERT_FALSE(HasFailure()) << "after " << steps << " steps";
+    ASSERT_TRUE(late.shows(list.rows()->all())) << "after " << steps << " steps";
+  }
+}
+
+TEST_F(CourseListLife, ALoopInsideACallbackHoldsUpTheViewThatRunsItAndNoOther) {
+  signIn();
+  listRooms(95, 1);
+  auto list = CourseList::recorded();
+  std::optional<View> waiting(std::in_place, list), other(std::in_place, list);
+  std::size_t before = 0, heardByTheOther = 0;
+  waiting->mayLag = true;
+  waiting->also = [&](const CourseListChange& change) {
+    if (!change.changesRows() || before != 0) return;
+    before = waiting->changes().size();
+    settle();
+    loadAll(list);
+    EXPECT_EQ(list.size(), 95u);
+    EXPECT_EQ(waiting->changes().size(), before) << "told in the middle of a change";
+    EXPECT_TRUE(other->shows(list.rows()->all()));
+    heardByTheOther = other->changes().size();
+  };
+  list.loadMore();
+  settle();
+  EXPECT_GT(heardByTheOther, before);
+  EXPECT_EQ(waiting->changes().size(), other->changes().size());
+  EXPECT_TRUE(waiting->shows(list.rows()->all()));
+}
+
 TEST_F(CourseListLife, MovesToAnotherOwner) {
   signIn();
   listRooms(10, 1);

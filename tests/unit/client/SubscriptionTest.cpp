@@ -98,10 +98,13 @@ TEST_F(SubscriptionOf, AnythingMayBeDestroyedInItsOwnCallback) {
     a.reset();
     told.push_back(*held);
   }));
+  std::vector<long> counts;
+  const Subscription next = changed.add([&](const int&) { counts.push_back(held.use_count()); });
   changed.tell(1);
   changed.tell(2);
   settle();
   EXPECT_EQ(told, Strings{"held"});
+  EXPECT_EQ(counts, (std::vector<long>{1, 1})) << "let go late";
   EXPECT_EQ(held.use_count(), 1);
 }
 
@@ -144,7 +147,6 @@ TEST_F(SubscriptionOf, EventsHearsInTheNextTurnWhatACallbackCauses) {
     if (number > 1) return;
     changed.tell(number + 1);
     later.push_back(changed.add(note("c")));
-    platform.mainQueue().drain();
     told.push_back("a done");
   });
   const Subscription b = changed.add(note("b"));
@@ -154,6 +156,90 @@ TEST_F(SubscriptionOf, EventsHearsInTheNextTurnWhatACallbackCauses) {
   changed.tell(5);
   settle();
   EXPECT_EQ(told.back(), "c5");
+}
+
+TEST_F(SubscriptionOf, EventsHearsThemInALoopThatItRunsItselfAndSoDoTheOthers) {
+  const Subscription a = changed.add([&](const int& number) {
+    told.push_back("a" + std::to_string(number));
+    if (number != 1) return;
+    changed.tell(3);
+    platform.mainQueue().drain();
+    changed.tell(4);
+    platform.mainQueue().drain();
+    told.push_back("a done");
+  });
+  const Subscription b = changed.add(note("b"));
+  changed.tell(1);
+  changed.tell(2);
+  settle();
+  EXPECT_EQ(told, (Strings{"a1", "b1", "a2", "b2", "a3", "b3", "a4", "b4", "a done"}));
+}
+
+TEST_F(SubscriptionOf, EventsThatWaitIsToldAfterItsLoopWhatItHasMissedAndTheOthersInIt) {
+  Subscribers<int> waiting(Reentry::Deferred);
+  const Subscription a = waiting.add([&](const int& number) {
+    told.push_back("a" + std::to_string(number));
+    if (number != 1) return;
+    waiting.tell(3);
+    platform.mainQueue().drain();
+    waiting.tell(4);
+    platform.mainQueue().drain();
+    told.push_back("a done");
+  });
+  const Subscription b = waiting.add(note("b"));
+  waiting.tell(1);
+  waiting.tell(2);
+  settle();
+  EXPECT_EQ(told, (Strings{"a1", "b1", "b2", "b3", "b4", "a done", "a2", "a3", "a4"}));
+}
+
+TEST_F(SubscriptionOf, EventsThatWaitMayAllRunLoops) {
+  Subscribers<int> waiting(Reentry::Deferred);
+  const auto loops = [this](std::string name) {
+    return [this, name = std::move(name)](const int& number) {
+      told.push_back(name + std::to_string(number));
+      platform.mainQueue().drain();
+      told.push_back(name + std::to_string(number) + " done");
+    };
+  };
+  const Subscription a = waiting.add(loops("a")), b = waiting.add(loops("b"));
+  waiting.tell(1);
+  waiting.tell(2);
+  settle();
+  EXPECT_EQ(told, (Strings{"a1", "b1", "b1 done", "b2", "b2 done", "a1 done", "a2", "a2 done"}));
+}
+
+TEST_F(SubscriptionOf, AnythingThatEndsInALoopInsideItsCallbackHearsNothingMoreAndLetsGoAtTheEnd) {
+  std::optional<Subscription> a;
+  const auto held = std::make_shared<std::string>("held");
+  a.emplace(changed.add([&a, held, this](const int& number) {
+    told.push_back(*held + std::to_string(number));
+    if (number == 1) {
+      platform.mainQueue().drain();
+    } else {
+      a.reset();
+    }
+    told.push_back(*held);
+  }));
+  changed.tell(1);
+  changed.tell(2);
+  changed.tell(3);
+  settle();
+  EXPECT_EQ(told, (Strings{"held1", "held2", "held", "held"}));
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(SubscriptionOf, SubscribersThatGoInALoopTellNobodyWhatWasMissed) {
+  std::optional<Subscribers<int>> going(std::in_place, Reentry::Deferred);
+  const Subscription a = going->add([&](const int& number) {
+    told.push_back("a" + std::to_string(number));
+    platform.mainQueue().drain();
+    going.reset();
+  });
+  going->tell(1);
+  going->tell(2);
+  settle();
+  EXPECT_EQ(told, Strings{"a1"});
 }
 
 TEST_F(SubscriptionOf, EventsSurvivesACallbackThatThrows) {
