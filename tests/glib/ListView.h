@@ -74,7 +74,7 @@ class ListView {
     for (guint i = 0; i < added; ++i) {
       auto* const item = ORV_COURSE(g_list_model_get_item(list(), place + i));
       g_signal_connect(
-          item, "notify::title",
+          item, "notify",
           G_CALLBACK(+[](GObject*, GParamSpec*, gpointer count) { ++*static_cast<int*>(count); }), &updates);
       items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(place + i), item);
     }

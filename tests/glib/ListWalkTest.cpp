@@ -31,6 +31,15 @@ class GlibListWalk : public SchoolClientFixture, public ::testing::WithParamInte
     for (int i = 0; i < 50; ++i) courses.add();
   }
 
+  /// A handler that runs a loop of its own, as a dialogue does.
+  static void runLoop(GListModel*, guint, guint, guint, gpointer data) {
+    auto* const self = static_cast<GlibListWalk*>(data);
+    if (self->loops == 3 || !self->random.oneIn(6)) return;
+    ++self->loops;
+    for (auto left = self->random.below(60); left > 0 && self->platform.step(); --left) {
+    }
+    --self->loops;
+  }
   void step() {
     if (random.oneIn(40)) {
       platform.server().cutAll();
@@ -49,12 +58,14 @@ class GlibListWalk : public SchoolClientFixture, public ::testing::WithParamInte
   testing::SeededRandom random;
   test::ChangingSchool courses{school, random};
   std::vector<std::unique_ptr<Watched>> models;
+  int loops = 0;
 };
 
 TEST_P(GlibListWalk, ModelsFollowTheServerAndKeepTheirObjects) {
   for (std::uint64_t status = 0; status < 4; ++status) {
     models.push_back(
         std::make_unique<Watched>(status == 0 ? CourseList::recorded() : CourseList::live(status)));
+    g_signal_connect(models.back()->model.get(), "items-changed", G_CALLBACK(runLoop), this);
   }
   const auto steps = test::numberFromEnvironment("ORV_WALK_STEPS", 1'500);
   for (std::uint64_t i = 0; i < steps && !HasFailure(); ++i) step();

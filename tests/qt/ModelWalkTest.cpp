@@ -14,6 +14,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv::model_walk_test {
@@ -45,6 +46,23 @@ class QtModelWalk : public SchoolFixture, public ::testing::WithParamInterface<s
 
   std::size_t pick(std::size_t below) { return static_cast<std::size_t>(random.below(below)); }
 
+  /// Slots that run loops of their own, as dialogues do.
+  std::unique_ptr<Watched> watch(CourseList list) {
+    auto watched = std::make_unique<Watched>(std::move(list));
+    auto* const model = &watched->model;
+    const auto maybeRunLoop = [this] { runLoop(); };
+    QObject::connect(model, &CourseListModel::rowsInserted, model, maybeRunLoop);
+    QObject::connect(model, &CourseListModel::rowsRemoved, model, maybeRunLoop);
+    QObject::connect(model, &CourseListModel::phaseChanged, model, maybeRunLoop);
+    return watched;
+  }
+  void runLoop() {
+    if (loops == 3 || !random.oneIn(6)) return;
+    ++loops;
+    for (auto left = pick(60); left > 0 && platform.step(); --left) {
+    }
+    --loops;
+  }
   void useModel(CourseListModel& model) {
     if (random.oneIn(2)) return model.refresh();
     if (model.canFetchMore({})) return model.fetchMore({});
@@ -108,14 +126,14 @@ class QtModelWalk : public SchoolFixture, public ::testing::WithParamInterface<s
   test::ChangingSchool courses{school, random};
   LocalCourses local;
   std::vector<std::unique_ptr<Watched>> models;
+  int loops = 0;
 };
 
 TEST_P(QtModelWalk, ModelsFollowTheServerAndBreakNoRule) {
   for (std::uint64_t status = 0; status < 4; ++status) {
-    models.push_back(
-        std::make_unique<Watched>(status == 0 ? CourseList::recorded() : CourseList::live(status)));
+    models.push_back(watch(status == 0 ? CourseList::recorded() : CourseList::live(status)));
   }
-  models.push_back(std::make_unique<Watched>(CourseList::local()));
+  models.push_back(watch(CourseList::local()));
   const auto steps = test::numberFromEnvironment("ORV_WALK_STEPS", 1'500);
   for (std::uint64_t i = 0; i < steps && !HasFailure(); ++i) step();
   ASSERT_FALSE(HasFailure()) << "seed " << GetParam();

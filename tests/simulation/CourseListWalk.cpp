@@ -36,6 +36,7 @@ struct CourseListWalk::Watched {
   CourseListState state;
   bool isBeingUsed = false;
   Subscription seen;
+  CourseListGuests guests;
 };
 
 CourseListWalk::CourseListWalk(std::uint64_t seed)
@@ -79,7 +80,8 @@ void CourseListWalk::step() {
 }
 
 std::unique_ptr<CourseListWalk::Watched> CourseListWalk::watch(int kind) {
-  auto watched = std::make_unique<Watched>(Watched{kind, makeList(kind), {}, {}, false, {}});
+  auto watched =
+      std::make_unique<Watched>(Watched{kind, makeList(kind), {}, {}, false, {}, CourseListGuests(guests_)});
   watched->state = watched->list.state();
   watched->seen = watched->list.onChanged(
       [this, raw = watched.get()](const CourseListChange& change) { took(*raw, change); });
@@ -115,8 +117,10 @@ void CourseListWalk::useLists() {
   const auto at = lists_.begin() + pick(lists_.size());
   Watched& watched = **at;
   watched.isBeingUsed = true;
-  const auto deed = pick(10);
-  if (deed < 6) {
+  const auto deed = pick(13);
+  if (deed >= 10) {
+    watched.guests.invite(watched.list);
+  } else if (deed < 6) {
     watched.list.loadMore();
   } else if (deed < 9) {
     watched.list.refresh();
@@ -199,6 +203,7 @@ void CourseListWalk::comeToRest() {
   if (!link_.isOpen()) return complain("the link did not come up again");
   platform_.runFor(Seconds(60));
   for (const auto& watched : lists_) {
+    watched->guests.compare(watched->list);
     if (watched->list.isLoading()) complain("list " + std::to_string(watched->kind) + " hangs");
   }
 }
@@ -262,8 +267,10 @@ void CourseListWalk::compare(Watched& watched) {
 std::string CourseListWalk::summary() const {
   return std::to_string(changes_) + " changes, " + std::to_string(reordered_) + " of the order, " +
          std::to_string(failures_) + " failures, " + std::to_string(pages_) + " pages, " +
-         std::to_string(compared_) + " lists compared, " + std::to_string(platform_.elapsed().count()) +
-         " s, " + std::to_string(platform_.stepsRun()) + " tasks";
+         std::to_string(compared_) + " lists compared, " + std::to_string(guests_.changes) +
+         " changes of guests, " + std::to_string(guests_.changesInLoops) + " in loops, " +
+         std::to_string(platform_.elapsed().count()) + " s, " + std::to_string(platform_.stepsRun()) +
+         " tasks";
 }
 
 }  // namespace orv

@@ -6,11 +6,14 @@
 #include <orvnetwork/testing/SimulatedPlatform.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
+#include "CourseListGuests.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -70,6 +73,8 @@ class CourseListWalk {
   testing::SimulatedServer& server_;
   QXWebSocketMgr& link_;
   std::map<std::string, School> schools_;
+  CourseListGuests::House guests_{random_, platform_,
+                                  [this](std::string text) { complain(std::move(text)); }};
   std::vector<std::unique_ptr<Watched>> lists_;
   std::int64_t lastRoom_ = 1000, lastLocal_ = 0;
   std::int64_t user_ = 0, classroom_ = 0;
