@@ -32,8 +32,7 @@ void CourseListGuests::invite(CourseList& list) {
 void CourseListGuests::take(House& house, Guest& guest, const CourseListChange& change) {
   ++house.changes;
   if (house.loops > 0) ++house.changesInLoops;
-  if (!std::ranges::equal(guest.rows, change.before->all()))
-    house.complain("a guest changed from other rows");
+  if (!std::ranges::equal(guest.rows, change.before->all())) house.complain("a guest began with other rows");
   apply(change, guest.rows);
   if (!std::ranges::equal(guest.rows, change.after->all())) house.complain("a guest changed to other rows");
   if (house.random.oneIn(6)) runLoop(house);
@@ -43,8 +42,8 @@ void CourseListGuests::take(House& house, Guest& guest, const CourseListChange& 
 void CourseListGuests::runLoop(House& house) {
   if (house.loops == kDeepestLoop) return;
   ++house.loops;
-  for (auto left = house.random.below(60); left > 0 && house.platform.step(); --left) {
-  }
+  auto left = house.random.below(60);
+  while (left > 0 && house.platform.step()) --left;
   --house.loops;
 }
 
