@@ -53,9 +53,8 @@ Seen<Facts> timed(const Look& look) {
   return seen;
 }
 
-/// What was looked at on this machine; what is absent was not seen in time.
+/// What was looked at on the disk; what is absent was not seen in time.
 struct Places {
-  std::optional<Seen<NetworkFacts>> network;
   std::optional<Seen<StoredUser>> user;
   std::optional<Seen<HomeFacts>> home;
   std::optional<Seen<LogFacts>> log;
@@ -72,7 +71,6 @@ std::shared_ptr<Places> lookAround() {
     });
   };
   Platform::current().globalQueue().post([keep, documents] {
-    keep(&Places::network, timed<NetworkFacts>(lookAtRoutes));
     keep(&Places::user, timed<StoredUser>([&] { return lookAtUser(documents); }));
     keep(&Places::home, timed<HomeFacts>([&] { return lookAtHome(documents); }));
     keep(&Places::log, timed<LogFacts>([&] { return lookAtLog(documents + "/OrvLog/OrvCourse"); }));
@@ -81,14 +79,24 @@ std::shared_ptr<Places> lookAround() {
 }
 
 template <typename Facts>
-Finding judged(const char* check, const std::optional<Seen<Facts>>& seen, Finding (*judge)(const Facts&)) {
-  if (!seen) {
-    return failed(check, "noAnswer", "the disk has not answered in time",
-                  "if the folder lies on another machine, check the way there");
-  }
-  Finding finding = judge(seen->facts);
-  finding.milliseconds = seen->milliseconds;
+Finding judged(const Seen<Facts>& seen, Finding (*judge)(const Facts&)) {
+  Finding finding = judge(seen.facts);
+  finding.milliseconds = seen.milliseconds;
   return finding;
+}
+
+constexpr const char* kDiskIsSilent = "the disk has not answered in time";
+constexpr const char* kLookAtDisk = "if the folder lies on another machine, check the way there";
+
+Finding judgeHome(const Places& places) {
+  if (!places.home) return failed("home", "noAnswer", kDiskIsSilent, kLookAtDisk);
+  return judged(*places.home, doctor::judgeHome);
+}
+
+Finding judgeLog(const Places& places) {
+  if (!places.home) return skippedAfter("log", "home");
+  if (!places.log) return failed("log", "noAnswer", kDiskIsSilent, kLookAtDisk);
+  return judged(*places.log, doctor::judgeLog);
 }
 
 /// The session of the stored user, by a probe that has reached the server, or none.
@@ -119,25 +127,23 @@ void chooseWay(const Options& options, WayFacts& facts) {
   if (other && other->proxy) facts.unusedVariable = other->variable;
 }
 
-void examineServer(const Options& options, Host& host, Places& places, std::vector<Finding>& findings) {
+void examineServer(const Options& options, Host& host, Seen<NetworkFacts> network, const Places& places,
+                   std::vector<Finding>& findings) {
   const auto url = parseUrl(*options.server);
   if (!url) return;
   QXWebSocketMgr& link = QXWebSocketMgr::standard();
   link.setGlobalUUID(options.uuid.value_or("orv-doctor"));
   link.setAppVersion(options.appVersion);
   link.setAppBuildVersion(options.appBuild);
-  NetworkSettings network = networkSettings(options);
+  NetworkSettings settings = networkSettings(options);
   // One that goes on from an earlier one shows no certificate.
-  network.tls.resumes = false;
-  Probe probe(host, *url, *options.server, std::move(network), Seconds(options.wait));
+  settings.tls.resumes = false;
+  Probe probe(host, *url, *options.server, std::move(settings), Seconds(options.wait));
   chooseWay(options, probe.facts());
   probe.reach();
-  if (places.network) {
-    NetworkFacts& facts = places.network->facts;
-    facts.isServerHere = isThisMachine(url->server.host);
-    facts.isServerReached = std::ranges::any_of(probe.facts().report.attempts, &AddressAttempt::won);
-  }
-  findings.push_back(judged("network", places.network, judgeNetwork));
+  network.facts.isServerHere = isThisMachine(url->server.host);
+  network.facts.isServerReached = std::ranges::any_of(probe.facts().report.attempts, &AddressAttempt::won);
+  findings.push_back(judged(network, judgeNetwork));
   const bool hasNoRoute = findings.back().code == "noRoute";
   std::vector<Finding> way = judgeWay(probe.facts());
   std::string cause = failureIn(way);
@@ -156,13 +162,15 @@ std::vector<Finding> examine(const Options& options, Host& host) {
   Clock& clock = Platform::current().clock();
   const SteadyTime begun = clock.steadyNow();
   const std::shared_ptr<Places> places = lookAround();
+  // The kernel's own table, which no disk holds up.
+  auto network = timed<NetworkFacts>(lookAtRoutes);
   host.runUntil([&] { return places->user.has_value(); }, kDiskLimit);
   std::vector<Finding> findings;
   if (options.server) {
-    examineServer(options, host, *places, findings);
+    examineServer(options, host, std::move(network), *places, findings);
   } else {
-    if (places->network) places->network->facts.isServerHere = true;
-    findings.push_back(judged("network", places->network, judgeNetwork));
+    network.facts.isServerHere = true;
+    findings.push_back(judged(network, judgeNetwork));
     findings.push_back(
         skipped("connect", "noServer",
                 "no server is named: --server, ORV_SERVER, or `server = …` in " + settingsFile()));
@@ -171,8 +179,8 @@ std::vector<Finding> examine(const Options& options, Host& host) {
   // The disk has had the whole time until now.
   const Seconds left = kDiskLimit - Seconds(clock.steadyNow() - begun);
   host.runUntil([&] { return places->log.has_value(); }, std::max(left, Seconds(0)));
-  findings.push_back(judged("home", places->home, judgeHome));
-  findings.push_back(places->home ? judged("log", places->log, judgeLog) : skippedAfter("log", "home"));
+  findings.push_back(judgeHome(*places));
+  findings.push_back(judgeLog(*places));
   return findings;
 }
 

@@ -70,15 +70,29 @@ bool hasNotSetOut(const WayFacts& facts) {
   return failedStep(facts) == Step::Tls && !report.name && !report.connect && report.attempts.empty();
 }
 
-Finding nameFailure(const std::string& host, const Error& error) {
+/// The system's resolver tells of silence and of an answer that is a failure by the same code. It waits for an answer for
+/// 1 s at least, so what was told sooner was an answer, or came from an address at which nothing listens.
+bool isToldAtOnce(const std::optional<Seconds>& span) {
+  constexpr Seconds kShortestWait{0.9};
+  return span && *span < kShortestWait;
+}
+
+Finding nameFailure(const std::string& host, const std::optional<Seconds>& span, const Error& error) {
   const bool isOfNames = error.domain == websocket_error::kNameLookupDomain;
   if (isOfNames && (error.code == EAI_NONAME || error.code == EAI_NODATA || error.code == EAI_ADDRFAMILY)) {
     return failed("name", "noSuchName", "no such name: " + host, "check the spelling of the server's name");
   }
+  if (isOfNames && error.code == EAI_AGAIN && isToldAtOnce(span)) {
+    return failed("name", "nameServerFails",
+                  "the name server cannot tell where " + host +
+                      " is: it answers with a failure, or nothing is where it should be",
+                  "try again in a minute; else try another network, or ask those who run this one");
+  }
   if (isTimeout(error) || (isOfNames && error.code == EAI_AGAIN)) {
-    return failed("name", "nameServerSilent",
-                  "the name server does not answer, so nobody knows where " + host + " is",
-                  "try another network, or ask those who run this one");
+    return failed(
+        "name", "nameServerSilent",
+        "the name server has not told in " + spanText(inMilliseconds(span)) + " where " + host + " is",
+        "try another network, or ask those who run this one");
   }
   return failed("name", "failed", host + " could not be looked up: " + error.description,
                 "try again, or another network");
@@ -153,7 +167,7 @@ Finding judgeName(const WayFacts& facts) {
   } else if (isNumericHost(facts.url)) {
     finding = skipped("name", "numeric", host + " is an address");
   } else if (failedStep(facts) == Step::Name) {
-    finding = nameFailure(host, *facts.error);
+    finding = nameFailure(host, facts.report.name, *facts.error);
   }
   finding.facts = {{"host", host}};
   finding.milliseconds = took;
@@ -239,7 +253,10 @@ std::vector<Finding> judgeWay(const WayFacts& facts) {
 std::vector<Finding> withoutRoute(std::vector<Finding> way) {
   const auto first = std::ranges::find(way, Verdict::Fail, &Finding::verdict);
   // Silence at an address is none of these: what is sent there has a route.
-  if (first == way.end() || (first->code != "unreachable" && first->code != "nameServerSilent")) return way;
+  constexpr std::string_view kOfNoRoute[] = {"unreachable", "nameServerSilent", "nameServerFails"};
+  if (first == way.end() || std::ranges::find(kOfNoRoute, first->code) == std::ranges::end(kOfNoRoute)) {
+    return way;
+  }
   std::transform(first, way.end(), first,
                  [](const Finding& one) { return skippedAfter(one.check, "network"); });
   return way;

@@ -6,12 +6,7 @@
 #include "Terminal.h"
 #include <devserver/DevServer.h>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
-#include <sys/statvfs.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -52,6 +47,8 @@ TEST(Doctor, FindsNothingWrongWhereNothingIs) {
   EXPECT_EQ(found.code("connect"), "good");
   EXPECT_EQ(found.code("upgrade"), "good");
   EXPECT_EQ(found.code("ping"), "good");
+  EXPECT_EQ(found.code("tls"), "notAsked");
+  EXPECT_EQ(found.verdict("tls"), "skipped");
   EXPECT_EQ(found.text("session"), "user 100001, good");
   EXPECT_EQ(found.code("clock"), "good");
   EXPECT_EQ(found.code("home"), "good") << found.text("home");
@@ -243,77 +240,6 @@ TEST_F(DoctorOfAUser, WhoseTokenIsShownNowhere) {
     EXPECT_EQ(terminal.screen().find(token), std::string::npos) << terminal.screen();
     EXPECT_EQ(terminal.screen().find("rosebud"), std::string::npos) << terminal.screen();
   }
-}
-
-/// Mounts of this process and those that it starts.
-void ownMounts() {
-  if (::unshare(CLONE_NEWNS) != 0) {
-    const std::string users = "0 " + std::to_string(::getuid()) + " 1";
-    ASSERT_EQ(::unshare(CLONE_NEWUSER | CLONE_NEWNS), 0);
-    std::ofstream("/proc/self/uid_map") << users;
-  }
-  ASSERT_EQ(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
-}
-
-TEST(DoctorOfAHome, ThatCannotBeWritten) {
-  fs::create_directories(documents() + "/userInfo");
-  ownMounts();
-  const std::string folder = documents() + "/userInfo";
-  ASSERT_EQ(::mount(folder.c_str(), folder.c_str(), nullptr, MS_BIND, nullptr), 0);
-  ASSERT_EQ(::mount(nullptr, folder.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr), 0);
-  const Findings found{runOrv({"doctor"})};
-  EXPECT_EQ(found.code("home"), "notWritable") << found.result.out;
-  EXPECT_TRUE(found.text("home").starts_with(folder + " is not writable by ")) << found.text("home");
-  EXPECT_EQ(found.result.exitCode, 1);
-}
-
-TEST(DoctorOfAHome, OnADiskThatIsFull) {
-  fs::create_directories(documents());
-  ownMounts();
-  ASSERT_EQ(::mount("none", documents().c_str(), "tmpfs", 0, "size=40m"), 0);
-  EXPECT_EQ(Findings{runOrv({"doctor"})}.code("home"), "littleRoom");
-  {
-    std::ofstream file(documents() + "/film", std::ios::binary);
-    file << std::string(36u << 20, 'x');
-  }
-  const Findings full{runOrv({"doctor"})};
-  EXPECT_EQ(full.code("home"), "full") << full.result.out;
-  EXPECT_EQ(full.result.exitCode, 1);
-}
-
-TEST(DoctorOfAHome, WithFilesThatWereDamaged) {
-  fs::create_directories(documents() + "/orv_course/1/2/local");
-  fs::create_directories(documents() + "/userInfo");
-  std::ofstream(documents() + "/userInfo/userInfo.plist.damaged") << "x";
-  std::ofstream(documents() + "/orv_course/1/2/local/7.plist.damaged") << "x";
-  const Findings found{runOrv({"doctor"})};
-  EXPECT_EQ(found.code("home"), "setAside");
-  EXPECT_EQ(found.text("home"),
-            "2 damaged files were set aside: orv_course/1/2/local/7.plist.damaged, "
-            "userInfo/userInfo.plist.damaged");
-  EXPECT_EQ(found.result.exitCode, 0) << "a warning";
-}
-
-TEST(DoctorOfAHome, ThatAnotherProgramUses) {
-  fs::create_directories(documents() + "/OrvLog/OrvCourse");
-  const std::string path = documents() + "/OrvLog/OrvCourse/20240101000000_0.log";
-  const int file = ::open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
-  const Findings found{runOrv({"doctor"})};
-  EXPECT_EQ(found.code("home"), "usedByOthers") << found.result.out;
-  EXPECT_EQ(found.text("home"), "used by process " + std::to_string(::getpid()) + " (test_cli)");
-  ::close(file);
-  EXPECT_EQ(Findings{runOrv({"doctor"})}.code("home"), "good");
-}
-
-TEST(DoctorOfALog, ThatIsLarge) {
-  fs::create_directories(documents() + "/OrvLog/OrvCourse");
-  const std::string path = documents() + "/OrvLog/OrvCourse/20240101000000_0.log";
-  std::ofstream(path) << "2024/01/01 00:00:00.000 - first\n";
-  EXPECT_EQ(Findings{runOrv({"doctor"})}.code("log"), "good");
-  fs::resize_file(path, 50u << 20);
-  const Findings found{runOrv({"doctor"})};
-  EXPECT_EQ(found.code("log"), "large");
-  EXPECT_TRUE(found.text("log").starts_with("50 MB in 1 file")) << found.text("log");
 }
 
 TEST(DoctorOnATerminal, IsReadByAPerson) {

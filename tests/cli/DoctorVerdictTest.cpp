@@ -25,6 +25,7 @@ const std::map<std::string, std::string>& advice() {
       {"proxy badSettings", "write it as http://host:port"},
       {"name noSuchName", "check the spelling"},
       {"name nameServerSilent", "try another network, or ask those who run this one"},
+      {"name nameServerFails", "try again in a minute"},
       {"name failed", "try again, or another network"},
       {"connect refused", "whether the server runs"},
       {"connect noAnswer", "whether this one lets port 443 out"},

@@ -160,10 +160,16 @@ INSTANTIATE_TEST_SUITE_P(
         way("ThisMachineFailsToLookUp", judgeName,
             with(failedAt(Step::Name, kSystem, EMFILE), [](auto& f) { f.report.name = Seconds(0.1); }),
             "failed", Verdict::Fail, "could not be looked up: why"),
-        way("NameServerTellsThatItIsSilent", judgeName, failedAt(Step::Name, kNames, EAI_AGAIN),
-            "nameServerSilent", Verdict::Fail, "the name server does not answer"),
-        way("NameServerSilent", judgeName, failedAt(Step::Name, kSocket, websocket_error::kTimedOut),
-            "nameServerSilent", Verdict::Fail, "the name server does not answer"),
+        way("NameServerTellsOfAFailureAtOnce", judgeName, failedAt(Step::Name, kNames, EAI_AGAIN),
+            "nameServerFails", Verdict::Fail, "the name server cannot tell where school.example is"),
+        way("ResolverHasWaitedForNameServer", judgeName,
+            with(failedAt(Step::Name, kNames, EAI_AGAIN), [](auto& f) { f.report.name = Seconds(1); }),
+            "nameServerSilent", Verdict::Fail,
+            "the name server has not told in 1.0 s where school.example is"),
+        way("NameServerSilent", judgeName,
+            with(failedAt(Step::Name, kSocket, websocket_error::kTimedOut),
+                 [](auto& f) { f.report.name = Seconds(0.5); }),
+            "nameServerSilent", Verdict::Fail, "the name server has not told in 500 ms"),
         way("Connected", judgeConnect, reached(), "good", Verdict::Ok, "school.example port 443, 12 ms"),
         way("Refused", judgeConnect, failedAt(Step::Connect, kSystem, ECONNREFUSED), "refused", Verdict::Fail,
             "refused: nothing listens on school.example port 443"),
@@ -352,6 +358,7 @@ TEST(DoctorWay, WhatFollowsFromNoRouteIsSkipped) {
   constexpr const char* kAllSkipped =
       "name notReached, connect notReached, tls notReached, upgrade notReached, ping notReached, ";
   EXPECT_EQ(codes(failedAt(Step::Name, kNames, EAI_AGAIN)), kAllSkipped);
+  EXPECT_EQ(codes(failedAt(Step::Name, kSocket, websocket_error::kTimedOut)), kAllSkipped);
   EXPECT_EQ(withoutRoute(judgeWay(failedAt(Step::Name, kNames, EAI_AGAIN)))[4].text,
             "because network failed");
   EXPECT_EQ(codes(failedAt(Step::Connect, kSystem, ENETUNREACH)),

@@ -9,13 +9,14 @@
 #include <tests/support/ProxyPeer.h>
 #include <tests/support/QuietNetwork.h>
 #include <tests/support/RawPeer.h>
-#include <tests/support/TestCertificate.h>
-#include <tests/support/TlsIdentity.h>
+#include <tests/support/SystemCallFilter.h>
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <cerrno>
 #include <cstdlib>
 #include <functional>
 #include <optional>
@@ -70,6 +71,55 @@ TEST_F(DoctorInANetwork, WhoseNameServerKnowsNoSuchName) {
   });
 }
 
+TEST_F(DoctorInANetwork, WhoseNameServerFails) {
+  runWithRoute([] {
+    useOwnNames("");
+    const NameServer server({Says::Failure}, {Says::Failure});
+    const Findings found = doctor("ws://server.example", "5");
+    EXPECT_EQ(found.failures(), Names{"name"}) << found.result.out;
+    EXPECT_EQ(found.code("name"), "nameServerFails");
+    EXPECT_GT(server.asked(), 0);
+    EXPECT_EQ(found.text("connect"), "because name failed");
+    EXPECT_EQ(found.result.exitCode, 3);
+  });
+}
+
+TEST_F(DoctorInANetwork, WhereNothingIsAtTheAddressOfTheNameServer) {
+  runWithRoute([] {
+    useOwnNames("");
+    const Findings found = doctor("ws://server.example", "5");
+    EXPECT_EQ(found.failures(), Names{"name"}) << found.result.out;
+    EXPECT_EQ(found.code("name"), "nameServerFails");
+  });
+}
+
+// A silent server that the resolver does give up is told of by the same code of the system as one that fails.
+TEST_F(DoctorInANetwork, WhoseResolverGivesItsNameServerUp) {
+  runWithRoute([] {
+    useOwnNames("", "options timeout:1 attempts:1");
+    const NameServer silent({Says::Nothing}, {Says::Nothing});
+    const Findings found = doctor("ws://server.example", "20");
+    EXPECT_EQ(found.failures(), Names{"name"}) << found.result.out;
+    EXPECT_EQ(found.code("name"), "nameServerSilent");
+    EXPECT_GE(found.of("name").at("ms").to_number<double>(), 900);
+    EXPECT_LT(found.result.seconds, 4) << "the resolver has ended it, not the limit of 5 s";
+  });
+}
+
+TEST_F(DoctorInANetwork, OnAMachineThatHasNoSocketLeftToAskForNames) {
+  runWithRoute([] {
+    useOwnNames("");
+    const NameServer server({Says::NoSuchName}, {Says::NoSuchName});
+    refuseSystemCalls({{__NR_socket, EMFILE, AF_INET}, {__NR_socket, EMFILE, AF_INET6}});
+    const Findings found = doctor("ws://server.example");
+    EXPECT_EQ(found.failures(), Names{"name"}) << found.result.out;
+    EXPECT_EQ(found.code("name"), "failed");
+    // The resolver does not say what it was.
+    EXPECT_EQ(found.text("name"), "server.example could not be looked up: System error");
+    EXPECT_EQ(server.asked(), 0);
+  });
+}
+
 TEST_F(DoctorInANetwork, ThatDropsWhatIsSent) {
   runWithRoute([] {
     const Findings found = doctor(std::string("ws://") + QuietNetwork::kSilentFourth, "1");
@@ -83,6 +133,18 @@ TEST_F(DoctorInANetwork, ThatHasNoWayThere) {
     const Findings found = doctor(std::string("ws://") + QuietNetwork::kNoWayFourth);
     EXPECT_EQ(found.failures(), Names{"connect"}) << found.result.out;
     EXPECT_EQ(found.code("connect"), "unreachable");
+  });
+}
+
+TEST_F(DoctorInANetwork, ThatForbidsTheWayThere) {
+  network_->forbid("203.0.113.0/24");
+  runWithRoute([] {
+    const Findings found = doctor("ws://203.0.113.9");
+    EXPECT_EQ(found.failures(), Names{"connect"}) << found.result.out;
+    EXPECT_EQ(found.code("connect"), "failed");
+    EXPECT_NE(found.text("connect").find("203.0.113.9 port 80: "), std::string::npos)
+        << found.text("connect");
+    EXPECT_EQ(found.text("upgrade"), "because connect failed");
   });
 }
 
@@ -122,6 +184,9 @@ TEST_F(DoctorInANetwork, FromWhichNothingLeadsOutButTheServerIsInIt) {
     EXPECT_EQ(found.failures(), Names()) << found.result.out;
     EXPECT_EQ(found.code("network"), "good");
     EXPECT_EQ(found.code("ping"), "good");
+    EXPECT_EQ(found.code("tls"), "none") << "what is sent there leaves this machine";
+    EXPECT_EQ(found.verdict("tls"), "warn");
+    EXPECT_EQ(found.result.exitCode, 0);
     // Somebody has answered, so it is not for want of a route.
     EXPECT_EQ(doctor("ws://192.0.2.1:1").code("connect"), "refused");
   });
@@ -184,80 +249,6 @@ TEST_F(DoctorInANetwork, WithAProxyThatIsNotThere) {
     EXPECT_EQ(doctor("ws://192.0.2.1:1", "2").code("proxy"), "notUsed");
     ::unsetenv("http_proxy");
   });
-}
-
-TEST(DoctorOfAPeer, ThatEndsTheLinkInThePlaceOfAnAnswer) {
-  RawListener listener;
-  std::thread server([&listener] {
-    RawPeer peer = listener.accept();
-    peer.acceptHandshake();
-    peer.readFrame();
-    peer.close();
-  });
-  const Findings found = doctor(listener.url());
-  server.join();
-  EXPECT_EQ(found.failures(), Names{"ping"}) << found.result.out;
-  EXPECT_EQ(found.code("ping"), "closed");
-}
-
-/// Runs doctor against a server that speaks TLS as this identity says.
-Findings doctorOf(const TlsIdentity& identity, const std::string& root) {
-  RawListener listener;
-  std::thread server([&] {
-    RawPeer peer = listener.accept();
-    // With TLS 1.3 the client is through with the handshake before it is refused.
-    if (peer.acceptTls(identity.context())) peer.readEnd();
-  });
-  const Findings found = doctor(listener.url("/", "wss"), "2", {"--root", root});
-  server.join();
-  return found;
-}
-
-CertificateWishes authority(const char* name) {
-  CertificateWishes wishes;
-  wishes.commonName = name;
-  wishes.isAuthority = true;
-  return wishes;
-}
-
-CertificateWishes serverHere() {
-  CertificateWishes wishes;
-  wishes.commonName = "server";
-  wishes.names = "IP:127.0.0.1";
-  return wishes;
-}
-
-class DoctorOfATlsServer : public ::testing::Test {
- protected:
-  const TestCertificate root{authority("Root")};
-  const std::string rootFile = writeTestFile("root.pem", root.pem());
-};
-
-TEST_F(DoctorOfATlsServer, ThatWantsACertificateOfTheClient) {
-  TlsIdentity identity(root.issue(serverHere()));
-  identity.askForCertificateBy(TestCertificate(authority("Clients")));
-  const Findings found = doctorOf(identity, rootFile);
-  EXPECT_EQ(found.failures(), Names{"tls"}) << found.result.out;
-  EXPECT_EQ(found.code("tls"), "clientCertificate");
-}
-
-TEST_F(DoctorOfATlsServer, WhoseKeyIsWeak) {
-  CertificateWishes weak = serverHere();
-  weak.key = "RSA1024";
-  const Findings found = doctorOf(TlsIdentity(root.issue(weak)), rootFile);
-  EXPECT_EQ(found.failures(), Names{"tls"}) << found.result.out;
-  EXPECT_EQ(found.code("tls"), "weak");
-}
-
-TEST_F(DoctorOfATlsServer, WhoseIssuerHasExpired) {
-  CertificateWishes old = authority("Old Office");
-  old.from = -std::chrono::hours(48);
-  old.until = -std::chrono::hours(1);
-  const TestCertificate between = root.issue(old);
-  const Findings found = doctorOf(TlsIdentity(between.issue(serverHere()), {between}), rootFile);
-  EXPECT_EQ(found.failures(), Names{"tls"}) << found.result.out;
-  EXPECT_EQ(found.code("tls"), "expired");
-  EXPECT_NE(found.text("tls").find("\"Old Office\" is valid until"), std::string::npos) << found.text("tls");
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ namespace {
 constexpr std::size_t kHeaderSize = 12;
 constexpr int kAddressOfFourth = 1;
 constexpr int kAddressOfSixth = 28;
+constexpr int kFailure = 2;
 constexpr int kNoSuchName = 3;
 
 void put16(std::string& bytes, int number) {
@@ -42,6 +43,11 @@ std::size_t endOfName(const std::string& message) {
   return at + 1;
 }
 
+int codeOf(NameServer::Says says) {
+  if (says == NameServer::Says::Failure) return kFailure;
+  return says == NameServer::Says::NoSuchName ? kNoSuchName : 0;
+}
+
 std::string bytesOf(const std::string& address, int family) {
   std::string bytes(family == AF_INET6 ? sizeof(in6_addr) : sizeof(in_addr), '\0');
   if (::inet_pton(family, address.c_str(), bytes.data()) != 1) {
@@ -52,13 +58,12 @@ std::string bytesOf(const std::string& address, int family) {
 
 }  // namespace
 
-void useOwnNames(const std::string& hosts) {
+void useOwnNames(const std::string& hosts, const std::string& options) {
   if (::unshare(CLONE_NEWNS) != 0) failWith("cannot have files of its own");
   if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) failWith("cannot keep them");
   if (::mount("none", "/etc", "tmpfs", 0, nullptr) != 0) failWith("cannot hide /etc");
   std::ofstream("/etc/nsswitch.conf") << "hosts: files dns\n";
-  std::ofstream("/etc/resolv.conf") << "nameserver " << NameServer::kAddress << "\n"
-                                    << "options timeout:30 attempts:5\n";
+  std::ofstream("/etc/resolv.conf") << "nameserver " << NameServer::kAddress << "\n" << options << "\n";
   std::ofstream("/etc/host.conf") << "multi on\n";  // all lines of a name count
   std::ofstream("/etc/hosts") << hosts;
 }
@@ -106,7 +111,7 @@ std::optional<std::string> NameServer::answerTo(const std::string& question) con
   if (answer.says == Says::Nothing) return std::nullopt;
 
   std::string bytes = question.substr(0, 2);
-  put16(bytes, 0x8180 | (answer.says == Says::NoSuchName ? kNoSuchName : 0));
+  put16(bytes, 0x8180 | codeOf(answer.says));
   put16(bytes, 1);
   put16(bytes, static_cast<int>(answer.addresses.size()));
   put16(bytes, 0);

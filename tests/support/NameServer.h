@@ -12,17 +12,18 @@ namespace orv::test {
 
 /// Gives the calling thread, and the threads and programs that it starts from now on, a folder /etc of its own with three
 /// files in it: where names are asked for (port 53 of `NameServer::kAddress`), and the names that are known without
-/// asking. A server that is silent is asked five times and waited for 30 s each time: for longer than a test waits. Needs
-/// root. Throws `std::runtime_error` when it is not permitted.
+/// asking. Needs root. Throws `std::runtime_error` when it is not permitted.
 /// @param hosts lines like "192.0.2.7 server.example"
-void useOwnNames(const std::string& hosts);
+/// @param options a line of how names are asked for. Unless it is given, a server that is silent is asked five times and
+///     waited for 30 s each time: for longer than a test waits
+void useOwnNames(const std::string& hosts, const std::string& options = "options timeout:30 attempts:5");
 
 /// A server of names for one thread's network namespace. It says the same of every name.
 class NameServer {
  public:
   static constexpr const char* kAddress = "127.0.0.53";
 
-  enum class Says { Nothing, NoSuchName, NoAddress, Addresses };
+  enum class Says { Nothing, NoSuchName, NoAddress, Addresses, Failure };
   struct Answer {
     Says says = Says::Nothing;
     std::vector<std::string> addresses{};

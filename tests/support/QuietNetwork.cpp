@@ -23,6 +23,10 @@ void QuietNetwork::leadOut() const {
   here_.ip("route add default via 192.0.2.9");
 }
 
+void QuietNetwork::forbid(const std::string& addresses) const {
+  here_.ip("route add prohibit " + addresses);
+}
+
 std::string serverAt(const char* address, const char* otherAddress) {
   return std::string(address) + " server.example\n" + otherAddress + " server.example\n";
 }

@@ -25,6 +25,8 @@ class QuietNetwork {
   void run(const std::function<void()>& body) const { here_.run(body); }
   /// From now on the rest of the world is said to be behind the silent address.
   void leadOut() const;
+  /// From now on the rules of this machine forbid the way to these addresses, such as "203.0.113.0/24".
+  void forbid(const std::string& addresses) const;
 
  private:
   NetworkNamespace here_;

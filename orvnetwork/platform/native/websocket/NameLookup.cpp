@@ -37,10 +37,11 @@ class Place {
 };
 
 Error lookupError(int code) {
-  if (code == EAI_SYSTEM) {
-    return {websocket_error::kSystemDomain, errno, std::system_category().message(errno)};
-  }
-  return {websocket_error::kNameLookupDomain, code, gai_strerror(code)};
+  if (code != EAI_SYSTEM) return {websocket_error::kNameLookupDomain, code, gai_strerror(code)};
+  // The resolver may say that the system is to blame and keep to itself for what.
+  const int number = errno;
+  return {websocket_error::kSystemDomain, number,
+          number == 0 ? gai_strerror(code) : std::system_category().message(number)};
 }
 
 HostAddresses resolve(const std::string& host, std::uint16_t port, int family, int flags) {
@@ -50,6 +51,7 @@ HostAddresses resolve(const std::string& host, std::uint16_t port, int family, i
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* list = nullptr;
   HostAddresses result;
+  errno = 0;
   if (const int code = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &list); code != 0) {
     result.error = lookupError(code);
     return result;
