@@ -87,9 +87,10 @@ class ORV_EXPORT LinkStatus {
   LinkStatistics statistics() const;
 
   /// Gives each message of either direction, and what happens to the link, to `sink`, secrets hidden. The sink is called on
-  /// a thread of the trace's own, not on the main thread, and holds what it uses; all the rest is as with
-  /// `QXWebSocketMgr::setFrameTrace`. An empty sink ends the trace, and so does the end of the client: what waits for the
-  /// sink then is gone, unless `QXWebSocketMgr::flushFrameTrace` was called before.
+  /// a thread of the trace's own, on the main thread only where that calls `QXWebSocketMgr::flushFrameTrace`; all the rest is
+  /// as with `QXWebSocketMgr::setFrameTrace`. An empty sink ends the trace, and so does the end of the client: what waits for
+  /// the sink then is gone, unless it was flushed before, and a call of the sink that is under way is waited for. So a sink
+  /// does not wait for the main thread.
   ///
   ///     auto file = orv::TraceFile::open(path);
   ///     if (file) client->link().setFrameTrace(orv::TraceFile::sinkOf(*file), orv::TraceMode::Shareable);

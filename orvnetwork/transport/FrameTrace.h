@@ -56,7 +56,8 @@ struct TraceEntry {
   bool operator==(const TraceEntry&) const = default;
 };
 
-/// Takes the entries of the trace: see `QXWebSocketMgr::setFrameTrace`.
+/// Takes the entries of the trace: see `QXWebSocketMgr::setFrameTrace`, also for the threads on which it is called and
+/// destroyed.
 using TraceSink = std::function<void(const TraceEntry& entry)>;
 
 /// The entry as a line of a trace file, without a line feed: a JSON dictionary with "time" (UTC), "kind", "connection",

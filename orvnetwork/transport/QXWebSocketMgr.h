@@ -131,16 +131,21 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   ///
   ///     link.setFrameTrace([](const orv::TraceEntry& entry) { std::clog << orv::lineOf(entry) << '\n'; });
   ///
-  /// The sink is called on a thread that is the trace's own, one call at a time, in the order in which things happened,
-  /// and under no lock: it may take its time, set another sink, end the trace, and throw, which is logged on the console.
-  /// What waits for it is bounded, to 4,096 entries and 8 MiB of text: the oldest go, and an entry says how many. A message
-  /// of more than 1 MiB is told by its size. When this has returned no further call to the former sink begins, and what has
-  /// waited for it is gone; a call that is under way on the other thread goes on to its end, so a sink holds what it uses.
+  /// The sink is called on a thread that is the trace's own, or on one that calls `flushFrameTrace` meanwhile; one call at a
+  /// time, in the order in which things happened, and under no lock: it may take its time, set another sink, end the trace,
+  /// and throw, which is logged on the console. What waits for it is bounded, to 4,096 entries and 8 MiB of text: the oldest
+  /// go, and an entry says how many. A message of more than 1 MiB is told by its size.
+  ///
+  /// When this has returned the former sink is called no more, and what has waited for it is gone: a call that is under way
+  /// on another thread is waited for. So it is not to be called while the sink may wait for this thread, or for a lock that
+  /// this thread holds. Inside the sink it waits for nothing. The former sink is destroyed on the calling thread, before this
+  /// returns; where this is called inside the sink, on the same thread, when that call has returned.
   ///
   /// Without a sink a message costs one look at a flag. Any thread.
   void setFrameTrace(TraceSink sink, TraceMode mode = TraceMode::SecretsHidden);
-  /// Returns when the sink has got all entries from before the call: for the end of a program. Not while the sink may wait
-  /// for this thread; inside the sink it does nothing. Any thread.
+  /// Returns when the sink has got all entries from before the call: for the end of a program. What still waits is given to
+  /// the sink on the calling thread. Not while the sink may wait for this thread, or for a lock that this thread holds; inside
+  /// the sink it does nothing. Any thread.
   void flushFrameTrace();
 
   /// Replaces the socket by a new one and opens it. Does nothing within 1.5 s of the last time that it did.

@@ -17,6 +17,9 @@ std::string skippedText(std::uint64_t entries) {
          " missing: they came faster than they were taken";
 }
 
+/// The desk whose sink this thread is in.
+thread_local const TraceDesk* innermostCall = nullptr;
+
 WallTime traceTime() {
   return Platform::current().clock().wallNow();
 }
@@ -27,19 +30,29 @@ TraceDesk::TraceDesk() = default;
 TraceDesk::~TraceDesk() = default;
 
 void TraceDesk::set(TraceSink sink, TraceMode mode) {
-  std::shared_ptr<const Target> target;
-  if (sink) target = std::make_shared<const Target>(Target{std::move(sink), mode});
+  // Outlives the lock: what the former sink holds goes when nothing is locked.
+  std::unique_ptr<Target> target;
+  if (sink) target = std::make_unique<Target>(Target{std::move(sink), mode, 0});
   std::deque<Waiting> dropped;
-  {
-    const std::lock_guard lock(mutex_);
-    // A thread is there from the first sink on.
-    if (target && !drain_) drain_ = Platform::current().makeBackgroundDrain([this] { drain(); });
-    isOn_ = target != nullptr;
-    target_.swap(target);
-    waiting_.swap(dropped);
-    bytes_ = 0;
-    skipped_ = 0;
+  std::unique_lock lock(mutex_);
+  // A thread is there from the first sink on.
+  if (target && !drain_) drain_ = Platform::current().makeBackgroundDrain([this] { drain(); });
+  isOn_ = target != nullptr;
+  if (target) target->number = ++targets_;
+  target_.swap(target);
+  waiting_.swap(dropped);
+  bytes_ = 0;
+  skipped_ = 0;
+  if (!isCalling_) return;
+  // The call is a former sink's: none of the one that was set just now can have begun.
+  if (innermostCall == this) {
+    if (target) replacedInside_.push_back(std::move(target));
+    return;
   }
+  const auto end = std::make_shared<Semaphore>(0);
+  callWaiters_.push_back(end);
+  lock.unlock();
+  end->wait();
 }
 
 void TraceDesk::flush() {
@@ -111,13 +124,15 @@ void TraceDesk::drain() {
 }
 
 bool TraceDesk::deliverNext() {
-  std::shared_ptr<const Target> target;
+  std::uint64_t number = 0;
+  TraceMode mode{};
   Waiting next;
   std::uint64_t skipped = 0;
   {
     const std::lock_guard lock(mutex_);
     if (waiting_.empty()) return false;
-    target = target_;
+    number = target_->number;
+    mode = target_->mode;
     skipped = std::exchange(skipped_, 0);
     next = std::move(waiting_.front());
     waiting_.pop_front();
@@ -129,15 +144,45 @@ bool TraceDesk::deliverNext() {
     gap.time = entry.time;
     gap.text = skippedText(skipped);
     gap.skipped = skipped;
-    runGuarded("frame trace", [&] { target->sink(gap); });
+    call(number, gap);
   }
   if (next.message) {
-    TraceText shown = traceTextOf(*next.message, target->mode);
+    TraceText shown = traceTextOf(*next.message, mode);
     entry.text = std::move(shown.text);
     entry.isJson = shown.isJson;
   }
-  runGuarded("frame trace", [&] { target->sink(entry); });
+  call(number, entry);
   return true;
+}
+
+/// Does nothing for a sink that has been replaced since.
+void TraceDesk::call(std::uint64_t number, const TraceEntry& entry) {
+  const Target* target = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!target_ || target_->number != number) return;
+    target = target_.get();
+    isCalling_ = true;
+  }
+  const TraceDesk* const outer = std::exchange(innermostCall, this);
+  runGuarded("frame trace", [&] { target->sink(entry); });
+  leaveCall();
+  innermostCall = outer;
+}
+
+/// Sinks that were replaced inside the call go first: the end of one of them may replace another one.
+void TraceDesk::leaveCall() {
+  std::vector<std::shared_ptr<Semaphore>> waiters;
+  for (bool isOver = false; !isOver;) {
+    std::vector<std::unique_ptr<Target>> replaced;
+    const std::lock_guard lock(mutex_);
+    replaced.swap(replacedInside_);
+    isOver = replaced.empty();
+    if (!isOver) continue;
+    isCalling_ = false;
+    waiters.swap(callWaiters_);
+  }
+  for (const auto& waiter : waiters) waiter->signal();
 }
 
 }  // namespace orv

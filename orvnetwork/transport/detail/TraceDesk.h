@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/platform/BackgroundDrain.h>
+#include <orvnetwork/platform/Semaphore.h>
 #include <orvnetwork/transport/FrameTrace.h>
 #include <orvnetwork/transport/LinkFailure.h>
 
@@ -9,13 +10,13 @@
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace orv {
 
-/// Takes what passes on the link, and gives it to the host's sink on a thread of its own, secrets hidden. All of it on any
-/// thread. Nobody who notes something waits for the sink: what waits is bounded, and the oldest go.
+/// Takes what passes on the link, and gives it to the host's sink on a thread of its own, or of who flushes, secrets hidden.
+/// All of it on any thread. Nobody who notes something waits for the sink: what waits is bounded, and the oldest go.
 class TraceDesk {
  public:
   static constexpr std::size_t kMostEntries = 4096;
@@ -29,6 +30,8 @@ class TraceDesk {
   /// Whether there is a sink. Who asks first saves the work for the others.
   bool isOn() const { return isOn_.load(std::memory_order_relaxed); }
 
+  /// Waits for a call of a former sink that is under way on another thread. The former sink is destroyed here, or, when this
+  /// is called inside of it, on the same thread when that call has returned.
   void set(TraceSink sink, TraceMode mode);
   void flush();
 
@@ -43,6 +46,8 @@ class TraceDesk {
   struct Target {
     TraceSink sink;
     TraceMode mode;
+    /// Tells it from those before and behind it, which may lie at the same address.
+    std::uint64_t number;
   };
   struct Waiting {
     TraceEntry entry;
@@ -54,11 +59,18 @@ class TraceDesk {
   void note(Waiting waiting);
   void drain();
   bool deliverNext();
+  void call(std::uint64_t number, const TraceEntry& entry);
+  void leaveCall();
 
   std::atomic<bool> isOn_{false};
 
   std::mutex mutex_;
-  std::shared_ptr<const Target> target_;
+  std::unique_ptr<Target> target_;
+  std::uint64_t targets_ = 0;
+  bool isCalling_ = false;
+  /// Those who wait for the end of the call that is under way, and the sinks that were replaced inside of it.
+  std::vector<std::shared_ptr<Semaphore>> callWaiters_;
+  std::vector<std::unique_ptr<Target>> replacedInside_;
   std::deque<Waiting> waiting_;
   std::size_t bytes_ = 0;
   std::uint64_t skipped_ = 0;
