@@ -6,6 +6,7 @@
 
 #include "cli/doctor/WayVerdicts.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -72,19 +73,18 @@ json::object tlsFacts(const WayFacts& facts) {
 Finding outOfDate(const WayFacts& facts, const CertificateSummary& leaf) {
   const std::string now = dayText(facts.now);
   const bool isExpired = facts.error->code == kExpired;
-  const char* const code = isExpired ? "expired" : "notYetValid";
   const bool isLeafs = isExpired ? leaf.notAfter <= facts.now : leaf.notBefore > facts.now;
   if (!isLeafs) {
-    return failed("tls", code,
+    return failed("tls", isExpired ? "expired" : "notYetValid",
                   "a certificate behind the server's own is out of date: " + facts.error->description,
                   "check this machine's clock; else the server needs other certificates");
   }
   if (isExpired) {
-    return failed("tls", code,
+    return failed("tls", "expired",
                   "the certificate has expired on " + dayText(leaf.notAfter) + "; this clock says " + now,
                   "check this machine's clock; else the server needs a new certificate");
   }
-  return failed("tls", code,
+  return failed("tls", "notYetValid",
                 "the certificate counts from " + dayText(leaf.notBefore) + " on; this clock says " + now,
                 "check this machine's clock");
 }
@@ -130,6 +130,21 @@ Finding failedCertificate(const WayFacts& facts) {
       return failed("tls", "failed", "no agreement on TLS: " + facts.error->description,
                     "check the port: something else than TLS may be spoken there");
   }
+}
+
+/// "Server: nginx", a line each.
+json::array headerLines(const ConnectReport& report) {
+  json::array lines;
+  for (const AnswerHeader& header : report.answerHeaders) {
+    lines.emplace_back(header.name + ": " + header.value);
+  }
+  return lines;
+}
+
+/// Where the answer leads: " (http://portal.example/)"; "" where it does not say so.
+std::string placeText(const ConnectReport& report) {
+  const auto location = std::ranges::find(report.answerHeaders, "Location", &AnswerHeader::name);
+  return location == report.answerHeaders.end() ? "" : " (" + location->value + ")";
 }
 
 }  // namespace
@@ -189,9 +204,10 @@ Finding judgeUpgrade(const WayFacts& facts) {
                          "network, or another server",
                      "open any page in a browser and sign in to the network");
   } else if (status < kRefusals) {
-    finding =
-        failed("upgrade", "redirected", number + ": it leads elsewhere, as sign-in pages of a network do",
-               "open any page in a browser and sign in to the network; check the address");
+    finding = failed(
+        "upgrade", "redirected",
+        number + ": it leads elsewhere" + placeText(facts.report) + ", as sign-in pages of a network do",
+        "open any page in a browser and sign in to the network; check the address");
   } else if (status == kNotFound) {
     finding =
         failed("upgrade", "noSuchPath",
@@ -207,7 +223,9 @@ Finding judgeUpgrade(const WayFacts& facts) {
     finding =
         failed("upgrade", "refused", number + ": the server refuses a WebSocket there", "check the address");
   }
-  finding.facts = {{"status", status}, {"path", facts.url.target.substr(0, facts.url.target.find('?'))}};
+  finding.facts = {{"status", status},
+                   {"path", facts.url.target.substr(0, facts.url.target.find('?'))},
+                   {"headers", headerLines(facts.report)}};
   finding.milliseconds = took;
   return finding;
 }

@@ -5,6 +5,7 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>
 
+#include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -68,6 +69,45 @@ fs::path nearestThere(fs::path path) {
     path = path.parent_path();
   }
   return path;
+}
+
+/// Who is meant by others: all users, and the members of a group that is not the owner's alone, which is called as they are.
+/// @param all, group what to look for in the rights
+bool isOpen(const struct stat& status, mode_t all, mode_t group) {
+  if ((status.st_mode & all) != 0) return true;
+  if ((status.st_mode & group) == 0) return false;
+  const passwd* const owner = ::getpwuid(status.st_uid);
+  const std::string name = owner != nullptr ? owner->pw_name : "";
+  const struct group* const members = ::getgrgid(status.st_gid);
+  return members == nullptr || name != members->gr_name;
+}
+
+/// Whether others get to what is in a folder: through all that it lies in.
+bool isReachable(const fs::path& folder) {
+  for (fs::path at = folder; !at.empty(); at = at.parent_path()) {
+    struct stat status {};
+    if (::stat(at.c_str(), &status) != 0 || !isOpen(status, S_IXOTH, S_IXGRP)) return false;
+    if (at == at.parent_path()) break;
+  }
+  return true;
+}
+
+/// Finds what is open to others: the folders that are the library's alone, the user's file, and, as far as it can be written,
+/// what they lie in.
+void lookAtRights(const fs::path& documents, HomeFacts& facts) {
+  const auto look = [&facts](const fs::path& path, bool isOurs) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !isReachable(path.parent_path())) return;
+    // Where the sticky bit is set everybody changes what is theirs only.
+    const bool isSticky = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+    if (!isSticky && isOpen(status, S_IWOTH, S_IWGRP)) facts.writtenByOthers.push_back(path.string());
+    if (isOurs && isOpen(status, S_IROTH, S_IRGRP)) facts.readByOthers.push_back(path.string());
+  };
+  look(documents.parent_path(), false);
+  look(documents, false);
+  for (const char* part : {"userInfo", "userInfo/userInfo.plist", "orv_course", "OrvLog"}) {
+    look(documents / part, true);
+  }
 }
 
 /// Names of what the library has set aside, below the folder.
@@ -171,6 +211,7 @@ HomeFacts lookAtHome(const std::string& documents) {
     facts.folder = below.string();
     break;
   }
+  lookAtRights(documents, facts);
   const fs::path real = fs::canonical(documents, error);
   facts.setAside = damagedIn(documents);
   facts.usedBy = usersOf(error ? fs::path(documents) : real);

@@ -43,6 +43,8 @@ json::object homeFacts(const HomeFacts& facts) {
   std::array<char, 16> mode{};
   std::snprintf(mode.data(), mode.size(), "%04o", facts.mode & 07777U);
   json::object shown{{"folder", facts.folder}, {"exists", facts.exists}, {"mode", mode.data()}};
+  shown.emplace("writtenByOthers", arrayOf(facts.writtenByOthers));
+  shown.emplace("readByOthers", arrayOf(facts.readByOthers));
   shown.emplace("freeBytes", facts.freeBytes);
   shown.emplace("setAside", arrayOf(facts.setAside));
   shown.emplace("usedBy", arrayOf(facts.usedBy));
@@ -116,6 +118,17 @@ Finding judgeHome(const HomeFacts& facts) {
   const std::string room = sizeText(facts.freeBytes) + " left";
   if (facts.freeBytes < kNoRoom) {
     return failed("home", "full", "the disk is full: " + room, "make room on the disk", shown);
+  }
+  if (!facts.writtenByOthers.empty()) {
+    return warned("home", "openForWriting",
+                  "other users can change what is in " + listOf(facts.writtenByOthers) +
+                      ", and so the user who is signed in here",
+                  "close it to them: chmod go-w " + listOf(facts.writtenByOthers), shown);
+  }
+  if (!facts.readByOthers.empty()) {
+    return warned("home", "openForReading",
+                  "other users can read " + listOf(facts.readByOthers) + ", where sessions and courses are",
+                  "close it to them: chmod go-rwx " + listOf(facts.readByOthers), shown);
   }
   if (facts.freeBytes < kLittleRoom) {
     return warned("home", "littleRoom", room + " on the disk", "make room on the disk", shown);

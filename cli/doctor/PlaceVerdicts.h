@@ -46,6 +46,9 @@ struct HomeFacts {
   bool isWritable = true;
   std::string user{};
   unsigned mode = 0700;
+  /// What other users can change there, and what they can read though it is the library's alone.
+  std::vector<std::string> writtenByOthers{};
+  std::vector<std::string> readByOthers{};
   std::uint64_t freeBytes = 0;
   /// Files that were damaged and set aside, below the folder.
   std::vector<std::string> setAside{};

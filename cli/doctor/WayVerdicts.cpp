@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv::cli::doctor {
 
@@ -35,6 +37,15 @@ json::object describeAttempts(const ConnectReport& report) {
   json::array addresses;
   for (const AddressAttempt& attempt : report.attempts) addresses.push_back(describe(attempt));
   return {{"addresses", std::move(addresses)}};
+}
+
+/// A few of a list, and how many more there are.
+std::string fewOf(const std::vector<std::string>& all) {
+  constexpr std::size_t kMost = 3;
+  std::string list;
+  for (std::size_t i = 0; i < all.size() && i < kMost; ++i) list += (i > 0 ? ", " : "") + all[i];
+  if (all.size() > kMost) list += " and " + std::to_string(all.size() - kMost) + " more";
+  return list;
 }
 
 std::string serverText(const WayFacts& facts) {
@@ -161,7 +172,9 @@ Finding judgeProxy(const WayFacts& facts) {
 Finding judgeName(const WayFacts& facts) {
   const std::string& host = facts.url.server.host;
   const double took = inMilliseconds(facts.report.name);
-  Finding finding = good("name", host + ", " + spanText(took));
+  const std::vector<std::string>& addresses = facts.report.addresses;
+  const std::string found = addresses.empty() ? "" : " is " + fewOf(addresses);
+  Finding finding = good("name", host + found + ", " + spanText(took));
   if (facts.report.throughProxy) {
     finding = skipped("name", "byProxy", "the proxy looks it up");
   } else if (isNumericHost(facts.url)) {
@@ -169,7 +182,10 @@ Finding judgeName(const WayFacts& facts) {
   } else if (failedStep(facts) == Step::Name) {
     finding = nameFailure(host, facts.report.name, *facts.error);
   }
-  finding.facts = {{"host", host}};
+  // Through a proxy they are the proxy's.
+  json::array shown;
+  if (!facts.report.throughProxy) shown = json::array(addresses.begin(), addresses.end());
+  finding.facts = {{"host", host}, {"addresses", std::move(shown)}};
   finding.milliseconds = took;
   return finding;
 }

@@ -34,6 +34,15 @@ struct CertificateSummary {
   std::string pin;
 };
 
+/// One line of the header of an HTTP answer.
+struct AnswerHeader {
+  /// As it is usually written: "Server".
+  std::string name;
+  std::string value;
+
+  bool operator==(const AnswerHeader&) const = default;
+};
+
 /// What one attempt to connect met on its way, as far as it has come. Times are those of each step by itself; a step that
 /// was not reached, or is not needed, has none.
 struct ConnectReport {
@@ -47,6 +56,9 @@ struct ConnectReport {
   /// The change from HTTP to WebSocket.
   std::optional<Seconds> upgrade{};
 
+  /// The addresses that the name has, the server's or the proxy's, in the order in which they became known and as far as they
+  /// had to be waited for: numeric, at most 32. Empty for a numeric address.
+  std::vector<std::string> addresses{};
   /// The tries to connect, in the order in which they began.
   std::vector<AddressAttempt> attempts{};
   /// The proxy that the attempt goes through, without user and password; absent where it goes straight.
@@ -65,6 +77,11 @@ struct ConnectReport {
 
   /// Status of the answer to the upgrade; 0 for none.
   int httpStatus = 0;
+  /// What an answer that does not open the link says of who has answered and what it wants, in its order: "Server", "Via",
+  /// "Location" (without a user, and without what stands behind "?"), "Content-Type", "Retry-After", "Upgrade",
+  /// "WWW-Authenticate" and "Proxy-Authenticate". Others' words: at most 16 of 200 bytes, UTF-8, without control characters,
+  /// and with secrets hidden as `hideSecrets` does. Empty for an answer that opens it.
+  std::vector<AnswerHeader> answerHeaders{};
   /// The clock of the server by the "Date" header of that answer, and this machine's when it came.
   std::optional<WallTime> serverDate{};
   std::optional<WallTime> answeredAt{};

@@ -107,6 +107,7 @@ ConnectPlan ConnectPlan::addresses(const std::vector<PlannedAddress>& inOrder) {
   } else if (const auto failed = race.failure()) {
     plan = fail(failed->error, failed->at);
   }
+  for (const PlannedAddress& one : inOrder) plan.report.addresses.push_back(one.address);
   plan.report.attempts = race.attempts();
   if (plan.outcome != Outcome::NeverAnswer) plan.report.connect = plan.delay;
   return plan;

@@ -25,8 +25,8 @@ struct ORV_EXPORT ConnectPlan {
   Seconds delay{0};
   /// What the socket fails with; for `Outcome::Fail`, and for `Outcome::NeverAnswer` where it is not the usual one.
   Error error{};
-  /// What `WebSocket::connectReport` tells: of its `attempts` those that have begun, and all of it once the attempt is
-  /// decided.
+  /// What `WebSocket::connectReport` tells: its `addresses` and of its `attempts` those that have begun, and all of it once the
+  /// attempt is decided.
   ConnectReport report{};
 
   /// The connection opens.

@@ -73,6 +73,64 @@ TEST(DoctorOfAHome, ThatAnotherProgramUses) {
   EXPECT_EQ(Findings{runOrv({"doctor"})}.code("home"), "good");
 }
 
+/// Lets all users get to the home, which is among what belongs to the test alone otherwise.
+void openTheWayHome() {
+  const fs::path shared = fs::temp_directory_path();
+  for (fs::path at = std::getenv("HOME"); at != shared && at != at.parent_path(); at = at.parent_path()) {
+    fs::permissions(at, fs::perms(0755));
+  }
+}
+
+/// What doctor says of the home, with another part of it closed or open.
+Findings doctorWith(const std::string& folder, unsigned rights) {
+  fs::permissions(folder, fs::perms(rights));
+  return Findings{runOrv({"doctor"})};
+}
+
+TEST(DoctorOfAHome, ThatOthersCanRead) {
+  openTheWayHome();
+  const std::string user = documents() + "/userInfo";
+  fs::create_directories(user);
+  fs::permissions(documents(), fs::perms(0755));
+  const Findings found = doctorWith(user, 0755);
+  EXPECT_EQ(found.code("home"), "openForReading") << found.result.out;
+  EXPECT_EQ(found.verdict("home"), "warn");
+  EXPECT_NE(found.text("home").find(user), std::string::npos) << found.text("home");
+  EXPECT_EQ(found.of("home").at("facts").at("readByOthers").as_array().size(), 1U);
+  EXPECT_EQ(found.result.exitCode, 0);
+  EXPECT_EQ(doctorWith(user, 0711).code("home"), "good");
+  // A file is open where the folder lets others through.
+  std::ofstream(user + "/userInfo.plist") << "<plist><dict/></plist>";
+  EXPECT_EQ(doctorWith(user + "/userInfo.plist", 0604).code("home"), "openForReading");
+  EXPECT_EQ(doctorWith(user, 0700).code("home"), "good");
+  EXPECT_EQ(doctorWith(user, 0755).code("home"), "openForReading");
+  EXPECT_EQ(doctorWith(documents(), 0700).code("home"), "good") << "nobody gets there";
+}
+
+TEST(DoctorOfAHome, ThatOthersCanWrite) {
+  openTheWayHome();
+  fs::create_directories(documents());
+  const Findings found = doctorWith(documents(), 0757);
+  EXPECT_EQ(found.code("home"), "openForWriting") << found.result.out;
+  EXPECT_EQ(found.verdict("home"), "warn");
+  EXPECT_NE(found.text("home").find(documents()), std::string::npos) << found.text("home");
+  EXPECT_EQ(found.result.exitCode, 0);
+  EXPECT_EQ(doctorWith(documents(), 01777).code("home"), "good") << "each changes what is theirs only";
+  EXPECT_EQ(doctorWith(documents(), 0755).code("home"), "good");
+  EXPECT_EQ(doctorWith(std::getenv("HOME"), 0757).code("home"), "openForWriting");
+  EXPECT_EQ(doctorWith(std::getenv("HOME"), 0755).code("home"), "good");
+}
+
+TEST(DoctorOfAHome, ThatAGroupCanWrite) {
+  constexpr gid_t kSomeGroup = 100;
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a folder to another group";
+  openTheWayHome();
+  fs::create_directories(documents());
+  EXPECT_EQ(doctorWith(documents(), 0775).code("home"), "good") << "the group of the owner alone";
+  ASSERT_EQ(::chown(documents().c_str(), static_cast<uid_t>(-1), kSomeGroup), 0);
+  EXPECT_EQ(doctorWith(documents(), 0775).code("home"), "openForWriting");
+}
+
 TEST(DoctorOfALog, ThatIsLarge) {
   fs::create_directories(documents() + "/OrvLog/OrvCourse");
   const std::string path = documents() + "/OrvLog/OrvCourse/20240101000000_0.log";

@@ -77,6 +77,12 @@ INSTANTIATE_TEST_SUITE_P(
               Verdict::Warn, "40 MB left"),
         place("Full", judgeHome, home([](auto& f) { f.freeBytes = 1u << 20; }), "full", Verdict::Fail,
               "the disk is full"),
+        place("OpenForWriting", judgeHome, home([](auto& f) {
+                f.writtenByOthers = {"/home/ann", "/b"};
+              }),
+              "openForWriting", Verdict::Warn, "other users can change what is in /home/ann, /b"),
+        place("OpenForReading", judgeHome, home([](auto& f) { f.readByOthers = {"/home/ann/userInfo"}; }),
+              "openForReading", Verdict::Warn, "other users can read /home/ann/userInfo"),
         place("SetAside", judgeHome, home([](auto& f) {
                 f.setAside = {"a.damaged", "b.damaged"};
               }),

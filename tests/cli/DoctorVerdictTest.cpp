@@ -64,6 +64,8 @@ const std::map<std::string, std::string>& advice() {
       {"home notWritable", "give the folder to ann, or choose another one: --home DIR"},
       {"home full", "make room"},
       {"home littleRoom", "make room"},
+      {"home openForWriting", "chmod go-w /home/ann"},
+      {"home openForReading", "chmod go-rwx /home/ann/userInfo"},
       {"home setAside", "keep them for those who help"},
       {"home usedByOthers", "end the other program"},
       {"log large", "`orv log --since 10m`"},

@@ -5,113 +5,19 @@
 #include <orvnetwork/platform/WebSocketError.h>
 
 #include "DoctorRows.h"
+#include "MadeWays.h"
 #include <cli/doctor/WayVerdicts.h>
 
 #include <gtest/gtest.h>
 #include <netdb.h>
 
 #include <cerrno>
-#include <chrono>
-#include <cstdint>
-#include <functional>
-#include <string>
-#include <vector>
 
 namespace orv::test::doctor_way_test {
 namespace {
 
 using namespace cli::doctor;
-
-constexpr const char* kTls = websocket_error::kTlsDomain;
-constexpr const char* kSocket = websocket_error::kDomain;
-constexpr const char* kSystem = websocket_error::kSystemDomain;
-constexpr const char* kNames = websocket_error::kNameLookupDomain;
-constexpr const char* kProxy = websocket_error::kProxyDomain;
-/// The alert "certificate required", as the TLS library numbers it.
-constexpr int kCertificateRequired = 1116;
-constexpr std::chrono::hours kDay{24};
-
-/// 2026-11-22 12:00:00 UTC.
-const WallTime kNow{std::chrono::seconds(1'795'348'800)};
-
-/// An attempt to reach wss://school.example/link that has come to its end.
-WayFacts reached() {
-  WayFacts facts;
-  facts.url = *parseUrl("wss://school.example/link?key=1");
-  facts.now = kNow;
-  ConnectReport& report = facts.report;
-  report.name = Seconds(0.004);
-  report.connect = Seconds(0.012);
-  report.tls = Seconds(0.02);
-  report.upgrade = Seconds(0.031);
-  report.attempts = {{"203.0.113.7", Seconds(0.004), Seconds(0.012), true, {}}};
-  report.tlsVersion = "TLSv1.3";
-  report.chain = {{"school.example",
-                   "Good CA",
-                   {"school.example", "www.school.example"},
-                   kNow - 30 * kDay,
-                   kNow + 61 * kDay,
-                   "pin"}};
-  report.httpStatus = 101;
-  facts.isOpen = true;
-  facts.pong = Seconds(0.014);
-  return facts;
-}
-
-/// The same, which has failed with an error at a step.
-WayFacts failedAt(Step step, const char* domain, std::int64_t code) {
-  WayFacts facts = reached();
-  ConnectReport& report = facts.report;
-  if (step <= Step::Tls) report.upgrade.reset();
-  if (step <= Step::Connect) report.tls.reset();
-  if (step <= Step::Name) report.connect.reset();
-  const Error error{domain, code, "why"};
-  if (step <= Step::Connect) report.attempts = {{"203.0.113.7", Seconds(0), Seconds(1), false, error}};
-  if (step <= Step::Name) report.attempts.clear();
-  report.httpStatus = 0;
-  facts.isOpen = false;
-  facts.pong.reset();
-  facts.error = Error{domain, code, "why"};
-  return facts;
-}
-
-WayFacts with(WayFacts facts, const std::function<void(WayFacts&)>& change) {
-  change(facts);
-  return facts;
-}
-
-WayFacts answered(int status) {
-  const bool isRefusal = status >= 400;
-  return with(failedAt(Step::Upgrade, kSocket,
-                       isRefusal ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake),
-              [status](WayFacts& facts) { facts.report.httpStatus = status; });
-}
-
-WayFacts proxied(WayFacts facts) {
-  facts.choice = ProxyChoice{Proxy{.host = "proxy.example", .port = 3128}, ProxyReason::Settings};
-  facts.report.throughProxy = "http://proxy.example:3128";
-  facts.report.proxy = Seconds(0.01);
-  return facts;
-}
-
-/// An attempt that has failed at the proxy, with a code of its.
-WayFacts refusedByProxy(std::int64_t code) {
-  return proxied(failedAt(Step::Connect, kProxy, code));
-}
-
-/// An attempt that goes straight though a proxy was asked for.
-WayFacts straight(ProxyReason reason) {
-  WayFacts facts = reached();
-  facts.choice = ProxyChoice{{}, reason};
-  return facts;
-}
-
-WayFacts clockOff(double seconds) {
-  return with(reached(), [seconds](WayFacts& facts) {
-    facts.report.answeredAt = kNow;
-    facts.report.serverDate = kNow + std::chrono::duration_cast<WallTime::duration>(Seconds(seconds - 0.5));
-  });
-}
+using namespace made_ways;
 
 INSTANTIATE_TEST_SUITE_P(
     Proxy, DoctorVerdict,
@@ -148,6 +54,12 @@ INSTANTIATE_TEST_SUITE_P(
     NameAndConnect, DoctorVerdict,
     ::testing::Values(
         way("Name", judgeName, reached(), "good", Verdict::Ok, "school.example, 4 ms"),
+        way("NameWithAddresses", judgeName,
+            with(reached(),
+                 [](auto& f) {
+                   f.report.addresses = {"2001:db8::7", "203.0.113.7", "203.0.113.8", "203.0.113.9"};
+                 }),
+            "good", Verdict::Ok, "school.example is 2001:db8::7, 203.0.113.7, 203.0.113.8 and 1 more, 4 ms"),
         way("NameByProxy", judgeName, proxied(reached()), "byProxy", Verdict::Skipped, "the proxy"),
         way("Numeric", judgeName, with(reached(), [](auto& f) { f.url = *parseUrl("wss://[2001:db8::7]/"); }),
             "numeric", Verdict::Skipped, "is an address"),
@@ -292,6 +204,12 @@ INSTANTIATE_TEST_SUITE_P(
             "101, but no WebSocket's: why"),
         way("Redirected", judgeUpgrade, answered(302), "redirected", Verdict::Fail,
             "302: it leads elsewhere"),
+        way("RedirectedWithAPlace", judgeUpgrade,
+            with(answered(302),
+                 [](auto& f) {
+                   f.report.answerHeaders = {{"Server", "gate"}, {"Location", "http://portal.example/in"}};
+                 }),
+            "redirected", Verdict::Fail, "302: it leads elsewhere (http://portal.example/in), as sign-in"),
         way("Unauthorized", judgeUpgrade, answered(401), "refused", Verdict::Fail, "401: the server"),
         way("Forbidden", judgeUpgrade, answered(403), "refused", Verdict::Fail, "403: the server"),
         way("NoSuchPath", judgeUpgrade, answered(404), "noSuchPath", Verdict::Fail,
@@ -324,65 +242,6 @@ INSTANTIATE_TEST_SUITE_P(
                       way("Wrong", judgeClock, clockOff(420), "wrong", Verdict::Fail,
                           "this clock is 7 min slow: certificates will fail")),
     rowName);
-
-std::string codesOf(const std::vector<Finding>& findings) {
-  std::string codes;
-  for (const Finding& finding : findings) codes += finding.check + " " + finding.code + ", ";
-  return codes;
-}
-
-TEST(DoctorWay, WhatFollowsFromAFailureIsSkipped) {
-  EXPECT_EQ(codesOf(judgeWay(reached())), "name good, connect good, tls good, upgrade good, ping good, ");
-  EXPECT_EQ(codesOf(judgeWay(failedAt(Step::Name, kNames, EAI_NONAME))),
-            "name noSuchName, connect notReached, tls notReached, upgrade notReached, ping notReached, ");
-  EXPECT_EQ(codesOf(judgeWay(failedAt(Step::Connect, kSystem, ECONNREFUSED))),
-            "name good, connect refused, tls notReached, upgrade notReached, ping notReached, ");
-  EXPECT_EQ(codesOf(judgeWay(failedAt(Step::Tls, kTls, 10))),
-            "name good, connect good, tls expired, upgrade notReached, ping notReached, ");
-  EXPECT_EQ(codesOf(judgeWay(answered(403))),
-            "name good, connect good, tls good, upgrade refused, ping notReached, ");
-  EXPECT_EQ(codesOf(judgeWay(refusedByProxy(407))),
-            "proxy refusesUser, name notReached, connect notReached, tls notReached, upgrade notReached, "
-            "ping notReached, ");
-  WayFacts stayed = failedAt(Step::Name, kTls, websocket_error::kBadTlsSettings);
-  stayed.report.name.reset();
-  EXPECT_EQ(codesOf(judgeWay(stayed)),
-            "name notReached, connect notReached, tls badSettings, upgrade notReached, ping notReached, ");
-  const auto findings = judgeWay(failedAt(Step::Connect, kSystem, ECONNREFUSED));
-  EXPECT_EQ(findings[2].verdict, Verdict::Skipped);
-  EXPECT_EQ(findings[2].text, "because connect failed");
-}
-
-TEST(DoctorWay, WhatFollowsFromNoRouteIsSkipped) {
-  const auto codes = [](const WayFacts& facts) { return codesOf(withoutRoute(judgeWay(facts))); };
-  constexpr const char* kAllSkipped =
-      "name notReached, connect notReached, tls notReached, upgrade notReached, ping notReached, ";
-  EXPECT_EQ(codes(failedAt(Step::Name, kNames, EAI_AGAIN)), kAllSkipped);
-  EXPECT_EQ(codes(failedAt(Step::Name, kSocket, websocket_error::kTimedOut)), kAllSkipped);
-  EXPECT_EQ(withoutRoute(judgeWay(failedAt(Step::Name, kNames, EAI_AGAIN)))[4].text,
-            "because network failed");
-  EXPECT_EQ(codes(failedAt(Step::Connect, kSystem, ENETUNREACH)),
-            "name good, connect notReached, tls notReached, upgrade notReached, ping notReached, ");
-  // These have another cause: somebody has answered, or what was sent has gone somewhere.
-  for (const WayFacts& facts :
-       {reached(), failedAt(Step::Name, kNames, EAI_NONAME), failedAt(Step::Connect, kSystem, ECONNREFUSED),
-        failedAt(Step::Connect, kSystem, ETIMEDOUT), refusedByProxy(websocket_error::kProxyUnreachable),
-        failedAt(Step::Tls, kSystem, ECONNRESET), answered(404),
-        failedAt(Step::Upgrade, kSocket, websocket_error::kTimedOut)}) {
-    EXPECT_EQ(codes(facts), codesOf(judgeWay(facts)));
-  }
-}
-
-TEST(DoctorWay, StepsThatNobodyToldOfAreFoundByTheError) {
-  WayFacts bare;
-  bare.url = *parseUrl("wss://school.example/");
-  bare.error = Error{kSystem, ECONNREFUSED, "refused"};
-  EXPECT_EQ(failedStep(bare), Step::Connect);
-  bare.error = Error{kSocket, websocket_error::kTimedOut, "late"};
-  EXPECT_EQ(failedStep(bare), Step::Name);
-  bare.url = *parseUrl("wss://203.0.113.7/");
-  EXPECT_EQ(failedStep(bare), Step::Connect);
-}
 
 }  // namespace
 }  // namespace orv::test::doctor_way_test

@@ -158,6 +158,8 @@ TEST_F(DoctorInANetwork, WhereTheSixthVersionIsDead) {
     const Findings found = doctor("ws://server.example:" + std::to_string(server.port()), "5");
     EXPECT_EQ(found.failures(), Names()) << found.result.out;
     EXPECT_EQ(found.code("connect"), "wideIsDead");
+    EXPECT_NE(found.text("name").find(QuietNetwork::kSilentSixth), std::string::npos) << found.text("name");
+    EXPECT_EQ(found.of("name").at("facts").at("addresses").as_array().size(), 2U) << found.result.out;
     EXPECT_EQ(found.verdict("connect"), "warn");
     EXPECT_EQ(found.result.exitCode, 0);
   });

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <string>
+#include <vector>
 
 namespace orv::native_web_socket_answer_test {
 namespace {
@@ -24,6 +25,18 @@ class NativeWebSocketAnswer : public WebSocketTest {
     EXPECT_TRUE(peer.readEnd());
     return eventsAfterAll();
   }
+  /// What is told of the header of that answer.
+  std::vector<AnswerHeader> headersTold(const std::string& answer) {
+    start(listener.url());
+    RawPeer peer = listener.accept();
+    peer.readRequest();
+    peer.send(answer);
+    EXPECT_TRUE(waitForEnd());
+    std::vector<AnswerHeader> headers = socket->connectReport().answerHeaders;
+    eventsAfterAll();
+    delegate.events.clear();
+    return headers;
+  }
   /// The same when the server agrees to open the link and to something more, by `lines` of its header.
   Events eventsAfterAgreementTo(const std::string& lines) {
     start(listener.url());
@@ -38,6 +51,17 @@ TEST_F(NativeWebSocketAnswer, NamesTheStatusOfAServerThatRefuses) {
   EXPECT_EQ(eventsAfterAnswer("HTTP/1.1 403 Forbidden\r\nContent-Length: 5\r\n\r\nsorry"),
             Events{"failed OrvWebSocket 2132"});
   EXPECT_NE(delegate.lastError.description.find("403"), std::string::npos);
+}
+
+TEST_F(NativeWebSocketAnswer, KeepsWhatARefusalSaysOfItself) {
+  const std::string lines = "Server: gate\r\nLocation: /in?token=rosebud\r\n";
+  const std::vector<AnswerHeader> told{{"Server", "gate"}, {"Location", "/in"}};
+  for (const char* status : {"302 Found", "403 Forbidden"}) {
+    EXPECT_EQ(headersTold(std::string("HTTP/1.1 ") + status + "\r\n" + lines + "\r\nVia: body\r\n"), told)
+        << status;
+  }
+  EXPECT_EQ(headersTold("HTTP/1.1 101 Switching Protocols\r\n" + lines + "\r\n"), told) << "no WebSocket's";
+  EXPECT_TRUE(headersTold("220 mail.example.org\r\n" + lines + "\r\n").empty());
 }
 
 TEST_F(NativeWebSocketAnswer, ARefusalBeginsWithStatus400) {

@@ -91,6 +91,7 @@ ConnectReport SimulatedWebSocket::connectReport() const {
     return link_->report;
   }
   ConnectReport soFar;
+  soFar.addresses = link_->report.addresses;
   soFar.attempts = triesUntil(link_->report.attempts, scheduler_->now() - *startedAt_);
   return soFar;
 }

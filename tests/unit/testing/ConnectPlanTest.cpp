@@ -43,6 +43,8 @@ TEST(ConnectPlan, TriesAddressesAsARealSocketDoes) {
   EXPECT_EQ(plan.outcome, ConnectPlan::Outcome::Accept);
   EXPECT_EQ(plan.delay, Seconds(0.75));
   EXPECT_EQ(plan.report.connect, Seconds(0.75));
+  EXPECT_EQ(plan.report.addresses.size(), 5u) << "also the one that was not tried";
+  EXPECT_EQ(plan.report.addresses.at(4), "192.0.2.3");
   const auto& tries = plan.report.attempts;
   ASSERT_EQ(tries.size(), 4u);
   EXPECT_EQ(tries[0].address, "2001:db8::1");

@@ -288,6 +288,7 @@ TEST_F(SimulatedWebSocketTest, ReportsTheTriesAsTheyComeAndTheRestAtTheEnd) {
   socket->open();
   platform.settle();
   EXPECT_EQ(socket->connectReport().attempts.size(), 1u);
+  EXPECT_EQ(socket->connectReport().addresses.size(), 2u);
   platform.runFor(Seconds(0.5));
   ConnectReport report = socket->connectReport();
   ASSERT_EQ(report.attempts.size(), 2u);

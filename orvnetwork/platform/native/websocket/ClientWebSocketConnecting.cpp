@@ -9,6 +9,7 @@
 #include <orvnetwork/platform/detail/Credentials.h>
 #include <orvnetwork/platform/native/system/SystemRandom.h>
 #include <orvnetwork/platform/native/websocket/HttpDate.h>
+#include <orvnetwork/platform/native/websocket/TellingHeaders.h>
 #include <orvnetwork/platform/native/websocket/Upgrade.h>
 #include <orvnetwork/platform/native/websocket/codec/CloseCodes.h>
 
@@ -116,13 +117,17 @@ void ClientWebSocket::refuseAnswer() {
   if (!gate_.status()) {
     return fail(websocket_error::kBadHandshake, "the server's answer to the handshake is not HTTP");
   }
+  recorder_.answeredWith(tellingHeaders(stream().input().substr(0, gate_.headerSize())));
   const bool refused = *gate_.status() >= 400;
   fail(refused ? websocket_error::kRefusedByServer : websocket_error::kBadHandshake,
        "the server answered the handshake with HTTP status " + std::to_string(*gate_.status()));
 }
 
 void ClientWebSocket::onAgreement(const std::string& header) {
-  if (auto flaw = flawOfUpgrade(header, key_)) return fail(websocket_error::kBadHandshake, *std::move(flaw));
+  if (auto flaw = flawOfUpgrade(header, key_)) {
+    recorder_.answeredWith(tellingHeaders(header));
+    return fail(websocket_error::kBadHandshake, *std::move(flaw));
+  }
   // When close() was quicker, its request is in the queue and ends the attempt.
   auto expected = WebSocketState::Connecting;
   if (!state_.compare_exchange_strong(expected, WebSocketState::Open)) return;

@@ -1,5 +1,6 @@
 #include "orvnetwork/platform/native/websocket/ConnectRecorder.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <mutex>
@@ -34,6 +35,13 @@ void ConnectRecorder::end(ConnectStep step) {
   const std::lock_guard lock(mutex_);
   Span& span = steps_[static_cast<std::size_t>(step)];
   if (!whole_.ended && span.begun && !span.ended) span.ended = now_();
+}
+
+void ConnectRecorder::addressFound(const std::string& address) {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string>& known = report_.addresses;
+  if (whole_.ended || known.size() == kMostAddresses) return;
+  if (std::ranges::find(known, address) == known.end()) known.push_back(address);
 }
 
 void ConnectRecorder::tryBegan(std::string address) {
@@ -111,6 +119,11 @@ void ConnectRecorder::answered(int status, std::optional<WallTime> serverDate, W
   report_.httpStatus = status;
   report_.serverDate = serverDate;
   report_.answeredAt = at;
+}
+
+void ConnectRecorder::answeredWith(std::vector<AnswerHeader> headers) {
+  const std::lock_guard lock(mutex_);
+  if (!whole_.ended) report_.answerHeaders = std::move(headers);
 }
 
 /// How long it has taken until its end, the whole's end, or now.

@@ -34,6 +34,10 @@ class ConnectRecorder {
   void begin(ConnectStep step);
   void end(ConnectStep step);
 
+  /// The name has this address; told twice it counts once, and so many count at most.
+  void addressFound(const std::string& address);
+  static constexpr std::size_t kMostAddresses = 32;
+
   /// A try to connect to an address begins; tries are numbered from 0 in the order in which they begin.
   /// @param address numeric, without the port
   void tryBegan(std::string address);
@@ -54,6 +58,8 @@ class ConnectRecorder {
   void tlsBytes(std::size_t bytes);
   /// The server answered the upgrade.
   void answered(int status, std::optional<WallTime> serverDate, WallTime at);
+  /// What it says of itself, where it does not open the link.
+  void answeredWith(std::vector<AnswerHeader> headers);
 
   /// What it has met so far. Any thread.
   ConnectReport report() const;

@@ -114,6 +114,7 @@ void TcpConnector::onFound(const HostAddresses& found, std::optional<IpFamily> a
     std::vector<SocketAddress> addresses;
     std::copy_if(found.addresses.begin(), found.addresses.end(), std::back_inserter(addresses),
                  [family](const SocketAddress& address) { return familyOf(address) == family; });
+    for (const SocketAddress& address : addresses) recorder_.addressFound(numericText(address));
     if (addresses.empty()) {
       race_.lookupFailed(family, found.addresses.empty() ? found.error : noAddress());
     } else {

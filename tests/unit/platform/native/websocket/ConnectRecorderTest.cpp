@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace orv::connect_recorder_test {
 namespace {
@@ -110,12 +112,20 @@ TEST_F(ConnectRecorderTest, ATryThatIsUnderWayHasTakenUntilNow) {
   EXPECT_EQ(recorder.report().attempts.at(0).took, Seconds(4));
 }
 
+TEST_F(ConnectRecorderTest, KeepsTheAddressesOfTheNameOnceEachAndNotTooMany) {
+  for (const char* address : {"2001:db8::7", "192.0.2.7", "2001:db8::7"}) recorder.addressFound(address);
+  EXPECT_EQ(recorder.report().addresses, (std::vector<std::string>{"2001:db8::7", "192.0.2.7"}));
+  for (int i = 0; i < 100; ++i) recorder.addressFound(std::to_string(i));
+  EXPECT_EQ(recorder.report().addresses.size(), ConnectRecorder::kMostAddresses);
+}
+
 TEST_F(ConnectRecorderTest, KeepsWhatTheOtherStepsTell) {
   recorder.goesThrough("http://proxy.example.org:3128");
   recorder.tlsAgreed("TLSv1.3", "TLS_AES_256_GCM_SHA384", true);
   recorder.chainCame({{"CN=a", "CN=b", {"a.example.org"}, {}, {}, "pin"}});
   recorder.tlsBytes(4321);
   recorder.answered(101, WallTime(5s), WallTime(6s));
+  recorder.answeredWith({{"Server", "gate"}});
   const ConnectReport report = recorder.report();
   EXPECT_EQ(report.throughProxy, "http://proxy.example.org:3128");
   EXPECT_EQ(report.tlsVersion, "TLSv1.3");
@@ -124,6 +134,7 @@ TEST_F(ConnectRecorderTest, KeepsWhatTheOtherStepsTell) {
   EXPECT_EQ(report.chain.at(0).issuer, "CN=b");
   EXPECT_EQ(report.tlsBytes, 4321u);
   EXPECT_EQ(report.httpStatus, 101);
+  EXPECT_EQ(report.answerHeaders, (std::vector<AnswerHeader>{{"Server", "gate"}}));
   EXPECT_EQ(report.serverDate, WallTime(5s));
   EXPECT_EQ(report.answeredAt, WallTime(6s));
 }
@@ -145,7 +156,11 @@ TEST_F(ConnectRecorderTest, NothingChangesAfterTheEnd) {
   recorder.chainCame({{}});
   recorder.tlsBytes(1);
   recorder.answered(101, {}, {});
+  recorder.answeredWith({{"Server", "gate"}});
+  recorder.addressFound("192.0.2.7");
   const ConnectReport report = recorder.report();
+  EXPECT_TRUE(report.addresses.empty());
+  EXPECT_TRUE(report.answerHeaders.empty());
   EXPECT_EQ(report.connect, Seconds(2));
   EXPECT_EQ(report.tls, std::nullopt);
   ASSERT_EQ(report.attempts.size(), 1u);

@@ -105,6 +105,7 @@ TEST_F(TcpConnectorTest, ConnectsToANumberWithoutAskingAnybody) {
   EXPECT_NE(::fcntl(socket.native_handle(), F_GETFD) & FD_CLOEXEC, 0);
   const ConnectReport report = recorder.report();
   EXPECT_EQ(report.name, std::nullopt);
+  EXPECT_TRUE(report.addresses.empty());
   EXPECT_GT(report.connect, Seconds(0));
   ASSERT_EQ(report.attempts.size(), 1u);
   EXPECT_EQ(report.attempts[0].address, "127.0.0.1");
@@ -210,6 +211,7 @@ TEST_F(TcpConnectorTest, TellsWhatSaysMostWhenAllHaveFailed) {
   ASSERT_TRUE(outcome.has_value());
   EXPECT_EQ(outcome->domain, websocket_error::kSystemDomain);
   EXPECT_EQ(outcome->code, ECONNREFUSED);
+  EXPECT_EQ(recorder.report().addresses, std::vector<std::string>{"127.0.0.1"});
   EXPECT_EQ(recorder.report().attempts.at(0).error, outcome);
 }
 
