@@ -77,8 +77,10 @@ void wait(GTask* task, Pending<Result> pending) {
     pending.stopOn(stop->get_token());
     waiting->handler = g_cancellable_connect(cancellable, G_CALLBACK(requestStop), stop, freeStop);
   }
+  // Not by g_cancellable_disconnect, which waits until whoever is cancelling has called all handlers: another handler may
+  // run a loop, which brings this answer, or wait for it on another thread. What ours holds lives until it has returned.
   waiting->callback = std::move(pending).then([task, waiting](const Result& result) {
-    if (waiting->handler != 0) g_cancellable_disconnect(g_task_get_cancellable(task), waiting->handler);
+    if (waiting->handler != 0) g_signal_handler_disconnect(g_task_get_cancellable(task), waiting->handler);
     finish(task, result);
     g_object_unref(task);
   });

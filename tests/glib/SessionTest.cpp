@@ -7,8 +7,10 @@
 #include <orvnetwork_glib/Session.h>
 
 #include <functional>
+#include <future>
 #include <optional>
 #include <string>
+#include <thread>
 
 namespace orv::session_test {
 namespace {
@@ -55,6 +57,8 @@ class GlibSession : public SchoolClientFixture {
     orv_session_sign_in_async(session.get(), "13800000001", password, cancellable,
                               finished<orv_session_sign_in_finish>, &end);
   }
+  /// A handler of "cancelled".
+  static void callBack(GCancellable*, gpointer what) { (*static_cast<std::function<void()>*>(what))(); }
   End signIn(const char* password) {
     std::optional<End> end;
     begin(password, end);
@@ -165,6 +169,37 @@ TEST_F(GlibSession, WhatWasCancelledBeforeItBeganIsGivenUpToo) {
   std::optional<End> end;
   begin("secret", end, cancellable.get());
   EXPECT_EQ(wait(end).code, G_IO_ERROR_CANCELLED);
+}
+
+TEST_F(GlibSession, EndsInsideALoopThatAHandlerOfTheCancellingRuns) {
+  const Owned<GCancellable> cancellable(g_cancellable_new());
+  std::optional<End> end, inside;
+  begin("secret", end, cancellable.get());
+  // It comes after the task's own handler, and the cancelling goes on until it returns.
+  std::function<void()> loop = [&] { inside = wait(end); };
+  g_cancellable_connect(cancellable.get(), G_CALLBACK(callBack), &loop, nullptr);
+  g_cancellable_cancel(cancellable.get());
+  ASSERT_TRUE(inside);
+  EXPECT_EQ(inside->domain, G_IO_ERROR);
+  EXPECT_EQ(inside->code, G_IO_ERROR_CANCELLED);
+}
+
+TEST_F(GlibSession, EndsWhileAnotherThreadIsStillCancelling) {
+  const Owned<GCancellable> cancellable(g_cancellable_new());
+  std::optional<End> end;
+  begin("secret", end, cancellable.get());
+  std::promise<void> begun, ended;
+  std::function<void()> untilTheEnd = [&, wait = ended.get_future().share()] {
+    begun.set_value();
+    wait.wait();
+  };
+  g_cancellable_connect(cancellable.get(), G_CALLBACK(callBack), &untilTheEnd, nullptr);
+  std::thread other([&] { g_cancellable_cancel(cancellable.get()); });
+  // The task's own handler has been called by now, and the cancelling is not over.
+  begun.get_future().wait();
+  EXPECT_EQ(wait(end).code, G_IO_ERROR_CANCELLED);
+  ended.set_value();
+  other.join();
 }
 
 TEST_F(GlibSession, ASignInGoesOnWhenItsOwnerLetsTheObjectGo) {
