@@ -95,6 +95,11 @@ BUDGETS = [
            most("bench_CourseScaleBench", r"with 10000 listed: .*? look-ups on main .*?, (\d+) us of the process")),
     Budget("longest closure on the main thread, 10,000 courses", "µs of work", 2000,
            most("bench_CoursePageBench", r"^10,000.*main thread held for at most \d+ us, (\d+) us")),
+    Budget("a request by ask, round trip p50", "× two callbacks", 1.05,
+           printed("bench_AskBench", r"^round trip p50: .*ratio ([\d.]+)")),
+    Budget("longest step of the main thread, a view of 10,000 courses", "ms of work", 2.0,
+           most("bench_CourseViewBench", r"main thread held for at most +[\d.]+ ms, +([\d.]+) ms of them its own work")),
+    Budget("snapshots of 10,000 courses", "MB", 20, printed("bench_CourseViewBench", r"^\d+ rows take ([\d.]+) MB")),
     Budget("a line of the log, back to back, p50", "ns", 100,
            printed("bench_LogBench", r"^OrvNetwork +call, back to back: p50 +(\d+) ns")),
     Budget("a lone line of the log, p50", "ns", 150, printed("bench_LogBench", r"call, every 20 us: +p50 +(\d+) ns")),
@@ -110,7 +115,7 @@ BUDGETS = [
 
 # The programs that budgets are taken from; a short run has only these.
 PROGRAMS = ("bench_RecordBench", "bench_OutstandingBench", "bench_CoursePageBench", "bench_CourseScaleBench",
-            "bench_LogBench", "bench_StartBench")
+            "bench_AskBench", "bench_CourseViewBench", "bench_LogBench", "bench_StartBench")
 
 
 def held_against_budgets(results):

@@ -34,6 +34,19 @@ PRINTED = {
         "by the clock, 547 us of the process's work (0 above 2 ms)\n"
         "pages for a range of 3000 with 100000 listed: answered in 737 ms; of 378804 look-ups on main the longest took "
         "9950 us by the clock, 6547 us of the process's work (1 above 2 ms)\n",
+    "bench_AskBench": "round trip p50: two callbacks 101.20 us, ask 104.24 us, ratio 1.030 (budget 1.05)\n"
+                      "main thread's work: two callbacks 11.00 us, ask 13.20 us, ratio 1.200\n",
+    "bench_CourseViewBench":
+        "loaded page by page: 10000 courses in 4100 ms\n"
+        "  loading                                        main thread held for at most  9.315 ms,  0.812 ms of them its own "
+        "work (within 2 ms)\n"
+        "in memory with all that goes with it: 31.4 MB\n"
+        "10000 rows take 21.5 MB (budget 20)\n"
+        "refreshed, seven in front: 812 ms\n"
+        "  refreshed, seven in front                      main thread held for at most  2.915 ms,  2.512 ms of them its own "
+        "work (MORE THAN 2 ms)\n"
+        "  a step of 50 rows                              main thread held for at most  0.042 ms,  0.040 ms of them its own "
+        "work (within 2 ms)\n",
     "bench_LogBench": "OrvNetwork             call, back to back: p50    99 ns  p99    622 ns\n"
                       "                       call, every 20 us:  p50   102 ns  p99    640 ns\n"
                       "                       sustained: 2.36 million lines/s, 229 ns of processor time a line\n"
@@ -92,6 +105,9 @@ class FiguresTest(unittest.TestCase):
                 ("page that changes nothing, 10,000 listed", "× 100 listed", 1.05, True),
                 ("longest look-up while a range is answered, 10,000 listed", "µs of work", 4439, False),
                 ("longest closure on the main thread, 10,000 courses", "µs of work", 146, True),
+                ("a request by ask, round trip p50", "× two callbacks", 1.03, True),
+                ("longest step of the main thread, a view of 10,000 courses", "ms of work", 2.512, False),
+                ("snapshots of 10,000 courses", "MB", 21.5, False),
                 ("a line of the log, back to back, p50", "ns", 99, True),
                 ("lines of the log a second", "million", 2.36, False),
                 ("process start to first PING, over a raw process", "ms", 1.7, True),
