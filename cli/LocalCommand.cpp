@@ -36,7 +36,7 @@ ExitCode fail(const Error& error, std::int64_t roomID, std::string_view what, Ou
     output.line(json::object{{"outcome", "timeout"}, {"message", "interrupted"}});
     return ExitCode::NoReply;
   }
-  if (error.code == static_cast<std::int64_t>(LocalCourseTrouble::OtherUser)) {
+  if (localCourseTroubleOf(error) == LocalCourseTrouble::OtherUser) {
     return refuse(error.description, output);
   }
   const std::string course = roomID > 0 ? "course " + std::to_string(roomID) : "a course";

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/Export.h>
 
+#include <optional>
 #include <string_view>
 
 namespace orv {
 
 /// Domain of the errors of `LocalCourses`; their code is a `LocalCourseTrouble`, their description a part of a sentence.
-/// Errors of waiting itself, such as "cancelled", have the domain `kPendingErrorDomain`.
+/// A refusal by the server has the domain `kReplyErrorDomain` and the server's code instead, and errors of waiting itself,
+/// such as "cancelled", have the domain `kPendingErrorDomain`; `localCourseTroubleOf` sorts them.
 inline constexpr std::string_view kLocalCourseErrorDomain = "OrvLocalCourses";
 
 /// Why something could not be done with a local course.
@@ -16,10 +19,17 @@ enum class LocalCourseTrouble {
   NotWritten = 2,  ///< the disk has not taken it; the console was told why
   OtherUser = 3,   ///< the user or the classroom has changed meanwhile: nothing was done here
   NotAllowed = 4,  ///< the course is being announced to the server already
-  Refused = 5,     ///< the server has refused; the text is its own, with its code
+  Refused = 5,     ///< the server has refused, or has told no room. Where it gave a code the error has that, see above
   NoAnswer = 6,    ///< there was no link, or the server has not answered
 };
 
+/// What an error of `LocalCourses` means, for example:
+///
+///     switch (orv::localCourseTroubleOf(made.error()).value_or(orv::LocalCourseTrouble::NoAnswer)) …
+///     if (made.error().domain == orv::kReplyErrorDomain && made.error().code == 1203) show("you may not");
+///
+/// @return absent for an error of waiting itself, and for one of somebody else's. Any thread.
+ORV_EXPORT std::optional<LocalCourseTrouble> localCourseTroubleOf(const Error& error) noexcept;
 /// Its name, for example "NotWritten". Any thread.
 ORV_EXPORT std::string_view nameOf(LocalCourseTrouble trouble) noexcept;
 

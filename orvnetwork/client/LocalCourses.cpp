@@ -6,6 +6,7 @@
 #include <orvnetwork/client/MainThread.h>
 #include <orvnetwork/client/PendingSource.h>
 #include <orvnetwork/client/Reply.h>
+#include <orvnetwork/client/ReplyCode.h>
 #include <orvnetwork/client/detail/LocalCourseDisk.h>
 #include <orvnetwork/client/detail/OffMain.h>
 #include <orvnetwork/client/detail/RevocableRequest.h>
@@ -40,13 +41,12 @@ json::object announcementOf(const OrvCourseModel& course, const json::object& in
 }
 
 LocalCourses::Answer notAnnounced(const Reply& reply) {
-  const bool isRefused = reply.outcome() == ReplyOutcome::Refused;
   std::string text = reply.text().empty() ? reply.sentence() : std::string(reply.text());
-  if (const auto code = reply.code(); code && !reply.text().empty()) {
-    text += " (code " + std::to_string(static_cast<std::int32_t>(*code)) + ")";
+  // The server has answered: its code says more than ours.
+  if (const auto code = reply.code()) {
+    return Error{std::string(kReplyErrorDomain), static_cast<std::int64_t>(*code), std::move(text)};
   }
-  return localCourseError(isRefused ? LocalCourseTrouble::Refused : LocalCourseTrouble::NoAnswer,
-                          std::move(text));
+  return localCourseError(LocalCourseTrouble::NoAnswer, std::move(text));
 }
 
 LocalCourses::Answer ownerHasChanged() {

@@ -69,7 +69,7 @@ class ORV_EXPORT LocalCourses {
   /// A request that the server refuses for want of a session waits for one, 20 s at most and for this user only: when
   /// another one signs in, or this one signs out, it is taken back. What the server has got by then it may carry out.
   /// @param info members of the request
-  /// @return the course with its room; a room that the server has made and the disk has not taken is told by
+  /// @return the course with its room; a refusal with the server's own code (`kReplyErrorDomain`); a room that the server has made and the disk has not taken is told by
   ///         `NotWritten`, and is there all the same
   Pending<Answer> publish(std::int64_t roomID, json::object info = {});
 

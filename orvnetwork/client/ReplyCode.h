@@ -31,6 +31,10 @@ enum class ReplyCode : std::int32_t {
   /// @}
 };
 
+/// Domain of errors that are a refusal by the server: their code is the number of the `ReplyCode`, their description the
+/// server's own text.
+inline constexpr std::string_view kReplyErrorDomain = "OrvReply";
+
 /// Its name, for example "SessionNeeded"; empty for a code that is the server's own. Any thread.
 ORV_EXPORT std::string_view nameOf(ReplyCode code) noexcept;
 /// Whether it says that there is no session. Any thread.

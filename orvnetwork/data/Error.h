@@ -18,6 +18,7 @@ namespace orv {
 /// | `OrvWebSocket`, `OrvTls`, `OrvNameLookup`, `OrvProxy` | the parts of the link | each of their own |
 /// | `OrvPending` | an answer that did not come | the number of the `PendingEnd` |
 /// | `OrvClient` | the front door | the number of the `ClientError` |
+/// | `OrvReply` | the server, which has refused | the number of the `ReplyCode` |
 /// | `OrvLocalCourses` | the local courses | the number of the `LocalCourseTrouble` |
 /// | `POSIX` | the operating system | error numbers (`errno`) |
 struct Error {

@@ -23,8 +23,8 @@ class LocalCoursesTest : public SessionStatusFixture {
   template <typename T>
   static std::string words(const Result<T>& answer) {
     if (answer) return "done";
-    if (answer.error().domain != kLocalCourseErrorDomain) return answer.error().description;
-    return std::string(nameOf(static_cast<LocalCourseTrouble>(answer.error().code)));
+    const auto trouble = localCourseTroubleOf(answer.error());
+    return trouble ? std::string(nameOf(*trouble)) : answer.error().description;
   }
   /// Waits for an answer.
   template <typename T>
@@ -306,7 +306,7 @@ TEST_F(LocalCoursePublishing, TellsARefusalAndSilence) {
   school.refuse("Course.Post.Create", 5, "no more rooms", 1);
   const Answer refused = ended(courses->publish(course->roomID));
   EXPECT_EQ(words(refused), "Refused");
-  EXPECT_EQ(refused.error().description, "no more rooms (code 5)");
+  EXPECT_EQ(refused.error(), (Error{"OrvReply", 5, "no more rooms"}));
   school.ignore("Course.Post.Create");
   Strings ends;
   const auto kept =
@@ -318,6 +318,16 @@ TEST_F(LocalCoursePublishing, TellsARefusalAndSilence) {
   EXPECT_EQ(ends, (Strings{"NotAllowed", "NoAnswer"}));
   EXPECT_EQ((*ended(courses->find(course->roomID)))->orv_cloudRoomID, 0);
   EXPECT_EQ(words(ended(courses->publish(77))), "NotFound");
+}
+
+TEST_F(LocalCoursePublishing, ARefusalWhoseCodeIsANumberOfOursIsTheServersAllTheSame) {
+  const Course course = made({{"title", "Algebra"}});
+  school.refuse("Course.Post.Create", static_cast<std::int32_t>(LocalCourseTrouble::OtherUser), "", 1);
+  const Answer refused = ended(courses->publish(course->roomID));
+  EXPECT_EQ(words(refused), "Refused");
+  EXPECT_EQ(refused.error().code, 3);
+  EXPECT_FALSE(refused.error().description.empty());
+  EXPECT_EQ(localCourseTroubleOf({"OrvPending", 3, ""}), std::nullopt);
 }
 
 TEST_F(LocalCoursePublishing, ThatIsHeldForASessionIsNotSentWithThatOfAnotherUser) {
