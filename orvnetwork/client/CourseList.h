@@ -48,8 +48,8 @@ class CourseListCore;
 /// until a `refresh`. One load reads no more than 1,000 pages beyond those that are there; a list that is longer is idle
 /// then, and goes on with the next load.
 ///
-/// **The link.** When it is up again, a list that has been loaded refreshes itself, within 1 s when somebody is subscribed
-/// and in the second after that otherwise; a load that was under way goes on then, or fails when that takes too long.
+/// **The link.** When it is up again, a list that has been loaded refreshes itself, within 2 s when somebody is subscribed
+/// and in the 2 s after that otherwise; a load that was under way goes on then, or fails when that takes too long.
 ///
 /// **The session.** A load that the server keeps back for want of a session fails as `NoSession` after 12 s. When a renewal
 /// of the session succeeds, which follows a sign-in too, the list tries again by itself within the same spans.

@@ -9,7 +9,9 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -90,8 +92,24 @@ TEST_F(ClientLife, GoesOnAfterALossThatStallsTheSchedule) {
   ASSERT_EQ(server.cut({Cut::Kind::Reset, 0, ""}), 1u);
   ASSERT_TRUE(waitFor(LinkState::Waiting));
   EXPECT_TRUE(client->link().willRetry());
+  const std::size_t told = changes.size();
+  // Nobody asks for an attempt: the client does by itself, after 11.5 s at most.
+  ASSERT_TRUE(waitFor(LinkState::Up)) << client->link().sentence();
+  const auto isSupervisors = [](const LinkChange& change) {
+    return change.now.starter == LinkStarter::Supervisor;
+  };
+  EXPECT_TRUE(std::any_of(changes.begin() + static_cast<std::ptrdiff_t>(told), changes.end(), isSupervisors));
+}
+
+TEST_F(ClientLife, TriesAtOnceWhenItIsAsked) {
+  server.start();
+  startClient(server.url());
+  ASSERT_TRUE(waitFor(LinkState::Up));
+  ASSERT_EQ(server.cut({Cut::Kind::Reset, 0, ""}), 1u);
+  ASSERT_TRUE(waitFor(LinkState::Waiting));
   client->link().tryNow();
   ASSERT_TRUE(waitFor(LinkState::Up)) << client->link().sentence();
+  EXPECT_EQ(changes.back().now.starter, LinkStarter::Person);
 }
 
 TEST_F(ClientLife, TellsThatNobodyListens) {

@@ -1,5 +1,7 @@
 #include "Herd.h"
 
+#include "HerdVisitor.h"
+
 #include <orvnetwork/client/Client.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/testing/ConnectPlan.h>
@@ -10,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -29,6 +32,10 @@ constexpr double kNoticedWithin = 0.05;
 constexpr Seconds kRoundTrip{0.02};
 constexpr double kLongestReturn = 600;
 constexpr std::size_t kAtOnce = 4;
+/// Within so much of the beginning everybody has signed in.
+constexpr double kSignsInWithin = 80;
+/// Longer than what is spread takes once the link is up.
+constexpr double kWatchedAfterwards = 6;
 
 ConnectPlan planOf(Absence absence) {
   switch (absence) {
@@ -61,9 +68,13 @@ std::string_view nameOf(Absence absence) {
 /// A life as one line of numbers, as a process tells it to the one that has started it.
 std::string lineOf(const HerdLife& life) {
   std::string line = std::to_string(life.backAt);
-  for (const auto& attempt : life.attempts) {
-    line += " " + std::to_string(attempt.time) + (attempt.isSupervisors ? " 1" : " 0");
-  }
+  const auto add = [&line](double time, int what) {
+    line += " " + std::to_string(time) + " " + std::to_string(what);
+  };
+  for (const auto& attempt : life.attempts) add(attempt.time, attempt.isSupervisors ? 1 : 0);
+  for (const double time : life.openings) add(time, 2);
+  for (const double time : life.renewals) add(time, 3);
+  for (const double time : life.reloads) add(time, 4);
   return line + "\n";
 }
 
@@ -73,12 +84,13 @@ HerdLife lifeOf(const std::string& line) {
   if (std::sscanf(line.c_str(), "%lf%n", &life.backAt, &used) != 1) {
     throw std::runtime_error("a client has told nothing");
   }
-  HerdAttempt attempt;
-  int whose = 0;
-  for (read = used; std::sscanf(line.c_str() + read, " %lf %d%n", &attempt.time, &whose, &used) == 2;
-       read += used) {
-    attempt.isSupervisors = whose != 0;
-    life.attempts.push_back(attempt);
+  double time = 0;
+  int what = 0;
+  for (read = used; std::sscanf(line.c_str() + read, " %lf %d%n", &time, &what, &used) == 2; read += used) {
+    if (what < 2) life.attempts.push_back({time, what == 1});
+    if (what == 2) life.openings.push_back(time);
+    if (what == 3) life.renewals.push_back(time);
+    if (what == 4) life.reloads.push_back(time);
   }
   return life;
 }
@@ -143,14 +155,27 @@ HerdLife Herd::liveOne(std::uint64_t seed) const {
   options.version = options.build = "1";
   options.installation = "herd";
   const auto client = *Client::start(std::move(options));
+  const auto visitor = isSignedIn ? std::make_unique<HerdVisitor>(platform, *client) : nullptr;
   testing::SeededRandom chance(seed);
-  platform.runFor(Seconds(kUpFor + kNoticedWithin * static_cast<double>(chance.below(1000)) / 1000));
+  if (visitor) {
+    // The renewals that come every two minutes are so no herd of their own.
+    platform.runFor(Seconds(1 + (kSignsInWithin - 1) * static_cast<double>(chance.below(1000)) / 1000));
+    visitor->signIn();
+    platform.runFor(Seconds(kUpFor) - platform.elapsed());
+  } else {
+    platform.runFor(Seconds(kUpFor));
+  }
+  platform.runFor(Seconds(kNoticedWithin * static_cast<double>(chance.below(1000)) / 1000));
   if (!client->link().isUp()) throw std::runtime_error("the link did not come up");
 
   HerdLife life;
-  const auto away = platform.clock().steadyNow() - (platform.elapsed() - Seconds(kUpFor));
+  const auto sinceLoss = std::chrono::round<SteadyTime::duration>(platform.elapsed() - Seconds(kUpFor));
+  const SteadyTime away = platform.clock().steadyNow() - sinceLoss;
   std::uint64_t attempt = 0;
   const auto seen = client->link().onChanged([&](const LinkChange& change) {
+    if (change.before.state != LinkState::Up && change.now.state == LinkState::Up) {
+      life.openings.push_back(Seconds(change.now.since - away).count());
+    }
     if (change.before == change.now || change.now.attempt == std::exchange(attempt, change.now.attempt)) {
       return;
     }
@@ -169,6 +194,11 @@ HerdLife Herd::liveOne(std::uint64_t seed) const {
   const bool isBack = platform.runUntil([&] { return client->link().isUp(); }, Seconds(kLongestReturn));
   life.backAt = isBack ? platform.elapsed().count() - kUpFor - seconds : kLongestReturn;
   platform.settle();
+  if (visitor) {
+    platform.runFor(Seconds(kWatchedAfterwards));
+    if (!visitor->isListWhole()) throw std::runtime_error("the list has not come back");
+    visitor->tell(life, away);
+  }
   return life;
 }
 
@@ -188,9 +218,11 @@ std::vector<HerdLife> Herd::live(std::size_t clients) const {
 }
 
 HerdFigures::HerdFigures(const std::vector<HerdLife>& lives) {
-  std::vector<double> all, supervisors, returns;
+  std::vector<double> all, supervisors, returns, renewals, reloads;
   for (const auto& life : lives) {
     returns.push_back(life.backAt);
+    renewals.insert(renewals.end(), life.renewals.begin(), life.renewals.end());
+    reloads.insert(reloads.end(), life.reloads.begin(), life.reloads.end());
     for (const auto& attempt : life.attempts) {
       all.push_back(attempt.time);
       if (attempt.isSupervisors) supervisors.push_back(attempt.time);
@@ -204,18 +236,20 @@ HerdFigures::HerdFigures(const std::vector<HerdLife>& lives) {
   ownAttempts = static_cast<double>(all.size()) / clients - supervisorsAttempts;
   mostOfAll = mostWithinASecond(std::move(all));
   mostOfSupervisor = mostWithinASecond(std::move(supervisors));
+  mostRenewals = mostWithinASecond(std::move(renewals));
+  mostReloads = mostWithinASecond(std::move(reloads));
 }
 
 std::string HerdFigures::heading() {
   return "the server   away     most in 1 s: all  supervisor   half back  last back   attempts each: own  "
-         "supervisor";
+         "supervisor   most in 1 s: renewals  lists";
 }
 
 std::string HerdFigures::row(const Herd& herd) const {
-  std::array<char, 160> text{};
-  std::snprintf(text.data(), text.size(), "%-10s %5.0f s %16zu %11zu %10.1f s %8.1f s %20.2f %11.2f",
+  std::array<char, 200> text{};
+  std::snprintf(text.data(), text.size(), "%-10s %5.0f s %16zu %11zu %10.1f s %8.1f s %20.2f %11.2f %24zu %6zu",
                 std::string(nameOf(herd.absence)).c_str(), herd.seconds, mostOfAll, mostOfSupervisor,
-                halfBack, lastBack, ownAttempts, supervisorsAttempts);
+                halfBack, lastBack, ownAttempts, supervisorsAttempts, mostRenewals, mostReloads);
   return text.data();
 }
 

@@ -24,6 +24,10 @@ struct HerdAttempt {
 /// What became of one client.
 struct HerdLife {
   std::vector<HerdAttempt> attempts;  ///< those after the loss
+  // Of one who is signed in and looks at a list, in seconds since the server went away.
+  std::vector<double> openings;  ///< the link was up again
+  std::vector<double> renewals;  ///< the session was asked for
+  std::vector<double> reloads;   ///< the list was asked for from its beginning
   double backAt = 0;                  ///< when its link was up again; in seconds since the server came back
 };
 
@@ -33,6 +37,8 @@ struct HerdLife {
 struct Herd {
   Absence absence;
   double seconds;  ///< how long the server is away
+  /// Whether everybody is signed in, since some moment of their own, and looks at a list of two pages.
+  bool isSignedIn = false;
 
   /// Lets so many clients live, a few at a time. Throws std::runtime_error when one of them ends otherwise.
   std::vector<HerdLife> live(std::size_t clients) const;
@@ -45,6 +51,8 @@ struct Herd {
 struct HerdFigures {
   std::size_t mostOfSupervisor = 0;  ///< within one second
   std::size_t mostOfAll = 0;
+  std::size_t mostRenewals = 0;
+  std::size_t mostReloads = 0;
   double halfBack = 0;
   double lastBack = 0;
   double ownAttempts = 0;  ///< a client, by the link itself

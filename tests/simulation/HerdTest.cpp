@@ -23,6 +23,35 @@ class HerdWalk : public ::testing::TestWithParam<Absence> {
   }
 };
 
+/// Clients who are signed in and look at a list. The session is asked for as soon as a link is up, by a rule of the layers
+/// below, and by nobody else; lists are spread.
+TEST_P(HerdWalk, AsksForListsSpreadAndForEachSessionOnce) {
+  const auto clients = test::numberFromEnvironment("ORV_HERD_CLIENTS", 200);
+  std::printf("%s\n", HerdFigures::heading().c_str());
+  for (const double seconds : {0.0, 20.0}) {
+    const Herd herd{GetParam(), seconds, true};
+    const auto lives = herd.live(clients);
+    const HerdFigures figures(lives);
+    std::printf("%s\n", figures.row(herd).c_str());
+    std::size_t askedTwice = 0;
+    for (const HerdLife& life : lives) {
+      ASSERT_GE(life.openings.size(), 1u);
+      ASSERT_EQ(life.renewals.size(), life.openings.size()) << "one for each link";
+      for (std::size_t link = 0; link < life.openings.size(); ++link) {
+        EXPECT_NEAR(life.renewals[link], life.openings[link], 0.1);
+      }
+      ASSERT_GE(life.reloads.size(), life.openings.size()) << "one for each link";
+      askedTwice += life.reloads.size() - life.openings.size();
+    }
+    // Chance may let a list ask before the session is there; the request is then sent again.
+    EXPECT_LE(askedTwice, clients / 50);
+    // All may have their links at one moment; the window of lists that are looked at is 2 s wide.
+    const double even = static_cast<double>(clients) / 2;
+    EXPECT_LE(static_cast<double>(figures.mostReloads), 1.1 * even + 3 * std::sqrt(even));
+    EXPECT_LE(figures.mostOfSupervisor, bound(clients));
+  }
+}
+
 TEST_P(HerdWalk, ComesBackWithoutASupervisorThatMakesAStampede) {
   const auto clients = test::numberFromEnvironment("ORV_HERD_CLIENTS", 200);
   std::printf("%s\n", HerdFigures::heading().c_str());

@@ -19,8 +19,9 @@ namespace orv::detail {
 namespace {
 
 /// After the link is up or the session is back, lists that are looked at are refreshed within this, and others within the
-/// next such span.
-constexpr double kRefreshSpread = 1;
+/// next such span. All clients of a server that was away may have their links at the same moment, so this is what decides
+/// how many of them ask in one second.
+constexpr double kRefreshSpread = 2;
 constexpr std::uint32_t kSteps = 1000;
 
 /// Whether what was listed at these places is what the pages have there.

@@ -92,7 +92,8 @@ void SessionWatch::userChanged() {
 }
 
 void SessionWatch::linkOpened() {
-  // It is another link than that on which the session was confirmed; the manager is about to renew it.
+  // It is another link than that on which the session was confirmed. The manager renews it now, at once, by a rule of its
+  // own; one that was to come from here would be a second one.
   if (verdict_ == Verdict::Good) verdict_ = Verdict::None;
   expected_.reset();
   if (renewal_) renewal_->invalidate();

@@ -40,7 +40,7 @@ TEST_F(CourseListOnALinkThatIsClosed, ALoadEndsAlsoWhereThatHappensAsSoonAsItIsU
   closes = false;
   instead = nullptr;
   openLink();
-  runFor(2);
+  runFor(2.1);
   EXPECT_TRUE(list.atEnd());
 }
 
@@ -65,7 +65,7 @@ class CourseListLost : public CourseListLinkFixture, public ::testing::WithParam
     if (server.isConnected(server.latest()) && GetParam() == 3) server.reset(server.latest());
     settle();
     openLink();
-    runFor(3);
+    runFor(4.1);
   }
 };
 
