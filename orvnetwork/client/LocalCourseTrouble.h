@@ -19,7 +19,7 @@ enum class LocalCourseTrouble {
   NotWritten = 2,  ///< the disk has not taken it; the console was told why
   OtherUser = 3,   ///< the user or the classroom has changed meanwhile: nothing was done here
   NotAllowed = 4,  ///< the course is being announced to the server already
-  Refused = 5,     ///< the server has refused, or has told no room. Where it gave a code the error has that, see above
+  Refused = 5,     ///< the server has refused, or has told no room; where it gave a code the error has that
   NoAnswer = 6,    ///< there was no link, or the server has not answered
 };
 

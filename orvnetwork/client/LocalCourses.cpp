@@ -10,6 +10,7 @@
 #include <orvnetwork/client/detail/LocalCourseDisk.h>
 #include <orvnetwork/client/detail/OffMain.h>
 #include <orvnetwork/client/detail/RevocableRequest.h>
+#include <orvnetwork/data/Error.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
@@ -105,13 +106,12 @@ class LocalCourses::Work : public std::enable_shared_from_this<Work> {
   /// Runs a step on a worker, behind all that was asked for before, for the user who is signed in now.
   template <typename T, typename Step>
   Pending<Result<T>> run(Step step, std::optional<CourseOwner> owner = CourseOwner::present()) {
-    detail::expectMainThread("LocalCourses");
-    return detail::offMain<Result<T>>(
-        *Desk::standard().queue, [owner = std::move(owner), step = std::move(step)]() -> Result<T> {
-          std::optional<Result<T>> result;
-          LocalCourseDisk::runFor(owner, [&] { result.emplace(step()); });
-          return result ? *std::move(result) : Result<T>(ownerHasChanged().error());
-        });
+    return runBy<T>(LocalCourseDisk::runFor, std::move(step), std::move(owner));
+  }
+  /// The same with a step that only reads: whoever changes the user does not wait for it.
+  template <typename T, typename Step>
+  Pending<Result<T>> read(Step step, std::optional<CourseOwner> owner = CourseOwner::present()) {
+    return runBy<T>(LocalCourseDisk::readFor, std::move(step), std::move(owner));
   }
 
   Pending<Answer> publish(std::int64_t roomID, json::object info) {
@@ -123,6 +123,17 @@ class LocalCourses::Work : public std::enable_shared_from_this<Work> {
 
  private:
   using Self = std::shared_ptr<Work>;
+
+  template <typename T, typename Runner, typename Step>
+  static Pending<Result<T>> runBy(Runner runner, Step step, std::optional<CourseOwner> owner) {
+    detail::expectMainThread("LocalCourses");
+    return detail::offMain<Result<T>>(
+        *Desk::standard().queue, [runner, owner = std::move(owner), step = std::move(step)]() -> Result<T> {
+          std::optional<Result<T>> result;
+          const bool isTheirs = runner(owner, [&] { result.emplace(step()); });
+          return isTheirs && result ? *std::move(result) : Result<T>(ownerHasChanged().error());
+        });
+  }
 
   static Pending<> announce(Self work, std::int64_t roomID, json::object info, PendingSource<Answer> source) {
     const auto owner = CourseOwner::present();
@@ -140,7 +151,7 @@ class LocalCourses::Work : public std::enable_shared_from_this<Work> {
 
   static Pending<Answer> announceNow(Self work, std::optional<CourseOwner> owner, std::int64_t roomID,
                                      json::object info) {
-    auto finding = work->run<Course>([roomID] { return LocalCourseDisk::find(roomID); }, owner);
+    auto finding = work->read<Course>([roomID] { return LocalCourseDisk::find(roomID); }, owner);
     Answer found = co_await finding;
     if (!found || (*found)->orv_cloudRoomID > 0) co_return found;
     OwnerWatch watch(owner);
@@ -187,11 +198,11 @@ Pending<LocalCourses::Answer> LocalCourses::publish(std::int64_t roomID, json::o
 }
 
 Pending<LocalCourses::Answer> LocalCourses::find(std::int64_t roomID) {
-  return work_->run<Course>([roomID] { return LocalCourseDisk::find(roomID); });
+  return work_->read<Course>([roomID] { return LocalCourseDisk::find(roomID); });
 }
 
 Pending<Result<std::vector<LocalCourses::Course>>> LocalCourses::all() {
-  return work_->run<std::vector<Course>>([] { return LocalCourseDisk::all(); });
+  return work_->read<std::vector<Course>>([] { return LocalCourseDisk::all(); });
 }
 
 }  // namespace orv

@@ -5,6 +5,7 @@
 #include <orvnetwork/course/detail/CloudPageMerge.h>
 #include <orvnetwork/course/detail/Collection.h>
 #include <orvnetwork/course/detail/CourseKey.h>
+#include <orvnetwork/course/detail/LocalTurn.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/platform/Console.h>
 
@@ -168,10 +169,30 @@ bool CourseStore::whileOpenFor(std::int64_t userID, const OptionalString& classr
                                const std::function<void()>& work) {
   // The host's sink is called when nothing is locked any more.
   const Console::Hold console;
-  const std::shared_lock staying(catalogue_.changing);
-  if (!belongsTo(userID, classroom)) return false;
+  for (;;) {
+    // Another program is waited for before anybody waits for this one.
+    const LocalTurnsAhead turns(catalogue_);
+    const std::shared_lock staying(catalogue_.changing);
+    if (!belongsTo(userID, classroom)) return false;
+    if (!turns.areOfThePresent()) continue;
+    work();
+    return true;
+  }
+}
+
+bool CourseStore::readFor(std::int64_t userID, const OptionalString& classroom,
+                          const std::function<void()>& work) {
+  const Console::Hold console;
+  std::uint64_t begun = 0;
+  {
+    // A change is whole for who has this, and it is not kept while something is read.
+    const std::shared_lock staying(catalogue_.changing);
+    if (!belongsTo(userID, classroom)) return false;
+    begun = opened();
+  }
   work();
-  return true;
+  const std::shared_lock staying(catalogue_.changing);
+  return opened() == begun;
 }
 
 ObserverToken CourseStore::observe(std::function<void(const CourseChange&)> callback) {

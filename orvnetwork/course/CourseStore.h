@@ -40,10 +40,16 @@ class ORV_EXPORT CourseStore final {
   bool belongsTo(std::int64_t userID, const OptionalString& classroom) const;
   /// Runs `work` where the catalogue in use is that of this user and classroom, and lets no other one be opened
   /// meanwhile: for several operations of the manager that belong together. Whoever changes the user waits for its end, on
-  /// the main thread as a rule, so let it be short, and let it wait for nobody. Waits itself for a change that is under
-  /// way. Not from inside `work`, nor from an observer.
+  /// the main thread as a rule, so let it be short, and let it wait for nobody. Other programs that are changing the local
+  /// courses are waited for before it begins, for 2 s at most, while the user may be changed. Waits itself for a change that
+  /// is under way. Not from inside `work`, nor from an observer.
   /// @return whether it was run
   bool whileOpenFor(std::int64_t userID, const OptionalString& classroom, const std::function<void()>& work);
+
+  /// Runs `work` where the catalogue in use is that of this user and classroom, and says whether it still was in the end:
+  /// for what only reads, however long that takes, since nobody waits for it.
+  /// @return false: it was not run, or what it has read may be of two catalogues
+  bool readFor(std::int64_t userID, const OptionalString& classroom, const std::function<void()>& work);
 
   /// Calls `callback` with what is done to the catalogue, by whomever, from now on. It is called on the thread that does
   /// it, before the catalogue is let go: it must be quick and call nothing here.

@@ -53,9 +53,10 @@ class FrontDoorTraps : protected Hurry, public test::LiveLinkTest {
   /// Signs in to a school that has only these live courses, in the order of their rooms.
   void signInToLiveCourses() {
     std::optional<SignInResult> result;
-    const auto signing = client->session()
-                             .signIn("13800000001", "classroom")
-                             .then([&](const SignInResult& told) { result = told; });
+    const auto signing =
+        client->session().signIn("13800000001", "classroom").then([&](const SignInResult& told) {
+          result = told;
+        });
     ASSERT_TRUE(pumpUntil([&] { return result.has_value(); }));
     ASSERT_TRUE(*result) << result->text();
     for (const std::int64_t room : listed()) server.removeCourse(room);
@@ -184,13 +185,13 @@ TEST_F(FrontDoorTraps, RequestsThatDrawTheSameIdentifierAreEachAnswered) {
   CourseList list = CourseList::live(1);
   list.loadMore();
   for (int number = 0; number < 20; ++number) {
-    waiting.push_back(
-        orv::ask<&QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock>(
-            "Dev.Echo", json::object{{"number", number}})
-            .then([&answers, number](const Reply& reply) {
-              ASSERT_TRUE(reply) << reply.sentence();
-              answers[number] = reply.data()->at("values").at("number").to_number<std::int64_t>();
-            }));
+    waiting.push_back(orv::ask<&QXAPIHelper::requestWithCommand_values_completeBlock_timeoutBlock>(
+                          "Dev.Echo", json::object{{"number", number}})
+                          .then([&answers, number](const Reply& reply) {
+                            ASSERT_TRUE(reply) << reply.sentence();
+                            answers[number] =
+                                reply.data()->at("values").at("number").to_number<std::int64_t>();
+                          }));
   }
   ASSERT_TRUE(pumpUntil([&] { return answers.size() == waiting.size(); }));
   for (const auto& [number, answer] : answers) EXPECT_EQ(answer, number);

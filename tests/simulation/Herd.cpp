@@ -1,11 +1,11 @@
 #include "Herd.h"
 
-#include "HerdVisitor.h"
-
 #include <orvnetwork/client/Client.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/testing/ConnectPlan.h>
 #include <orvnetwork/testing/SimulatedPlatform.h>
+
+#include "HerdVisitor.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -247,7 +247,8 @@ std::string HerdFigures::heading() {
 
 std::string HerdFigures::row(const Herd& herd) const {
   std::array<char, 200> text{};
-  std::snprintf(text.data(), text.size(), "%-10s %5.0f s %16zu %11zu %10.1f s %8.1f s %20.2f %11.2f %24zu %6zu",
+  std::snprintf(text.data(), text.size(),
+                "%-10s %5.0f s %16zu %11zu %10.1f s %8.1f s %20.2f %11.2f %24zu %6zu",
                 std::string(nameOf(herd.absence)).c_str(), herd.seconds, mostOfAll, mostOfSupervisor,
                 halfBack, lastBack, ownAttempts, supervisorsAttempts, mostRenewals, mostReloads);
   return text.data();

@@ -28,7 +28,7 @@ struct HerdLife {
   std::vector<double> openings;  ///< the link was up again
   std::vector<double> renewals;  ///< the session was asked for
   std::vector<double> reloads;   ///< the list was asked for from its beginning
-  double backAt = 0;                  ///< when its link was up again; in seconds since the server came back
+  double backAt = 0;             ///< when its link was up again; in seconds since the server came back
 };
 
 /// Many clients of one server, each of them the real library in a process and a simulated life of its own.

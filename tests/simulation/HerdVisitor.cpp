@@ -23,9 +23,10 @@ HerdVisitor::HerdVisitor(testing::SimulatedPlatform& platform, Client& client)
 
 void HerdVisitor::signIn() {
   bool isSignedIn = false;
-  signing_ = client_.session()
-                 .signIn("13800000001", "secret")
-                 .then([&isSignedIn](const SignInResult& result) { isSignedIn = bool(result); });
+  signing_ =
+      client_.session().signIn("13800000001", "secret").then([&isSignedIn](const SignInResult& result) {
+        isSignedIn = bool(result);
+      });
   list_ = std::make_unique<CourseList>(CourseList::recorded());
   // A list that somebody looks at.
   looked_ = list_->onChanged([](const CourseListChange&) {});

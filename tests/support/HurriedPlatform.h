@@ -1,7 +1,9 @@
 #pragma once
 
-#include <orvnetwork/platform/native/NativePlatform.h>
+#include <orvnetwork/platform/Clock.h>
+#include <orvnetwork/platform/DelayService.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/native/NativePlatform.h>
 
 #include <atomic>
 #include <chrono>
@@ -21,7 +23,7 @@ class HurriedPlatform final : public Platform, private Clock, private DelayServi
   /// How many times as fast.
   static constexpr int kPace = 10;
 
-  /// Puts one in place, first thing in a test. Throws nothing; a test that comes too late ends.
+  /// Puts one in place, first thing in a test. A test that comes too late is aborted.
   static HurriedPlatform& install() {
     auto made = std::make_unique<HurriedPlatform>();
     HurriedPlatform& platform = *made;

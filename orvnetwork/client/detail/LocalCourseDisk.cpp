@@ -95,15 +95,31 @@ std::optional<CourseOwner> CourseOwner::present() {
   return user ? CourseOwner{user->uID.get(), user->classroom.get()} : CourseOwner{};
 }
 
-bool LocalCourseDisk::runFor(const std::optional<CourseOwner>& owner, const std::function<void()>& step) {
+namespace {
+
+/// Who the catalogue is open for by now; absent when that is not the owner.
+std::optional<CourseOwner> openedFor(const std::optional<CourseOwner>& owner) {
   QXUserInfoMgr::getInstance();
-  const auto present = CourseOwner::present();
+  auto present = CourseOwner::present();
   // The main thread may not have come to tell the manager yet. Without need it is not told: where there is no classroom it
   // would begin anew each time.
-  if (!present || (owner && present != owner)) return false;
-  auto& store = CourseStore::getInstance();
-  if (!store.belongsTo(userIDOf(*present), present->classroom)) manager().reload();
-  return store.whileOpenFor(userIDOf(*present), present->classroom, step);
+  if (!present || (owner && present != owner)) return std::nullopt;
+  if (!CourseStore::getInstance().belongsTo(userIDOf(*present), present->classroom)) manager().reload();
+  return present;
+}
+
+}  // namespace
+
+bool LocalCourseDisk::runFor(const std::optional<CourseOwner>& owner, const std::function<void()>& step) {
+  const auto present = openedFor(owner);
+  if (!present) return false;
+  return CourseStore::getInstance().whileOpenFor(userIDOf(*present), present->classroom, step);
+}
+
+bool LocalCourseDisk::readFor(const std::optional<CourseOwner>& owner, const std::function<void()>& step) {
+  const auto present = openedFor(owner);
+  if (!present) return false;
+  return CourseStore::getInstance().readFor(userIDOf(*present), present->classroom, step);
 }
 
 Answer LocalCourseDisk::create(const json::object& fields) {

@@ -34,6 +34,9 @@ class LocalCourseDisk {
   /// Has the catalogue be that of the user who is stored now, and runs a step on it, while it stays so. False, and nothing
   /// done, when that is not the owner; absent: whoever it is.
   static bool runFor(const std::optional<CourseOwner>& owner, const std::function<void()>& step);
+  /// The same with a step that only reads: it may take long, and the user may change meanwhile. Then this is false too, and
+  /// what was read means nothing.
+  static bool readFor(const std::optional<CourseOwner>& owner, const std::function<void()>& step);
 
   static Answer create(const json::object& fields);
   /// Takes the course over.

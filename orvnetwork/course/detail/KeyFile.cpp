@@ -4,7 +4,6 @@
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -65,17 +64,42 @@ bool KeyFile::write(const json::array& keys) {
 }
 
 bool KeyFile::beginTurn() {
-  LockFile* const lock = lockFile();
-  const bool ours = lock == nullptr || lock->lock(wasTheirs_ ? kNextWait : kLongestWait);
-  wasTheirs_ = !ours;
+  const Turn taken = take();
   const std::lock_guard guard(mutex_);
-  turn_ = lock == nullptr ? Turn::Free : ours ? Turn::Ours : Turn::Theirs;
-  return ours;
+  turn_ = taken;
+  return taken != Turn::Theirs;
 }
 
 void KeyFile::endTurn() {
-  const std::lock_guard guard(mutex_);
-  if (std::exchange(turn_, Turn::Free) == Turn::Ours) lock_->unlock();
+  {
+    const std::lock_guard guard(mutex_);
+    turn_ = Turn::Free;
+  }
+  giveBack();
+}
+
+void KeyFile::beginTurns() {
+  take();
+}
+
+void KeyFile::endTurns() {
+  giveBack();
+}
+
+/// Whoever comes while it is held shares it: the lock is the program's, not a thread's.
+KeyFile::Turn KeyFile::take() {
+  const std::lock_guard taking(taking_);
+  if (holders_++ > 0) return held_;
+  LockFile* const lock = lockFile();
+  const bool ours = lock == nullptr || lock->lock(wasTheirs_ ? kNextWait : kLongestWait);
+  wasTheirs_ = !ours;
+  held_ = lock == nullptr ? Turn::Free : ours ? Turn::Ours : Turn::Theirs;
+  return held_;
+}
+
+void KeyFile::giveBack() {
+  const std::lock_guard taking(taking_);
+  if (--holders_ == 0 && held_ == Turn::Ours) lock_->unlock();
 }
 
 bool KeyFile::isUnwritten() const {

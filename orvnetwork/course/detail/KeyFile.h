@@ -3,7 +3,6 @@
 #include <orvnetwork/platform/LockFile.h>
 #include <orvnetwork/platform/PropertyListStore.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -42,6 +41,10 @@ class KeyFile {
   /// a later turn. Files that only one program writes, and those for which no lock is to be had, are always free.
   bool beginTurn();
   void endTurn();
+  /// The same for several turns, which are then parts of this one and wait for nobody: for who must not wait later, when
+  /// others wait for him. When another program keeps the lock, those turns find that too.
+  void beginTurns();
+  void endTurns();
   /// Whether the last writing has found that it was another program's turn.
   bool isUnwritten() const;
   /// The same, but only until somebody has taken it upon himself to write again, which ends with `unclaim`.
@@ -62,6 +65,8 @@ class KeyFile {
   /// Remembers what the file holds, and gives what it held before.
   json::array note(std::optional<Mark> mark, json::array keys);
   LockFile* lockFile();
+  Turn take();
+  void giveBack();
 
   PropertyListStore store_;
   const bool isShared_;
@@ -71,7 +76,11 @@ class KeyFile {
   json::array known_;
   std::unique_ptr<LockFile> lock_;
   Turn turn_ = Turn::Free;
-  std::atomic<bool> wasTheirs_ = false;
+  /// Guards the next three, and is held while another program is waited for. Taken before `mutex_`.
+  std::mutex taking_;
+  std::size_t holders_ = 0;
+  Turn held_ = Turn::Free;
+  bool wasTheirs_ = false;
   std::optional<json::array> unwritten_;
   bool isClaimed_ = false;
 };

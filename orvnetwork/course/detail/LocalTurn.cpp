@@ -49,6 +49,16 @@ LocalTurn::~LocalTurn() {
   if (file_->claimUnwritten()) writeLater(catalogue_, file_);
 }
 
+LocalTurnsAhead::LocalTurnsAhead(Catalogue& catalogue) : catalogue_(catalogue), opened_(catalogue.opened()) {
+  catalogue.ensureLoaded();
+  file_ = catalogue.local.files().list();
+  if (file_) file_->beginTurns();
+}
+
+LocalTurnsAhead::~LocalTurnsAhead() {
+  if (file_) file_->endTurns();
+}
+
 std::int64_t LocalTurn::freeNumber(std::int64_t from) const {
   // More than a program can have asked for in a second; a lock that always refuses must not hold anybody up.
   constexpr int kMostRefusals = 10'000;

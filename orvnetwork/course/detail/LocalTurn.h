@@ -29,4 +29,22 @@ class LocalTurn {
   const std::shared_ptr<KeyFile> file_;
 };
 
+/// Turns of this program that are begun before the catalogue is held, so that nobody who waits for the catalogue, as
+/// whoever changes the user does, waits for another program too. Waits for that, and for the disk.
+class LocalTurnsAhead {
+ public:
+  explicit LocalTurnsAhead(Catalogue& catalogue);
+  ~LocalTurnsAhead();
+  LocalTurnsAhead(const LocalTurnsAhead&) = delete;
+  LocalTurnsAhead& operator=(const LocalTurnsAhead&) = delete;
+
+  /// Whether they are those of the catalogue that is in use; for who lets no other one be opened.
+  bool areOfThePresent() const { return catalogue_.opened() == opened_; }
+
+ private:
+  Catalogue& catalogue_;
+  const std::uint64_t opened_;
+  std::shared_ptr<KeyFile> file_;
+};
+
 }  // namespace orv
