@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cmath>
 #include <exception>
+#include <string_view>
 #include <system_error>
 
 namespace orv::cli {
@@ -52,8 +53,12 @@ std::string checkCreated(std::string_view text) {
 std::string checkServer(std::string_view text) {
   if (text == "embedded") return {};
   const auto url = parseUrl(text);
-  if (url && (url->scheme == "ws" || url->scheme == "wss")) return {};
-  return "a ws:// or wss:// address is expected";
+  if (!url || (url->scheme != "ws" && url->scheme != "wss")) return "a ws:// or wss:// address is expected";
+  // "ws://ann:12/34@host" would be port 12 of ann, and the rest of the password a path that is sent and shown.
+  const std::string_view path = std::string_view(url->target).substr(0, url->target.find('?'));
+  const bool isPlain = url->server.port != 0 && url->userInfo.empty();
+  if (!isPlain || path.find('@') == std::string_view::npos) return {};
+  return "a password before \"@\" holds /, ? and # as %2F, %3F and %23; a path has no @";
 }
 
 std::string checkFolder(std::string_view text) {

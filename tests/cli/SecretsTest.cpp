@@ -59,6 +59,18 @@ TEST(Secrets, PasswordInTheServersAddressIsShownByNoCommand) {
   }
 }
 
+TEST(Secrets, PasswordThatEndsTheAuthorityTooSoonIsShownByNoCommand) {
+  for (const std::string& url :
+       {"ws://ann:12/" + kPlanted + "@127.0.0.1:1", "ws://ann:12?" + kPlanted + "@127.0.0.1:1",
+        "ws://ann:12#" + kPlanted + "@127.0.0.1:1", "ws://:12/" + kPlanted + "@127.0.0.1:1/x"}) {
+    for (const char* command : {"watch", "whoami", "doctor"}) {
+      expectHidden(runOrv({"--server", url, "--wait", "0.2", command}));
+    }
+    expectHidden(runOrv({"--server", url, "--wait", "0.2", "call", "Dev.Echo"}));
+    expectHidden(runOrv({"log"}));
+  }
+}
+
 TEST(Secrets, FrameThatTimedOutIsInTheLogFileButItsSecretsAreNotPrinted) {
   DevServer server;
   server.start();

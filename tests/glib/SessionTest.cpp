@@ -7,10 +7,8 @@
 #include <orvnetwork_glib/Session.h>
 
 #include <functional>
-#include <future>
 #include <optional>
 #include <string>
-#include <thread>
 
 namespace orv::session_test {
 namespace {
@@ -182,24 +180,6 @@ TEST_F(GlibSession, EndsInsideALoopThatAHandlerOfTheCancellingRuns) {
   ASSERT_TRUE(inside);
   EXPECT_EQ(inside->domain, G_IO_ERROR);
   EXPECT_EQ(inside->code, G_IO_ERROR_CANCELLED);
-}
-
-TEST_F(GlibSession, EndsWhileAnotherThreadIsStillCancelling) {
-  const Owned<GCancellable> cancellable(g_cancellable_new());
-  std::optional<End> end;
-  begin("secret", end, cancellable.get());
-  std::promise<void> begun, ended;
-  std::function<void()> untilTheEnd = [&, wait = ended.get_future().share()] {
-    begun.set_value();
-    wait.wait();
-  };
-  g_cancellable_connect(cancellable.get(), G_CALLBACK(callBack), &untilTheEnd, nullptr);
-  std::thread other([&] { g_cancellable_cancel(cancellable.get()); });
-  // The task's own handler has been called by now, and the cancelling is not over.
-  begun.get_future().wait();
-  EXPECT_EQ(wait(end).code, G_IO_ERROR_CANCELLED);
-  ended.set_value();
-  other.join();
 }
 
 TEST_F(GlibSession, ASignInGoesOnWhenItsOwnerLetsTheObjectGo) {
