@@ -15,7 +15,8 @@ G_BEGIN_DECLS
 ///
 ///     OrvLink* link = orv::glib::newLink(*client);
 ///     g_object_bind_property(link, "sentence", label, "label", G_BINDING_SYNC_CREATE);
-///     g_object_bind_property(link, "up", banner, "revealed", G_BINDING_SYNC_CREATE | G_BINDING_INVERT_BOOLEAN);
+///     g_object_bind_property(link, "up", banner, "revealed",
+///                            static_cast<GBindingFlags>(G_BINDING_SYNC_CREATE | G_BINDING_INVERT_BOOLEAN));
 ///
 /// | property | type | |
 /// |---|---|---|
