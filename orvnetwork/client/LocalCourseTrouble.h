@@ -25,8 +25,14 @@ enum class LocalCourseTrouble {
 
 /// What an error of `LocalCourses` means, for example:
 ///
-///     switch (orv::localCourseTroubleOf(made.error()).value_or(orv::LocalCourseTrouble::NoAnswer)) …
-///     if (made.error().domain == orv::kReplyErrorDomain && made.error().code == 1203) show("you may not");
+///     orv::LocalCourses local;
+///     const auto kept = local.publish(1690000001).then([](const orv::LocalCourses::Answer& published) {
+///       if (published) return show("the course is on the server");
+///       const orv::Error& error = published.error();
+///       if (error.domain == orv::kReplyErrorDomain && error.code == 1203) return show("this is not your classroom");
+///       const auto trouble = orv::localCourseTroubleOf(error);
+///       if (trouble == orv::LocalCourseTrouble::NoAnswer) show("the server does not answer, try again");
+///     });
 ///
 /// @return absent for an error of waiting itself, and for one of somebody else's. Any thread.
 ORV_EXPORT std::optional<LocalCourseTrouble> localCourseTroubleOf(const Error& error) noexcept;
