@@ -34,9 +34,11 @@ struct DevServer::Impl {
             options.tlsCertificateFile,
             options.tlsKeyFile,
             options.maxConnections,
+            options.maxRequests,
             options.maxMessageBytes,
             options.maxQueuedBytes,
-            options.handshakeTimeout};
+            options.handshakeTimeout,
+            options.silence};
   }
 
   /// Runs the function on the I/O thread and waits for it; here and now while there is no such thread.

@@ -39,8 +39,9 @@ struct DevServerOptions {
   std::string tlsKeyFile;
   /// SQLite file that keeps the school, open to its owner only; empty: it lives as long as the object.
   std::string dataFile;
-  /// Connections of every kind at a time. Beyond, one that has not finished its handshake goes for one that comes; an
-  /// address without a connection gets the place of the longest idle one of the address with most; others are reset.
+  /// WebSockets at a time. Beyond, the one that has been silent longest goes for one that comes, if it has never sent a
+  /// message or none for `silence`, or if it is of the address with most and the one that comes is the first of its own.
+  /// Others are answered with the status 503.
   std::size_t maxConnections = 1000;
   /// A longer message ends its connection with close code 1009.
   std::size_t maxMessageBytes = 32u << 20;
@@ -55,6 +56,12 @@ struct DevServerOptions {
   std::chrono::milliseconds sessionLifetime{0};
   /// From TCP's accept to the end of the WebSocket handshake.
   std::chrono::milliseconds handshakeTimeout{5'000};
+  /// Connections beside as many WebSockets: those in their handshake, requests, and readers of the events. Beyond, the oldest
+  /// one in its handshake goes for one that comes. So no number of WebSockets keeps the page or the control out.
+  std::size_t maxRequests = 64;
+  /// A WebSocket that has sent no message for so long gives its place to another one when all are taken. The library's
+  /// clients send one every 30 s.
+  std::chrono::milliseconds silence{65'000};
 };
 
 /// The embedded classroom server: a WebSocket server with a small school in it that answers like the real

@@ -7,6 +7,9 @@
 #include <CLI/Error.hpp>
 #include <CLI/Formatter.hpp>
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -25,7 +28,18 @@ sigset_t blockEndingSignals() {
   return signals;
 }
 
+/// Each connection takes a descriptor, and shells often allow no more than 1,024 in all.
+void allowDescriptors(const orv::DevServer::Options& options) {
+  constexpr rlim_t kOthers = 256;
+  const rlim_t needed = options.maxConnections + options.maxRequests + kOthers;
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= needed) return;
+  limit.rlim_cur = std::min(needed, limit.rlim_max);
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int serve(orv::DevServer::Options options) {
+  allowDescriptors(options);
   const sigset_t signals = blockEndingSignals();
   const std::string host = options.host;
   const bool hasToken = !options.token.empty();

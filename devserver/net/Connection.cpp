@@ -45,6 +45,7 @@ class BodyStream : public HttpStream {
   explicit BodyStream(std::shared_ptr<LinkCore> core) : core_(std::move(core)) {}
   void write(std::string_view bytes) override { core_->write(bytes); }
   std::size_t waiting() const override { return core_->waiting(); }
+  void end() override { core_->finish(true); }
   void setOnDrained(std::function<void()> callback) override { core_->setOnDrained(std::move(callback)); }
   void setOnClosed(std::function<void()> callback) override { onClosed_ = std::move(callback); }
   void close() {
@@ -58,9 +59,10 @@ class BodyStream : public HttpStream {
 
 }  // namespace
 
-Connection::Connection(Socket socket, net::ssl::context* tls, const NetworkOptions& options, Faults& faults,
-                       NetworkEvents& events)
+Connection::Connection(Socket socket, net::ssl::context* tls, const NetworkOptions& options, Places& places,
+                       Faults& faults, NetworkEvents& events)
     : options_(options),
+      places_(places),
       faults_(faults),
       events_(events),
       core_(std::make_shared<LinkCore>(std::move(socket), tls, faults.wire(), options.maxQueuedBytes)),
@@ -148,6 +150,17 @@ void Connection::streamHttp(const HttpAnswer& answer) {
   stall([stream] { stream->close(); });
 }
 
+/// Answers that there is none where there is none.
+bool Connection::takeSocketPlace() {
+  if (places_.takeSocket(*this)) {
+    settle();
+    return true;
+  }
+  events_.turnedAway();
+  answerHttp(httpProblem(503, "all places are taken"));
+  return false;
+}
+
 void Connection::admit(const HttpMessage& message) {
   const Faults::Admission admission = faults_.admission();
   if (admission.mode != ConnectionMode::Accept) events_.turnedAway();
@@ -157,7 +170,8 @@ void Connection::admit(const HttpMessage& message) {
     case ConnectionMode::Refuse:
       return core_->reset();
     case ConnectionMode::Stall:
-      return stall();
+      if (takeSocketPlace()) stall();
+      return;
     case ConnectionMode::Reject:
       return refuse({admission.httpStatus, "Rejected", R"({"err":"a fault that was asked for"})"});
   }
@@ -165,6 +179,7 @@ void Connection::admit(const HttpMessage& message) {
     events_.turnedAway();
     return answerHttp(httpProblem(403, reason));
   }
+  if (!takeSocketPlace()) return;
   core_->exposeToFaults();
   // Whatever came behind the request head belongs to the WebSocket.
   const auto rest = buffer_.data();
@@ -176,7 +191,6 @@ void Connection::admit(const HttpMessage& message) {
   }));
   webSocket_->async_accept(message, [self = shared_from_this()](error_code error) {
     if (error || self->core_->ended()) return self->core_->finish(true);
-    self->settle();
     self->open_ = true;
     self->events_.opened(self);
     self->readMessage();

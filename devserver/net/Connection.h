@@ -29,8 +29,8 @@ namespace websocket = boost::beast::websocket;
 /// I/O thread only. It keeps itself alive by what it waits for.
 class Connection : public Peer, public Guest, public std::enable_shared_from_this<Connection> {
  public:
-  Connection(Socket socket, net::ssl::context* tls, const NetworkOptions& options, Faults& faults,
-             NetworkEvents& events);
+  Connection(Socket socket, net::ssl::context* tls, const NetworkOptions& options, Places& places,
+             Faults& faults, NetworkEvents& events);
 
   void start();
   /// Drops everything without telling anybody; for the end of the server.
@@ -42,7 +42,7 @@ class Connection : public Peer, public Guest, public std::enable_shared_from_thi
   void cut(const Cut& cut) override;
 
   bool isUnsettled() const override { return !settled_ || core_->ended(); }
-  std::chrono::steady_clock::time_point lastHeard() const override { return lastHeard_; }
+  std::optional<std::chrono::steady_clock::time_point> lastHeard() const override { return lastHeard_; }
   void sendAway() override;
 
  private:
@@ -54,6 +54,7 @@ class Connection : public Peer, public Guest, public std::enable_shared_from_thi
   void onRequest(const HttpMessage& message);
   HttpRequest describe(const HttpMessage& message) const;
   void settle();
+  bool takeSocketPlace();
   void answerHttp(const HttpAnswer& answer, std::string_view reason = {});
   void refuse(const HttpRefusal& refusal);
   void streamHttp(const HttpAnswer& answer);
@@ -64,6 +65,7 @@ class Connection : public Peer, public Guest, public std::enable_shared_from_thi
   void sendFrame(unsigned char opcode, std::string_view payload);
 
   const NetworkOptions& options_;
+  Places& places_;
   Faults& faults_;
   NetworkEvents& events_;
   std::shared_ptr<LinkCore> core_;
@@ -74,7 +76,7 @@ class Connection : public Peer, public Guest, public std::enable_shared_from_thi
   std::optional<HttpParser> parser_;
   std::optional<WebSocket> webSocket_;
   bool settled_ = false, open_ = false, closing_ = false;
-  std::chrono::steady_clock::time_point lastHeard_ = std::chrono::steady_clock::now();
+  std::optional<std::chrono::steady_clock::time_point> lastHeard_;
 };
 
 }  // namespace orv::devserver

@@ -32,6 +32,8 @@ class HttpStream {
   virtual void write(std::string_view bytes) = 0;
   /// Bytes that wait for the client.
   virtual std::size_t waiting() const = 0;
+  /// Ends the answer.
+  virtual void end() = 0;
   /// Called whenever nothing waits any more.
   virtual void setOnDrained(std::function<void()> callback) = 0;
   /// Called once, when the client has gone; not at the end of the network.

@@ -133,17 +133,17 @@ class Server : public Network {
 
   void admit(Socket socket) {
     events_.tcpAccepted();
-    error_code unknown;
-    std::string address = socket.remote_endpoint(unknown).address().to_string();
-    if (!places_.makeRoomFor(address)) {
+    if (!places_.makeRoom()) {
       events_.turnedAway();
       error_code ignored;
       socket.set_option(net::socket_base::linger(true, 0), ignored);
       socket.close(ignored);
       return;
     }
-    auto connection =
-        std::make_shared<Connection>(std::move(socket), tls_ ? &*tls_ : nullptr, options_, faults_, events_);
+    error_code unknown;
+    std::string address = socket.remote_endpoint(unknown).address().to_string();
+    auto connection = std::make_shared<Connection>(std::move(socket), tls_ ? &*tls_ : nullptr, options_,
+                                                   places_, faults_, events_);
     std::erase_if(connections_, [](const auto& other) { return other.expired(); });
     connections_.push_back(connection);
     places_.take(std::move(address), connection);
@@ -167,7 +167,7 @@ class Server : public Network {
   std::optional<net::ssl::context> tls_;
   /// All that live, also those that have been sent away.
   std::vector<std::weak_ptr<Connection>> connections_;
-  Places places_{options_.maxConnections};
+  Places places_{{options_.maxConnections, options_.maxRequests, options_.silence}};
   net::io_context ioc_{1};
   net::executor_work_guard<Executor> work_{ioc_.get_executor()};
   Acceptor acceptor_{ioc_.get_executor()};

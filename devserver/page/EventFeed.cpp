@@ -27,6 +27,7 @@ void EventFeed::add(PassedFrame frame, std::string_view payload) {
 }
 
 void EventFeed::attach(std::shared_ptr<HttpStream> stream, std::string_view lastEvent) {
+  makeRoom();
   auto reader = std::make_shared<Reader>(Reader{std::move(stream), history_.first()});
   readers_.push_back(reader);
   reader->stream->setOnDrained([this, weak = std::weak_ptr(reader)] {
@@ -39,6 +40,13 @@ void EventFeed::attach(std::shared_ptr<HttpStream> stream, std::string_view last
   refreshState();
   serve(*reader);
   refreshStateLater();
+}
+
+void EventFeed::makeRoom() {
+  if (readers_.size() < kMaxReaders) return;
+  const auto stream = readers_.front()->stream;
+  readers_.erase(readers_.begin());
+  stream->end();
 }
 
 void EventFeed::greet(Reader& reader, std::string_view lastEvent) {

@@ -29,6 +29,7 @@ class EventFeed {
  public:
   static constexpr std::size_t kMaxFrames = 1000;
   static constexpr std::size_t kMaxBytes = 4u << 20;
+  /// Beyond, the oldest one goes for one that comes. A page comes back by itself, and goes on where it was.
   static constexpr std::size_t kMaxReaders = 16;
   /// Bytes that wait for one reader; frames beyond stay in the history.
   static constexpr std::size_t kMaxWaiting = 256u << 10;
@@ -46,7 +47,6 @@ class EventFeed {
 
   /// Keeps the frame and tells it to the readers.
   void add(PassedFrame frame, std::string_view payload = {});
-  bool full() const { return readers_.size() >= kMaxReaders; }
   /// A reader comes. `lastEvent` is the id of the last event that it has had, as it told; empty: none.
   void attach(std::shared_ptr<HttpStream> stream, std::string_view lastEvent);
 
@@ -57,6 +57,7 @@ class EventFeed {
     std::uint64_t stateVersion = 0;  ///< the state that it has
   };
 
+  void makeRoom();
   void greet(Reader& reader, std::string_view lastEvent);
   void serve(Reader& reader);
   void serveLater();

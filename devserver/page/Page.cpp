@@ -37,7 +37,6 @@ std::optional<HttpAnswer> Page::answer(const HttpRequest& request) {
 }
 
 HttpAnswer Page::stream(const HttpRequest& request) {
-  if (feed_.full()) return httpProblem(503, "too many read the events already");
   HttpAnswer answer{.contentType = "text/event-stream", .head = std::string(kHead)};
   answer.stream = [this, last = std::string(request.lastEvent)](std::shared_ptr<HttpStream> stream) {
     feed_.attach(std::move(stream), last);

@@ -1,7 +1,9 @@
+#include "devserver/DevServer.h"
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerProcess.h"
 #include "tests/devserver/ServerTest.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -32,6 +34,20 @@ TEST_F(ServerProgram, SaysWhereItListensServesAndStopsOnEitherSignal) {
     EXPECT_EQ(program.wait(), 0);
     EXPECT_NE(client.waitForEnd(), RawClient::End::None);
   }
+}
+
+TEST_F(ServerProgram, MayHoldADescriptorForEachConnectionWhereTheShellAllowsFewer) {
+  rlimit limit{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlim_t needed = DevServer::Options().maxConnections + DevServer::Options().maxRequests;
+  ASSERT_GT(limit.rlim_max, needed);
+  limit.rlim_cur = 256;
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+  ServerProcess program({});
+  portOf(program.line());
+  rlimit allowed{};
+  ASSERT_EQ(::prlimit(program.id(), RLIMIT_NOFILE, nullptr, &allowed), 0);
+  EXPECT_GT(allowed.rlim_cur, needed);
 }
 
 TEST_F(ServerProgram, KeepsAccountsAndTokensInItsDataFile) {

@@ -123,15 +123,19 @@ TEST(Bounds, HandshakeThatTakesTooLongIsEnded) {
   EXPECT_NE(half.waitForEnd(), RawClient::End::None);
 }
 
-TEST(Bounds, ConnectionsBeyondTheLimitAreReset) {
+TEST(Bounds, WebSocketsBeyondTheLimitAreRefused) {
   DevServer::Options options;
   options.maxConnections = 2;
   DevServer server(options);
   server.start();
   RawClient first = RawClient::open(server.port()), second = RawClient::open(server.port());
+  for (RawClient* client : {&first, &second}) {
+    client->sendText("PING");
+    EXPECT_EQ(client->receiveText(), "PONG");
+  }
   RawClient third(server.port());
-  EXPECT_EQ(third.shakeHands(), "");
-  EXPECT_EQ(third.end(), RawClient::End::Reset);
+  EXPECT_EQ(third.shakeHands().substr(0, 12), "HTTP/1.1 503");
+  EXPECT_NE(third.waitForEnd(), RawClient::End::None);
   EXPECT_EQ(server.counters().turnedAway, 1u);
   EXPECT_EQ(server.connectionCount(), 2u);
 }

@@ -48,6 +48,7 @@ class ServerProcess {
     ::close(err_);
   }
 
+  pid_t id() const { return child_; }
   void signal(int number) { ::kill(child_, number); }
   int wait() {
     int status = 0;
