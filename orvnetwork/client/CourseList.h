@@ -49,7 +49,8 @@ class CourseListCore;
 /// then, and goes on with the next load.
 ///
 /// **The link.** When it is up again, a list that has been loaded refreshes itself, within 2 s when somebody is subscribed
-/// and in the 2 s after that otherwise; a load that was under way goes on then, or fails when that takes too long.
+/// and in the 2 s after that otherwise; a load that was under way goes on then, or fails when that takes too long. That is so
+/// after a silence of the server on the same connection too, beside a `Client`, which notices it.
 ///
 /// **The session.** A load that the server keeps back for want of a session fails as `NoSession` after 12 s. When a renewal
 /// of the session succeeds, which follows a sign-in too, the list tries again by itself within the same spans.

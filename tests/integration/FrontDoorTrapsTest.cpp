@@ -142,6 +142,22 @@ TEST_F(FrontDoorTraps, AListThatIsReorderedWhileItIsReadIsRightAfterABoundedNumb
   EXPECT_EQ(refreshWhile(list, [] {}), kPages);
 }
 
+TEST_F(FrontDoorTraps, AListGoesOnAfterItsServerFellSilentWhileItWasRead) {
+  signInToLiveCourses();
+  CourseList list = CourseList::live(1);
+  list.loadMore();
+  ASSERT_TRUE(pumpUntil([&] { return list.size() == 30; }));
+  server.faults().setSilent(true);
+  list.loadMore();
+  // The connection stays open: only that nothing comes tells that it is lost.
+  ASSERT_TRUE(pumpUntil([&] { return wasTold(LinkTrouble::NoAnswer); })) << client->link().sentence();
+  EXPECT_EQ(list.size(), 30u) << "a loss keeps the rows";
+  // Whether the link is replaced now, or answers again before that.
+  server.faults().setSilent(false);
+  ASSERT_TRUE(fill(list)) << client->link().sentence();
+  EXPECT_EQ(list.keys(), rooms);
+}
+
 TEST_F(FrontDoorTraps, AListGoesOnAfterALinkWhoseServerDidNotAnswerPing) {
   signInToLiveCourses();
   CourseList list = CourseList::live(1);

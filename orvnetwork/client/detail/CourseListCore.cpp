@@ -2,6 +2,7 @@
 
 #include <orvnetwork/client/MainThread.h>
 #include <orvnetwork/client/PendingEnd.h>
+#include <orvnetwork/client/detail/LinkRevivals.h>
 #include <orvnetwork/course/CourseStore.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
@@ -36,6 +37,7 @@ void CourseListCore::start() {
   if (!isLocal()) {
     linkUp_ = NotificationCenter::defaultCenter().observe(QXNotificationDidOpen,
                                                           [this](const Notification&) { linkIsUp(); });
+    revived_ = linkRevivals().add([this](const LinkRevival&) { linkIsUp(); });
     renewed_ = QXUserInfoMgr::allocWithZone().watchRenewals([this](const SessionRenewal& renewal) {
       if (renewal.end == SessionRenewal::End::Renewed) sessionIsGood();
     });
@@ -49,6 +51,7 @@ void CourseListCore::start() {
 void CourseListCore::close() {
   isClosed_ = true;
   linkUp_.reset();
+  revived_.reset();
   renewed_.reset();
   classroom_.reset();
   inbox_->close();

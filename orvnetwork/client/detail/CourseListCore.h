@@ -111,6 +111,7 @@ class CourseListCore : public std::enable_shared_from_this<CourseListCore> {
   std::shared_ptr<CoursePageReader> reader_;
   std::shared_ptr<CourseInbox> inbox_;
   ObserverToken linkUp_, renewed_, classroom_;
+  Subscription revived_;
   std::shared_ptr<Timer> later_;
 
   // What is shown and told.

@@ -1,6 +1,7 @@
 #include "orvnetwork/client/detail/LinkTracker.h"
 
 #include <orvnetwork/client/PendingEnd.h>
+#include <orvnetwork/client/detail/LinkRevivals.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/LinkFailure.h>
@@ -75,9 +76,13 @@ void LinkTracker::update() {
   QXWebSocketMgr::standard().watchMessages(supervisor_.trouble().has_value());
   LinkSnapshot next = snapshotOf(reading);
   if (present_.isUp() && !next.isUp()) attemptsBefore_ = attempts_;
+  const bool isSameLink = wasConfirmed_ && reading.attempts == attempts_;
+  wasConfirmed_ = reading.isUp();
   attempts_ = reading.attempts;
   failures_ = reading.failures;
   if (next == present_) return;
+  // Before those who wait for the link: what they ask for is not what was swallowed.
+  if (next.isUp() && !present_.isUp() && isSameLink) detail::linkRevivals().tell({});
   if (next.isUp()) answerThoseWhoWait();
   LinkChange change{std::exchange(present_, next), std::move(next)};
   subscribers_.tell(std::move(change));

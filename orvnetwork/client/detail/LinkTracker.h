@@ -54,6 +54,7 @@ class LinkTracker {
   LinkSnapshot present_;
   /// Whether a link was asked for since the beginning: before that nobody can have closed it on purpose.
   bool wasWanted_ = false;
+  bool wasConfirmed_ = false;                 ///< as last read
   std::uint64_t attempts_ = 0;                ///< as last read
   std::uint64_t attemptsBefore_ = 0;          ///< those before the link was last up
   std::uint64_t failures_ = 0;                ///< as last read
