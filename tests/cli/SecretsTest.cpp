@@ -51,8 +51,8 @@ TEST(Secrets, PasswordInTheServersAddressIsShownByNoCommand) {
     const Result call = runOrv({"--server", url, "--wait", "0.2", "call", "Dev.Echo"});
     expectHidden(call);
     EXPECT_NE(call.out.find("no link to ws://***@127.0.0.1:1/path within"), std::string::npos) << call.out;
-    expectHidden(runOrv({"call", "Dev.Echo", "--server", url}));
-    expectHidden(runOrv({"--server", url + " ", "call", "Dev.Echo"}));
+    expectHidden(runOrv({"call", "Dev.Echo", "--server", url, "--wait", "0.2"}));
+    expectHidden(runOrv({"--server", url + " ", "--wait", "0.2", "call", "Dev.Echo"}));
     expectHidden(runOrv({"--sever", url, "call", "Dev.Echo"}));
     expectHidden(runOrv({url, "call", "Dev.Echo"}));
     expectHidden(runOrv({"log"}));
