@@ -5,12 +5,15 @@ Usage: check_documents.py ROOT
 
 - The program quoted in README.md is an example, which is built like any other source.
 - Files and folders that the documents name are there.
+- Versions of the project that they name are the one that it has.
 - docs/names.md has every notification, code, outcome, trouble of the link and domain of errors that the headers have.
 """
 
 import pathlib
 import re
 import sys
+
+from versions import version_breaches
 
 QUOTED = re.compile(r"^```cpp\n(.*?)^```$", re.DOTALL | re.MULTILINE)
 PATH = re.compile(r"`((?:orvnetwork|devserver|cli|tests|bench|examples|docs|script|cmake|platform)/[\w./-]*"
@@ -37,6 +40,7 @@ def names_of_headers(root):
 
 
 def breaches(root):
+    yield from version_breaches(root)
     names = (root / "docs" / "names.md").read_text(encoding="utf-8")
     for name in sorted(set(names_of_headers(root))):
         if name not in names:

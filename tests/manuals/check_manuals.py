@@ -79,6 +79,12 @@ class ManPage(unittest.TestCase):
         for row in rows:
             self.assertIn(row, page)
 
+    def test_is_of_the_version_of_the_program(self):
+        for program in PROGRAMS:
+            page = (FOLDER / f"{program.name}.1").read_text(encoding="utf-8")
+            named, = re.findall(r"^\.TH \S+ 1 \"\" \"(.*?)\"", page, re.MULTILINE)
+            self.assertEqual(named, run(program, "--version").strip())
+
     def test_has_the_options_of_each_command_and_no_others(self):
         for program in PROGRAMS:
             page = (FOLDER / f"{program.name}.1").read_text(encoding="utf-8").replace("\\-", "-")

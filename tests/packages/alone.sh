@@ -26,7 +26,7 @@ for file in "${files[@]}"; do
 done
 [ -s "/usr/share/doc/$package/copyright" ] || fail "has no copyright"
 for library in "${files[@]}"; do
-  [[ $library =~ /liborvnetwork[^/]*\.so\.0 ]] || continue
+  [[ $library =~ /liborvnetwork[^/]*\.so\.[0-9] ]] || continue
   ldconfig --print-cache | grep -q "${library##*/}" || [[ $library =~ \.so(\.[0-9]+){3}$ ]] || fail "ldconfig does not know $library"
 done
 apt-get --quiet=2 --yes purge "$package" >/dev/null

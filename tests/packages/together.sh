@@ -15,6 +15,9 @@ all_files() {
   find / -xdev \( -path /proc -o -path /sys -o -path /dev -o -path /tmp -o -path /packages -o -path /tests \
     -o -path /var/lib/dpkg -o -path /var/lib/apt -o -path /var/log -o -path /var/cache -o -path /root \) -prune -o -print | sort
 }
+# The numbers that versions have in common which go together with the installed one, and those that come after them.
+compatible() { pkg-config --modversion orvnetwork | sed -E 's/^(0\.[0-9]+|[0-9]+)\..*/\1/'; }
+incompatible() { compatible | awk -F. -v OFS=. '{ $NF += 1; print }'; }
 # build PROGRAM TARGET COMPONENTS: a project of one program.
 build() {
   local folder=/root/build-$1
@@ -23,7 +26,7 @@ build() {
   cat >"$folder/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)
 project(Host LANGUAGES CXX)
-find_package(OrvNetwork 0.1 REQUIRED COMPONENTS $3)
+find_package(OrvNetwork $(compatible) REQUIRED COMPONENTS $3)
 add_executable($1 $1.cpp)
 target_link_libraries($1 PRIVATE $2)
 END
@@ -57,7 +60,8 @@ cp -r /root/build-host /root/build-later
 cd /root/build-later
 sed -i 's/COMPONENTS/COMPONENTS testing/' CMakeLists.txt
 ! cmake -S . -B other >/dev/null 2>&1 || fail "find_package finds a component that is not installed"
-sed -i 's/0\.1 REQUIRED COMPONENTS testing/0.2 REQUIRED/' CMakeLists.txt
+sed -i "s/OrvNetwork .* REQUIRED COMPONENTS testing/OrvNetwork $(incompatible) REQUIRED/" CMakeLists.txt
+grep -q "OrvNetwork $(incompatible) REQUIRED" CMakeLists.txt
 ! cmake -S . -B other >/dev/null 2>&1 || fail "find_package takes another version for this one"
 cd /
 step "liborvnetwork-testing-dev"
