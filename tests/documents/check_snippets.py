@@ -1,9 +1,12 @@
 #!/usr/bin/env python3
-"""Compiles the pieces of C++ that docs/hosting.md and the comments of the front door's headers show, each by itself,
-after the library's one include and a few names of an imagined application. A piece that declares something stands by
-itself, any other is what a member function of the application does.
+"""Compiles the pieces of C++ that documents and the comments of headers show, each by itself, after the includes that its
+document begins with and a few names of an imagined application. A piece that declares something stands by itself, any
+other is what a member function of the application does.
 
-Usage: check_snippets.py ROOT COMPILER
+Usage: check_snippets.py ROOT COMPILER SET
+
+library: docs/hosting.md and the front door; qt: docs/qt.md and orvnetwork_qt/; glib: docs/gtk.md and orvnetwork_glib/, with
+what a program on Qt Widgets or GTK has.
 """
 
 import pathlib
@@ -14,44 +17,64 @@ import tempfile
 
 from snippets import examples, fragments
 
-ROOT, COMPILER = pathlib.Path(sys.argv[1]), sys.argv[2]
-FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-Wno-unused-function", f"-I{ROOT}"]
-IMAGINED = ROOT / "tests" / "documents" / "imagined.h"
-DECLARATION = re.compile(r"(?:class|struct|enum|constexpr|orv::Pending<.*> \w+\(.*\) \{)")
+ROOT, COMPILER, SET = pathlib.Path(sys.argv[1]), sys.argv[2], sys.argv[3]
+FLAGS = ["-std=c++20", "-fPIC", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-Wno-unused-function", f"-I{ROOT}"]
+# What those on toolkits show ends where one knows how it goes on.
+TOOLKIT_FLAGS = ["-Wno-unused-variable", "-Wno-unused-parameter"]
+DOCUMENT, HEADERS, TOOLKIT, IMAGINED, LOCALS = {
+    "library": ("hosting.md", "orvnetwork/client", None, "imagined.h", ""),
+    # What lambdas capture is a name of the function around them.
+    "qt": ("qt.md", "orvnetwork_qt", "Qt6Widgets", "imagined_qt.h",
+           "snippet::Window* window, QListView* view, QLabel* banner, snippet::Form* form"),
+    "glib": ("gtk.md", "orvnetwork_glib", "gtk4", "imagined_gtk.h", ""),
+}[SET]
+DECLARATION = re.compile(r"(?:#include|class|struct|enum|constexpr|orv::Pending<.*> \w+\(.*\) \{)")
 
 
 def declarations(number, place, text):
+    # What is included has been included already.
     return f"namespace snippet{number} {{\n#line {place}\n{text}}}\n"
 
 
 def statements(number, place, text):
     result = "orv::Pending<>" if re.search(r"\bco_(?:await|return)\b", text) else "void"
-    return (f"namespace snippet{number} {{\nstruct Piece : snippet::Application {{ {result} run(); }};\n"
-            f"{result} Piece::run() {{\n#line {place}\n{text}}}\n}}\n")
+    if re.search(r"^return ", text, re.MULTILINE):
+        result = "int"
+    return (f"namespace snippet{number} {{\nstruct Piece : snippet::Application {{ {result} run({LOCALS}); }};\n"
+            f"{result} Piece::run({LOCALS}) {{\n#line {place}\n{text}}}\n}}\n")
 
 
 def pieces():
     """All of them, as sources: (file, source)."""
     number = 0
-    for document in [ROOT / "docs" / "hosting.md", *sorted((ROOT / "orvnetwork" / "client").glob("*.h"))]:
+    for document in [ROOT / "docs" / DOCUMENT, *sorted((ROOT / HEADERS).glob("*.h"))]:
         text = document.read_text(encoding="utf-8")
         name = str(document.relative_to(ROOT))
         found = fragments(text) if document.suffix == ".md" else examples(text)
         for line, piece in found:
             number += 1
-            wrap = declarations if document.suffix == ".md" or DECLARATION.match(piece) else statements
-            yield name, wrap(number, f'{line} "{name}"', piece)
+            # All of docs/hosting.md stands on its own.
+            alone = name == "docs/hosting.md" or DECLARATION.match(piece)
+            yield name, (declarations if alone else statements)(number, f'{line} "{name}"', piece)
+
+
+def toolkit_flags():
+    if TOOLKIT is None:
+        return []
+    flags = subprocess.run(["pkg-config", "--cflags", TOOLKIT], check=True, capture_output=True, text=True).stdout.split()
+    # The toolkits' own headers are not what is looked at.
+    return TOOLKIT_FLAGS + [re.sub("^-I", "-isystem", flag) for flag in flags]
 
 
 def main():
     found = list(pieces())
-    source = f'#include <orvnetwork/orvnetwork.h>\n#include "{IMAGINED}"\n' + "".join(text for _, text in found)
+    source = f'#include "{ROOT / "tests" / "documents" / IMAGINED}"\n' + "".join(text for _, text in found)
     with tempfile.TemporaryDirectory(prefix="orv-snippets-") as folder:
         path = pathlib.Path(folder) / "snippets.cpp"
         path.write_text(source, encoding="utf-8")
-        result = subprocess.run([COMPILER, *FLAGS, path], stderr=subprocess.PIPE, text=True)
+        result = subprocess.run([COMPILER, *FLAGS, *toolkit_flags(), path], stderr=subprocess.PIPE, text=True)
     of_headers = sum(name.endswith(".h") for name, _ in found)
-    print(f"{result.stderr}{len(found) - of_headers} pieces of docs/hosting.md, {of_headers} of headers")
+    print(f"{result.stderr}{len(found) - of_headers} pieces of docs/{DOCUMENT}, {of_headers} of headers")
     return 0 if 0 < of_headers < len(found) and result.returncode == 0 else 1
 
 
