@@ -20,11 +20,7 @@ orv::Pending<> greet(orv::Client* client) {
 }
 
 int main(int argc, char** argv) {
-  orv::ClientOptions options;
-  options.server = argc > 1 ? argv[1] : "";
-  options.version = "1.0";
-  options.build = "1";
-  const auto client = orv::Client::start(options);
+  const auto client = orv::Client::start({.server = argc > 1 ? argv[1] : "", .version = "1.0", .build = "1"});
   if (!client) return std::cerr << client.error().description << '\n', 1;
   const auto greeting = greet(client->get());
   orv::MainQueue::instance().run();

@@ -13,6 +13,8 @@ namespace orv {
 ///     options.server = "wss://classroom.example.org/link";
 ///     options.version = "2.3.1";
 ///     options.build = "57";
+///
+/// or in one line, `{.server = "wss://…", .version = "2.3.1", .build = "57"}`, where the order is that of the members.
 struct ClientOptions {
   /// Address of the server: ws or wss (http and https mean the same), with a host.
   std::string server;
@@ -21,15 +23,15 @@ struct ClientOptions {
   std::string build;
 
   /// Identifier of this installation, which the server gets with every request. Absent: it is kept in a file.
-  OptionalString installation;
+  OptionalString installation{};
   /// The file that keeps the identifier, as an absolute path; without a meaning where `installation` is given. Absent:
   /// "OrvInstallation/identifier" in the documents folder. It is made when it is missing, for its owner's eyes only, with a
   /// random identifier; programs that do so at the same time take turns by a lock file beside it.
-  OptionalString installationFile;
+  OptionalString installationFile{};
 
   /// The folder in which everything is kept, as an absolute path, in place of the user's home: the documents, data and
   /// caches folders lie in it. It is made when it is missing. Absent: the user's home, or what was set before.
-  OptionalString home;
+  OptionalString home{};
 
   /// How to get to the server: proxies and trust.
   NetworkSettings network{};

@@ -3,7 +3,7 @@
 
 Usage: check_documents.py ROOT
 
-- The program quoted in README.md is an example, which is built like any other source.
+- The program quoted in README.md is an example, which is built like any other source, and examples are as short as it says.
 - Files and folders that the documents name are there.
 - Versions of the project that they name are the one that it has.
 - docs/names.md has every notification, code, outcome, trouble of the link and domain of errors that the headers have.
@@ -18,8 +18,8 @@ from versions import version_breaches
 QUOTED = re.compile(r"^```cpp\n(.*?)^```$", re.DOTALL | re.MULTILINE)
 PATH = re.compile(r"`((?:orvnetwork|devserver|cli|tests|bench|examples|docs|script|cmake|platform)/[\w./-]*"
                   r"|[A-Z]+\.md)`")
-
-
+# Examples that are to be read at a glance, and how many lines they may have.
+SHORT = {"minimal.cpp": 30, "classroom.cpp": 99}
 CONSTANT = re.compile(r"std::string_view (\w*Notification\w+) =")
 DOMAIN = re.compile(r'Domain = "(\w+)"')
 ENUMERATION = re.compile(r"enum class (\w+)[^{]*{(.*?)^};", re.DOTALL | re.MULTILINE)
@@ -48,6 +48,10 @@ def breaches(root):
     example = (root / "examples" / "minimal.cpp").read_text(encoding="utf-8")
     if QUOTED.findall((root / "README.md").read_text(encoding="utf-8")) != [example]:
         yield "README.md: the quoted program is not examples/minimal.cpp"
+    for name, most in SHORT.items():
+        lines = (root / "examples" / name).read_text(encoding="utf-8").count("\n")
+        if lines > most:
+            yield f"examples/{name}: {lines} lines are more than {most}"
     for document in sorted([*root.glob("*.md"), *(root / "docs").glob("*.md")]):
         for name in PATH.findall(document.read_text(encoding="utf-8")):
             if not ((root / name).exists() or (root / "orvnetwork" / name).exists()):
