@@ -1,6 +1,6 @@
 # Headers that nearly every source includes, read once. Only headers of other makers stand here: a change of an own
-# header compiles what includes it, and nothing else. The fuzz build goes without, and so finds a source that leaves
-# out an include that it needs.
+# header compiles what includes it, and nothing else. The fuzz build goes without, and so finds an include that a whole layer
+# leaves out; those that a single source leaves out are found by tests/style/check_style.py.
 option(ORV_PRECOMPILED_HEADERS "Compile the headers of the standard library, Boost.JSON and GoogleTest once" ON)
 
 set(ORV_LIBRARY_HEADERS

@@ -6,9 +6,11 @@ Usage: check_documents.py ROOT
 - The program quoted in README.md is an example, which is built like any other source, and examples are as short as it says.
 - Files and folders that the documents name are there.
 - Versions of the project that they name are the one that it has.
+- docs/architecture.md tells of each folder of tests, and CONTRIBUTING.md of each script.
 - docs/names.md has every notification, code, outcome, trouble of the link and domain of errors that the headers have.
 """
 
+import os
 import pathlib
 import re
 import sys
@@ -39,6 +41,18 @@ def names_of_headers(root):
                 yield from (f"`{name}`" for name in ENUMERATOR.findall(body))
 
 
+def missing_folders(root):
+    rows = re.findall(r"^\| (`.*?/`) \|", (root / "docs" / "architecture.md").read_text(encoding="utf-8"), re.MULTILINE)
+    told = {name.strip("`/") for row in rows for name in row.split(", ")}
+    return sorted({path.parent.relative_to(root / "tests").parts[0] for path in (root / "tests").rglob("*.*")
+                   if path.parent != root / "tests" and path.is_file() and "__pycache__" not in path.parts} - told)
+
+
+def missing_scripts(root):
+    told = re.findall(r"\bscript/([\w-]+)", (root / "CONTRIBUTING.md").read_text(encoding="utf-8"))
+    return sorted({path.name for path in (root / "script").iterdir() if os.access(path, os.X_OK)} - {*told})
+
+
 def breaches(root):
     yield from version_breaches(root)
     names = (root / "docs" / "names.md").read_text(encoding="utf-8")
@@ -48,6 +62,8 @@ def breaches(root):
     example = (root / "examples" / "minimal.cpp").read_text(encoding="utf-8")
     if QUOTED.findall((root / "README.md").read_text(encoding="utf-8")) != [example]:
         yield "README.md: the quoted program is not examples/minimal.cpp"
+    yield from (f"docs/architecture.md: nothing is said of tests/{name}" for name in missing_folders(root))
+    yield from (f"CONTRIBUTING.md: nothing is said of script/{name}" for name in missing_scripts(root))
     for name, most in SHORT.items():
         lines = (root / "examples" / name).read_text(encoding="utf-8").count("\n")
         if lines > most:
