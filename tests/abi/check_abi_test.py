@@ -32,6 +32,10 @@ OTHER_WAYS = FIRST.replace("left, right", "right, left")
 MORE_WAYS = FIRST.replace("left, right", "left, right, up")
 MORE = FIRST + "int down(const Point& point);\n"
 
+# Whatever git is told outside is about another tree.
+SETTINGS = {name: value for name, value in os.environ.items() if not name.startswith("GIT_")} | {
+    "GIT_CONFIG_GLOBAL": "/dev/null", "GIT_CONFIG_SYSTEM": "/dev/null"}
+
 
 class AbiTest(unittest.TestCase):
     def setUp(self):
@@ -70,10 +74,8 @@ class AbiTest(unittest.TestCase):
         self.write(f"{folder}/small.cpp", f'#include "small.h"\n{bodies}')
 
     def git(self, *arguments):
-        settings = {name: value for name, value in os.environ.items() if not name.startswith("GIT_")}
-        settings |= {"GIT_CONFIG_GLOBAL": "/dev/null", "GIT_CONFIG_SYSTEM": "/dev/null"}
         return subprocess.run(["git", "-c", "user.name=A", "-c", "user.email=a@b.invalid", *arguments], cwd=self.root,
-                              env=settings, check=True, capture_output=True, text=True).stdout.strip()
+                              env=SETTINGS, check=True, capture_output=True, text=True).stdout.strip()
 
     def commit(self, message):
         self.git("add", "--all")
@@ -82,8 +84,8 @@ class AbiTest(unittest.TestCase):
 
     def abi(self, *arguments):
         """How it ends, and what it says; the closing line is the last one."""
-        ended = subprocess.run(["script/abi", *arguments], cwd=self.root, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                               text=True)
+        ended = subprocess.run(["script/abi", *arguments], cwd=self.root, env=SETTINGS, stdout=subprocess.PIPE,
+                               stderr=subprocess.STDOUT, text=True)
         return ended.returncode, ended.stdout
 
     def expect(self, code, closing, *arguments):
