@@ -6,10 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace orv::orv_classroom_info_test {
 namespace {
@@ -64,6 +66,65 @@ TEST(OrvClassroomInfo, ComesBackFromItsJsonFormAndItsPropertyList) {
   const auto read = readPropertyList(writePropertyList(classroom->jsonObject()).value());
   ASSERT_TRUE(read) << read.error().description;
   EXPECT_EQ(makeRecord<OrvClassroomInfo>(&*read)->jsonObject(), classroomValues());
+}
+
+// The JSON form alone would not tell two fields that stand in each other's place.
+TEST(OrvClassroomInfo, HasEachValueInTheFieldOfItsName) {
+  const auto values = classroomValues();
+  const auto classroom = makeRecord<OrvClassroomInfo>(values);
+  const auto textOf = [&](const char* key) { return std::string(values.at(key).as_string()); };
+  using Text = Property<OptionalString> OrvClassroomInfo::*;
+  for (const auto& [key, field] : std::initializer_list<std::pair<const char*, Text>>{
+           {"addtime", &OrvClassroomInfo::addtime},
+           {"balance", &OrvClassroomInfo::balance},
+           {"balancePreFee", &OrvClassroomInfo::balancePreFee},
+           {"bgPicID", &OrvClassroomInfo::bgPicID},
+           {"bgPicUrl", &OrvClassroomInfo::bgPicUrl},
+           {"corpID", &OrvClassroomInfo::corpID},
+           {"costs", &OrvClassroomInfo::costs},
+           {"description", &OrvClassroomInfo::m_description},
+           {"followCnt", &OrvClassroomInfo::followCnt},
+           {"followed", &OrvClassroomInfo::followed},
+           {"headPicID", &OrvClassroomInfo::headPicID},
+           {"headPicUrl", &OrvClassroomInfo::headPicUrl},
+           {"id", &OrvClassroomInfo::ID},
+           {"income", &OrvClassroomInfo::income},
+           {"phone", &OrvClassroomInfo::phone},
+           {"qrPicID", &OrvClassroomInfo::qrPicID},
+           {"remainderDuration", &OrvClassroomInfo::remainderDuration},
+           {"remainnum", &OrvClassroomInfo::remainnum},
+           {"status", &OrvClassroomInfo::status},
+           {"submitAuditStatus", &OrvClassroomInfo::submitAuditStatus},
+           {"teacherCnt", &OrvClassroomInfo::teacherCnt},
+           {"terchernum", &OrvClassroomInfo::terchernum},
+           {"title", &OrvClassroomInfo::title},
+           {"todayDuration", &OrvClassroomInfo::todayDuration},
+           {"todayIncome", &OrvClassroomInfo::todayIncome},
+           {"topup", &OrvClassroomInfo::topup},
+           {"tvSeriesID", &OrvClassroomInfo::tvSeriesID},
+           {"uID", &OrvClassroomInfo::uID},
+           {"usenum", &OrvClassroomInfo::usenum}}) {
+    EXPECT_EQ(((*classroom).*field).get(), textOf(key)) << key;
+  }
+  EXPECT_EQ(classroom->balanceTopup.get(), values.at("balanceTopup").as_int64());
+  EXPECT_EQ(classroom->expirydate.get(), values.at("expirydate").as_int64());
+  EXPECT_EQ(classroom->expirydateDuration.get(), values.at("expirydateDuration").as_int64());
+  EXPECT_EQ(classroom->licensenum.get(), values.at("licensenum").as_int64());
+  EXPECT_EQ(classroom->keltoFlag.get(), values.at("keltoFlag").as_int64());
+  EXPECT_EQ(classroom->role.get(), values.at("role").as_int64());
+}
+
+TEST(OrvClassroomInfo, HasEachFlagInTheFieldOfItsName) {
+  for (const std::string_view key : kFlags) {
+    json::object values;
+    values[key] = true;
+    const auto classroom = makeRecord<OrvClassroomInfo>(values);
+    EXPECT_EQ(classroom->anybodyCreatable.get(), key == "anybodyCreatable") << key;
+    EXPECT_EQ(classroom->demo.get(), key == "demo") << key;
+    EXPECT_EQ(classroom->isCorp.get(), key == "isCorp") << key;
+    EXPECT_EQ(classroom->liveEnable.get(), key == "liveEnable") << key;
+    EXPECT_EQ(classroom->current.get(), key == "current") << key;
+  }
 }
 
 TEST(OrvClassroomInfo, TakesItsIdentifierFromIdBeforeID) {
