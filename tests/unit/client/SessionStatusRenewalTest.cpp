@@ -58,6 +58,22 @@ TEST_F(SessionStatusRenewal, TellsThatARenewalWasNotAnswered) {
   EXPECT_EQ(session->info().sentence(), "Good, user 11");
 }
 
+TEST_F(SessionStatusRenewal, OneThatWasPlannedIsNotMadeBesideThatOfANewLink) {
+  putUser(ann, school.issueToken(ann));
+  school.ignore("User.Post.Session");
+  watch();
+  connect();
+  ASSERT_TRUE(platform.runUntil([&] { return session->info().reason == "the server does not answer"; }, Seconds(15)));
+  // The next one is planned within 2 s.
+  school.clearFaults();
+  server.clearRecords();
+  server.reset(server.latest());
+  ASSERT_TRUE(platform.runUntil([&] { return asked("User.Post.Session") == 1; }, Seconds(1)));
+  runFor(10);
+  EXPECT_EQ(state(), "Good");
+  EXPECT_EQ(asked("User.Post.Session"), 1u);
+}
+
 TEST_F(SessionStatusRenewal, ALateAnswerForAnOlderTokenChangesNothing) {
   putUser(ann, "stale");
   school.delay("User.Post.Session", Seconds(3));
