@@ -63,7 +63,8 @@ TEST_F(SessionStatusRenewal, OneThatWasPlannedIsNotMadeBesideThatOfANewLink) {
   school.ignore("User.Post.Session");
   watch();
   connect();
-  ASSERT_TRUE(platform.runUntil([&] { return session->info().reason == "the server does not answer"; }, Seconds(15)));
+  ASSERT_TRUE(
+      platform.runUntil([&] { return session->info().reason == "the server does not answer"; }, Seconds(15)));
   // The next one is planned within 2 s.
   school.clearFaults();
   server.clearRecords();
