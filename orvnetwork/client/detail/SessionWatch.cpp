@@ -108,6 +108,8 @@ void SessionWatch::takenOver(const json::object* frame) {
   if (!info_.user || (meant && meant != identity_.uID)) return;
   verdict_ = Verdict::TakenOver;
   reason_ = kTakenOver;
+  // A sign-in whose user is being written confirms nothing any more.
+  if (expected_ == identity_) expected_.reset();
   look();
 }
 

@@ -1,4 +1,6 @@
+#include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
+#include <orvnetwork/transport/QXNotification.h>
 
 #include "SessionStatusFixture.h"
 
@@ -108,6 +110,41 @@ TEST_F(SessionStatusTest, IsTakenOverByAnotherDevice) {
   settle();
   ASSERT_EQ(results, Strings{"SignedIn"});
   EXPECT_EQ(state(), "Good");
+}
+
+TEST_F(SessionStatusTest, IsTakenOverAlsoWhileTheUserOfASignInIsBeingWritten) {
+  begin();
+  // The session itself has heard of the user before this.
+  const json::object push{{"c", "User.OtherDevice.Logout"}};
+  const auto pushing =
+      NotificationCenter::defaultCenter().observe(QXNotificationDidChangeUserInfo, [&](const Notification&) {
+        NotificationCenter::defaultCenter().post(QXNotificationLogoutByOtherUser, &link, &push);
+      });
+  signIn();
+  settle();
+  ASSERT_EQ(results, Strings{"SignedIn"});
+  EXPECT_EQ(state(), "TakenOver");
+  runFor(5);
+  EXPECT_EQ(state(), "TakenOver");
+}
+
+TEST_F(SessionStatusTest, ASignInIsGoodThoughTheUserBeforeItIsTakenOverMeanwhile) {
+  signedIn();
+  bool isPushed = false;
+  signIn("13800000002", "other");
+  ASSERT_TRUE(platform.runUntil(
+      [&] {
+        if (!isPushed && asked("User.Post.Login") == 1) {
+          isPushed = true;
+          server.push(server.latest(), "User.OtherDevice.Logout", {{"uID", json::string(ann)}});
+        }
+        return !results.empty();
+      },
+      Seconds(5)));
+  EXPECT_EQ(results, Strings{"SignedIn"});
+  settle();
+  EXPECT_EQ(state(), "Good");
+  EXPECT_EQ(nick(), "Bob");
 }
 
 TEST_F(SessionStatusTest, IsNotTakenOverByAPushForAnotherUser) {
