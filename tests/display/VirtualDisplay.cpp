@@ -1,7 +1,9 @@
 #include "VirtualDisplay.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -64,9 +66,15 @@ void VirtualDisplay::start() {
 
 void VirtualDisplay::end() {
   if (process_ <= 0) return;
-  // Asked to end it takes its files along.
-  kill(process_, SIGTERM);
-  waitpid(process_, nullptr, 0);
+  const int running = static_cast<int>(syscall(SYS_pidfd_open, process_, 0));
+  // Asked to end it takes its files along. When it is asked just before it goes to sleep it finds that out when it wakes,
+  // which may be ten minutes later, so it is asked again and again.
+  do {
+    kill(process_, SIGTERM);
+    pollfd end{running, POLLIN, 0};
+    poll(&end, 1, 200);
+  } while (waitpid(process_, nullptr, WNOHANG) == 0);
+  if (running >= 0) close(running);
   process_ = -1;
 }
 
