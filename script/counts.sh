@@ -16,8 +16,10 @@ count() {
   names=$(sed -n 's/^\t *[0-9]* - \(.*\) (Skipped)$/\1/p' "$2")
   number=$(grep -c . <<<"$names" || true)
   closing_lines+="$1: $(grep ' tests passed, ' "$2" | tail -n 1)"$'\n'
-  [ "$number" -eq 0 ] || closing_lines+="$1: $number skipped, build/$1/Testing/Temporary/LastTest.log says why:"$'\n'
-  [ "$number" -eq 0 ] || closing_lines+=$(sed 's/^/  /' <<<"$names")$'\n'
+  if [ "$number" -gt 0 ]; then
+    closing_lines+="$1: $number skipped, build/$1/Testing/Temporary/LastTest.log says why:"$'\n'
+    closing_lines+="  ${names//$'\n'/$'\n'  }"$'\n'
+  fi
   failed=$((failed + ${line% *}))
   skipped=$((skipped + number))
   passed=$((passed + ${line#* } - ${line% *} - number))

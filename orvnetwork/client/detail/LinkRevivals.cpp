@@ -3,8 +3,8 @@
 namespace orv::detail {
 
 Subscribers<LinkRevival>& linkRevivals() {
-  static auto& revivals =
-      *new Subscribers<LinkRevival>;  // subscriptions may outlive whatever ends with the process
+  // Never destroyed: there may be lists until the process ends.
+  static auto& revivals = *new Subscribers<LinkRevival>;
   return revivals;
 }
 
