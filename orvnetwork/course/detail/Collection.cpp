@@ -98,13 +98,15 @@ void Collection::load() {
   if (anyGone) saveLists();
 }
 
-std::vector<std::string> Collection::takeOverChanges() {
+std::optional<std::vector<std::string>> Collection::takeOverChanges() {
   const auto file = files_.list();
   const auto change = file ? file->readChange() : std::nullopt;
-  if (!change) return {};
+  if (!change) return std::nullopt;
   KeyList& list = lists_.front();
   std::vector<std::string> gone = list.snapshot();
-  list.assign(mergedKeys(keysOf(&change->before), gone, keysOf(&change->now)));
+  const std::vector<std::string> merged = mergedKeys(keysOf(&change->before), gone, keysOf(&change->now));
+  if (merged == gone) return std::nullopt;
+  list.assign(merged);
   std::erase_if(gone, [&list](const std::string& key) { return list.contains(key); });
   return gone;
 }

@@ -6,6 +6,7 @@
 #include <orvnetwork/course/detail/RecordFiles.h>
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -69,8 +70,9 @@ class Collection {
   void open(const std::string& base);
   /// Reads the keys. Those whose record is gone leave the lists of what the server can give again, and the file.
   void load();
-  /// Takes over what another program has made of the file of the keys. Gives the keys that have left the list.
-  std::vector<std::string> takeOverChanges();
+  /// Takes over what another program has made of the file of the keys. Gives the keys that have left the list; absent
+  /// when the list is as it was.
+  std::optional<std::vector<std::string>> takeOverChanges();
   /// Goes to where the other one is and changes lists with it.
   void follow(Collection& opened);
   /// Changes keys and the records in memory with another one of its kind, at once however many they are; the files stay.

@@ -1,5 +1,6 @@
 #include "orvnetwork/course/detail/LocalTurn.h"
 
+#include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/platform/Platform.h>
 
@@ -40,7 +41,11 @@ void writeLater(Catalogue& catalogue, const std::shared_ptr<KeyFile>& file) {
 LocalTurn::LocalTurn(Catalogue& catalogue) : catalogue_(catalogue), file_(catalogue.local.files().list()) {
   if (file_ == nullptr) return;
   file_->beginTurn();
-  for (const std::string& key : catalogue.local.takeOverChanges()) catalogue.forget(key, true);
+  const auto gone = catalogue.local.takeOverChanges();
+  if (!gone) return;
+  for (const std::string& key : *gone) catalogue.forget(key, true);
+  // Nobody else tells of these: what this turn is for may concern another course, or none.
+  catalogue.tell({.what = CourseChange::What::All, .list = {CourseListKind::Local}});
 }
 
 LocalTurn::~LocalTurn() {

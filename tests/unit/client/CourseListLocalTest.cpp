@@ -65,6 +65,25 @@ TEST_F(CourseListLocal, FollowsWhatAnybodyDoes) {
   EXPECT_EQ(list.keys(), Rooms{1});
 }
 
+TEST_F(CourseListLocal, FollowsWhatAnotherProgramHasDoneAsSoonAsThatIsTakenOver) {
+  add(1);
+  add(2);
+  auto list = CourseList::local();
+  settle();
+  const std::string folder = courses().localCourseFolder().value();
+  writePropertyListFile(folder + "/7.plist", makeLocal(7)->jsonObject(), Durability::Durable);
+  writePropertyListFile(folder + "/localCourse.plist", json::array{"7", "1"}, Durability::Durable);
+  View view(list);
+  courses().createLocalCourse();
+  ASSERT_EQ(courses().localCourseList(), (QXCourseManager::Keys{"7", "1"}));
+  settle();
+  EXPECT_EQ(list.keys(), (Rooms{7, 1})) << "a number was asked for, and nothing else was done here";
+  view.forget();
+  courses().createLocalCourse();
+  settle();
+  EXPECT_TRUE(view.changes().empty()) << "nothing is different since";
+}
+
 TEST_F(CourseListLocal, LosesACourseWhosePublishingAPushConfirms) {
   signIn();
   const auto published = makeLocal(7);
