@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace orv::course_push_test {
 
@@ -225,6 +226,23 @@ TEST_F(CoursePush, ListChangeIsPostedWhateverComesOfTheLoad) {
   runFor(1.1);
   EXPECT_EQ(count(QXNotificationCourseListChanged), 1u);
   EXPECT_EQ(pagesAsked, Strings{});
+}
+
+TEST_F(CoursePush, ListChangeIsPostedOnTheMainThreadWhenThatComesToIt) {
+  signIn();
+  link.close();
+  settle();
+  std::vector<bool> onMain;
+  const auto token = NotificationCenter::defaultCenter().observe(
+      std::string(QXNotificationCourseListChanged),
+      [&](const Notification&) { onMain.push_back(platform.mainQueue().isCurrent()); });
+  tellCreated({{"roomID", 999}});
+  platform.holdMainQueue(true);
+  runFor(1.1);
+  EXPECT_TRUE(onMain.empty()) << "the answer came on a worker";
+  platform.holdMainQueue(false);
+  settle();
+  EXPECT_EQ(onMain, std::vector{true});
 }
 
 TEST_F(CoursePush, CreationThatNamesNoRoomDeletesNothingAndLoads) {
