@@ -120,7 +120,7 @@ class ORV_EXPORT QXCourseManager final {
 
   /// @}
   /// @name Live courses
-  /// Courses whose `liveType` is neither 1 nor 3 are ignored.
+  /// Courses whose `liveType` is neither 1 nor 3 are ignored, and so are those whose `status` is above 5, which has no list.
   /// @{
 
   /// Puts a course into the list of its `status`: by start time, ascending in status 1 and descending in all others,
