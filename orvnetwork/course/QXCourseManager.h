@@ -155,7 +155,8 @@ class ORV_EXPORT QXCourseManager final {
   /// Whether a course with the number of this one is in memory, among the local and the recorded ones. Does not wait
   /// for `dataSemaphore`.
   bool containCourse(const Course& course) const;
-  /// Gets a live course anew from the server, and takes it into memory and onto the disk where it is in a list.
+  /// Gets a live course anew from the server, and takes it into memory and onto the disk where it is in a list, unless
+  /// the user or the classroom has changed meanwhile.
   /// @param handler is called with the course, or null: at once for a course that is not live or has no number and while
   ///   the link is not open, else on the main thread.
   void updateCourse_withHandler(const Course& course, UpdateHandler handler);
@@ -274,7 +275,7 @@ class ORV_EXPORT QXCourseManager final {
   void retryLivePage(const PageLoad& load);
   void mergeLiveCoursePage(const PageLoad& load, const json::array& items);
   void checkAfterLivePage(const PageLoad& load, bool lastPage);
-  void takeUpdate(const Course& course, const json::value& data);
+  void takeUpdate(const Course& course, const json::value& data, std::uint64_t opened);
 
   std::unique_ptr<Catalogue> catalogue_;
 };

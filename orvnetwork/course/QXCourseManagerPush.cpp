@@ -5,12 +5,15 @@
 #include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/data/LooseRead.h>
+#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/ConsoleLog.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/transport/QXNotification.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
+#include <shared_mutex>
 #include <utility>
 
 namespace orv {
@@ -75,15 +78,16 @@ void QXCourseManager::updateCourse_withHandler(const Course& course, UpdateHandl
   }
   // Shared, and handed on from step to step: the last one to hold it is on the main thread, where it is called.
   auto shared = std::make_shared<const UpdateHandler>(std::move(handler));
-  auto complete = [this, course, shared](const auto&, bool success, const json::object& reply) {
+  auto complete = [this, course, shared, opened = catalogue_->opened()](const auto&, bool success,
+                                                                        const json::object& reply) {
     const json::object* const values = looseObject(member(reply, "v"));
     const json::value* const error = member(values, "err");
     if (!success || (error != nullptr && !error->is_null())) return tellUpdate(*shared, nullptr);
     // The main thread waits neither for the catalogue nor for the disk.
     const json::value* const data = member(values, "data");
     catalogue_->merges->post(
-        [this, course, shared, data = data != nullptr ? *data : json::value()]() mutable {
-          takeUpdate(course, data);
+        [this, course, shared, opened, data = data != nullptr ? *data : json::value()]() mutable {
+          takeUpdate(course, data, opened);
           Platform::current().mainQueue().post(
               [course, shared = std::move(shared)] { tellUpdate(*shared, course); });
         });
@@ -93,8 +97,13 @@ void QXCourseManager::updateCourse_withHandler(const Course& course, UpdateHandl
                                                         std::move(expire));
 }
 
-void QXCourseManager::takeUpdate(const Course& course, const json::value& data) {
+void QXCourseManager::takeUpdate(const Course& course, const json::value& data, std::uint64_t opened) {
   course->merge(&data);
+  // The host's sink is called when nothing is locked any more.
+  const Console::Hold console;
+  const std::shared_lock staying(catalogue_->changing);
+  // What one user was told of a course belongs in no catalogue of another.
+  if (catalogue_->opened() != opened) return;
   if (course->liveType == live_type::kRecorded) {
     refreshRecordCourse(course);
   } else {

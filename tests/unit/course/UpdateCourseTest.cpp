@@ -1,5 +1,6 @@
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include "tests/unit/course/PagingFixture.h"
 
@@ -74,6 +75,30 @@ TEST_F(UpdateCourse, CourseOfNoListIsUpdatedAndNotKept) {
   EXPECT_EQ(course->title, "新的");
   EXPECT_EQ(courses().getLiveCourseWithRoomID(7), nullptr);
   EXPECT_FALSE(hasLiveFile(7));
+}
+
+TEST_F(UpdateCourse, AnswerThatComesWithTheNextUserStaysOutOfTheirCatalogue) {
+  signIn("100001");
+  const auto course = addLive(7);
+  std::optional<json::object> asked;
+  instead = [&asked](const json::object& request) -> std::optional<json::object> {
+    if (request.at("c") != "Course.Get.Info") return json::object{{"ret", 0}};
+    asked = request;
+    return std::nullopt;
+  };
+  update(course);
+  settle();
+  ASSERT_TRUE(asked);
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002"));
+  settle();
+  const auto theirs = addLive(7);
+  server.reply(server.latest(), *asked, {{"ret", 0}, {"data", {{"title", "新的"}, {"role", 1}}}});
+  settle();
+  EXPECT_EQ(results, std::vector{course});
+  EXPECT_EQ(course->title, "新的") << "who asked has the answer";
+  EXPECT_EQ(courses().getLiveCourseWithRoomID(7), theirs);
+  EXPECT_EQ(theirs->title, "课程 7");
+  EXPECT_EQ(liveFile(7)->at("title"), "课程 7");
 }
 
 TEST_F(UpdateCourse, LiveCourseThatHasBecomeARecordedOneGoesToTheRecordedOnes) {
