@@ -8,6 +8,7 @@
 #include <orvnetwork_qt/LinkObject.h>
 #include <orvnetwork_qt/SessionObject.h>
 
+#include <QByteArray>
 #include <QJSValue>
 #include <QQmlComponent>
 #include <QQmlContext>
@@ -16,7 +17,10 @@
 #include <QStringList>
 #include <QUrl>
 #include <QVariant>
+#include <fstream>
+#include <iterator>
 #include <memory>
+#include <string>
 
 namespace orv::qml_test {
 namespace {
@@ -62,6 +66,34 @@ QtObject {
 }
 )";
 
+/// The items of the document's page stand among these, which have of Qt Quick's what the page uses.
+constexpr const char* kShownPage = R"(
+import QtQml
+import OrvNetwork
+
+QtObject {
+  id: shown
+  component Text: QtObject { property bool visible: true; property string text }
+  component Button: QtObject { property bool visible: true; property string text; signal clicked }
+  component Items: QtObject { default property list<QtObject> all }
+  function visible(index) { return items.all[index].visible }
+  function text(index) { return items.all[index].text }
+  function click(index) { items.all[index].clicked() }
+  property var items: Items {
+%1  }
+}
+)";
+
+/// The piece of QML in the document on Qt.
+std::string shownInDocument() {
+  std::ifstream file(std::string(ORV_TEST_SOURCE_DIR) + "/../docs/qt.md");
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  const std::string begin = "```qml\n";
+  const auto from = text.find(begin);
+  const auto to = text.find("```\n", from == std::string::npos ? from : from + begin.size());
+  return to == std::string::npos ? std::string() : text.substr(from + begin.size(), to - from - begin.size());
+}
+
 class Qml : public SchoolFixture {
  protected:
   Qml() {
@@ -74,13 +106,18 @@ class Qml : public SchoolFixture {
     QObject::connect(&engine, &QQmlEngine::warnings, [this](const QList<QQmlError>& told) {
       for (const QQmlError& warning : told) warnings << warning.toString();
     });
-    QQmlComponent component(&engine);
-    component.setData(kPage, QUrl(QStringLiteral("page.qml")));
-    page.reset(component.create());
-    EXPECT_NE(page, nullptr) << component.errorString().toStdString();
-    settle();
+    page = make(kPage);
   }
   ~Qml() override { EXPECT_EQ(warnings.join(QLatin1Char('\n')), QString()); }
+
+  std::unique_ptr<QObject> make(const QByteArray& source) {
+    QQmlComponent component(&engine);
+    component.setData(source, QUrl(QStringLiteral("page.qml")));
+    std::unique_ptr<QObject> made(component.create());
+    EXPECT_NE(made, nullptr) << component.errorString().toStdString();
+    settle();
+    return made;
+  }
 
   QVariant read(const char* property) const { return page->property(property); }
   QStringList titles() const { return read("titles").value<QJSValue>().toVariant().toStringList(); }
@@ -137,6 +174,38 @@ TEST_F(Qml, AListHasARowForEachCourse) {
   EXPECT_TRUE(model.isLoading());
   settle();
   EXPECT_EQ(titles(), (QStringList{"Algebra", "代数"}));
+}
+
+TEST_F(Qml, ThePageOfTheDocumentShowsLinkAndUser) {
+  const std::string piece = shownInDocument();
+  ASSERT_NE(piece, "");
+  const auto shown = make(QByteArray(kShownPage).replace("%1", QByteArray::fromStdString(piece)));
+  ASSERT_NE(shown, nullptr);
+  const auto ask = [&shown](const char* function, int index) {
+    QVariant answer;
+    EXPECT_TRUE(QMetaObject::invokeMethod(shown.get(), function, Q_RETURN_ARG(QVariant, answer),
+                                          Q_ARG(QVariant, index)));
+    return answer;
+  };
+  const int sentence = 0, button = 1, nick = 2;
+  EXPECT_FALSE(ask("visible", sentence).toBool());
+  EXPECT_FALSE(ask("visible", button).toBool());
+  EXPECT_EQ(ask("text", nick).toString(), "");
+  signIn();
+  settle();
+  EXPECT_EQ(ask("text", nick).toString(), "Ann");
+
+  platform.network().setDefaultPlan(testing::ConnectPlan::refuse());
+  platform.server().cutAll();
+  ASSERT_TRUE(waitsForLong());
+  EXPECT_TRUE(ask("visible", sentence).toBool());
+  EXPECT_EQ(ask("text", sentence).toString(), link.sentence());
+  EXPECT_TRUE(ask("visible", button).toBool());
+  platform.network().setDefaultPlan(testing::ConnectPlan::accept());
+  ask("click", button);
+  runFor(3);
+  EXPECT_TRUE(link.isUp());
+  EXPECT_FALSE(ask("visible", sentence).toBool());
 }
 
 }  // namespace
