@@ -6,6 +6,7 @@
 #include <orvnetwork/course/detail/LivePageEffects.h>
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
+#include <orvnetwork/course/detail/PageMerging.h>
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
@@ -190,27 +191,14 @@ void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::arra
   QXFileLog& fileLog = QXFileLog::standard();
   fileLog.log("拉取课程(状态 %d)个数: %d", static_cast<int>(load.status), static_cast<int>(items.size()));
   LivePageEffects effects(*catalogue_, items);
-  PageMergeResult result;
-  bool isMerged = false;
-  {
-    const CatalogueLock lock(*catalogue_);
-    // Another user's page is merged nowhere.
-    isMerged = catalogue_->opened() == load.opened;
-    if (isMerged) {
-      const PageView before(catalogue_->live.list(load.status), load.page);
-      OptionalString cursor = catalogue_->livePaging.cursor;
-      result = mergeLivePage(catalogue_->live.lists(), load.status, cursor, load.page, items, effects);
-      catalogue_->livePaging.cursor = cursor;
-      const bool isChanged = before != PageView(catalogue_->live.list(load.status), load.page);
-      catalogue_->livePaging.repeats.merged(load.page, load.status, isChanged);
-      if (result.writeList) catalogue_->live.saveLists();
-      catalogue_->tell(pageChange({CourseListKind::Live, load.status}, load.page, items));
-    }
-  }
-  if (isMerged) {
+  const auto result = mergePage(*catalogue_, CourseListKind::Live, load, items, [&](OptionalString& cursor) {
+    effects.begin();
+    return mergeLivePage(catalogue_->live.lists(), load.status, cursor, load.page, items, effects);
+  });
+  if (result) {
     fileLog.log("新拉取课程(state %d): %@", static_cast<int>(load.status), effects.titles());
   }
-  checkAfterLivePage(load, result.lastPage);
+  checkAfterLivePage(load, result && result->lastPage);
 }
 
 void QXCourseManager::checkAfterLivePage(const PageLoad& load, bool lastPage) {

@@ -6,6 +6,7 @@
 #include <orvnetwork/course/detail/CourseKey.h>
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
+#include <orvnetwork/course/detail/PageMerging.h>
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
@@ -153,25 +154,13 @@ void QXCourseManager::retryRecordPage(const PageLoad& load) {
 }
 
 void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items) {
-  bool lastPage = false;
-  {
-    const CatalogueLock lock(*catalogue_);
-    // Another user's page is merged nowhere.
-    if (catalogue_->opened() == load.opened) {
-      RecordPageEffects effects(*catalogue_, items);
-      const PageView before(catalogue_->cloud.list(), load.page);
-      OptionalString cursor = catalogue_->paging.cursor;
-      const PageMergeResult result =
-          mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
-      catalogue_->paging.cursor = cursor;
-      const bool isChanged = before != PageView(catalogue_->cloud.list(), load.page);
-      catalogue_->paging.repeats.merged(load.page, load.status, isChanged);
-      if (result.writeList) catalogue_->cloud.saveLists();
-      catalogue_->tell(pageChange({CourseListKind::Recorded}, load.page, items));
-      lastPage = result.lastPage;
-    }
-  }
-  checkAfterRecordPage(load, lastPage);
+  RecordPageEffects effects(*catalogue_, items);
+  const auto result =
+      mergePage(*catalogue_, CourseListKind::Recorded, load, items, [&](OptionalString& cursor) {
+        effects.begin();
+        return mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
+      });
+  checkAfterRecordPage(load, result && result->lastPage);
 }
 
 void QXCourseManager::checkAfterRecordPage(const PageLoad& load, bool lastPage) {

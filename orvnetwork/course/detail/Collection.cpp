@@ -50,9 +50,14 @@ void Collection::drop(const std::string& key) {
   files_.remove(key);
 }
 
+void Collection::dropLater(const std::string& key) {
+  memory_.remove(key);
+  files_.removeLater(key);
+}
+
 void Collection::dropVanished(const std::string& key) {
   const Course course = memory_.find(key);
-  drop(courseKey(course != nullptr ? course->roomID.get() : 0));
+  dropLater(courseKey(course != nullptr ? course->roomID.get() : 0));
 }
 
 void Collection::remove(const std::string& key) {
@@ -61,13 +66,27 @@ void Collection::remove(const std::string& key) {
 }
 
 bool Collection::saveLists() {
+  return saveKeys(keysToSave());
+}
+
+Collection::Keys Collection::keysToSave() {
+  Keys keys;
+  keys.number = ++keysMade_;
   // What programs share is remembered key by key, to be merged with what others make of it.
-  if (kind_.durability == Durability::Plain) {
-    if (const std::string* const text = text_.of(lists_)) return files_.writeListText(*text);
-  }
-  json::array stored;
-  for (const KeyList& list : lists_) stored.emplace_back(asArray(list.snapshot()));
-  return files_.writeList(lists_.size() == 1 ? stored.front().get_array() : stored);
+  if (kind_.durability == Durability::Plain) keys.text = text_.of(lists_);
+  if (keys.text != nullptr) return keys;
+  for (const KeyList& list : lists_) keys.stored.emplace_back(asArray(list.snapshot()));
+  if (lists_.size() == 1) keys.stored = json::array(keys.stored.front().get_array());
+  return keys;
+}
+
+bool Collection::saveKeys(const Keys& keys) {
+  // Whenever the process ends, no key is in the file whose record is not written.
+  files_.finish();
+  const std::lock_guard lock(saving_);
+  if (keys.number < keysSaved_) return true;
+  keysSaved_ = keys.number;
+  return keys.text != nullptr ? files_.writeListText(*keys.text) : files_.writeList(keys.stored);
 }
 
 void Collection::open(const std::string& base) {

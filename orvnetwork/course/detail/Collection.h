@@ -5,7 +5,9 @@
 #include <orvnetwork/course/detail/RecordCache.h>
 #include <orvnetwork/course/detail/RecordFiles.h>
 
+#include <cstdint>
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -37,7 +39,9 @@ class Collection {
 
   KeyList& list(std::size_t number = 0) { return lists_[number]; }
   std::span<KeyList> lists() { return lists_; }
+  std::span<const KeyList> lists() const { return lists_; }
   RecordCache& memory() { return memory_; }
+  const RecordCache& memory() const { return memory_; }
   RecordFiles& files() { return files_; }
   const RecordFiles& files() const { return files_; }
 
@@ -58,13 +62,28 @@ class Collection {
   void store(const std::string& key, const Course& course);
   /// Removes a record from memory and from the disk.
   void drop(const std::string& key);
+  /// The same, the file soon (`RecordFiles::removeLater`).
+  void dropLater(const std::string& key);
   /// The same for a course that the server lists no longer. A record that is not in memory is taken for room 0, on
   /// purpose: its file stays.
   void dropVanished(const std::string& key);
   /// Removes a key from every list, and its record from memory and from the disk.
   void remove(const std::string& key);
-  /// Writes the keys: one list as it is, several as an array of lists. Whether the disk has taken them.
+  /// Writes the keys, after the records that were left for later: one list as it is, several as an array of lists. Whether
+  /// the disk has taken them.
   bool saveLists();
+  /// The keys as their file is to hold them.
+  struct Keys {
+    KeyListText::Text text;
+    /// Where there is no text.
+    json::array stored;
+    /// Later ones have a higher number.
+    std::uint64_t number = 0;
+  };
+  /// The same in two steps, for who does not hold the catalogue in the second one: keys that are older than what is
+  /// written by then are not written. False when the disk has not taken them.
+  Keys keysToSave();
+  bool saveKeys(const Keys& keys);
 
   /// Makes the folder below the catalogue's, `base`, and notes where the files are.
   void open(const std::string& base);
@@ -84,6 +103,10 @@ class Collection {
   RecordCache memory_;
   RecordFiles files_;
   KeyListText text_;
+  std::uint64_t keysMade_ = 0;
+  /// Held while keys are written.
+  std::mutex saving_;
+  std::uint64_t keysSaved_ = 0;
 };
 
 }  // namespace orv

@@ -12,6 +12,8 @@ namespace {
 /// A key's line, but for the key.
 constexpr std::string_view kBefore = "<string>";
 constexpr std::string_view kBehind = "</string>\n";
+/// Room for a key that is new, with what stands in front of its line.
+constexpr std::size_t kLongestKey = 32;
 
 /// The property list of the lists with one key each, which is the list's number; lists without keys have none.
 std::optional<std::string> patternOf(std::span<const KeyList> lists) {
@@ -26,36 +28,36 @@ std::optional<std::string> patternOf(std::span<const KeyList> lists) {
 
 }  // namespace
 
-const std::string* KeyListText::of(std::span<const KeyList> lists) {
+KeyListText::Text KeyListText::of(std::span<const KeyList> lists) {
   std::vector<std::uint64_t> revisions;
   revisions.reserve(lists.size());
   // Before the keys are read: what changes meanwhile is noticed the next time.
   for (const KeyList& list : lists) revisions.push_back(list.revision());
-  if (revisions == revisions_) return &text_;
-  revisions_.clear();
-  if (!make(lists)) return nullptr;
+  if (text_ != nullptr && revisions == revisions_) return text_;
+  text_ = make(lists);
   revisions_ = std::move(revisions);
-  return &text_;
+  return text_;
 }
 
-bool KeyListText::make(std::span<const KeyList> lists) {
+KeyListText::Text KeyListText::make(std::span<const KeyList> lists) {
   const std::optional<std::string> pattern = patternOf(lists);
-  if (!pattern) return false;
+  if (!pattern) return nullptr;
   ++made_;
-  text_.clear();
+  auto text = std::make_shared<std::string>();
+  if (text_ != nullptr) text->reserve(text_->size() + kBefore.size() + kBehind.size() + kLongestKey);
   std::size_t copied = 0;
   for (std::size_t number = 0; number < lists.size(); ++number) {
     const std::string line = std::string(kBefore) + std::to_string(number) + std::string(kBehind);
     const std::size_t found = pattern->find(line, copied);
     if (found == std::string::npos) continue;
     const std::size_t begin = pattern->rfind('\n', found) + 1;
-    text_.append(*pattern, copied, begin - copied);
+    text->append(*pattern, copied, begin - copied);
     const std::string before = pattern->substr(begin, found - begin) + std::string(kBefore);
-    if (!lists[number].appendNumbers(text_, before, kBehind)) return false;
+    if (!lists[number].appendNumbers(*text, before, kBehind)) return nullptr;
     copied = found + line.size();
   }
-  text_.append(*pattern, copied);
-  return text_.size() <= kMaxPropertyListSize;
+  text->append(*pattern, copied);
+  return text->size() <= kMaxPropertyListSize ? text : nullptr;
 }
 
 }  // namespace orv

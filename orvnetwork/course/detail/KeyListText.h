@@ -3,6 +3,7 @@
 #include <orvnetwork/course/detail/KeyList.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -17,17 +18,19 @@ namespace orv {
 /// No lock: for who holds the catalogue.
 class KeyListText {
  public:
-  /// The text, which stays until the next call; null when a key is no number, so that it is for the general writer.
-  const std::string* of(std::span<const KeyList> lists);
+  /// Shared with who writes it when the catalogue is no longer held.
+  using Text = std::shared_ptr<const std::string>;
+  /// Null when a key is no number, so that it is for the general writer.
+  Text of(std::span<const KeyList> lists);
 
   /// How often it had to be made.
   std::uint64_t made() const { return made_; }
 
  private:
-  bool make(std::span<const KeyList> lists);
+  Text make(std::span<const KeyList> lists);
 
   std::vector<std::uint64_t> revisions_;
-  std::string text_;
+  Text text_;
   std::uint64_t made_ = 0;
 };
 

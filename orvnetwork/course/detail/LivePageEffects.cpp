@@ -11,7 +11,7 @@ bool LivePageEffects::findRecord(std::size_t item, const std::string& key, bool 
   Collection& live = courses_.live;
   course_ = live.memory().find(key);
   const bool inMemory = course_ != nullptr;
-  if (!inMemory && known) course_ = live.files().read(key);
+  if (!inMemory && known) course_ = ahead_.take(key);
   if (course_ == nullptr) course_ = std::make_shared<OrvCourseModel>();
   course_->merge(items_[item].get_object());
   return inMemory;
@@ -19,13 +19,13 @@ bool LivePageEffects::findRecord(std::size_t item, const std::string& key, bool 
 
 void LivePageEffects::storeRecord(std::size_t, const std::string& key) {
   titles_ += formatText("%@, ", course_->title.get());
-  courses_.live.files().write(key, *course_);
+  courses_.live.files().writeLater(key, *course_);
   courses_.keepLive(course_, key, false);
 }
 
 void LivePageEffects::trim(const std::string& key) {
   courses_.liveQueue.remove(key);
-  courses_.live.drop(key);
+  courses_.live.dropLater(key);
 }
 
 }  // namespace orv

@@ -3,16 +3,21 @@
 #include <orvnetwork/course/detail/Collection.h>
 #include <orvnetwork/course/detail/CourseCollections.h>
 #include <orvnetwork/course/detail/LivePageMerge.h>
+#include <orvnetwork/course/detail/RecordsAhead.h>
 
 #include <string>
 
 namespace orv {
 
-/// What the merging of a page of live courses does to the records, in memory and on the disk. The caller holds the
-/// catalogue.
+/// What the merging of a page of live courses does to the records, in memory and on the disk. It is made before the
+/// catalogue is held, when it reads what it will need, and its files are written after that (`RecordFiles::finish`).
 class LivePageEffects final : public LiveMergeEffects {
  public:
-  LivePageEffects(CourseCollections& courses, const json::array& items) : courses_(courses), items_(items) {}
+  LivePageEffects(CourseCollections& courses, const json::array& items)
+      : courses_(courses), items_(items), ahead_(courses.live, items) {}
+
+  /// The caller holds the catalogue from here on.
+  void begin() { ahead_.begin(); }
 
   bool findRecord(std::size_t item, const std::string& key, bool known) override;
   void storeRecord(std::size_t item, const std::string& key) override;
@@ -25,6 +30,7 @@ class LivePageEffects final : public LiveMergeEffects {
  private:
   CourseCollections& courses_;
   const json::array& items_;
+  RecordsAhead ahead_;
   Collection::Course course_;
   std::string titles_;
 };

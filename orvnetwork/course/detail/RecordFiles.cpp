@@ -23,6 +23,7 @@ std::string fileNameOf(std::string_view key) {
 void RecordFiles::follow(const RecordFiles& other) {
   OptionalString folder = other.folder();
   std::shared_ptr<KeyFile> list = other.list();
+  changed();
   const std::lock_guard lock(mutex_);
   folder_.swap(folder);
   list_.swap(list);
@@ -34,6 +35,7 @@ OptionalString RecordFiles::folder() const {
 }
 
 void RecordFiles::setFolder(OptionalString folder) {
+  changed();
   const std::lock_guard lock(mutex_);
   folder_.swap(folder);
 }
@@ -66,6 +68,9 @@ OptionalString RecordFiles::pathOf(std::string_view key) const {
 std::shared_ptr<OrvCourseModel> RecordFiles::read(std::string_view key) const {
   const OptionalString path = pathOf(key);
   if (!path) return nullptr;
+  if (const auto change = unwritten_.find(*path)) {
+    return *change ? makeRecord<OrvCourseModel>(**change) : nullptr;
+  }
   // What only this device has is kept even when it cannot be read.
   const std::optional<json::object> values = durability_ == Durability::Durable
                                                  ? PropertyListStore(*path, options()).readDictionary()
@@ -73,21 +78,57 @@ std::shared_ptr<OrvCourseModel> RecordFiles::read(std::string_view key) const {
   return values && !values->empty() ? makeRecord<OrvCourseModel>(*values) : nullptr;
 }
 
-bool RecordFiles::write(std::string_view key, const OrvCourseModel& course) const {
+bool RecordFiles::write(std::string_view key, const OrvCourseModel& course) {
   const OptionalString path = pathOf(key);
   if (!path) return false;
-  PropertyListStore file(*path, options());
-  if (durability_ == Durability::Durable) file.readDictionary();
-  return file.write(course.jsonObject());
+  changed();
+  unwritten_.forget(*path);
+  return writeValues(*path, course.jsonObject());
 }
 
-void RecordFiles::remove(std::string_view key) const {
-  if (const OptionalString path = pathOf(key)) QXPathManager::sharedManager().removeFolderOrFile(path);
+bool RecordFiles::writeValues(const std::string& path, const json::object& values) const {
+  PropertyListStore file(path, options());
+  if (durability_ == Durability::Durable) file.readDictionary();
+  return file.write(values);
+}
+
+void RecordFiles::remove(std::string_view key) {
+  const OptionalString path = pathOf(key);
+  if (!path) return;
+  changed();
+  unwritten_.forget(*path);
+  QXPathManager::sharedManager().removeFolderOrFile(path);
+}
+
+void RecordFiles::writeLater(std::string_view key, const OrvCourseModel& course) {
+  OptionalString path = pathOf(key);
+  if (!path) return;
+  changed();
+  unwritten_.add(*std::move(path), course.jsonObject());
+}
+
+void RecordFiles::removeLater(std::string_view key) {
+  OptionalString path = pathOf(key);
+  if (!path) return;
+  changed();
+  unwritten_.add(*std::move(path), std::nullopt);
+}
+
+void RecordFiles::finish() {
+  unwritten_.finish([this](const std::string& path, const UnwrittenRecords::Values& values) {
+    if (values) {
+      writeValues(path, *values);
+    } else {
+      QXPathManager::sharedManager().removeFolderOrFile(path);
+    }
+  });
 }
 
 bool RecordFiles::has(std::string_view key) const {
   const OptionalString path = pathOf(key);
-  return path && Platform::current().files().exists(*path);
+  if (!path) return false;
+  if (const auto change = unwritten_.find(*path)) return change->has_value();
+  return Platform::current().files().exists(*path);
 }
 
 std::optional<RecordFiles::Names> RecordFiles::names() const {

@@ -2,8 +2,11 @@
 
 #include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/course/detail/KeyFile.h>
+#include <orvnetwork/course/detail/UnwrittenRecords.h>
 #include <orvnetwork/platform/PropertyListStore.h>
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -34,8 +37,16 @@ class RecordFiles {
 
   /// The record of a key; null when there is no file, or none that holds anything.
   std::shared_ptr<OrvCourseModel> read(std::string_view key) const;
-  bool write(std::string_view key, const OrvCourseModel& course) const;
-  void remove(std::string_view key) const;
+  bool write(std::string_view key, const OrvCourseModel& course);
+  void remove(std::string_view key);
+  /// The same of records that can be made anew, for who must not wait for the disk: each file is changed by `finish`, the
+  /// oldest change first. All operations here speak as if it were changed at once.
+  void writeLater(std::string_view key, const OrvCourseModel& course);
+  void removeLater(std::string_view key);
+  /// Makes the changes that were left for later. When it returns they are made, by this thread or by another one.
+  void finish();
+  /// Another number after each change of a record or of the folder. Takes no lock.
+  std::uint64_t revision() const { return revision_.load(std::memory_order_acquire); }
   /// Whether a record has a file, whatever that holds.
   bool has(std::string_view key) const;
   using Names = std::unordered_set<std::string>;
@@ -53,6 +64,8 @@ class RecordFiles {
 
  private:
   OptionalString pathOf(std::string_view key) const;
+  bool writeValues(const std::string& path, const json::object& values) const;
+  void changed() { revision_.fetch_add(1, std::memory_order_acq_rel); }
   PropertyListStore::Options options() const { return {.durability = durability_, .mode = kPrivateFileMode}; }
 
   const Durability durability_;
@@ -60,6 +73,8 @@ class RecordFiles {
   OptionalString folder_;
   /// Null without a file for the list.
   std::shared_ptr<KeyFile> list_;
+  UnwrittenRecords unwritten_;
+  std::atomic<std::uint64_t> revision_ = 0;
 };
 
 }  // namespace orv

@@ -11,11 +11,11 @@ void RecordPageEffects::take(std::size_t item, const std::string& key, bool know
   Collection& cloud = courses_.cloud;
   Collection::Course course = known ? cloud.memory().find(key) : nullptr;
   const bool inMemory = course != nullptr;
-  if (!inMemory) course = known ? cloud.files().read(key) : makeRecord<OrvCourseModel>(values);
+  if (!inMemory) course = known ? ahead_.take(key) : makeRecord<OrvCourseModel>(values);
   if (course == nullptr) return;
   if (known) course->merge(values);
   if (!inMemory) courses_.keep(course, false);
-  cloud.files().write(key, *course);
+  cloud.files().writeLater(key, *course);
 }
 
 }  // namespace orv

@@ -91,6 +91,7 @@ TEST_F(CollectionTest, DropsFromMemoryAndFromTheDisk) {
 TEST_F(CollectionTest, VanishedCourseIsDroppedUnderTheRoomThatItsRecordNames) {
   for (const auto* key : {"7", "8"}) servers.store(key, makeCourse(8));
   servers.dropVanished("7");
+  servers.files().finish();
   EXPECT_TRUE(servers.memory().contains("7"));
   EXPECT_TRUE(isWritten(kServers, "7"));
   EXPECT_FALSE(servers.memory().contains("8"));
@@ -100,6 +101,7 @@ TEST_F(CollectionTest, VanishedCourseIsDroppedUnderTheRoomThatItsRecordNames) {
 TEST_F(CollectionTest, VanishedCourseThatIsNotInMemoryKeepsItsFile) {
   put(kServers, {"0", "7"});
   servers.dropVanished("7");
+  servers.files().finish();
   EXPECT_TRUE(isWritten(kServers, "7"));
   EXPECT_FALSE(isWritten(kServers, "0")) << "it is taken for room 0";
 }

@@ -25,7 +25,7 @@ std::string plainly(std::span<const KeyList> lists) {
 }
 
 std::string textOf(KeyListText& text, std::span<const KeyList> lists) {
-  const std::string* const made = text.of(lists);
+  const KeyListText::Text made = text.of(lists);
   return made != nullptr ? *made : "none";
 }
 

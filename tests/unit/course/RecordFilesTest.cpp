@@ -70,7 +70,7 @@ TEST_F(RecordFilesTest, OnlyDurableFilesSurviveAPowerCut) {
   plain.setFolder("/home/user/p");
   plain.setListFile("/home/user/p/list.plist");
   fill(course, 7);
-  for (const RecordFiles* files : {&durable, &plain}) {
+  for (RecordFiles* files : {&durable, &plain}) {
     EXPECT_TRUE(files->write("7", course));
     EXPECT_TRUE(files->writeList(json::array{"7"}));
   }
@@ -124,7 +124,7 @@ TEST_F(RecordFilesTest, RecordThatCannotBeReadIsSetAsideBeforeItIsWrittenOver) {
   for (const bool isDurable : {false, true}) {
     disk.put("/home/user/c/7.plist", "precious");
     disk.failAt(FileOperation::Read, 1);
-    const RecordFiles& files = isDurable ? durable : plain;
+    RecordFiles& files = isDurable ? durable : plain;
     EXPECT_TRUE(files.write("7", fill(course, 7)));
     EXPECT_NE(files.read("7"), nullptr);
     EXPECT_EQ(disk.contents("/home/user/c/7.plist.damaged").has_value(), isDurable);

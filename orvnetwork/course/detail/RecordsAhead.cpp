@@ -1,0 +1,44 @@
+#include "orvnetwork/course/detail/RecordsAhead.h"
+
+#include <orvnetwork/course/detail/PageItems.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+bool isListed(const Collection& collection, const std::string& key) {
+  return std::ranges::any_of(collection.lists(), [&](const KeyList& list) { return list.contains(key); });
+}
+
+}  // namespace
+
+RecordsAhead::RecordsAhead(const Collection& collection, const json::array& items)
+    : collection_(collection), revision_(collection.files().revision()) {
+  const PageItems page(1, items);
+  for (std::size_t item = 0; item < page.size(); ++item) {
+    if (page.course(item) == nullptr) continue;
+    std::string key = page.key(item);
+    if (!isListed(collection, key) || collection.memory().contains(key) || read_.contains(key)) continue;
+    Collection::Course course = collection.files().read(key);
+    read_.emplace(std::move(key), std::move(course));
+  }
+}
+
+void RecordsAhead::begin() {
+  if (collection_.files().revision() != revision_) read_.clear();
+}
+
+Collection::Course RecordsAhead::take(const std::string& key) {
+  const auto found = read_.find(key);
+  if (found == read_.end()) return collection_.files().read(key);
+  Collection::Course course = std::move(found->second);
+  read_.erase(found);
+  return course;
+}
+
+}  // namespace orv
