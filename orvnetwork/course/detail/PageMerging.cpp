@@ -1,6 +1,7 @@
 #include "orvnetwork/course/detail/PageMerging.h"
 
 #include <orvnetwork/course/detail/Catalogue.h>
+#include <orvnetwork/course/detail/Collection.h>
 #include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PageRepeats.h>
 #include <orvnetwork/platform/Console.h>

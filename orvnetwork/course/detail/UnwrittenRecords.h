@@ -2,7 +2,6 @@
 
 #include <orvnetwork/data/Types.h>
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -30,16 +29,20 @@ class UnwrittenRecords {
   /// For who changes a file at once: what was added for it is not done any more. Waits while it is just being done.
   void forget(const std::string& path);
   using Work = std::function<void(const std::string& path, const Values& values)>;
-  /// Does all that was added, the oldest first. Returns when it is done, by whichever thread. `work` is called with
-  /// nothing locked.
+  /// Does all that was added, the oldest first. Returns when it is done, by whichever thread. `work` must finish and forget
+  /// nothing here.
   void finish(const Work& work);
 
  private:
-  using Lock = std::unique_lock<std::mutex>;
-  void doOldest(Lock& lock, const Work& work);
+  /// False when there is none.
+  bool doOldest(const Work& work);
+  /// Gives its path, as the one that is being changed.
+  OptionalString begin(Change& change);
+  void end(const std::string& path, const Change& change);
 
+  /// Held while a file is being changed. Taken before `mutex_`.
+  std::mutex working_;
   mutable std::mutex mutex_;
-  std::condition_variable done_;
   std::unordered_map<std::string, Change> changes_;
   /// The paths, in the order in which they came; one may stand here that has no change any more.
   std::deque<std::string> order_;

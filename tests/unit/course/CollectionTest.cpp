@@ -281,6 +281,39 @@ TEST_F(CollectionTest, ChangesKeysAndMemoryWithAnotherOneAndLeavesTheFiles) {
   EXPECT_EQ(disk.snapshot(), before);
 }
 
+TEST_F(CollectionTest, KeysThatAreSavedLaterAreThoseOfTheMomentAtWhichTheyWereTaken) {
+  servers.list().assign({"1"});
+  const Collection::Keys keys = servers.keysToSave();
+  servers.list().append("2");
+  EXPECT_TRUE(servers.saveKeys(keys));
+  EXPECT_EQ(storedIn(kServers), json::array{"1"});
+}
+
+TEST_F(CollectionTest, OlderKeysAreNotSavedOverNewerOnes) {
+  for (Collection* kind : {&servers, &many}) {
+    kind->list().assign({"1", "no number"});
+    const Collection::Keys keys = kind->keysToSave();
+    kind->list().append("2");
+    EXPECT_TRUE(kind->saveLists());
+    EXPECT_TRUE(kind->saveKeys(keys));
+  }
+  EXPECT_EQ(storedIn(kServers), (json::array{"1", "no number", "2"}));
+  EXPECT_EQ(storedIn(kMany)->front(), (json::array{"1", "no number", "2"}));
+}
+
+TEST_F(CollectionTest, RecordsThatWereLeftForLaterAreWrittenBeforeTheKeys) {
+  servers.list().assign({"1"});
+  servers.files().writeLater("1", *makeCourse(1));
+  disk.failAlways(FileOperation::WriteAtomically);
+  servers.saveLists();
+  EXPECT_EQ(disk.failuresInjected(), 2u) << "the record, and the list";
+  disk.clearFailures();
+  servers.files().writeLater("1", *makeCourse(1));
+  disk.failAt(FileOperation::WriteAtomically, 1);
+  EXPECT_TRUE(servers.saveLists());
+  EXPECT_FALSE(isWritten(kServers, "1")) << "its turn came first";
+}
+
 }  // namespace
 
 }  // namespace orv::collection_test

@@ -198,6 +198,19 @@ TEST_F(LivePagingFailure, TimeOutAfterAChangeOfTheClassroomFreesThePage) {
   EXPECT_EQ(server.lastRequest("Course.Get.Coming")->at("v").at("classroomID"), 5002);
 }
 
+TEST_F(LivePagingFailure, PageOfAStatusThatHasNoListIsMergedNowhere) {
+  listLive(2, 7, 9);
+  signIn();
+  answerPagesWith({pageOf({courseItem(5, live_type::kLive, 99)})});
+  for (const std::uint64_t status : {std::uint64_t{6}, std::uint64_t{99}, ~std::uint64_t{0}}) {
+    courses().loadLiveCourseWithPage_courseStatus_retryCount(1, status, 3);
+    settle();
+  }
+  for (const auto& keys : courses().liveCourseList()) EXPECT_EQ(keys, Keys{});
+  EXPECT_FALSE(isLiveInMemory(5));
+  EXPECT_FALSE(hasLiveFile(5));
+}
+
 }  // namespace
 
 }  // namespace orv::live_paging_failure_test

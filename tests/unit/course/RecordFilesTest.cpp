@@ -7,9 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace orv::record_files_test {
 
@@ -221,6 +223,88 @@ TEST_F(RecordFilesTest, AnotherListFileIsNotSetAsideForTheOld) {
   durable.setListFile("/home/user/c/other.plist");
   EXPECT_TRUE(durable.writeList(json::array{"1"}));
   EXPECT_FALSE(disk.contents("/home/user/c/other.plist.damaged"));
+}
+
+TEST_F(RecordFilesTest, WhatIsWrittenLaterIsThereAtOnceForWhoAsks) {
+  plain.writeLater("7", fill(course, 7));
+  EXPECT_FALSE(disk.contents("/home/user/c/7.plist"));
+  EXPECT_TRUE(plain.has("7"));
+  ASSERT_NE(plain.read("7"), nullptr);
+  EXPECT_EQ(plain.read("7")->jsonObject(), course.jsonObject());
+  EXPECT_NE(plain.read("7"), plain.read("7")) << "as from a file, each who asks has one of their own";
+  course.title = "later still";
+  EXPECT_EQ(plain.read("7")->title, "课程 7") << "it is as it was when it was written";
+  plain.finish();
+  EXPECT_EQ(plain.read("7")->title, "课程 7");
+  EXPECT_TRUE(disk.contents("/home/user/c/7.plist"));
+  EXPECT_EQ(disk.mode("/home/user/c/7.plist"), 0600u);
+}
+
+TEST_F(RecordFilesTest, WhatIsRemovedLaterIsGoneAtOnceForWhoAsks) {
+  plain.write("7", fill(course, 7));
+  plain.removeLater("7");
+  EXPECT_TRUE(disk.contents("/home/user/c/7.plist"));
+  EXPECT_FALSE(plain.has("7"));
+  EXPECT_EQ(plain.read("7"), nullptr);
+  plain.finish();
+  EXPECT_FALSE(disk.contents("/home/user/c/7.plist"));
+  EXPECT_FALSE(plain.has("7"));
+}
+
+TEST_F(RecordFilesTest, WhatIsDoneAtOnceIsNotUndoneByWhatWasLeftForLater) {
+  plain.writeLater("7", fill(course, 7));
+  plain.writeLater("8", fill(course, 8));
+  plain.removeLater("9");
+  course.title = "at once";
+  plain.write("7", course);
+  plain.remove("8");
+  plain.write("9", course);
+  EXPECT_EQ(plain.read("7")->title, "at once");
+  EXPECT_EQ(plain.read("8"), nullptr);
+  plain.finish();
+  EXPECT_EQ(plain.read("7")->title, "at once");
+  EXPECT_FALSE(has(plain, "8"));
+  EXPECT_TRUE(has(plain, "9"));
+}
+
+TEST_F(RecordFilesTest, WhatWasLeftForLaterGoesWhereItBelongedThen) {
+  plain.writeLater("7", fill(course, 7));
+  plain.setFolder("/home/user/p");
+  EXPECT_EQ(plain.read("7"), nullptr) << "this folder has none";
+  plain.finish();
+  EXPECT_TRUE(disk.contents("/home/user/c/7.plist"));
+  EXPECT_FALSE(disk.contents("/home/user/p/7.plist"));
+}
+
+TEST_F(RecordFilesTest, WhatTheDiskRefusesLaterIsLoggedAndLeavesTheOldFile) {
+  plain.write("7", fill(course, 7));
+  course.title = "new";
+  plain.writeLater("7", course);
+  disk.failAlways(FileOperation::WriteAtomically);
+  plain.finish();
+  disk.clearFailures();
+  EXPECT_EQ(console.size(), 1u);
+  EXPECT_EQ(plain.read("7")->title, "课程 7");
+}
+
+TEST_F(RecordFilesTest, RevisionTellsOfEachChange) {
+  std::uint64_t last = plain.revision();
+  const auto isAnother = [&] { return std::exchange(last, plain.revision()) != last; };
+  plain.read("7");
+  plain.writeList(json::array{"7"});
+  EXPECT_FALSE(isAnother());
+  plain.write("7", fill(course, 7));
+  EXPECT_TRUE(isAnother());
+  plain.remove("7");
+  EXPECT_TRUE(isAnother());
+  plain.writeLater("7", course);
+  EXPECT_TRUE(isAnother());
+  plain.removeLater("7");
+  EXPECT_TRUE(isAnother());
+  plain.setFolder("/home/user/p");
+  EXPECT_TRUE(isAnother());
+  plain.follow(durable);
+  EXPECT_TRUE(isAnother());
 }
 
 }  // namespace
