@@ -17,7 +17,7 @@ inline constexpr std::string_view kLocalCourseErrorDomain = "OrvLocalCourses";
 enum class LocalCourseTrouble {
   NotFound = 1,    ///< there is no local course with this number
   NotWritten = 2,  ///< the disk has not taken it; the console was told why
-  OtherUser = 3,   ///< the user or the classroom has changed meanwhile: nothing was done here
+  OtherUser = 3,   ///< the user or the classroom has changed meanwhile: nothing was done on this device
   NotAllowed = 4,  ///< the course is being announced to the server already
   Refused = 5,     ///< the server has refused, or has told no room; where it gave a code the error has that
   NoAnswer = 6,    ///< there was no link, or the server has not answered

@@ -50,6 +50,12 @@ LocalCourses::Answer notAnnounced(const Reply& reply) {
   return localCourseError(LocalCourseTrouble::NoAnswer, std::move(text));
 }
 
+/// The host may want to withdraw a room that nobody knows of.
+LocalCourses::Answer madeForNothing(Error error, std::int64_t room) {
+  error.description += "; the server has made room " + std::to_string(room) + " for it";
+  return error;
+}
+
 LocalCourses::Answer ownerHasChanged() {
   return localCourseError(LocalCourseTrouble::OtherUser, "the user or the classroom has changed meanwhile");
 }
@@ -172,6 +178,7 @@ class LocalCourses::Work : public std::enable_shared_from_this<Work> {
     if (room <= 0) co_return localCourseError(LocalCourseTrouble::Refused, "the server has told no room");
     auto noting = work->run<Course>([roomID, room] { return LocalCourseDisk::note(roomID, room); }, owner);
     Answer noted = co_await noting;
+    if (!noted) co_return madeForNothing(noted.error(), room);
     co_return noted;
   }
 };

@@ -69,8 +69,9 @@ class ORV_EXPORT LocalCourses {
   /// A request that the server refuses for want of a session waits for one, 20 s at most and for this user only: when
   /// another one signs in, or this one signs out, it is taken back. What the server has got by then it may carry out.
   /// @param info members of the request
-  /// @return the course with its room; a refusal with the server's own code (`kReplyErrorDomain`); a room that the server has made and the disk has not taken is told by
-  ///         `NotWritten`, and is there all the same
+  /// @return the course with its room; a refusal with the server's own code (`kReplyErrorDomain`). A room that the server
+  ///         has made is there even when it could not be noted: because the disk has not taken it (`NotWritten`), the
+  ///         course was removed meanwhile (`NotFound`) or the user has changed (`OtherUser`); the description then names it
   Pending<Answer> publish(std::int64_t roomID, json::object info = {});
 
   /// The course with this number, read from the disk where it is not in memory.

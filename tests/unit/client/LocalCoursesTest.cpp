@@ -371,6 +371,27 @@ TEST_F(LocalCoursePublishing, TellsThatTheRoomCouldNotBeNoted) {
   EXPECT_EQ(school.courseCount(), 1u);
 }
 
+TEST_F(LocalCoursePublishing, NamesTheRoomThatItWasMadeForNothing) {
+  const Course course = made({{"title", "Algebra"}});
+  failWriting();
+  const Answer unwritten = ended(courses->publish(course->roomID));
+  platform.files().clearFailures();
+  ASSERT_FALSE(unwritten);
+  const std::string text = unwritten.error().description, named = "; the server has made room ";
+  ASSERT_NE(text.find(named), std::string::npos) << text;
+  const std::int64_t room = std::stoll(text.substr(text.find(named) + named.size()));
+  EXPECT_TRUE(school.course(room)) << text;
+  school.delay("Course.Post.Create", Seconds(2));
+  auto publishing = courses->publish(course->roomID);
+  runFor(1);
+  ASSERT_TRUE(ended(courses->remove(course->roomID)));
+  runFor(2);
+  const Answer gone = ended(std::move(publishing));
+  EXPECT_EQ(words(gone), "NotFound");
+  EXPECT_EQ(gone.error().description, "there is no local course " + std::to_string(course->roomID) + named +
+                                          std::to_string(room + 1) + " for it");
+}
+
 TEST_F(LocalCoursePublishing, NotesNothingForAnotherUser) {
   const Course course = made({{"title", "Algebra"}});
   school.delay("Course.Post.Create", Seconds(2));

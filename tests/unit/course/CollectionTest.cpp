@@ -314,6 +314,17 @@ TEST_F(CollectionTest, RecordsThatWereLeftForLaterAreWrittenBeforeTheKeys) {
   EXPECT_FALSE(isWritten(kServers, "1")) << "its turn came first";
 }
 
+TEST_F(CollectionTest, FileThatSomebodyHasOnlyLaidOutAnewChangesNothing) {
+  here.list().assign({"1", "2"});
+  here.saveLists();
+  const std::string text = disk.contents(listIn(kHere)).value();
+  disk.put(listIn(kHere), text + "\n");
+  EXPECT_EQ(here.takeOverChanges(), std::nullopt);
+  putList(kHere, {"1", "3"});
+  EXPECT_EQ(here.takeOverChanges(), Keys{"2"});
+  EXPECT_EQ(here.list().snapshot(), (Keys{"1", "3"}));
+}
+
 }  // namespace
 
 }  // namespace orv::collection_test

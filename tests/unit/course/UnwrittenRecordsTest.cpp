@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <string>
 #include <thread>
@@ -13,6 +14,9 @@ namespace orv::unwritten_records_test {
 namespace {
 
 using Done = std::vector<std::string>;
+
+/// Long enough for a thread that waits for nothing to be done.
+constexpr std::chrono::milliseconds kAWhile{50};
 
 class UnwrittenRecordsTest : public ::testing::Test {
  protected:
@@ -112,11 +116,12 @@ TEST_F(UnwrittenRecordsTest, WhoForgetsOneWaitsUntilItsFileIsNoLongerBeingChange
   auto forgotten = std::async(std::launch::async, [&] {
     begun.set_value();
     records.forget("a");
-    return busy.hasEnded.load();
   });
   begun.get_future().wait();
+  EXPECT_EQ(forgotten.wait_for(kAWhile), std::future_status::timeout);
   busy.end();
-  EXPECT_TRUE(forgotten.get());
+  forgotten.get();
+  EXPECT_TRUE(busy.hasEnded);
 }
 
 TEST_F(UnwrittenRecordsTest, WhoFinishesWaitsForWhatAnotherOneHasBegun) {
@@ -124,11 +129,12 @@ TEST_F(UnwrittenRecordsTest, WhoFinishesWaitsForWhatAnotherOneHasBegun) {
   std::promise<void> begun;
   auto finished = std::async(std::launch::async, [&] {
     begun.set_value();
-    return finish().empty() && busy.hasEnded;
+    return finish();
   });
   begun.get_future().wait();
+  EXPECT_EQ(finished.wait_for(kAWhile), std::future_status::timeout);
   busy.end();
-  EXPECT_TRUE(finished.get());
+  EXPECT_EQ(finished.get(), Done{});
 }
 
 }  // namespace
