@@ -47,22 +47,21 @@ void removeLocal(Catalogue& catalogue, const std::string& key, const QXCourseMan
 }  // namespace
 
 QXCourseManager::Course QXCourseManager::createLocalCourse() {
-  const CatalogueLock lock(*catalogue_);
+  const LocalChange change(*catalogue_);
   const auto now = Platform::current().clock().wallNow().time_since_epoch();
   const std::int64_t seconds = std::chrono::duration_cast<std::chrono::seconds>(now).count();
   auto course = std::make_shared<OrvCourseModel>();
   course->orv_local = true;
   course->publishStatus = publish_status::kNewLocal;
   course->addtime = seconds;
-  course->roomID = LocalTurn(*catalogue_).freeNumber(seconds % kLocalRoomIDs);
+  course->roomID = change.freeNumber(seconds % kLocalRoomIDs);
   course->liveType = live_type::kRecorded;
   return course;
 }
 
 bool QXCourseManager::addLocalCourse(const Course& course) {
   if (!isLocalCourse(course)) return false;
-  const CatalogueLock lock(*catalogue_);
-  const LocalTurn turn(*catalogue_);
+  const LocalChange change(*catalogue_);
   const std::string key = courseKey(course->roomID);
   const bool known = catalogue_->local.list().remove(key);
   putInFront(*catalogue_, key, course);
@@ -71,15 +70,13 @@ bool QXCourseManager::addLocalCourse(const Course& course) {
 
 void QXCourseManager::refreshLocalCourse(const Course& course) {
   if (!isLocalCourse(course)) return;
-  const CatalogueLock lock(*catalogue_);
-  const LocalTurn turn(*catalogue_);
+  const LocalChange change(*catalogue_);
   const std::string key = courseKey(course->roomID);
   if (catalogue_->local.list().remove(key)) putInFront(*catalogue_, key, course);
 }
 
 void QXCourseManager::saveLocalCourse(const Course& course) {
-  const CatalogueLock lock(*catalogue_);
-  const LocalTurn turn(*catalogue_);
+  const LocalChange change(*catalogue_);
   if (!isLocalCourse(course)) return;
   const std::string key = courseKey(course->roomID);
   if (catalogue_->local.contains(key)) catalogue_->local.store(key, course);
@@ -90,14 +87,12 @@ void QXCourseManager::saveLocalCourse(const Course& course) {
 
 void QXCourseManager::deleteLocalCourse(const Course& course) {
   if (course == nullptr) return;
-  const CatalogueLock lock(*catalogue_);
-  const LocalTurn turn(*catalogue_);
+  const LocalChange change(*catalogue_);
   removeLocal(*catalogue_, courseKey(course->roomID), course);
 }
 
 void QXCourseManager::deleteLocalCourseWithRoomID(std::int64_t roomID) {
-  const CatalogueLock lock(*catalogue_);
-  const LocalTurn turn(*catalogue_);
+  const LocalChange change(*catalogue_);
   const std::string key = courseKey(roomID);
   if (roomID <= 0 || !catalogue_->local.contains(key)) return;
   removeLocal(*catalogue_, key, catalogue_->local.find(key));

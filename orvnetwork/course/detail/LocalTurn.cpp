@@ -64,6 +64,15 @@ LocalTurnsAhead::~LocalTurnsAhead() {
   if (file_) file_->endTurns();
 }
 
+LocalChange::LocalChange(Catalogue& catalogue) {
+  do {
+    held_.reset();
+    ahead_.emplace(catalogue);
+    held_.emplace(catalogue);
+  } while (!ahead_->areOfThePresent());
+  turn_.emplace(catalogue);
+}
+
 std::int64_t LocalTurn::freeNumber(std::int64_t from) const {
   // More than a program can have asked for in a second; a lock that always refuses must not hold anybody up.
   constexpr int kMostRefusals = 10'000;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace orv {
 
@@ -45,6 +46,23 @@ class LocalTurnsAhead {
   Catalogue& catalogue_;
   const std::uint64_t opened_;
   std::shared_ptr<KeyFile> file_;
+};
+
+/// A turn of who holds nothing yet: another program is waited for first, and then the catalogue, which is held until the
+/// end. So nobody who looks a course up waits for another program.
+class LocalChange {
+ public:
+  explicit LocalChange(Catalogue& catalogue);
+  LocalChange(const LocalChange&) = delete;
+  LocalChange& operator=(const LocalChange&) = delete;
+
+  /// See `LocalTurn`.
+  std::int64_t freeNumber(std::int64_t from) const { return turn_->freeNumber(from); }
+
+ private:
+  std::optional<LocalTurnsAhead> ahead_;
+  std::optional<CatalogueLock> held_;
+  std::optional<LocalTurn> turn_;
 };
 
 }  // namespace orv

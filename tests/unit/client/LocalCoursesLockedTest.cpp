@@ -2,6 +2,7 @@
 
 #include <orvnetwork/client/LocalCourses.h>
 #include <orvnetwork/client/PendingCallback.h>
+#include <orvnetwork/course/OrvCourseModel.h>
 #include <orvnetwork/course/QXCourseManager.h>
 #include <orvnetwork/data/Types.h>
 #include <orvnetwork/platform/Console.h>
@@ -26,6 +27,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace orv::local_courses_locked_test {
 namespace {
@@ -89,6 +91,9 @@ class LocalCoursesLocked : public ::testing::Test {
     QXUserInfoMgr::getInstance().setUserInfo(makeRecord<OrvUserInfoModel>(
         json::object{{"uID", uID}, {"token", "t"}, {"classroom", "5"}, {"classroominfo", {{"id", "5"}}}}));
   }
+  static std::shared_ptr<OrvCourseModel> makeLocal(std::int64_t roomID) {
+    return makeRecord<OrvCourseModel>(json::object{{"roomID", roomID}, {"orv_local", true}});
+  }
   static void pumpUntil(const std::function<bool()>& done) {
     const auto end = SteadyClock::now() + kLongest;
     while (!done() && SteadyClock::now() < end) {
@@ -109,6 +114,34 @@ class LocalCoursesLocked : public ::testing::Test {
   std::unique_ptr<LocalCourses> courses;
   PendingCallback making;
 };
+
+TEST_F(LocalCoursesLocked, LookingACourseUpDoesNotWaitForAnotherProgram) {
+  QXCourseManager& manager = QXCourseManager::getInstance();
+  const auto course = manager.createLocalCourse();
+  ASSERT_TRUE(manager.addLocalCourse(course));
+  // Those of the managers, which other threads may call too.
+  const std::vector<std::function<void()>> changes{
+      [&] { manager.createLocalCourse(); },
+      [&] { manager.addLocalCourse(course); },
+      [&] { manager.refreshLocalCourse(course); },
+      [&] { manager.saveLocalCourse(course); },
+      [&] { manager.deleteLocalCourseWithRoomID(1); },
+      [&] { manager.deleteLocalCourse(std::make_shared<OrvCourseModel>()); },
+  };
+  for (const auto& change : changes) {
+    auto theirs = NativeFileSystem().openLockFile(*manager.localCourseListFile() + ".lock", 0600);
+    ASSERT_TRUE(theirs && theirs->lock(kPatience));
+    waits().begun = {};
+    waits().isArmed = true;
+    auto changing = std::async(std::launch::async, change);
+    waits().begun.get_future().wait();
+    EXPECT_EQ(manager.getLocalCourseWithIndex(0), course);
+    EXPECT_EQ(manager.getRecordCourseWithIndex(0), nullptr);
+    EXPECT_TRUE(waits().isWaiting) << "the other program was still being waited for";
+    theirs.reset();
+    changing.get();
+  }
+}
 
 TEST_F(LocalCoursesLocked, ChangingTheUserDoesNotWaitForAnotherProgram) {
   std::optional<LocalCourses::Answer> first, second, third;
@@ -140,6 +173,46 @@ TEST_F(LocalCoursesLocked, ChangingTheUserDoesNotWaitForAnotherProgram) {
   pumpUntil([&] { return third.has_value(); });
   ASSERT_TRUE(*third) << third->error().description;
   EXPECT_EQ(QXCourseManager::getInstance().localCourseList().size(), 2u);
+}
+
+TEST_F(LocalCoursesLocked, ThatIsSoForTheUserWhoHasComeMeanwhileToo) {
+  QXCourseManager& manager = QXCourseManager::getInstance();
+  const auto listFileOf = [&](const char* user) {
+    storeUser(user);
+    return manager.localCourseListFile().value();
+  };
+  auto ofNext = NativeFileSystem().openLockFile(listFileOf("22") + ".lock", 0600);
+  auto ofFirst = NativeFileSystem().openLockFile(listFileOf("11") + ".lock", 0600);
+  ASSERT_TRUE(ofNext && ofNext->lock(kPatience) && ofFirst && ofFirst->lock(kPatience));
+  waits().isArmed = true;
+  auto changing = std::async(std::launch::async, [&] { manager.addLocalCourse(makeLocal(1)); });
+  waits().begun.get_future().wait();
+  storeUser("22");
+  waits().begun = {};
+  waits().isArmed = true;
+  ofFirst.reset();
+  waits().begun.get_future().wait();
+  EXPECT_EQ(manager.getLocalCourseWithIndex(0), nullptr);
+  EXPECT_TRUE(waits().isWaiting) << "the program that has the next user's list was still being waited for";
+  ofNext.reset();
+  changing.get();
+  EXPECT_EQ(manager.localCourseList(), QXCourseManager::Keys{"1"});
+}
+
+TEST_F(LocalCoursesLocked, CourseOfAUserWhoWentAndCameBackIsMade) {
+  auto theirs =
+      NativeFileSystem().openLockFile(*QXCourseManager::getInstance().localCourseListFile() + ".lock", 0600);
+  ASSERT_TRUE(theirs && theirs->lock(kPatience));
+  std::optional<LocalCourses::Answer> made;
+  waits().isArmed = true;
+  create(made);
+  waits().begun.get_future().wait();
+  storeUser("22");
+  storeUser("11");
+  theirs.reset();
+  pumpUntil([&] { return made.has_value(); });
+  ASSERT_TRUE(*made) << made->error().description;
+  EXPECT_EQ(QXCourseManager::getInstance().localCourseList().size(), 1u);
 }
 
 }  // namespace
