@@ -57,7 +57,8 @@ class ORV_EXPORT QXCourseManager final {
   /// A file that cannot be written is logged to the console; the memory keeps the change.
   ///
   /// Other programs with the same home may change the list too. Each change here begins by taking over theirs, and
-  /// waits 2 s at most for one that is under way. As long as that does not end, the list is written later and nobody waits.
+  /// waits 2 s at most for one that is under way, without `dataSemaphore`. As long as that does not end, the list is written
+  /// later and nobody waits.
   /// @{
 
   /// A new course for a recording on this device, in no list yet. Its number is free now; only `addLocalCourse`
