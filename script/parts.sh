@@ -75,6 +75,8 @@ nightly_parts() {
     timed "fuzz $target" fuzz "$target"
   done
   untimed "binary interface" interface
+  # In no other build; what they find is for a reader to judge.
+  untimed "benchmarks" script/bench --quick
 }
 
 # share_of SECONDS: what each part has of them that has a share.

@@ -3,6 +3,8 @@
 
 Usage: measure.py BUILD PLATFORM [ROUNDS]
 
+BUILD is build/bench, where `cmake --build build/bench --target desktop_empty desktop_classroom` has been made.
+
 PLATFORM is a platform of Qt's, such as offscreen or xcb. Memory is what the process has when nothing happens any more.
 """
 
