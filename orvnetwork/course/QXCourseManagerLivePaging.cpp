@@ -190,7 +190,7 @@ void QXCourseManager::retryLivePage(const PageLoad& load) {
 void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::array& items) {
   QXFileLog& fileLog = QXFileLog::standard();
   fileLog.log("拉取课程(状态 %d)个数: %d", static_cast<int>(load.status), static_cast<int>(items.size()));
-  LivePageEffects effects(*catalogue_, items);
+  LivePageEffects effects(*catalogue_, load.status, items);
   const auto result = mergePage(*catalogue_, CourseListKind::Live, load, items, [&](OptionalString& cursor) {
     effects.begin();
     return mergeLivePage(catalogue_->live.lists(), load.status, cursor, load.page, items, effects);

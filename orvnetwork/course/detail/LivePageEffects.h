@@ -5,6 +5,7 @@
 #include <orvnetwork/course/detail/LivePageMerge.h>
 #include <orvnetwork/course/detail/RecordsAhead.h>
 
+#include <cstdint>
 #include <string>
 
 namespace orv {
@@ -13,8 +14,8 @@ namespace orv {
 /// catalogue is held, when it reads what it will need, and its files are written after that (`RecordFiles::finish`).
 class LivePageEffects final : public LiveMergeEffects {
  public:
-  LivePageEffects(CourseCollections& courses, const json::array& items)
-      : courses_(courses), items_(items), ahead_(courses.live, items) {}
+  LivePageEffects(CourseCollections& courses, std::uint64_t status, const json::array& items)
+      : courses_(courses), items_(items), ahead_(courses.live, status, items) {}
 
   /// The caller holds the catalogue from here on.
   void begin() { ahead_.begin(); }

@@ -13,7 +13,7 @@ namespace orv {
 class RecordPageEffects final : public CloudMergeEffects {
  public:
   RecordPageEffects(CourseCollections& courses, const json::array& items)
-      : courses_(courses), items_(items), ahead_(courses.cloud, items) {}
+      : courses_(courses), items_(items), ahead_(courses.cloud, 0, items) {}
 
   /// The caller holds the catalogue from here on.
   void begin() { ahead_.begin(); }

@@ -2,28 +2,19 @@
 
 #include <orvnetwork/course/detail/PageItems.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <utility>
 
 namespace orv {
 
-namespace {
-
-bool isListed(const Collection& collection, const std::string& key) {
-  return std::ranges::any_of(collection.lists(), [&](const KeyList& list) { return list.contains(key); });
-}
-
-}  // namespace
-
-RecordsAhead::RecordsAhead(const Collection& collection, const json::array& items)
+RecordsAhead::RecordsAhead(const Collection& collection, std::uint64_t list, const json::array& items)
     : collection_(collection), revision_(collection.files().revision()) {
   const PageItems page(1, items);
   for (std::size_t item = 0; item < page.size(); ++item) {
     if (page.course(item) == nullptr) continue;
     std::string key = page.key(item);
-    if (!isListed(collection, key) || collection.memory().contains(key) || read_.contains(key)) continue;
+    if (!collection.contains(key, list) || collection.memory().contains(key) || read_.contains(key)) continue;
     Collection::Course course = collection.files().read(key);
     read_.emplace(std::move(key), std::move(course));
   }

@@ -11,9 +11,9 @@ namespace orv {
 /// Records of a page that are in files only, read before the catalogue is held, so that nobody waits while they are read.
 class RecordsAhead {
  public:
-  /// Reads the records of those items that are listed and not in memory. Needs no lock: what is out of date by the time
-  /// at which it is wanted is not used.
-  RecordsAhead(const Collection& collection, const json::array& items);
+  /// Reads the records of those items that are in the list and not in memory. Needs no lock: what is out of date by the
+  /// time at which it is wanted is not used.
+  RecordsAhead(const Collection& collection, std::uint64_t list, const json::array& items);
 
   /// The caller holds the catalogue from here on. Drops everything when a file of the collection has changed meanwhile.
   void begin();

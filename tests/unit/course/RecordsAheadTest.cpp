@@ -21,8 +21,8 @@ class RecordsAheadTest : public ::testing::Test {
     Console::setSink([](std::string_view) {});
     courses.open("base");
     for (const char* key : {"1", "2", "3"}) put(key, "old");
-    courses.list(0).assign({"1"});
-    courses.list(1).assign({"2"});
+    courses.list(0).assign({"1", "2"});
+    courses.list(1).assign({"3"});
     disk.resetCounters();
   }
   ~RecordsAheadTest() override { Console::setSink(nullptr); }
@@ -49,8 +49,8 @@ TEST_F(RecordsAheadTest, ReadsWhatIsListedAndNotInMemory) {
   courses.list(0).append("4");
   courses.memory().set("4", makeCourse(4, "memory"));
   const json::array items{item(1), item(2), item(3), item(4), "no course", item(1)};
-  RecordsAhead ahead(courses, items);
-  EXPECT_EQ(reads(), 2u) << "of any list, each once";
+  RecordsAhead ahead(courses, 0, items);
+  EXPECT_EQ(reads(), 2u) << "of this list, each once";
   ahead.begin();
   EXPECT_EQ(titleOf(ahead.take("1")), "old");
   EXPECT_EQ(titleOf(ahead.take("2")), "old");
@@ -59,9 +59,15 @@ TEST_F(RecordsAheadTest, ReadsWhatIsListedAndNotInMemory) {
   EXPECT_EQ(reads(), 3u);
 }
 
+TEST_F(RecordsAheadTest, ReadsNothingOfAListThatThereIsNot) {
+  const json::array items{item(1), item(3)};
+  RecordsAhead ahead(courses, 2, items);
+  EXPECT_EQ(reads(), 0u);
+}
+
 TEST_F(RecordsAheadTest, HandsOutARecordOnce) {
   const json::array items{item(1)};
-  RecordsAhead ahead(courses, items);
+  RecordsAhead ahead(courses, 0, items);
   ahead.begin();
   const auto first = ahead.take("1"), second = ahead.take("1");
   EXPECT_EQ(titleOf(second), "old");
@@ -71,19 +77,19 @@ TEST_F(RecordsAheadTest, HandsOutARecordOnce) {
 TEST_F(RecordsAheadTest, IsNotUsedWhenAFileHasChangedMeanwhile) {
   const json::array items{item(1), item(2)};
   {
-    RecordsAhead ahead(courses, items);
+    RecordsAhead ahead(courses, 0, items);
     courses.files().write("1", *makeCourse(1, "new"));
     ahead.begin();
     EXPECT_EQ(titleOf(ahead.take("1")), "new");
   }
   {
-    RecordsAhead ahead(courses, items);
+    RecordsAhead ahead(courses, 0, items);
     courses.files().writeLater("2", *makeCourse(2, "soon"));
     ahead.begin();
     EXPECT_EQ(titleOf(ahead.take("2")), "soon");
   }
   {
-    RecordsAhead ahead(courses, items);
+    RecordsAhead ahead(courses, 0, items);
     courses.files().remove("1");
     courses.files().removeLater("2");
     ahead.begin();
@@ -94,7 +100,7 @@ TEST_F(RecordsAheadTest, IsNotUsedWhenAFileHasChangedMeanwhile) {
 
 TEST_F(RecordsAheadTest, IsNotUsedInAnotherFolder) {
   const json::array items{item(1)};
-  RecordsAhead ahead(courses, items);
+  RecordsAhead ahead(courses, 0, items);
   courses.files().setFolder("/home/user/Documents/elsewhere");
   ahead.begin();
   EXPECT_EQ(ahead.take("1"), nullptr);
@@ -102,7 +108,7 @@ TEST_F(RecordsAheadTest, IsNotUsedInAnotherFolder) {
 
 TEST_F(RecordsAheadTest, IsNotUsedInAnotherCatalogue) {
   const json::array items{item(1)};
-  RecordsAhead ahead(courses, items);
+  RecordsAhead ahead(courses, 0, items);
   Collection others{{"others", "list.plist", Durability::Plain, 2}};
   others.open("base");
   courses.follow(others);
