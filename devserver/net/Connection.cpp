@@ -106,6 +106,7 @@ void Connection::endAfter(std::chrono::milliseconds time) {
 
 void Connection::readHead() {
   webSocket_.emplace(Link(core_));
+  buffer_.max_size(kMaxUnreadBytes);
   http::async_read(webSocket_->next_layer(), buffer_, beginRequest(parser_),
                    [self = shared_from_this()](error_code error, std::size_t) { self->onHead(error); });
 }
@@ -184,7 +185,7 @@ void Connection::admit(const HttpMessage& message) {
   // Whatever came behind the request head belongs to the WebSocket.
   const auto rest = buffer_.data();
   core_->unread({static_cast<const char*>(rest.data()), rest.size()});
-  buffer_.clear();
+  buffer_ = beast::flat_buffer();
   webSocket_->read_message_max(options_.maxMessageBytes);
   webSocket_->set_option(websocket::stream_base::decorator([](websocket::response_type& response) {
     response.set(http::field::date, httpDate(std::chrono::system_clock::now()));

@@ -6,6 +6,7 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ namespace http = boost::beast::http;
 /// A request with its whole body.
 using HttpMessage = http::request<http::string_body>;
 using HttpParser = http::request_parser<http::string_body>;
+
+/// What may lie unread of a request: no piece of one has to be longer, and those that have no end are given up there.
+constexpr std::size_t kMaxUnreadBytes = 64u << 10;
 
 /// Begins to read a request, with the server's bounds for heads and bodies.
 HttpParser& beginRequest(std::optional<HttpParser>& parser);

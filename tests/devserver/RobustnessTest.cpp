@@ -94,6 +94,18 @@ TEST_F(Robustness, GiantHeadIsRefused) {
   expectAlive();
 }
 
+TEST_F(Robustness, ABodyWhoseChunksNeverComeIsGivenUp) {
+  const std::string head = "POST /control HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n";
+  std::string trailer = head + "0\r\n";
+  while (trailer.size() < 200'000) trailer += "a: b\r\n";
+  for (const std::string& endless : {head + "1;" + std::string(200'000, 'x'), trailer}) {
+    RawClient client(server.port());
+    client.trySendBytes(endless);
+    EXPECT_EQ(client.receiveUntil("\r\n").substr(0, 12), "HTTP/1.1 413");
+  }
+  expectAlive();
+}
+
 TEST_F(Robustness, HalfHandshakesDoNoHarm) {
   std::vector<RawClient> halves;
   for (int i = 0; i < 20; ++i) {
