@@ -130,7 +130,7 @@ bool describeObject(json::object& event, std::string_view text) {
 void describePayload(json::object& event, const PassedFrame& frame) {
   const bool cut = frame.bytes.size() < frame.size;
   if (!isText(frame)) {
-    event["hex"] = hexadecimal(frame.bytes);
+    event["hex"] = hexadecimal(hideSecrets(frame.bytes, kAnotherSecret));
     if (frame.size > kShownBytes) event["truncated"] = true;
     return;
   }
