@@ -1,5 +1,7 @@
 #include "devserver/page/FrameHistory.h"
 
+#include <orvnetwork/data/Utf8.h>
+
 #include <chrono>
 #include <string>
 #include <utility>
@@ -17,6 +19,10 @@ void FrameHistory::add(PassedFrame frame, std::string_view payload) {
   if (frame.bytes.capacity() > 4 * kept.size() + 256) frame.bytes = std::string();
   frame.bytes.assign(kept);
   frame.size = payload.size();
+  if (frame.command.size() > PassedFrame::kMaxCommand) {
+    const std::string_view begins = std::string_view(frame.command).substr(0, PassedFrame::kMaxCommand);
+    frame.command = std::string(withoutSplitUtf8(begins));
+  }
   frame.number = next_++;
   frame.time = std::chrono::system_clock::now();
   bytes_ += cost(frame);

@@ -38,12 +38,15 @@ struct PassedFrame {
   /// Bytes of one frame that are kept; of a longer one only the beginning is shown.
   static constexpr std::size_t kMaxKept = 128u << 10;
 
+  /// Bytes of a command that are kept; none that a server knows has so many.
+  static constexpr std::size_t kMaxCommand = 200;
+
   std::uint64_t number = 0;  ///< 1 for the first one of the server object's life
   std::chrono::system_clock::time_point time;
   Kind kind{};
   std::uint64_t connection = 0;
   std::string user;     ///< who was signed in there; empty: nobody
-  std::string command;  ///< of a request or reply; otherwise empty
+  std::string command;  ///< of a request or reply, or its beginning; otherwise empty
   std::size_t size = 0;
   std::string bytes;                                      ///< the payload, or its beginning
   std::optional<int> code;                                ///< "ret" of a reply

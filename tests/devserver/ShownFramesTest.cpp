@@ -4,6 +4,7 @@
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 #include <devserver/faults/Garbage.h>
+#include <devserver/page/PassedFrame.h>
 
 #include <string>
 
@@ -22,6 +23,20 @@ TEST_F(ShownFrames, SecretsAreHiddenInWhatIsShownAsBytes) {
   for (const std::string& hex : {binary, wire}) {
     EXPECT_EQ(hex.find("61 62 63 64"), std::string::npos) << hex;
     EXPECT_NE(hex.find("2a 2a 2a"), std::string::npos) << hex;
+  }
+}
+
+TEST_F(ShownFrames, AnEndlessCommandIsKeptAndShownUpToABound) {
+  EventReader events(server.port());
+  RawClient client = open();
+  std::string command = "Dev.";
+  while (command.size() < 60'000) command += "小";
+  EXPECT_EQ(code(client.request(command, {})), 0);
+  for (const char* kind : {"request", "reply"}) {
+    const std::string shown = events.frame(kind).at("command").as_string().c_str();
+    EXPECT_LE(shown.size(), devserver::PassedFrame::kMaxCommand) << kind;
+    EXPECT_EQ(shown, command.substr(0, shown.size())) << kind;
+    EXPECT_GT(shown.size(), devserver::PassedFrame::kMaxCommand - 4) << kind;
   }
 }
 
