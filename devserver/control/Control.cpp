@@ -10,7 +10,9 @@
 #include <boost/json/serialize.hpp>
 
 #include <chrono>
+#include <exception>
 #include <functional>
+#include <iostream>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -177,15 +179,18 @@ json::object Control::apply(const json::object& request) {
 }
 
 HttpAnswer Control::answer(std::string_view method, std::string_view body) {
-  if (method == "GET") return {.body = json::serialize(state())};
-  if (method != "POST") return httpProblem(405, "expected GET or POST");
-  json::error_code error;
-  const json::value request = readJson(body, error);
-  if (error || !request.is_object()) return httpProblem(400, "expected a JSON object");
+  if (method != "GET" && method != "POST") return httpProblem(405, "expected GET or POST");
   try {
+    if (method == "GET") return {.body = json::serialize(state())};
+    json::error_code error;
+    const json::value request = readJson(body, error);
+    if (error || !request.is_object()) return httpProblem(400, "expected a JSON object");
     return {.body = json::serialize(apply(request.get_object()))};
   } catch (const std::invalid_argument& problem) {
     return httpProblem(400, problem.what());
+  } catch (const std::exception& problem) {  // the data file, most likely: its disk is full, or somebody else has it
+    std::cerr << "orv-devserver: control: " << problem.what() << std::endl;
+    return httpProblem(500, problem.what());
   }
 }
 

@@ -6,6 +6,7 @@
 #include <boost/json/array.hpp>
 #include <boost/json/serialize.hpp>
 
+#include <exception>
 #include <utility>
 
 namespace orv::devserver {
@@ -245,9 +246,14 @@ Crowd::Peers Engine::select(std::string_view user) {
   return crowd_.of(account ? account->uID : std::string(user));
 }
 
+/// "" also where the data file does not say it any more: the state is told all the same.
 json::value Engine::nickOf(const Peer& peer) {
-  const auto account = school_.accounts().findByID(peer.session.uID);
-  return json::value(json::string(account ? account->nick() : std::string()));
+  try {
+    const auto account = school_.accounts().findByID(peer.session.uID);
+    return json::value(json::string(account ? account->nick() : std::string()));
+  } catch (const std::exception&) {
+    return json::value(json::string());
+  }
 }
 
 json::array Engine::describePeers() {

@@ -1,6 +1,9 @@
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
+#include <sqlite3.h>
+
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 
@@ -127,6 +130,29 @@ TEST_F(ControlOverHttp, InProcessControlDoesTheSame) {
   EXPECT_EQ(answer.at("faults").at("replies").as_array().size(), 1u);
   EXPECT_EQ(server.state().at("faults"), answer.at("faults"));
   EXPECT_THROW(server.control({{"fault", "melt"}, {"n", 1}}), std::invalid_argument);
+}
+
+TEST(ControlOfABrokenSchool, IsAnsweredAndSaysWhatFailed) {
+  DevServer::Options options;
+  options.dataFile = std::string(std::getenv("HOME")) + "/school.sqlite";
+  DevServer server(options);
+  server.start();
+  RawClient client = RawClient::open(server.port());
+  client.request("User.Post.Login", {{"phone", kTeacher}, {"pwd", kDigest}});
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(options.dataFile.c_str(), &other), SQLITE_OK);
+  const char* damage = "DROP TABLE tokens; UPDATE accounts SET profile = 'nothing'";
+  EXPECT_EQ(sqlite3_exec(other, damage, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(other);
+  sqlite3_close(other);
+
+  int status = 0;
+  const std::string refused =
+      RawClient::http(server.port(), "POST", "/control", R"({"revoke":"all"})", status);
+  EXPECT_EQ(status, 500);
+  EXPECT_NE(refused.find("no such table: tokens"), std::string::npos) << refused;
+  const std::string state = RawClient::http(server.port(), "GET", "/control", "", status);
+  EXPECT_EQ(status, 200) << state;
+  EXPECT_NE(state.find(R"("uID":"100001","nick":"")"), std::string::npos) << state;
 }
 
 }  // namespace
