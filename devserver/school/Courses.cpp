@@ -189,6 +189,9 @@ std::int64_t Courses::insert(const json::object& fields) {
   course["startTime"] = now;
   merge(course, fields);
   const std::int64_t wanted = numberIn(fields, "roomID");
+  if (wanted > kGreatestRoom) {
+    throw std::invalid_argument("\"roomID\": expected at most " + std::to_string(kGreatestRoom));
+  }
   if (wanted > 0 && find(wanted)) {
     throw std::invalid_argument("there is a course with room id " + std::to_string(wanted));
   }

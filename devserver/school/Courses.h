@@ -64,6 +64,8 @@ struct CourseFilter {
 class Courses {
  public:
   static constexpr std::int64_t kMax = 100'000;
+  /// Of the room ids that may be chosen; those that are given out go on behind the greatest one.
+  static constexpr std::int64_t kGreatestRoom = 9'007'199'254'740'991;
 
   explicit Courses(Database& database) : database_(database) {}
 
@@ -73,7 +75,8 @@ class Courses {
   std::int64_t count();
 
   /// Adds a course and returns its room id; 0 when the school holds as many as it may. Members that are left
-  /// out get their usual values. A "roomID" among the fields is taken, and must be free.
+  /// out get their usual values. A "roomID" among the fields is taken, and must be free and at most `kGreatestRoom`
+  /// (std::invalid_argument).
   std::int64_t add(const json::object& fields);
   /// The same without looking at how many there are.
   std::int64_t insert(const json::object& fields);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -195,6 +196,13 @@ TEST_F(Courses, ChangesByTheTestShowAtOnce) {
 TEST_F(Courses, RoomIdMayBeChosenWhereItIsFree) {
   EXPECT_EQ(server.addCourse({{"roomID", 60'000}, {"title", "老"}}), 60'000);
   EXPECT_THROW(server.addCourse({{"roomID", 60'000}, {"title", "老"}}), std::invalid_argument);
+}
+
+TEST_F(Courses, RoomIdsDoNotRunOut) {
+  constexpr std::int64_t kLast = std::numeric_limits<std::int64_t>::max();
+  EXPECT_THROW(server.addCourse({{"roomID", kLast}, {"title", "末"}}), std::invalid_argument);
+  EXPECT_EQ(server.addCourse({{"roomID", 9'007'199'254'740'991}, {"title", "末"}}), 9'007'199'254'740'991);
+  EXPECT_EQ(server.addCourse({{"status", 5}, {"title", "又"}}), 9'007'199'254'740'992);
 }
 
 TEST_F(Courses, PushNamesEveryRoom) {
