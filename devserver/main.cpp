@@ -28,6 +28,11 @@ sigset_t blockEndingSignals() {
   return signals;
 }
 
+/// Who reads what is said here may end first; that ends no lesson, and changes no exit status.
+void outliveReaders() {
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
 /// Each connection takes a descriptor, and shells often allow no more than 1,024 in all.
 void allowDescriptors(const orv::DevServer::Options& options) {
   constexpr rlim_t kOthers = 256;
@@ -40,6 +45,7 @@ void allowDescriptors(const orv::DevServer::Options& options) {
 
 int serve(orv::DevServer::Options options) {
   allowDescriptors(options);
+  outliveReaders();
   const sigset_t signals = blockEndingSignals();
   const std::string host = options.host;
   const bool hasToken = !options.token.empty();

@@ -36,6 +36,16 @@ TEST_F(ServerProgram, SaysWhereItListensServesAndStopsOnEitherSignal) {
   }
 }
 
+TEST_F(ServerProgram, GoesOnAndStopsInOrderWhereNobodyReadsWhatItSays) {
+  ServerProcess program({});
+  RawClient client = RawClient::open(portOf(program.line()));
+  program.stopListening();
+  client.sendText("PING");
+  EXPECT_EQ(client.receiveText(), "PONG");
+  program.signal(SIGTERM);
+  EXPECT_EQ(program.wait(), 0) << "it says that it has stopped";
+}
+
 TEST_F(ServerProgram, MayHoldADescriptorForEachConnectionWhereTheShellAllowsFewer) {
   rlimit limit{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);

@@ -44,8 +44,8 @@ class ServerProcess {
       ::kill(child_, SIGKILL);
       wait();
     }
-    ::close(out_);
-    ::close(err_);
+    if (out_ >= 0) ::close(out_);
+    if (err_ >= 0) ::close(err_);
   }
 
   pid_t id() const { return child_; }
@@ -65,6 +65,11 @@ class ServerProcess {
   }
   std::uint16_t listeningPort() { return parseUrl(listeningUrl()).value().server.port; }
   std::string errors() { return read(err_, false); }
+  /// Leaves nobody to read what it says.
+  void stopListening() {
+    ::close(std::exchange(out_, -1));
+    ::close(std::exchange(err_, -1));
+  }
 
  private:
   static std::string read(int descriptor, bool oneLine) {
