@@ -33,15 +33,16 @@ Database::Value::Value(const json::object& document) {
 void Database::keepPrivate() const {
   // Not by SQLite, which would make it as open as the system's usual mode says. Once there it is not opened here:
   // closing it would give back the locks of everybody else in this process.
-  const int made = ::open(file_.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, kOwnerOnly);
-  if (made >= 0) {
-    ::close(made);
-  } else if (errno == EEXIST) {
-    struct stat status {};
-    const bool isOpen = ::stat(file_.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-                        (status.st_mode & 0777 & ~kOwnerOnly) != 0;
+  int made = ::open(file_.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, kOwnerOnly);
+  struct stat status {};
+  const bool isThere = made < 0 && errno == EEXIST;
+  if (isThere && ::stat(file_.c_str(), &status) == 0) {
+    const bool isOpen = S_ISREG(status.st_mode) && (status.st_mode & 0777 & ~kOwnerOnly) != 0;
     if (isOpen && ::chmod(file_.c_str(), kOwnerOnly) != 0) fail(std::strerror(errno));
+  } else if (isThere && errno == ENOENT) {  // a link to a file that is still to be made
+    made = ::open(file_.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, kOwnerOnly);
   }
+  if (made >= 0) ::close(made);
 }
 
 Database::Database(const std::string& file) : file_(file) {

@@ -112,6 +112,22 @@ TEST_F(ServerProgram, KeepsItsDataFileToItsOwner) {
   }
 }
 
+TEST_F(ServerProgram, KeepsADataFileToItsOwnerThatIsMadeBehindALink) {
+  namespace fs = std::filesystem;
+  const std::string home = std::getenv("HOME");
+  fs::create_directory(home + "/elsewhere");
+  fs::create_symlink("elsewhere/school.sqlite", home + "/link");
+  ::umask(0);
+  ServerProcess program({"--data", home + "/link"});
+  EXPECT_FALSE(program.listeningUrl().empty());
+  std::size_t files = 0;
+  for (const auto& entry : fs::directory_iterator(home + "/elsewhere")) {
+    EXPECT_EQ(entry.status().permissions(), fs::perms(0600)) << entry.path();
+    ++files;
+  }
+  EXPECT_GT(files, 0u);
+}
+
 TEST_F(ServerProgram, TellsItsVersion) {
   ServerProcess program({"--version"});
   const std::string line = program.line();
