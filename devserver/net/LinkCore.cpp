@@ -2,6 +2,7 @@
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>
+#include <boost/asio/ip/address.hpp>
 #include <boost/asio/post.hpp>
 
 #include <chrono>
@@ -18,6 +19,12 @@ constexpr std::size_t kGatherSize = 64u << 10;
 constexpr std::size_t kKeptCapacity = 1u << 20;
 constexpr std::chrono::seconds kLingerTime{2};
 
+/// A socket for both kinds of addresses tells one of the old kind in a form of its own (::ffff:127.0.0.1).
+net::ip::address inItsOwnForm(const net::ip::address& address) {
+  if (!address.is_v6() || !address.to_v6().is_v4_mapped()) return address;
+  return net::ip::make_address_v4(net::ip::v4_mapped, address.to_v6());
+}
+
 }  // namespace
 
 LinkCore::LinkCore(Socket socket, net::ssl::context* tls, WireFaults& faults, std::size_t maxQueuedBytes)
@@ -33,13 +40,13 @@ LinkCore::LinkCore(Socket socket, net::ssl::context* tls, WireFaults& faults, st
 bool LinkCore::fromThisMachine() const {
   error_code error;
   const auto peer = socket_.remote_endpoint(error);
-  return !error && peer.address().is_loopback();
+  return !error && inItsOwnForm(peer.address()).is_loopback();
 }
 
 std::string LinkCore::reachedAt() const {
   error_code error;
   const auto here = socket_.local_endpoint(error);
-  return error ? std::string() : here.address().to_string();
+  return error ? std::string() : inItsOwnForm(here.address()).to_string();
 }
 
 void LinkCore::handshake(Done done) {

@@ -143,6 +143,29 @@ TEST(OtherMachines, AreServedByAServerThatListensForThem) {
   });
 }
 
+TEST(OtherMachines, AreServedByEitherKindOfAddressWhereAServerListensForAll) {
+  if (!NetworkNamespace::isPermitted()) GTEST_SKIP() << "networks cannot be made here";
+  const NetworkNamespace network;
+  network.ip("link set lo up\naddress add 192.0.2.1/24 dev lo");
+  network.run([] {
+    DevServerOptions options;
+    options.host = "::";
+    DevServer server(options);
+    server.start();
+    const auto ask = [&](const char* to, const std::string& head) {
+      RawClient client(server.port(), false, 0, nullptr, to);
+      client.sendBytes("GET /control HTTP/1.1\r\nHost: " + std::string(to) + "\r\n" + head + "\r\n");
+      return client.receiveUntil("\r\n\r\n").substr(9, 3);
+    };
+    EXPECT_EQ(ask("127.0.0.1", ""), "200") << "it is this machine";
+    EXPECT_EQ(ask("192.0.2.1", ""), "403") << "there is no token";
+    EXPECT_EQ(ask("192.0.2.1",
+                  "Upgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
+                  "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"),
+              "101");
+  });
+}
+
 class ListeningProgram : public ::testing::Test {
  protected:
   void SetUp() override {
