@@ -23,6 +23,7 @@ struct DevServer::Impl {
         engine(faults, log, options.dataFile, options.echo, options.sessionLifetime) {
     port = options.port;
     engine.setDoor({options.names, options.token});
+    engine.setMaxWaitingBytes(options.maxWaitingBytes);
     engine.setControl(
         [this](std::string_view method, std::string_view body) { return control.answer(method, body); });
     engine.page().feed().setState([this] { return control.state(); });

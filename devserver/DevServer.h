@@ -47,6 +47,8 @@ struct DevServerOptions {
   std::size_t maxMessageBytes = 32u << 20;
   /// Output that waits for a client. One that does not read is reset beyond this.
   std::size_t maxQueuedBytes = 64u << 20;
+  /// Replies that faults hold back or delay, in bytes. What comes beyond is thrown away.
+  std::size_t maxWaitingBytes = 256u << 20;
   /// Received frames that are kept, by number and by bytes.
   std::size_t keptFrames = 10'000;
   std::size_t keptFrameBytes = 64u << 20;

@@ -55,7 +55,7 @@ void Engine::stopped() {
   page_.feed().stopped();
   thread_ = std::thread::id();
   held_.clear();
-  delayed_ = 0;
+  delayed_ = waitingBytes_ = 0;
   connectionCount_ = 0;
   crowd_.clear();
 }
@@ -194,16 +194,20 @@ void Engine::deliver(Peer& peer, const Reply& reply) {
 
 void Engine::deliverLater(Peer& peer, Reply reply, const Faults::ReplyPlan& plan) {
   reply.faults |= plan.hold ? PassedFrame::kReordered : PassedFrame::kDelayed;
-  if (held_.size() + delayed_ >= kMaxWaitingReplies) {
+  const std::size_t bytes = reply.bytes();
+  if (held_.size() + delayed_ >= kMaxWaitingReplies || waitingBytes_ + bytes > maxWaitingBytes_) {
     ++counters_.repliesDropped;
     showReply(peer, reply, PassedFrame::kDropped);
   } else if (plan.hold) {
+    waitingBytes_ += bytes;
     held_.push_back({crowd_.find(peer.id), std::move(reply)});
   } else {
     ++delayed_;
+    waitingBytes_ += bytes;
     network_->runAfter(plan.delay,
                        [this, weak = std::weak_ptr(crowd_.find(peer.id)), reply = std::move(reply)] {
                          --delayed_;
+                         waitingBytes_ -= reply.bytes();
                          if (auto target = weak.lock()) deliver(*target, reply);
                        });
   }
@@ -213,6 +217,7 @@ void Engine::deliverLater(Peer& peer, Reply reply, const Faults::ReplyPlan& plan
 void Engine::releaseHeld() {
   std::vector<Held> held = std::exchange(held_, {});
   for (auto kept = held.rbegin(); kept != held.rend(); ++kept) {
+    waitingBytes_ -= kept->reply.bytes();
     if (auto peer = kept->peer.lock()) deliver(*peer, kept->reply);
   }
 }

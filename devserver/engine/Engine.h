@@ -19,6 +19,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -63,6 +64,8 @@ class Engine : public NetworkEvents {
   const CommandTable& commands() const { return commands_; }
   /// Sessions end by themselves this long after the sign-in; 0: never.
   void setSessionLifetime(std::chrono::milliseconds lifetime) { sessionLifetime_ = lifetime; }
+  /// Replies that are held or delayed have at most so many bytes; what comes beyond is thrown away.
+  void setMaxWaitingBytes(std::size_t bytes) { maxWaitingBytes_ = bytes; }
   Page& page() { return page_; }
   /// Each open connection: {"id":…,"uID":…,"nick":…,"since":…}, the last in seconds since 1970.
   json::array describePeers();
@@ -91,6 +94,7 @@ class Engine : public NetworkEvents {
     SteadyTime asked{};
     std::size_t copies = 1;
     unsigned faults = 0;  ///< bits of PassedFrame::Fault
+    std::size_t bytes() const { return command.size() + text.size(); }
   };
   struct Held {
     std::weak_ptr<Peer> peer;
@@ -127,6 +131,8 @@ class Engine : public NetworkEvents {
   std::chrono::milliseconds sessionLifetime_;
   std::vector<Held> held_;
   std::size_t delayed_ = 0;
+  std::size_t waitingBytes_ = 0;  ///< of the replies that are held or delayed
+  std::size_t maxWaitingBytes_ = std::numeric_limits<std::size_t>::max();
   std::atomic<std::size_t> connectionCount_{0};
   BasicCounters<std::atomic<std::uint64_t>> counters_;
 };

@@ -1,6 +1,7 @@
 #include "tests/devserver/ServerTest.h"
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -45,6 +46,37 @@ TEST_F(ReplyFaults, DelayedReplyToAConnectionThatIsGoneIsForgotten) {
   RawClient client = open();
   send(client, "2");
   EXPECT_EQ(nextTimestamp(client), R"("2")");
+}
+
+TEST_F(ReplyFaults, WaitingRepliesAreDroppedBeyondABoundOfBytes) {
+  DevServer::Options options;
+  options.maxWaitingBytes = 10'000;
+  DevServer narrow(options);
+  narrow.start();
+  RawClient client = RawClient::open(narrow.port());
+  const std::string text(3'000, 'x');  // three replies fit, and not the fourth one
+  const auto askUntilDropped = [&](std::uint64_t dropped) {
+    for (const char* timestamp : {"1", "2", "3", "4"}) {
+      client.sendText(RawClient::standardFrame("Dev.Echo", {{"text", text}, {"n", 1}}, timestamp));
+    }
+    return narrow.waitUntil([&] { return narrow.counters().repliesDropped == dropped; }, kPatience);
+  };
+  for (std::uint64_t round = 1; round <= 2; ++round) {
+    narrow.faults().reorderReplies(100);
+    ASSERT_TRUE(askUntilDropped(round));
+    narrow.faults().clear();
+    for (const char* timestamp : {"3", "2", "1"}) EXPECT_EQ(client.receiveObject().at("s"), timestamp);
+  }
+  for (int round = 0; round < 2; ++round) {
+    narrow.faults().delayReplies(20ms, "", 3);
+    for (const char* timestamp : {"1", "2", "3"}) {
+      client.sendText(RawClient::standardFrame("Dev.Echo", {{"text", text}, {"n", 1}}, timestamp));
+    }
+    for (const char* timestamp : {"1", "2", "3"}) EXPECT_EQ(client.receiveObject().at("s"), timestamp);
+  }
+  narrow.faults().delayReplies(1h);
+  EXPECT_TRUE(askUntilDropped(3));
+  EXPECT_EQ(alive(client), "PONG");
 }
 
 TEST_F(ReplyFaults, DroppedRepliesNeverCome) {
