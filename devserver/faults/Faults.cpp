@@ -3,11 +3,16 @@
 #include <boost/json/array.hpp>
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 namespace orv::devserver {
 
 namespace {
+
+/// All of them are told with every state.
+constexpr std::size_t kMaxRules = 1'000;
+constexpr std::size_t kMaxRuleBytes = 1u << 20;
 
 const char* name(TimestampFault kind) {
   switch (kind) {
@@ -105,6 +110,11 @@ void Faults::setOnClear(std::function<void()> callback) {
 void Faults::add(Rule rule) {
   if (rule.count == 0) return;
   std::lock_guard lock(mutex_);
+  std::size_t bytes = rule.bytes();
+  for (const Rule& other : rules_) bytes += other.bytes();
+  if (rules_.size() >= kMaxRules || bytes > kMaxRuleBytes) {
+    throw std::invalid_argument("there are as many faults of replies as may be: \"clear\" ends them");
+  }
   rules_.push_back(std::move(rule));
   anyRule_ = true;
 }

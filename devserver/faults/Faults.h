@@ -39,7 +39,8 @@ enum class ConnectionMode {
 ///
 /// Where several faults of one kind fit a reply, the one that was set first applies; faults of different
 /// kinds add up. `command` empty means every command. `count` is the number of replies (or requests) that
-/// the fault is good for.
+/// the fault is good for. 1,000 faults of replies may be in force, with 1 MiB of commands and texts; one more throws
+/// std::invalid_argument.
 ///
 ///     server.faults().delayReplies(std::chrono::seconds(2), "Course.Get.Items");
 ///     server.faults().clear();
@@ -112,6 +113,7 @@ class Faults {
     std::size_t copies = 1;
     TimestampFault timestamp{};
     Failure failure;
+    std::size_t bytes() const { return command.size() + failure.text.size(); }
   };
 
   void add(Rule rule);

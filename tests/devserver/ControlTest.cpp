@@ -115,6 +115,16 @@ TEST_F(ControlOverHttp, WrongRequestsAreRefusedNamingWhatWasExpected) {
   EXPECT_TRUE(server.faults().describe().empty());
 }
 
+TEST_F(ControlOverHttp, FaultsOfRepliesAreBoundedInNumberAndInBytes) {
+  for (int i = 0; i < 1'000; ++i) server.faults().dropReplies(1, "Dev.Never");
+  EXPECT_NE(refused(R"({"fault":"drop"})").find("clear"), std::string::npos);
+  control(one("clear", true));
+  const std::string text(600'000, 'x');
+  control({{"fault", "error"}, {"code", 1}, {"err", text}});
+  EXPECT_NE(refused(R"({"fault":"error","code":1,"err":")" + text + "\"}").find("clear"), std::string::npos);
+  EXPECT_EQ(server.faults().describe().at("replies").as_array().size(), 1u);
+}
+
 TEST_F(ControlOverHttp, OtherMethodsAndAddressesAreRefused) {
   int status = 0;
   RawClient::http(server.port(), "PUT", "/control", "{}", status);
