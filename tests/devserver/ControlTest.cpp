@@ -1,3 +1,4 @@
+#include "devserver/DevServer.h"
 #include "tests/devserver/RawClient.h"
 #include "tests/devserver/ServerTest.h"
 
