@@ -10,6 +10,7 @@
 #include <boost/json/serialize.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <string_view>
 #include <utility>
@@ -105,10 +106,32 @@ std::string escaped(std::string_view text) {
   return result;
 }
 
+bool isWord(int c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+}
+
+/// Letters and digits that were written as \u00NN as themselves: a name may be written so, and is to be known.
+std::string withPlainLetters(std::string_view text) {
+  constexpr std::string_view kEscape = "\\u00";
+  std::string result;
+  for (std::size_t at = 0; at < text.size();) {
+    int letter = 0;
+    if (text.substr(at, kEscape.size()) == kEscape && text.size() >= at + 6 &&
+        std::from_chars(text.data() + at + 4, text.data() + at + 6, letter, 16).ptr == text.data() + at + 6 &&
+        isWord(letter)) {
+      result += static_cast<char>(letter);
+      at += 6;
+    } else {
+      result += text[at++];
+    }
+  }
+  return result;
+}
+
 void describeText(json::object& event, std::string_view text, bool cut) {
   if (cut) text = withoutSplitUtf8(text);
   // First, since what escapes a byte ends in a letter that would hide the beginning of a name.
-  const std::string shown = hideSecrets(text, kAnotherSecret);
+  const std::string shown = hideSecrets(withPlainLetters(text), kAnotherSecret);
   event["text"] = isUtf8(shown) ? shown : escaped(shown);
 }
 
@@ -154,7 +177,8 @@ std::string eventText(const PassedFrame& frame) {
   event["user"] = frame.user;
   event["bytes"] = frame.size;
   if (!frame.command.empty()) {
-    event["command"] = isUtf8(frame.command) ? frame.command : escaped(frame.command);
+    const std::string shown = hideSecrets(frame.command, kAnotherSecret);
+    event["command"] = isUtf8(shown) ? shown : escaped(shown);
   }
   if (frame.code) event["code"] = *frame.code;
   if (frame.sinceRequest) event["ms"] = static_cast<double>(frame.sinceRequest->count()) / 1000;

@@ -26,6 +26,20 @@ TEST_F(ShownFrames, SecretsAreHiddenInWhatIsShownAsBytes) {
   }
 }
 
+TEST_F(ShownFrames, SecretsAreHiddenWhereTheirNameIsWrittenInEscapesOrStandsInACommand) {
+  EventReader events(server.port());
+  RawClient client = open();
+  client.sendText(R"({"c":"Dev.Cut","s":1,"v":{"\u0070w\u0064":"cut-secret","note":"\u4e2d\u0022\u0)");
+  std::string deep = R"({"\u0070wd":"deep-secret"})";
+  for (int i = 0; i < 120; ++i) deep = R"({"a":)" + deep + "}";
+  client.sendText(R"({"c":"Dev.pwd=command-secret","s":1,"v":)" + deep + "}");
+  events.frame("malformed");
+  events.frame("request");
+  events.frame("reply");
+  EXPECT_EQ(events.text().find("secret"), std::string::npos) << events.text();
+  EXPECT_NE(events.text().find(R"(\\u4e2d\\u0022\\u0)"), std::string::npos) << "what is no letter stays";
+}
+
 TEST_F(ShownFrames, AnEndlessCommandIsKeptAndShownUpToABound) {
   EventReader events(server.port());
   RawClient client = open();
