@@ -6,6 +6,7 @@
 #include <CLI/Option.hpp>
 #include <CLI/Validators.hpp>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -49,6 +50,10 @@ DevServer::Options checked(ProgramArguments arguments) {
         "--listen " + options.host +
         " lets other machines in: --tls CERT KEY is needed, or --plain-text, by which everybody "
         "on the way can read passwords and tokens");
+  }
+  if (std::ranges::find(options.names, "") != options.names.end()) {
+    throw std::runtime_error(
+        "--name: a name is expected");  // a "Host" that cannot be read would be as good as this one
   }
   if (!options.token.empty() && !arguments.tokenFile.empty()) {
     throw std::runtime_error("either --token or --token-file is expected");

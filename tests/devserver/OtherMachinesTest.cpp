@@ -195,6 +195,10 @@ TEST_F(ListeningProgram, LetsNobodyElseInWithoutTlsUnlessThatIsSaid) {
   }
 }
 
+TEST_F(ListeningProgram, TakesNoNameThatIsNone) {
+  EXPECT_NE(refusal({"--name", "school.lan", "--name", ""}).find("a name is expected"), std::string::npos);
+}
+
 TEST_F(ListeningProgram, SaysWhoMaySeeItsPageAndThatItHasStopped) {
   const auto saidWith = [](const std::vector<std::string>& arguments) {
     ServerProcess program(arguments);
