@@ -51,9 +51,9 @@ DevServer::Options checked(ProgramArguments arguments) {
         " lets other machines in: --tls CERT KEY is needed, or --plain-text, by which everybody "
         "on the way can read passwords and tokens");
   }
+  // A "Host" that cannot be read would be as good as this one.
   if (std::ranges::find(options.names, "") != options.names.end()) {
-    throw std::runtime_error(
-        "--name: a name is expected");  // a "Host" that cannot be read would be as good as this one
+    throw std::runtime_error("--name: a name is expected");
   }
   if (!options.token.empty() && !arguments.tokenFile.empty()) {
     throw std::runtime_error("either --token or --token-file is expected");

@@ -188,8 +188,8 @@ HttpAnswer Control::answer(std::string_view method, std::string_view body) {
     return {.body = json::serialize(apply(request.get_object()))};
   } catch (const std::invalid_argument& problem) {
     return httpProblem(400, problem.what());
-  } catch (const std::exception&
-               problem) {  // the data file, most likely: its disk is full, or somebody else has it
+  } catch (const std::exception& problem) {
+    // The data file, most likely: its disk is full, or somebody else has it.
     std::cerr << "orv-devserver: control: " << problem.what() << std::endl;
     return httpProblem(500, problem.what());
   }

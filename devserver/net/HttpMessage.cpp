@@ -50,8 +50,8 @@ HttpRequest requestIn(const HttpMessage& message) {
 
 std::optional<HttpRefusal> refusalOf(const boost::system::error_code& error) {
   if (error == http::error::header_limit) return HttpRefusal{431, "Request Header Fields Too Large", "{}"};
-  const bool isEndless =
-      error == http::error::buffer_overflow;  // what stands beside a chunk, or behind the last
+  // What stands beside a chunk, or behind the last one.
+  const bool isEndless = error == http::error::buffer_overflow;
   if (error == http::error::body_limit || isEndless) return HttpRefusal{413, "Content Too Large", "{}"};
   if (error.category() == http::make_error_code(http::error::bad_version).category() &&
       error != http::error::end_of_stream && error != http::error::partial_message) {

@@ -39,7 +39,8 @@ void Database::keepPrivate() const {
   if (isThere && ::stat(file_.c_str(), &status) == 0) {
     const bool isOpen = S_ISREG(status.st_mode) && (status.st_mode & 0777 & ~kOwnerOnly) != 0;
     if (isOpen && ::chmod(file_.c_str(), kOwnerOnly) != 0) fail(std::strerror(errno));
-  } else if (isThere && errno == ENOENT) {  // a link to a file that is still to be made
+  } else if (isThere && errno == ENOENT) {
+    // A link to a file that is still to be made.
     made = ::open(file_.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, kOwnerOnly);
   }
   if (made >= 0) ::close(made);
