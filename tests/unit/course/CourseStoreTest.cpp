@@ -3,6 +3,8 @@
 
 #include "PagingFixture.h"
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -203,6 +205,27 @@ TEST_F(CourseStoreTest, ACopyIsNobodyElses) {
   EXPECT_FALSE(isInMemory(70)) << "looking brings nothing into memory";
   EXPECT_EQ(store().copyOf(kRecorded, "99"), nullptr);
   EXPECT_EQ(store().listed(kRecorded).keys.size(), 70u);
+}
+
+TEST_F(CourseStoreTest, WhatWasReadWhileTheUserChangedIsNobodys) {
+  signIn("100001");
+  const OptionalString classroom = courses().currentClassroomID();
+  std::size_t reads = 0;
+  const auto readWhile = [&](const std::function<void()>& work) {
+    return store().readFor(100001, classroom, [&] {
+      ++reads;
+      work();
+    });
+  };
+  EXPECT_TRUE(readWhile([] {}));
+  EXPECT_FALSE(readWhile([this] { QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002")); }));
+  EXPECT_FALSE(readWhile([] {})) << "it is another one's catalogue";
+  EXPECT_EQ(reads, 2u);
+  QXUserInfoMgr::getInstance().setUserInfo(makeUser("100001"));
+  EXPECT_FALSE(readWhile([this] {
+    QXUserInfoMgr::getInstance().setUserInfo(makeUser("100002"));
+    QXUserInfoMgr::getInstance().setUserInfo(makeUser("100001"));
+  })) << "part of it was perhaps the other one's";
 }
 
 }  // namespace
