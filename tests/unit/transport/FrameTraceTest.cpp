@@ -198,6 +198,22 @@ TEST_F(FrameTraceOfLink, KeepsTheNewestAndSaysHowManyAreMissing) {
   ASSERT_EQ(entries.size(), 1u) << "it is said once";
 }
 
+TEST_F(FrameTraceOfLink, WhatCameForASinkThatReplacesItselfIsNotTheNextOnes) {
+  bringUp();
+  std::size_t former = 0;
+  link.setFrameTrace([this, &former](const TraceEntry&) {
+    // At the gap: the entry that it is told in front of has been taken from the queue.
+    if (++former == 1) trace();
+  });
+  for (std::size_t i = 0; i < TraceDesk::kMostEntries + 1; ++i) link.send("n" + std::to_string(i));
+  link.flushFrameTrace();
+  EXPECT_EQ(former, 1u);
+  EXPECT_TRUE(entries.empty());
+  link.send("for the next one");
+  link.flushFrameTrace();
+  EXPECT_EQ(entries.size(), 1u);
+}
+
 TEST_F(FrameTraceOfLink, BoundsTheBytesThatWait) {
   bringUp();
   trace();
