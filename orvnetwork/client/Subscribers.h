@@ -92,7 +92,9 @@ class Subscribers {
       const Callback dropped = std::exchange(callback, nullptr);
     }
     Callback callback;
-    std::deque<Call> missed;  ///< what came up for it while it was being told
+    /// What came up for it while it was being told. Not bounded: it has to follow each change, and runs a loop of its own
+    /// for as long as it likes.
+    std::deque<Call> missed;
     std::size_t running = 0;  ///< how many calls of it stand inside each other
     bool withdrawn = false;
   };

@@ -53,7 +53,7 @@ class ORV_EXPORT QXCourseManager final {
   QXCourseManager& operator=(const QXCourseManager&) = delete;
 
   /// @name Local courses
-  /// Courses whose `roomID` is not above 0, or that are not marked `orv_local`, are ignored, save by `deleteLocalCourse`.
+  /// Courses whose `roomID` is not above 0, or that are not marked `orv_local`, are ignored, except by `deleteLocalCourse`.
   /// A file that cannot be written is logged to the console; the memory keeps the change.
   ///
   /// Other programs with the same home may change the list too. Each change here begins by taking over theirs, and

@@ -87,7 +87,7 @@ class ORV_EXPORT SimulatedServer {
   }
   /// Called with each text, before the answer to "PING" and before `onRequest`.
   void onText(std::function<void(ConnectionId, const std::string&)> handler) { onText_ = std::move(handler); }
-  /// Called when the server has accepted a connection; the client hears of it after that. Something sent from here
+  /// Called when the server has accepted a connection; the client is told of it after that. Something sent from here
   /// arrives as the first message.
   void onConnect(std::function<void(ConnectionId)> handler) { onConnect_ = std::move(handler); }
   /// Called once for each connection, when it is no longer among `connections`.

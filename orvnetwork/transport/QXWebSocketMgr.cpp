@@ -73,12 +73,12 @@ void QXWebSocketMgr::reconnect() {
   TimerPointer connectTimer, keepAlive;
   std::shared_ptr<WebSocket> old;
   WebSocketRequest request;
-  std::uint64_t number = 0;
+  std::uint64_t number = 0, closings = 0;
   std::optional<LinkTrouble> unreported;
   SteadyTime now;
-  isWanted_ = true;
   {
     std::unique_lock lock(mutex_);
+    isWanted_ = true;
     now = platform.clock().steadyNow();
     if (reconnectedAt_ && now - *reconnectedAt_ < Seconds(kReconnectPause)) {
       lock.unlock();
@@ -89,6 +89,7 @@ void QXWebSocketMgr::reconnect() {
     keepAlive = std::move(timer_);
     reconnectedAt_ = now;
     number = ++attempts_;
+    closings = closings_;
     reconnectDate_ = platform.clock().wallNow();
     old = std::move(webSocket_);
     if (old) unreported = troubleOfReplaced(old->readyState(), wasConfirmed);
@@ -110,8 +111,8 @@ void QXWebSocketMgr::reconnect() {
   fresh->setDelegate(this);
   {
     const std::lock_guard lock(mutex_);
-    // Closed on the main thread while this one was here.
-    if (isClosedForGood_) return;
+    // Closed by another thread while this one was here: nobody wants it any more.
+    if (isClosedForGood_ || closings_ != closings) return;
     webSocket_ = fresh;
   }
   consoleLog("WebSocket opening");
@@ -124,11 +125,12 @@ void QXWebSocketMgr::close() {
   QXFileLog::standard().log("WebSocket closing");
   connected_ = false;
   firstConnect_ = false;
-  isWanted_ = false;
   endAndClearTimer(timer_);
   std::shared_ptr<WebSocket> old;
   {
     const std::lock_guard lock(mutex_);
+    isWanted_ = false;
+    ++closings_;
     old = std::move(webSocket_);
   }
   if (old) {

@@ -255,7 +255,8 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::atomic<bool> isWanted_{false};
   std::atomic<bool> isClosedForGood_{false};
   std::atomic<bool> isWatched_{false};
-  bool tellsMessages_ = false;  // main thread only
+  std::atomic<bool> willTell_{false};  // the main thread has been asked to
+  bool tellsMessages_ = false;         // main thread only
 
   // Guards what follows; never held while host code runs.
   mutable std::mutex mutex_;
@@ -267,7 +268,7 @@ class ORV_EXPORT QXWebSocketMgr final : private WebSocketDelegate {
   std::optional<WallTime> reconnectDate_;
   // The pause between reconnects is measured here: the wall clock may jump.
   std::optional<SteadyTime> reconnectedAt_;
-  std::uint64_t attempts_ = 0, failures_ = 0;
+  std::uint64_t attempts_ = 0, failures_ = 0, closings_ = 0;
   TimerPointer connectTimer_, timer_;
   RetryTimer firstAutoReconnectTimer_, secondAutoReconnectTimer_, loopAutoReconnectTimer_;
   std::function<void()> watcher_;

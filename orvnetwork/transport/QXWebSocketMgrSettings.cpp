@@ -123,7 +123,14 @@ void QXWebSocketMgr::watch(std::function<void()> changed) {
 void QXWebSocketMgr::tellChange() {
   if (!isWatched_) return;
   auto& main = Platform::current().mainQueue();
-  if (!main.isCurrent()) return main.post([this] { tellChange(); });
+  if (!main.isCurrent()) {
+    // Once is enough for all that changes until it comes to that.
+    if (willTell_.exchange(true)) return;
+    return main.post([this] {
+      willTell_ = false;
+      tellChange();
+    });
+  }
   std::function<void()> watcher;
   {
     const std::lock_guard lock(mutex_);

@@ -28,7 +28,7 @@ namespace orv::detail {
 ///
 /// Rows change in one way: a worker makes a commit of the rows that are shown, and the commit is told; there is no other
 /// one before those who subscribed have heard of it. So a change always begins with the rows that they have. The list
-/// itself hears of it first, and shows what was told from then on.
+/// itself is told of it first, and shows what was told from then on.
 ///
 /// Main thread.
 class CourseListCore : public std::enable_shared_from_this<CourseListCore> {

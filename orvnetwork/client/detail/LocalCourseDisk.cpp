@@ -172,7 +172,7 @@ Answer LocalCourseDisk::find(std::int64_t roomID) {
   return course->copyWithZone();
 }
 
-// Records on the disk are not brought into memory by this, save those that a push must find there.
+// Records on the disk are not brought into memory by this, except those that a push must find there.
 Result<std::vector<Course>> LocalCourseDisk::all() {
   const auto inMemory = manager().localCourseDict();
   std::vector<Course> courses;

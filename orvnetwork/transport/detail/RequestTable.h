@@ -52,7 +52,7 @@ class RequestTable {
   static constexpr std::size_t kMostTogether = 64;
 
   /// `transmit` puts the texts of requests on the wire, in their order, `resend` sends a request anew from the start,
-  /// `parked` hears that one is held for want of a session, and `timedOut` that one had no reply in time, before its
+  /// `parked` is called when one is held for want of a session, and `timedOut` when one had no reply in time, before its
   /// callback does. All are called on the main thread. `counters` must outlive it.
   RequestTable(std::function<void(const std::vector<SubmittedRequest>&)> transmit,
                std::function<void(const std::shared_ptr<QXRequestItem>&)> resend,
