@@ -85,9 +85,10 @@ TEST_F(LinkClosing, ChangesOfAnotherThreadAreToldOnceWhenTheMainThreadComesToIt)
   std::size_t told = 0;
   link().watch([&told] { ++told; });
   const auto sendMany = [] {
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 100; ++i) {
       link().sendRequestItem(QXRequestItem::initWithCommand_parameters_completeBlock_timeoutBlock(
           "A.b", std::nullopt, nullptr, nullptr));
+    }
   };
   for (int round = 1; round <= 2; ++round) {
     const std::size_t before = told;
