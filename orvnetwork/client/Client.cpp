@@ -18,8 +18,15 @@ namespace {
 /// Whether there is a client. Main thread only.
 bool isThereOne = false;
 
+/// A user who was looked at before there was a client may have had something sent, and with it an attempt at the link
+/// begun, to no server. The first one of this client would come too soon after it.
+void forgetAttempts(QXWebSocketMgr& manager) {
+  if (manager.reading().attempts > 0 && !manager.isOpen()) manager.closeForGood();
+}
+
 void setUp(const ClientOptions& options) {
   auto& manager = QXWebSocketMgr::standard();
+  forgetAttempts(manager);
   manager.setApiServerUrl(options.server);
   manager.setNetworkSettings(options.network);
   manager.setGlobalUUID(options.installation);

@@ -1,5 +1,6 @@
 #include <orvnetwork/client/Client.h>
 #include <orvnetwork/client/ClientError.h>
+#include <orvnetwork/data/PropertyList.h>
 #include <orvnetwork/platform/HomeFolder.h>
 #include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>
@@ -73,6 +74,18 @@ TEST_F(ClientStart, TakesTheStoredUserOverBeforeTheLinkIsOpened) {
   start();
   settle();
   EXPECT_TRUE(server.lastRequest("User.Post.Session")) << "the session is renewed as soon as the link is up";
+}
+
+TEST_F(ClientStart, IsNotHeldUpByAUserWhoWasLookedAtBefore) {
+  // Of a classroom that is not known yet, so that the server is asked for it.
+  platform.files().put("/home/user/Documents/userInfo/userInfo.plist",
+                       writePropertyList(json::object{{"uID", "100001"}, {"classroom", "5001"}}).value());
+  ASSERT_NE(QXUserInfoMgr::getInstance().userInfo(), nullptr);
+  settle();
+  ASSERT_EQ(QXWebSocketMgr::standard().reading().attempts, 1u) << "to no server";
+  start();
+  settle();
+  EXPECT_TRUE(link().isUp());
 }
 
 TEST_F(ClientStart, ChecksTheAddress) {
