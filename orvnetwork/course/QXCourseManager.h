@@ -18,6 +18,7 @@ namespace orv {
 struct Catalogue;
 class CourseStore;
 struct PageLoad;
+class UnmergedPage;
 
 /// The courses of the user who is signed in, and of their classroom: those recorded on this device, those recorded in
 /// the cloud, and the live ones by status.
@@ -271,10 +272,12 @@ class ORV_EXPORT QXCourseManager final {
   void loadRecordPage(std::int64_t page, std::int64_t retryCount, std::uint64_t opened);
   void loadLivePage(std::int64_t page, std::uint64_t status, std::int64_t retryCount, std::uint64_t opened);
   void retryRecordPage(const PageLoad& load);
-  void mergeRecordPage(const PageLoad& load, const json::array& items);
+  void mergeRecordPage(const PageLoad& load, const json::array& items,
+                       std::shared_ptr<UnmergedPage> unmerged);
   void checkAfterRecordPage(const PageLoad& load, bool lastPage);
   void retryLivePage(const PageLoad& load);
-  void mergeLiveCoursePage(const PageLoad& load, const json::array& items);
+  void mergeLiveCoursePage(const PageLoad& load, const json::array& items,
+                           std::shared_ptr<UnmergedPage> unmerged);
   void checkAfterLivePage(const PageLoad& load, bool lastPage);
   void takeUpdate(const Course& course, const json::value& data, std::uint64_t opened);
 

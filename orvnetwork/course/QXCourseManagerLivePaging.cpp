@@ -96,7 +96,11 @@ std::optional<WantedPage> takeNextLivePage(Catalogue& catalogue, RequestList::En
   const NextPage next = nextPageOfRange(*first, catalogue.live.size(status));
   if (next.startsPass) catalogue.livePaging.cursor = std::nullopt;
   left.push_back(requests.noteEndIndex(first, next.endIndex));
-  return WantedPage{.page = next.page, .status = status, .startsPass = next.startsPass};
+  return WantedPage{.page = next.page,
+                    .status = status,
+                    .startsPass = next.startsPass,
+                    .isForced = first->force,
+                    .ended = catalogue.livePaging.ended};
 }
 
 }  // namespace
@@ -129,6 +133,7 @@ bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_ret
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
     catalogue_->startLoad(catalogue_->livePaging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {
+                            if (isOutdated(catalogue_->livePaging, wanted)) return;
                             loadLivePage(wanted.page, wanted.status, MaxRetryCount, opened);
                           });
   }
@@ -167,12 +172,16 @@ void QXCourseManager::loadLivePage(std::int64_t page, std::uint64_t status, std:
           });
           return;
         }
+        const bool isPage = success && looseObject(member(reply, "v")) != nullptr;
+        // Before another page may be asked for.
+        auto unmerged = isPage ? std::make_shared<UnmergedPage>(catalogue_->livePaging) : nullptr;
         inFlight->signal();
-        if (!success || looseObject(member(reply, "v")) == nullptr) return retryLivePage(load);
-        catalogue_->merges->post([this, load, courses = keepItems(reply)] {
-          const json::array none;
-          mergeLiveCoursePage(load, courses != nullptr ? *courses : none);
-        });
+        if (!isPage) return retryLivePage(load);
+        catalogue_->merges->post(
+            [this, load, courses = keepItems(reply), unmerged = std::move(unmerged)]() mutable {
+              const json::array none;
+              mergeLiveCoursePage(load, courses != nullptr ? *courses : none, std::move(unmerged));
+            });
       },
       [givenUp, ticket](const auto&) {
         ticket->answered();
@@ -187,7 +196,8 @@ void QXCourseManager::retryLivePage(const PageLoad& load) {
   catalogue_->merges->post([this, load] { checkAfterLivePage(load, false); });
 }
 
-void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::array& items) {
+void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::array& items,
+                                          std::shared_ptr<UnmergedPage> unmerged) {
   QXFileLog& fileLog = QXFileLog::standard();
   fileLog.log("拉取课程(状态 %d)个数: %d", static_cast<int>(load.status), static_cast<int>(items.size()));
   LivePageEffects effects(*catalogue_, load.status, items);
@@ -198,6 +208,7 @@ void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::arra
   if (result) {
     fileLog.log("新拉取课程(state %d): %@", static_cast<int>(load.status), effects.titles());
   }
+  unmerged.reset();
   checkAfterLivePage(load, result && result->lastPage);
 }
 

@@ -71,7 +71,10 @@ std::optional<WantedPage> takeNextRecordedPage(Catalogue& catalogue, RequestList
   if (!next) return std::nullopt;
   if (next->startsPass) catalogue.paging.cursor = std::nullopt;
   if (next->endIndex) left.push_back(requests.noteEndIndex(first, next->endIndex));
-  return WantedPage{.page = next->page, .startsPass = next->startsPass};
+  return WantedPage{.page = next->page,
+                    .startsPass = next->startsPass,
+                    .isForced = first->force,
+                    .ended = catalogue.paging.ended};
 }
 
 }  // namespace
@@ -102,6 +105,7 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
   if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
     catalogue_->startLoad(catalogue_->paging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {
+                            if (isOutdated(catalogue_->paging, wanted)) return;
                             loadRecordPage(wanted.page, MaxRetryCount, opened);
                           });
   }
@@ -133,12 +137,16 @@ void QXCourseManager::loadRecordPage(std::int64_t page, std::int64_t retryCount,
           std::nullopt, std::nullopt,
           [this, inFlight, load, ticket](const auto&, bool success, const json::object& reply) {
             ticket->answered();
+            std::shared_ptr<const json::array> items = success ? keepItems(reply) : nullptr;
+            // Before another page may be asked for.
+            auto unmerged = items != nullptr ? std::make_shared<UnmergedPage>(catalogue_->paging) : nullptr;
             inFlight->signal();
-            std::shared_ptr<const json::array> items = keepItems(reply);
-            if (!success || items == nullptr) return retryRecordPage(load);
+            if (items == nullptr) return retryRecordPage(load);
             // The main thread only hands the page on; the rest is the workers'.
             catalogue_->merges->post(
-                [this, load, courses = std::move(items)] { mergeRecordPage(load, *courses); });
+                [this, load, courses = std::move(items), unmerged = std::move(unmerged)]() mutable {
+                  mergeRecordPage(load, *courses, std::move(unmerged));
+                });
           },
           [givenUp, ticket](const auto&) {
             ticket->answered();
@@ -153,13 +161,15 @@ void QXCourseManager::retryRecordPage(const PageLoad& load) {
   catalogue_->merges->post([this, load] { checkAfterRecordPage(load, false); });
 }
 
-void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items) {
+void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items,
+                                      std::shared_ptr<UnmergedPage> unmerged) {
   RecordPageEffects effects(*catalogue_, items);
   const auto result =
       mergePage(*catalogue_, CourseListKind::Recorded, load, items, [&](OptionalString& cursor) {
         effects.begin();
         return mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
       });
+  unmerged.reset();
   checkAfterRecordPage(load, result && result->lastPage);
 }
 

@@ -133,8 +133,8 @@ TEST_F(CoursePaging, TwoCallersReadTenThousandCoursesAndThenWhatHasChanged) {
   EXPECT_EQ(courses().cloudCourseList(), before);
   const std::size_t pages = (kCourses + 29) / 30;
   EXPECT_GE(pagesAsked(), pages);
-  // The other caller may ask for a page that is just being merged, each of them in the worst case.
-  EXPECT_LE(pagesAsked(), 2 * pages);
+  // A page that comes at the very moment at which the other caller looks may be asked for once more.
+  EXPECT_LE(pagesAsked(), pages + pages / 10);
   EXPECT_TRUE(courses().requestRecordList().empty());
   // A range stays in memory with those before it until the next looks.
   for (int look = 0; look < 10; ++look) {

@@ -76,8 +76,14 @@ std::optional<WantedPage> Catalogue::wantedByNow(const Paging& kind, const Wante
   if (first == nullptr) return std::nullopt;
   const bool isLive = &kind == &livePaging;
   const std::uint64_t status = isLive ? first->status.value_or(0) : 0;
-  const std::optional<std::int64_t> page = chosenPage(*first, isLive ? live.size(status) : cloud.size());
-  return page ? WantedPage{.page = *page, .status = status} : chosen;
+  WantedPage wanted = chosen;
+  wanted.isForced = first->force;
+  wanted.ended = kind.ended;
+  if (const auto page = chosenPage(*first, isLive ? live.size(status) : cloud.size())) {
+    wanted.page = *page;
+    wanted.status = status;
+  }
+  return wanted;
 }
 
 void Catalogue::ensureLoaded() {

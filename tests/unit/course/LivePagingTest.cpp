@@ -250,6 +250,24 @@ TEST_F(LivePaging, PageOfARequestForARangeMeansNothing) {
   EXPECT_EQ(answers, Strings{"both true 3"});
 }
 
+TEST_F(LivePaging, PageThatHasComeIsNotAskedForAgainBeforeItIsMerged) {
+  listLive(2, 1, 30);
+  signIn();
+  holdPages();
+  askLive("a", 0, 30, 2);
+  settle();
+  platform.holdGlobalQueue(true);
+  askLive("b", 0, 30, 2);
+  courses().checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(-1, 2, false, MaxRetryCount);
+  answerHeld(pageAsked(held.front()));
+  instead = nullptr;
+  platform.holdGlobalQueue(false);
+  settle();
+  std::ranges::sort(answers);
+  EXPECT_EQ(answers, (Strings{"a true 30", "b true 30"}));
+  EXPECT_EQ(pagesAsked.size(), 1u);
+}
+
 }  // namespace
 
 }  // namespace orv::live_paging_test

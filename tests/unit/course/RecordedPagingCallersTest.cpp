@@ -93,6 +93,63 @@ TEST_F(RecordedPagingCallers, OnePageIsOnTheWireAtATime) {
   EXPECT_FALSE(courses().reqRecordSemaphore()->tryWait());
 }
 
+TEST_F(RecordedPagingCallers, PageThatHasComeIsNotAskedForAgainBeforeItIsMerged) {
+  listRooms(100, 71);
+  signIn();
+  holdPages();
+  ask("a", 0, 30);
+  settle();
+  platform.holdGlobalQueue(true);
+  ask("b", 0, 30);
+  courses().checkCourseRequestPage_arriveLastPage_retryCount(-1, false,
+                                                             MaxRetryCount);  // Wants page 1 again.
+  answerHeld(pageAsked(held.front()));
+  instead = nullptr;
+  platform.holdGlobalQueue(false);
+  settle();
+  std::ranges::sort(answers);
+  EXPECT_EQ(answers, (Strings{"a true 30", "b true 30"}));
+  EXPECT_EQ(pagesAsked, Strings{"items 1"});
+}
+
+TEST_F(RecordedPagingCallers, PageIsNotAskedForThatWasWantedBeforeItWasMerged) {
+  listRooms(100, 71);
+  signIn();
+  holdPages();
+  ask("a", 0, 30);
+  settle();
+  platform.holdGlobalQueue(true);
+  ask("b", 0, 30);  // Its look comes before the merge, and the load that it wants after it.
+  answerHeld(pageAsked(held.front()));
+  instead = nullptr;
+  platform.holdGlobalQueue(false);
+  settle();
+  std::ranges::sort(answers);
+  EXPECT_EQ(answers, (Strings{"a true 30", "b true 30"}));
+  EXPECT_EQ(pagesAsked, Strings{"items 1"});
+}
+
+TEST_F(RecordedPagingCallers, ForcedPageIsAskedForThoughAnotherOneHasCome) {
+  listRooms(100, 41);
+  signIn();
+  for (const bool isMergedBefore : {false, true}) {
+    holdPages();
+    ask("a", 0, 30, true);
+    settle();
+    platform.holdGlobalQueue(true);
+    if (isMergedBefore) answerHeld(pageAsked(held.front()));
+    courses().setRequestRecordList({{.start = 30, .count = 30, .force = true}});
+    courses().checkCourseRequestPage_arriveLastPage_retryCount(-1, false, MaxRetryCount);
+    if (!isMergedBefore) answerHeld(pageAsked(held.front()));
+    instead = nullptr;
+    pagesAsked.clear();
+    platform.holdGlobalQueue(false);
+    settle();
+    EXPECT_EQ(pagesAsked, Strings{"items 2"}) << isMergedBefore;
+    courses().setRequestRecordList({});
+  }
+}
+
 TEST_F(RecordedPagingCallers, NextPageIsForTheOldestRequest) {
   listRooms(300, 151);
   signIn();

@@ -96,6 +96,18 @@ TEST_F(RepeatedPage, IsNotTheOneAskedForWhenAnotherIsWantedByTheEndOfThePause) {
   EXPECT_EQ(courses().getRecordCourseCount(), 30u);
 }
 
+TEST_F(RepeatedPage, IsAskedForAtTheEndOfThePauseThoughAnotherOneHasComeMeanwhile) {
+  listPassedOver();
+  signIn();
+  ask("a", 0, 30);
+  runFor(4);
+  courses().loadRecordCourseWithPage_retryCount(1, 3);
+  settle();
+  pagesAsked.clear();
+  runFor(4);
+  EXPECT_EQ(pagesAsked, Strings{"items 1"});
+}
+
 TEST_F(RepeatedPage, OfLiveCoursesIsNotTheOneAskedForEither) {
   listLive(2, 1, 30);
   for (std::int64_t room = 31; room <= 60; ++room) live[2].push_back(courseItem(1, live_type::kLive, 2));
