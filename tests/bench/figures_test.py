@@ -29,11 +29,11 @@ PRINTED = {
         "a page that changes nothing     10000 listed:   493 us, 1.04 x of 100 listed;   493 us of processor time, 1.05 x\n"
         "a page of 30 new courses        10000 listed:  3930 us, 1.83 x of 100 listed;  1942 us of processor time, 1.28 x\n"
         "a range of 3000 with 10000 listed: answered in 250 ms; of 62637 look-ups on main the longest took 12405 us by the "
-        "clock, 4439 us of the process's work (8 above 2 ms)\n"
+        "clock, and was held up for 4439 us (8 above 2 ms)\n"
         "pages for a range of 3000 with 10000 listed: answered in 737 ms; of 378804 look-ups on main the longest took 950 us "
-        "by the clock, 547 us of the process's work (0 above 2 ms)\n"
+        "by the clock, and was held up for 547 us (0 above 2 ms)\n"
         "pages for a range of 3000 with 100000 listed: answered in 737 ms; of 378804 look-ups on main the longest took "
-        "9950 us by the clock, 6547 us of the process's work (1 above 2 ms)\n",
+        "9950 us by the clock, and was held up for 6547 us (1 above 2 ms)\n",
     "bench_AskBench": "round trip p50: two callbacks 101.20 us, ask 104.24 us, ratio 1.030 (budget 1.05)\n"
                       "main thread's work: two callbacks 11.00 us, ask 13.20 us, ratio 1.200\n",
     "bench_CourseViewBench":
@@ -103,7 +103,7 @@ class FiguresTest(unittest.TestCase):
                 ("page reply of 39 KB, parsed and mapped", "µs", 34.5 + 122.1, False),
                 ("page of 30 new courses, 100 listed", "× by hand", 2.27, False),
                 ("page that changes nothing, 10,000 listed", "× 100 listed", 1.05, True),
-                ("longest look-up while a range is answered, 10,000 listed", "µs of work", 4439, False),
+                ("longest look-up while a range is answered, 10,000 listed", "µs", 4439, False),
                 ("longest closure on the main thread, 10,000 courses", "µs of work", 146, True),
                 ("a request by ask, round trip p50", "× two callbacks", 1.03, True),
                 ("longest step of the main thread, a view of 10,000 courses", "ms of work", 2.512, False),
