@@ -152,6 +152,10 @@ struct FieldRules<Number> {
   static void assign(Record& record, const json::value& value) {
     Access::write(record, RecordNumber(value).as<Number>());
   }
+  template <typename Access>
+  static void assignText(Record& record, std::string_view text) {
+    Access::write(record, RecordNumber::ofText(text).as<Number>());
+  }
   /// The number in the kind in which it would come back from a JSON text.
   static json::value toJson(Number number) {
     if constexpr (std::same_as<Number, std::uint64_t>) {
@@ -252,6 +256,10 @@ struct OptionalRules {
     if (value.is_null()) return Access::write(record, std::nullopt);
     if (takes(value)) Access::write(record, fromJson(value));
   }
+  template <typename Access>
+  static void assignText(Record& record, std::string_view text) {
+    if constexpr (isText) Access::write(record, std::string(text));
+  }
   /// Written from where it lies: the only copy is the one that goes out.
   template <typename Access>
   static void emit(const Record& record, std::string_view key, json::object& out) {
@@ -295,6 +303,8 @@ struct FieldRules<std::shared_ptr<Nested>> {
       Access::write(record, makeRecord<Nested>(value.get_object()));
     }
   }
+  template <typename Access>
+  static void assignText(Record&, std::string_view) {}
   /// A dictionary within the dictionary.
   template <typename Access>
   static void emit(const Record& record, std::string_view key, json::object& out) {
@@ -335,6 +345,7 @@ RecordField makeField(std::string_view name, std::vector<std::string_view> keys)
   return {name,
           std::move(keys),
           &Rules::template assign<Access>,
+          &Rules::template assignText<Access>,
           &Rules::template emit<Access>,
           [](const Record& one, const Record& other) {
             return Rules::same(Access::read(one), Access::read(other));

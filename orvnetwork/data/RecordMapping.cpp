@@ -1,5 +1,6 @@
 #include "orvnetwork/data/RecordMapping.h"
 
+#include <orvnetwork/data/JsonIndex.h>
 #include <orvnetwork/data/TextFormat.h>
 
 #include <cstdio>
@@ -70,6 +71,30 @@ void RecordTable::merge(Record& record, const json::object& values) const {
   }
   for (std::size_t field = 0; field < fields_.size(); ++field) {
     if (found[field].value != nullptr) fields_[field].assign(record, *found[field].value);
+  }
+}
+
+void RecordTable::merge(Record& record, const JsonView& values) const {
+  // By place: a member's is never 0.
+  std::array<std::uint32_t, kMaxFields> found{};
+  std::array<std::uint8_t, kMaxFields> ranks;
+  values.eachMember([&](std::string_view key, const JsonView& value) {
+    const Slot* const slot = find(key);
+    if (slot == nullptr) return;
+    // The last one of a key counts.
+    if (found[slot->field] != 0 && slot->rank > ranks[slot->field]) return;
+    found[slot->field] = value.place();
+    ranks[slot->field] = slot->rank;
+  });
+  std::string room;
+  for (std::size_t field = 0; field < fields_.size(); ++field) {
+    if (found[field] == 0) continue;
+    const JsonView value = values.at(found[field]);
+    if (value.isText()) {
+      fields_[field].assignText(record, value.text(room));
+    } else {
+      fields_[field].assign(record, value.value());
+    }
   }
 }
 

@@ -10,6 +10,8 @@
 
 namespace orv {
 
+class JsonView;
+
 /// What the field table knows of one field: its names, and how it is read and written. Made by `recordField` and
 /// `recordAccessor` in `RecordField.h`; nobody else fills one.
 ///
@@ -24,6 +26,8 @@ struct RecordField {
 
   /// Fills the field from a JSON value by the rules of its kind, or leaves it as it is when they ignore the value.
   void (*assign)(Record& record, const json::value& value);
+  /// The same with a value that is this text.
+  void (*assignText)(Record& record, std::string_view text);
   /// Adds the field to a JSON dictionary, if it has anything to add.
   void (*emit)(const Record& record, std::string_view key, json::object& out);
   /// Whether the field is equal in two records.
@@ -62,6 +66,8 @@ class ORV_EXPORT RecordTable {
   /// field the one counts that stands first in the field's list, be its value null; keys that no field has are passed
   /// over. The fields are filled in the order of the table, whatever the order in the dictionary.
   void merge(Record& record, const json::object& values) const;
+  /// The same with a dictionary that stands in a text and has not been made.
+  void merge(Record& record, const JsonView& values) const;
 
  private:
   /// A key's place in the table of keys: the field that it belongs to and its rank among the field's keys.

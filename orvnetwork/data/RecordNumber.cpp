@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <string>
 
 namespace orv {
 
@@ -50,26 +51,31 @@ RecordNumber::RecordNumber(const json::value& value) {
       real_ = value.get_double();
       return;
     case json::kind::string:
-      readText(value.get_string());
+      readText({value.get_string().data(), value.get_string().size()});
       return;
     default:
       return;
   }
 }
 
-void RecordNumber::readText(const json::string& text) {
-  const std::string_view view(text.data(), text.size());
-  if (isOneOf(view, kNoneWords)) return;
-  if (view.find('.') != std::string_view::npos) {
-    real_ = realFromText(text.c_str());
+RecordNumber RecordNumber::ofText(std::string_view text) {
+  RecordNumber number;
+  number.readText(text);
+  return number;
+}
+
+void RecordNumber::readText(std::string_view text) {
+  if (isOneOf(text, kNoneWords)) return;
+  if (text.find('.') != std::string_view::npos) {
+    real_ = realFromText(std::string(text).c_str());
     if (std::isfinite(real_)) kind_ = Kind::Real;
     return;
   }
   kind_ = Kind::Signed;
-  if (isOneOf(view, kTrueWords)) {
+  if (isOneOf(text, kTrueWords)) {
     integer_ = 1;
-  } else if (!isOneOf(view, kFalseWords)) {
-    integer_ = strtoll(text.c_str(), nullptr, 10);
+  } else if (!isOneOf(text, kFalseWords)) {
+    integer_ = strtoll(std::string(text).c_str(), nullptr, 10);
   }
 }
 

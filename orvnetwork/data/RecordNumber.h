@@ -29,6 +29,8 @@ class ORV_EXPORT RecordNumber {
  public:
   /// Reads a value; what is no number stands for none.
   explicit RecordNumber(const json::value& value);
+  /// Reads a text: the same number as that of a JSON value which is this text.
+  static RecordNumber ofText(std::string_view text);
 
   /// Reals lose their fraction and are held to the range; an unsigned number above it wraps around. None is 0 here and
   /// below.
@@ -66,7 +68,8 @@ class ORV_EXPORT RecordNumber {
  private:
   enum class Kind : unsigned char { None, Signed, Unsigned, Real };
 
-  void readText(const json::string& text);
+  RecordNumber() = default;
+  void readText(std::string_view text);
 
   Kind kind_ = Kind::None;
   std::int64_t integer_ = 0;  // the bits of an unsigned one
