@@ -105,7 +105,9 @@ void QXWebSocketMgr::reconnect() {
     if (trace_->isOn()) trace_->event(TraceKind::Closed, number - 1, "another attempt takes its place");
   }
   if (trace_->isOn()) trace_->attempt(number, request.url);
-  request.prepare = prepareFrame;
+  request.prepare = [readers = requests_->frameReaders()](std::string_view message) {
+    return prepareFrame(message, *readers);
+  };
   request.sizeOfPrepared = sizeOfPreparedFrame;
   const auto fresh = platform.makeWebSocket(std::move(request));
   fresh->setDelegate(this);

@@ -1,8 +1,11 @@
 #include "orvnetwork/transport/detail/ArrivingFrame.h"
 
+#include <orvnetwork/data/JsonIndex.h>
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/transport/detail/FrameHead.h>
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -11,6 +14,23 @@ namespace orv {
 namespace {
 
 using WholeFrame = std::shared_ptr<const ReplyFrame>;
+
+/// A message that goes as its text although it is long.
+struct IndexedFrame {
+  FrameHead head;
+  std::shared_ptr<const JsonIndex> index;
+};
+
+/// Absent where nobody wants it so, or the message is out of the ordinary.
+std::optional<IndexedFrame> indexFrame(std::string_view message, SteadyTime now,
+                                       const FrameReaders& readers) {
+  if (!readers.any()) return std::nullopt;
+  auto index = JsonIndex::read(message);
+  if (index == nullptr) return std::nullopt;
+  const auto head = FrameHead::read(message, *index, now);
+  if (!head || !readers.contains(head->timestamp)) return std::nullopt;
+  return IndexedFrame{*head, std::move(index)};
+}
 
 WholeFrame binaryMessage(SteadyTime arrivedAt) {
   auto unreadable = std::make_shared<ReplyFrame>();
@@ -21,9 +41,10 @@ WholeFrame binaryMessage(SteadyTime arrivedAt) {
 
 }  // namespace
 
-std::any prepareFrame(std::string_view message) {
+std::any prepareFrame(std::string_view message, const FrameReaders& readers) {
   const SteadyTime now = Platform::current().clock().steadyNow();
   if (const auto head = FrameHead::read(message, now)) return *head;
+  if (auto indexed = indexFrame(message, now, readers)) return *std::move(indexed);
   return ReplyFrame::read(message, now);
 }
 
@@ -31,6 +52,8 @@ std::size_t sizeOfPreparedFrame(const std::any& prepared) {
   if (!prepared.has_value()) return 0;
   // Beside its values a frame takes its own place and those of what shares it.
   constexpr std::size_t kFrameItself = sizeof(ReplyFrame) + 64;
+  const auto* const indexed = std::any_cast<IndexedFrame>(&prepared);
+  if (indexed != nullptr) return kFrameItself + indexed->index->memory();
   const auto* const whole = std::any_cast<WholeFrame>(&prepared);
   return kFrameItself + (whole != nullptr ? (*whole)->memory : 0);
 }
@@ -38,6 +61,9 @@ std::size_t sizeOfPreparedFrame(const std::any& prepared) {
 std::shared_ptr<const ReplyFrame> takeFrame(WebSocketMessage& message) {
   if (const auto* const head = std::any_cast<FrameHead>(&message.prepared)) {
     return ReplyFrame::ofHead(*head, std::move(message.payload));
+  }
+  if (auto* const indexed = std::any_cast<IndexedFrame>(&message.prepared)) {
+    return ReplyFrame::ofHead(indexed->head, std::move(message.payload), std::move(indexed->index));
   }
   if (const auto* const whole = std::any_cast<WholeFrame>(&message.prepared)) return *whole;
   const SteadyTime now = Platform::current().clock().steadyNow();

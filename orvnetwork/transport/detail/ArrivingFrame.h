@@ -1,9 +1,10 @@
 #pragma once
 
 // A message's way from the socket's thread to the main thread: what the former makes of it, and what the latter takes from
-// that. Small ones go as their texts with a head, all others as values.
+// that. Small ones go as their texts with a head, and so do those that somebody will read as texts; all others as values.
 
 #include <orvnetwork/platform/WebSocket.h>
+#include <orvnetwork/transport/detail/FrameReaders.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 
 #include <any>
@@ -14,7 +15,8 @@
 namespace orv {
 
 /// What is made of a text message as soon as it is there. Any thread.
-std::any prepareFrame(std::string_view message);
+/// @param readers who want no values of the reply to their request
+std::any prepareFrame(std::string_view message, const FrameReaders& readers);
 
 /// What that takes of memory until the main thread has dealt with it, in bytes. Values that are read only when they are
 /// asked for do not count: there are those of one frame at a time. Any thread.

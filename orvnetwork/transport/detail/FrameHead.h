@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/data/JsonIndex.h>
 #include <orvnetwork/data/Types.h>
 
 #include <cstddef>
@@ -8,7 +9,7 @@
 
 namespace orv {
 
-/// What the link needs of a frame before anybody wants its values: found by a look through the text, without making them.
+/// What the link needs of a frame before anybody wants its values: found by an index of the text, without making them.
 ///
 /// The tree of a small frame is made on the thread that will drop it, just before it is handed out: memory that one thread
 /// takes and another gives back costs more than the reading. Until then the frame is its text. A text that has a head is a
@@ -23,11 +24,14 @@ struct FrameHead {
   /// "s": the identifier of the request that it answers; 0 when there is none.
   std::int64_t timestamp = 0;
   /// Where "C", the command, stands in the text, as it is; at 0 when there is none.
-  std::uint16_t commandAt = 0;
-  std::uint16_t commandSize = 0;
+  std::uint32_t commandAt = 0;
+  std::uint32_t commandSize = 0;
 
   /// The head of a message; absent where it has to be read whole. Any thread.
   static std::optional<FrameHead> read(std::string_view message, SteadyTime arrivedAt = {});
+  /// The head of a message of any length that has an index; absent where its values are to be read. Any thread.
+  static std::optional<FrameHead> read(std::string_view message, const JsonIndex& index,
+                                       SteadyTime arrivedAt = {});
 };
 
 }  // namespace orv

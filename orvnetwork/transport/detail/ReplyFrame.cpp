@@ -41,12 +41,14 @@ std::shared_ptr<const ReplyFrame> ReplyFrame::read(std::string_view message, Ste
   return frame;
 }
 
-std::shared_ptr<const ReplyFrame> ReplyFrame::ofHead(const FrameHead& head, std::string message) {
+std::shared_ptr<const ReplyFrame> ReplyFrame::ofHead(const FrameHead& head, std::string message,
+                                                     std::shared_ptr<const JsonIndex> index) {
   auto frame = std::make_shared<ReplyFrame>();
   frame->arrivedAt = head.arrivedAt;
   frame->timestamp = head.timestamp;
   if (head.commandAt != 0) frame->command.emplace(message, head.commandAt, head.commandSize);
   frame->unread_ = std::move(message);
+  frame->index_ = std::move(index);
   return frame;
 }
 
@@ -54,7 +56,8 @@ std::shared_ptr<const ReplyFrame> ReplyFrame::ofHead(const FrameHead& head, std:
 void ReplyFrame::readValues() const {
   auto parsed = parseJsonWithin(unread_, kMostMemory);
   root_ = parsed && parsed->value.is_object() ? std::move(parsed->value) : json::value(json::object());
-  unread_ = {};
+  // Another thread may be reading by the index.
+  if (index_ == nullptr) unread_ = {};
 }
 
 }  // namespace orv

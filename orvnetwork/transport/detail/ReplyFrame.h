@@ -37,25 +37,29 @@ struct ReplyFrame {
   bool isFrame() const { return root_.has_value() || !unread_.empty(); }
   bool succeeded() const { return ret == 0; }
   /// The whole frame; only when `isFrame()`. That of a head is read with the first call, after which the frame may be used
-  /// on any thread.
+  /// on any thread; one with an index stays as it is.
   const json::object& dictionary() const {
     if (!root_) readValues();
     return root_->get_object();
   }
 
-  /// The message, while its values have not been read.
+  /// The message, while its values have not been read, or if there is an index.
   const std::string& unreadText() const { return unread_; }
+  /// Where the values stand in that text; null unless the frame was made with it.
+  const std::shared_ptr<const JsonIndex>& index() const { return index_; }
 
   /// Reads a message. Any thread.
   static std::shared_ptr<const ReplyFrame> read(std::string_view message, SteadyTime arrivedAt = {});
   /// A frame of which only the head has been read, with its text. Any thread.
-  static std::shared_ptr<const ReplyFrame> ofHead(const FrameHead& head, std::string message);
+  static std::shared_ptr<const ReplyFrame> ofHead(const FrameHead& head, std::string message,
+                                                  std::shared_ptr<const JsonIndex> index = nullptr);
 
  private:
   void readValues() const;
 
   mutable std::optional<json::value> root_;
   mutable std::string unread_;
+  std::shared_ptr<const JsonIndex> index_;
 };
 
 }  // namespace orv

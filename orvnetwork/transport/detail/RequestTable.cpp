@@ -3,6 +3,7 @@
 #include <orvnetwork/platform/Platform.h>
 #include <orvnetwork/support/QXFileLog.h>
 #include <orvnetwork/transport/SentRequest.h>
+#include <orvnetwork/transport/UnreadReply.h>
 #include <orvnetwork/transport/detail/CurrentReply.h>
 
 #include <algorithm>
@@ -81,6 +82,7 @@ void RequestTable::file(const SubmittedRequest& request) {
   const std::int64_t timestamp = request.item->timestamp;
   const auto filed = requestData_.insert_or_assign(timestamp, request);
   if (!filed.second) counters_.placeTaken();
+  frameReaders_->set(timestamp, UnreadReplyBlock::is(request.item->completeBlock));
   // A busy main thread does not lengthen the time-out; a callback that kept the table from being used does.
   armTimeout(timestamp, std::max(request.at, freeSince_) + kRequestTimeout);
 }
@@ -162,8 +164,11 @@ void RequestTable::complete(const std::shared_ptr<const ReplyFrame>& frame) {
     park(item);
   } else if (item->completeBlock) {
     const CurrentReply current(frame);
-    runGuarded("completion callback",
-               [&] { item->completeBlock(item, reply.succeeded(), reply.dictionary()); });
+    runGuarded("completion callback", [&] {
+      static const auto& none = *new json::object();
+      const bool wantsValues = !UnreadReplyBlock::is(item->completeBlock);
+      item->completeBlock(item, reply.succeeded(), wantsValues ? reply.dictionary() : none);
+    });
   }
   remove(item->timestamp);
   if (isParked) parked_();
@@ -192,6 +197,7 @@ void RequestTable::resendParked() {
 
 void RequestTable::remove(std::int64_t timestamp) {
   requestData_.erase(timestamp);
+  frameReaders_->set(timestamp, false);
   freeSince_ = steadyNow();
   publishCounts();
 }

@@ -7,6 +7,7 @@
 
 #include <orvnetwork/platform/SerialQueue.h>
 #include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/detail/FrameReaders.h>
 #include <orvnetwork/transport/detail/LinkCounters.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/TimeoutList.h>
@@ -66,6 +67,10 @@ class RequestTable {
   /// @param share the message's share of what may wait for the main thread; held until the reply has been dealt with
   void answer(std::shared_ptr<const ReplyFrame> reply, std::shared_ptr<void> share);
 
+  /// Which of the requests that wait for a reply take it unread. For the thread that reads the socket; lives as long as
+  /// the last who holds it.
+  const std::shared_ptr<FrameReaders>& frameReaders() const { return frameReaders_; }
+
   /// How many requests wait for a reply, how many for a session, and how many time-outs are armed. Any thread;
   /// exact on the main thread.
   std::size_t outstandingCount() const { return outstandingCount_; }
@@ -97,6 +102,7 @@ class RequestTable {
   const std::function<void()> parked_, timedOut_;
   LinkCounters& counters_;
   const std::shared_ptr<SerialQueue> requestDataSyncQueue_;
+  const std::shared_ptr<FrameReaders> frameReaders_ = std::make_shared<FrameReaders>();
 
   // Counts what was posted to the queue and is no part of requests that go together.
   std::atomic<std::uint64_t> otherSteps_{0};

@@ -148,7 +148,7 @@ TEST(ArrivingFrame, GoesAsItsTextWithAHeadOrAsItsValues) {
   for (const bool isPlain : {true, false}) {
     WebSocketMessage message;
     message.payload = isPlain ? R"({"C":"a","s":12})" : R"({"C":"a","s":"12.9"})";
-    message.prepared = prepareFrame(message.payload);
+    message.prepared = prepareFrame(message.payload, FrameReaders());
     const std::size_t size = sizeOfPreparedFrame(message.prepared);
     const auto frame = takeFrame(message);
     EXPECT_EQ(frame->timestamp, 12);
