@@ -217,7 +217,10 @@ CourseStore::Copy CourseStore::copyOf(const CourseListName& list, const std::str
 
 CourseStore::Read CourseStore::read(const CourseListName& list, const json::object& item) const {
   Read read{.roomID = looseInt64(member(item, "roomID"))};
-  if (read.roomID <= 0 || (list.kind == CourseListKind::Recorded && !isListedInCloud(item))) return read;
+  const bool isListed =
+      list.kind != CourseListKind::Recorded ||
+      isListedInCloud(looseInt64(member(item, "status")), looseInt64(member(item, "publishStatus")));
+  if (read.roomID <= 0 || !isListed) return read;
   const Copy known = copyOf(list, courseKey(read.roomID));
   const std::shared_ptr<OrvCourseModel> course =
       known != nullptr ? known->copyWithZone() : std::make_shared<OrvCourseModel>();

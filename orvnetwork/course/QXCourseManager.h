@@ -17,6 +17,7 @@ namespace orv {
 
 struct Catalogue;
 class CourseStore;
+class PageReply;
 struct PageLoad;
 class UnmergedPage;
 
@@ -272,11 +273,10 @@ class ORV_EXPORT QXCourseManager final {
   void loadRecordPage(std::int64_t page, std::int64_t retryCount, std::uint64_t opened);
   void loadLivePage(std::int64_t page, std::uint64_t status, std::int64_t retryCount, std::uint64_t opened);
   void retryRecordPage(const PageLoad& load);
-  void mergeRecordPage(const PageLoad& load, const json::array& items,
-                       std::shared_ptr<UnmergedPage> unmerged);
+  void mergeRecordPage(const PageLoad& load, const PageReply& reply, std::shared_ptr<UnmergedPage> unmerged);
   void checkAfterRecordPage(const PageLoad& load, bool lastPage);
   void retryLivePage(const PageLoad& load);
-  void mergeLiveCoursePage(const PageLoad& load, const json::array& items,
+  void mergeLiveCoursePage(const PageLoad& load, const PageReply& reply,
                            std::shared_ptr<UnmergedPage> unmerged);
   void checkAfterLivePage(const PageLoad& load, bool lastPage);
   void takeUpdate(const Course& course, const json::value& data, std::uint64_t opened);

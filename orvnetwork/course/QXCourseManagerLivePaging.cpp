@@ -7,6 +7,7 @@
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PageMerging.h>
+#include <orvnetwork/course/detail/PageReply.h>
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
@@ -14,6 +15,7 @@
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
 #include <orvnetwork/support/QXFileLog.h>
+#include <orvnetwork/transport/UnreadReply.h>
 
 #include <algorithm>
 #include <iterator>
@@ -27,13 +29,13 @@ namespace orv {
 
 namespace {
 
-void logPage(bool success, std::uint64_t status, const PagingUser& user, const json::object& reply) {
+void logPage(bool success, std::uint64_t status, const PagingUser& user, const UnreadReply& reply) {
   QXFileLog& fileLog = QXFileLog::standard();
   const int shown = static_cast<int>(status);
   if (success) {
     fileLog.log("拉取课程(状态 %d)列表成功: %@ %@", shown, user.classroom, user.title);
   } else {
-    fileLog.log("拉取课程(状态 %d)列表失败: %@ %@ %@", shown, user.classroom, user.title, reply);
+    fileLog.log("拉取课程(状态 %d)列表失败: %@ %@ %@", shown, user.classroom, user.title, reply.values());
   }
 }
 
@@ -161,28 +163,28 @@ void QXCourseManager::loadLivePage(std::int64_t page, std::uint64_t status, std:
   QXAPIHelper::getMyCourseWithStart_limit_classroomID_uID_containTest_courseStatus_completeBlock_timeoutBlock(
       page, kCoursePageSize, int64FromText(user->classroom), user->uID, containTest(),
       static_cast<std::int64_t>(status),
-      [this, inFlight, load, ticket, asked = *user](const auto&, bool success, const json::object& reply) {
-        ticket->answered();
-        logPage(success, load.status, asked, reply);
-        if (hasLeft(asked.classroom)) {
-          // The page counts as in flight for good: nothing more is loaded in this process, on purpose.
-          catalogue_->merges->post([this, load] {
-            checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(load.page, load.status, false,
-                                                                              load.retriesLeft);
-          });
-          return;
-        }
-        const bool isPage = success && looseObject(member(reply, "v")) != nullptr;
-        // Before another page may be asked for.
-        auto unmerged = isPage ? std::make_shared<UnmergedPage>(catalogue_->livePaging) : nullptr;
-        inFlight->signal();
-        if (!isPage) return retryLivePage(load);
-        catalogue_->merges->post(
-            [this, load, courses = keepItems(reply), unmerged = std::move(unmerged)]() mutable {
-              const json::array none;
-              mergeLiveCoursePage(load, courses != nullptr ? *courses : none, std::move(unmerged));
+      UnreadReplyBlock{
+          [this, inFlight, load, ticket, asked = *user](bool success, const UnreadReply& unread) {
+            ticket->answered();
+            logPage(success, load.status, asked, unread);
+            if (hasLeft(asked.classroom)) {
+              // The page counts as in flight for good: nothing more is loaded in this process, on purpose.
+              catalogue_->merges->post([this, load] {
+                checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(load.page, load.status,
+                                                                                  false, load.retriesLeft);
+              });
+              return;
+            }
+            const auto reply = success ? std::make_shared<const PageReply>(unread) : nullptr;
+            const bool isPage = reply != nullptr && reply->hasValues();
+            // Before another page may be asked for.
+            auto unmerged = isPage ? std::make_shared<UnmergedPage>(catalogue_->livePaging) : nullptr;
+            inFlight->signal();
+            if (!isPage) return retryLivePage(load);
+            catalogue_->merges->post([this, load, reply, unmerged = std::move(unmerged)]() mutable {
+              mergeLiveCoursePage(load, *reply, std::move(unmerged));
             });
-      },
+          }},
       [givenUp, ticket](const auto&) {
         ticket->answered();
         givenUp();
@@ -196,14 +198,15 @@ void QXCourseManager::retryLivePage(const PageLoad& load) {
   catalogue_->merges->post([this, load] { checkAfterLivePage(load, false); });
 }
 
-void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const json::array& items,
+void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const PageReply& reply,
                                           std::shared_ptr<UnmergedPage> unmerged) {
+  const PageItems items = reply.items(load.page);
   QXFileLog& fileLog = QXFileLog::standard();
   fileLog.log("拉取课程(状态 %d)个数: %d", static_cast<int>(load.status), static_cast<int>(items.size()));
   LivePageEffects effects(*catalogue_, load.status, items);
   const auto result = mergePage(*catalogue_, CourseListKind::Live, load, items, [&](OptionalString& cursor) {
     effects.begin();
-    return mergeLivePage(catalogue_->live.lists(), load.status, cursor, load.page, items, effects);
+    return mergeLivePage(catalogue_->live.lists(), load.status, cursor, items, effects);
   });
   if (result) {
     fileLog.log("新拉取课程(state %d): %@", static_cast<int>(load.status), effects.titles());

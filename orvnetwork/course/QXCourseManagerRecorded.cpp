@@ -7,11 +7,13 @@
 #include <orvnetwork/course/detail/PageAnswers.h>
 #include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PageMerging.h>
+#include <orvnetwork/course/detail/PageReply.h>
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/PageTicket.h>
 #include <orvnetwork/course/detail/PagingUser.h>
 #include <orvnetwork/course/detail/RecordPageEffects.h>
 #include <orvnetwork/course/detail/RequestList.h>
+#include <orvnetwork/transport/UnreadReply.h>
 
 #include <memory>
 #include <mutex>
@@ -135,19 +137,19 @@ void QXCourseManager::loadRecordPage(std::int64_t page, std::int64_t retryCount,
       filterCourseWithClassroomID_liveType_start_limit_draft_uID_keyword_toTime_fromTime_completeBlock_timeoutBlock(
           user->classroom, live_type::kRecorded, page, kCoursePageSize, false, user->uID, std::nullopt,
           std::nullopt, std::nullopt,
-          [this, inFlight, load, ticket](const auto&, bool success, const json::object& reply) {
+          UnreadReplyBlock{[this, inFlight, load, ticket](bool success, const UnreadReply& unread) {
             ticket->answered();
-            std::shared_ptr<const json::array> items = success ? keepItems(reply) : nullptr;
+            const auto reply = success ? std::make_shared<const PageReply>(unread) : nullptr;
+            const bool isPage = reply != nullptr && reply->hasItems();
             // Before another page may be asked for.
-            auto unmerged = items != nullptr ? std::make_shared<UnmergedPage>(catalogue_->paging) : nullptr;
+            auto unmerged = isPage ? std::make_shared<UnmergedPage>(catalogue_->paging) : nullptr;
             inFlight->signal();
-            if (items == nullptr) return retryRecordPage(load);
+            if (!isPage) return retryRecordPage(load);
             // The main thread only hands the page on; the rest is the workers'.
-            catalogue_->merges->post(
-                [this, load, courses = std::move(items), unmerged = std::move(unmerged)]() mutable {
-                  mergeRecordPage(load, *courses, std::move(unmerged));
-                });
-          },
+            catalogue_->merges->post([this, load, reply, unmerged = std::move(unmerged)]() mutable {
+              mergeRecordPage(load, *reply, std::move(unmerged));
+            });
+          }},
           [givenUp, ticket](const auto&) {
             ticket->answered();
             givenUp();
@@ -161,13 +163,14 @@ void QXCourseManager::retryRecordPage(const PageLoad& load) {
   catalogue_->merges->post([this, load] { checkAfterRecordPage(load, false); });
 }
 
-void QXCourseManager::mergeRecordPage(const PageLoad& load, const json::array& items,
+void QXCourseManager::mergeRecordPage(const PageLoad& load, const PageReply& reply,
                                       std::shared_ptr<UnmergedPage> unmerged) {
+  const PageItems items = reply.items(load.page);
   RecordPageEffects effects(*catalogue_, items);
   const auto result =
       mergePage(*catalogue_, CourseListKind::Recorded, load, items, [&](OptionalString& cursor) {
         effects.begin();
-        return mergeCloudPage(catalogue_->cloud.list(), cursor, load.page, items, effects);
+        return mergeCloudPage(catalogue_->cloud.list(), cursor, items, effects);
       });
   unmerged.reset();
   checkAfterRecordPage(load, result && result->lastPage);

@@ -2,8 +2,6 @@
 
 #include <orvnetwork/course/detail/CourseCodes.h>
 #include <orvnetwork/course/detail/KeyList.h>
-#include <orvnetwork/course/detail/PageItems.h>
-#include <orvnetwork/data/LooseRead.h>
 
 #include <string>
 
@@ -35,21 +33,18 @@ std::int64_t insertNew(KeyList& list, const PageItems& items, std::size_t item, 
 
 }  // namespace
 
-bool isListedInCloud(const json::object& item) {
-  const std::int64_t status = looseInt64(member(item, "status"));
-  const std::int64_t published = looseInt64(member(item, "publishStatus"));
+bool isListedInCloud(std::int64_t status, std::int64_t publishStatus) {
   const bool isPublished =
-      published == publish_status::kPublished || published == publish_status::kConverting;
+      publishStatus == publish_status::kPublished || publishStatus == publish_status::kConverting;
   return status != course_status::kWithdrawn && (status != course_status::kRecorded || isPublished);
 }
 
-PageMergeResult mergeCloudPage(KeyList& list, OptionalString& cursor, std::int64_t page,
-                               const json::array& data, CloudMergeEffects& effects) {
-  const PageItems items(page, data);
-  PagePass pass(list, cursor, page, effects);
+PageMergeResult mergeCloudPage(KeyList& list, OptionalString& cursor, const PageItems& items,
+                               CloudMergeEffects& effects) {
+  PagePass pass(list, cursor, items.page(), effects);
   for (std::size_t item = 0; item < items.size(); ++item) {
-    const json::object* course = items.course(item);
-    if (course == nullptr || !isListedInCloud(*course)) continue;
+    const CourseValues& course = items.course(item);
+    if (!course.isCourse() || !isListedInCloud(course.status(), course.publishStatus())) continue;
     const std::string key = items.key(item);
     const std::size_t known = list.indexOf(key, pass.hint());
     const bool isKnown = known != KeyList::npos;

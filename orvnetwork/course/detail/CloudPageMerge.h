@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PagePass.h>
 
 #include <string>
@@ -18,9 +19,9 @@ class CloudMergeEffects : public DroppedCourses {
   ~CloudMergeEffects() = default;
 };
 
-/// Whether an item of the server's list stands in the list of recorded courses: items with status 4, and those with
+/// Whether a course of the server's list stands in the list of recorded courses: items with status 4, and those with
 /// status 5 that are not published (1 or 3), do not.
-bool isListedInCloud(const json::object& item);
+bool isListedInCloud(std::int64_t status, std::int64_t publishStatus);
 
 /// Merges a page of recorded courses into their list: puts new keys where the order of room identifiers wants
 /// them, drops what the server passed over since the course that it listed before, and cuts off what lies
@@ -34,8 +35,7 @@ bool isListedInCloud(const json::object& item);
 ///
 /// @param list   changed in place
 /// @param cursor key of the course that was confirmed last in this pass; none at its start
-/// @param page   counts from 1
-PageMergeResult mergeCloudPage(KeyList& list, OptionalString& cursor, std::int64_t page,
-                               const json::array& items, CloudMergeEffects& effects);
+PageMergeResult mergeCloudPage(KeyList& list, OptionalString& cursor, const PageItems& items,
+                               CloudMergeEffects& effects);
 
 }  // namespace orv

@@ -13,7 +13,7 @@ bool LivePageEffects::findRecord(std::size_t item, const std::string& key, bool 
   const bool inMemory = course_ != nullptr;
   if (!inMemory && known) course_ = ahead_.take(key);
   if (course_ == nullptr) course_ = std::make_shared<OrvCourseModel>();
-  course_->merge(items_[item].get_object());
+  items_.course(item).fill(*course_);
   return inMemory;
 }
 

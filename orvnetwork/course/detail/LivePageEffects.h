@@ -14,7 +14,7 @@ namespace orv {
 /// catalogue is held, when it reads what it will need, and its files are written after that (`RecordFiles::finish`).
 class LivePageEffects final : public LiveMergeEffects {
  public:
-  LivePageEffects(CourseCollections& courses, std::uint64_t status, const json::array& items)
+  LivePageEffects(CourseCollections& courses, std::uint64_t status, const PageItems& items)
       : courses_(courses), items_(items), ahead_(courses.live, status, items) {}
 
   /// The caller holds the catalogue from here on.
@@ -30,7 +30,7 @@ class LivePageEffects final : public LiveMergeEffects {
 
  private:
   CourseCollections& courses_;
-  const json::array& items_;
+  const PageItems& items_;
   RecordsAhead ahead_;
   Collection::Course course_;
   std::string titles_;

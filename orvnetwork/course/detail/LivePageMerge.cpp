@@ -1,7 +1,5 @@
 #include "orvnetwork/course/detail/LivePageMerge.h"
 
-#include <orvnetwork/course/detail/PageItems.h>
-
 #include <string>
 
 namespace orv {
@@ -29,14 +27,13 @@ void takeOut(std::span<KeyList> lists, KeyList& list, std::size_t item, const st
 }  // namespace
 
 PageMergeResult mergeLivePage(std::span<KeyList> lists, std::size_t status, OptionalString& cursor,
-                              std::int64_t page, const json::array& data, LiveMergeEffects& effects) {
-  const PageItems items(page, data);
+                              const PageItems& items, LiveMergeEffects& effects) {
   const PageMergeResult result{.lastPage = items.isLastPage(), .writeList = !items.empty()};
   if (status >= lists.size()) return result;
   KeyList& list = lists[status];
-  PagePass pass(list, cursor, page, effects);
+  PagePass pass(list, cursor, items.page(), effects);
   for (std::size_t item = 0; item < items.size(); ++item) {
-    if (items.course(item) == nullptr) continue;
+    if (!items.course(item).isCourse()) continue;
     const std::string key = items.key(item);
     takeOut(lists, list, item, key, pass.hint(), effects);
     effects.storeRecord(item, key);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PagePass.h>
 
 #include <span>
@@ -31,8 +32,7 @@ class LiveMergeEffects : public DroppedCourses {
 /// @param lists  one for each status, changed in place: that of `status`, and those that a course leaves for it
 /// @param status a page of one that has no list changes nothing
 /// @param cursor key of the course that was confirmed last in this pass; none at its start
-/// @param page   counts from 1
 PageMergeResult mergeLivePage(std::span<KeyList> lists, std::size_t status, OptionalString& cursor,
-                              std::int64_t page, const json::array& items, LiveMergeEffects& effects);
+                              const PageItems& items, LiveMergeEffects& effects);
 
 }  // namespace orv

@@ -2,7 +2,6 @@
 
 #include <orvnetwork/course/detail/Catalogue.h>
 #include <orvnetwork/course/detail/Collection.h>
-#include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PageRepeats.h>
 #include <orvnetwork/platform/Console.h>
 
@@ -34,7 +33,7 @@ PageMergeResult mergeInMemory(Paging& paging, const KeyList& list, const PageLoa
 }  // namespace
 
 std::optional<PageMergeResult> mergePage(Catalogue& catalogue, CourseListKind kind, const PageLoad& load,
-                                         const json::array& items, const Merge& merge) {
+                                         const PageItems& items, const Merge& merge) {
   const bool isLive = kind == CourseListKind::Live;
   Collection& courses = isLive ? catalogue.live : catalogue.cloud;
   // The host's sink is called when nothing is locked any more.
@@ -47,7 +46,7 @@ std::optional<PageMergeResult> mergePage(Catalogue& catalogue, CourseListKind ki
     const CatalogueLock lock(catalogue);
     result = mergeInMemory(isLive ? catalogue.livePaging : catalogue.paging, listOf(courses, load.status),
                            load, merge);
-    catalogue.tell(pageChange({kind, load.status}, load.page, items));
+    catalogue.tell(pageChange({kind, load.status}, items));
     if (result.writeList) keys = courses.keysToSave();
   }
   courses.files().finish();

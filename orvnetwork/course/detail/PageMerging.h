@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/course/CourseChange.h>
+#include <orvnetwork/course/detail/PageItems.h>
 #include <orvnetwork/course/detail/PagePass.h>
 #include <orvnetwork/course/detail/Paging.h>
 #include <orvnetwork/data/Types.h>
@@ -21,7 +22,7 @@ struct Catalogue;
 /// @param merge changes the cursor that it is called with; called once or, when the page is of an earlier catalogue, never
 /// @return absent when the page is of an earlier catalogue: another user's page is merged nowhere
 std::optional<PageMergeResult> mergePage(Catalogue& catalogue, CourseListKind kind, const PageLoad& load,
-                                         const json::array& items,
+                                         const PageItems& items,
                                          const std::function<PageMergeResult(OptionalString& cursor)>& merge);
 
 }  // namespace orv

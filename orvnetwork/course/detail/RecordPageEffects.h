@@ -12,7 +12,7 @@ namespace orv {
 /// catalogue is held, when it reads what it will need, and its files are written after that (`RecordFiles::finish`).
 class RecordPageEffects final : public CloudMergeEffects {
  public:
-  RecordPageEffects(CourseCollections& courses, const json::array& items)
+  RecordPageEffects(CourseCollections& courses, const PageItems& items)
       : courses_(courses), items_(items), ahead_(courses.cloud, 0, items) {}
 
   /// The caller holds the catalogue from here on.
@@ -24,7 +24,7 @@ class RecordPageEffects final : public CloudMergeEffects {
 
  private:
   CourseCollections& courses_;
-  const json::array& items_;
+  const PageItems& items_;
   RecordsAhead ahead_;
 };
 

@@ -1,18 +1,15 @@
 #include "orvnetwork/course/detail/RecordsAhead.h"
 
-#include <orvnetwork/course/detail/PageItems.h>
-
 #include <cstddef>
 #include <string>
 #include <utility>
 
 namespace orv {
 
-RecordsAhead::RecordsAhead(const Collection& collection, std::uint64_t list, const json::array& items)
+RecordsAhead::RecordsAhead(const Collection& collection, std::uint64_t list, const PageItems& page)
     : collection_(collection), revision_(collection.files().revision()) {
-  const PageItems page(1, items);
   for (std::size_t item = 0; item < page.size(); ++item) {
-    if (page.course(item) == nullptr) continue;
+    if (!page.course(item).isCourse()) continue;
     std::string key = page.key(item);
     if (!collection.contains(key, list) || collection.memory().contains(key) || read_.contains(key)) continue;
     Collection::Course course = collection.files().read(key);

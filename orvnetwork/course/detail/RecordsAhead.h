@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/course/detail/Collection.h>
+#include <orvnetwork/course/detail/PageItems.h>
 
 #include <cstdint>
 #include <map>
@@ -13,7 +14,7 @@ class RecordsAhead {
  public:
   /// Reads the records of those items that are in the list and not in memory. Needs no lock: what is out of date by the
   /// time at which it is wanted is not used.
-  RecordsAhead(const Collection& collection, std::uint64_t list, const json::array& items);
+  RecordsAhead(const Collection& collection, std::uint64_t list, const PageItems& page);
 
   /// The caller holds the catalogue from here on. Drops everything when a file of the collection has changed meanwhile.
   void begin();

@@ -1,4 +1,5 @@
 #include <orvnetwork/course/detail/CloudPageMerge.h>
+#include <orvnetwork/data/JsonIndex.h>
 
 #include "PageGenerator.h"
 #include <tests/support/Environment.h>
@@ -138,7 +139,10 @@ TEST(CloudPageMergeRandom, FollowsTheRulesOnAPlainVector) {
       const std::string before = notation::text(plain.list) + "; cursor " + cursor.value_or("none");
       Recorded recorded(list);
       plain.effects.clear();
-      mergeCloudPage(list, cursor, number, items, recorded);
+      const std::string sent = json::serialize(items);
+      const auto index = seed % 2 == 0 ? JsonIndex::read(sent) : nullptr;
+      const PageItems page = index ? PageItems(number, index->root(sent)) : PageItems(number, items);
+      mergeCloudPage(list, cursor, page, recorded);
       plain.merge(number, items);
       const std::string what = "seed " + std::to_string(seed) + ", page " + std::to_string(number) + " " +
                                json::serialize(items) + " into " + before;

@@ -44,7 +44,7 @@ class CloudPageMerge : public ::testing::Test, protected CloudMergeEffects {
   std::string mergeNext(std::int64_t pageNumber, const json::array& items) {
     effects.clear();
     nextItem = 0;
-    const PageMergeResult result = mergeCloudPage(list, cursor, pageNumber, items, *this);
+    const PageMergeResult result = mergeCloudPage(list, cursor, PageItems(pageNumber, items), *this);
     EXPECT_EQ(result.lastPage, items.size() < 30);
     EXPECT_EQ(result.writeList, !items.empty());
     return notation::text(list.snapshot());

@@ -56,7 +56,7 @@ class LivePageMerge : public ::testing::Test, protected LiveMergeEffects {
     effects.clear();
     stored.clear();
     nextItem = 0;
-    const PageMergeResult result = mergeLivePage(lists, kStatus, cursor, pageNumber, items, *this);
+    const PageMergeResult result = mergeLivePage(lists, kStatus, cursor, PageItems(pageNumber, items), *this);
     EXPECT_EQ(result.lastPage, items.size() < 30);
     EXPECT_EQ(result.writeList, !items.empty());
     return inList(kStatus);
@@ -216,7 +216,8 @@ TEST_F(LivePageMerge, TakesAKnownCourseOutWhereverItStands) {
 
 TEST_F(LivePageMerge, OfAStatusWithoutAListChangesNothing) {
   lists[5].assign(keys("50"));
-  const PageMergeResult result = mergeLivePage(lists, 6, cursor, 1, page("10"), *this);
+  const json::array items = page("10");
+  const PageMergeResult result = mergeLivePage(lists, 6, cursor, PageItems(1, items), *this);
   EXPECT_TRUE(result.lastPage);
   EXPECT_EQ(effects, Keys{});
   EXPECT_EQ(cursor, std::nullopt);

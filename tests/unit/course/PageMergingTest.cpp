@@ -72,13 +72,14 @@ class PageMerging : public ::testing::Test {
     return {{"roomID", room}, {"title", "course " + std::to_string(room)}, {"status", 3}};
   }
   /// Merges a first page that is the last one.
-  std::optional<PageMergeResult> merge(const json::array& items) {
+  std::optional<PageMergeResult> merge(const json::array& values) {
+    const PageItems items(1, values);
     RecordPageEffects effects(catalogue, items);
     return mergePage(catalogue, CourseListKind::Recorded, {.page = 1, .opened = catalogue.opened()}, items,
                      [&](OptionalString& cursor) {
                        effects.begin();
                        cursor = std::nullopt;
-                       return mergeCloudPage(catalogue.cloud.list(), cursor, 1, items, effects);
+                       return mergeCloudPage(catalogue.cloud.list(), cursor, items, effects);
                      });
   }
   /// 9, 8 and 7 are listed; 9 is in its file only.
@@ -173,7 +174,8 @@ TEST_F(PageMerging, RecordThatSomebodyWritesMeanwhileIsNotWrittenOver) {
 
 TEST_F(PageMerging, PageOfAnEarlierCatalogueChangesNothing) {
   listThree();
-  const json::array items{item(3)};
+  const json::array values{item(3)};
+  const PageItems items(1, values);
   RecordPageEffects effects(catalogue, items);
   const auto result = mergePage(catalogue, CourseListKind::Recorded,
                                 {.page = 1, .opened = catalogue.opened() - 1}, items, [](OptionalString&) {

@@ -48,7 +48,8 @@ class RecordsAheadTest : public ::testing::Test {
 TEST_F(RecordsAheadTest, ReadsWhatIsListedAndNotInMemory) {
   courses.list(0).append("4");
   courses.memory().set("4", makeCourse(4, "memory"));
-  const json::array items{item(1), item(2), item(3), item(4), "no course", item(1)};
+  const json::array values{item(1), item(2), item(3), item(4), "no course", item(1)};
+  const PageItems items(1, values);
   RecordsAhead ahead(courses, 0, items);
   EXPECT_EQ(reads(), 2u) << "of this list, each once";
   ahead.begin();
@@ -60,13 +61,15 @@ TEST_F(RecordsAheadTest, ReadsWhatIsListedAndNotInMemory) {
 }
 
 TEST_F(RecordsAheadTest, ReadsNothingOfAListThatThereIsNot) {
-  const json::array items{item(1), item(3)};
+  const json::array values{item(1), item(3)};
+  const PageItems items(1, values);
   RecordsAhead ahead(courses, 2, items);
   EXPECT_EQ(reads(), 0u);
 }
 
 TEST_F(RecordsAheadTest, HandsOutARecordOnce) {
-  const json::array items{item(1)};
+  const json::array values{item(1)};
+  const PageItems items(1, values);
   RecordsAhead ahead(courses, 0, items);
   ahead.begin();
   const auto first = ahead.take("1"), second = ahead.take("1");
@@ -75,7 +78,8 @@ TEST_F(RecordsAheadTest, HandsOutARecordOnce) {
 }
 
 TEST_F(RecordsAheadTest, IsNotUsedWhenAFileHasChangedMeanwhile) {
-  const json::array items{item(1), item(2)};
+  const json::array values{item(1), item(2)};
+  const PageItems items(1, values);
   {
     RecordsAhead ahead(courses, 0, items);
     courses.files().write("1", *makeCourse(1, "new"));
@@ -99,7 +103,8 @@ TEST_F(RecordsAheadTest, IsNotUsedWhenAFileHasChangedMeanwhile) {
 }
 
 TEST_F(RecordsAheadTest, IsNotUsedInAnotherFolder) {
-  const json::array items{item(1)};
+  const json::array values{item(1)};
+  const PageItems items(1, values);
   RecordsAhead ahead(courses, 0, items);
   courses.files().setFolder("/home/user/Documents/elsewhere");
   ahead.begin();
@@ -107,7 +112,8 @@ TEST_F(RecordsAheadTest, IsNotUsedInAnotherFolder) {
 }
 
 TEST_F(RecordsAheadTest, IsNotUsedInAnotherCatalogue) {
-  const json::array items{item(1)};
+  const json::array values{item(1)};
+  const PageItems items(1, values);
   RecordsAhead ahead(courses, 0, items);
   Collection others{{"others", "list.plist", Durability::Plain, 2}};
   others.open("base");
