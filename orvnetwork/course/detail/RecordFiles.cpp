@@ -23,10 +23,12 @@ std::string fileNameOf(std::string_view key) {
 void RecordFiles::follow(const RecordFiles& other) {
   OptionalString folder = other.folder();
   std::shared_ptr<KeyFile> list = other.list();
+  {
+    const std::lock_guard lock(mutex_);
+    folder_.swap(folder);
+    list_.swap(list);
+  }
   changed();
-  const std::lock_guard lock(mutex_);
-  folder_.swap(folder);
-  list_.swap(list);
 }
 
 OptionalString RecordFiles::folder() const {
@@ -35,9 +37,11 @@ OptionalString RecordFiles::folder() const {
 }
 
 void RecordFiles::setFolder(OptionalString folder) {
+  {
+    const std::lock_guard lock(mutex_);
+    folder_.swap(folder);
+  }
   changed();
-  const std::lock_guard lock(mutex_);
-  folder_.swap(folder);
 }
 
 std::shared_ptr<KeyFile> RecordFiles::list() const {
@@ -81,9 +85,10 @@ std::shared_ptr<OrvCourseModel> RecordFiles::read(std::string_view key) const {
 bool RecordFiles::write(std::string_view key, const OrvCourseModel& course) {
   const OptionalString path = pathOf(key);
   if (!path) return false;
-  changed();
   unwritten_.forget(*path);
-  return writeValues(*path, course.jsonObject());
+  const bool isWritten = writeValues(*path, course.jsonObject());
+  changed();
+  return isWritten;
 }
 
 bool RecordFiles::writeValues(const std::string& path, const json::object& values) const {
@@ -95,23 +100,23 @@ bool RecordFiles::writeValues(const std::string& path, const json::object& value
 void RecordFiles::remove(std::string_view key) {
   const OptionalString path = pathOf(key);
   if (!path) return;
-  changed();
   unwritten_.forget(*path);
   QXPathManager::sharedManager().removeFolderOrFile(path);
+  changed();
 }
 
 void RecordFiles::writeLater(std::string_view key, const OrvCourseModel& course) {
   OptionalString path = pathOf(key);
   if (!path) return;
-  changed();
   unwritten_.add(*std::move(path), course.jsonObject());
+  changed();
 }
 
 void RecordFiles::removeLater(std::string_view key) {
   OptionalString path = pathOf(key);
   if (!path) return;
-  changed();
   unwritten_.add(*std::move(path), std::nullopt);
+  changed();
 }
 
 void RecordFiles::finish() {

@@ -45,7 +45,8 @@ class RecordFiles {
   void removeLater(std::string_view key);
   /// Makes the changes that were left for later. When it returns they are made, by this thread or by another one.
   void finish();
-  /// Another number after each change of a record or of the folder. Takes no lock.
+  /// Another number after each change of a record or of the folder, and only then: who has read in the middle of one learns
+  /// of it. Takes no lock.
   std::uint64_t revision() const { return revision_.load(std::memory_order_acquire); }
   /// Whether a record has a file, whatever that holds.
   bool has(std::string_view key) const;

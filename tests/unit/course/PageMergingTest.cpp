@@ -75,6 +75,9 @@ class PageMerging : public ::testing::Test {
   std::optional<PageMergeResult> merge(const json::array& values) {
     const PageItems items(1, values);
     RecordPageEffects effects(catalogue, items);
+    return merge(items, effects);
+  }
+  std::optional<PageMergeResult> merge(const json::array& items, RecordPageEffects& effects) {
     return mergePage(catalogue, CourseListKind::Recorded, {.page = 1, .opened = catalogue.opened()}, items,
                      [&](OptionalString& cursor) {
                        effects.begin();
@@ -170,6 +173,37 @@ TEST_F(PageMerging, RecordThatSomebodyWritesMeanwhileIsNotWrittenOver) {
   merge(fourChanges);
   ASSERT_TRUE(isChanged);
   EXPECT_EQ(catalogue.cloud.files().read("5")->title, "the newest");
+}
+
+TEST_F(PageMerging, RecordThatWasReadAheadWhileItWasBeingWrittenIsReadAnew) {
+  listThree();
+  const json::array items{item(9), item(8), item(7)};
+  std::optional<RecordPageEffects> effects;
+  platform.files().watch = [&](const std::string& what) {
+    // The file is still the old one.
+    if (what == "write 9.plist" && !effects) effects.emplace(catalogue, items);
+  };
+  OrvCourseModel course;
+  course.roomID = 9;
+  course.nick = "the newest";
+  catalogue.cloud.files().write("9", course);
+  ASSERT_TRUE(effects);
+  merge(items, *effects);
+  EXPECT_EQ(catalogue.cloud.files().read("9")->nick, "the newest");
+  EXPECT_EQ(catalogue.cloud.files().read("9")->title, "course 9");
+}
+
+TEST_F(PageMerging, RecordThatWasReadAheadWhileItWasBeingRemovedIsNotThere) {
+  listThree();
+  const json::array items{item(9), item(8), item(7)};
+  std::optional<RecordPageEffects> effects;
+  platform.files().watch = [&](const std::string& what) {
+    if (what == "remove 9.plist" && !effects) effects.emplace(catalogue, items);
+  };
+  catalogue.cloud.files().remove("9");
+  ASSERT_TRUE(effects);
+  merge(items, *effects);
+  EXPECT_EQ(catalogue.cloud.files().read("9"), nullptr);
 }
 
 TEST_F(PageMerging, PageOfAnEarlierCatalogueChangesNothing) {
