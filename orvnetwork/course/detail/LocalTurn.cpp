@@ -17,9 +17,11 @@ constexpr std::chrono::seconds kPauseBeforeNextTry{1};
 
 /// False when the file is that of a catalogue that has been left.
 bool writeListed(Catalogue& catalogue, const std::shared_ptr<KeyFile>& file) {
-  const CatalogueLock lock(catalogue);
-  if (catalogue.local.files().list() != file) return false;
-  const LocalTurn turn(catalogue);
+  const auto isPresent = [&] { return catalogue.local.files().list() == file; };
+  if (!isPresent()) return false;
+  // The other program may still keep the lock.
+  const LocalChange change(catalogue);
+  if (!isPresent()) return false;
   catalogue.local.saveLists();
   return true;
 }

@@ -9,6 +9,7 @@
 #include <orvnetwork/platform/LockFile.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/PropertyListFile.h>
 #include <orvnetwork/platform/native/files/NativeFileSystem.h>
 #include <orvnetwork/session/OrvUserInfoModel.h>
 #include <orvnetwork/session/QXUserInfoMgr.h>
@@ -38,9 +39,9 @@ constexpr std::chrono::seconds kLongest{60};
 /// So long is waited for the other program, in the place of 2 s: who waits for who waits comes too late for certain.
 constexpr Seconds kPatience{15};
 
-/// Tells when it is waited for.
+/// Tells when it is waited for, once it is armed. In a hurry nobody waits.
 struct Waits {
-  std::atomic<bool> isArmed = false, isWaiting = false;
+  std::atomic<bool> isArmed = false, isWaiting = false, isInAHurry = false;
   std::promise<void> begun;
 };
 
@@ -49,7 +50,7 @@ class PatientLock final : public LockFile {
  public:
   PatientLock(std::unique_ptr<LockFile> lock, Waits& waits) : lock_(std::move(lock)), waits_(waits) {}
   bool lock(Seconds limit) override {
-    if (!waits_.isArmed.exchange(false)) return lock_->lock(limit);
+    if (!waits_.isArmed.exchange(false)) return lock_->lock(waits_.isInAHurry ? Seconds(0) : limit);
     waits_.isWaiting = true;
     waits_.begun.set_value();
     const bool isOurs = lock_->lock(kPatience);
@@ -141,6 +142,24 @@ TEST_F(LocalCoursesLocked, LookingACourseUpDoesNotWaitForAnotherProgram) {
     theirs.reset();
     changing.get();
   }
+}
+
+TEST_F(LocalCoursesLocked, LookingACourseUpDoesNotWaitWhileAListIsWrittenThatCouldNotBe) {
+  QXCourseManager& manager = QXCourseManager::getInstance();
+  ASSERT_TRUE(manager.addLocalCourse(makeLocal(1)));
+  const std::string path = manager.localCourseListFile().value();
+  auto theirs = NativeFileSystem().openLockFile(path + ".lock", 0600);
+  ASSERT_TRUE(theirs && theirs->lock(kPatience));
+  waits().isInAHurry = true;
+  const auto course = makeLocal(2);
+  ASSERT_TRUE(manager.addLocalCourse(course));
+  EXPECT_EQ(readArrayFile(path), json::array{"1"});
+  waits().isArmed = true;
+  waits().begun.get_future().wait();  // A worker has come to write it.
+  EXPECT_EQ(manager.getLocalCourseWithIndex(0), course);
+  EXPECT_TRUE(waits().isWaiting) << "the other program was still being waited for";
+  theirs.reset();
+  pumpUntil([&] { return readArrayFile(path) == json::array{"2", "1"}; });
 }
 
 TEST_F(LocalCoursesLocked, ChangingTheUserDoesNotWaitForAnotherProgram) {
