@@ -56,30 +56,31 @@ std::int64_t collect(Catalogue& catalogue, std::uint64_t status, const CourseReq
   });
 }
 
-/// Hands back what has left the lists; when another catalogue is opened meanwhile, some of it is not answered.
-RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& progress, std::uint64_t loaded,
-                                    CatalogueSteps& steps) {
+/// Adds to `left` what has left the lists; when another catalogue is opened meanwhile, some of it is not answered.
+void answerRequests(Catalogue& catalogue, const PageProgress& progress, std::uint64_t loaded,
+                    CatalogueSteps& steps, RequestList::Entries& left) {
   Executor& workers = *catalogue.workers.load();
   RequestList::Entries refused;
-  RequestList::Entries left = catalogue.livePaging.requests.take([&](const RequestList::Entry& request) {
+  RequestList::Entries served = catalogue.livePaging.requests.take([&](const RequestList::Entry& request) {
     const std::uint64_t wanted = request->status.value_or(0);
     const PageVerdict verdict =
         judgeLivePageRequest(*request, wanted, progress, loaded, catalogue.live.size(wanted));
     if (verdict == PageVerdict::refuse) refused.push_back(request);
     return verdict == PageVerdict::serve;
   });
-  for (RequestList::Entry& request : left) {
+  for (RequestList::Entry& request : served) {
     const std::int64_t count = collect(catalogue, request->status.value_or(0), *request, steps);
-    if (!steps.isSame()) return left;
+    if (!steps.isSame()) break;
     postCourses(workers, std::move(request), true, count);
   }
+  std::ranges::move(served, std::back_inserter(left));
+  if (!steps.isSame()) return;
   for (const RequestList::Entry& request : refused) {
     // It leaves the list of the other requests and stays in this one, on purpose.
     postCourses(workers, request, false, -1);
     auto same = catalogue.paging.requests.take([&](const auto& other) { return other->isSame(*request); });
     std::move(same.begin(), same.end(), std::back_inserter(left));
   }
-  return left;
 }
 
 /// Adds to `left` what has left the list.
@@ -123,14 +124,22 @@ void QXCourseManager::getLiveCoursesWithStartIndex_count_courseStatus_force_cour
 
 bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(
     std::int64_t page, std::uint64_t status, bool arriveLastPage, std::int64_t retryCount) {
+  checkAfterLivePage(
+      {.page = page, .status = status, .retriesLeft = retryCount, .opened = catalogue_->opened()},
+      arriveLastPage);
+  return true;
+}
+
+void QXCourseManager::checkAfterLivePage(const PageLoad& load, bool lastPage) {
   RequestList::Entries left;  // What the callbacks hold is let go when nothing is locked any more.
   const std::lock_guard looking(catalogue_->livePaging.looking);
   CatalogueLock lock(*catalogue_);
   CatalogueSteps steps(*catalogue_, lock);
-  left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, status, steps);
+  const PageProgress progress = catalogue_->progressAfter(catalogue_->livePaging, load, lastPage, left);
+  answerRequests(*catalogue_, progress, load.status, steps, left);
   catalogue_->evictLive([&steps] { return steps.next(); });
   // The requests of another catalogue have looks of their own.
-  if (!steps.isSame()) return true;
+  if (!steps.isSame()) return;
   const auto next = takeNextLivePage(*catalogue_, left);
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
     catalogue_->startLoad(catalogue_->livePaging, *next,
@@ -139,7 +148,6 @@ bool QXCourseManager::checkLiveCourseRequestPage_courseStatus_arriveLastPage_ret
                             loadLivePage(wanted.page, wanted.status, MaxRetryCount, opened);
                           });
   }
-  return true;
 }
 
 void QXCourseManager::loadLiveCourseWithPage_courseStatus_retryCount(std::int64_t page, std::uint64_t status,
@@ -213,15 +221,6 @@ void QXCourseManager::mergeLiveCoursePage(const PageLoad& load, const PageReply&
   }
   unmerged.reset();
   checkAfterLivePage(load, result && result->lastPage);
-}
-
-void QXCourseManager::checkAfterLivePage(const PageLoad& load, bool lastPage) {
-  if (catalogue_->startAnew(catalogue_->livePaging, load.opened)) {
-    checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(-1, load.status, false, MaxRetryCount);
-  } else {
-    checkLiveCourseRequestPage_courseStatus_arriveLastPage_retryCount(load.page, load.status, lastPage,
-                                                                      load.retriesLeft);
-  }
 }
 
 }  // namespace orv

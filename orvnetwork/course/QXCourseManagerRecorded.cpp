@@ -15,6 +15,8 @@
 #include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/transport/UnreadReply.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -38,9 +40,9 @@ std::int64_t collect(Catalogue& catalogue, const CourseRequest& request, Catalog
   });
 }
 
-/// Hands back what has left the list; when another catalogue is opened meanwhile, some of it is not answered.
-RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& progress,
-                                    CatalogueSteps& steps) {
+/// Adds to `left` what has left the list; when another catalogue is opened meanwhile, some of it is not answered.
+void answerRequests(Catalogue& catalogue, const PageProgress& progress, CatalogueSteps& steps,
+                    RequestList::Entries& left) {
   Executor& workers = *catalogue.workers.load();
   const std::uint64_t listed = catalogue.cloud.size();
   const auto judge = [&](const CourseRequest& request) {
@@ -61,7 +63,7 @@ RequestList::Entries answerRequests(Catalogue& catalogue, const PageProgress& pr
       postCourses(workers, std::move(request), true, count);
     }
   }
-  return answered;
+  std::ranges::move(answered, std::back_inserter(left));
 }
 
 /// Adds to `left` what has left the list.
@@ -96,14 +98,21 @@ void QXCourseManager::getCoursesWithStartIndex_count_force_coursesBlock(std::uin
 
 bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int64_t page, bool arriveLastPage,
                                                                        std::int64_t retryCount) {
+  checkAfterRecordPage({.page = page, .retriesLeft = retryCount, .opened = catalogue_->opened()},
+                       arriveLastPage);
+  return false;
+}
+
+void QXCourseManager::checkAfterRecordPage(const PageLoad& load, bool lastPage) {
   RequestList::Entries left;  // What the callbacks hold is let go when nothing is locked any more.
   const std::lock_guard looking(catalogue_->paging.looking);
   CatalogueLock lock(*catalogue_);
   CatalogueSteps steps(*catalogue_, lock);
-  left = answerRequests(*catalogue_, {page, arriveLastPage, retryCount}, steps);
+  const PageProgress progress = catalogue_->progressAfter(catalogue_->paging, load, lastPage, left);
+  answerRequests(*catalogue_, progress, steps, left);
   catalogue_->evict([&steps] { return steps.next(); });
   // The requests of another catalogue have looks of their own.
-  if (!steps.isSame()) return false;
+  if (!steps.isSame()) return;
   if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
     catalogue_->startLoad(catalogue_->paging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {
@@ -111,7 +120,6 @@ bool QXCourseManager::checkCourseRequestPage_arriveLastPage_retryCount(std::int6
                             loadRecordPage(wanted.page, MaxRetryCount, opened);
                           });
   }
-  return false;
 }
 
 void QXCourseManager::loadRecordCourseWithPage_retryCount(std::int64_t page, std::int64_t retryCount) {
@@ -174,14 +182,6 @@ void QXCourseManager::mergeRecordPage(const PageLoad& load, const PageReply& rep
       });
   unmerged.reset();
   checkAfterRecordPage(load, result && result->lastPage);
-}
-
-void QXCourseManager::checkAfterRecordPage(const PageLoad& load, bool lastPage) {
-  if (catalogue_->startAnew(catalogue_->paging, load.opened)) {
-    checkCourseRequestPage_arriveLastPage_retryCount(-1, false, MaxRetryCount);
-  } else {
-    checkCourseRequestPage_arriveLastPage_retryCount(load.page, lastPage, load.retriesLeft);
-  }
 }
 
 QXCourseManager::Course QXCourseManager::getRecordCourseWithIndex(std::uint64_t index) {

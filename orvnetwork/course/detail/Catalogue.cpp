@@ -1,5 +1,6 @@
 #include "orvnetwork/course/detail/Catalogue.h"
 
+#include <orvnetwork/course/CourseLimits.h>
 #include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/platform/Platform.h>
@@ -38,15 +39,14 @@ bool Catalogue::belongsTo(std::int64_t userID, std::uint64_t opened) const {
   return opened_ == opened && userID_ == userID;
 }
 
-bool Catalogue::startAnew(Paging& kind, std::uint64_t opened) {
-  if (opened_ == opened) return false;
-  RequestList::Entry replaced;  // Let go when nothing is locked any more.
-  const CatalogueLock lock(*this);
+PageProgress Catalogue::progressAfter(Paging& kind, const PageLoad& load, bool lastPage,
+                                      RequestList::Entries& left) {
+  if (opened_ == load.opened) return {load.page, lastPage, load.retriesLeft};
   // Pages are asked for in the name of the oldest one only.
   if (const RequestList::Entry first = kind.requests.first()) {
-    replaced = kind.requests.noteEndIndex(first, std::nullopt);
+    left.push_back(kind.requests.noteEndIndex(first, std::nullopt));
   }
-  return true;
+  return {.retriesLeft = MaxRetryCount};
 }
 
 void Catalogue::startLoad(Paging& kind, const WantedPage& wanted, Load load) {

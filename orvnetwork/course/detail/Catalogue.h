@@ -2,6 +2,7 @@
 
 #include <orvnetwork/course/CourseChange.h>
 #include <orvnetwork/course/detail/CourseCollections.h>
+#include <orvnetwork/course/detail/PageRequest.h>
 #include <orvnetwork/course/detail/Paging.h>
 #include <orvnetwork/course/detail/RequestList.h>
 #include <orvnetwork/data/Property.h>
@@ -68,9 +69,10 @@ struct Catalogue : CourseCollections {
   std::uint64_t opened() const { return opened_; }
   /// Whether the catalogue that was opened as the `opened`th is still in use, and this user's.
   bool belongsTo(std::int64_t userID, std::uint64_t opened) const;
-  /// After a page of an earlier catalogue: lets the requests that wait ask for their pages from the first one on, since
-  /// that page kept theirs from being asked for. False when the page was asked for this catalogue.
-  bool startAnew(Paging& kind, std::uint64_t opened);
+  /// What a look at the requests goes by when it follows a page, for who holds the catalogue. A page of an earlier
+  /// catalogue ends nothing here, however long the look has waited for its turn: then the requests that wait ask for their
+  /// pages from the first one on, since that page kept theirs from being asked for. Adds to `left` what that replaces.
+  PageProgress progressAfter(Paging& kind, const PageLoad& load, bool lastPage, RequestList::Entries& left);
   /// Runs `load` with the page on the workers, for who holds the catalogue: soon, or after a pause when the request would
   /// ask for the very page again that has just changed nothing. The page is then the one that is wanted by the end of the
   /// pause; there may be none.
