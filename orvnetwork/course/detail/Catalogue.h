@@ -28,7 +28,8 @@ namespace orv {
 ///
 /// The lists of a user's catalogue are read from their files when they are first needed: a worker reads them soon
 /// after the catalogue was opened, and whoever needs them sooner reads them himself. So the thread that changes
-/// the user, the main one as a rule, reads no list; it waits for the operation that holds the catalogue, if one does.
+/// the user, the main one as a rule, reads no list; it waits for the operation that holds the catalogue, if one does, and
+/// for who shares `changing`, as the one who writes a page does.
 struct Catalogue : CourseCollections {
   Property<bool> containTest;
   Paging paging, livePaging;

@@ -40,7 +40,7 @@ class RecordFiles {
   bool write(std::string_view key, const OrvCourseModel& course);
   void remove(std::string_view key);
   /// The same of records that can be made anew, for who must not wait for the disk: each file is changed by `finish`, the
-  /// oldest change first. All operations here speak as if it were changed at once.
+  /// oldest change first. All operations here but `names` speak as if it were changed at once.
   void writeLater(std::string_view key, const OrvCourseModel& course);
   void removeLater(std::string_view key);
   /// Makes the changes that were left for later. When it returns they are made, by this thread or by another one.
