@@ -113,8 +113,8 @@ void QXWebSocketMgr::reconnect() {
   fresh->setDelegate(this);
   {
     const std::lock_guard lock(mutex_);
-    // Closed by another thread while this one was here: nobody wants it any more.
-    if (isClosedForGood_ || closings_ != closings) return;
+    // Closed by another thread while this one was here, or overtaken by a later attempt: nobody wants it any more.
+    if (isClosedForGood_ || closings_ != closings || attempts_ != number) return;
     webSocket_ = fresh;
   }
   consoleLog("WebSocket opening");

@@ -1,5 +1,6 @@
-// What another thread finds that closes the link, or watches it, at the same time.
+// What another thread finds that closes the link, opens it, or watches it, at the same time.
 
+#include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/MainQueue.h>
 #include <orvnetwork/platform/Platform.h>
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -22,10 +24,10 @@
 namespace orv::link_closing_test {
 namespace {
 
-/// The operating system; the test is asked in before a socket is made.
-class MeddledPlatform final : public Platform {
+/// The operating system, with a clock that can be ahead; the test is asked in before a socket is made.
+class MeddledPlatform final : public Platform, private Clock {
  public:
-  Clock& clock() override { return inner_->clock(); }
+  Clock& clock() override { return *this; }
   MainQueue& mainQueue() override { return inner_->mainQueue(); }
   Executor& globalQueue() override { return inner_->globalQueue(); }
   DelayService& delays() override { return inner_->delays(); }
@@ -44,8 +46,12 @@ class MeddledPlatform final : public Platform {
   TimeZonePtr timeZone() override { return inner_->timeZone(); }
 
   std::function<void()> beforeSocket;
+  SteadyTime::duration ahead{};
 
  private:
+  WallTime wallNow() const override { return inner_->clock().wallNow(); }
+  SteadyTime steadyNow() const override { return inner_->clock().steadyNow() + ahead; }
+
   const std::unique_ptr<Platform> inner_ = makeNativePlatform();
 };
 
@@ -72,6 +78,19 @@ TEST_F(LinkClosing, AttemptThatHasBegunWhenItIsClosedOpensNothing) {
   link().reconnect();
   EXPECT_EQ(link().webSocket(), nullptr);
   EXPECT_FALSE(link().reading().isWanted);
+}
+
+TEST_F(LinkClosing, AttemptThatALaterOneHasOvertakenOpensNothing) {
+  std::shared_ptr<WebSocket> later;
+  platform.beforeSocket = [&] {
+    platform.ahead += std::chrono::seconds(2);
+    link().reconnect();
+    later = link().webSocket();
+  };
+  link().reconnect();
+  ASSERT_NE(later, nullptr);
+  EXPECT_EQ(link().webSocket(), later) << "it would go on beside the link, with nobody to close it";
+  EXPECT_EQ(link().reading().attempts, 2u);
 }
 
 TEST_F(LinkClosing, AttemptAfterItOpensASocketAsEver) {
