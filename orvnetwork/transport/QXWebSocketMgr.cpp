@@ -125,7 +125,6 @@ void QXWebSocketMgr::reconnect() {
 
 void QXWebSocketMgr::close() {
   QXFileLog::standard().log("WebSocket closing");
-  connected_ = false;
   firstConnect_ = false;
   endAndClearTimer(timer_);
   std::shared_ptr<WebSocket> old;
@@ -133,6 +132,8 @@ void QXWebSocketMgr::close() {
     const std::lock_guard lock(mutex_);
     isWanted_ = false;
     ++closings_;
+    // In one step with the socket: else a "PONG" on the main thread in between would be a first one again.
+    connected_ = false;
     old = std::move(webSocket_);
   }
   if (old) {

@@ -2,9 +2,13 @@
 
 #include <orvnetwork/platform/Clock.h>
 #include <orvnetwork/platform/Console.h>
+#include <orvnetwork/platform/DelayService.h>
 #include <orvnetwork/platform/MainQueue.h>
+#include <orvnetwork/platform/NotificationCenter.h>
 #include <orvnetwork/platform/Platform.h>
+#include <orvnetwork/platform/WebSocket.h>
 #include <orvnetwork/platform/native/NativePlatform.h>
+#include <orvnetwork/transport/QXNotification.h>
 #include <orvnetwork/transport/QXRequestItem.h>
 #include <orvnetwork/transport/QXWebSocketMgr.h>
 
@@ -24,19 +28,46 @@
 namespace orv::link_closing_test {
 namespace {
 
-/// The operating system, with a clock that can be ahead; the test is asked in before a socket is made.
-class MeddledPlatform final : public Platform, private Clock {
+/// A socket that does what the test says.
+class ScriptedSocket final : public WebSocket {
+ public:
+  void setDelegate(WebSocketDelegate* delegate) override { delegate_ = delegate; }
+  void open() override {}
+  void close() override { state_ = WebSocketState::Closed; }
+  void send(std::shared_ptr<const std::string>) override {}
+  void sendPing(std::string) override {}
+  WebSocketState readyState() const override { return state_; }
+
+  void becomeOpen() {
+    state_ = WebSocketState::Open;
+    delegate_->webSocketDidOpen(*this);
+  }
+  void receive(std::string text) {
+    WebSocketMessage message;
+    message.payload = std::move(text);
+    delegate_->webSocket_didReceiveMessage(*this, std::move(message));
+  }
+
+ private:
+  WebSocketDelegate* delegate_ = nullptr;
+  WebSocketState state_ = WebSocketState::Connecting;
+};
+
+/// The operating system, with a clock that can be ahead; the test is asked in before a socket is made, and when a timer is
+/// ended.
+class MeddledPlatform final : public Platform, private Clock, private DelayService {
  public:
   Clock& clock() override { return *this; }
   MainQueue& mainQueue() override { return inner_->mainQueue(); }
   Executor& globalQueue() override { return inner_->globalQueue(); }
-  DelayService& delays() override { return inner_->delays(); }
+  DelayService& delays() override { return *this; }
   Reachability& reachability() override { return inner_->reachability(); }
   FileSystem& files() override { return inner_->files(); }
   Directories& directories() override { return inner_->directories(); }
   std::uint32_t random() override { return inner_->random(); }
   std::shared_ptr<WebSocket> makeWebSocket(WebSocketRequest request) override {
     if (const auto meddle = std::exchange(beforeSocket, nullptr)) meddle();
+    if (auto planned = std::exchange(nextSocket, nullptr)) return planned;
     return inner_->makeWebSocket(std::move(request));
   }
   std::unique_ptr<BackgroundDrain> makeBackgroundDrain(std::function<void()> drain) override {
@@ -45,12 +76,20 @@ class MeddledPlatform final : public Platform, private Clock {
   std::string localeName() override { return inner_->localeName(); }
   TimeZonePtr timeZone() override { return inner_->timeZone(); }
 
-  std::function<void()> beforeSocket;
+  std::function<void()> beforeSocket, atEndOfTimer;
+  std::shared_ptr<WebSocket> nextSocket;
   SteadyTime::duration ahead{};
 
  private:
   WallTime wallNow() const override { return inner_->clock().wallNow(); }
   SteadyTime steadyNow() const override { return inner_->clock().steadyNow() + ahead; }
+  Handle runAt(SteadyTime when, Executor& executor, Task task) override {
+    return inner_->delays().runAt(when - ahead, executor, std::move(task));
+  }
+  void cancel(Handle handle) override {
+    if (const auto meddle = std::exchange(atEndOfTimer, nullptr)) meddle();
+    inner_->delays().cancel(handle);
+  }
 
   const std::unique_ptr<Platform> inner_ = makeNativePlatform();
 };
@@ -98,6 +137,32 @@ TEST_F(LinkClosing, AttemptAfterItOpensASocketAsEver) {
   link().reconnect();
   EXPECT_NE(link().webSocket(), nullptr);
   EXPECT_TRUE(link().reading().isWanted);
+}
+
+TEST_F(LinkClosing, PongThatComesMeanwhileDoesNotConfirmTheLinkOnceMore) {
+  const auto socket = std::make_shared<ScriptedSocket>();
+  platform.nextSocket = socket;
+  int told = 0;
+  const auto token = NotificationCenter::defaultCenter().observe(std::string(QXNotificationDidOpen),
+                                                                 [&told](const Notification&) { ++told; });
+  link().reconnect();
+  socket->becomeOpen();
+  MainQueue::instance().drain();
+  socket->receive("PONG");
+  MainQueue::instance().drain();
+  ASSERT_TRUE(link().isOpen());
+  ASSERT_TRUE(link().timer());
+  ASSERT_EQ(told, 1);
+  // The main thread, in the middle of what another one does.
+  bool came = false;
+  platform.atEndOfTimer = [&] {
+    came = true;
+    socket->receive("PONG");
+  };
+  link().close();
+  EXPECT_TRUE(came);
+  EXPECT_EQ(told, 1);
+  EXPECT_FALSE(link().connected());
 }
 
 TEST_F(LinkClosing, ChangesOfAnotherThreadAreToldOnceWhenTheMainThreadComesToIt) {
