@@ -8,6 +8,7 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/rfc7230.hpp>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -25,8 +26,11 @@ std::string acceptFor(std::string_view key) {
   return base64({reinterpret_cast<const char*>(digest.data()), digest.size()});
 }
 
+/// A header that comes several times is one list: proxies on the way add lines of their own to "Connection".
 bool names(const Answer::value_type& answer, http::field field, const char* token) {
-  return http::token_list(answer[field]).exists(token);
+  const auto [first, last] = answer.equal_range(field);
+  return std::any_of(first, last,
+                     [token](const auto& line) { return http::token_list(line.value()).exists(token); });
 }
 
 }  // namespace

@@ -38,6 +38,12 @@ TEST(Upgrade, AgreesToWhatBelongsToTheKey) {
   EXPECT_EQ(flawOf("X: " + std::string(16'000, 'x') + "\r\n" + kUpgrade + kAccept), std::nullopt);
 }
 
+TEST(Upgrade, ReadsAHeaderThatComesSeveralTimesAsOneList) {
+  EXPECT_EQ(flawOf("Connection: keep-alive\r\n" + kUpgrade + kAccept), std::nullopt);
+  EXPECT_EQ(flawOf("Upgrade: h2c\r\n" + kUpgrade + "Connection: keep-alive\r\n" + kAccept), std::nullopt);
+  EXPECT_TRUE(flawOf("Upgrade: websocket\r\nConnection: keep-alive\r\nConnection: close\r\n" + kAccept));
+}
+
 TEST(Upgrade, RefusesWhatDoesNot) {
   EXPECT_TRUE(flawOf(kUpgrade));
   EXPECT_TRUE(flawOf(kUpgrade + "Sec-WebSocket-Accept: AAAAAAAAAAAAAAAAAAAAAAAAAAA=\r\n"));
