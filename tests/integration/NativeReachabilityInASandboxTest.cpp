@@ -4,12 +4,16 @@
 #include <tests/support/PumpedExecutor.h>
 #include <tests/support/SystemCallFilter.h>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <memory>
 #include <string_view>
 #include <thread>
@@ -62,6 +66,50 @@ TEST(NativeReachabilityInASandbox, WithoutADescriptorOrAThreadTheNetworkCountsAs
   expectToCountAsReachable({{__NR_eventfd2, EMFILE}});
   expectToCountAsReachable({{__NR_clone, EAGAIN}, {__NR_clone3, EAGAIN}});
 }
+
+// The undefined behaviour sanitizer opens a pipe to look at an object and takes the lack of one for a bad object.
+#if !defined(__SANITIZE_ADDRESS__)
+
+/// Leaves the process so many further descriptors, as long as it lives.
+class FewDescriptors {
+ public:
+  explicit FewDescriptors(int spare) {
+    const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::close(next);
+    EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &before_), 0);
+    rlimit few = before_;
+    few.rlim_cur = static_cast<rlim_t>(next + spare);
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+  }
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
+  ~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+ private:
+  rlimit before_{};
+};
+
+TEST(NativeReachabilityInASandbox, WhatCannotBeSeenForWantOfDescriptorsIsReportedOnceAndSeenLater) {
+  // One is enough to hear of changes, and not to look.
+  for (const int spare : {0, 1}) {
+    PumpedExecutor queue;
+    std::vector<ReachabilityStatus> reports;
+    NativeReachabilityOptions impatient;
+    impatient.again = std::chrono::milliseconds(1);
+    const auto reachability = makeNativeReachability(queue, impatient);
+    {
+      const FewDescriptors few(spare);
+      reachability->startMonitoring([&reports](ReachabilityStatus status) { reports.push_back(status); });
+      EXPECT_TRUE(queue.pumpUntil([&] { return !reports.empty(); })) << "with " << spare << " to spare";
+      int waits = 0;  // time enough for many looks in vain
+      queue.pumpUntil([&waits] { return ++waits > 50; });
+      EXPECT_EQ(reports, std::vector{ReachabilityStatus::WiFi}) << "with " << spare << " to spare";
+    }
+    EXPECT_TRUE(queue.pumpUntil([&] { return reports.size() > 1; })) << "with " << spare << " to spare";
+  }
+}
+
+#endif
 
 }  // namespace
 }  // namespace orv::native_reachability_in_a_sandbox_test

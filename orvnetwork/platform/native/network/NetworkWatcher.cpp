@@ -16,6 +16,7 @@
 #include <span>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace orv {
 
@@ -31,7 +32,13 @@ void tellFailure(const char* what, int error) {
   Console::write(std::string("Reachability: ") + what + ": " + std::generic_category().message(error));
 }
 
-int millisecondsUntil(const std::optional<DebounceClock::time_point>& moment) {
+using Moment = std::optional<DebounceClock::time_point>;
+
+Moment earlier(const Moment& one, const Moment& other) {
+  return one && other ? std::min(*one, *other) : one ? one : other;
+}
+
+int millisecondsUntil(const Moment& moment) {
   if (!moment) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(*moment - DebounceClock::now());
   return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
@@ -47,15 +54,12 @@ NetworkWatcher::NetworkWatcher(Executor& mainQueue, NativeReachabilityOptions op
       wakeUp_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 void NetworkWatcher::run() {
-  Period watched = 0;
+  constexpr int kForEver = -1;
   while (!stopping_) {
     const Period period = subscription_->monitoredPeriod();
-    if (period == watched) {
-      waitUntilWoken();
-    } else {
-      watched = period;
-      if (period != 0) watch(period);
-    }
+    if (period != 0) watch(period);
+    // Still the same: nothing is wanted, or it could not be watched.
+    if (isWanted(period)) waitUntilWoken(period == 0 ? kForEver : static_cast<int>(options_.again.count()));
   }
 }
 
@@ -68,9 +72,9 @@ void NetworkWatcher::wake() {
   ::eventfd_write(wakeUp_.get(), 1);
 }
 
-void NetworkWatcher::waitUntilWoken() {
+void NetworkWatcher::waitUntilWoken(int milliseconds) {
   pollfd wakeUp{wakeUp_.get(), POLLIN, 0};
-  retryOnSignal([&] { return ::poll(&wakeUp, 1, -1); });
+  retryOnSignal([&] { return ::poll(&wakeUp, 1, milliseconds); });
   forgetWaking();
 }
 
@@ -83,22 +87,25 @@ bool NetworkWatcher::isWanted(Period period) const {
   return !stopping_ && subscription_->monitoredPeriod() == period;
 }
 
+/// Returns when the period is over, or there is no news to be had.
 void NetworkWatcher::watch(Period period) {
   NetlinkSocket announcements(kGroups);
-  if (!announcements) return reportUnknown(period, "cannot watch the network", errno);
+  if (!announcements) return reportBlindness(period, "cannot watch the network", errno);
   // Announcements wait in the socket from here on, so nothing is lost between the look and the wait.
   Debounce debounce(options_.quiet, options_.longestBurst);
   lookAndReport(period, debounce);
   while (isWanted(period) && waitForNews(announcements, debounce)) {
-    if (debounce.takeIfDue(DebounceClock::now())) lookAndReport(period, debounce);
+    const auto now = DebounceClock::now();
+    if (debounce.takeIfDue(now) || (lookAgainAt_ && *lookAgainAt_ <= now)) lookAndReport(period, debounce);
   }
 }
 
-/// Waits for announcements, until the debounce is due, or until the thread is woken. False when there is
-/// nothing to wait for any more.
+/// Waits for announcements, until the debounce is due or another look is, or until the thread is woken. False when there
+/// is nothing to wait for any more.
 bool NetworkWatcher::waitForNews(NetlinkSocket& announcements, Debounce& debounce) {
   std::array<pollfd, 2> sources{{{announcements.descriptor(), POLLIN, 0}, {wakeUp_.get(), POLLIN, 0}}};
-  if (::poll(sources.data(), sources.size(), millisecondsUntil(debounce.dueAt())) < 0) return errno == EINTR;
+  const int limit = millisecondsUntil(earlier(debounce.dueAt(), lookAgainAt_));
+  if (::poll(sources.data(), sources.size(), limit) < 0) return errno == EINTR;
   if (sources[1].revents != 0) forgetWaking();
   return sources[0].revents == 0 || takeAnnouncements(announcements, debounce);
 }
@@ -118,15 +125,23 @@ bool NetworkWatcher::takeAnnouncements(NetlinkSocket& announcements, Debounce& d
 }
 
 void NetworkWatcher::lookAndReport(Period period, Debounce& debounce) {
+  lookAgainAt_.reset();
   RouteTable table;
   const int error = readRouteTable(table);
   if (error == EAGAIN) return debounce.eventAt(DebounceClock::now());  // too much going on: look again soon
-  if (error != 0) return reportUnknown(period, "cannot read the state of the network", error);
+  if (error != 0) return reportBlindness(period, "cannot read the state of the network", error);
   const auto isCellular = [this](const std::string& link) {
     return isCellularLink(options_.linkInformation, link);
   };
   const auto loopback = table.isLoopbackUp() ? ReachabilityStatus::WiFi : ReachabilityStatus::NotReachable;
+  blindIn_ = 0;
   report(period, {table.status(isCellular), loopback});
+}
+
+/// Once: what is tried again in vain is no news.
+void NetworkWatcher::reportBlindness(Period period, const char* why, int error) {
+  lookAgainAt_ = DebounceClock::now() + options_.again;
+  if (std::exchange(blindIn_, period) != period) reportUnknown(period, why, error);
 }
 
 void NetworkWatcher::reportUnknown(Period period, const char* why, int error) {

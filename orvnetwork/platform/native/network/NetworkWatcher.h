@@ -9,11 +9,13 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 
 namespace orv {
 
 /// Watches what the kernel announces about links and routes, and queues a report on the main queue after each
-/// burst of announcements for as long as the subscription wants them.
+/// burst of announcements for as long as the subscription wants them. A network that it cannot watch, as when all
+/// descriptors are in use, is reported as `reportUnknown` says, once, and tried again from time to time.
 class NetworkWatcher {
  public:
   NetworkWatcher(Executor& mainQueue, NativeReachabilityOptions options,
@@ -38,13 +40,14 @@ class NetworkWatcher {
  private:
   using Period = ReachabilitySubscription::Period;
 
-  void waitUntilWoken();
+  void waitUntilWoken(int milliseconds);
   void forgetWaking();
   bool isWanted(Period period) const;
   void watch(Period period);
   bool waitForNews(NetlinkSocket& announcements, Debounce& debounce);
   bool takeAnnouncements(NetlinkSocket& announcements, Debounce& debounce);
   void lookAndReport(Period period, Debounce& debounce);
+  void reportBlindness(Period period, const char* why, int error);
   void report(Period period, NetworkFacts facts);
 
   Executor& mainQueue_;
@@ -52,6 +55,11 @@ class NetworkWatcher {
   const std::shared_ptr<ReachabilitySubscription> subscription_;
   const FileDescriptor wakeUp_;
   std::atomic<bool> stopping_ = false;
+
+  // Of the thread that watches: the period for which it was reported that nothing is to be seen, if nothing was seen since;
+  // and when it looks again without news.
+  Period blindIn_ = 0;
+  std::optional<Debounce::Clock::time_point> lookAgainAt_;
 };
 
 }  // namespace orv
