@@ -78,7 +78,7 @@ class PageMerging : public ::testing::Test {
     RecordPageEffects effects(catalogue, items);
     return merge(items, effects);
   }
-  std::optional<PageMergeResult> merge(const json::array& items, RecordPageEffects& effects) {
+  std::optional<PageMergeResult> merge(const PageItems& items, RecordPageEffects& effects) {
     return mergePage(catalogue, CourseListKind::Recorded, {.page = 1, .opened = catalogue.opened()}, items,
                      [&](OptionalString& cursor) {
                        effects.begin();
@@ -178,7 +178,8 @@ TEST_F(PageMerging, RecordThatSomebodyWritesMeanwhileIsNotWrittenOver) {
 
 TEST_F(PageMerging, RecordThatWasReadAheadWhileItWasBeingWrittenIsReadAnew) {
   listThree();
-  const json::array items{item(9), item(8), item(7)};
+  const json::array values{item(9), item(8), item(7)};
+  const PageItems items(1, values);
   std::optional<RecordPageEffects> effects;
   platform.files().watch = [&](const std::string& what) {
     // The file is still the old one.
@@ -196,7 +197,8 @@ TEST_F(PageMerging, RecordThatWasReadAheadWhileItWasBeingWrittenIsReadAnew) {
 
 TEST_F(PageMerging, RecordThatWasReadAheadWhileItWasBeingRemovedIsNotThere) {
   listThree();
-  const json::array items{item(9), item(8), item(7)};
+  const json::array values{item(9), item(8), item(7)};
+  const PageItems items(1, values);
   std::optional<RecordPageEffects> effects;
   platform.files().watch = [&](const std::string& what) {
     if (what == "remove 9.plist" && !effects) effects.emplace(catalogue, items);
