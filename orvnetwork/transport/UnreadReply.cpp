@@ -9,12 +9,7 @@
 namespace orv {
 
 UnreadReply::UnreadReply(std::shared_ptr<const ReplyFrame> frame)
-    : frame_(std::move(frame)), index_(frame_->index()) {
-  // A small one has come without an index, as most of those do.
-  if (index_ == nullptr && !frame_->unreadText().empty()) index_ = JsonIndex::read(frame_->unreadText());
-  // Its text is gone when the values are made of it.
-  if (index_ == nullptr) frame_->dictionary();
-}
+    : frame_(std::move(frame)), index_(frame_->index()) {}
 
 UnreadReply::UnreadReply(const json::object& values)
     : values_(std::make_shared<const json::object>(values)) {}

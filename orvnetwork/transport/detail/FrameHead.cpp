@@ -15,9 +15,9 @@ namespace {
 /// Up to here each integer is a double, which identifiers are read as.
 constexpr std::int64_t kLargestIdentifier = std::int64_t{1} << 53;
 
-/// An integer without a sign or a zero in front; -1 for anything else.
+/// An integer without a zero in front; -1 for anything else.
 std::int64_t plainInteger(std::string_view digits) {
-  if (digits.empty() || (digits.front() == '0' && digits.size() > 1) || digits.front() == '-') return -1;
+  if (digits.empty() || (digits.front() == '0' && digits.size() > 1)) return -1;
   std::int64_t number = 0;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, number);
@@ -43,14 +43,8 @@ bool readMember(FrameHead& head, std::string_view text, std::string_view key, co
   if (key == "s") return takeIdentifier(head, value.source());
   if (value.isNull()) return true;
   if (!value.isDictionary()) return false;
-  int codes = 0;
-  bool succeeded = true;
-  value.eachMember([&](std::string_view name, const JsonView& code) {
-    if (name != "ret") return;
-    ++codes;
-    succeeded = !code.isText() && code.source() == "0";
-  });
-  return codes <= 1 && succeeded;
+  const auto code = value.member("ret");
+  return !code || (!code->isText() && code->source() == "0");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "orvnetwork/transport/detail/ReplyFrame.h"
 
 #include <orvnetwork/data/Json.h>
+#include <orvnetwork/data/JsonIndex.h>
 #include <orvnetwork/data/LooseRead.h>
 
 #include <string>
@@ -50,6 +51,11 @@ std::shared_ptr<const ReplyFrame> ReplyFrame::ofHead(const FrameHead& head, std:
   frame->unread_ = std::move(message);
   frame->index_ = std::move(index);
   return frame;
+}
+
+const std::shared_ptr<const JsonIndex>& ReplyFrame::index() const {
+  if (index_ == nullptr && !unread_.empty()) index_ = JsonIndex::read(unread_);
+  return index_;
 }
 
 // A text that has a head can be read, as long as there is memory.

@@ -43,10 +43,11 @@ struct ReplyFrame {
     return root_->get_object();
   }
 
-  /// The message, while its values have not been read, or if there is an index.
+  /// The message, while its values have not been read, and for good when it has an index.
   const std::string& unreadText() const { return unread_; }
-  /// Where the values stand in that text; null unless the frame was made with it.
-  const std::shared_ptr<const JsonIndex>& index() const { return index_; }
+  /// Where the values stand in that text: what the frame was made with, else made with the first call, after which the frame
+  /// may be used on any thread. Null where there is no text, or one that is out of the ordinary.
+  const std::shared_ptr<const JsonIndex>& index() const;
 
   /// Reads a message. Any thread.
   static std::shared_ptr<const ReplyFrame> read(std::string_view message, SteadyTime arrivedAt = {});
@@ -59,7 +60,7 @@ struct ReplyFrame {
 
   mutable std::optional<json::value> root_;
   mutable std::string unread_;
-  std::shared_ptr<const JsonIndex> index_;
+  mutable std::shared_ptr<const JsonIndex> index_;
 };
 
 }  // namespace orv

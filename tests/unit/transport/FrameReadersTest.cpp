@@ -110,6 +110,8 @@ TEST_F(UnreadReplies, OfAShortOneToo) {
   sendTaking();
   ASSERT_TRUE(taken && taken->view());
   EXPECT_EQ(taken->view()->member("v")->member("ret")->value(), 0);
+  EXPECT_EQ(taken->values().at("v").at("ret"), 0) << "for who asks for them";
+  EXPECT_EQ(taken->view()->member("v")->member("ret")->value(), 0) << "all the same";
 }
 
 TEST_F(UnreadReplies, OfAFailureHasItsValues) {

@@ -2,6 +2,8 @@
 
 #include <orvnetwork/testing/SimulatedPlatform.h>
 #include <orvnetwork/transport/QXRequestItem.h>
+#include <orvnetwork/transport/UnreadReply.h>
+#include <orvnetwork/transport/detail/FrameReaders.h>
 #include <orvnetwork/transport/detail/LinkCounters.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 #include <orvnetwork/transport/detail/RequestTable.h>
@@ -128,6 +130,32 @@ TEST_F(RequestTableTest, TimeOutsInBetweenComeInBetween) {
   platform.settle();
   EXPECT_EQ(steps, (Steps{{1}, {-1001}, {2}}));
   EXPECT_EQ(table.outstandingCount(), 1u);
+}
+
+// Those whose sender takes the reply unread are known for as long as they wait for it.
+TEST_F(RequestTableTest, WhoTakesTheReplyUnreadIsKnownWhileItWaits) {
+  const auto taking = [](std::int64_t timestamp) {
+    return QXRequestItem::initWithTimeStamp_command_jsonString_completeBlock_timeoutBlock(
+        timestamp, "c", "{}", UnreadReplyBlock{[](bool, const UnreadReply&) {}}, nullptr);
+  };
+  const FrameReaders& readers = *table.frameReaders();
+  submit(1);
+  for (int i = 2; i <= 5; ++i) table.submit(taking(i));
+  platform.settle();
+  EXPECT_FALSE(readers.contains(1));
+  EXPECT_TRUE(readers.contains(2));
+  answer(2);
+  platform.settle();
+  EXPECT_FALSE(readers.contains(2)) << "answered";
+  submit(3);
+  platform.settle();
+  EXPECT_FALSE(readers.contains(3)) << "another one has taken its place";
+  table.answer(ReplyFrame::read(R"({"C":"c","s":4,"v":{"ret":1001}})"), nullptr);
+  platform.settle();
+  EXPECT_FALSE(readers.contains(4)) << "it waits for a session";
+  EXPECT_TRUE(readers.contains(5));
+  platform.runFor(Seconds(11));
+  EXPECT_FALSE(readers.any()) << "the last one had no reply in time";
 }
 
 }  // namespace
