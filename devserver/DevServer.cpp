@@ -2,6 +2,7 @@
 
 #include "devserver/control/Control.h"
 #include "devserver/engine/Engine.h"
+#include "devserver/net/LoopbackAddress.h"
 #include "devserver/net/Network.h"
 #include "devserver/school/CourseDesk.h"
 
@@ -107,8 +108,9 @@ std::uint16_t DevServer::port() const {
 }
 
 std::string DevServer::url() const {
-  const bool ipv6 = impl_->options.host.find(':') != std::string::npos;
-  const std::string host = ipv6 ? "[" + impl_->options.host + "]" : impl_->options.host;
+  const std::string address = addressToReach(impl_->options.host);
+  const bool ipv6 = address.find(':') != std::string::npos;
+  const std::string host = ipv6 ? "[" + address + "]" : address;
   return (impl_->options.tlsCertificateFile.empty() ? "ws://" : "wss://") + host + ":" +
          std::to_string(port());
 }

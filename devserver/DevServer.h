@@ -107,7 +107,8 @@ class DevServer {
 
   /// The port that it listens on, or had when it was running; 0 before.
   std::uint16_t port() const;
-  /// "ws://127.0.0.1:PORT", or "wss://…" with TLS.
+  /// "ws://127.0.0.1:PORT", or "wss://…" with TLS; with the address that it listens on, and where that stands for all
+  /// ("0.0.0.0", "::") with the loopback one of the same kind.
   std::string url() const;
   /// Where a browser finds the page that shows what passes: "http://127.0.0.1:PORT/", or "https://…" with TLS.
   std::string pageUrl() const;

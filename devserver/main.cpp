@@ -58,6 +58,9 @@ int serve(orv::DevServer::Options options) {
                 : hasToken ? ", on other machines with ?token=… behind it"
                            : ", on this machine only, as there is no token")
             << std::endl;
+  if (orv::devserver::isWildcard(host)) {
+    std::cerr << "orv-devserver: listens on all addresses of this machine (" << host << ")" << std::endl;
+  }
   int signal = 0;
   sigwait(&signals, &signal);
   server.stop();

@@ -166,6 +166,34 @@ TEST(OtherMachines, AreServedByEitherKindOfAddressWhereAServerListensForAll) {
   });
 }
 
+TEST(OtherMachines, AServerForAllAddressesNamesOneThatCanBeConnectedTo) {
+  const auto urlOn = [](const char* address, const char* certificate = "") {
+    DevServerOptions options;
+    options.host = address;
+    options.port = 9443;
+    options.tlsCertificateFile = certificate;
+    return DevServer(options).url();
+  };
+  EXPECT_EQ(urlOn("0.0.0.0"), "ws://127.0.0.1:9443");
+  EXPECT_EQ(urlOn("::"), "ws://[::1]:9443");
+  EXPECT_EQ(urlOn("0:0:0:0:0:0:0:0"), "ws://[::1]:9443");
+  EXPECT_EQ(urlOn("0.0.0.0", "cert.pem"), "wss://127.0.0.1:9443");
+  EXPECT_EQ(urlOn("192.0.2.1"), "ws://192.0.2.1:9443");
+  EXPECT_EQ(urlOn("127.0.0.2"), "ws://127.0.0.2:9443");
+  EXPECT_EQ(urlOn("2001:db8::1"), "ws://[2001:db8::1]:9443");
+}
+
+TEST(OtherMachines, TheAddressThatAServerForAllNamesIsTakenAsItsHost) {
+  DevServerOptions options;
+  options.host = "0.0.0.0";
+  DevServer server(options);
+  server.start();
+  const Url named = parseUrl(server.url()).value();
+  RawClient client(named.server.port, false, 0, nullptr, named.server.host.c_str());
+  client.sendBytes("GET / HTTP/1.1\r\nHost: " + server.url().substr(5) + "\r\n\r\n");
+  EXPECT_EQ(client.receiveUntil("\r\n\r\n").substr(9, 3), "200");
+}
+
 class ListeningProgram : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -188,10 +216,16 @@ TEST_F(ListeningProgram, LetsNobodyElseInWithoutTlsUnlessThatIsSaid) {
   }
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{"--listen", "0.0.0.0", "--plain-text"}, {"--listen", "127.0.0.2"}}) {
+    const bool isForAll = arguments[1] == "0.0.0.0";
     ServerProcess program(arguments);
-    EXPECT_TRUE(program.listeningUrl().starts_with("ws://" + arguments[1]));
+    const std::string url = program.listeningUrl();
+    EXPECT_TRUE(url.starts_with(isForAll ? "ws://127.0.0.1:" : "ws://127.0.0.2:")) << url;
     program.signal(SIGTERM);
+    const std::string said = program.errors();
     EXPECT_EQ(program.wait(), 0);
+    const bool saysSo =
+        said.find("listens on all addresses of this machine (0.0.0.0)\n") != std::string::npos;
+    EXPECT_EQ(saysSo, isForAll) << said;
   }
 }
 
