@@ -18,12 +18,20 @@
 
 namespace {
 
+/// Whether the program was started to outlive its terminal, as by `nohup`.
+bool outlivesTerminal() {
+  struct sigaction inherited {};
+  return ::sigaction(SIGHUP, nullptr, &inherited) == 0 && inherited.sa_handler == SIG_IGN;
+}
+
 /// Blocks the signals that end the program in this thread and those that it starts.
 sigset_t blockEndingSignals() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
+  // An ignored signal that is blocked would be waited for all the same.
+  if (!outlivesTerminal()) sigaddset(&signals, SIGHUP);
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   return signals;
 }

@@ -6,7 +6,9 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -22,18 +24,44 @@ class ServerProgram : public ::testing::Test {
     EXPECT_EQ(line.substr(0, 25), "listening ws://127.0.0.1:");
     return parseUrl(line.substr(10)).value().server.port;
   }
+  /// A set of signals of a process's first thread, as the system tells it.
+  static std::uint64_t signalSet(pid_t process, const std::string& name) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    std::string word;
+    while (status >> word && word != name) {
+    }
+    status >> word;
+    return std::stoull(word, nullptr, 16);
+  }
 };
 
-TEST_F(ServerProgram, SaysWhereItListensServesAndStopsOnEitherSignal) {
-  for (int signal : {SIGTERM, SIGINT}) {
+TEST_F(ServerProgram, SaysWhereItListensServesAndStopsOnEachSignal) {
+  ::signal(SIGHUP, SIG_DFL);  // the tests themselves may have been started to outlive their terminal
+  for (int signal : {SIGTERM, SIGINT, SIGHUP}) {
     ServerProcess program({});
     RawClient client = RawClient::open(portOf(program.line()));
     client.sendText("PING");
     EXPECT_EQ(client.receiveText(), "PONG");
     program.signal(signal);
-    EXPECT_EQ(program.wait(), 0);
+    const std::string said = program.errors();
+    EXPECT_EQ(program.wait(), 0) << signal;
+    EXPECT_TRUE(said.ends_with("\norv-devserver: stopped\n")) << said;
     EXPECT_NE(client.waitForEnd(), RawClient::End::None);
   }
+}
+
+TEST_F(ServerProgram, OutlivesItsTerminalWhereItWasStartedTo) {
+  ::signal(SIGHUP, SIG_IGN);
+  ServerProcess program({});
+  RawClient client = RawClient::open(portOf(program.line()));
+  const auto waitedFor = signalSet(program.id(), "SigBlk:");
+  EXPECT_NE(waitedFor & (1ull << (SIGTERM - 1)), 0u);
+  EXPECT_EQ(waitedFor & (1ull << (SIGHUP - 1)), 0u) << "it would be waited for";
+  program.signal(SIGHUP);
+  client.sendText("PING");
+  EXPECT_EQ(client.receiveText(), "PONG");
+  program.signal(SIGTERM);
+  EXPECT_EQ(program.wait(), 0);
 }
 
 TEST_F(ServerProgram, GoesOnAndStopsInOrderWhereNobodyReadsWhatItSays) {

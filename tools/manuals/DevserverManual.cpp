@@ -32,8 +32,8 @@ Manual manualOfDevserver() {
   devserver::describe(app, arguments);
   Manual manual{app.get_name(), ORV_VERSION, "classroom server to try OrvNetwork with"};
   manual.description = app.get_description() +
-                       " Standard output has one line when it is ready: `listening ws://127.0.0.1:PORT`. SIGINT and "
-                       "SIGTERM stop it.";
+                       " Standard output has one line when it is ready: `listening ws://127.0.0.1:PORT`. SIGINT, "
+                       "SIGTERM and SIGHUP stop it.";
   for (const CLI::Option* option : app.get_options()) manual.options.push_back(optionOf(*option));
   manual.sections = {{"EXIT STATUS",
                       "0 when it was stopped, 1 after wrong use, or where a port, a certificate or the data file "
