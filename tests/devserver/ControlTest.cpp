@@ -126,6 +126,38 @@ TEST_F(ControlOverHttp, FaultsOfRepliesAreBoundedInNumberAndInBytes) {
   EXPECT_EQ(server.faults().describe().at("replies").as_array().size(), 1u);
 }
 
+TEST_F(ControlOverHttp, FieldsOfCoursesAreBoundedInBytes) {
+  const auto added = [](std::size_t count, const json::object& fields) {
+    return json::object{{"course", "add"}, {"count", count}, {"fields", fields}};
+  };
+  const auto refusedFields = [&](const json::object& fields, std::size_t count = 1) {
+    return refused(json::serialize(added(count, fields)));
+  };
+  const json::string longest(20'000, 'x'), tooLong(20'001, 'x'), quarter(16'383, 'x');
+  const json::object full{{"a", quarter}, {"b", quarter}, {"c", quarter}, {"d", quarter}};
+  const auto room = [&](const json::object& fields) {
+    return control(added(1, fields)).at("roomIDs").at(0).as_int64();
+  };
+  const std::int64_t first = room({{"intro", longest}, {std::string(100, 'n'), 1}});
+  EXPECT_EQ(server.course(first)->at("intro"), longest);
+
+  EXPECT_NE(refusedFields(one("intro", tooLong)).find("\"intro\" in \"fields\": expected at most 20000"),
+            std::string::npos);
+  EXPECT_NE(refusedFields(one("enrollcols", json::array(10'000, 1))).find("\"enrollcols\" in \"fields\""),
+            std::string::npos);
+  EXPECT_NE(refusedFields(one(std::string(101, 'n'), 1)).find("at most 100 bytes"), std::string::npos);
+  json::object more = full;
+  more["d"].get_string() += 'x';
+  EXPECT_NE(refusedFields(more).find("\"fields\": expected at most 65536 bytes"), std::string::npos);
+  EXPECT_NE(refusedFields(full, 1'025).find("\"count\": expected at most 1024 with fields of 65536 bytes"),
+            std::string::npos);
+  const json::object change{{"course", "change"}, {"roomID", first}, {"fields", one("intro", tooLong)}};
+  EXPECT_NE(refused(json::serialize(change)).find("expected at most 20000 bytes"), std::string::npos);
+
+  EXPECT_EQ(server.course(first)->at("intro"), longest);
+  EXPECT_EQ(room(full), first + 1) << "nothing was added meanwhile";
+}
+
 TEST_F(ControlOverHttp, OtherMethodsAndAddressesAreRefused) {
   int status = 0;
   RawClient::http(server.port(), "PUT", "/control", "{}", status);
