@@ -6,9 +6,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -23,15 +21,6 @@ class ServerProgram : public ::testing::Test {
   static std::uint16_t portOf(const std::string& line) {
     EXPECT_EQ(line.substr(0, 25), "listening ws://127.0.0.1:");
     return parseUrl(line.substr(10)).value().server.port;
-  }
-  /// A set of signals of a process's first thread, as the system tells it.
-  static std::uint64_t signalSet(pid_t process, const std::string& name) {
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    std::string word;
-    while (status >> word && word != name) {
-    }
-    status >> word;
-    return std::stoull(word, nullptr, 16);
   }
 };
 
@@ -54,12 +43,12 @@ TEST_F(ServerProgram, OutlivesItsTerminalWhereItWasStartedTo) {
   ::signal(SIGHUP, SIG_IGN);
   ServerProcess program({});
   RawClient client = RawClient::open(portOf(program.line()));
-  const auto waitedFor = signalSet(program.id(), "SigBlk:");
-  EXPECT_NE(waitedFor & (1ull << (SIGTERM - 1)), 0u);
-  EXPECT_EQ(waitedFor & (1ull << (SIGHUP - 1)), 0u) << "it would be waited for";
   program.signal(SIGHUP);
-  client.sendText("PING");
-  EXPECT_EQ(client.receiveText(), "PONG");
+  // A server that stops has closed the connection before the last of them.
+  for (int i = 0; i < 500; ++i) {
+    client.sendText("PING");
+    ASSERT_EQ(client.receiveText(), "PONG") << i;
+  }
   program.signal(SIGTERM);
   EXPECT_EQ(program.wait(), 0);
 }
