@@ -112,21 +112,10 @@ JsonView JsonIndex::root(std::string_view text) const {
 
 namespace {
 
-std::uint32_t codeUnit(std::string_view digits) {
+char32_t codeUnit(std::string_view digits) {
   std::uint32_t unit = 0;
   std::from_chars(digits.data(), digits.data() + digits.size(), unit, 16);
   return unit;
-}
-
-void appendUtf8(std::string& text, std::uint32_t unit) {
-  const auto rest = [](std::uint32_t bits) { return static_cast<char>(0x80 | (bits & 0x3F)); };
-  if (unit < 0x80) {
-    text += static_cast<char>(unit);
-  } else if (unit < 0x800) {
-    text += {static_cast<char>(0xC0 | unit >> 6), rest(unit)};
-  } else {
-    text += {static_cast<char>(0xE0 | unit >> 12), rest(unit >> 6), rest(unit)};
-  }
 }
 
 /// The text that is written with escapes; all of them are known to be good.

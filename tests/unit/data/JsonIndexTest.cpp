@@ -2,6 +2,7 @@
 #include <orvnetwork/data/JsonIndex.h>
 #include <orvnetwork/data/RecordMapping.h>
 
+#include <tests/support/DamagedText.h>
 #include <tests/support/RandomJson.h>
 #include <tests/unit/data/SampleRecord.h>
 
@@ -107,34 +108,12 @@ TEST(JsonIndex, MemberIsTheLastOneOfItsKey) {
 }
 
 TEST(JsonIndex, TellsWhatItTakes) {
-  const std::string few = "[1]", many = "[" + std::string(4000, ' ') + "1" + std::string(400, ' ') + "]";
-  EXPECT_GE(JsonIndex::read(few)->memory(), sizeof(JsonIndex) + 2 * 16);
+  EXPECT_GE(JsonIndex::read("[1]")->memory(), sizeof(JsonIndex) + 2 * 16);
   std::string ones = "[1";
   for (int i = 0; i < 10000; ++i) ones += ",1";
   ones += "]";
   EXPECT_GE(JsonIndex::read(ones)->memory(), 10001u * 16) << "dense";
   EXPECT_LE(JsonIndex::read(ones)->memory(), 10001u * 16 * 3);
-}
-
-/// A text with a few bytes changed, put in or taken out.
-std::string damaged(std::string_view text, std::mt19937& random) {
-  constexpr std::string_view kBytes = "{}[]\",:\\0123456789-+.eE nulltrefasu/\t\x01\x80";
-  std::string changed(text);
-  for (std::size_t changes = random() % 3; changes > 0 && !changed.empty(); --changes) {
-    const std::size_t at = random() % changed.size();
-    const char byte = kBytes[random() % kBytes.size()];
-    switch (random() % 3) {
-      case 0:
-        changed[at] = byte;
-        break;
-      case 1:
-        changed.insert(at, 1, byte);
-        break;
-      default:
-        changed.erase(at, 1 + random() % 4);
-    }
-  }
-  return changed;
 }
 
 TEST(JsonIndex, NeverDiffersFromTheReaderOfValues) {
@@ -143,7 +122,8 @@ TEST(JsonIndex, NeverDiffersFromTheReaderOfValues) {
   std::size_t plain = 0;
   for (int i = 0; i < 30000; ++i) {
     const std::string text =
-        damaged(i % 2 == 0 ? kPlain[random() % kPlain.size()] : json::serialize(values.array(3)), random);
+        test::damaged(i % 2 == 0 ? kPlain[random() % kPlain.size()] : json::serialize(values.array(3)),
+                      random() % 3, random);
     const auto index = JsonIndex::read(text);
     if (!index) continue;
     ++plain;

@@ -2,6 +2,8 @@
 #include <orvnetwork/transport/detail/FrameHead.h>
 #include <orvnetwork/transport/detail/ReplyFrame.h>
 
+#include <tests/support/DamagedText.h>
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -103,26 +105,10 @@ TEST(FrameHead, LeavesDeepAndLongTextsToIt) {
 
 // Whatever has a head is a frame and says the same: also where a text was damaged on its way.
 TEST(FrameHead, NeverDiffersFromTheReaderOfValues) {
-  constexpr std::string_view kBytes = "{}[]\",:\\0123456789-+.eE nulltrefasCv\t\x01\x80";
   std::mt19937 random(20240131);
-  const auto below = [&](std::size_t most) { return random() % most; };
   std::size_t plain = 0;
   for (int i = 0; i < 20000; ++i) {
-    std::string text(kPlain[below(kPlain.size())]);
-    for (std::size_t changes = 1 + below(3); changes > 0 && !text.empty(); --changes) {
-      const std::size_t at = below(text.size());
-      const char byte = kBytes[below(kBytes.size())];
-      switch (below(3)) {
-        case 0:
-          text[at] = byte;
-          break;
-        case 1:
-          text.insert(at, 1, byte);
-          break;
-        default:
-          text.erase(at, 1 + below(4));
-      }
-    }
+    const std::string text = test::damaged(kPlain[random() % kPlain.size()], 1 + random() % 3, random);
     const auto head = FrameHead::read(text);
     if (!head) continue;
     ++plain;
