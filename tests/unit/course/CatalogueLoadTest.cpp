@@ -7,6 +7,7 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include <tests/support/PassingFiles.h>
+#include <tests/unit/course/SevenSignedIn.h>
 
 #include <gtest/gtest.h>
 
@@ -57,13 +58,6 @@ class CatalogueLoad : public ::testing::Test {
           << "</string></array></plist>";
     }
   }
-  static void signIn(const std::string& classroom) {
-    auto user = std::make_shared<OrvUserInfoModel>();
-    user->uID = "7";
-    user->classroom = classroom;
-    user->classroominfo = std::make_shared<OrvClassroomInfo>();
-    QXUserInfoMgr::getInstance().setUserInfo(user);
-  }
   test::PlatformWithFiles<SlowFiles>& platform =
       *new test::PlatformWithFiles<SlowFiles>;  // Never destroyed, once installed.
   QXCourseManager& manager() { return QXCourseManager::getInstance(); }
@@ -71,20 +65,20 @@ class CatalogueLoad : public ::testing::Test {
 
 TEST_F(CatalogueLoad, UserChangesWithoutWaitingForListsThatAreBeingRead) {
   manager();
-  signIn("slow");
+  signSevenIn("slow");
   platform.files().reading.get_future().wait();  // A worker is at it, and stays there.
-  signIn("quick");
+  signSevenIn("quick");
   EXPECT_EQ(manager().currentClassroomID(), "quick");
   platform.files().letGo.set_value();
   EXPECT_EQ(manager().localCourseList(), std::vector<std::string>{"2"});
   EXPECT_NE(manager().localCourseFolder()->find("/7/quick/"), std::string::npos);
-  signIn("slow");
+  signSevenIn("slow");
   EXPECT_EQ(manager().localCourseList(), std::vector<std::string>{"1"});
 }
 
 TEST_F(CatalogueLoad, OperationsWaitForTheListsWithoutHoldingTheCatalogue) {
   manager();
-  signIn("slow");
+  signSevenIn("slow");
   platform.files().reading.get_future().wait();
   auto added = std::async(std::launch::async, [this] { return manager().createLocalCourse() != nullptr; });
   auto counted = std::async(std::launch::async, [this] { return manager().getLocalCourseCount(); });

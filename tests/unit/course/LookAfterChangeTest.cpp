@@ -8,6 +8,7 @@
 
 #include <tests/support/PassingFiles.h>
 #include <tests/support/PumpedExecutor.h>
+#include <tests/unit/course/SevenSignedIn.h>
 
 #include <gtest/gtest.h>
 
@@ -65,13 +66,6 @@ class LookAfterChange : public ::testing::TestWithParam<std::uint64_t> {
 
   static QXCourseManager& manager() { return QXCourseManager::getInstance(); }
   static bool isLive() { return GetParam() != 0; }
-  static void signIn(const std::string& classroom) {
-    auto user = std::make_shared<OrvUserInfoModel>();
-    user->uID = "7";
-    user->classroom = classroom;
-    user->classroominfo = std::make_shared<OrvClassroomInfo>();
-    QXUserInfoMgr::getInstance().setUserInfo(user);
-  }
   static void ask() {
     CourseRequest request{.start = 0, .count = 30, .force = false};
     if (isLive()) {
@@ -99,9 +93,9 @@ class LookAfterChange : public ::testing::TestWithParam<std::uint64_t> {
 };
 
 TEST_P(LookAfterChange, LastPageOfTheOneUserEndsNoRequestOfTheNext) {
-  signIn("1");
+  signSevenIn("1");
   platform.files().atList = [] {
-    signIn("2");
+    signSevenIn("2");
     ask();
   };
   look();
@@ -111,7 +105,7 @@ TEST_P(LookAfterChange, LastPageOfTheOneUserEndsNoRequestOfTheNext) {
 }
 
 TEST_P(LookAfterChange, LastPageEndsTheRequestsOfItsOwnUser) {
-  signIn("1");
+  signSevenIn("1");
   platform.files().atList = [] { ask(); };
   look();
   EXPECT_EQ(waiting().size(), 0u);

@@ -8,6 +8,7 @@
 #include <orvnetwork/session/QXUserInfoMgr.h>
 
 #include <tests/support/PassingFiles.h>
+#include <tests/unit/course/SevenSignedIn.h>
 
 #include <gtest/gtest.h>
 
@@ -67,7 +68,7 @@ class RangeGivesWay : public ::testing::TestWithParam<std::uint64_t> {
     Console::setSink([](std::string_view) {});
     Platform::install(std::unique_ptr<Platform>(&platform));
     MainQueue::instance().claim();
-    signIn("1");
+    signSevenIn("1");
     for (std::int64_t room = 1; room <= kRange; ++room) keys.push_back(std::to_string(room));
     const std::string folder =
         (isLive() ? manager().liveCourseFolder() : manager().cloudCourseFolder()).value();
@@ -93,13 +94,6 @@ class RangeGivesWay : public ::testing::TestWithParam<std::uint64_t> {
 
   static bool isLive() { return GetParam() != 0; }
   static QXCourseManager& manager() { return QXCourseManager::getInstance(); }
-  static void signIn(const std::string& classroom) {
-    auto user = std::make_shared<OrvUserInfoModel>();
-    user->uID = "7";
-    user->classroom = classroom;
-    user->classroominfo = std::make_shared<OrvClassroomInfo>();
-    QXUserInfoMgr::getInstance().setUserInfo(user);
-  }
 
   /// Has a request for all courses looked at on a thread of its own, and returns when the first record is being read.
   void answerRange(CoursesBlock block) {
@@ -166,7 +160,7 @@ TEST_P(RangeGivesWay, CourseThatIsDeletedInBetweenIsNotCounted) {
 TEST_P(RangeGivesWay, ChangeOfTheUserEndsItWithoutAWord) {
   const auto host = std::make_shared<std::atomic<int>>(0);
   answerRange([host](bool, std::int64_t) { ++*host; });
-  signIn("2");
+  signSevenIn("2");
   const std::int64_t readByThen = platform.files().reads;
   platform.files().endWaiting();
   answerer.join();
