@@ -103,6 +103,7 @@ int main(int argc, char** argv) {
   if (context == nullptr || !connectTo(order, context)) return EXIT_FAILURE;
   while (!client.meter().isOver() && lws_service(context, 0) >= 0) {
   }
+  if (!client.meter().isOver()) return EXIT_FAILURE;
   client.meter().print();
   std::fflush(stdout);
   std::_Exit(EXIT_SUCCESS);

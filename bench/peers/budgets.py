@@ -2,6 +2,8 @@
 
 import re
 
+import measure
+
 BOUND_MIB = 256  # of what waits for the main thread, docs/threading.md
 
 
@@ -30,9 +32,9 @@ def peer(place, outstanding, name, figure, ratio=False):
 
 
 def beside(place, outstanding, name, figure):
-    """The library's figure as a multiple of another peer's."""
-    ours, theirs = peer(place, outstanding, "library", figure), peer(place, outstanding, name, figure)
-    return lambda results: ours(results) / theirs(results) if theirs(results) else None
+    """The library's figure as a multiple of another peer's: the median of the ratios of the same round, as beside "bare"."""
+    ours, theirs = (peer(place, outstanding, one, "runs") for one in ("library", name))
+    return lambda results: measure.ratio(ours(results), theirs(results), figure) if theirs(results) else None
 
 
 def numbers(results, program, pattern):

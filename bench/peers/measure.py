@@ -19,6 +19,7 @@ FIGURES = ("p50_us", "p99_us", "per_second", "cpu_us", "waits", "peak_kib")
 REFERENCE = "bare"
 PLACES = {"scheduler free": [], "one processor": ["taskset", "--cpu-list", "0"]}
 LOADS = (1, 16, 256, 4096)
+TIME_LIMIT = 120  # of one run, in seconds
 
 
 def peers_of(folder):
@@ -60,17 +61,31 @@ class Server:
 
 
 def run_once(command, address, outstanding, seconds, where, home):
-    run = subprocess.run([*where, *command, address, str(outstanding), f"{seconds}s"], env=environment(home),
-                         stdout=subprocess.PIPE, text=True, timeout=120, check=False)
-    if run.returncode != 0:
-        raise SystemExit(f"{' '.join(command)} failed with {outstanding} outstanding")
-    return json.loads(run.stdout)
+    """What it prints. One that fails, hangs, ends without a word or has answered nothing ends the whole run."""
+    why = "failed"
+    try:
+        run = subprocess.run([*where, *command, address, str(outstanding), f"{seconds}s"], env=environment(home),
+                             stdout=subprocess.PIPE, text=True, timeout=TIME_LIMIT, check=False)
+        if run.returncode == 0:
+            why = "told no figures"
+            figures = json.loads(run.stdout)
+            if figures["requests"] > 0:
+                return figures
+    except subprocess.TimeoutExpired:
+        why = f"took more than {TIME_LIMIT} s"
+    except (ValueError, KeyError, TypeError):
+        pass
+    raise SystemExit(f"{' '.join(command)} {why} with {outstanding} outstanding")
+
+
+def ratio(runs, reference, figure):
+    """The median of the ratios of the same round."""
+    return statistics.median(mine[figure] / its[figure] for mine, its in zip(runs, reference) if its[figure])
 
 
 def summary(runs, reference):
     """Medians, and medians of the ratios to what the reference did in the same round."""
-    ratios = {figure: statistics.median(mine[figure] / its[figure] for mine, its in zip(runs, reference) if its[figure])
-              for figure in ("p50_us", "per_second", "cpu_us")}
+    ratios = {figure: ratio(runs, reference, figure) for figure in ("p50_us", "per_second", "cpu_us")}
     return {"runs": runs, **{figure: statistics.median(run[figure] for run in runs) for figure in FIGURES},
             "ratio": ratios}
 

@@ -97,6 +97,11 @@ socket.on('error', (error) => {
   console.error(error.message);
   process.exit(1);
 });
+socket.on('close', () => {
+  if (phase === 'ended' && asked === answered) return;
+  console.error('the connection is lost');
+  process.exit(1);
+});
 socket.on('open', () => {
   now = clock();
   begin = moment();

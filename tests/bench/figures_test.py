@@ -6,6 +6,7 @@ import io
 import pathlib
 import sys
 import unittest
+import unittest.mock
 import xml.etree.ElementTree
 
 sys.dont_write_bytecode = True
@@ -86,6 +87,29 @@ class FiguresTest(unittest.TestCase):
         found = measure.summary([run(20.0), run(30.0), run(60.0)], [run(10.0), run(10.0), run(60.0)])
         self.assertEqual(found["p50_us"], 30.0)
         self.assertEqual(found["ratio"]["p50_us"], 2.0)
+
+    def test_a_ratio_to_another_client_is_taken_round_by_round_too(self):
+        rates = {"library": (10.0, 20.0, 60.0), "Beast, one thread": (20.0, 10.0, 30.0)}
+        loads = [{"outstanding": 256, "peers": {
+            name: measure.summary([run(1.0, rate) for rate in told], [run(1.0)] * 3) for name, told in rates.items()}}]
+        results = {"peers": [{"place": "scheduler free", "loads": loads}]}
+        what = "256 outstanding, requests a second, scheduler free"
+        self.assertEqual(self.value(what, "× Beast, one thread", results), (2.0, True))
+        self.assertEqual(self.value(what, "× libwebsockets", results), (None, None))
+
+    def test_a_client_that_has_measured_nothing_ends_the_run(self):
+        def told(script):
+            return measure.run_once(["sh", "-c", script], "127.0.0.1:1", 16, 1, [], "/")
+        good = 'echo \'{"requests": 3}\''
+        self.assertEqual(told(good), {"requests": 3})
+        for script in (good + "; exit 1", "true", "echo nan", "echo '{}'", """echo '{"requests": 0}'"""):
+            with self.assertRaisesRegex(SystemExit, "with 16 outstanding", msg=script):
+                told(script)
+
+    def test_a_client_that_hangs_ends_the_run(self):
+        with unittest.mock.patch.object(measure, "TIME_LIMIT", 0):
+            with self.assertRaisesRegex(SystemExit, "took more than 0 s"):
+                measure.run_once(["sleep"], "60", 1, 1, [], "/")
 
     def test_each_round_begins_with_another_client(self):
         self.assertEqual(measure.rotated(["a", "b", "c"], 4), ["b", "c", "a"])
