@@ -13,7 +13,7 @@ SerialQueue::Turn& SerialQueue::Turn::operator=(Turn&& other) noexcept {
 }
 
 void SerialQueue::Turn::release() {
-  if (auto queue = std::move(queue_)) queue->turnEnded();
+  if (auto queue = std::move(queue_)) turnEnded(std::move(queue));
 }
 
 std::shared_ptr<SerialQueue> SerialQueue::make(std::string label, Executor& target) {
@@ -40,34 +40,43 @@ void SerialQueue::enqueue(Entry entry) {
     if (busy_) return;
     busy_ = true;
   }
-  target_.post([self = shared_from_this()] { self->runNext(); });
+  postNext(shared_from_this());
 }
 
-void SerialQueue::runNext() {
+void SerialQueue::postNext(std::shared_ptr<SerialQueue> queue) {
+  Executor& target = queue->target_;
+  target.post([queue = std::move(queue)]() mutable { runNext(std::move(queue)); });
+}
+
+void SerialQueue::runNext(std::shared_ptr<SerialQueue> queue) {
   Entry entry;
   {
-    const std::lock_guard lock(mutex_);
-    entry = std::move(entries_.front());
-    entries_.pop_front();
+    const std::lock_guard lock(queue->mutex_);
+    entry = std::move(queue->entries_.front());
+    queue->entries_.pop_front();
   }
-  // The turn ends with this scope even when the task throws, and after the task itself has been destroyed.
-  Turn turn(shared_from_this());
+  const char* const label = queue->label_.c_str();
   if (entry.keeping) {
-    runGuarded(label_.c_str(), [&] { entry.keeping(std::move(turn)); });
+    // The turn may be given back while the task still runs: what is left here keeps the queue until then.
+    Turn turn(queue);
+    runGuarded(label, [&] { entry.keeping(std::move(turn)); });
+    entry = Entry();
   } else {
-    runGuarded(label_.c_str(), entry.task);
+    // The turn ends with this scope even when the task throws, and after the task itself has been destroyed.
+    const Turn turn(std::move(queue));
+    runGuarded(label, entry.task);
+    entry = Entry();
   }
-  entry = Entry();
 }
 
-void SerialQueue::turnEnded() {
+void SerialQueue::turnEnded(std::shared_ptr<SerialQueue> queue) {
   {
-    const std::lock_guard lock(mutex_);
-    busy_ = !entries_.empty();
-    if (!busy_) return;
+    const std::lock_guard lock(queue->mutex_);
+    queue->busy_ = !queue->entries_.empty();
+    if (!queue->busy_) return;
   }
   // One task a visit to the target, so that its other work gets its share in between.
-  target_.post([self = shared_from_this()] { self->runNext(); });
+  postNext(std::move(queue));
 }
 
 }  // namespace orv

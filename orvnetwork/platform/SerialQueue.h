@@ -74,9 +74,11 @@ class ORV_EXPORT SerialQueue final : public Executor, public std::enable_shared_
   };
   SerialQueue(std::string label, Executor& target) : label_(std::move(label)), target_(target) {}
 
+  // What runs next holds the queue; it is handed from one to the other, since counting anew costs more than the rest.
+  static void postNext(std::shared_ptr<SerialQueue> queue);
+  static void runNext(std::shared_ptr<SerialQueue> queue);
+  static void turnEnded(std::shared_ptr<SerialQueue> queue);
   void enqueue(Entry entry);
-  void runNext();
-  void turnEnded();
 
   const std::string label_;
   Executor& target_;

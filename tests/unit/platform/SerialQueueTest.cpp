@@ -1,11 +1,14 @@
+#include <orvnetwork/platform/Console.h>
 #include <orvnetwork/platform/SerialQueue.h>
 
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv::serial_queue_test {
@@ -109,6 +112,28 @@ TEST(SerialQueue, LivesUntilItsLastTaskHasRun) {
   SerialQueue::make("test", target)->post([&] { ran = true; });
   target.runAll();
   EXPECT_TRUE(ran);
+}
+
+TEST(SerialQueue, LivesUntilATaskThatHasGivenItsTurnBackIsOver) {
+  std::vector<std::string> console;
+  Console::setSink([&](std::string_view line) { console.emplace_back(line); });
+  const std::string label = "a label that is long enough to lie on the heap";
+  HandQueue target;
+  std::weak_ptr<SerialQueue> gone;
+  {
+    const auto queue = SerialQueue::make(label, target);
+    gone = queue;
+    queue->postKeepingTurn([&](SerialQueue::Turn turn) {
+      turn.release();
+      EXPECT_FALSE(gone.expired()) << "its label is still needed";
+      throw std::runtime_error("planted");
+    });
+  }
+  target.runAll();
+  Console::setSink(nullptr);
+  ASSERT_EQ(console.size(), 1u);
+  EXPECT_NE(console.front().find(label + ": planted"), std::string::npos) << console.front();
+  EXPECT_TRUE(gone.expired());
 }
 
 TEST(SerialQueue, CountsWaitingAndRunningTasks) {
