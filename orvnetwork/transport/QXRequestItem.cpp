@@ -8,7 +8,9 @@
 #include <orvnetwork/transport/detail/LinkSettings.h>
 
 #include <array>
+#include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -53,6 +55,32 @@ class FrameMembers {
   std::size_t count_ = 0;
 };
 
+/// "b": the version and the build with a point between them, each "(null)" where it is absent.
+std::string versionText(const LinkSettings& settings) {
+  std::string version;
+  const auto append = [&version](const OptionalString& text) {
+    version += text ? std::string_view(*text) : std::string_view("(null)");
+  };
+  settings.appVersion.visit(append);
+  version += '.';
+  settings.appBuildVersion.visit(append);
+  return version;
+}
+
+/// The decimal text of an identifier. As a string by itself it would lie on the heap: it has 16 digits.
+class IdentifierText {
+ public:
+  explicit IdentifierText(std::int64_t identifier)
+      : end_(std::to_chars(digits_.data(), digits_.data() + digits_.size(), identifier).ptr) {}
+  IdentifierText(const IdentifierText&) = delete;
+  IdentifierText& operator=(const IdentifierText&) = delete;
+  std::string_view view() const { return {digits_.data(), static_cast<std::size_t>(end_ - digits_.data())}; }
+
+ private:
+  std::array<char, 20> digits_;  // as many as the longest has, with its sign
+  const char* const end_;
+};
+
 std::shared_ptr<QXRequestItem> newItem(OptionalString command, CompleteBlock completeBlock,
                                        TimeoutBlock timeoutBlock) {
   auto item = std::make_shared<MakeableItem>();
@@ -89,15 +117,15 @@ std::shared_ptr<QXRequestItem> QXRequestItem::initWithCommand_parameters_complet
   auto item = newItem(std::move(command), std::move(completeBlock), std::move(timeoutBlock));
   const auto& settings = LinkSettings::standard();
   const OptionalString identifier = settings.globalUUID;
-  const std::string version = formatText("%@.%@", settings.appVersion.get(), settings.appBuildVersion.get());
-  const std::string timestamp = std::to_string(item->timestamp);
+  const std::string version = versionText(settings);
+  const IdentifierText timestamp(item->timestamp);
   FrameMembers frame;
   frame.addIfPresent("c", item->command);
   frame.add("r", "1");
   frame.addIfPresent("g", identifier);
   frame.add("a", "1");
   frame.add("b", version);
-  frame.add("s", timestamp);
+  frame.add("s", timestamp.view());
   if (parameters) frame.add("v", *parameters);
   item->jsonString = frameText(writeJsonPretty(frame.all()));
   return item;
