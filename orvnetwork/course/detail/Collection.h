@@ -84,6 +84,9 @@ class Collection {
   /// written by then are not written. False when the disk has not taken them.
   Keys keysToSave();
   bool saveKeys(const Keys& keys);
+  /// Makes a part of what `keysToSave` gives, so that with many thousands of keys nobody holds the catalogue for all of
+  /// it: others may have it in between. Says whether nothing of it is left to be made.
+  bool prepareKeys();
 
   /// Makes the folder below the catalogue's, `base`, and notes where the files are.
   void open(const std::string& base);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <span>
 
 namespace orv {
 
@@ -118,21 +119,24 @@ std::vector<std::string> KeyList::snapshot(std::size_t first, std::size_t end) c
 }
 
 // A list may have a hundred thousand keys, so each is appended with three copies and nothing else.
-bool KeyList::appendNumbers(std::string& text, std::string_view before, std::string_view behind) const {
+bool KeyList::appendNumbers(std::string& text, std::string_view before, std::string_view behind,
+                            std::size_t first, std::size_t end) const {
   const std::lock_guard lock(mutex_);
-  if (order_.empty()) return false;
+  end = std::min(end, order_.size());
+  if (first >= end) return false;
+  const std::span keys = std::span(order_).subspan(first, end - first);
   const std::size_t around = before.size() + behind.size();
   std::size_t used = text.size();
   // Keys are nearly of one length.
-  text.resize(used + order_.size() * (around + order_.front()->first.size() + 1));
+  text.resize(used + keys.size() * (around + keys.front()->first.size() + 1));
   const auto put = [&](std::string_view part) {
     std::memcpy(text.data() + used, part.data(), part.size());
     used += part.size();
   };
-  const bool areNumbers = std::ranges::all_of(order_, [&](const Key* key) {
+  const bool areNumbers = std::ranges::all_of(keys, [&](const Key* key) {
     if (!key->second.isNumber) return false;
-    const std::size_t end = used + around + key->first.size();
-    if (end > text.size()) text.resize(2 * end);
+    const std::size_t needed = used + around + key->first.size();
+    if (needed > text.size()) text.resize(2 * needed);
     put(before);
     put(key->first);
     put(behind);

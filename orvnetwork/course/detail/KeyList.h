@@ -67,9 +67,10 @@ class KeyList {
 
   /// Another number after each change, whoever made it. Takes no lock.
   std::uint64_t revision() const { return revision_.load(std::memory_order_acquire); }
-  /// Appends each key to a text, between two others. False, and some of it or nothing is appended, when there is none,
-  /// or one that is not made of digits and "-".
-  bool appendNumbers(std::string& text, std::string_view before, std::string_view behind) const;
+  /// Appends the keys from one index up to, but not including, another one to a text, each between two others. False, and
+  /// some of it or nothing is appended, when there is none, or one that is not made of digits and "-".
+  bool appendNumbers(std::string& text, std::string_view before, std::string_view behind,
+                     std::size_t first = 0, std::size_t end = npos) const;
 
  private:
   struct Use {

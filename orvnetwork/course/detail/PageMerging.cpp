@@ -30,6 +30,12 @@ PageMergeResult mergeInMemory(Paging& paging, const KeyList& list, const PageLoa
   return result;
 }
 
+/// With many thousands of keys others have the catalogue in between. It stays this user's: `changing` is shared.
+Collection::Keys keysGivingWay(Collection& courses, CatalogueLock& lock) {
+  while (!courses.prepareKeys()) lock.giveWay();
+  return courses.keysToSave();
+}
+
 }  // namespace
 
 std::optional<PageMergeResult> mergePage(Catalogue& catalogue, CourseListKind kind, const PageLoad& load,
@@ -43,11 +49,11 @@ std::optional<PageMergeResult> mergePage(Catalogue& catalogue, CourseListKind ki
   PageMergeResult result;
   Collection::Keys keys;
   {
-    const CatalogueLock lock(catalogue);
+    CatalogueLock lock(catalogue);
     result = mergeInMemory(isLive ? catalogue.livePaging : catalogue.paging, listOf(courses, load.status),
                            load, merge);
     catalogue.tell(pageChange({kind, load.status}, items));
-    if (result.writeList) keys = courses.keysToSave();
+    if (result.writeList) keys = keysGivingWay(courses, lock);
   }
   courses.files().finish();
   if (result.writeList) courses.saveKeys(keys);

@@ -274,6 +274,12 @@ TEST(KeyList, AppendsKeysThatAreNumbersToAText) {
   list.assign({"12", "-3"});
   EXPECT_TRUE(list.appendNumbers(text, " <", ">"));
   EXPECT_EQ(text, "keys: <12> <-3>");
+  EXPECT_TRUE(list.appendNumbers(text, " <", ">", 1));
+  EXPECT_EQ(text, "keys: <12> <-3> <-3>");
+  EXPECT_TRUE(list.appendNumbers(text, " <", ">", 0, 1));
+  EXPECT_EQ(text, "keys: <12> <-3> <-3> <12>");
+  EXPECT_FALSE(list.appendNumbers(text, " <", ">", 1, 1)) << "none";
+  EXPECT_FALSE(list.appendNumbers(text, " <", ">", 2, 9)) << "none";
   list.append("4a");
   EXPECT_FALSE(list.appendNumbers(text, "<", ">"));
 }

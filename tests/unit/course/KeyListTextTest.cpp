@@ -91,6 +91,54 @@ TEST(KeyListText, IsMadeOncePerChange) {
   EXPECT_EQ(text.made(), 2u) << "nothing has changed";
 }
 
+TEST(KeyListText, IsTheSameHoweverManyKeysAreMadeAtOnce) {
+  for (const std::size_t atOnce : {1u, 2u, 3u, 7u, 100u}) {
+    std::vector<KeyList> lists(4);
+    lists[0].assign({"1", "22", "333", "4", "5", "6"});
+    lists[2].assign({"7", "8", "9"});
+    KeyListText text;
+    std::size_t steps = 1;
+    while (!text.makeSome(lists, atOnce)) ++steps;
+    EXPECT_EQ(steps, (9 + atOnce - 1) / atOnce);
+    EXPECT_EQ(textOf(text, lists), plainly(lists)) << atOnce;
+    EXPECT_EQ(text.made(), 1u);
+  }
+}
+
+TEST(KeyListText, IsBegunAnewWhenAListChangesMeanwhile) {
+  std::vector<KeyList> lists(2);
+  lists[0].assign({"1", "2", "3"});
+  KeyListText text;
+  EXPECT_FALSE(text.makeSome(lists, 2));
+  lists[0].removeAt(0);
+  while (!text.makeSome(lists, 2)) {
+  }
+  EXPECT_EQ(textOf(text, lists), plainly(lists));
+  EXPECT_EQ(text.made(), 2u);
+}
+
+TEST(KeyListText, GoesOnWithWhatWasBegun) {
+  std::vector<KeyList> lists(1);
+  lists[0].assign({"1", "2", "3"});
+  KeyListText text;
+  EXPECT_FALSE(text.makeSome(lists, 2));
+  EXPECT_EQ(textOf(text, lists), plainly(lists));
+  EXPECT_EQ(text.made(), 1u);
+}
+
+TEST(KeyListText, OfAListThatChangesAllTheTimeIsMadeAtOnceInTheEnd) {
+  std::vector<KeyList> lists(1);
+  lists[0].assign({"1", "2", "3"});
+  KeyListText text;
+  for (int round = 0; round < 2; ++round) {
+    int steps = 1;
+    for (; !text.makeSome(lists, 1); ++steps) lists[0].append(std::to_string(steps));
+    EXPECT_EQ(steps, 4) << "each time anew";
+    EXPECT_EQ(textOf(text, lists), plainly(lists));
+    lists[0].append("0");
+  }
+}
+
 TEST(KeyListText, LeavesKeysThatAreNoNumbersToTheGeneralWriter) {
   for (const char* key : {"", "a", "1 ", "1<2", "&amp;", "课", "\x80"}) {
     std::vector<KeyList> lists(2);

@@ -13,6 +13,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <future>
 #include <memory>
@@ -207,6 +209,37 @@ TEST_F(PageMerging, RecordThatWasReadAheadWhileItWasBeingRemovedIsNotThere) {
   ASSERT_TRUE(effects);
   merge(items, *effects);
   EXPECT_EQ(catalogue.cloud.files().read("9"), nullptr);
+}
+
+TEST_F(PageMerging, OthersHaveTheCatalogueWhileTheTextOfALongListIsMade) {
+  Names many;
+  for (int room = 50'000; room > 100; --room) many.push_back(std::to_string(room));
+  catalogue.cloud.list().assign(many);
+  const auto mergePageOf = [this](std::int64_t hundredThousand) {
+    json::array values;
+    for (std::int64_t room = 30; room > 0; --room) values.push_back(item(100'000 * hundredThousand + room));
+    merge(values);
+  };
+  // From here on the text is there, unless a page is being merged.
+  mergePageOf(1);
+  const std::shared_ptr<Semaphore> semaphore = catalogue.dataSemaphore;
+  std::atomic<bool> cameThrough = false, isOver = false;
+  const auto other = std::async(std::launch::async, [&] {
+    while (!isOver) {
+      const SemaphoreHold hold(semaphore);
+      if (cameThrough || catalogue.cloud.prepareKeys()) continue;
+      // In the midst of it: what has been made is of no use now.
+      catalogue.cloud.list().removeAt(catalogue.cloud.list().size() / 100);
+      cameThrough = true;
+    }
+  });
+  // Each time it waits for its turn sooner or later.
+  for (std::int64_t page = 2; page <= 200 && !cameThrough; ++page) mergePageOf(page);
+  isOver = true;
+  other.wait();
+  EXPECT_TRUE(cameThrough);
+  const std::vector<std::string> listed = catalogue.cloud.list().snapshot();
+  EXPECT_EQ(storedKeys(), json::array(listed.begin(), listed.end())) << "the list of one moment";
 }
 
 TEST_F(PageMerging, PageOfAnEarlierCatalogueChangesNothing) {
