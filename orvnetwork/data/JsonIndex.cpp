@@ -5,91 +5,152 @@
 #include <orvnetwork/data/detail/Decimal.h>
 #include <orvnetwork/data/detail/PlainJson.h>
 
+#include <algorithm>
 #include <charconv>
 #include <utility>
 
 namespace orv {
 
-/// Goes through a text and writes the entries down.
-class JsonIndexReader : PlainJson {
+/// Goes through a text and writes the entries down. It takes no key with an escape, no comma too many and no deep nesting.
+class JsonIndexReader {
  public:
-  /// Writes behind what is there.
-  JsonIndexReader(std::string_view text, std::vector<JsonIndex::Entry>& entries)
-      : PlainJson(text), entries_(entries) {}
+  /// The entries are written anew.
+  JsonIndexReader(std::string_view text, JsonIndex& index) : json_(text), index_(index) {
+    // A value in some twelve bytes, as in the server's dictionaries; those of texts that are denser need more room.
+    index_.makeRoom(text.size() / 12 + 8);
+  }
 
   /// False where the text is not plain.
   bool read() {
-    skipBlanks();
-    if (peek() != '{' && peek() != '[') return false;
-    if (!readValue(1)) return false;
-    skipBlanks();
-    return isAtEnd();
+    const Place first = json_.skipBlanks(json_.begin());
+    if (!json_.isAt(first, '{') && !json_.isAt(first, '[')) return false;
+    const Place end = readValue(first, 1);
+    return end != nullptr && json_.skipBlanks(end) == json_.end();
   }
 
  private:
   using Kind = JsonIndex::Kind;
+  using Place = PlainJson::Place;
 
-  bool readValue(int depth) {
-    switch (peek()) {
+  /// Each begins where a value stands, and says where it ends; null where it is not plain.
+  Place readValue(Place at, int depth) {
+    if (at == json_.end()) return nullptr;
+    switch (*at) {
       case '"':
-        return addText(readText());
+        return readText(at);
       case '{':
-        return addContainer(Kind::Dictionary, depth, [&] {
-          return readMembers([&](std::string_view key) { return addText(key) && readValue(depth + 1); });
-        });
+        return readDictionary(at, depth);
       case '[':
-        return addContainer(Kind::Array, depth,
-                            [&] { return readItems([&] { return readValue(depth + 1); }); });
+        return readArray(at, depth);
       case 't':
-        return addWord(Kind::True, "true");
+        return readWord(at, Kind::True, "true");
       case 'f':
-        return addWord(Kind::False, "false");
+        return readWord(at, Kind::False, "false");
       case 'n':
-        return addWord(Kind::Null, "null");
+        return readWord(at, Kind::Null, "null");
       default:
-        return addNumber();
+        return readNumber(at);
     }
   }
 
-  template <typename Read>
-  bool addContainer(Kind kind, int depth, Read read) {
-    if (depth > kDeepest) return false;
-    const std::size_t self = entries_.size();
-    const std::size_t begin = at();
-    add(kind, begin, 0);
-    if (!read()) return false;
-    entries_[self].size = static_cast<std::uint32_t>(at() - begin);
-    entries_[self].end = static_cast<std::uint32_t>(entries_.size());
-    return true;
+  Place readDictionary(const Place begin, int depth) {
+    if (depth > PlainJson::kDeepest) return nullptr;
+    const std::uint32_t self = add(Kind::Dictionary, begin, begin);
+    Place at = json_.skipBlanks(begin + 1);
+    if (json_.isAt(at, '}')) return close(self, begin, at + 1);
+    while (json_.isAt(at, '"')) {
+      at = readKey(at);
+      if (at == nullptr) return nullptr;
+      at = json_.skipBlanks(at);
+      if (!json_.isAt(at, ':')) return nullptr;
+      at = readValue(json_.skipBlanks(at + 1), depth + 1);
+      if (at == nullptr) return nullptr;
+      at = json_.skipBlanks(at);
+      if (json_.isAt(at, '}')) return close(self, begin, at + 1);
+      if (!json_.isAt(at, ',')) return nullptr;
+      at = json_.skipBlanks(at + 1);
+    }
+    return nullptr;
   }
 
-  bool addText(std::optional<std::string_view> found) {
-    if (!found) return false;
-    add(hasEscape() ? Kind::EscapedText : Kind::Text, static_cast<std::size_t>(found->data() - text().data()),
-        found->size());
-    return true;
+  Place readArray(const Place begin, int depth) {
+    if (depth > PlainJson::kDeepest) return nullptr;
+    const std::uint32_t self = add(Kind::Array, begin, begin);
+    Place at = json_.skipBlanks(begin + 1);
+    if (json_.isAt(at, ']')) return close(self, begin, at + 1);
+    for (;;) {
+      at = readValue(at, depth + 1);
+      if (at == nullptr) return nullptr;
+      at = json_.skipBlanks(at);
+      if (json_.isAt(at, ']')) return close(self, begin, at + 1);
+      if (!json_.isAt(at, ',')) return nullptr;
+      at = json_.skipBlanks(at + 1);
+    }
   }
 
-  bool addWord(Kind kind, std::string_view word) {
-    add(kind, at(), word.size());
-    return takes(word);
+  Place readKey(Place quote) {
+    bool hasEscape = false;
+    const Place end = json_.skipText(quote + 1, hasEscape);
+    if (end == nullptr || hasEscape) return nullptr;
+    add(Kind::Text, quote + 1, end);
+    return end + 1;
   }
 
-  bool addNumber() {
-    const std::size_t begin = at();
-    bool isReal = false;
-    if (!readNumber(isReal)) return false;
-    add(isReal ? Kind::Real : Kind::Integer, begin, at() - begin);
-    return true;
+  Place readText(Place quote) {
+    bool hasEscape = false;
+    const Place end = json_.skipText(quote + 1, hasEscape);
+    if (end == nullptr) return nullptr;
+    add(hasEscape ? Kind::EscapedText : Kind::Text, quote + 1, end);
+    return end + 1;
   }
 
-  void add(Kind kind, std::size_t at, std::size_t size) {
-    const auto behind = static_cast<std::uint32_t>(entries_.size() + 1);
-    entries_.push_back({static_cast<std::uint32_t>(at), static_cast<std::uint32_t>(size), behind, kind});
+  Place readWord(Place at, Kind kind, std::string_view word) {
+    const Place end = json_.skipWord(at, word);
+    if (end != nullptr) add(kind, at, end);
+    return end;
   }
 
-  std::vector<JsonIndex::Entry>& entries_;
+  Place readNumber(Place at) {
+    Place end = json_.skipInteger(at);
+    if (end == nullptr) return nullptr;
+    Kind kind = Kind::Integer;
+    if (json_.isAt(end, '.')) {
+      kind = Kind::Real;
+      end = json_.skipDigits(end + 1);
+    }
+    if (end != nullptr) add(kind, at, end);
+    return end;
+  }
+
+  std::uint32_t add(Kind kind, Place begin, Place end) {
+    const std::uint32_t self = count_++;
+    if (self == index_.room_) index_.makeRoom(2 * std::size_t{self});
+    index_.entries_[self] = {.at = static_cast<std::uint32_t>(begin - json_.begin()),
+                             .size = static_cast<std::uint32_t>(end - begin),
+                             .end = count_,
+                             .kind = kind};
+    return self;
+  }
+
+  /// Now that it is known where the array or dictionary ends.
+  Place close(std::uint32_t self, Place begin, Place end) {
+    index_.entries_[self].size = static_cast<std::uint32_t>(end - begin);
+    index_.entries_[self].end = count_;
+    return end;
+  }
+
+  const PlainJson json_;
+  JsonIndex& index_;
+  std::uint32_t count_ = 0;
 };
+
+void JsonIndex::makeRoom(std::size_t entries) {
+  if (entries <= room_) return;
+  auto larger = std::make_unique_for_overwrite<Entry[]>(entries);
+  std::copy_n(entries_.get(), room_, larger.get());
+  entries_ = std::move(larger);
+  room_ = entries;
+}
 
 std::shared_ptr<const JsonIndex> JsonIndex::read(std::string_view text) {
   auto index = std::make_shared<JsonIndex>();
@@ -97,13 +158,7 @@ std::shared_ptr<const JsonIndex> JsonIndex::read(std::string_view text) {
 }
 
 bool JsonIndex::readAnew(std::string_view text) {
-  entries_.clear();
-  if (text.size() > kLongestText || !isUtf8(text)) return false;
-  // A value in some twelve bytes, as in the server's dictionaries; those of texts that are denser need more room.
-  entries_.reserve(text.size() / 12 + 8);
-  if (JsonIndexReader(text, entries_).read()) return true;
-  entries_.clear();
-  return false;
+  return text.size() <= kLongestText && isUtf8(text) && JsonIndexReader(text, *this).read();
 }
 
 JsonView JsonIndex::root(std::string_view text) const {
@@ -138,12 +193,6 @@ void unescape(std::string_view source, std::string& text) {
   text += source;
 }
 
-std::int64_t integerOf(std::string_view digits) {
-  std::int64_t number = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  return number;
-}
-
 json::value arrayOf(const JsonView& view) {
   std::size_t count = 0;
   view.eachItem([&](const JsonView&) { ++count; });
@@ -174,6 +223,27 @@ std::string_view JsonView::text(std::string& place) const {
   return place;
 }
 
+std::string JsonView::text() const {
+  if (entry().kind == JsonIndex::Kind::Text) return std::string(source());
+  std::string text;
+  unescape(source(), text);
+  return text;
+}
+
+std::int64_t JsonView::integer() const {
+  std::string_view digits = source();
+  const bool isNegative = digits.front() == '-';
+  if (isNegative) digits.remove_prefix(1);
+  // All of them are digits, and so few that they fit.
+  std::int64_t number = 0;
+  for (const char digit : digits) number = number * 10 + (digit - '0');
+  return isNegative ? -number : number;
+}
+
+double JsonView::real() const {
+  return realFromDecimal(source());
+}
+
 json::value JsonView::value() const {
   using Kind = JsonIndex::Kind;
   switch (entry().kind) {
@@ -184,14 +254,12 @@ json::value JsonView::value() const {
     case Kind::False:
       return false;
     case Kind::Integer:
-      return integerOf(source());
+      return integer();
     case Kind::Real:
-      return realFromDecimal(source());
+      return real();
     case Kind::Text:
-    case Kind::EscapedText: {
-      std::string place;
-      return json::value(text(place));
-    }
+    case Kind::EscapedText:
+      return json::value(text());
     case Kind::Array:
       return arrayOf(*this);
     case Kind::Dictionary:

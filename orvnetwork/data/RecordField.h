@@ -1,6 +1,7 @@
 #pragma once
 
 #include <orvnetwork/data/JsonEquality.h>
+#include <orvnetwork/data/JsonIndex.h>
 #include <orvnetwork/data/LooseRead.h>
 #include <orvnetwork/data/Property.h>
 #include <orvnetwork/data/RecordMapping.h>
@@ -117,9 +118,8 @@ struct MemberAccess {
   using Owner = typename MemberParts<decltype(Member)>::Owner;
   using Value = typename MemberParts<decltype(Member)>::Type;
   static Value read(const Record& record) { return (static_cast<const Owner&>(record).*Member).get(); }
-  static void write(Record& record, Value value) {
-    (static_cast<Owner&>(record).*Member).set(std::move(value));
-  }
+  static Property<Value>& property(Record& record) { return static_cast<Owner&>(record).*Member; }
+  static void write(Record& record, Value value) { property(record).set(std::move(value)); }
   template <typename Reader>
   static decltype(auto) visit(const Record& record, Reader&& reader) {
     return (static_cast<const Owner&>(record).*Member).visit(std::forward<Reader>(reader));
@@ -153,8 +153,8 @@ struct FieldRules<Number> {
     Access::write(record, RecordNumber(value).as<Number>());
   }
   template <typename Access>
-  static void assignText(Record& record, std::string_view text) {
-    Access::write(record, RecordNumber::ofText(text).as<Number>());
+  static void assignView(Record& record, const JsonView& value) {
+    Access::write(record, RecordNumber(value).as<Number>());
   }
   /// The number in the kind in which it would come back from a JSON text.
   static json::value toJson(Number number) {
@@ -198,6 +198,10 @@ struct FieldRules<Number> {
   }
 };
 
+/// Fills a text field from a text that stands in another one: one function for all of them, so that the processor has
+/// it at hand.
+ORV_EXPORT void setText(Property<OptionalString>& field, const JsonView& text);
+
 /// Texts, dictionaries and arrays: taken over or made absent; other kinds are ignored.
 template <typename Stored>
 struct OptionalRules {
@@ -205,7 +209,8 @@ struct OptionalRules {
   static constexpr bool isText = std::same_as<Stored, std::string>;
 
   /// The dictionary or the array that a value is; null when it is another kind.
-  static const Stored* containerIn(const json::value& value) {
+  template <typename JsonValue>
+  static auto* containerIn(JsonValue& value) {
     if constexpr (std::same_as<Stored, json::object>) {
       return value.if_object();
     } else {
@@ -256,9 +261,19 @@ struct OptionalRules {
     if (value.is_null()) return Access::write(record, std::nullopt);
     if (takes(value)) Access::write(record, fromJson(value));
   }
+  /// What was made of the text is taken over.
   template <typename Access>
-  static void assignText(Record& record, std::string_view text) {
-    if constexpr (isText) Access::write(record, std::string(text));
+  static void assignView(Record& record, const JsonView& view) {
+    if constexpr (isText) {
+      if constexpr (requires { Access::property(record); }) {
+        if (view.isText()) return setText(Access::property(record), view);
+      }
+      assign<Access>(record, view.value());
+    } else {
+      json::value value = view.value();
+      if (value.is_null()) return Access::write(record, std::nullopt);
+      if (takes(value)) Access::write(record, std::move(*containerIn(value)));
+    }
   }
   /// Written from where it lies: the only copy is the one that goes out.
   template <typename Access>
@@ -304,7 +319,9 @@ struct FieldRules<std::shared_ptr<Nested>> {
     }
   }
   template <typename Access>
-  static void assignText(Record&, std::string_view) {}
+  static void assignView(Record& record, const JsonView& value) {
+    assign<Access>(record, value.value());
+  }
   /// A dictionary within the dictionary.
   template <typename Access>
   static void emit(const Record& record, std::string_view key, json::object& out) {
@@ -345,7 +362,7 @@ RecordField makeField(std::string_view name, std::vector<std::string_view> keys)
   return {name,
           std::move(keys),
           &Rules::template assign<Access>,
-          &Rules::template assignText<Access>,
+          &Rules::template assignView<Access>,
           &Rules::template emit<Access>,
           [](const Record& one, const Record& other) {
             return Rules::same(Access::read(one), Access::read(other));

@@ -3,6 +3,7 @@
 #include <orvnetwork/data/JsonIndex.h>
 #include <orvnetwork/data/TextFormat.h>
 
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,18 +13,11 @@ namespace orv {
 
 namespace {
 
-/// The keys are few and known: their length and the bytes at both ends tell them apart well enough.
-std::size_t hashOfKey(std::string_view key) {
-  std::uint32_t front = 0;
-  std::uint32_t back = 0;
-  if (key.size() >= sizeof front) {
-    std::memcpy(&front, key.data(), sizeof front);
-    std::memcpy(&back, key.data() + key.size() - sizeof back, sizeof back);
-  } else {
-    for (const char letter : key) front = front << 8 | static_cast<unsigned char>(letter);
-  }
-  const std::uint64_t bits = (std::uint64_t{front} << 32 | back) ^ key.size() << 16;
-  return static_cast<std::size_t>((bits * 0x9E3779B97F4A7C15u) >> 32);
+template <typename Number>
+std::uint64_t bytesAt(const char* place) {
+  Number bytes;
+  std::memcpy(&bytes, place, sizeof bytes);
+  return bytes;
 }
 
 [[noreturn]] void refuseTable(const char* why, std::string_view key) {
@@ -33,6 +27,29 @@ std::size_t hashOfKey(std::string_view key) {
 }
 
 }  // namespace
+
+inline RecordTable::Key::Key(std::string_view key) : letters(key) {
+  const char* const end = key.data() + key.size();
+  if (key.size() >= sizeof(std::uint64_t)) {
+    front = bytesAt<std::uint64_t>(key.data());
+    back = bytesAt<std::uint64_t>(end - sizeof(std::uint64_t));
+  } else if (key.size() >= sizeof(std::uint32_t)) {
+    front = bytesAt<std::uint32_t>(key.data());
+    back = bytesAt<std::uint32_t>(end - sizeof(std::uint32_t));
+  } else {
+    for (const char letter : key) front = front << 8 | static_cast<unsigned char>(letter);
+  }
+}
+
+inline bool RecordTable::Key::operator==(const Key& other) const {
+  constexpr std::size_t kEnd = sizeof front;
+  if (front != other.front || back != other.back || letters.size() != other.letters.size()) return false;
+  return letters.size() <= 2 * kEnd || letters.substr(kEnd) == other.letters.substr(kEnd);
+}
+
+inline std::size_t RecordTable::Key::hash() const {
+  return static_cast<std::size_t>(((front ^ std::rotl(back, 21)) * 0x9E3779B97F4A7C15u) >> 40);
+}
 
 RecordTable::RecordTable(std::vector<RecordField> fields) : fields_(std::move(fields)) {
   if (fields_.size() > kMaxFields) refuseTable("has too many fields", fields_.back().name);
@@ -45,14 +62,16 @@ RecordTable::RecordTable(std::vector<RecordField> fields) : fields_(std::move(fi
 
 void RecordTable::addKey(std::string_view key, std::size_t field, std::size_t rank) {
   if (find(key) != nullptr) refuseTable("has a key twice", key);
-  std::size_t at = hashOfKey(key) % kSlots;
-  while (!slots_[at].key.empty()) at = (at + 1) % kSlots;
-  slots_[at] = {key, static_cast<std::uint8_t>(field), static_cast<std::uint8_t>(rank)};
+  const Key wanted(key);
+  std::size_t at = wanted.hash() % kSlots;
+  while (!slots_[at].isFree()) at = (at + 1) % kSlots;
+  slots_[at] = {wanted, static_cast<std::uint8_t>(field), static_cast<std::uint8_t>(rank)};
 }
 
 const RecordTable::Slot* RecordTable::find(std::string_view key) const {
-  for (std::size_t at = hashOfKey(key) % kSlots; !slots_[at].key.empty(); at = (at + 1) % kSlots) {
-    if (slots_[at].key == key) return &slots_[at];
+  const Key wanted(key);
+  for (std::size_t at = wanted.hash() % kSlots; !slots_[at].isFree(); at = (at + 1) % kSlots) {
+    if (slots_[at].key == wanted) return &slots_[at];
   }
   return nullptr;
 }
@@ -86,15 +105,8 @@ void RecordTable::merge(Record& record, const JsonView& values) const {
     found[slot->field] = value.place();
     ranks[slot->field] = slot->rank;
   });
-  std::string room;
   for (std::size_t field = 0; field < fields_.size(); ++field) {
-    if (found[field] == 0) continue;
-    const JsonView value = values.at(found[field]);
-    if (value.isText()) {
-      fields_[field].assignText(record, value.text(room));
-    } else {
-      fields_[field].assign(record, value.value());
-    }
+    if (found[field] != 0) fields_[field].assignView(record, values.at(found[field]));
   }
 }
 

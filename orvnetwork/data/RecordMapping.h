@@ -26,8 +26,8 @@ struct RecordField {
 
   /// Fills the field from a JSON value by the rules of its kind, or leaves it as it is when they ignore the value.
   void (*assign)(Record& record, const json::value& value);
-  /// The same with a value that is this text.
-  void (*assignText)(Record& record, std::string_view text);
+  /// The same from a value that stands in a text and has not been made.
+  void (*assignView)(Record& record, const JsonView& value);
   /// Adds the field to a JSON dictionary, if it has anything to add.
   void (*emit)(const Record& record, std::string_view key, json::object& out);
   /// Whether the field is equal in two records.
@@ -70,11 +70,23 @@ class ORV_EXPORT RecordTable {
   void merge(Record& record, const JsonView& values) const;
 
  private:
+  /// A key as it is compared: the bytes at its both ends, as numbers, are all of one that is not long. So nearly every
+  /// key is found without a walk along its letters.
+  struct Key {
+    Key() = default;
+    explicit Key(std::string_view letters);
+    bool operator==(const Key& other) const;
+    std::size_t hash() const;
+
+    std::uint64_t front = 0, back = 0;
+    std::string_view letters;
+  };
   /// A key's place in the table of keys: the field that it belongs to and its rank among the field's keys.
   struct Slot {
-    std::string_view key;
+    Key key;
     std::uint8_t field = 0;
     std::uint8_t rank = 0;
+    bool isFree() const { return key.letters.empty(); }
   };
   static constexpr std::size_t kSlots = 256;
 

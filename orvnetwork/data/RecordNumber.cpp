@@ -1,5 +1,6 @@
 #include "orvnetwork/data/RecordNumber.h"
 
+#include <orvnetwork/data/JsonIndex.h>
 #include <orvnetwork/data/LooseRead.h>
 
 #include <algorithm>
@@ -58,10 +59,16 @@ RecordNumber::RecordNumber(const json::value& value) {
   }
 }
 
-RecordNumber RecordNumber::ofText(std::string_view text) {
-  RecordNumber number;
-  number.readText(text);
-  return number;
+RecordNumber::RecordNumber(const JsonView& value) {
+  if (value.isInteger() || value.isFlag()) {
+    kind_ = Kind::Signed;
+    integer_ = value.isInteger() ? value.integer() : value.isTrue();
+  } else if (value.isReal()) {
+    kind_ = Kind::Real;
+    real_ = value.real();
+  } else if (value.isText()) {
+    readText(value.text());
+  }
 }
 
 void RecordNumber::readText(std::string_view text) {

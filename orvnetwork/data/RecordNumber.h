@@ -5,6 +5,8 @@
 
 namespace orv {
 
+class JsonView;
+
 /// The number that a JSON value stands for when it fills a number or flag field of a record: numbers as they are,
 /// flags as 0 and 1, texts by the rules of records, which are not those of `LooseRead.h`. Null, dictionaries,
 /// arrays and texts such as "null" stand for none, which fills a field with 0.
@@ -29,8 +31,8 @@ class ORV_EXPORT RecordNumber {
  public:
   /// Reads a value; what is no number stands for none.
   explicit RecordNumber(const json::value& value);
-  /// Reads a text: the same number as that of a JSON value which is this text.
-  static RecordNumber ofText(std::string_view text);
+  /// Reads a value that stands in a text and has not been made: the same number.
+  explicit RecordNumber(const JsonView& value);
 
   /// Reals lose their fraction and are held to the range; an unsigned number above it wraps around. None is 0 here and
   /// below.
@@ -68,7 +70,6 @@ class ORV_EXPORT RecordNumber {
  private:
   enum class Kind : unsigned char { None, Signed, Unsigned, Real };
 
-  RecordNumber() = default;
   void readText(std::string_view text);
 
   Kind kind_ = Kind::None;

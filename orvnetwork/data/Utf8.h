@@ -2,6 +2,7 @@
 
 #include <orvnetwork/data/Export.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -71,6 +72,12 @@ inline std::size_t utf8SequenceLength(std::string_view text) {
 inline bool isUtf8(std::string_view text) {
   // Most texts are plain, and many are short.
   std::size_t at = 0;
+  for (std::array<std::uint64_t, 4> four; text.size() - at >= sizeof four; at += sizeof four) {
+    std::memcpy(&four, text.data() + at, sizeof four);
+    if (((four[0] | four[1] | four[2] | four[3]) & 0x8080'8080'8080'8080u) != 0) {
+      return detail::isUtf8Rest(text.substr(at));
+    }
+  }
   for (std::uint64_t eight = 0; text.size() - at >= sizeof eight; at += sizeof eight) {
     std::memcpy(&eight, text.data() + at, sizeof eight);
     if ((eight & 0x8080'8080'8080'8080u) != 0) return detail::isUtf8Rest(text.substr(at));

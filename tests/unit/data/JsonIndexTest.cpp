@@ -1,5 +1,7 @@
 #include <orvnetwork/data/Json.h>
 #include <orvnetwork/data/JsonIndex.h>
+#include <orvnetwork/data/Record.h>
+#include <orvnetwork/data/RecordField.h>
 #include <orvnetwork/data/RecordMapping.h>
 
 #include <tests/support/DamagedText.h>
@@ -75,9 +77,24 @@ TEST(JsonIndex, NotOfWhatIsOutOfTheOrdinary) {
   EXPECT_FALSE(JsonIndex::read("[\"\x01\"]")) << "a control character";
   EXPECT_TRUE(JsonIndex::read(std::string(32, '[') + std::string(32, ']')));
   EXPECT_FALSE(JsonIndex::read(std::string(33, '[') + std::string(33, ']'))) << "deep";
+  std::string inner = "{}";
+  for (int i = 0; i < 31; ++i) inner = "{\"a\":" + inner + '}';
+  EXPECT_TRUE(JsonIndex::read(inner));
+  EXPECT_FALSE(JsonIndex::read("{\"a\":" + inner + '}')) << "deep";
   const std::string blanks(JsonIndex::kLongestText - 2, ' ');
   EXPECT_TRUE(JsonIndex::read("[]" + blanks));
   EXPECT_FALSE(JsonIndex::read("[]" + blanks + ' ')) << "long";
+}
+
+TEST(JsonIndex, NothingBehindTheTextIsLookedAt) {
+  for (const std::string_view text : kPlain) {
+    for (std::size_t size = 0; size < text.size(); ++size) {
+      // In memory of its own, of which the sanitizer knows the end.
+      const std::vector<char> cut(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(size));
+      const std::string_view front(cut.data(), cut.size());
+      EXPECT_EQ(JsonIndex::read(front) != nullptr, static_cast<bool>(parseJson(front))) << front;
+    }
+  }
 }
 
 TEST(JsonIndex, TextsSayWhatIsMeantByTheirEscapes) {
@@ -134,6 +151,33 @@ TEST(JsonIndex, NeverDiffersFromTheReaderOfValues) {
     ASSERT_EQ(json::serialize(made), json::serialize(*parsed)) << "in the same order, of the same kinds";
   }
   EXPECT_GT(plain, 5000u) << "else little was compared";
+}
+
+/// Its text is written by a function, which sees what it gets.
+class HeardRecord : public Record {
+ public:
+  OptionalString heard() const { return text_; }
+  void setHeard(OptionalString text) { text_ = text ? "heard " + *text : "nothing"; }
+  const RecordTable& fields() const override {
+    static const RecordTable table({recordAccessor<&HeardRecord::heard, &HeardRecord::setHeard>("heard")});
+    return table;
+  }
+
+ private:
+  OptionalString text_;
+};
+
+TEST(JsonIndex, FillsATextThatAFunctionWrites) {
+  constexpr std::array<std::array<std::string_view, 2>, 5> kCases{{{R"({"heard":"a\n"})", "heard a\n"},
+                                                                   {R"({"heard":1.50})", "heard 1.5"},
+                                                                   {R"({"heard":true})", "heard 1"},
+                                                                   {R"({"heard":null})", "nothing"},
+                                                                   {R"({"heard":[]})", "-"}}};
+  for (const auto& [text, heard] : kCases) {
+    HeardRecord record;
+    record.fields().merge(record, JsonIndex::read(text)->root(text));
+    EXPECT_EQ(record.heard().value_or("-"), heard) << text;
+  }
 }
 
 // A record that is filled from the text, and one that is filled from the values, beside each other.

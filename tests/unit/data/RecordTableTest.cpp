@@ -48,6 +48,39 @@ TEST(RecordTable, FindsEveryKeyOfAFullTable) {
   }
 }
 
+TEST(RecordTable, TellsKeysApartThatDifferInOneLetterOrInTheirLengths) {
+  constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789ABCD";
+  for (std::size_t size = 1; size <= kLetters.size(); ++size) {
+    const std::string key(kLetters.substr(0, size));
+    const RecordTable table({ManyKeys::field({key})});
+    ManyKeys record;
+    table.merge(record, only(key, 1));
+    EXPECT_EQ(record.number, 1) << key;
+    for (std::size_t at = 0; at < size; ++at) {
+      std::string other = key;
+      other[at] = '_';
+      table.merge(record, only(other, 2));
+      EXPECT_EQ(record.number, 1) << other;
+    }
+    for (const std::string& other : {key + key.back(), key.front() + key, '\0' + key, key.substr(1)}) {
+      table.merge(record, only(other, 2));
+      EXPECT_EQ(record.number, 1) << other;
+    }
+  }
+}
+
+TEST(RecordTable, TellsKeysOfOneLetterApartByTheirLengths) {
+  for (std::size_t size = 1; size <= 40; ++size) {
+    const std::string key(size, 'k');
+    const RecordTable table({ManyKeys::field({key})});
+    ManyKeys record;
+    for (std::size_t other = 1; other <= 40; ++other) {
+      table.merge(record, only(std::string(other, 'k'), other));
+      EXPECT_EQ(record.number, static_cast<std::int64_t>(other < size ? 0 : size)) << size << ", " << other;
+    }
+  }
+}
+
 TEST(RecordTable, RefusesAKeyThatTwoFieldsShare) {
   EXPECT_DEATH(RecordTable({ManyKeys::field({"a", "b"}), ManyKeys::field({"b"})}), "has a key twice: b");
 }
