@@ -14,12 +14,12 @@ namespace {
 /// "\u202e" and a zero byte.
 constexpr std::size_t kEscapeSize = 8;
 
-/// Whether a character does something to a terminal, or to the direction in which it writes, in the place of being
-/// shown.
+/// Whether a character does something to a terminal, to the direction in which it writes or to its lines, in the place of
+/// being shown.
 bool isControl(char32_t code) {
-  const bool isDirection = code == 0x061C || code == 0x200E || code == 0x200F ||
-                           (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
-  return (code < 0x20 && code != U'\n') || (code >= 0x7F && code <= 0x9F) || isDirection;
+  const bool isLineOrDirection = code == 0x061C || code == 0x200E || code == 0x200F ||
+                                 (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+  return (code < 0x20 && code != U'\n') || (code >= 0x7F && code <= 0x9F) || isLineOrDirection;
 }
 
 bool isPlain(char c) {

@@ -7,9 +7,9 @@
 
 namespace orv {
 
-/// The text as any terminal may be given it: control characters but line feeds (tabs and carriage returns too), and
-/// those that turn the direction of writing, stand there as `\u001b` and the like, and bytes that are no UTF-8 as
-/// `\x9b`. In the text of JSON, where none of them can stand outside quotes, that means the same as before.
+/// The text as any terminal may be given it: control characters but line feeds (tabs and carriage returns too), those
+/// that turn the direction of writing, and the separators of lines and paragraphs, which some begin a line at, stand there
+/// as `\u001b` and the like, and bytes that are no UTF-8 as `\x9b`. In the text of JSON, where none of them can stand outside quotes, that means the same as before.
 ///
 /// For whoever shows what a server, a file or another program has said:
 ///

@@ -14,8 +14,12 @@ TEST(TerminalText, ShowsWhatControlsATerminalByItsNumber) {
 TEST(TerminalText, ShowsWhatTurnsTheDirectionOfWritingByItsNumber) {
   EXPECT_EQ(printable("\u061c\u200e\u200f\u202a\u202e\u2066\u2069"),
             R"(\u061c\u200e\u200f\u202a\u202e\u2066\u2069)");
-  EXPECT_EQ(printable("\u200d\u2029\u202f\u2065\u206a"), "\u200d\u2029\u202f\u2065\u206a")
+  EXPECT_EQ(printable("\u200d\u2027\u202f\u2065\u206a"), "\u200d\u2027\u202f\u2065\u206a")
       << "their neighbours";
+}
+
+TEST(TerminalText, ShowsSeparatorsOfLinesAndParagraphsByTheirNumbers) {
+  EXPECT_EQ(printable("a\u2028b\u2029c"), R"(a\u2028b\u2029c)");
 }
 
 TEST(TerminalText, LeavesPlainTextAndLineFeeds) {
