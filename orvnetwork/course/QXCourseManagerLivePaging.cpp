@@ -56,26 +56,35 @@ std::int64_t collect(Catalogue& catalogue, std::uint64_t status, const CourseReq
   });
 }
 
-/// Adds to `left` what has left the lists; when another catalogue is opened meanwhile, some of it is not answered.
-void answerRequests(Catalogue& catalogue, const PageProgress& progress, std::uint64_t loaded,
-                    CatalogueSteps& steps, RequestList::Entries& left) {
-  Executor& workers = *catalogue.workers.load();
-  RequestList::Entries refused;
-  RequestList::Entries served = catalogue.livePaging.requests.take([&](const RequestList::Entry& request) {
+/// Those that are to be answered now.
+struct Answered {
+  RequestList::Entries served, refused;
+};
+
+Answered takeAnswered(Catalogue& catalogue, const PageProgress& progress, std::uint64_t loaded) {
+  Answered answered;
+  answered.served = catalogue.livePaging.requests.take([&](const RequestList::Entry& request) {
     const std::uint64_t wanted = request->status.value_or(0);
     const PageVerdict verdict =
         judgeLivePageRequest(*request, wanted, progress, loaded, catalogue.live.size(wanted));
-    if (verdict == PageVerdict::refuse) refused.push_back(request);
+    if (verdict == PageVerdict::refuse) answered.refused.push_back(request);
     return verdict == PageVerdict::serve;
   });
-  for (RequestList::Entry& request : served) {
+  return answered;
+}
+
+/// Adds to `left` what has left the lists; when another catalogue is opened meanwhile, some of it is not answered.
+void answerRequests(Catalogue& catalogue, Answered answered, CatalogueSteps& steps,
+                    RequestList::Entries& left) {
+  Executor& workers = *catalogue.workers.load();
+  for (RequestList::Entry& request : answered.served) {
     const std::int64_t count = collect(catalogue, request->status.value_or(0), *request, steps);
     if (!steps.isSame()) break;
     postCourses(workers, std::move(request), true, count);
   }
-  std::ranges::move(served, std::back_inserter(left));
+  std::ranges::move(answered.served, std::back_inserter(left));
   if (!steps.isSame()) return;
-  for (const RequestList::Entry& request : refused) {
+  for (const RequestList::Entry& request : answered.refused) {
     // It leaves the list of the other requests and stays in this one, on purpose.
     postCourses(workers, request, false, -1);
     auto same = catalogue.paging.requests.take([&](const auto& other) { return other->isSame(*request); });
@@ -136,11 +145,13 @@ void QXCourseManager::checkAfterLivePage(const PageLoad& load, bool lastPage) {
   CatalogueLock lock(*catalogue_);
   CatalogueSteps steps(*catalogue_, lock);
   const PageProgress progress = catalogue_->progressAfter(catalogue_->livePaging, load, lastPage, left);
-  answerRequests(*catalogue_, progress, load.status, steps, left);
+  Answered answered = takeAnswered(*catalogue_, progress, load.status);
+  // Before others have the catalogue; see the pages of recorded courses.
+  const auto next = takeNextLivePage(*catalogue_, left);
+  answerRequests(*catalogue_, std::move(answered), steps, left);
   catalogue_->evictLive([&steps] { return steps.next(); });
   // The requests of another catalogue have looks of their own.
   if (!steps.isSame()) return;
-  const auto next = takeNextLivePage(*catalogue_, left);
   if (next && next->page >= 1 && isPageableStatus(next->status)) {
     catalogue_->startLoad(catalogue_->livePaging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {

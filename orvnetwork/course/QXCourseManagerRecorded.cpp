@@ -16,6 +16,7 @@
 #include <orvnetwork/transport/UnreadReply.h>
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <mutex>
@@ -40,30 +41,33 @@ std::int64_t collect(Catalogue& catalogue, const CourseRequest& request, Catalog
   });
 }
 
-/// Adds to `left` what has left the list; when another catalogue is opened meanwhile, some of it is not answered.
-void answerRequests(Catalogue& catalogue, const PageProgress& progress, CatalogueSteps& steps,
-                    RequestList::Entries& left) {
-  Executor& workers = *catalogue.workers.load();
-  const std::uint64_t listed = catalogue.cloud.size();
-  const auto judge = [&](const CourseRequest& request) {
-    return judgePageRequest(request, progress, listed);
-  };
+using Judge = std::function<PageVerdict(const CourseRequest& request)>;
+
+/// Takes out those that are to be answered now.
+RequestList::Entries takeAnswered(Catalogue& catalogue, const Judge& judge) {
   RequestList::Entries answered = catalogue.paging.requests.take(
       [&](const auto& request) { return judge(*request) != PageVerdict::wait; });
+  for (const RequestList::Entry& request : answered) {
+    // The one callback that comes while the catalogue is locked.
+    if (judge(*request) == PageVerdict::tellPage) tellCourses(request->blockHandler, true, 0);
+  }
+  return answered;
+}
+
+/// When another catalogue is opened meanwhile, some of them are not answered.
+void answerRequests(Catalogue& catalogue, const Judge& judge, RequestList::Entries& answered,
+                    CatalogueSteps& steps) {
+  Executor& workers = *catalogue.workers.load();
   for (RequestList::Entry& request : answered) {
     const PageVerdict verdict = judge(*request);
-    if (verdict == PageVerdict::tellPage) {
-      // The one callback that comes while the catalogue is locked.
-      tellCourses(request->blockHandler, true, 0);
-    } else if (verdict == PageVerdict::refuse) {
+    if (verdict == PageVerdict::refuse) {
       postCourses(workers, std::move(request), false, -1);
-    } else {
+    } else if (verdict == PageVerdict::serve) {
       const std::int64_t count = collect(catalogue, *request, steps);
       if (!steps.isSame()) break;
       postCourses(workers, std::move(request), true, count);
     }
   }
-  std::ranges::move(answered, std::back_inserter(left));
 }
 
 /// Adds to `left` what has left the list.
@@ -109,11 +113,19 @@ void QXCourseManager::checkAfterRecordPage(const PageLoad& load, bool lastPage) 
   CatalogueLock lock(*catalogue_);
   CatalogueSteps steps(*catalogue_, lock);
   const PageProgress progress = catalogue_->progressAfter(catalogue_->paging, load, lastPage, left);
-  answerRequests(*catalogue_, progress, steps, left);
+  const Judge judge = [progress, listed = catalogue_->cloud.size()](const CourseRequest& request) {
+    return judgePageRequest(request, progress, listed);
+  };
+  RequestList::Entries answered = takeAnswered(*catalogue_, judge);
+  // Before others have the catalogue: what they ask for in between has a look of its own. If this one asked for its first page
+  // as well, that one would go on to the next, which nobody can ask for meanwhile, and its courses would count as gone.
+  const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left);
+  answerRequests(*catalogue_, judge, answered, steps);
+  std::ranges::move(answered, std::back_inserter(left));
   catalogue_->evict([&steps] { return steps.next(); });
   // The requests of another catalogue have looks of their own.
   if (!steps.isSame()) return;
-  if (const std::optional<WantedPage> next = takeNextRecordedPage(*catalogue_, left)) {
+  if (next) {
     catalogue_->startLoad(catalogue_->paging, *next,
                           [this, opened = catalogue_->opened()](const WantedPage& wanted) {
                             if (isOutdated(catalogue_->paging, wanted)) return;

@@ -113,6 +113,27 @@ class CoursePaging : public test::LiveLinkTest {
   std::atomic<std::size_t> wrongAnswers = 0, wrongCourses = 0;
 };
 
+TEST_F(CoursePaging, OneCallerWhoAsksByForceAgainAndAgainLosesNoPage) {
+  constexpr std::size_t kWanted = 900;
+  std::vector<std::string> wanted = keysOfServer();
+  wanted.resize(kWanted);
+  for (int pass = 0; pass < 5; ++pass) {
+    server.clearReceivedFrames();
+    std::atomic<std::size_t> finished = 0;
+    std::vector<std::thread> reader;
+    reader.emplace_back([&] {
+      // As soon as the former one is answered, while the look that has answered it may still go on.
+      const Answer answer = askAndWait(0, kWanted, true);
+      if (!answer.success || answer.count != static_cast<std::int64_t>(kWanted)) ++wrongAnswers;
+      ++finished;
+    });
+    ASSERT_TRUE(runBeside(reader, finished));
+    EXPECT_EQ(wrongAnswers, 0u);
+    EXPECT_EQ(pagesAsked(), kWanted / 30);
+    EXPECT_EQ(courses().cloudCourseList(), wanted);
+  }
+}
+
 TEST_F(CoursePaging, TwoCallersReadTenThousandCoursesAndThenWhatHasChanged) {
   courses();
   const std::vector<std::string> before = keysOfServer();

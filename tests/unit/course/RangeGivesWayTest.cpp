@@ -157,6 +157,20 @@ TEST_P(RangeGivesWay, CourseThatIsDeletedInBetweenIsNotCounted) {
   EXPECT_EQ(lookUp(kRange - 2)->roomID, kRange - 1);
 }
 
+TEST_P(RangeGivesWay, NoPageIsChosenForARequestThatComesInBetween) {
+  std::promise<std::int64_t> answered;
+  answerRange([&](bool success, std::int64_t count) { answered.set_value(success ? count : -1); });
+  CourseRequest later{.start = 0, .count = 60, .force = true};
+  if (isLive()) later.status = GetParam();
+  isLive() ? manager().setRequestLiveList({later}) : manager().setRequestRecordList({later});
+  platform.files().endWaiting();
+  EXPECT_EQ(answered.get_future().get(), kRange);
+  answerer.join();
+  const auto waiting = isLive() ? manager().requestLiveList() : manager().requestRecordList();
+  ASSERT_EQ(waiting.size(), 1u);
+  EXPECT_EQ(waiting.front().endIndex, std::nullopt) << "a look of its own follows and would skip a page";
+}
+
 TEST_P(RangeGivesWay, ChangeOfTheUserEndsItWithoutAWord) {
   const auto host = std::make_shared<std::atomic<int>>(0);
   answerRange([host](bool, std::int64_t) { ++*host; });
