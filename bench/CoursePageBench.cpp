@@ -22,6 +22,7 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -132,6 +133,14 @@ void removeFiles(const std::string& frame, const std::string& folder) {
   }
 }
 
+/// What a file costs goes by how many there are beside it: as many as the list has courses.
+void fill(const std::string& folder, std::uint64_t files) {
+  constexpr std::uint64_t kNoCourses = 9'000'000;  // numbers that none has
+  for (std::uint64_t number = 0; number < files; ++number) {
+    std::ofstream(folder + "/" + std::to_string(kNoCourses + number) + ".plist") << number;
+  }
+}
+
 /// How the files of a page are found when it comes.
 enum class Files { Missing, AsTheyWere };
 
@@ -140,6 +149,7 @@ void measure(const char* what, Files files, std::uint64_t courses, const std::st
   const std::string cloud = QXCourseManager::getInstance().cloudCourseFolder().value_or("");
   const std::uint64_t listed = QXCourseManager::getInstance().getRecordCourseCount();
   constexpr int kRounds = 41;
+  fill(folder, listed);
   const std::int64_t page = static_cast<std::int64_t>(listed / 60) + 1;
   const std::string frame = getPageOnly(page);
   std::vector<double> whole, exchange, hand;

@@ -40,8 +40,9 @@ def machine():
             "load_before": os.getloadavg()[0]}
 
 
-def run_programs(folder, quick, arguments, home):
-    """What each benchmark prints, by its name and the place it ran in; shown as it comes."""
+def run_programs(folder, quick, arguments):
+    """What each benchmark prints, by its name and the place it ran in; shown as it comes. Each run has a home of its own:
+    the courses that one has listed are files in the way of the next."""
     outputs = {}
     places = list(measure.PLACES)[:1] if quick else measure.PLACES
     for program in sorted(path for path in folder.glob("bench_*Bench") if path.is_file()):
@@ -49,8 +50,9 @@ def run_programs(folder, quick, arguments, home):
             continue
         for place in places:
             print(f"\n=== {program.name}, {place}", flush=True)
-            run = subprocess.run([*measure.PLACES[place], str(program), *arguments], env=measure.environment(home),
-                                 stdout=subprocess.PIPE, text=True, check=False)
+            with tempfile.TemporaryDirectory() as home:
+                run = subprocess.run([*measure.PLACES[place], str(program), *arguments], env=measure.environment(home),
+                                     stdout=subprocess.PIPE, text=True, check=False)
             print(run.stdout, end="", flush=True)
             if run.returncode != 0:
                 raise SystemExit(f"{program.name} failed")
@@ -90,7 +92,7 @@ def main():
             results["peers"] = measure.measure_peers(peers, options.rounds, options.seconds, home, tell)
             write(results, written)  # a benchmark that fails shall not take it along
         if not options.peers:
-            results["programs"] = run_programs(programs, options.quick, arguments, home)
+            results["programs"] = run_programs(programs, options.quick, arguments)
             tell("an idle process, and a flood of pushes")
             results["idle"] = measure.measure_flood(peers, 0, home)
             results["flood"] = measure.measure_flood(peers, FLOOD_PUSHES, home)
