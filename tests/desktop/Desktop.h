@@ -151,6 +151,8 @@ class Desktop : public ::testing::Test {
     }));
   }
   void signIn() {
+    // An earlier one may still be at its end: its user is being written.
+    ASSERT_TRUE(comes("the form's turn", [this] { return find<QAbstractButton>("signIn").isEnabled(); }));
     type("mobile", "13800000001");
     type("password", "classroom");
     QTest::keyClick(&find<QLineEdit>("password"), Qt::Key_Return);

@@ -135,10 +135,14 @@ class GtkDesktop : public ::testing::Test {
     gtk_stack_set_visible_child_name(GTK_STACK(find(stack)), page);
   }
   void signIn() {
+    // An earlier one may still be at its end: its user is being written.
+    ASSERT_TRUE(
+        comes("the form's turn", [this] { return gtk_widget_get_sensitive(find("signIn")) != FALSE; }));
     type("mobile", "13800000001");
     type("password", "classroom");
     g_signal_emit_by_name(find("password"), "activate");
-    ASSERT_TRUE(comes("the list of courses", [this] { return isShown("recorded"); }));
+    ASSERT_TRUE(comes("the list of courses", [this] { return isShown("recorded"); }))
+        << "the page says: " << shown("why") << " / " << shown("error");
   }
 
   /// A row of a list that can be seen, by what its widgets show.
