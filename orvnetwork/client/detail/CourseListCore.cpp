@@ -212,14 +212,17 @@ void CourseListCore::passEnded(CoursePassEnd end) {
 
 void CourseListCore::commit(Commit what, std::function<CourseCommit()> job) {
   committing_ = what;
-  worker_->post([weak = weak_from_this(), worker = worker_, generation = generation_, job = std::move(job)] {
-    MainQueue::instance().post([weak, worker, generation, made = job()]() mutable {
-      const auto core = weak.lock();
-      const bool isWanted = core && !core->isClosed_ && core->generation_ == generation;
-      if (isWanted) return core->committed(std::move(made));
-      worker->post([unused = std::move(made)] {});
-    });
-  });
+  worker_->post(
+      [what, weak = weak_from_this(), worker = worker_, generation = generation_, job = std::move(job)] {
+        // Lists that come and go faster than they are read leave no reads behind that others wait for.
+        if (what == Commit::Stored && weak.expired()) return;
+        MainQueue::instance().post([weak, worker, generation, made = job()]() mutable {
+          const auto core = weak.lock();
+          const bool isWanted = core && !core->isClosed_ && core->generation_ == generation;
+          if (isWanted) return core->committed(std::move(made));
+          worker->post([unused = std::move(made)] {});
+        });
+      });
 }
 
 void CourseListCore::committed(CourseCommit made) {

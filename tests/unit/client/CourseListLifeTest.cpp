@@ -55,6 +55,25 @@ TEST_F(CourseListLife, ItsRowsAreDestroyedByAWorkerAlsoWhenAnotherListTakesItsPl
   expectThatAWorkerDestroys(rows);
 }
 
+TEST_F(CourseListLife, WhatIsStoredIsNotReadForOneThatHasGone) {
+  { const auto stored = loadedList(95); }
+  changeUser("100002");
+  settle();
+  changeUser("100001");
+  settle();
+  platform.holdGlobalQueue(true);
+  { const auto gone = CourseList::recorded(); }
+  settle();
+  const auto calls = platform.files().calls();
+  platform.holdGlobalQueue(false);
+  settle();
+  EXPECT_EQ(platform.files().calls(), calls);
+  const auto stays = CourseList::recorded();
+  settle();
+  EXPECT_EQ(stays.size(), 95u);
+  EXPECT_GT(platform.files().calls(), calls) << "one that is there has them read";
+}
+
 TEST_F(CourseListLife, WhatItWasToDoByAndByIsNotDoneOnceItHasGone) {
   std::optional<CourseList> list(loadedList(10));
   recorded.insert(recorded.begin(), courseItem(11));
