@@ -6,7 +6,6 @@
 #include "cli/demo/Steps.h"
 
 #include <algorithm>
-#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -72,11 +71,12 @@ void requestIsAnswered(Tour& tour) {
 void requestsOverlap(Tour& tour) {
   constexpr std::size_t kRequests = 100;
   constexpr double kApart = 0.0011;
-  tour.stage.note("The server takes its time, so that " + std::to_string(kRequests) +
-                  " requests are outstanding together. They leave a");
-  tour.stage.note("millisecond apart, which keeps their identifiers apart. Their rows are left out.");
+  tour.stage.note("The server keeps its replies back until all " + std::to_string(kRequests) +
+                  " requests are outstanding, and sends them in reverse order then. They leave a "
+                  "millisecond apart, which keeps their identifiers apart. Their rows are left out.");
   tour.stage.setQuiet(true);
-  tour.server.faults().delayReplies(std::chrono::milliseconds(500), "Dev.Count", kRequests);
+  // One more than come, so that none leaves by itself.
+  tour.server.faults().reorderReplies(kRequests + 1, "Dev.Count");
   std::vector<std::shared_ptr<Call>> calls;
   while (calls.size() < kRequests && !tour.host.interrupted()) {
     calls.push_back(tour.send("Dev.Count", {{"n", calls.size()}}));
@@ -90,6 +90,7 @@ void requestsOverlap(Tour& tour) {
   };
   tour.wait([&tour] { return tour.frames("Dev.Count").size() == kRequests; });
   const std::size_t outstanding = QXWebSocketMgr::standard().outstandingRequestCount();
+  tour.server.faults().clear();
   tour.wait([&calls] { return std::ranges::all_of(calls, [](const auto& call) { return call->ended(); }); });
   tour.stage.setQuiet(false);
 
