@@ -74,6 +74,28 @@ TEST_F(CourseListLife, WhatIsStoredIsNotReadForOneThatHasGone) {
   EXPECT_GT(platform.files().calls(), calls) << "one that is there has them read";
 }
 
+TEST_F(CourseListLife, WhatWasReadFromTheServerIsStoredThoughItHasGoneMeanwhile) {
+  signIn();
+  listRooms(10, 1);
+  bool isStoredLate = false;
+  for (int steps = 0; steps < 150 && !isStoredLate; ++steps) {
+    changeUser(std::to_string(200'000 + steps));
+    settle();
+    auto list = std::make_unique<CourseList>(CourseList::recorded());
+    list->loadMore();
+    for (int step = 0; step < steps; ++step) platform.step();
+    platform.holdGlobalQueue(true);
+    settle();
+    list.reset();
+    settle();
+    const bool isNotYetStored = stored().empty();
+    platform.holdGlobalQueue(false);
+    settle();
+    isStoredLate = isNotYetStored && stored() == rooms(10, 1);
+  }
+  EXPECT_TRUE(isStoredLate);
+}
+
 TEST_F(CourseListLife, WhatItWasToDoByAndByIsNotDoneOnceItHasGone) {
   std::optional<CourseList> list(loadedList(10));
   recorded.insert(recorded.begin(), courseItem(11));
